@@ -1,0 +1,17 @@
+# Debian's builds of the platform's base libraries: sp<> and RefBase, native
+# handles, the Android log. They live in a folder of their own, hence the rpath.
+set(HIDLAUDIO_ANDROID_INCLUDE /usr/include/android)
+set(HIDLAUDIO_ANDROID_LIBDIR /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/android)
+set(CMAKE_BUILD_RPATH ${HIDLAUDIO_ANDROID_LIBDIR})
+set(CMAKE_INSTALL_RPATH ${HIDLAUDIO_ANDROID_LIBDIR} "$ORIGIN/../lib")
+
+foreach(lib log cutils utils base)
+  find_library(HIDLAUDIO_LIB_${lib} ${lib} PATHS ${HIDLAUDIO_ANDROID_LIBDIR} NO_DEFAULT_PATH REQUIRED)
+  add_library(android_${lib} INTERFACE)
+  target_include_directories(android_${lib} SYSTEM INTERFACE ${HIDLAUDIO_ANDROID_INCLUDE})
+  target_link_libraries(android_${lib} INTERFACE ${HIDLAUDIO_LIB_${lib}})
+endforeach()
+# libutils and libcutils name libbacktrace among their own needs, which lies in
+# the same folder.
+target_link_options(android_utils INTERFACE -Wl,-rpath-link,${HIDLAUDIO_ANDROID_LIBDIR})
+target_link_options(android_cutils INTERFACE -Wl,-rpath-link,${HIDLAUDIO_ANDROID_LIBDIR})

@@ -1,0 +1,65 @@
+# hidl_package(<prefix> PACKAGE <name> VERSIONS <version...> ROOT <dir>
+#              [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>])
+#
+# Generates the C++ headers, proxies and stubs of a HIDL package with hidl-gen at
+# build time. The caller finds the generated files in <prefix>_SOURCES and
+# <prefix>_HEADERS; the headers' include path is ${HIDL_GEN_DIR}.
+# ROOT is the package root: every file <version>/I*.hal below it is an interface,
+# <version>/types.hal holds types. ROOTS adds package roots for hidl-gen,
+# HAL_DEPENDS the .hal files of other packages that this one imports.
+find_program(HIDL_GEN hidl-gen REQUIRED)
+set(HIDL_GEN_DIR ${CMAKE_BINARY_DIR}/gen)
+set(HIDL_GEN_ROOTS
+  -p ${CMAKE_SOURCE_DIR}
+  -r com.tovi.dtv.hardware.audio:interfaces
+  -r android.hidl:host/interfaces/hidl
+  -r android.hardware:host/interfaces/hardware
+  CACHE INTERNAL "Where hidl-gen looks for packages")
+
+function(hidl_package target)
+  cmake_parse_arguments(ARG "" "PACKAGE;ROOT" "VERSIONS;ROOTS;HAL_DEPENDS" ${ARGN})
+  string(REPLACE "." "/" package_path ${ARG_PACKAGE})
+  set(roots ${HIDL_GEN_ROOTS} ${ARG_ROOTS})
+  set(all_hal ${ARG_HAL_DEPENDS})
+  if(EXISTS ${ARG_ROOT}/current.txt)
+    list(APPEND all_hal ${ARG_ROOT}/current.txt) # hidl-gen compares the frozen hashes in it
+  endif()
+  foreach(version ${ARG_VERSIONS})
+    file(GLOB hal CONFIGURE_DEPENDS ${ARG_ROOT}/${version}/*.hal)
+    list(APPEND all_hal ${hal})
+  endforeach()
+  set(sources)
+  set(headers)
+  foreach(version ${ARG_VERSIONS})
+    file(GLOB hal CONFIGURE_DEPENDS ${ARG_ROOT}/${version}/*.hal)
+    set(out ${HIDL_GEN_DIR}/${package_path}/${version})
+    set(version_sources)
+    set(version_headers)
+    foreach(file ${hal})
+      get_filename_component(name ${file} NAME_WE)
+      if(name STREQUAL "types")
+        list(APPEND version_sources ${out}/types.cpp)
+        list(APPEND version_headers ${out}/types.h ${out}/hwtypes.h)
+      else()
+        string(SUBSTRING ${name} 1 -1 base)
+        list(APPEND version_sources ${out}/${base}All.cpp)
+        list(APPEND version_headers ${out}/${name}.h ${out}/IHw${base}.h ${out}/BnHw${base}.h ${out}/BpHw${base}.h
+          ${out}/Bs${base}.h)
+      endif()
+    endforeach()
+    set(fqname ${ARG_PACKAGE}@${version})
+    add_custom_command(
+      OUTPUT ${version_sources} ${version_headers}
+      COMMAND ${HIDL_GEN} -o ${HIDL_GEN_DIR} -Lc++-headers ${roots} ${fqname}
+      COMMAND ${HIDL_GEN} -o ${HIDL_GEN_DIR} -Lc++-sources ${roots} ${fqname}
+      DEPENDS ${all_hal}
+      COMMENT "hidl-gen ${fqname}"
+      VERBATIM)
+    list(APPEND sources ${version_sources})
+    list(APPEND headers ${version_headers})
+  endforeach()
+  # Generated code is not ours to warn about.
+  set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS "-w")
+  set(${target}_SOURCES ${${target}_SOURCES} ${sources} PARENT_SCOPE)
+  set(${target}_HEADERS ${${target}_HEADERS} ${headers} PARENT_SCOPE)
+endfunction()

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <android/hidl/base/1.0/BnHwBase.h>
+#include <android/hidl/base/1.0/IBase.h>
+#include <hidl/HidlSupport.h>
+#include <hidl/HidlTransportUtils.h>
+#include <hidl/Status.h>
+#include <hwbinder/IBinder.h>
+#include <hwbinder/Parcel.h>
+
+#include <new>
+#include <type_traits>
+
+namespace android::hardware {
+
+/** Carries a death notice from the transport to an interface's recipient. */
+struct hidl_binder_death_recipient : IBinder::DeathRecipient {
+    hidl_binder_death_recipient(const sp<hidl_death_recipient>& recipient, uint64_t cookie,
+                                const sp<hidl::base::V1_0::IBase>& base)
+        : mRecipient(recipient), mCookie(cookie), mBase(base) {}
+    void binderDied(const wp<IBinder>& who) override;
+    wp<hidl_death_recipient>& getRecipient() { return mRecipient; }
+
+  private:
+    wp<hidl_death_recipient> mRecipient;
+    uint64_t mCookie;
+    wp<hidl::base::V1_0::IBase> mBase;
+};
+
+// Types of the interface language in a parcel. `parentHandle` and `parentOffset`
+// tell in which buffer, and where in it, the structure lies that refers to the
+// data; the reader checks that both sides agree on it.
+
+status_t readEmbeddedFromParcel(const hidl_handle& handle, const Parcel& parcel, size_t parentHandle,
+                                size_t parentOffset);
+status_t writeEmbeddedToParcel(const hidl_handle& handle, Parcel* parcel, size_t parentHandle,
+                               size_t parentOffset);
+status_t readEmbeddedFromParcel(const hidl_string& string, const Parcel& parcel, size_t parentHandle,
+                                size_t parentOffset);
+status_t writeEmbeddedToParcel(const hidl_string& string, Parcel* parcel, size_t parentHandle,
+                               size_t parentOffset);
+
+namespace details {
+// Data of which any bytes are a value: such a vector may lie in memory that the
+// other process can still write to.
+template <typename T>
+constexpr bool kIsPlainData =
+    (std::is_arithmetic<T>::value && !std::is_same<T, bool>::value) || std::is_enum<T>::value;
+}  // namespace details
+
+template <typename T>
+status_t writeEmbeddedToParcel(const hidl_vec<T>& vec, Parcel* parcel, size_t parentHandle,
+                               size_t parentOffset, size_t* childHandle) {
+    return parcel->writeEmbeddedBuffer(vec.data(), sizeof(T) * vec.size(), childHandle, parentHandle,
+                                       parentOffset + hidl_vec<T>::kOffsetOfBuffer, details::kIsPlainData<T>);
+}
+
+template <typename T>
+status_t readEmbeddedFromParcel(const hidl_vec<T>& vec, const Parcel& parcel, size_t parentHandle,
+                                size_t parentOffset, size_t* childHandle) {
+    const size_t count = vec.size();
+    if (count > SIZE_MAX / sizeof(T)) return BAD_VALUE;
+    const void* data = nullptr;
+    status_t status = parcel.readEmbeddedBuffer(sizeof(T) * count, childHandle, parentHandle,
+                                                parentOffset + hidl_vec<T>::kOffsetOfBuffer, &data,
+                                                details::kIsPlainData<T>);
+    if (status != OK) return status;
+    // The structure came from the other process, its pointer and owner flag with it:
+    // it is made anew, and nothing of it is trusted.
+    auto* own = new (const_cast<hidl_vec<T>*>(&vec)) hidl_vec<T>();
+    own->setToExternal(static_cast<T*>(const_cast<void*>(data)), count);
+    return OK;
+}
+
+status_t readFromParcel(Status* status, const Parcel& parcel);
+status_t writeToParcel(const Status& status, Parcel* parcel);
+
+/**
+ * The binder through which `interface` is passed: the stub of a local object (one
+ * an object), the remote binder of a proxy. Null where there is no stub for it.
+ */
+sp<IBinder> getOrCreateCachedBinder(hidl::base::V1_0::IBase* interface);
+
+/** The interface behind a received binder: the object itself where it is local, else a new proxy. */
+template <typename IType, typename ProxyType, typename StubType>
+sp<IType> fromBinder(const sp<IBinder>& binder) {
+    if (binder == nullptr) return nullptr;
+    if (binder->localBinder() == nullptr) return new ProxyType(binder);
+    auto* stub = dynamic_cast<hidl::base::V1_0::BnHwBase*>(binder.get());
+    if (stub == nullptr) return nullptr;
+    sp<hidl::base::V1_0::IBase> base = stub->getImpl();
+    if (!details::canCastInterface(base.get(), IType::descriptor).withDefault(false)) return nullptr;
+    return static_cast<IType*>(base.get());
+}
+
+}  // namespace android::hardware

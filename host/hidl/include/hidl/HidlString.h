@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <hidl/HidlInternal.h>
+#include <stddef.h>
+#include <string.h>
+
+#include <string>
+
+namespace android::hardware {
+
+/**
+ * A string as an argument: bytes and a closing NUL. It owns its bytes, unless it
+ * was set to external ones, or received: then they live as long as the call.
+ */
+struct hidl_string {
+    hidl_string();
+    ~hidl_string();
+    hidl_string(const hidl_string& other);
+    hidl_string(const char* text);  // NOLINT: as std::string
+    hidl_string(const char* text, size_t length);
+    hidl_string(const std::string& text);  // NOLINT
+    hidl_string(hidl_string&& other) noexcept;
+
+    hidl_string& operator=(const hidl_string& other);
+    hidl_string& operator=(const char* text);
+    hidl_string& operator=(const std::string& text);
+    hidl_string& operator=(hidl_string&& other) noexcept;
+
+    operator std::string() const { return std::string(mBuffer, mSize); }  // NOLINT
+
+    const char* c_str() const { return mBuffer; }
+    size_t size() const { return mSize; }
+    bool empty() const { return mSize == 0; }
+    void clear();
+
+    /** Refers to `text`, which must outlive this string. `length` leaves out the NUL. */
+    void setToExternal(const char* text, size_t length);
+
+    /** Where the pointer lies in this structure. */
+    static const size_t kOffsetOfBuffer;
+
+  private:
+    void assignCopy(const char* text, size_t length);
+    void moveFrom(hidl_string&& other);
+
+    details::hidl_pointer<const char> mBuffer;
+    uint32_t mSize;
+    bool mOwnsBuffer;
+    uint8_t mPadding[3];
+};
+static_assert(sizeof(hidl_string) == 16, "the layout travels");
+
+inline bool operator==(const hidl_string& a, const hidl_string& b) {
+    return a.size() == b.size() && memcmp(a.c_str(), b.c_str(), a.size()) == 0;
+}
+inline bool operator==(const hidl_string& a, const char* b) {
+    return strcmp(a.c_str(), b) == 0;
+}
+inline bool operator==(const char* a, const hidl_string& b) {
+    return b == a;
+}
+inline bool operator!=(const hidl_string& a, const hidl_string& b) {
+    return !(a == b);
+}
+inline bool operator!=(const hidl_string& a, const char* b) {
+    return !(a == b);
+}
+inline bool operator!=(const char* a, const hidl_string& b) {
+    return !(b == a);
+}
+inline bool operator<(const hidl_string& a, const hidl_string& b) {
+    return strcmp(a.c_str(), b.c_str()) < 0;
+}
+
+}  // namespace android::hardware

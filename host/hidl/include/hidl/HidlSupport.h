@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cutils/native_handle.h>
+#include <hidl/HidlInternal.h>
+#include <hidl/HidlString.h>
+#include <hidl/HidlVec.h>
+#include <utils/Errors.h>
+#include <utils/RefBase.h>
+#include <utils/StrongPointer.h>
+
+#include <array>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace android::hidl::base::V1_0 {
+struct IBase;
+}
+
+namespace android::hardware {
+
+/** What a client derives from to be told that the other process has ended. */
+struct hidl_death_recipient : public virtual RefBase {
+    /**
+     * The process behind `who` has ended. Called once for each linkToDeath, on a
+     * thread of the pool.
+     *
+     * @param cookie as given to linkToDeath
+     * @param who    the proxy; it can be made strong while someone holds it
+     */
+    virtual void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) = 0;
+};
+
+/**
+ * A native handle (descriptors and integers) as an argument. It owns the handle
+ * only where setTo() was told so; a received one lives as long as the call.
+ */
+struct hidl_handle {
+    hidl_handle() : mHandle(nullptr), mOwnsHandle(false), mPadding{} {}
+    hidl_handle(const native_handle_t* handle) : hidl_handle() { mHandle = handle; }  // NOLINT
+    hidl_handle(const hidl_handle& other) : hidl_handle() { *this = other; }
+    hidl_handle(hidl_handle&& other) noexcept : hidl_handle() { *this = std::move(other); }
+    ~hidl_handle() { freeHandle(); }
+
+    /** Duplicates the descriptors of `other`; aborts where that cannot be done. */
+    hidl_handle& operator=(const hidl_handle& other);
+    hidl_handle& operator=(const native_handle_t* handle);
+    hidl_handle& operator=(hidl_handle&& other) noexcept;
+
+    void setTo(native_handle_t* handle, bool shouldOwn = false);
+
+    const native_handle_t* operator->() const { return mHandle; }
+    operator const native_handle_t*() const { return mHandle; }  // NOLINT: as on the platform
+    const native_handle_t* getNativeHandle() const { return mHandle; }
+
+  private:
+    void freeHandle();
+
+    details::hidl_pointer<const native_handle_t> mHandle;
+    bool mOwnsHandle;
+    uint8_t mPadding[7];
+};
+
+/** Shared memory by name, as the generated code measures it. No interface here passes any. */
+struct hidl_memory {
+    hidl_memory() : mSize(0) {}
+    hidl_memory(const hidl_string& name, const hidl_handle& handle, size_t size)
+        : mHandle(handle), mSize(size), mName(name) {}
+
+    const native_handle_t* handle() const { return mHandle; }
+    const hidl_string& name() const { return mName; }
+    uint64_t size() const { return mSize; }
+
+  private:
+    hidl_handle mHandle;
+    uint64_t mSize;
+    hidl_string mName;
+};
+
+/**
+ * A fixed array as a type of the interface language. It is read from the braced
+ * arrays that hidl-gen writes, hence the constructor from an array reference: g++
+ * lets no temporary array decay to a pointer.
+ */
+template <typename T, size_t SIZE>
+struct hidl_array {
+    hidl_array() = default;
+    hidl_array(const T* source) { std::copy(source, source + SIZE, mBuffer); }    // NOLINT
+    hidl_array(const T (&source)[SIZE]) : hidl_array(&source[0]) {}               // NOLINT
+    hidl_array(const std::array<T, SIZE>& source) : hidl_array(source.data()) {}  // NOLINT
+
+    T* data() { return mBuffer; }
+    const T* data() const { return mBuffer; }
+    T& operator[](size_t index) { return mBuffer[index]; }
+    const T& operator[](size_t index) const { return mBuffer[index]; }
+    static constexpr size_t size() { return SIZE; }
+
+    bool operator==(const hidl_array& other) const {
+        return std::equal(mBuffer, mBuffer + SIZE, other.mBuffer);
+    }
+    bool operator!=(const hidl_array& other) const { return !(*this == other); }
+
+    operator std::array<T, SIZE>() const {  // NOLINT
+        std::array<T, SIZE> copy{};
+        std::copy(mBuffer, mBuffer + SIZE, copy.begin());
+        return copy;
+    }
+
+  private:
+    T mBuffer[SIZE];
+};
+
+/** The integer behind an enumeration whose values are combined as bits. */
+template <typename T>
+using hidl_bitfield = typename std::underlying_type<T>::type;
+
+namespace details {
+
+template <typename T>
+constexpr std::array<T, 0> hidl_enum_values = {};
+
+std::string toHexStringFromBits(uint64_t bits);
+
+template <typename T>
+std::string toHexString(T value) {
+    return toHexStringFromBits(
+        static_cast<uint64_t>(static_cast<typename std::make_unsigned<T>::type>(value)));
+}
+
+}  // namespace details
+
+/** All values of an enumeration, to loop over. */
+template <typename T>
+struct hidl_enum_range {
+    constexpr auto begin() const { return details::hidl_enum_values<T>.begin(); }
+    constexpr auto end() const { return details::hidl_enum_values<T>.end(); }
+};
+
+// toString: every type as text, for logs.
+
+std::string toString(const hidl_string& value);
+std::string toString(const hidl_handle& value);
+std::string toString(const hidl_memory& value);
+std::string toString(bool value);
+
+template <typename T>
+typename std::enable_if<std::is_arithmetic<T>::value, std::string>::type toString(T value) {
+    return std::to_string(value);
+}
+
+template <typename Iterator>
+std::string toStringOfRange(Iterator first, Iterator last) {
+    std::string text = "{";
+    const char* separator = "";
+    for (; first != last; ++first, separator = ", ") text += separator + toString(*first);
+    return text + "}";
+}
+
+template <typename T>
+std::string toString(const hidl_vec<T>& value) {
+    return "[" + std::to_string(value.size()) + "]" + toStringOfRange(value.begin(), value.end());
+}
+
+template <typename T, size_t SIZE>
+std::string toString(const hidl_array<T, SIZE>& value) {
+    return "[" + std::to_string(SIZE) + "]" + toStringOfRange(value.data(), value.data() + SIZE);
+}
+
+static_assert(sizeof(hidl_handle) == 16 && sizeof(hidl_memory) == 40,
+              "layouts that the generated code checks");
+
+}  // namespace android::hardware

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <hidl/HidlBinderSupport.h>
+#include <hidl/HidlSupport.h>
+#include <hidl/HidlTransportUtils.h>
+#include <hwbinder/IInterface.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace android::hardware {
+
+/**
+ * Says how many threads serve incoming calls and death notices in this process.
+ * Before the first service is registered; aborts on (0, true).
+ *
+ * @param maxThreads     at most so many, the joining one included
+ * @param callerWillJoin the caller will give its thread with joinRpcThreadpool();
+ *                       nothing is served before that
+ */
+void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin);
+
+/**
+ * Serves on the calling thread; does not return in normal use. Aborts where
+ * configureRpcThreadpool was not told that the caller will join.
+ */
+void joinRpcThreadpool();
+
+/** Whether both are null or refer to the same object. */
+bool interfacesEqual(const sp<hidl::base::V1_0::IBase>& left, const sp<hidl::base::V1_0::IBase>& right);
+
+/** Stored for the service's stub; scheduling has no meaning on a workstation. */
+bool setMinSchedulerPolicy(const sp<hidl::base::V1_0::IBase>& service, int policy, int priority);
+
+namespace details {
+
+/** This process's number for DebugInfo. */
+int32_t getPidIfSharable();
+
+/**
+ * `parent` as an IChild: itself where it is local, a new proxy where it is remote,
+ * null where it is no IChild.
+ */
+template <typename IChild, typename IParent, typename BpChild>
+Return<sp<IChild>> castInterface(sp<IParent> parent, const char* childIndicator, bool emitError) {
+    if (parent == nullptr) return sp<IChild>();
+    Return<bool> canCast = canCastInterface(parent.get(), childIndicator, emitError);
+    if (!canCast.isOk()) return Status::fromStatusT(DEAD_OBJECT);
+    if (!canCast) return sp<IChild>();
+    if (!parent->isRemote()) return sp<IChild>(static_cast<IChild*>(parent.get()));
+    return sp<IChild>(new BpChild(getOrCreateCachedBinder(parent.get())));
+}
+
+/** The service registered as `instance` of the interface `descriptor`, null where there is none. */
+sp<IBinder> findService(const std::string& descriptor, const std::string& instance);
+
+template <typename BpType, typename IType = typename BpType::Pure>
+sp<IType> getServiceInternal(const std::string& instance, bool /*retry*/, bool getStub) {
+    // No implementation is loaded into the asking process on a workstation.
+    if (getStub) return nullptr;
+    sp<IBinder> binder = findService(IType::descriptor, instance);
+    if (binder == nullptr) return nullptr;
+    if (binder->localBinder() == nullptr) return new BpType(binder);
+    auto* stub = dynamic_cast<hidl::base::V1_0::BnHwBase*>(binder.get());
+    return stub != nullptr ? static_cast<IType*>(stub->getImpl().get()) : nullptr;
+}
+
+/**
+ * Registers `service` as `name` under every interface it implements.
+ *
+ * @return OK; UNEXPECTED_NULL for no service; UNKNOWN_ERROR where the name is
+ *         unusable or the registry cannot be written
+ */
+status_t registerAsServiceInternal(const sp<hidl::base::V1_0::IBase>& service, const std::string& name);
+
+}  // namespace details
+}  // namespace android::hardware

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <hidl/HidlInternal.h>
+#include <stddef.h>
+
+#include <algorithm>
+#include <initializer_list>
+#include <iterator>
+#include <limits>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace android::hardware {
+
+/**
+ * A sequence as an argument. It owns its elements, unless it was set to external
+ * ones, or received: then they live as long as the call.
+ */
+template <typename T>
+struct hidl_vec {
+    using value_type = T;
+    using iterator = T*;
+    using const_iterator = const T*;
+
+    hidl_vec() : mBuffer(nullptr), mSize(0), mOwnsBuffer(false), mPadding{} {}
+    explicit hidl_vec(size_t size) : hidl_vec() { resize(size); }
+    hidl_vec(const hidl_vec& other) : hidl_vec() { *this = other; }
+    hidl_vec(hidl_vec&& other) noexcept : hidl_vec() { *this = std::move(other); }
+    hidl_vec(const std::vector<T>& other) : hidl_vec() { *this = other; }  // NOLINT: as on the platform
+    hidl_vec(std::initializer_list<T> list) : hidl_vec(list.begin(), list.end()) {}
+    template <typename InputIterator,
+              typename = typename std::iterator_traits<InputIterator>::iterator_category>
+    hidl_vec(InputIterator first, InputIterator last) : hidl_vec() {
+        allocate(static_cast<size_t>(std::distance(first, last)));
+        std::copy(first, last, begin());
+    }
+    ~hidl_vec() { freeBuffer(); }
+
+    hidl_vec& operator=(const hidl_vec& other) {
+        if (this != &other) assignCopy(other.begin(), other.size());
+        return *this;
+    }
+    hidl_vec& operator=(hidl_vec&& other) noexcept {
+        if (this == &other) return *this;
+        freeBuffer();
+        mBuffer = other.data();
+        mSize = other.mSize;
+        mOwnsBuffer = other.mOwnsBuffer;
+        other.mBuffer = nullptr;
+        other.mSize = 0;
+        other.mOwnsBuffer = false;
+        return *this;
+    }
+    hidl_vec& operator=(const std::vector<T>& other) {
+        freeBuffer();
+        allocate(other.size());
+        std::copy(other.begin(), other.end(), begin());
+        return *this;
+    }
+    hidl_vec& operator=(std::initializer_list<T> list) { return *this = hidl_vec(list); }
+
+    operator std::vector<T>() const { return std::vector<T>(begin(), end()); }  // NOLINT
+
+    /** Refers to `size` elements at `data`, which must outlive this vector, or are given to it. */
+    void setToExternal(T* data, size_t size, bool shouldOwn = false) {
+        checkSize(size);
+        freeBuffer();
+        mBuffer = data;
+        mSize = static_cast<uint32_t>(size);
+        mOwnsBuffer = shouldOwn;
+    }
+
+    T* data() { return mBuffer; }
+    const T* data() const { return mBuffer; }
+    size_t size() const { return mSize; }
+    bool empty() const { return mSize == 0; }
+
+    T& operator[](size_t index) { return data()[index]; }
+    const T& operator[](size_t index) const { return data()[index]; }
+
+    iterator begin() { return data(); }
+    iterator end() { return data() + mSize; }
+    const_iterator begin() const { return data(); }
+    const_iterator end() const { return data() + mSize; }
+    const_iterator cbegin() const { return data(); }
+    const_iterator cend() const { return data() + mSize; }
+
+    /** Keeps the elements that fit; new ones are value-initialised. */
+    void resize(size_t size) {
+        checkSize(size);
+        hidl_vec grown;
+        grown.allocate(size);
+        std::move(begin(), begin() + std::min(size, this->size()), grown.begin());
+        *this = std::move(grown);
+    }
+
+    bool operator==(const hidl_vec& other) const {
+        return size() == other.size() && std::equal(begin(), end(), other.begin());
+    }
+    bool operator!=(const hidl_vec& other) const { return !(*this == other); }
+
+    /** Where the pointer lies in this structure. */
+    static constexpr size_t kOffsetOfBuffer = 0;
+
+  private:
+    static void checkSize(size_t size) {
+        if (size > std::numeric_limits<uint32_t>::max())
+            details::logAlwaysFatal("hidl_vec can't hold that many elements.");
+    }
+    // The vector owns no buffer when this is called.
+    void allocate(size_t size) {
+        checkSize(size);
+        mBuffer = size > 0 ? new T[size]() : nullptr;
+        mSize = static_cast<uint32_t>(size);
+        mOwnsBuffer = size > 0;
+    }
+    void assignCopy(const T* source, size_t size) {
+        hidl_vec copy;
+        copy.allocate(size);
+        std::copy(source, source + size, copy.begin());
+        *this = std::move(copy);
+    }
+    void freeBuffer() {
+        if (mOwnsBuffer) delete[] data();
+        mBuffer = nullptr;
+        mSize = 0;
+        mOwnsBuffer = false;
+    }
+
+    details::hidl_pointer<T> mBuffer;
+    uint32_t mSize;
+    bool mOwnsBuffer;
+    uint8_t mPadding[3];
+};
+static_assert(sizeof(hidl_vec<char>) == 16, "the layout travels");
+
+}  // namespace android::hardware

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <hidl/HidlSupport.h>
+
+namespace android::hardware {
+
+// Fast message queues. No interface here has one; the generated code measures the
+// descriptor's layout in every file.
+enum MQFlavor : uint32_t { kSynchronizedReadWrite = 0x01, kUnsynchronizedWrite = 0x02 };
+
+struct GrantorDescriptor {
+    uint32_t flags;
+    uint32_t fdIndex;
+    uint32_t offset;
+    uint64_t extent;
+};
+
+template <typename T, MQFlavor flavor>
+struct MQDescriptor {
+  private:
+    hidl_vec<GrantorDescriptor> mGrantors;
+    details::hidl_pointer<native_handle_t> mHandle;
+    uint32_t mQuantum = 0;
+    uint32_t mFlags = flavor;
+};
+
+template <typename T>
+using MQDescriptorSync = MQDescriptor<T, kSynchronizedReadWrite>;
+template <typename T>
+using MQDescriptorUnsync = MQDescriptor<T, kUnsynchronizedWrite>;
+
+}  // namespace android::hardware

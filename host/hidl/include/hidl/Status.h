@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <hidl/HidlInternal.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
+
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <utility>
+
+namespace android::hardware {
+
+/** How a call ended: fine, with an error of the transport, or with one of the callee. */
+class Status final {
+  public:
+    enum Exception : int32_t {
+        EX_NONE = 0,
+        EX_SECURITY = -1,
+        EX_BAD_PARCELABLE = -2,
+        EX_ILLEGAL_ARGUMENT = -3,
+        EX_NULL_POINTER = -4,
+        EX_ILLEGAL_STATE = -5,
+        EX_NETWORK_MAIN_THREAD = -6,
+        EX_UNSUPPORTED_OPERATION = -7,
+        EX_TRANSACTION_FAILED = -129,
+    };
+
+    Status() = default;
+    static Status ok() { return Status(); }
+    static Status fromExceptionCode(int32_t exceptionCode);
+    static Status fromExceptionCode(int32_t exceptionCode, const char* message);
+    /** A transport error; OK gives an ok status. */
+    static Status fromStatusT(status_t status);
+
+    void setException(int32_t exceptionCode, const char* message);
+    void setFromStatusT(status_t status);
+
+    int32_t exceptionCode() const { return mException; }
+    const char* exceptionMessage() const { return mMessage.c_str(); }
+    status_t transactionError() const { return mException == EX_TRANSACTION_FAILED ? mErrorCode : OK; }
+    bool isOk() const { return mException == EX_NONE; }
+    std::string description() const;
+
+  private:
+    int32_t mException = EX_NONE;
+    status_t mErrorCode = OK;
+    std::string mMessage;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Status& status);
+
+namespace details {
+
+/**
+ * A status that must be looked at: an error that nobody examined ends the process
+ * when it goes out of scope, is overwritten, or its value is read.
+ */
+class return_status {
+  public:
+    return_status() = default;
+    return_status(const Status& status) : mStatus(status) {}  // NOLINT: as on the platform
+    return_status(return_status&& other) noexcept { *this = std::move(other); }
+    return_status& operator=(return_status&& other) noexcept;
+    return_status(const return_status&) = delete;
+    return_status& operator=(const return_status&) = delete;
+    ~return_status() {
+        if (!mStatus.isOk() && !mExamined) unexamined();
+    }
+
+    /** Examines the status. */
+    bool isOk() const {
+        mExamined = true;
+        return mStatus.isOk();
+    }
+    /** Examines the status only where the answer is yes. */
+    bool isDeadObject() const {
+        const bool dead = mStatus.transactionError() == DEAD_OBJECT;
+        mExamined = mExamined || dead;
+        return dead;
+    }
+    /** Does not examine. */
+    bool isOkUnchecked() const { return mStatus.isOk(); }
+    std::string description() const { return mStatus.description(); }
+
+    /** Ends the process on an error. For the generated code. */
+    void assertOk() const {
+        if (!isOk()) failed();
+    }
+
+  private:
+    [[noreturn]] void unexamined() const;
+    [[noreturn]] void failed() const;
+
+    Status mStatus;
+    mutable bool mExamined = false;
+};
+
+}  // namespace details
+
+/** The result of a call: a value, or the error that kept it away. */
+template <typename T>
+class [[nodiscard]] Return : public details::return_status {
+  public:
+    Return(T value) : mValue(std::move(value)) {}                               // NOLINT: as on the platform
+    Return(const Status& status) : details::return_status(status), mValue{} {}  // NOLINT
+    Return(Return&&) noexcept = default;
+    Return& operator=(Return&&) noexcept = default;
+    ~Return() = default;
+
+    operator T() const {  // NOLINT
+        assertOk();
+        return mValue;
+    }
+    /** The value, `fallback` on an error. Examines. */
+    T withDefault(T fallback) { return isOk() ? mValue : std::move(fallback); }
+
+  private:
+    T mValue;
+};
+
+template <>
+class [[nodiscard]] Return<void> : public details::return_status {
+  public:
+    Return() = default;
+    Return(const Status& status) : details::return_status(status) {}  // NOLINT
+    Return(Return&&) noexcept = default;
+    Return& operator=(Return&&) noexcept = default;
+    ~Return() = default;
+};
+
+static inline Return<void> Void() {
+    return Return<void>();
+}
+
+}  // namespace android::hardware

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <hwbinder/IBinder.h>
+
+#include <atomic>
+#include <memory>
+
+namespace android::hardware {
+
+namespace transport {
+struct OnewayQueue;
+}
+
+/** An object of this process; the generated stubs derive from it. */
+class BHwBinder : public IBinder {
+  public:
+    BHwBinder();
+
+    status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags = 0,
+                      TransactCallback callback = nullptr) override;
+    status_t linkToDeath(const sp<DeathRecipient>& recipient, void* cookie, uint32_t flags) override;
+    status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie, uint32_t flags,
+                           wp<DeathRecipient>* outRecipient) override;
+    BHwBinder* localBinder() override { return this; }
+
+    /** The object's number on the wire, the same for every peer and never used again. */
+    uint64_t exportId();
+    /** Oneway calls that wait for the object, served one after another. */
+    transport::OnewayQueue& onewayQueue() { return *mOnewayQueue; }
+
+  protected:
+    ~BHwBinder() override;
+    virtual status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags = 0,
+                                TransactCallback callback = nullptr) = 0;
+    void setRequestingSid(bool) {}
+
+    // Set by the generated stubs from what setMinSchedulerPolicy stored.
+    int mSchedPolicy = 0;
+    int mSchedPriority = 0;
+
+  private:
+    std::atomic<uint64_t> mExportId{0};
+    std::unique_ptr<transport::OnewayQueue> mOnewayQueue;
+};
+
+/** What every proxy holds: the binder of the object it stands for. */
+class BpHwRefBase : public virtual RefBase {
+  public:
+    IBinder* remote() const { return mRemote.get(); }
+
+  protected:
+    explicit BpHwRefBase(const sp<IBinder>& binder) : mRemote(binder) {}
+
+  private:
+    const sp<IBinder> mRemote;
+};
+
+}  // namespace android::hardware

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cutils/native_handle.h>
+#include <hwbinder/IInterface.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <transport/message.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
+
+namespace android::hardware {
+
+/**
+ * The arguments or the results of one call, as the generated code writes and reads
+ * them. A parcel is either written (then sent) or received (then read). One thread.
+ *
+ * Writers give NO_MEMORY once the parcel is larger than any transaction may be; the
+ * call then fails with FAILED_TRANSACTION. Readers check every size against what
+ * was received: NOT_ENOUGH_DATA at the end, BAD_VALUE where the record is not the
+ * one that was asked for. What a reader points to lives as long as the parcel.
+ */
+class Parcel {
+  public:
+    Parcel();
+    ~Parcel();
+    Parcel(const Parcel&) = delete;
+    Parcel& operator=(const Parcel&) = delete;
+
+    /** Name of the interface whose method is called; the receiver compares it with its own. */
+    status_t writeInterfaceToken(const char* interface);
+    bool enforceInterface(const char* interface) const;
+
+    status_t writeInt8(int8_t value);
+    status_t writeUint8(uint8_t value);
+    status_t writeInt16(int16_t value);
+    status_t writeUint16(uint16_t value);
+    status_t writeInt32(int32_t value);
+    status_t writeUint32(uint32_t value);
+    status_t writeInt64(int64_t value);
+    status_t writeUint64(uint64_t value);
+    status_t writeFloat(float value);
+    status_t writeDouble(double value);
+    status_t writeBool(bool value);
+    status_t writeCString(const char* text);
+
+    status_t readInt8(int8_t* value) const;
+    status_t readUint8(uint8_t* value) const;
+    status_t readInt16(int16_t* value) const;
+    status_t readUint16(uint16_t* value) const;
+    status_t readInt32(int32_t* value) const;
+    status_t readUint32(uint32_t* value) const;
+    status_t readInt64(int64_t* value) const;
+    status_t readUint64(uint64_t* value) const;
+    status_t readFloat(float* value) const;
+    status_t readDouble(double* value) const;
+    status_t readBool(bool* value) const;
+    /** Null where no terminated text follows. */
+    const char* readCString() const;
+
+    /**
+     * Writes a structure. `*handle` names it as the parent of buffers that it refers to.
+     */
+    status_t writeBuffer(const void* data, size_t size, size_t* handle);
+    /**
+     * Writes what the structure `parent` refers to at `parentOffset`. Large `plain`
+     * data is not copied here but when the parcel is sent: it must live until then.
+     */
+    status_t writeEmbeddedBuffer(const void* data, size_t size, size_t* handle, size_t parent,
+                                 size_t parentOffset, bool plain = false);
+    status_t readBuffer(size_t size, size_t* handle, const void** data) const;
+    /** Only `plain` data is taken from memory that the sender can still write to. */
+    status_t readEmbeddedBuffer(size_t size, size_t* handle, size_t parent, size_t parentOffset,
+                                const void** data, bool plain = false) const;
+
+    /** An object, or null. */
+    status_t writeStrongBinder(const sp<IBinder>& binder);
+    status_t readStrongBinder(sp<IBinder>* binder) const;
+    status_t readNullableStrongBinder(sp<IBinder>* binder) const;
+
+    /** A native handle, or null. The descriptors stay the writer's; the reader's live as long as the parcel.
+     */
+    status_t writeNativeHandleNoDup(const native_handle_t* handle);
+    status_t readNativeHandleNoDup(const native_handle_t** handle) const;
+    status_t readNullableNativeHandleNoDup(const native_handle_t** handle) const;
+    status_t writeEmbeddedNativeHandle(const native_handle_t* handle, size_t parent, size_t parentOffset);
+    status_t readEmbeddedNativeHandle(size_t parent, size_t parentOffset,
+                                      const native_handle_t** handle) const;
+    status_t readNullableEmbeddedNativeHandle(size_t parent, size_t parentOffset,
+                                              const native_handle_t** handle) const;
+
+    // For the transport.
+
+    /** What was written; sending adds the header and the references to its buffer. */
+    transport::OutgoingBody& outgoing() const { return mOut; }
+    /** Makes this parcel the received `message`, at its beginning. */
+    void adopt(transport::IncomingMessage&& message);
+
+  private:
+    template <typename T>
+    status_t writePrimitive(T value);
+    template <typename T>
+    status_t readPrimitive(T* value) const;
+    uint8_t* reserve(size_t size, size_t alignment);
+    status_t writeRecord(const void* data, size_t size, uint32_t parent, uint32_t parentOffset,
+                         size_t* handle, bool plain);
+    status_t readRecord(size_t size, uint32_t parent, uint32_t parentOffset, size_t* handle,
+                        const void** data, bool plain) const;
+    const uint8_t* take(size_t size, size_t alignment) const;
+    status_t readHandle(const native_handle_t** handle) const;
+
+    mutable transport::OutgoingBody mOut;
+    mutable transport::IncomingMessage mIn;
+    mutable size_t mPosition = 0;
+    mutable uint32_t mBuffersRead = 0;
+};
+
+}  // namespace android::hardware

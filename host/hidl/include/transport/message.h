@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <android-base/unique_fd.h>
+#include <cutils/native_handle.h>
+#include <hwbinder/IBinder.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <transport/wire.h>
+#include <utils/StrongPointer.h>
+
+#include <array>
+#include <memory>
+#include <vector>
+
+namespace android::hardware::transport {
+
+class BulkMapping;
+
+/**
+ * Memory for one packet or body. Those of packet size come from a small store of
+ * the thread and go back to it, so that a call in the steady state allocates nothing.
+ */
+class PacketBuffer {
+  public:
+    PacketBuffer() = default;
+    PacketBuffer(PacketBuffer&& other) noexcept { *this = std::move(other); }
+    PacketBuffer& operator=(PacketBuffer&& other) noexcept;
+    ~PacketBuffer() { reset(); }
+
+    /** At least `capacity` bytes, eight-byte aligned; the content of an earlier buffer is lost. */
+    static PacketBuffer ofSize(size_t capacity);
+    /** Makes room for `capacity` bytes and keeps the first `used`. */
+    void grow(size_t capacity, size_t used);
+
+    uint8_t* data() { return mData; }
+    const uint8_t* data() const { return mData; }
+    size_t capacity() const { return mCapacity; }
+
+  private:
+    void reset();
+
+    uint8_t* mData = nullptr;
+    size_t mCapacity = 0;
+};
+
+/** A message being written. The first kHeaderSize bytes of `buffer` are left for the header. */
+struct OutgoingBody {
+    /** Plain data that is copied when the message is sent. */
+    struct BulkPiece {
+        const void* data;
+        size_t size;
+        size_t offset;
+    };
+
+    static constexpr size_t kMaxBulkPieces = 4;
+
+    PacketBuffer buffer;
+    size_t bodySize = 0;
+    size_t bulkSize = 0;
+    uint32_t bufferCount = 0;
+    bool tooLarge = false;
+    std::array<BulkPiece, kMaxBulkPieces> bulk;  // the first bulkCount of them
+    size_t bulkCount = 0;
+    std::vector<sp<IBinder>> objects;
+    std::vector<int> fds;  // borrowed from the native handles that were written
+
+    const uint8_t* body() const { return buffer.data() + kHeaderSize; }
+    /** What the message takes of the receiver's transaction space. */
+    size_t transactionSize() const { return bodySize + bulkSize + objects.size() * sizeof(ObjectReference); }
+};
+
+/** A block of the other process's shared memory, given back when this is destroyed. */
+class BulkView {
+  public:
+    BulkView() = default;
+    /** `block` is where the block begins; the view's data are `size` bytes `skip` into its data. */
+    BulkView(std::shared_ptr<BulkMapping> mapping, size_t block, size_t skip, size_t size)
+        : mMapping(std::move(mapping)), mBlock(block), mSkip(skip), mSize(size) {}
+    BulkView(BulkView&& other) noexcept { *this = std::move(other); }
+    BulkView& operator=(BulkView&& other) noexcept;
+    ~BulkView() { release(); }
+
+    /** Null where [offset, offset + size) does not lie in the block. */
+    const uint8_t* at(size_t offset, size_t size) const;
+    void release();
+
+  private:
+    std::shared_ptr<BulkMapping> mMapping;
+    size_t mBlock = 0;
+    size_t mSkip = 0;
+    size_t mSize = 0;
+};
+
+/** A received message: checked, its objects and descriptors resolved. */
+struct IncomingMessage {
+    MessageHeader header{};
+    PacketBuffer buffer;
+    const uint8_t* body = nullptr;
+    size_t bodySize = 0;
+    BulkView bulk;
+    std::vector<ObjectReference> references;
+    std::vector<sp<IBinder>> objects;
+    std::vector<base::unique_fd> fds;
+    size_t fdsTaken = 0;
+    std::vector<native_handle_t*> handles;
+
+    IncomingMessage() = default;
+    IncomingMessage(IncomingMessage&&) = default;
+    IncomingMessage& operator=(IncomingMessage&& other) noexcept;
+    ~IncomingMessage();
+
+    /** A handle of the next descriptors, owned by the message; null where there are not so many. */
+    const native_handle_t* takeHandle(size_t fdCount, const int* ints, size_t intCount);
+
+  private:
+    void freeHandles();
+};
+
+}  // namespace android::hardware::transport

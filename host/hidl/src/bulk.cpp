@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "bulk.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace android::hardware::transport {
+namespace {
+
+uint8_t* mapShared(int fd) {
+    void* base = mmap(nullptr, kBulkMemorySize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    return base == MAP_FAILED ? nullptr : static_cast<uint8_t*>(base);
+}
+
+}  // namespace
+
+BulkMapping::~BulkMapping() {
+    munmap(mBase, kBulkMemorySize);
+}
+
+std::shared_ptr<BulkMapping> BulkMapping::ofPeer(int fd) {
+    // Memory that its owner can cut short would kill the reader with SIGBUS.
+    const int seals = fcntl(fd, F_GET_SEALS);
+    if (seals < 0 || (seals & F_SEAL_SHRINK) == 0) return nullptr;
+    struct stat status {};
+    if (fstat(fd, &status) != 0 || static_cast<uint64_t>(status.st_size) != kBulkMemorySize) return nullptr;
+    uint8_t* base = mapShared(fd);
+    return base != nullptr ? std::make_shared<BulkMapping>(base) : nullptr;
+}
+
+std::shared_ptr<BulkMapping> BulkMapping::create(base::unique_fd* fd) {
+    fd->reset(memfd_create("hidl-bulk", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (*fd < 0 || ftruncate(*fd, kBulkMemorySize) != 0 ||
+        fcntl(*fd, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0) {
+        return nullptr;
+    }
+    uint8_t* base = mapShared(*fd);
+    return base != nullptr ? std::make_shared<BulkMapping>(base) : nullptr;
+}
+
+bool BulkMapping::holds(size_t block, size_t size) {
+    return block % kBulkAlignment == 0 && block <= kBulkMemorySize - kBulkAlignment &&
+           size <= kBulkMemorySize - kBulkAlignment - block;
+}
+
+bool BulkSender::allocate(size_t size, size_t* block) {
+    if (mMapping == nullptr) {
+        mMapping = BulkMapping::create(&mUndelivered);
+        if (mMapping == nullptr) return false;
+    }
+    auto free = [this](const Block& candidate) { return !mMapping->inUse(candidate.begin); };
+    mBlocks.erase(std::remove_if(mBlocks.begin(), mBlocks.end(), free), mBlocks.end());
+
+    const size_t needed = (kBulkAlignment + size + kBulkAlignment - 1) / kBulkAlignment * kBulkAlignment;
+    size_t begin = 0;
+    auto next = mBlocks.begin();
+    for (; next != mBlocks.end() && next->begin - begin < needed; ++next) begin = next->end;
+    if (begin + needed > kBulkMemorySize) return false;
+    mBlocks.insert(next, {begin, begin + needed});
+    mMapping->claim(begin);
+    *block = begin;
+    return true;
+}
+
+void BulkSender::sent(size_t block, bool delivered) {
+    if (delivered) {
+        mUndelivered.reset();
+    } else {
+        mMapping->giveBack(block);
+    }
+}
+
+}  // namespace android::hardware::transport

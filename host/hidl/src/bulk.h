@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <android-base/unique_fd.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <transport/wire.h>
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace android::hardware::transport {
+
+/** A mapping of shared memory for bulk data, its blocks' words included. */
+class BulkMapping {
+  public:
+    /** Maps memory of the other process; null where it may shrink or is not of the agreed size. */
+    static std::shared_ptr<BulkMapping> ofPeer(int fd);
+    /** Makes memory of our own to share; null where the system gives none. */
+    static std::shared_ptr<BulkMapping> create(base::unique_fd* fd);
+
+    explicit BulkMapping(uint8_t* base) : mBase(base) {}
+    ~BulkMapping();
+    BulkMapping(const BulkMapping&) = delete;
+    BulkMapping& operator=(const BulkMapping&) = delete;
+
+    /** Whether a block of `size` data bytes can begin at `block`. */
+    static bool holds(size_t block, size_t size);
+
+    uint8_t* blockData(size_t block) { return mBase + block + kBulkAlignment; }
+    void giveBack(size_t block) { word(block).store(0, std::memory_order_release); }
+    void claim(size_t block) { word(block).store(1, std::memory_order_relaxed); }
+    bool inUse(size_t block) { return word(block).load(std::memory_order_acquire) != 0; }
+
+  private:
+    std::atomic<uint32_t>& word(size_t block) {
+        return *reinterpret_cast<std::atomic<uint32_t>*>(mBase + block);
+    }
+
+    uint8_t* const mBase;
+};
+static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<uint32_t>) == 4,
+              "the word is shared between processes");
+
+/**
+ * The sender's side: hands out blocks, low addresses first so that the same pages
+ * are used again. What the receiver writes into the words can only make the
+ * sender reuse a block early; the bytes in blocks mean nothing to the sender.
+ */
+class BulkSender {
+  public:
+    /** A block for `size` bytes; false where calls in flight hold the space, or the system gives none. */
+    bool allocate(size_t size, size_t* block);
+    uint8_t* blockData(size_t block) { return mMapping->blockData(block); }
+    /** Descriptor of the memory while the receiver does not have it, else -1. */
+    int undelivered() const { return mUndelivered.get(); }
+    /** The message that refers to `block` has left, and the descriptor with it, or could not. */
+    void sent(size_t block, bool delivered);
+
+  private:
+    struct Block {
+        size_t begin;
+        size_t end;
+    };
+
+    std::shared_ptr<BulkMapping> mMapping;
+    base::unique_fd mUndelivered;
+    std::vector<Block> mBlocks;  // handed out, by address
+};
+
+}  // namespace android::hardware::transport

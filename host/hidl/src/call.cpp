@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include "call.h"
+
+#include <hwbinder/IPCThreadState.h>
+#include <log/log.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "spin.h"
+
+namespace android::hardware::transport {
+namespace {
+
+// A call that this thread serves. Until it is answered, the caller's thread waits on
+// `channel` and serves what is sent there.
+struct Frame {
+    Link* link;
+    Channel* channel;
+    bool answered;
+};
+
+// Peers may call each other back and forth; a peer that never ends must not take
+// the stack.
+constexpr size_t kMaxDepth = 64;
+
+struct OwnChannel {
+    uint64_t linkNumber;
+    std::weak_ptr<Link> link;
+    std::weak_ptr<Channel> channel;
+};
+
+struct ThreadState {
+    std::vector<Frame*> frames;
+    std::vector<OwnChannel> channels;
+
+    ~ThreadState() {
+        for (const OwnChannel& own : channels) {
+            auto link = own.link.lock();
+            auto channel = own.channel.lock();
+            if (link != nullptr && channel != nullptr) link->giveBackCallChannel(channel);
+        }
+    }
+};
+
+ThreadState& thread() {
+    static thread_local ThreadState state;
+    return state;
+}
+
+class ScopedFrame {
+  public:
+    explicit ScopedFrame(Frame* frame) { thread().frames.push_back(frame); }
+    ~ScopedFrame() { thread().frames.pop_back(); }
+    ScopedFrame(const ScopedFrame&) = delete;
+    ScopedFrame& operator=(const ScopedFrame&) = delete;
+};
+
+// The channel on which a thread of the peer already waits for this one.
+Channel* nestedChannel(const Link& link) {
+    const std::vector<Frame*>& frames = thread().frames;
+    auto waits = [&link](const Frame* frame) { return frame->link == &link && !frame->answered; };
+    auto found = std::find_if(frames.rbegin(), frames.rend(), waits);
+    return found != frames.rend() ? (*found)->channel : nullptr;
+}
+
+std::shared_ptr<Channel> ownChannel(Link& link) {
+    std::vector<OwnChannel>& channels = thread().channels;
+    for (const OwnChannel& own : channels) {
+        if (own.linkNumber == link.number) return own.channel.lock();
+    }
+    auto gone = [](const OwnChannel& own) { return own.channel.expired(); };
+    channels.erase(std::remove_if(channels.begin(), channels.end(), gone), channels.end());
+    std::shared_ptr<Channel> channel = link.takeCallChannel();
+    if (channel != nullptr) channels.push_back({link.number, link.weak_from_this(), channel});
+    return channel;
+}
+
+status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
+    for (;;) {
+        IncomingMessage message;
+        const Channel::Received received = receiveSpinning(channel, &message);
+        if (received == Channel::Received::Closed) break;
+        const bool understood = received == Channel::Received::Message && link.resolve(&message) &&
+                                (message.header.type == kReply || message.header.type == kCall);
+        if (!understood) {
+            ALOGE("process %d broke the transport's format", link.peerPid);
+            break;
+        }
+        if (message.header.type == kCall) {
+            serveCall(link.shared_from_this(), channel, std::move(message), nullptr);
+            continue;
+        }
+        const auto status = static_cast<status_t>(message.header.code);
+        if (status == OK) reply->adopt(std::move(message));
+        return status;
+    }
+    link.kill();
+    return DEAD_OBJECT;
+}
+
+status_t sendOnewayCall(Link& link, MessageHeader header, OutgoingBody& body,
+                        const std::vector<ObjectReference>& references) {
+    if (body.transactionSize() > kTransactionLimit / 2) return FAILED_TRANSACTION;
+    header.flags |= kOneway;
+    const status_t status = link.sendOneway(header, body, references);
+    // A receiver that is this far behind has no room for more, as on the platform.
+    return status == WOULD_BLOCK ? static_cast<status_t>(FAILED_TRANSACTION) : status;
+}
+
+// The peer's thread takes each message of this channel before the next is due, so
+// that only a peer that does not keep to the order leaves no room.
+status_t sendOrKill(Link& link, Channel& channel, const MessageHeader& header, OutgoingBody& body,
+                    const std::vector<ObjectReference>& references) {
+    status_t status = channel.send(header, body, references);
+    if (status == WOULD_BLOCK || status == DEAD_OBJECT) {
+        link.kill();
+        status = DEAD_OBJECT;
+    }
+    return status;
+}
+
+void sendStatus(Link& link, Channel& channel, status_t status) {
+    MessageHeader header{};
+    header.type = kReply;
+    header.code = static_cast<uint32_t>(status);
+    const status_t sent = channel.send(header);
+    if (sent != OK) link.kill();
+}
+
+void keepPeersObjects(Channel& channel, const OutgoingBody& body) {
+    for (const sp<IBinder>& object : body.objects) {
+        if (object->remoteBinder() != nullptr) channel.heldUntilNext.push_back(object);
+    }
+}
+
+void sendReply(Link& link, Channel& channel, Parcel& reply) {
+    OutgoingBody& body = reply.outgoing();
+    std::vector<ObjectReference> references;
+    status_t status = link.reference(body.objects, &references);
+    if (status == OK) {
+        MessageHeader header{};
+        header.type = kReply;
+        keepPeersObjects(channel, body);
+        status = sendOrKill(link, channel, header, body, references);
+        if (status != OK) link.takeBack(references);
+    }
+    if (status != OK && status != DEAD_OBJECT) sendStatus(link, channel, status);
+}
+
+}  // namespace
+
+status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
+                    bool oneway) {
+    if (link.dead()) return DEAD_OBJECT;
+    OutgoingBody& body = data.outgoing();
+    if (body.tooLarge) return FAILED_TRANSACTION;
+    MessageHeader header{};
+    header.type = kCall;
+    header.code = code;
+    header.target = object;
+    std::vector<ObjectReference> references;
+    status_t status = link.reference(body.objects, &references);
+    if (status != OK) return status;
+
+    std::shared_ptr<Channel> own;
+    Channel* channel = nullptr;
+    if (oneway) {
+        status = sendOnewayCall(link, header, body, references);
+    } else {
+        channel = nestedChannel(link);
+        if (channel == nullptr) {
+            own = ownChannel(link);
+            channel = own.get();
+        }
+        status = channel != nullptr ? sendOrKill(link, *channel, header, body, references)
+                                    : static_cast<status_t>(DEAD_OBJECT);
+    }
+    if (status != OK) link.takeBack(references);
+    if (status != OK || oneway) return status;
+    return waitReply(link, *channel, reply);
+}
+
+void serveCall(const std::shared_ptr<Link>& link, Channel& channel, IncomingMessage&& message,
+               const std::function<void()>& replied) {
+    Frame frame{link.get(), &channel, false};
+    const uint32_t code = message.header.code;
+    sp<BHwBinder> target = link->target(message.header.target);
+    if (target == nullptr || thread().frames.size() >= kMaxDepth) {
+        sendStatus(*link, channel, target == nullptr ? DEAD_OBJECT : FAILED_TRANSACTION);
+        return;
+    }
+    ScopedFrame scope(&frame);
+    Parcel data;
+    Parcel reply;
+    data.adopt(std::move(message));
+    struct Context {
+        Link& link;
+        Channel& channel;
+        Frame& frame;
+        const std::function<void()>& replied;
+    } context{*link, channel, frame, replied};
+    auto answer = [&context](Parcel& results) {
+        context.frame.answered = true;
+        sendReply(context.link, context.channel, results);
+        if (context.replied) context.replied();
+    };
+    const status_t status = target->transact(code, data, &reply, 0, answer);
+    if (frame.answered) return;
+    if (status == OK) {
+        answer(reply);
+    } else {
+        frame.answered = true;
+        sendStatus(*link, channel, status);
+    }
+}
+
+bool enqueueOneway(BHwBinder& target, const std::shared_ptr<Link>& link, IncomingMessage&& message) {
+    OnewayQueue& queue = target.onewayQueue();
+    std::lock_guard<std::mutex> lock(queue.mutex);
+    queue.pending.push_back({link, std::move(message)});
+    const bool mustServe = !queue.serving;
+    queue.serving = true;
+    return mustServe;
+}
+
+void serveOneways(const sp<BHwBinder>& target) {
+    OnewayQueue& queue = target->onewayQueue();
+    for (;;) {
+        OnewayQueue::Pending next;
+        {
+            std::lock_guard<std::mutex> lock(queue.mutex);
+            queue.serving = !queue.pending.empty();
+            if (!queue.serving) return;
+            next = std::move(queue.pending.front());
+            queue.pending.pop_front();
+        }
+        Frame frame{next.link.get(), nullptr, true};
+        ScopedFrame scope(&frame);
+        const uint32_t code = next.message.header.code;
+        Parcel data;
+        Parcel reply;
+        data.adopt(std::move(next.message));
+        (void)target->transact(code, data, &reply, IBinder::FLAG_ONEWAY, [](Parcel&) {});
+    }
+}
+
+bool caller(pid_t* pid, uid_t* uid) {
+    const std::vector<Frame*>& frames = thread().frames;
+    if (frames.empty()) return false;
+    *pid = frames.back()->link->peerPid;
+    *uid = frames.back()->link->peerUid;
+    return true;
+}
+
+}  // namespace android::hardware::transport
+
+namespace android::hardware {
+
+IPCThreadState* IPCThreadState::self() {
+    static IPCThreadState state;
+    return &state;
+}
+
+pid_t IPCThreadState::getCallingPid() const {
+    pid_t pid = getpid();
+    uid_t uid = 0;
+    (void)transport::caller(&pid, &uid);
+    return pid;
+}
+
+uid_t IPCThreadState::getCallingUid() const {
+    pid_t pid = 0;
+    uid_t uid = getuid();
+    (void)transport::caller(&pid, &uid);
+    return uid;
+}
+
+}  // namespace android::hardware

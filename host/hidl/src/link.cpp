@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include "link.h"
+
+#include <log/log.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+
+#include "call.h"
+#include "process.h"
+#include "proxy.h"
+
+namespace android::hardware::transport {
+namespace {
+
+std::atomic<uint64_t> gLinks{0};
+
+MessageHeader controlMessage(MessageType type, uint64_t target, uint32_t code = 0) {
+    MessageHeader header{};
+    header.type = type;
+    header.code = code;
+    header.target = target;
+    return header;
+}
+
+template <typename T>
+void shutdownAll(const std::vector<T>& channels) {
+    for (const auto& channel : channels) channel->shutdown();
+}
+
+}  // namespace
+
+Link::Link(base::unique_fd control, pid_t pid, uid_t uid)
+    : number(++gLinks), peerPid(pid), peerUid(uid), mControl(std::move(control), Channel::Kind::Control) {}
+
+void Link::kill() {
+    mDead.store(true, std::memory_order_release);
+    mControl.shutdown();
+    std::lock_guard<std::mutex> lock(mMutex);
+    shutdownAll(mCallChannels);
+    for (const std::weak_ptr<Channel>& weak : mPeerChannels) {
+        if (auto channel = weak.lock()) channel->shutdown();
+    }
+}
+
+void Link::end() {
+    kill();
+    std::unordered_map<uint64_t, Export> exports;
+    std::vector<std::shared_ptr<Channel>> channels;
+    std::vector<sp<BpHwBinder>> proxies;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mEnded = true;
+        exports.swap(mExports);
+        channels.swap(mCallChannels);
+        mIdleChannels.clear();
+        for (const auto& [object, weak] : mProxies) {
+            sp<BpHwBinder> proxy = weak.promote();
+            if (proxy != nullptr) proxies.push_back(proxy);
+        }
+    }
+    // Objects may do anything in their destructors: none goes under the mutex.
+    exports.clear();
+    for (const sp<BpHwBinder>& proxy : proxies) proxy->sendObituary();
+}
+
+bool Link::ended() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mEnded;
+}
+
+// With mControlMutex held.
+status_t Link::flushReleases() {
+    while (!mPendingReleases.empty()) {
+        const auto [object, count] = *mPendingReleases.begin();
+        const status_t status = mControl.send(controlMessage(kRelease, object, count));
+        if (status != OK) return status;
+        mPendingReleases.erase(mPendingReleases.begin());
+    }
+    return OK;
+}
+
+status_t Link::sendControl(const MessageHeader& header, int fd) {
+    std::lock_guard<std::mutex> lock(mControlMutex);
+    const status_t status = flushReleases();
+    return status == OK ? mControl.send(header, fd) : status;
+}
+
+status_t Link::sendOneway(const MessageHeader& header, OutgoingBody& body,
+                          const std::vector<ObjectReference>& references) {
+    std::lock_guard<std::mutex> lock(mControlMutex);
+    const status_t status = flushReleases();
+    return status == OK ? mControl.send(header, body, references) : status;
+}
+
+std::shared_ptr<Channel> Link::makeCallChannel() {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        ALOGE("no socket pair for a call: %s", strerror(errno));
+        return nullptr;
+    }
+    base::unique_fd near(ends[0]);
+    base::unique_fd far(ends[1]);
+    status_t status;
+    while ((status = sendControl(controlMessage(kNewCallChannel, 0), far)) == WOULD_BLOCK) {
+        if (!mControl.waitWritable()) return nullptr;
+    }
+    if (status != OK) return nullptr;
+    return std::make_shared<Channel>(std::move(near), Channel::Kind::Call);
+}
+
+std::shared_ptr<Channel> Link::takeCallChannel() {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (!mIdleChannels.empty()) {
+            std::shared_ptr<Channel> channel = mIdleChannels.back();
+            mIdleChannels.pop_back();
+            return channel;
+        }
+    }
+    std::shared_ptr<Channel> channel = makeCallChannel();
+    if (channel == nullptr) return nullptr;
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (dead()) return nullptr;
+    mCallChannels.push_back(channel);
+    return channel;
+}
+
+void Link::giveBackCallChannel(const std::shared_ptr<Channel>& channel) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (!mEnded) mIdleChannels.push_back(channel);
+}
+
+bool Link::addPeerChannel(const std::shared_ptr<Channel>& channel) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    auto gone = [](const std::weak_ptr<Channel>& weak) { return weak.expired(); };
+    mPeerChannels.erase(std::remove_if(mPeerChannels.begin(), mPeerChannels.end(), gone),
+                        mPeerChannels.end());
+    if (dead() || mPeerChannels.size() >= kMaxPeerChannels) return false;
+    mPeerChannels.push_back(channel);
+    return true;
+}
+
+sp<BpHwBinder> Link::proxy(uint64_t object, uint32_t known) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    wp<BpHwBinder>& weak = mProxies[object];
+    sp<BpHwBinder> proxy = weak.promote();
+    if (proxy == nullptr) {
+        proxy = new BpHwBinder(shared_from_this(), object);
+        weak = proxy;
+    }
+    proxy->addKnown(known);
+    return proxy;
+}
+
+sp<BpHwBinder> Link::registeredProxy(uint64_t object) {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto entry = mProxies.find(object);
+        sp<BpHwBinder> found = entry != mProxies.end() ? entry->second.promote() : nullptr;
+        if (found != nullptr) return found;
+    }
+    status_t status;
+    while ((status = sendControl(controlMessage(kAcquire, object))) == WOULD_BLOCK) {
+        if (!mControl.waitWritable()) return nullptr;
+    }
+    return status == OK ? proxy(object, 1) : nullptr;
+}
+
+void Link::forgetProxy(uint64_t object, const BpHwBinder* proxy, uint32_t known) {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto found = mProxies.find(object);
+        if (found != mProxies.end() && found->second.unsafe_get() == proxy) mProxies.erase(found);
+    }
+    if (dead() || known == 0) return;
+    std::lock_guard<std::mutex> lock(mControlMutex);
+    mPendingReleases[object] += known;
+    (void)flushReleases();  // what the peer does not take now goes with a later message
+}
+
+sp<BHwBinder> Link::target(uint64_t object) {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto found = mExports.find(object);
+        if (found != mExports.end()) return found->second.binder;
+    }
+    return Process::self().registered(object);
+}
+
+void Link::acquire(uint64_t object) {
+    sp<BHwBinder> binder = Process::self().registered(object);
+    if (binder == nullptr) return;
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mEnded) return;
+    Export& entry = mExports[object];
+    entry.binder = binder;
+    ++entry.count;
+}
+
+bool Link::release(uint64_t object, uint32_t count) {
+    sp<BHwBinder> released;  // goes after the mutex is free
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto found = mExports.find(object);
+        if (found == mExports.end())
+            return count > 0;  // it was never acquired: taken off the registry meanwhile
+        if (count == 0 || count > found->second.count) return false;
+        found->second.count -= count;
+        if (found->second.count == 0) {
+            released = found->second.binder;
+            mExports.erase(found);
+        }
+    }
+    return true;
+}
+
+status_t Link::reference(const std::vector<sp<IBinder>>& objects, std::vector<ObjectReference>* references) {
+    for (const sp<IBinder>& binder : objects) {
+        BpHwBinder* remote = binder->remoteBinder();
+        if (remote != nullptr && remote->link().get() != this) {
+            ALOGE("an object of process %d can't be passed on to process %d", remote->link()->peerPid,
+                  peerPid);
+            takeBack(*references);
+            references->clear();
+            return INVALID_OPERATION;
+        }
+        if (remote != nullptr) {
+            references->push_back({remote->object(), kReceiversObject, 0});
+            continue;
+        }
+        BHwBinder* local = binder->localBinder();
+        const uint64_t object = local->exportId();
+        references->push_back({object, kSendersObject, 0});
+        std::lock_guard<std::mutex> lock(mMutex);
+        Export& entry = mExports[object];
+        entry.binder = local;
+        ++entry.count;
+    }
+    return OK;
+}
+
+void Link::takeBack(const std::vector<ObjectReference>& references) {
+    for (const ObjectReference& reference : references) {
+        if (reference.owner == kSendersObject) release(reference.object, 1);
+    }
+}
+
+bool Link::resolve(IncomingMessage* message) {
+    message->objects.reserve(message->references.size());
+    for (const ObjectReference& reference : message->references) {
+        if (reference.reserved != 0) return false;
+        if (reference.owner == kSendersObject) {
+            message->objects.push_back(proxy(reference.object, 1));
+        } else {
+            sp<BHwBinder> own = reference.owner == kReceiversObject ? target(reference.object) : nullptr;
+            if (own == nullptr) return false;
+            message->objects.push_back(own);
+        }
+    }
+    return true;
+}
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <hwbinder/Binder.h>
+#include <sys/types.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "channel.h"
+
+namespace android::hardware::transport {
+
+/**
+ * This process and one other: the objects that each holds of the other, and the
+ * channels between them. It dies with the first sign that the peer is gone or does
+ * not keep to the format, and never comes back. Any thread, unless told otherwise.
+ */
+class Link : public std::enable_shared_from_this<Link> {
+  public:
+    Link(base::unique_fd control, pid_t peerPid, uid_t peerUid);
+
+    /** Tells this process's links apart; never used again. */
+    const uint64_t number;
+    const pid_t peerPid;
+    const uid_t peerUid;
+
+    bool dead() const { return mDead.load(std::memory_order_acquire); }
+    /** Wakes everything that waits for the peer; the pool then ends the link. */
+    void kill();
+    /** For the pool, once: gives the peer's objects up and tells who asked to be told. */
+    void end();
+    bool ended();
+
+    /** The control channel. Only the pool receives from it. */
+    Channel& control() { return mControl; }
+    int controlFd() const { return mControl.fd(); }
+
+    /** Sends on the control channel, after the releases that wait; WOULD_BLOCK as Channel. */
+    status_t sendControl(const MessageHeader& header, int fd = -1);
+    status_t sendOneway(const MessageHeader& header, OutgoingBody& body,
+                        const std::vector<ObjectReference>& references);
+
+    /** A channel for a thread to call the peer on; null where the peer is gone. */
+    std::shared_ptr<Channel> takeCallChannel();
+    void giveBackCallChannel(const std::shared_ptr<Channel>& channel);
+
+    /** A channel on which the peer calls us; false where it has too many. */
+    bool addPeerChannel(const std::shared_ptr<Channel>& channel);
+
+    /** The peer's object `object`. @param known references that the peer counts for it */
+    sp<BpHwBinder> proxy(uint64_t object, uint32_t known);
+    /** The same for an object that the registry names; null where the peer is gone. */
+    sp<BpHwBinder> registeredProxy(uint64_t object);
+    /** The proxy is gone: gives its references back to the peer. */
+    void forgetProxy(uint64_t object, const BpHwBinder* proxy, uint32_t known);
+
+    /** Our object that the peer may call, null where it holds none of that number. */
+    sp<BHwBinder> target(uint64_t object);
+    /** The peer took or gave back references to our object. False where it cannot have had them. */
+    void acquire(uint64_t object);
+    bool release(uint64_t object, uint32_t count);
+
+    /**
+     * Writes `objects` as the peer knows them and counts what it will hold.
+     * INVALID_OPERATION for an object of a third process.
+     */
+    status_t reference(const std::vector<sp<IBinder>>& objects, std::vector<ObjectReference>* references);
+    /** The message with these references was not sent. */
+    void takeBack(const std::vector<ObjectReference>& references);
+    /** Finds the objects of a received message; false where it names what does not exist. */
+    bool resolve(IncomingMessage* message);
+
+  private:
+    struct Export {
+        sp<BHwBinder> binder;
+        uint32_t count = 0;
+    };
+
+    status_t flushReleases();
+    std::shared_ptr<Channel> makeCallChannel();
+
+    std::atomic<bool> mDead{false};
+    Channel mControl;
+    std::mutex mControlMutex;  // sending on mControl, and the two below
+    std::unordered_map<uint64_t, uint32_t> mPendingReleases;
+
+    static constexpr size_t kMaxPeerChannels = 256;
+
+    std::mutex mMutex;  // what follows
+    bool mEnded = false;
+    std::unordered_map<uint64_t, Export> mExports;
+    std::unordered_map<uint64_t, wp<BpHwBinder>> mProxies;
+    std::vector<std::shared_ptr<Channel>> mCallChannels;
+    std::vector<std::shared_ptr<Channel>> mIdleChannels;  // of mCallChannels, those without a thread
+    std::vector<std::weak_ptr<Channel>> mPeerChannels;
+};
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include "notifications.h"
+
+#include <log/log.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "process.h"
+#include "registry.h"
+
+namespace android::hardware::transport {
+namespace {
+
+using hidl::manager::V1_0::IServiceNotification;
+
+/** Watches the registry's folder: an entry appears, or is replaced, by a rename. */
+class RegistrySource : public Source {
+  public:
+    explicit RegistrySource(base::unique_fd watch) : mWatch(std::move(watch)) {}
+    int fd() const override { return mWatch.get(); }
+    void ready(Turn& turn) override;
+
+    void add(const std::string& interface, const std::string& instance,
+             const sp<IServiceNotification>& callback);
+
+  private:
+    struct Wanted {
+        std::string interface;
+        std::string instance;
+        sp<IServiceNotification> callback;
+    };
+    // A registration is the same one while the same object of the same process holds the name.
+    using Registration = std::pair<uint64_t, uint64_t>;
+
+    std::vector<RegistryEntry> takeNews();
+    static bool matches(const Wanted& wanted, const RegistryEntry& entry) {
+        return wanted.interface == entry.interface &&
+               (wanted.instance.empty() || wanted.instance == entry.instance);
+    }
+    static void tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting);
+
+    const base::unique_fd mWatch;
+    std::mutex mMutex;  // what follows
+    std::vector<Wanted> mWanted;
+    std::map<std::string, Registration> mKnown;
+};
+
+// With mMutex held.
+std::vector<RegistryEntry> RegistrySource::takeNews() {
+    std::vector<RegistryEntry> news;
+    for (const RegistryEntry& entry : registryList()) {
+        const Registration registration{entry.process, entry.object};
+        Registration& known = mKnown[entry.interface + "/" + entry.instance];
+        if (known != registration) news.push_back(entry);
+        known = registration;
+    }
+    return news;
+}
+
+void RegistrySource::tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting) {
+    Return<void> told = wanted.callback->onRegistration(entry.interface, entry.instance, preexisting);
+    if (!told.isOk()) ALOGW("nobody to tell of %s: %s", entry.interface.c_str(), told.description().c_str());
+}
+
+void RegistrySource::add(const std::string& interface, const std::string& instance,
+                         const sp<IServiceNotification>& callback) {
+    const Wanted wanted{interface, instance, callback};
+    std::vector<RegistryEntry> present;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mWanted.push_back(wanted);
+        present = registryList();
+        // What this caller is told now is no news later.
+        for (const RegistryEntry& entry : present) {
+            if (matches(wanted, entry))
+                mKnown[entry.interface + "/" + entry.instance] = {entry.process, entry.object};
+        }
+    }
+    for (const RegistryEntry& entry : present) {
+        if (matches(wanted, entry)) tell(wanted, entry, true);
+    }
+}
+
+void RegistrySource::ready(Turn&) {
+    alignas(inotify_event) char events[4096];
+    while (read(mWatch.get(), events, sizeof(events)) > 0) {
+    }
+    std::vector<Wanted> wanted;
+    std::vector<RegistryEntry> news;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        wanted = mWanted;
+        news = takeNews();
+    }
+    for (const RegistryEntry& entry : news) {
+        for (const Wanted& one : wanted) {
+            if (matches(one, entry)) tell(one, entry, false);
+        }
+    }
+}
+
+std::shared_ptr<RegistrySource> watchRegistry() {
+    if (!makeRegistry()) return nullptr;
+    base::unique_fd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (watch < 0 || inotify_add_watch(watch.get(), registryDirectory().c_str(), IN_MOVED_TO) < 0) {
+        ALOGE("can't watch %s: %s", registryDirectory().c_str(), strerror(errno));
+        return nullptr;
+    }
+    auto source = std::make_shared<RegistrySource>(std::move(watch));
+    Process::self().pool().add(source);
+    return source;
+}
+
+}  // namespace
+
+bool notifyOfRegistrations(const std::string& interface, const std::string& instance,
+                           const sp<IServiceNotification>& callback) {
+    static std::mutex* const starting = new std::mutex();
+    static std::shared_ptr<RegistrySource>* const source = new std::shared_ptr<RegistrySource>();
+    if (callback == nullptr) return false;
+    {
+        std::lock_guard<std::mutex> lock(*starting);
+        if (*source == nullptr) *source = watchRegistry();
+        if (*source == nullptr) return false;
+    }
+    Process::self().pool().start();
+    (*source)->add(interface, instance, callback);
+    return true;
+}
+
+}  // namespace android::hardware::transport

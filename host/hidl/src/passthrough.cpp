@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <hidl/HidlPassthroughSupport.h>
+#include <hidl/TaskRunner.h>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace android::hardware::details {
+
+sp<hidl::base::V1_0::IBase> wrapPassthroughInternal(const sp<hidl::base::V1_0::IBase>& interface) {
+    auto wrap = getBsConstructorMap().get(getDescriptor(interface.get()), nullptr);
+    return wrap != nullptr ? wrap(interface.get()) : nullptr;
+}
+
+struct TaskRunner::Queue {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<Task> tasks;
+    size_t limit = 0;
+    bool started = false;
+    bool ended = false;
+
+    void run() {
+        std::unique_lock<std::mutex> lock(mutex);
+        for (;;) {
+            changed.wait(lock, [this] { return ended || !tasks.empty(); });
+            if (tasks.empty()) return;
+            Task task = std::move(tasks.front());
+            tasks.pop_front();
+            lock.unlock();
+            task();
+            task = nullptr;
+            lock.lock();
+        }
+    }
+};
+
+TaskRunner::TaskRunner() : mQueue(std::make_shared<Queue>()) {}
+
+TaskRunner::~TaskRunner() {
+    std::lock_guard<std::mutex> lock(mQueue->mutex);
+    mQueue->ended = true;
+    mQueue->changed.notify_all();
+}
+
+void TaskRunner::start(size_t limit) {
+    mQueue->limit = limit;
+}
+
+bool TaskRunner::push(const Task& task) {
+    std::lock_guard<std::mutex> lock(mQueue->mutex);
+    if (mQueue->tasks.size() >= mQueue->limit) return false;
+    mQueue->tasks.push_back(task);
+    if (!mQueue->started) {
+        mQueue->started = true;
+        std::thread([queue = mQueue] { queue->run(); }).detach();
+    }
+    mQueue->changed.notify_all();
+    return true;
+}
+
+}  // namespace android::hardware::details

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sys/types.h>
+
+namespace android::hardware::transport {
+
+/** The process at the other end of a connected socket, as the kernel knows it. */
+struct Peer {
+    pid_t pid = -1;
+    uid_t uid = static_cast<uid_t>(-1);
+};
+
+/** False where the peer is another user's, or the kernel does not tell. */
+bool peerOf(int socket, Peer* peer);
+
+/** Whether a descriptor that a peer sent is a socket as call channels are. */
+bool isPacketSocket(int fd);
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <android-base/unique_fd.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+namespace android::hardware::transport {
+
+class Turn;
+
+/** Something whose descriptor the pool watches. */
+class Source {
+  public:
+    virtual ~Source() = default;
+    virtual int fd() const = 0;
+    /** The descriptor can be read: takes one message, so that the others get their turn. */
+    virtual void ready(Turn& turn) = 0;
+
+  private:
+    friend class Pool;
+    friend class Turn;
+    uint64_t mKey = 0;
+};
+
+/**
+ * The threads that serve this process, and what they watch. What becomes ready first
+ * is served first, whoever sent it.
+ */
+class Pool {
+  public:
+    Pool();
+
+    void add(const std::shared_ptr<Source>& source);
+    /** The source is not called again, except by a thread that is in it already. */
+    void remove(Source& source);
+
+    /** As configureRpcThreadpool. */
+    void configure(size_t maxThreads, bool callerJoins);
+    /** As ProcessState::startThreadPool. */
+    void start();
+    /** As joinRpcThreadpool. */
+    void join();
+    /** Whether any thread serves, or will. */
+    bool started();
+
+  private:
+    friend class Turn;
+
+    [[noreturn]] void serve();
+    uint64_t nextKey();
+    void spawnWithLock();
+    void spawnIfAllBusy();
+    void arm(const Source& source, int operation);
+
+    const base::unique_fd mEpoll;
+    std::mutex mMutex;  // what follows
+    std::unordered_map<uint64_t, std::shared_ptr<Source>> mSources;
+    uint64_t mKeys = 0;
+    size_t mMaxThreads = 1;
+    size_t mThreads = 0;
+    bool mCallerJoins = false;
+    bool mStarted = false;
+    std::atomic<size_t> mIdle{0};
+    // With several threads, a source is watched by none while one is in it.
+    std::atomic<bool> mOneShot{false};
+};
+
+/** One thread's turn with a source: until it ends, no other thread is given the source. */
+class Turn {
+  public:
+    Turn(Pool& pool, Source& source) : mPool(pool), mSource(source) {}
+    ~Turn() { end(); }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    /** Lets other threads have the source's next message. */
+    void end();
+    /** The source is gone, nobody shall watch it again. */
+    void forget() { mEnded = true; }
+
+  private:
+    Pool& mPool;
+    Source& mSource;
+    bool mEnded = false;
+};
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <hwbinder/IBinder.h>
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace android::hardware {
+
+namespace transport {
+class Link;
+}
+
+/** An object of another process; one for each object and link while anyone holds it. */
+class BpHwBinder : public IBinder {
+  public:
+    BpHwBinder(std::shared_ptr<transport::Link> link, uint64_t object);
+
+    status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
+                      TransactCallback callback) override;
+    status_t linkToDeath(const sp<DeathRecipient>& recipient, void* cookie, uint32_t flags) override;
+    status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie, uint32_t flags,
+                           wp<DeathRecipient>* outRecipient) override;
+    BpHwBinder* remoteBinder() override { return this; }
+
+    const std::shared_ptr<transport::Link>& link() const { return mLink; }
+    uint64_t object() const { return mObject; }
+
+    /** For the link, under its mutex: the peer counts so many more references to us. */
+    void addKnown(uint32_t references) { mKnown += references; }
+    /** For the pool: the peer is gone. Tells each recipient once. */
+    void sendObituary();
+
+  protected:
+    ~BpHwBinder() override;
+
+  private:
+    const std::shared_ptr<transport::Link> mLink;
+    const uint64_t mObject;
+    uint32_t mKnown = 0;
+
+    std::mutex mMutex;
+    bool mObituarySent = false;
+    std::vector<wp<DeathRecipient>> mRecipients;
+};
+
+}  // namespace android::hardware

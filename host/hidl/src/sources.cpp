@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include "sources.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <log/log.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "call.h"
+#include "peer.h"
+#include "process.h"
+
+namespace android::hardware::transport {
+namespace {
+
+base::unique_fd openReserve() {
+    return base::unique_fd(open("/dev/null", O_RDONLY | O_CLOEXEC));
+}
+
+}  // namespace
+
+ListenSource::ListenSource(base::unique_fd socket) : mSocket(std::move(socket)), mReserve(openReserve()) {}
+
+void ListenSource::ready(Turn&) {
+    accept();
+}
+
+void ListenSource::accept() {
+    base::unique_fd socket(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (socket < 0 && (errno == EMFILE || errno == ENFILE)) {
+        // Left in the queue, the connection would wake the pool for ever: it is taken
+        // with a descriptor kept for that, and turned away.
+        ALOGE("too many clients: a connection is refused");
+        mReserve.reset();
+        socket.reset(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        socket.reset();
+        mReserve = openReserve();
+    }
+    if (socket < 0) return;
+    Peer peer;
+    if (!peerOf(socket, &peer)) {
+        ALOGE("process %d of user %u may not connect", peer.pid, peer.uid);
+        return;
+    }
+    auto link = std::make_shared<Link>(std::move(socket), peer.pid, peer.uid);
+    Process::self().pool().add(std::make_shared<ControlSource>(link, true));
+}
+
+void ControlSource::finish() {
+    if (mFinished.exchange(true)) return;
+    Process::self().pool().remove(*this);
+    Process::self().forget(*mLink);
+    mLink->end();
+}
+
+void ControlSource::ready(Turn& turn) {
+    IncomingMessage message;
+    const Channel::Received received = mLink->control().receive(&message, false);
+    if (received == Channel::Received::Nothing) return;
+    if (received == Channel::Received::Message && handle(std::move(message), turn)) return;
+    if (received != Channel::Received::Closed)
+        ALOGE("process %d broke the transport's format", mLink->peerPid);
+    turn.forget();
+    finish();
+}
+
+bool ControlSource::handle(IncomingMessage&& message, Turn& turn) {
+    const MessageHeader header = message.header;
+    if (mExpectsHello != (header.type == kHello)) return false;
+    switch (header.type) {
+        case kHello:
+            return hello(header);
+        case kNewCallChannel:
+            return newCallChannel(std::move(message));
+        case kAcquire:
+            mLink->acquire(header.target);
+            return true;
+        case kRelease:
+            return mLink->release(header.target, header.code);
+        case kCall:
+            return (header.flags & kOneway) != 0 && oneway(std::move(message), turn);
+        default:
+            return false;
+    }
+}
+
+bool ControlSource::hello(const MessageHeader& header) {
+    if (header.code != kWireVersion) {
+        ALOGE("process %d speaks version %u of the transport, not %u", mLink->peerPid, header.code,
+              kWireVersion);
+        return false;
+    }
+    mExpectsHello = false;
+    Process::self().remember(header.target, mLink);
+    return true;
+}
+
+bool ControlSource::newCallChannel(IncomingMessage&& message) {
+    if (message.fds.size() != 1 || !isPacketSocket(message.fds.front())) return false;
+    auto channel = std::make_shared<Channel>(std::move(message.fds.front()), Channel::Kind::Call);
+    if (!mLink->addPeerChannel(channel)) return false;
+    Process::self().pool().add(std::make_shared<CallSource>(mLink, channel));
+    return true;
+}
+
+bool ControlSource::oneway(IncomingMessage&& message, Turn& turn) {
+    if (!mLink->resolve(&message)) return false;
+    sp<BHwBinder> target = mLink->target(message.header.target);
+    if (target == nullptr) return true;  // gone meanwhile; nobody waits for an answer
+    const bool mustServe = enqueueOneway(*target, mLink, std::move(message));
+    turn.end();
+    if (mustServe) serveOneways(target);
+    return true;
+}
+
+void CallSource::ready(Turn& turn) {
+    IncomingMessage message;
+    const Channel::Received received = mChannel->receive(&message, false);
+    if (received == Channel::Received::Nothing) return;
+    const bool isCall = received == Channel::Received::Message && message.header.type == kCall &&
+                        (message.header.flags & kOneway) == 0;
+    if (isCall && mLink->resolve(&message)) {
+        serveCall(mLink, *mChannel, std::move(message), [&turn] { turn.end(); });
+        return;
+    }
+    if (received != Channel::Received::Closed) {
+        ALOGE("process %d broke the transport's format", mLink->peerPid);
+        mLink->kill();
+    }
+    turn.forget();
+    Process::self().pool().remove(*this);
+}
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "link.h"
+#include "pool.h"
+
+namespace android::hardware::transport {
+
+/** The listening socket: each connection becomes a link. */
+class ListenSource : public Source {
+  public:
+    explicit ListenSource(base::unique_fd socket);
+    int fd() const override { return mSocket.get(); }
+    void ready(Turn& turn) override;
+
+  private:
+    void accept();
+
+    const base::unique_fd mSocket;
+    base::unique_fd mReserve;
+};
+
+/** A link's control channel. Ends the link when the channel does. */
+class ControlSource : public Source {
+  public:
+    /** @param expectsHello the peer connected to us and has yet to say who it is */
+    ControlSource(std::shared_ptr<Link> link, bool expectsHello)
+        : mLink(std::move(link)), mExpectsHello(expectsHello) {}
+    int fd() const override { return mLink->controlFd(); }
+    void ready(Turn& turn) override;
+    const std::shared_ptr<Link>& link() const { return mLink; }
+
+    /** Takes the link out of the process; once, whoever comes first. */
+    void finish();
+
+  private:
+    bool handle(IncomingMessage&& message, Turn& turn);
+    bool hello(const MessageHeader& header);
+    bool newCallChannel(IncomingMessage&& message);
+    bool oneway(IncomingMessage&& message, Turn& turn);
+
+    const std::shared_ptr<Link> mLink;
+    bool mExpectsHello;
+    std::atomic<bool> mFinished{false};
+};
+
+/** A channel on which a thread of the peer calls us. */
+class CallSource : public Source {
+  public:
+    CallSource(std::shared_ptr<Link> link, std::shared_ptr<Channel> channel)
+        : mLink(std::move(link)), mChannel(std::move(channel)) {}
+    int fd() const override { return mChannel->fd(); }
+    void ready(Turn& turn) override;
+
+  private:
+    const std::shared_ptr<Link> mLink;
+    const std::shared_ptr<Channel> mChannel;
+};
+
+}  // namespace android::hardware::transport

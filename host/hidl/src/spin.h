@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "channel.h"
+
+namespace android::hardware::transport {
+
+/**
+ * How long a thread looks for the next message before it sleeps. A processor that
+ * was put to sleep needs some fifty microseconds to wake, ten times what a small
+ * call takes.
+ */
+constexpr int64_t kSpinNanoseconds = 50'000;
+
+/** Whether the peer can run while this thread spins: more than one processor is ours. */
+bool maySpin();
+
+/** Monotonic time in nanoseconds. */
+int64_t nowNanoseconds();
+
+/** Channel::receive that waits, after a bounded while of looking. */
+Channel::Received receiveSpinning(Channel& channel, IncomingMessage* message);
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <string.h>
+
+#include <charconv>
+#include <optional>
+
+#include "faults.h"
+
+namespace hidlaudio::host {
+namespace {
+
+constexpr std::string_view kShort = "short=";
+constexpr int kLastErrno = 133;
+
+template <typename Number>
+std::optional<Number> parseNumber(std::string_view text) {
+    Number value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+/** The number of an errno given by its number or its name; 0 for none. */
+int parseErrno(std::string_view text) {
+    if (const auto number = parseNumber<int>(text)) return *number > 0 ? *number : 0;
+    for (int number = 1; number <= kLastErrno; ++number) {
+        const char* name = strerrorname_np(number);
+        if (name != nullptr && text == name) return number;
+    }
+    return 0;
+}
+
+std::optional<Fault> parseCallFault(std::string_view text) {
+    const size_t first = text.find(':');
+    const size_t second = text.find(':', first == text.npos ? first : first + 1);
+    if (second == text.npos) return std::nullopt;
+    Fault fault;
+    fault.call = text.substr(0, first);
+    std::string_view nth = text.substr(first + 1, second - first - 1);
+    fault.lasting = !nth.empty() && nth.back() == '+';
+    if (fault.lasting) nth.remove_suffix(1);
+    fault.nth = parseNumber<unsigned>(nth).value_or(0);
+    const std::string_view outcome = text.substr(second + 1);
+    if (outcome.substr(0, kShort.size()) == kShort) {
+        const auto bytes = parseNumber<size_t>(outcome.substr(kShort.size()));
+        if (!bytes) return std::nullopt;
+        fault.bytes = *bytes;
+    } else {
+        fault.error = parseErrno(outcome);
+        if (fault.error == 0) return std::nullopt;
+    }
+    return fault;
+}
+
+std::string allCalls() {
+    std::string names;
+    for (const std::string& call : faultableCalls()) names += " " + call;
+    return names;
+}
+
+}  // namespace
+
+std::string injectFaults(std::string_view text) {
+    while (!text.empty()) {
+        const std::string_view one = text.substr(0, text.find(','));
+        const std::optional<Fault> fault = parseCallFault(one);
+        if (!fault || !injectFault(*fault)) {
+            return "\"" + std::string(one) +
+                   "\" is no fault: CALL:N:ERRNO or, for read, write, fread and fwrite, CALL:N:short=BYTES; "
+                   "N+ for every call from the N-th on; CALL is one of" +
+                   allCalls();
+        }
+        text.remove_prefix(std::min(text.size(), one.size() + 1));
+    }
+    return "";
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <errno.h>
+
+#include "faults.h"
+
+namespace hidlaudio::host {
+
+/** Makes a call, or has it fail with `failure` and the errno of the fault set on it. */
+template <typename Result, typename Call>
+Result unlessFaulty(std::string_view name, Result failure, Call call) {
+    const FaultVerdict verdict = countCall(name);
+    if (verdict.error == 0) return call();
+    errno = verdict.error;
+    return failure;
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <stdio.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "clock.h"
+#include "faults.h"
+#include "log.h"
+
+namespace hidlaudio::host {
+namespace {
+
+constexpr char kClockVariable[] = "HIDLAUDIO_CLOCK";
+constexpr char kFaultVariable[] = "HIDLAUDIO_FAULT";
+
+std::string environment(const char* name) {
+    const char* value = getenv(name);
+    return value != nullptr ? value : "";
+}
+
+[[noreturn]] void refuse(const std::string& message) {
+    dprintf(STDERR_FILENO, "%s\n", message.c_str());
+    _exit(2);
+}
+
+}  // namespace
+
+/** Before any of the program's own constructors, which may log and sleep already. */
+extern "C" __attribute__((constructor(101))) void hidlaudio_host_kernel_start() {
+    startLog();
+    const std::string speed = environment(kClockVariable);
+    if (!speed.empty() && !setClockSpeed(std::string_view(speed))) {
+        refuse(std::string(kClockVariable) + "=" + speed + ": must be a whole number from 1 to " +
+               std::to_string(kFastestClock) + ", how many times faster time passes");
+    }
+    const std::string wrong = injectFaults(environment(kFaultVariable));
+    if (!wrong.empty()) refuse(std::string(kFaultVariable) + ": " + wrong);
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string_view>
+
+namespace hidlaudio::host {
+
+/** The functions of the middleware that a status can be set on, in soc/faults/<function>. */
+constexpr std::string_view kMiddlewareFunctions[] = {
+    "IMtkPb_Ctrl_Init",
+    "MTAL_InitExCb",
+    "DRV_Init",
+    "MTAL_Init",
+    "a_mtktvapi_config_get_value",
+    "a_mtktvapi_config_set_value",
+};
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "injected_fault.h"
+
+#include <android/log.h>
+#include <string.h>
+
+#include "host/root/fault_file.h"
+#include "host/root/tv_root.h"
+#include "log.h"
+#include "status.h"
+
+namespace hidlaudio::host {
+
+std::optional<int32_t> injectedStatus(const char* function) {
+    const std::string folder = tvRoot() + "/soc/faults";
+    std::optional<int32_t> status;
+    const int error = takeFault(folder, function, status);
+    if (error == 0) return status;
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s/%s is no usable fault (STATUS, or STATUS COUNT): %s",
+                        folder.c_str(), function, strerror(error));
+    return kFailed;
+}
+
+}  // namespace hidlaudio::host

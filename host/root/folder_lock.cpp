@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "folder_lock.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace hidlaudio::host {
+
+FolderLock::FolderLock(const std::string& folder)
+    : fd_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    if (fd_ < 0) {
+        error_ = errno;
+        return;
+    }
+    while (flock(fd_, LOCK_EX) != 0) {
+        if (errno == EINTR) continue;
+        error_ = errno;
+        return;
+    }
+}
+
+FolderLock::~FolderLock() {
+    if (fd_ >= 0) close(fd_);
+}
+
+}  // namespace hidlaudio::host

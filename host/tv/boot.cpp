@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <errno.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+#include "commands.h"
+#include "host/root/folder_lock.h"
+#include "host/root/tv_root.h"
+#include "host/root/value_file.h"
+#include "interrupt.h"
+#include "log_tail.h"
+#include "programs.h"
+#include "registry.h"
+#include "terminal.h"
+#include "tv_folder.h"
+
+namespace hidlaudio::host {
+namespace {
+
+using std::chrono::steady_clock;
+
+/** The daemon may wait 20 s for each of five things before it serves. */
+constexpr std::chrono::seconds kLongestStart{180};
+constexpr std::chrono::milliseconds kFileTimeGrain{20};
+constexpr size_t kLastLines = 10;
+
+struct Started {
+    std::string program;
+    Process process;
+};
+
+struct Boot {
+    std::filesystem::file_time_type time = std::filesystem::file_time_type::clock::now() - kFileTimeGrain;
+    LogTail log{LogTail::From::End};
+    std::vector<Started> started;
+};
+
+/** A TV that is switched on holds no wake lock, whatever one that was cut off left. */
+int clearWakeLocks() {
+    const FolderLock lock(tvRoot() + "/power");
+    return lock.error() != 0 ? lock.error() : writeValueFile(tvRoot() + "/power/wake_lock", "");
+}
+
+/** Why the programs cannot be started now; empty if they can. */
+std::string whatStandsAgainst() {
+    for (const std::string program : kPrograms) {
+        if (const auto process = runningProgram(program)) {
+            return "the TV is running already: " + program + " is process " + std::to_string(process->pid);
+        }
+        if (access(fileOf(program).c_str(), X_OK) != 0) return fileError(fileOf(program), errno);
+    }
+    if (const int error = clearWakeLocks(); error != 0)
+        return fileError(tvRoot() + "/power/wake_lock", error);
+    return "";
+}
+
+/** Starts every program or none. Returns an empty string, or why not. */
+std::string startAll(std::vector<Started>& started) {
+    const FolderLock lock(tvRoot() + "/run");
+    if (lock.error() != 0) return fileError(tvRoot() + "/run", lock.error());
+    const std::string reason = whatStandsAgainst();
+    if (!reason.empty()) return reason;
+    for (const std::string program : kPrograms) {
+        Process process;
+        if (const int error = startProgram(program, process); error != 0) {
+            stopPrograms();
+            return fileError(fileOf(program), error);
+        }
+        started.push_back({program, process});
+    }
+    return "";
+}
+
+/** How one of the programs has ended, if one has. */
+std::optional<Ending> anyEnding(const Boot& boot) {
+    for (const Started& one : boot.started) {
+        if (const auto ending = endingOf(one.process))
+            return Ending{ending->asked, one.program + " " + ending->how};
+    }
+    return std::nullopt;
+}
+
+/** Takes back a boot that did not come to its end. */
+int giveUp(const std::string& reason) {
+    stopPrograms();
+    return fail(reason);
+}
+
+int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
+    const auto deadline = steady_clock::now() + kLongestStart;
+    while (!servicesRegistered(boot.time)) {
+        if (const auto ending = anyEnding(boot)) {
+            return giveUp(ending->how + ". The last lines of the log:\n" + boot.log.lastLines(kLastLines));
+        }
+        if (steady_clock::now() > deadline) return giveUp("the services did not come up; see `tv log`");
+        if (interrupt.cameWithin(10)) return giveUp("interrupted");
+    }
+    for (const Started& one : boot.started)
+        printf("%s runs, process %d\n", one.program.c_str(), one.process.pid);
+    return kDone;
+}
+
+/** Shows the log until the user, another `tv shutdown` or the end of a program ends it all. */
+int stayInForeground(Boot& boot, const Interrupt& interrupt) {
+    std::optional<Ending> ending;
+    while (!ending && boot.log.print() && !interrupt.cameWithin(50)) ending = anyEnding(boot);
+    const bool stopped = stopPrograms();
+    boot.log.print();
+    if (ending && !ending->asked) return fail(ending->how);
+    return stopped ? kDone : kFailed;
+}
+
+int bootTv(bool background) {
+    if (!openTv()) return kWrongUsage;
+    const Interrupt interrupt;
+    Boot boot;
+    const std::string reason = startAll(boot.started);
+    if (!reason.empty()) return fail(reason);
+    return background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
+}
+
+}  // namespace
+
+void addBoot(CLI::App& app, int& status) {
+    const auto background = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand("boot", "Start the TV's programs");
+    command->footer(
+        "Starts the programs that lie beside `tv`, with their output appended to log/<program>.log, and\n"
+        "shows the log until Ctrl-C, which shuts the TV down again. HIDLAUDIO_CLOCK=50 makes the time\n"
+        "of the programs pass fifty times faster; HIDLAUDIO_FAULT=write:3:ENOSPC makes their third\n"
+        "write fail.");
+    command->add_flag("--background", *background, "Return once every service is registered");
+    command->callback([background, &status] { status = bootTv(*background); });
+}
+
+}  // namespace hidlaudio::host

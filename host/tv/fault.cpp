@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <errno.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <string>
+
+#include "commands.h"
+#include "host/middleware/functions.h"
+#include "host/root/fault_file.h"
+#include "host/root/tv_root.h"
+#include "host/root/value_file.h"
+#include "terminal.h"
+#include "tv_folder.h"
+#include "tv_state.h"
+
+namespace hidlaudio::host {
+namespace {
+
+using Text = std::optional<std::string>;
+
+bool isFunction(const std::string& name) {
+    return std::find(std::begin(kMiddlewareFunctions), std::end(kMiddlewareFunctions), name) !=
+           std::end(kMiddlewareFunctions);
+}
+
+std::string allFunctions() {
+    std::string names;
+    for (const std::string_view name : kMiddlewareFunctions) names += "\n  " + std::string(name);
+    return names;
+}
+
+/** Prints the fault on one function, or those on all of them. */
+int print(const Text& name) {
+    for (const FaultState& fault : faultStates()) {
+        if (!name || fault.function == *name) printf("%s\n", describe(fault).c_str());
+    }
+    return kDone;
+}
+
+int clear(const Text& name) {
+    for (const FaultState& fault : faultStates()) {
+        if (name && fault.function != *name) continue;
+        const std::string path = tvRoot() + "/soc/faults/" + fault.function;
+        if (unlink(path.c_str()) != 0 && errno != ENOENT) return fail(fileError(path, errno));
+    }
+    return kDone;
+}
+
+int set(const std::string& name, const std::string& text) {
+    const std::optional<FaultSetting> fault = parseFault(text);
+    if (!fault) {
+        return fail("\"" + text + "\": STATUS must be a 32-bit number, COUNT one of at least 1", kWrongUsage);
+    }
+    const std::string path = tvRoot() + "/soc/faults/" + name;
+    const int error = writeValueFile(path, formatFault(*fault));
+    return error == 0 ? kDone : fail(fileError(path, error));
+}
+
+int fault(const Text& name, const Text& value, const Text& count, bool shallClear) {
+    if (!openTv()) return kWrongUsage;
+    if (name && !isFunction(*name)) {
+        return fail(
+            "\"" + *name + "\" is no function that a fault can be set on; these are:" + allFunctions(),
+            kWrongUsage);
+    }
+    if (shallClear) return clear(name);
+    if (!value) return print(name);
+    return set(*name, count ? *value + " " + *count : *value);
+}
+
+}  // namespace
+
+void addFault(CLI::App& app, int& status) {
+    CLI::App* command = app.add_subcommand("fault", "Make a middleware function fail");
+    command->footer(
+        "Without STATUS the faults that are set are listed. A fault is the file soc/faults/<function>; it\n"
+        "takes effect at the function's next call.\n\nFunctions:" +
+        allFunctions());
+    const CLI::Option* name = addText(command, "NAME", "The function");
+    CLI::Option* value = addText(command, "STATUS", "What it returns instead of working");
+    const CLI::Option* count = addText(command, "COUNT", "How many times; without: until it is cleared");
+    const CLI::Option* shallClear =
+        command->add_flag("--clear", "Take all faults away, or the one on NAME")->excludes(value);
+    command->callback(
+        [=, &status] { status = fault(given(name), given(value), given(count), shallClear->count() > 0); });
+}
+
+}  // namespace hidlaudio::host

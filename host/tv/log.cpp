@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <memory>
+
+#include "commands.h"
+#include "host/root/tv_root.h"
+#include "interrupt.h"
+#include "log_tail.h"
+#include "terminal.h"
+#include "tv_folder.h"
+
+namespace hidlaudio::host {
+namespace {
+
+int showLog(bool follow) {
+    if (!openTv()) return kWrongUsage;
+    const Interrupt interrupt;
+    LogTail log(LogTail::From::Start);
+    if (!log.anyLog()) note("no log yet: the TV at " + tvRoot() + " was never booted");
+    bool readable = log.print();
+    while (follow && readable && !interrupt.cameWithin(50)) readable = log.print();
+    return readable ? kDone : fail("the log cannot be printed");
+}
+
+}  // namespace
+
+void addLog(CLI::App& app, int& status) {
+    const auto follow = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand("log", "Show the logs of the TV's programs");
+    command->footer("A log grows from boot to boot; it lies in log/<program>.log of the TV's folder.");
+    command->add_flag("-f,--follow", *follow, "Go on as the logs grow, until Ctrl-C");
+    command->callback([follow, &status] { status = showLog(*follow); });
+}
+
+}  // namespace hidlaudio::host

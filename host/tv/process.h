@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stdint.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace hidlaudio::host {
+
+/** A process that a later one with the same number cannot be taken for. */
+struct Process {
+    pid_t pid = 0;
+    uint64_t startTime = 0;  // as the kernel counts it, since it was booted
+};
+
+/** The process of that number, if it runs; one that has ended and was not waited for does not. */
+std::optional<Process> findProcess(pid_t pid);
+
+bool isRunning(const Process& process);
+
+/**
+ * Starts `path` without arguments, with the same environment and none of this
+ * process's descriptors, in a session of its own and at "/", its output appended to
+ * the file `log`. Returns 0, or an errno.
+ */
+int startProcess(const std::string& path, const std::string& log, Process& process);
+
+enum class Stopped { ByRequest, ByForce, No };
+
+/** Asks the process to end, makes it after `patience`, and waits until it has. */
+Stopped stopProcess(const Process& process, std::chrono::milliseconds patience);
+
+struct Ending {
+    bool asked = false;  // by the signal that asks for it
+    std::string how;     // "ended with status 1", "was ended by signal 11 (Segmentation fault)"
+};
+
+/** How a process that this one started has ended, if it has. Tells it once. */
+std::optional<Ending> endingOf(const Process& child);
+
+/** The folder that this program's own file lies in. */
+std::string programFolder();
+
+}  // namespace hidlaudio::host

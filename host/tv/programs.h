@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "process.h"
+
+namespace hidlaudio::host {
+
+/** The programs of the TV, in the order in which it starts them; each lies beside `tv`. */
+constexpr const char* kPrograms[] = {"hidlaudio"};
+
+/** log/<program>.log of the TV at tvRoot(). */
+std::string logOf(const std::string& program);
+
+/** The file that the program is started from. */
+std::string fileOf(const std::string& program);
+
+/** The process of the program that `tv boot` started on the TV at tvRoot(), if it still runs. */
+std::optional<Process> runningProgram(const std::string& program);
+
+/** Whether any of the TV's programs runs. */
+bool anyRunning();
+
+/** Starts the program and notes its process in run/<program>.pid. Returns 0, or an errno; nothing runs then.
+ */
+int startProgram(const std::string& program, Process& process);
+
+/**
+ * Ends the TV's programs, the last started first, and takes their notes away.
+ * Tells the user about each. False if one could not be ended.
+ */
+bool stopPrograms();
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <stdio.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "commands.h"
+#include "host/root/tv_root.h"
+#include "programs.h"
+#include "terminal.h"
+#include "tv_folder.h"
+#include "tv_state.h"
+
+namespace hidlaudio::host {
+namespace {
+
+using nlohmann::ordered_json;
+
+void printHeading(const char* heading, bool any) {
+    printf("%s:%s\n", heading, any ? "" : " none");
+}
+
+void printText(const TvModel& model) {
+    printf("TV in %s\n", tvRoot().c_str());
+    printf("Model: %s back-end controller, %s centre input\n", model.backEnd ? "with" : "without",
+           model.centreInput ? "with" : "without");
+    printf("Platform service: %s\n", isPlatformReady() ? "ready" : "not ready");
+    printHeading("Programs", true);
+    for (const char* program : kPrograms) {
+        const auto process = runningProgram(program);
+        printf("  %s %s\n", program,
+               process ? ("process " + std::to_string(process->pid)).c_str() : "not running");
+    }
+    printHeading("Configuration", true);
+    for (const ConfigValue& value : configValues()) printf("  %s\n", describe(value).c_str());
+    printHeading("Faults", !faultStates().empty());
+    for (const FaultState& fault : faultStates()) printf("  %s\n", describe(fault).c_str());
+    printHeading("Stored files", !storedFiles().empty());
+    for (const StoredFile& file : storedFiles()) {
+        printf("  %s %ju bytes %s\n", file.path.c_str(), static_cast<uintmax_t>(file.size), file.hex.c_str());
+    }
+    printHeading("Wake locks", !wakeLocks().empty());
+    for (const std::string& name : wakeLocks()) printf("  %s\n", name.c_str());
+}
+
+ordered_json programsAsJson() {
+    ordered_json programs = ordered_json::object();
+    for (const char* program : kPrograms) {
+        const auto process = runningProgram(program);
+        programs[program] = process ? ordered_json(process->pid) : ordered_json(nullptr);
+    }
+    return programs;
+}
+
+ordered_json configAsJson() {
+    ordered_json config = ordered_json::object();
+    for (const ConfigValue& value : configValues()) {
+        config[value.key] = value.number ? ordered_json(*value.number) : ordered_json(nullptr);
+    }
+    return config;
+}
+
+ordered_json faultsAsJson() {
+    ordered_json faults = ordered_json::object();
+    for (const FaultState& fault : faultStates()) {
+        ordered_json& entry = faults[fault.function] = nullptr;
+        if (!fault.setting) continue;
+        entry = {{"status", fault.setting->status}};
+        if (fault.setting->count != 0) entry["count"] = fault.setting->count;
+    }
+    return faults;
+}
+
+ordered_json filesAsJson() {
+    ordered_json files = ordered_json::object();
+    for (const StoredFile& file : storedFiles()) {
+        ordered_json& entry = files[file.path] = {{"size", file.size}};
+        if (!file.hex.empty()) entry["hex"] = file.hex;
+    }
+    return files;
+}
+
+void printJson(const TvModel& model) {
+    const ordered_json state{{"tv", tvRoot()},
+                             {"model", model.backEnd ? "be" : "standard"},
+                             {"centre_input", model.centreInput},
+                             {"platform_ready", isPlatformReady()},
+                             {"programs", programsAsJson()},
+                             {"config", configAsJson()},
+                             {"faults", faultsAsJson()},
+                             {"files", filesAsJson()},
+                             {"wake_locks", wakeLocks()}};
+    // File names may be any bytes.
+    printf("%s\n", state.dump(2, ' ', false, ordered_json::error_handler_t::replace).c_str());
+}
+
+}  // namespace
+
+void addShow(CLI::App& app, int& status) {
+    const auto json = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand("show", "Show all that the TV holds");
+    command->footer(
+        "The model, what runs, the configuration, the faults that are set, what the daemon has stored and\n"
+        "the wake locks held. As JSON, null stands for a program that does not run, a configuration value\n"
+        "that cannot be read, and a fault file that holds no status.");
+    command->add_flag("--json", *json, "As one JSON object");
+    command->callback([json, &status] {
+        const std::optional<TvModel> model = openTv();
+        status = model ? kDone : kWrongUsage;
+        if (!model) return;
+        if (*json) {
+            printJson(*model);
+        } else {
+            printText(*model);
+        }
+    });
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tv_state.h"
+
+#include <string.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+
+#include "host/middleware/config_keys.h"
+#include "host/root/tv_root.h"
+#include "host/root/value_file.h"
+
+namespace hidlaudio::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kStoredFiles[] = "/data/vendor/tovi/hidlaudio";
+constexpr uintmax_t kFewBytes = 64;
+
+/** The files of a folder below the root, by name; what begins with a dot is about to be one. */
+std::vector<std::string> namesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(tvRoot() + folder, error)) {
+        const std::string name = entry.path().filename();
+        if (name.front() != '.' && entry.is_regular_file(error)) names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string toHex(const std::string& bytes) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string hex;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        hex += kDigits[byte >> 4];
+        hex += kDigits[byte & 15];
+    }
+    return hex;
+}
+
+}  // namespace
+
+ConfigValue readConfigValue(const std::string& key) {
+    std::string text;
+    if (const int error = readValueFile(tvRoot() + "/soc/config/" + key, text); error != 0) {
+        return {key, std::nullopt, strerror(error)};
+    }
+    const std::optional<int32_t> number = parseInt32(text);
+    return {key, number, number ? "" : "no 32-bit decimal number"};
+}
+
+std::vector<ConfigValue> configValues() {
+    std::vector<ConfigValue> values;
+    for (const ConfigKey& key : kConfigKeys) values.push_back(readConfigValue(std::string(key.name)));
+    for (const std::string& name : namesIn("/soc/config")) {
+        if (findConfigKey(name) == nullptr) values.push_back(readConfigValue(name));
+    }
+    return values;
+}
+
+std::string describe(const ConfigValue& value) {
+    return value.number ? value.key + " " + std::to_string(*value.number) : value.key + ": " + value.problem;
+}
+
+std::vector<FaultState> faultStates() {
+    std::vector<FaultState> faults;
+    for (const std::string& name : namesIn("/soc/faults")) {
+        std::string text;
+        readValueFile(tvRoot() + "/soc/faults/" + name, text);
+        faults.push_back({name, parseFault(text)});
+    }
+    return faults;
+}
+
+std::string describe(const FaultState& fault) {
+    if (!fault.setting) return fault.function + ": its file holds no STATUS, so it fails";
+    const std::string text = fault.function + " returns " + std::to_string(fault.setting->status);
+    return fault.setting->count == 0 ? text : text + ", " + std::to_string(fault.setting->count) + " times";
+}
+
+std::vector<StoredFile> storedFiles() {
+    std::vector<StoredFile> files;
+    for (const std::string& name : namesIn(kStoredFiles)) {
+        const std::string path = kStoredFiles + ("/" + name);
+        std::error_code error;
+        const uintmax_t size = fs::file_size(tvRoot() + path, error);
+        std::string bytes;
+        if (!error && size <= kFewBytes) readValueFile(tvRoot() + path, bytes);
+        files.push_back({path, error ? 0 : size, toHex(bytes)});
+    }
+    return files;
+}
+
+std::vector<std::string> wakeLocks() {
+    std::string text;
+    readValueFile(tvRoot() + "/power/wake_lock", text);
+    std::istringstream stream(text);
+    std::vector<std::string> names;
+    for (std::string line; std::getline(stream, line);) names.push_back(line);
+    return names;
+}
+
+bool isPlatformReady() {
+    std::error_code error;
+    return fs::exists(tvRoot() + "/data/vendor/tmp/dtv_svc_is_ready", error);
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/kernel/clock.h"
+
+#include <errno.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/epoll.h>
+#include <sys/time.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "tests/support/private_tv.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using host::setClockSpeed;
+using host::SteppedClock;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+constexpr char kMarker[] = "/data/marker";
+
+/** What the daemon's readiness wait does; the number of sleeps, or -1 on timeout. */
+int waitForMarker() {
+    for (int sleeps = 0; sleeps < 200; ++sleeps) {
+        if (access(kMarker, F_OK) == 0) return sleeps;
+        const timespec interval{0, 100000000};
+        nanosleep(&interval, nullptr);
+    }
+    return -1;
+}
+
+bool isReadable(int fd) {
+    pollfd entry{fd, POLLIN, 0};
+    return poll(&entry, 1, 0) == 1;
+}
+
+TEST(SteppedClock, ActsBetweenTwoSleeps) {
+    const PrivateTv tv{"data"};
+    SteppedClock clock;
+    EXPECT_EQ(waitForMarker(), -1);
+    EXPECT_EQ(clock.sleeps(), std::vector<SteppedClock::Time>(200, 100ms));
+    EXPECT_EQ(clock.now(), 20s);
+
+    clock.onSleep([&](size_t count) {
+        if (count == 200 + 37) makeFile(tv / "data/marker");
+    });
+    EXPECT_EQ(waitForMarker(), 37);
+    EXPECT_EQ(usleep(2500000), 0);
+    EXPECT_EQ(clock.sleeps().back(), 2500ms);
+}
+
+TEST(SteppedClock, FiresATimerWhenTimeHasPassed) {
+    SteppedClock clock;
+    const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK);
+    const itimerspec twenty{{}, {20, 0}};
+    ASSERT_EQ(timerfd_settime(timer, 0, &twenty, nullptr), 0);
+    clock.advance(19s + 999ms);
+    EXPECT_FALSE(isReadable(timer));
+    itimerspec left{};
+    ASSERT_EQ(timerfd_settime(timer, 0, &twenty, &left), 0);
+    EXPECT_EQ(left.it_value.tv_nsec, 1000000);
+    usleep(1000000);
+    EXPECT_FALSE(isReadable(timer)) << "it was armed anew";
+    clock.advance(19s);
+    pollfd entry{timer, POLLIN, 0};
+    EXPECT_EQ(poll(&entry, 1, -1), 1);
+    uint64_t expirations = 0;
+    EXPECT_EQ(read(timer, &expirations, sizeof(expirations)), 8);
+    EXPECT_EQ(expirations, 1U);
+    clock.advance(100s);
+    EXPECT_FALSE(isReadable(timer)) << "it does not repeat";
+
+    const itimerspec none{}, repeating{{1, 0}, {1, 0}}, invalid{{}, {0, -1}};
+    ASSERT_EQ(timerfd_settime(timer, 0, &twenty, nullptr), 0);
+    ASSERT_EQ(timerfd_settime(timer, 0, &none, nullptr), 0);
+    for (const itimerspec& refused : {repeating, invalid}) {
+        EXPECT_EQ(timerfd_settime(timer, 0, &refused, nullptr), -1);
+        EXPECT_EQ(errno, EINVAL);
+    }
+    EXPECT_EQ(timerfd_settime(timer, TFD_TIMER_ABSTIME, &twenty, nullptr), -1);
+    EXPECT_EQ(timerfd_settime(STDOUT_FILENO, 0, &twenty, nullptr), -1);
+    clock.advance(100s);
+    EXPECT_FALSE(isReadable(timer)) << "it was disarmed";
+    EXPECT_EQ(close(timer), 0);
+}
+
+TEST(SteppedClock, LetsThreadsWaitUntilItIsAdvanced) {
+    SteppedClock clock(SteppedClock::Sleeps::Wait);
+    std::atomic<int> done{0};
+    std::thread sleeper([&] {
+        usleep(500000);
+        ++done;
+        usleep(500000);
+        ++done;
+    });
+    std::thread waiter([&] {
+        const int timer = timerfd_create(CLOCK_MONOTONIC, 0);
+        const int epoll = epoll_create(1);
+        epoll_event event{EPOLLIN, {}};
+        epoll_ctl(epoll, EPOLL_CTL_ADD, timer, &event);
+        const itimerspec two{{}, {2, 0}};
+        timerfd_settime(timer, 0, &two, nullptr);
+        if (epoll_wait(epoll, &event, 1, -1) == 1) done += 10;
+        close(timer);
+        close(epoll);
+    });
+    clock.awaitPending(2);
+    clock.advance(499ms);
+    EXPECT_EQ(done, 0);
+    clock.advance(1ms);
+    clock.awaitPending(2);
+    EXPECT_EQ(done, 1);
+    clock.advance(500ms);
+    sleeper.join();
+    EXPECT_EQ(done, 2);
+    clock.advance(1s);
+    waiter.join();
+    EXPECT_EQ(done, 12);
+}
+
+TEST(ScaledClock, MakesSleepsAndTimersFaster) {
+    ASSERT_TRUE(setClockSpeed(std::string_view("5000")));
+    const auto start = steady_clock::now();
+    const timespec request{20, 0};
+    EXPECT_EQ(nanosleep(&request, nullptr), 0);
+    EXPECT_EQ(usleep(20000000), 0);
+    const int timer = timerfd_create(CLOCK_MONOTONIC, 0);
+    const int epoll = epoll_create1(0);
+    epoll_event event{EPOLLIN, {}};
+    ASSERT_EQ(epoll_ctl(epoll, EPOLL_CTL_ADD, timer, &event), 0);
+    const itimerspec twenty{{}, {20, 0}};
+    ASSERT_EQ(timerfd_settime(timer, 0, &twenty, nullptr), 0);
+    EXPECT_EQ(epoll_wait(epoll, &event, 1, -1), 1);
+    close(timer);
+    EXPECT_EQ(epoll_wait(epoll, &event, 1, 20000), 0);
+    close(epoll);
+    const auto passed = steady_clock::now() - start;
+    EXPECT_GE(passed, 16ms);
+    EXPECT_LT(passed, 20s);
+}
+
+TEST(ScaledClock, TellsWhatAnInterruptedSleepHasLeft) {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr);
+    // Repeating, so that one that comes before the sleep begins does no harm.
+    const itimerval every10ms{{0, 10000}, {0, 10000}}, off{};
+    setClockSpeed(10U);
+    setitimer(ITIMER_REAL, &every10ms, nullptr);
+    const timespec request{1000, 0};
+    timespec left{};
+    EXPECT_EQ(nanosleep(&request, &left), -1);
+    EXPECT_EQ(errno, EINTR);
+    setitimer(ITIMER_REAL, &off, nullptr);
+    // More than the 100 s that a forgotten conversion would leave of it.
+    EXPECT_GT(left.tv_sec, 500);
+    EXPECT_LT(left.tv_sec, 1000);
+
+    const timespec invalid{0, 1000000000};
+    EXPECT_EQ(nanosleep(&invalid, nullptr), -1);
+    EXPECT_EQ(errno, EINVAL);
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <errno.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "host/kernel/tv_path.h"
+#include "tests/support/private_tv.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using host::TvPath;
+
+TEST(Paths, OnlyTheTvsOwnLieBelowTheRoot) {
+    // A root under /data: its own files must not be looked for below it a second time.
+    host::setTvRoot("/data/some where/tv");
+    const std::string root = host::tvRoot();
+    for (const char* path : {"/data/vendor/tmp/dtv_svc_is_ready", "/dev/tovi_bectrl", "/data/",
+                             "/proc/driver/tovi_bectrl/audio/hrtf_parameter_complete"}) {
+        EXPECT_EQ(TvPath(path).real(), root + path);
+    }
+    for (const char* path :
+         {"/data", "/database/x", "data/x", "./data/x", "/dev/tovi_bectrl2", "/dev/tovi", "/proc/driver/x",
+          "", "/proc/self/stat", "/tmp/data/x", "/data/some where/tv/soc/config/key"}) {
+        EXPECT_EQ(TvPath(path).real(), path) << "must be the very same pointer";
+    }
+    EXPECT_EQ(TvPath(nullptr).real(), nullptr);
+}
+
+TEST(Paths, FilesAreMadeReadAndRemovedOnTheTv) {
+    const PrivateTv tv{"data/vendor"};
+    constexpr char kFile[] = "/data/vendor/file";
+
+    const int fd = open(kFile, O_RDWR | O_CREAT | O_EXCL, 0640);
+    ASSERT_GE(fd, 0);
+    struct stat status {};
+    ASSERT_EQ(fstat(fd, &status), 0);
+    EXPECT_EQ(status.st_mode & 0700, 0600U) << "the mode must reach the real call";
+    EXPECT_EQ(write(fd, "abcd", 4), 4);
+    EXPECT_EQ(fsync(fd), 0);
+    EXPECT_EQ(lseek(fd, 1, SEEK_SET), 1);
+    char bytes[8] = {};
+    EXPECT_EQ(read(fd, bytes, sizeof(bytes)), 3);
+    EXPECT_STREQ(bytes, "bcd");
+    EXPECT_EQ(close(fd), 0);
+    EXPECT_EQ(contentOf(tv / "data/vendor/file"), "abcd");
+
+    FILE* stream = fopen(kFile, "r+");
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(fseek(stream, -1, SEEK_END), 0);
+    EXPECT_EQ(fwrite("xyz", 1, 3, stream), 3U);
+    EXPECT_EQ(fclose(stream), 0);
+    stream = fopen64(kFile, "r");
+    ASSERT_NE(stream, nullptr);
+    char pairs[3][2];
+    EXPECT_EQ(fread(pairs, 2, 4, stream), 3U);
+    EXPECT_EQ(std::string(pairs[0], 6), "abcxyz");
+    EXPECT_EQ(fclose(stream), 0);
+
+    EXPECT_EQ(access(kFile, F_OK), 0);
+    EXPECT_EQ(remove(kFile), 0);
+    EXPECT_EQ(contentOf(tv / "data/vendor/file"), "(none)");
+    const int again = creat(kFile, 0600);
+    EXPECT_GE(again, 0);
+    EXPECT_EQ(close(again), 0);
+    EXPECT_EQ(unlink(kFile), 0);
+}
+
+TEST(Paths, ErrnoIsThatOfTheRealCall) {
+    const PrivateTv tv{"data/folder"};
+    const auto errnoAfter = [](auto call) {
+        errno = 0;
+        EXPECT_LT(call(), 0);
+        return errno;
+    };
+    EXPECT_EQ(errnoAfter([] { return open("/data/none", O_RDONLY); }), ENOENT);
+    EXPECT_EQ(errnoAfter([] { return open("/data/folder", O_WRONLY); }), EISDIR);
+    EXPECT_EQ(errnoAfter([] { return open("/data/folder/x/y", O_WRONLY | O_CREAT, 0600); }), ENOENT);
+    EXPECT_EQ(errnoAfter([] { return access("/data/none", F_OK); }), ENOENT);
+    EXPECT_EQ(errnoAfter([] { return unlink("/data/folder"); }), EISDIR);
+    EXPECT_EQ(errnoAfter([] { return open("/dev/tovi_bectrl", O_RDWR); }), ENOENT);
+    EXPECT_EQ(errnoAfter([] { return close(-1); }), EBADF);
+    EXPECT_EQ(errnoAfter([] { return write(-1, "", 1); }), EBADF);
+
+    // What goes well leaves it alone.
+    errno = ESTALE;
+    EXPECT_EQ(access("/data/folder", F_OK), 0);
+    EXPECT_EQ(access("/", F_OK), 0);
+    EXPECT_EQ(errno, ESTALE);
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

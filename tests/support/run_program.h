@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "private_tv.h"
+
+namespace hidlaudio::test {
+
+/** A program that runs beside the test, its output going to files; killed if it outlives the object. */
+class RunningProgram {
+  public:
+    /** `arguments` begins with the program's path; `variables` ("NAME=value") go into its environment. */
+    explicit RunningProgram(std::vector<std::string> arguments, std::vector<std::string> variables = {}) {
+        for (char** entry = environ; *entry != nullptr; ++entry) variables.emplace_back(*entry);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 1, (folder_ / "out").c_str(), O_WRONLY | O_CREAT, 0600);
+        posix_spawn_file_actions_addopen(&actions, 2, (folder_ / "err").c_str(), O_WRONLY | O_CREAT, 0600);
+        const int error = posix_spawn(&pid_, arguments[0].c_str(), &actions, nullptr,
+                                      pointers(arguments).data(), pointers(variables).data());
+        posix_spawn_file_actions_destroy(&actions);
+        if (error != 0) pid_ = -1;
+    }
+    ~RunningProgram() {
+        if (pid_ <= 0) return;
+        kill(pid_, SIGKILL);
+        wait();
+    }
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+
+    /** Waits for its end; its exit status, 128 + n if signal n ended it, -1 if it could not be started. */
+    int wait() {
+        int status = 0;
+        const pid_t pid = std::exchange(pid_, -1);
+        if (pid <= 0 || waitpid(pid, &status, 0) != pid) return -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+
+    pid_t pid() const { return pid_; }
+    std::string out() const { return contentOf(folder_ / "out"); }
+    std::string err() const { return contentOf(folder_ / "err"); }
+
+  private:
+    static std::vector<char*> pointers(std::vector<std::string>& texts) {
+        std::vector<char*> result;
+        for (std::string& text : texts) result.push_back(text.data());
+        result.push_back(nullptr);
+        return result;
+    }
+
+    PrivateFolder folder_;
+    pid_t pid_ = -1;
+};
+
+}  // namespace hidlaudio::test
