@@ -50,8 +50,8 @@ int32_t MTAUDDEC_Set32EqualizerBandConfig(const float* gains);
 int32_t MTAUDDEC_SetAcVolumeOffset(int8_t offset);
 
 /**
- * A request to the audio post-processor, 64 bytes on the 32-bit target: the
- * parameter's identifier, the number of answer words, where to put them.
+ * A request to the audio post-processor: the parameter's identifier, the number of
+ * answer words, where to put them. The rest is zero.
  */
 struct MTAUDPOST_Request {
     uint32_t parameter;

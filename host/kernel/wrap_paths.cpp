@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
-#include <stdarg.h>
 
 #include "descriptors.h"
 #include "faulty_call.h"
@@ -18,11 +17,6 @@ int openPath(Open realOpen, const char* path, int flags, mode_t mode) {
     const int fd = unlessFaulty("open", -1, [&] { return realOpen(file.real(), flags, mode); });
     rememberTvDescriptor(fd);
     return fd;
-}
-
-/** The mode is there only where a file may be made; there it may not be left out. */
-bool hasMode(int flags) {
-    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
 }
 
 FILE* openStream(FILE* (*realOpen)(const char*, const char*), const char* path, const char* mode) {
@@ -44,19 +38,15 @@ int onPath(const char* name, const char* path, Call call) {
 
 extern "C" {
 
-int __wrap_open(const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = hasMode(flags) ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
+/**
+ * The mode of a call that passes none is whatever lay in its place; the real call
+ * does not look at it then.
+ */
+int __wrap_open(const char* path, int flags, mode_t mode) {
     return openPath(__real_open, path, flags, mode);
 }
 
-int __wrap_open64(const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = hasMode(flags) ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
+int __wrap_open64(const char* path, int flags, mode_t mode) {
     return openPath(__real_open64, path, flags, mode);
 }
 

@@ -16,7 +16,7 @@ namespace hidlaudio::host {
  */
 
 /** The largest value file that is read; more is a mistake of whoever wrote it. */
-constexpr size_t kLargestValueFile = 64 * 1024;
+constexpr size_t kLargestValueFile = 65536;
 
 /**
  * Reads the whole of a regular file of at most kLargestValueFile bytes. Returns 0,

@@ -3,8 +3,8 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -26,7 +26,6 @@ using std::chrono::steady_clock;
 
 /** The daemon may wait 20 s for each of five things before it serves. */
 constexpr std::chrono::seconds kLongestStart{180};
-constexpr std::chrono::milliseconds kFileTimeGrain{20};
 constexpr size_t kLastLines = 10;
 
 struct Started {
@@ -35,7 +34,6 @@ struct Started {
 };
 
 struct Boot {
-    std::filesystem::file_time_type time = std::filesystem::file_time_type::clock::now() - kFileTimeGrain;
     LogTail log{LogTail::From::End};
     std::vector<Started> started;
 };
@@ -63,7 +61,7 @@ std::string whatStandsAgainst() {
 std::string startAll(std::vector<Started>& started) {
     const FolderLock lock(tvRoot() + "/run");
     if (lock.error() != 0) return fileError(tvRoot() + "/run", lock.error());
-    const std::string reason = whatStandsAgainst();
+    std::string reason = whatStandsAgainst();
     if (!reason.empty()) return reason;
     for (const std::string program : kPrograms) {
         Process process;
@@ -85,6 +83,11 @@ std::optional<Ending> anyEnding(const Boot& boot) {
     return std::nullopt;
 }
 
+bool allRegistered(const Boot& boot) {
+    return std::all_of(boot.started.begin(), boot.started.end(),
+                       [](const Started& one) { return servicesRegistered(one.program, one.process.pid); });
+}
+
 /** Takes back a boot that did not come to its end. */
 int giveUp(const std::string& reason) {
     stopPrograms();
@@ -93,7 +96,7 @@ int giveUp(const std::string& reason) {
 
 int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
     const auto deadline = steady_clock::now() + kLongestStart;
-    while (!servicesRegistered(boot.time)) {
+    while (!allRegistered(boot)) {
         if (const auto ending = anyEnding(boot)) {
             return giveUp(ending->how + ". The last lines of the log:\n" + boot.log.lastLines(kLastLines));
         }

@@ -7,14 +7,15 @@
 namespace hidlaudio::host {
 
 /**
- * Ctrl-C, a request to end and a closed terminal, kept from ending the process for
- * as long as the object lives, so that it can clean up. For a process with one thread.
+ * Ctrl-C, a request to end, a closed terminal and an output that nobody reads, kept
+ * from ending the process for as long as the object lives, so that it can clean up.
+ * For a process with one thread.
  */
 class Interrupt {
   public:
     Interrupt() {
         sigemptyset(&signals_);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaddset(&signals_, signal);
         sigprocmask(SIG_BLOCK, &signals_, &before_);
     }
     ~Interrupt() { sigprocmask(SIG_SETMASK, &before_, nullptr); }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "log_tail.h"
 
+#include <poll.h>
 #include <stdio.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -13,7 +15,7 @@ namespace hidlaudio::host {
 namespace {
 
 /** What a program's last words are looked for in. */
-constexpr int64_t kLastWords = 16 * 1024;
+constexpr int64_t kLastWords = 16384;
 
 int64_t sizeOf(const std::string& path) {
     struct stat status {};
@@ -32,6 +34,12 @@ int64_t readFrom(const std::string& path, int64_t start, Use use) {
         end += file.gcount();
     }
     return end;
+}
+
+/** A pipe tells its end only to who writes or asks, and a log may be silent for long. */
+bool isOutputRead() {
+    pollfd output{STDOUT_FILENO, 0, 0};
+    return poll(&output, 1, 0) <= 0 || (output.revents & (POLLERR | POLLNVAL)) == 0;
 }
 
 std::string lastLinesOf(const std::string& text, size_t count) {
@@ -62,7 +70,7 @@ bool LogTail::print() {
         file.printed = readFrom(file.path, file.printed,
                                 [](const char* piece, size_t size) { fwrite(piece, 1, size, stdout); });
     }
-    return fflush(stdout) == 0 && ferror(stdout) == 0;
+    return fflush(stdout) == 0 && ferror(stdout) == 0 && isOutputRead();
 }
 
 std::string LogTail::lastLines(size_t count) const {

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <exception>
 #include <string>
 
 #include "commands.h"
 #include "host/root/tv_root.h"
 #include "terminal.h"
 
-int main(int argc, char** argv) {
-    using namespace hidlaudio::host;
+namespace hidlaudio::host {
+namespace {
+
+int runCommand(int argc, char** argv) {
     // Absolute, and the same for the programs that are started at another place.
     setTvRoot(tvRoot());
     int status = kDone;
@@ -31,4 +34,15 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? kDone : kWrongUsage;
     }
     return status;
+}
+
+}  // namespace
+}  // namespace hidlaudio::host
+
+int main(int argc, char** argv) {
+    try {
+        return hidlaudio::host::runCommand(argc, argv);
+    } catch (const std::exception& error) {
+        return hidlaudio::host::fail(error.what());
+    }
 }

@@ -15,7 +15,7 @@
 namespace hidlaudio::host {
 namespace {
 
-constexpr std::chrono::milliseconds kPatience{5000};
+constexpr std::chrono::milliseconds kPatience{1000};
 
 std::string noteOf(const std::string& program) {
     return tvRoot() + "/run/" + program + ".pid";

@@ -1,18 +1,48 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "registry.h"
 
-#include "host/root/tv_root.h"
+#include <hidl/ServiceManagement.h>
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
 
 namespace hidlaudio::host {
+namespace {
 
-bool servicesRegistered(std::filesystem::file_time_type boot) {
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(tvRoot() + "/run/hwbinder", error)) {
-        if (entry.path().filename().string().front() == '.') continue;
-        const auto written = entry.last_write_time(error);
-        if (!error && written >= boot) return true;
-    }
-    return false;
+using android::hardware::hidl_vec;
+using Entry = android::hidl::manager::V1_0::IServiceManager::InstanceDebugInfo;
+
+constexpr std::string_view kInstance = "default";
+
+struct Service {
+    std::string_view program;
+    std::string_view interface;
+};
+
+/** The newest version of each; the older ones are registered along with it. */
+constexpr Service kServices[] = {
+    {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingStatusListener"},
+    {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IOutputExternal"},
+};
+
+bool isIn(const hidl_vec<Entry>& entries, const Service& service, pid_t pid) {
+    return std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) {
+        return service.interface == entry.interfaceName.c_str() && kInstance == entry.instanceName.c_str() &&
+               entry.pid == pid;
+    });
+}
+
+}  // namespace
+
+bool servicesRegistered(const std::string& program, pid_t pid) {
+    bool registered = false;
+    const auto result = android::hardware::defaultServiceManager()->debugDump([&](const auto& entries) {
+        registered = std::all_of(std::begin(kServices), std::end(kServices), [&](const Service& service) {
+            return service.program != program || isIn(entries, service, pid);
+        });
+    });
+    return result.isOk() && registered;
 }
 
 }  // namespace hidlaudio::host

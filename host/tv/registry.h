@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <filesystem>
+#include <sys/types.h>
+
+#include <string>
 
 namespace hidlaudio::host {
 
-/** Whether every service of the TV at tvRoot() has been registered since `boot`. */
-bool servicesRegistered(std::filesystem::file_time_type boot);
+/**
+ * Whether `program`, which runs as process `pid` on the TV at tvRoot(), has
+ * registered every service that it is to offer.
+ */
+bool servicesRegistered(const std::string& program, pid_t pid);
 
 }  // namespace hidlaudio::host

@@ -55,7 +55,7 @@ TEST(Paths, FilesAreMadeReadAndRemovedOnTheTv) {
     EXPECT_EQ(fclose(stream), 0);
     stream = fopen64(kFile, "r");
     ASSERT_NE(stream, nullptr);
-    char pairs[3][2];
+    char pairs[4][2];
     EXPECT_EQ(fread(pairs, 2, 4, stream), 3U);
     EXPECT_EQ(std::string(pairs[0], 6), "abcxyz");
     EXPECT_EQ(fclose(stream), 0);

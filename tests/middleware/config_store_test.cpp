@@ -28,17 +28,17 @@ int32_t set(const char* key, int32_t value, int32_t mode) {
 
 TEST(ConfigStoreSession, IsNeeded) {
     // In a process of its own: nothing closes the connection that other tests open.
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    const PrivateTv tv{"soc/config", "soc/faults"};
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    static const PrivateTv tv{"soc/config", "soc/faults"};  // static: exit takes it away
     makeFile(tv / "soc/config/key", "5\n");
-    const auto statuses = [&](bool failing) {
+    const auto isRefused = [](bool failing) {
         if (failing) makeFile(tv / "soc/faults/MTAL_Init", "-9\n");
         const int32_t opened = failing ? MTAL_Init() : 0;
         int32_t value = 0;
         return opened == (failing ? -9 : 0) && get("key", value) != 0 && set("key", 6, 7) != 0;
     };
-    EXPECT_EXIT(exit(statuses(false) ? 0 : 1), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(exit(statuses(true) ? 0 : 1), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(exit(isRefused(false) ? 0 : 1), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(exit(isRefused(true) ? 0 : 1), testing::ExitedWithCode(0), "");
     EXPECT_EQ(contentOf(tv / "soc/config/key"), "5\n");
 }
 

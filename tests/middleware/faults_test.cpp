@@ -90,6 +90,7 @@ TEST_F(MiddlewareFaults, AreCountedOnceEach) {
     makeFile(fileOf("DRV_Init"), "-1 100\n");
     std::atomic<int> failed{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int call = 0; call < 50; ++call) failed += DRV_Init() != 0 ? 1 : 0;

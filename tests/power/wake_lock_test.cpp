@@ -42,6 +42,7 @@ TEST(WakeLock, IsHeldOnceByName) {
 TEST(WakeLock, KeepsThoseOfEveryThread) {
     const PrivateTv tv{"power"};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([i] {
             for (int n = 0; n < 25; ++n) {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "process.h"
 #include "spin.h"
 
 namespace android::hardware::transport {
@@ -25,6 +26,10 @@ struct Frame {
 // Peers may call each other back and forth; a peer that never ends must not take
 // the stack.
 constexpr size_t kMaxDepth = 64;
+
+// Oneway calls of an object that may wait in this process; more stay in the socket,
+// until that takes no more and the sender is told.
+constexpr size_t kMostWaitingOneways = 256;
 
 struct OwnChannel {
     uint64_t linkNumber;
@@ -78,9 +83,22 @@ std::shared_ptr<Channel> ownChannel(Link& link) {
     return channel;
 }
 
+bool bringsObjectsHome(const IncomingMessage& message) {
+    if (message.header.objectCount == 0) return false;
+    const std::vector<ObjectReference>& references = message.attachments->references;
+    return std::any_of(references.begin(), references.end(),
+                       [](const ObjectReference& one) { return one.owner == kReceiversObject; });
+}
+
+void sayRead(Link& link, Channel& channel) {
+    MessageHeader header{};
+    header.type = kReplyRead;
+    if (channel.send(header) != OK) link.kill();
+}
+
 status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
     for (;;) {
-        IncomingMessage message;
+        IncomingMessage& message = reply->incoming();
         const Channel::Received received = receiveSpinning(channel, &message);
         if (received == Channel::Received::Closed) break;
         const bool understood = received == Channel::Received::Message && link.resolve(&message) &&
@@ -90,12 +108,14 @@ status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
             break;
         }
         if (message.header.type == kCall) {
-            serveCall(link.shared_from_this(), channel, std::move(message), nullptr);
+            Parcel data;
+            data.incoming() = std::move(message);
+            serveCall(link.shared_from_this(), channel, data, nullptr);
             continue;
         }
-        const auto status = static_cast<status_t>(message.header.code);
-        if (status == OK) reply->adopt(std::move(message));
-        return status;
+        if (bringsObjectsHome(message)) sayRead(link, channel);
+        reply->startReading();
+        return static_cast<status_t>(message.header.code);
     }
     link.kill();
     return DEAD_OBJECT;
@@ -150,6 +170,20 @@ void sendReply(Link& link, Channel& channel, Parcel& reply) {
     if (status != OK && status != DEAD_OBJECT) sendStatus(link, channel, status);
 }
 
+// How the served method's results leave, from within it or after it.
+struct Answer {
+    Link& link;
+    Channel& channel;
+    Frame& frame;
+    Turn* turn;
+
+    void send(Parcel& results) {
+        frame.answered = true;
+        sendReply(link, channel, results);
+        if (turn != nullptr) turn->end();
+    }
+};
+
 }  // namespace
 
 status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
@@ -183,66 +217,65 @@ status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& da
     return waitReply(link, *channel, reply);
 }
 
-void serveCall(const std::shared_ptr<Link>& link, Channel& channel, IncomingMessage&& message,
-               const std::function<void()>& replied) {
-    Frame frame{link.get(), &channel, false};
-    const uint32_t code = message.header.code;
-    sp<BHwBinder> target = link->target(message.header.target);
+void serveCall(const std::shared_ptr<Link>& link, Channel& channel, Parcel& data, Turn* turn) {
+    const MessageHeader& header = data.incoming().header;
+    sp<BHwBinder> target = link->target(header.target);
     if (target == nullptr || thread().frames.size() >= kMaxDepth) {
         sendStatus(*link, channel, target == nullptr ? DEAD_OBJECT : FAILED_TRANSACTION);
         return;
     }
+    Frame frame{link.get(), &channel, false};
     ScopedFrame scope(&frame);
-    Parcel data;
+    data.startReading();
     Parcel reply;
-    data.adopt(std::move(message));
-    struct Context {
-        Link& link;
-        Channel& channel;
-        Frame& frame;
-        const std::function<void()>& replied;
-    } context{*link, channel, frame, replied};
-    auto answer = [&context](Parcel& results) {
-        context.frame.answered = true;
-        sendReply(context.link, context.channel, results);
-        if (context.replied) context.replied();
-    };
-    const status_t status = target->transact(code, data, &reply, 0, answer);
+    Answer answer{*link, channel, frame, turn};
+    // A reference is small enough for the function object to hold it in place.
+    const status_t status =
+        target->transact(header.code, data, &reply, 0, [&answer](Parcel& results) { answer.send(results); });
     if (frame.answered) return;
     if (status == OK) {
-        answer(reply);
+        answer.send(reply);
     } else {
         frame.answered = true;
         sendStatus(*link, channel, status);
     }
 }
 
-bool enqueueOneway(BHwBinder& target, const std::shared_ptr<Link>& link, IncomingMessage&& message) {
+Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<Link>& link, IncomingMessage&& message,
+                       const std::shared_ptr<Source>& source) {
     OnewayQueue& queue = target.onewayQueue();
     std::lock_guard<std::mutex> lock(queue.mutex);
     queue.pending.push_back({link, std::move(message)});
-    const bool mustServe = !queue.serving;
-    queue.serving = true;
-    return mustServe;
+    if (!queue.serving) {
+        queue.serving = true;
+        return Enqueued::MustServe;
+    }
+    if (queue.pending.size() < kMostWaitingOneways) return Enqueued::Waits;
+    queue.stopped.push_back(source);
+    return Enqueued::Stops;
 }
 
 void serveOneways(const sp<BHwBinder>& target) {
     OnewayQueue& queue = target->onewayQueue();
     for (;;) {
         OnewayQueue::Pending next;
+        std::vector<std::shared_ptr<Source>> resumed;
         {
             std::lock_guard<std::mutex> lock(queue.mutex);
             queue.serving = !queue.pending.empty();
             if (!queue.serving) return;
             next = std::move(queue.pending.front());
             queue.pending.pop_front();
+            if (queue.pending.size() < kMostWaitingOneways / 2) resumed.swap(queue.stopped);
         }
+        for (const auto& source : resumed) Process::self().pool().resume(*source);
         Frame frame{next.link.get(), nullptr, true};
         ScopedFrame scope(&frame);
         const uint32_t code = next.message.header.code;
         Parcel data;
         Parcel reply;
-        data.adopt(std::move(next.message));
+        data.incoming() = std::move(next.message);
+        data.startReading();
         (void)target->transact(code, data, &reply, IBinder::FLAG_ONEWAY, [](Parcel&) {});
     }
 }

@@ -5,11 +5,11 @@
 #include <hwbinder/Parcel.h>
 
 #include <deque>
-#include <functional>
 #include <memory>
 #include <mutex>
 
 #include "link.h"
+#include "pool.h"
 
 namespace android::hardware::transport {
 
@@ -24,12 +24,12 @@ status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& da
                     bool oneway);
 
 /**
- * Serves a received kCall and sends its reply.
+ * Serves the kCall received in `data` and sends its reply.
  *
- * @param replied called once when the reply has left, perhaps while the method still works
+ * @param turn ended when the reply has left, perhaps while the method still works; null
+ *             for a call that came while this thread waited for a reply
  */
-void serveCall(const std::shared_ptr<Link>& link, Channel& channel, IncomingMessage&& message,
-               const std::function<void()>& replied);
+void serveCall(const std::shared_ptr<Link>& link, Channel& channel, Parcel& data, Turn* turn);
 
 /** Oneway calls of one object: whoever finds nobody serving serves all that come. */
 struct OnewayQueue {
@@ -41,10 +41,19 @@ struct OnewayQueue {
     std::mutex mutex;
     std::deque<Pending> pending;
     bool serving = false;
+    std::vector<std::shared_ptr<Source>> stopped;  // what filled the queue
 };
 
-/** Puts a received oneway call in its object's queue; true where the caller must serve the queue. */
-bool enqueueOneway(BHwBinder& target, const std::shared_ptr<Link>& link, IncomingMessage&& message);
+enum class Enqueued { MustServe, Waits, Stops };
+
+/**
+ * Puts a received oneway call in its object's queue.
+ *
+ * @return MustServe: nobody serves the queue, the caller must. Stops: it is full, and
+ *         `source` has to be left alone; it is resumed once the queue is shorter.
+ */
+Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<Link>& link, IncomingMessage&& message,
+                       const std::shared_ptr<Source>& source);
 void serveOneways(const sp<BHwBinder>& target);
 
 /** Process and user of the call that this thread serves; false outside of a call. */

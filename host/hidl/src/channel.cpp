@@ -7,8 +7,12 @@
 #include <string.h>
 #include <sys/socket.h>
 
+#include "spin.h"
+
 namespace android::hardware::transport {
 namespace {
+
+constexpr int kSendFlags = MSG_NOSIGNAL | MSG_DONTWAIT;
 
 constexpr size_t alignUp(size_t value) {
     return (value + kBulkAlignment - 1) & ~(kBulkAlignment - 1);
@@ -27,9 +31,8 @@ status_t statusOfSend(ssize_t sent) {
 bool isHeaderSane(const MessageHeader& header) {
     const bool bodyKind = header.type == kCall || header.type == kReply;
     return header.type >= kHello && header.type <= kLastMessageType &&
-           (header.flags & ~kAllMessageFlags) == 0 && header.reserved == 0 &&
-           header.objectCount <= kMaxObjects && header.fdCount <= kMaxDescriptors &&
-           header.bodySize <= kTransactionLimit &&
+           (header.flags & ~kAllMessageFlags) == 0 && header.objectCount <= kMaxObjects &&
+           header.fdCount <= kMaxDescriptors && header.bodySize <= kTransactionLimit &&
            (bodyKind || (header.bodySize == 0 && header.objectCount == 0 && header.bulkSize == 0));
 }
 
@@ -50,15 +53,23 @@ bool Channel::waitWritable() {
     return (poll.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
 }
 
-status_t Channel::sendPacket(const void* data, size_t size, const std::vector<int>& fds) {
-    constexpr int kFlags = MSG_NOSIGNAL | MSG_DONTWAIT;
-    if (fds.empty()) return statusOfSend(::send(mSocket.get(), data, size, kFlags));
+status_t Channel::sendPlain(const void* data, size_t size) {
+    const status_t status = statusOfSend(::send(mSocket.get(), data, size, kSendFlags));
+    if (status == OK) mAnnounced = false;
+    return status;
+}
 
-    if (mKind == Kind::Call) {
+status_t Channel::sendPacket(const void* data, size_t size, const std::vector<int>& fds) {
+    if (fds.empty()) return sendPlain(data, size);
+    // The peer still waits for descriptors that could not be sent: once is enough.
+    if (mKind == Kind::Call && !mAnnounced) {
         MessageHeader announcement{};
         announcement.type = kDescriptorsFollow;
-        status_t status = statusOfSend(::send(mSocket.get(), &announcement, sizeof(announcement), kFlags));
+        announcement.processor = ownProcessor();
+        status_t status =
+            statusOfSend(::send(mSocket.get(), &announcement, sizeof(announcement), kSendFlags));
         if (status != OK) return status;
+        mAnnounced = true;
     }
     alignas(cmsghdr) char control[CMSG_SPACE((kMaxDescriptors + 1) * sizeof(int))] = {};
     iovec part{const_cast<void*>(data), size};
@@ -72,10 +83,13 @@ status_t Channel::sendPacket(const void* data, size_t size, const std::vector<in
     rights->cmsg_type = SCM_RIGHTS;
     rights->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
     memcpy(CMSG_DATA(rights), fds.data(), fds.size() * sizeof(int));
-    return statusOfSend(sendmsg(mSocket.get(), &message, kFlags));
+    const status_t status = statusOfSend(sendmsg(mSocket.get(), &message, kSendFlags));
+    if (status == OK) mAnnounced = false;
+    return status;
 }
 
 status_t Channel::send(MessageHeader header, int fd) {
+    header.processor = ownProcessor();
     std::vector<int> fds;
     if (fd >= 0) fds.push_back(fd);
     header.fdCount = static_cast<uint16_t>(fds.size());
@@ -105,11 +119,17 @@ status_t Channel::fillBulk(MessageHeader* header, const OutgoingBody& body, size
 status_t Channel::send(MessageHeader header, OutgoingBody& body,
                        const std::vector<ObjectReference>& references) {
     if (body.tooLarge || body.transactionSize() > kTransactionLimit) return FAILED_TRANSACTION;
-    std::vector<int> fds = body.fds;
+    header.processor = ownProcessor();
     header.bodySize = static_cast<uint32_t>(body.bodySize);
+    if (body.buffer.capacity() == 0) body.buffer = PacketBuffer::ofSize(kMaxPacket);
+    const size_t packetSize = kHeaderSize + body.bodySize;
+    if (references.empty() && body.fds.empty() && body.bulkSize == 0 && packetSize <= kMaxPacket) {
+        memcpy(body.buffer.data(), &header, sizeof(header));
+        return sendPlain(body.buffer.data(), packetSize);
+    }
+    std::vector<int> fds = body.fds;
     header.objectCount = static_cast<uint16_t>(references.size());
     header.fdCount = static_cast<uint16_t>(fds.size());
-    if (body.buffer.capacity() == 0) body.buffer = PacketBuffer::ofSize(kMaxPacket);
     return sendBody(header, body, references, fds);
 }
 
@@ -160,7 +180,7 @@ ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
         for (size_t i = 0; i < count; ++i) {
             int fd = -1;
             memcpy(&fd, CMSG_DATA(c) + i * sizeof(int), sizeof(fd));
-            message->fds.emplace_back(fd);
+            message->attach().fds.emplace_back(fd);
         }
     }
     // Descriptors that did not fit are lost: an impossible size makes it malformed.
@@ -168,7 +188,7 @@ ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
 }
 
 Channel::Received Channel::receive(IncomingMessage* message, bool wait) {
-    message->buffer = PacketBuffer::ofSize(kMaxPacket);
+    if (message->buffer.capacity() != kMaxPacket) message->buffer = PacketBuffer::ofSize(kMaxPacket);
     bool announced = mDescriptorsFollow;
     for (;;) {
         const ssize_t size = receivePacket(message, wait);
@@ -176,21 +196,28 @@ Channel::Received Channel::receive(IncomingMessage* message, bool wait) {
         if (size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return Received::Nothing;
         if (size <= 0) return Received::Closed;
         if (!check(message, static_cast<size_t>(size))) return Received::Malformed;
+        if (message->header.type == kReplyRead) {
+            // Once a reply, or a peer could keep this loop busy.
+            if (heldUntilNext.empty()) return Received::Malformed;
+            heldUntilNext.clear();
+            continue;
+        }
         heldUntilNext.clear();
         if (message->header.type != kDescriptorsFollow) return Received::Message;
         // One announcement a message, or a peer could keep this loop busy.
         if (announced || mKind != Kind::Call) return Received::Malformed;
         announced = true;
         mDescriptorsFollow = true;
-        message->fds.clear();
+        message->attachments.reset();
     }
 }
 
 bool Channel::attachMemory(IncomingMessage* message) {
     if ((message->header.flags & kNewBulkMemory) == 0) return true;
-    if (mPeerBulk != nullptr || message->fds.empty()) return false;
-    mPeerBulk = BulkMapping::ofPeer(message->fds.front());
-    message->fds.erase(message->fds.begin());
+    if (mPeerBulk != nullptr || message->fdCount() == 0) return false;
+    std::vector<base::unique_fd>& fds = message->attachments->fds;
+    mPeerBulk = BulkMapping::ofPeer(fds.front());
+    fds.erase(fds.begin());
     return mPeerBulk != nullptr;
 }
 
@@ -222,13 +249,21 @@ bool Channel::check(IncomingMessage* message, size_t packetSize) {
     memcpy(&message->header, message->buffer.data(), kHeaderSize);
     const MessageHeader& header = message->header;
     if (!isHeaderSane(header)) return false;
+    noteSender(header.processor);
+    const bool bodyAlone = header.flags == 0 && header.objectCount == 0 && header.fdCount == 0 &&
+                           header.bulkSize == 0 && message->attachments == nullptr;
+    if (bodyAlone) {
+        message->body = message->buffer.data() + kHeaderSize;
+        message->bodySize = header.bodySize;
+        return packetSize == kHeaderSize + header.bodySize;
+    }
     const size_t inPacket = (header.flags & kBodyInBulk) != 0 ? 0 : header.bodySize + referencesSize(header);
     if (packetSize != kHeaderSize + inPacket || !attachMemory(message)) return false;
-    if (message->fds.size() != header.fdCount || !attachBulk(message)) return false;
-    message->fdsTaken = 0;
-    message->references.resize(header.objectCount);
+    if (message->fdCount() != header.fdCount || !attachBulk(message)) return false;
     if (header.objectCount > 0) {
-        memcpy(message->references.data(), message->body + header.bodySize, referencesSize(header));
+        std::vector<ObjectReference>& references = message->attach().references;
+        references.resize(header.objectCount);
+        memcpy(references.data(), message->body + header.bodySize, referencesSize(header));
     }
     return true;
 }

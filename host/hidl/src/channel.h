@@ -52,10 +52,11 @@ class Channel {
     /** Waits until the peer reads; false where it is gone. */
     bool waitWritable();
 
-    /** Objects of the peer's that travel home in a reply: kept until the peer shows that it has read it. */
+    /** Objects of the peer's that travel home in a reply: kept until the peer's next packet. */
     std::vector<sp<IBinder>> heldUntilNext;
 
   private:
+    status_t sendPlain(const void* data, size_t size);
     status_t sendPacket(const void* data, size_t size, const std::vector<int>& fds);
     status_t sendBody(MessageHeader header, OutgoingBody& body,
                       const std::vector<ObjectReference>& references, std::vector<int>& fds);
@@ -67,7 +68,8 @@ class Channel {
 
     const base::unique_fd mSocket;
     const Kind mKind;
-    bool mDescriptorsFollow = false;
+    bool mDescriptorsFollow = false;  // the peer has announced some
+    bool mAnnounced = false;          // we have, and the peer still waits for the message
     BulkSender mBulkSender;
     std::shared_ptr<BulkMapping> mPeerBulk;
 };

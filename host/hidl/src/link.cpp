@@ -3,6 +3,7 @@
 
 #include "link.h"
 
+#include <fcntl.h>
 #include <log/log.h>
 #include <sys/socket.h>
 
@@ -11,6 +12,7 @@
 #include "call.h"
 #include "process.h"
 #include "proxy.h"
+#include "sources.h"
 
 namespace android::hardware::transport {
 namespace {
@@ -33,12 +35,20 @@ void shutdownAll(const std::vector<T>& channels) {
 }  // namespace
 
 Link::Link(base::unique_fd control, pid_t pid, uid_t uid)
-    : number(++gLinks), peerPid(pid), peerUid(uid), mControl(std::move(control), Channel::Kind::Control) {}
+    : number(++gLinks),
+      peerPid(pid),
+      peerUid(uid),
+      mControl(std::make_shared<Channel>(std::move(control), Channel::Kind::Control)) {}
+
+std::shared_ptr<Channel> Link::control() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mControl;
+}
 
 void Link::kill() {
     mDead.store(true, std::memory_order_release);
-    mControl.shutdown();
     std::lock_guard<std::mutex> lock(mMutex);
+    if (mControl != nullptr) mControl->shutdown();
     shutdownAll(mCallChannels);
     for (const std::weak_ptr<Channel>& weak : mPeerChannels) {
         if (auto channel = weak.lock()) channel->shutdown();
@@ -49,10 +59,13 @@ void Link::end() {
     kill();
     std::unordered_map<uint64_t, Export> exports;
     std::vector<std::shared_ptr<Channel>> channels;
+    std::shared_ptr<Channel> control;
     std::vector<sp<BpHwBinder>> proxies;
     {
         std::lock_guard<std::mutex> lock(mMutex);
         mEnded = true;
+        // Whoever keeps a dead peer's object keeps this link, and shall keep no descriptor.
+        control.swap(mControl);
         exports.swap(mExports);
         channels.swap(mCallChannels);
         mIdleChannels.clear();
@@ -72,10 +85,10 @@ bool Link::ended() {
 }
 
 // With mControlMutex held.
-status_t Link::flushReleases() {
+status_t Link::flushReleases(Channel& control) {
     while (!mPendingReleases.empty()) {
         const auto [object, count] = *mPendingReleases.begin();
-        const status_t status = mControl.send(controlMessage(kRelease, object, count));
+        const status_t status = control.send(controlMessage(kRelease, object, count));
         if (status != OK) return status;
         mPendingReleases.erase(mPendingReleases.begin());
     }
@@ -84,15 +97,25 @@ status_t Link::flushReleases() {
 
 status_t Link::sendControl(const MessageHeader& header, int fd) {
     std::lock_guard<std::mutex> lock(mControlMutex);
-    const status_t status = flushReleases();
-    return status == OK ? mControl.send(header, fd) : status;
+    const std::shared_ptr<Channel> channel = control();
+    if (channel == nullptr) return DEAD_OBJECT;
+    const status_t status = flushReleases(*channel);
+    return status == OK ? channel->send(header, fd) : status;
 }
 
 status_t Link::sendOneway(const MessageHeader& header, OutgoingBody& body,
                           const std::vector<ObjectReference>& references) {
     std::lock_guard<std::mutex> lock(mControlMutex);
-    const status_t status = flushReleases();
-    return status == OK ? mControl.send(header, body, references) : status;
+    const std::shared_ptr<Channel> channel = control();
+    if (channel == nullptr) return DEAD_OBJECT;
+    const status_t status = flushReleases(*channel);
+    return status == OK ? channel->send(header, body, references) : status;
+}
+
+// Until the peer reads its control channel; false where it is gone.
+bool Link::waitForRoom() {
+    const std::shared_ptr<Channel> channel = control();
+    return channel != nullptr && channel->waitWritable();
 }
 
 std::shared_ptr<Channel> Link::makeCallChannel() {
@@ -105,7 +128,7 @@ std::shared_ptr<Channel> Link::makeCallChannel() {
     base::unique_fd far(ends[1]);
     status_t status;
     while ((status = sendControl(controlMessage(kNewCallChannel, 0), far)) == WOULD_BLOCK) {
-        if (!mControl.waitWritable()) return nullptr;
+        if (!waitForRoom()) return nullptr;
     }
     if (status != OK) return nullptr;
     return std::make_shared<Channel>(std::move(near), Channel::Kind::Call);
@@ -164,7 +187,7 @@ sp<BpHwBinder> Link::registeredProxy(uint64_t object) {
     }
     status_t status;
     while ((status = sendControl(controlMessage(kAcquire, object))) == WOULD_BLOCK) {
-        if (!mControl.waitWritable()) return nullptr;
+        if (!waitForRoom()) return nullptr;
     }
     return status == OK ? proxy(object, 1) : nullptr;
 }
@@ -176,9 +199,30 @@ void Link::forgetProxy(uint64_t object, const BpHwBinder* proxy, uint32_t known)
         if (found != mProxies.end() && found->second.unsafe_get() == proxy) mProxies.erase(found);
     }
     if (dead() || known == 0) return;
-    std::lock_guard<std::mutex> lock(mControlMutex);
+    std::unique_lock<std::mutex> lock(mControlMutex);
+    const std::shared_ptr<Channel> channel = control();
+    if (channel == nullptr) return;
     mPendingReleases[object] += known;
-    (void)flushReleases();  // what the peer does not take now goes with a later message
+    if (flushReleases(*channel) == WOULD_BLOCK) awaitRoom(*channel);
+    const bool tooMany = mPendingReleases.size() > kMaxPendingReleases;
+    lock.unlock();
+    if (tooMany) kill();
+}
+
+// With mControlMutex held.
+void Link::awaitRoom(const Channel& control) {
+    if (mAwaitsRoom) return;
+    base::unique_fd own(fcntl(control.fd(), F_DUPFD_CLOEXEC, 0));
+    if (own < 0) return;  // then the releases go with a later message
+    mAwaitsRoom = true;
+    Process::self().pool().add(std::make_shared<ReleaseSource>(shared_from_this(), std::move(own)));
+}
+
+bool Link::sendWaitingReleases() {
+    std::lock_guard<std::mutex> lock(mControlMutex);
+    const std::shared_ptr<Channel> channel = control();
+    mAwaitsRoom = channel != nullptr && flushReleases(*channel) == WOULD_BLOCK;
+    return !mAwaitsRoom;
 }
 
 sp<BHwBinder> Link::target(uint64_t object) {
@@ -249,15 +293,16 @@ void Link::takeBack(const std::vector<ObjectReference>& references) {
 }
 
 bool Link::resolve(IncomingMessage* message) {
-    message->objects.reserve(message->references.size());
-    for (const ObjectReference& reference : message->references) {
+    if (message->header.objectCount == 0) return true;
+    Attachments& attachments = *message->attachments;
+    for (const ObjectReference& reference : attachments.references) {
         if (reference.reserved != 0) return false;
         if (reference.owner == kSendersObject) {
-            message->objects.push_back(proxy(reference.object, 1));
+            attachments.objects.push_back(proxy(reference.object, 1));
         } else {
             sp<BHwBinder> own = reference.owner == kReceiversObject ? target(reference.object) : nullptr;
             if (own == nullptr) return false;
-            message->objects.push_back(own);
+            attachments.objects.push_back(own);
         }
     }
     return true;

@@ -35,9 +35,8 @@ class Link : public std::enable_shared_from_this<Link> {
     void end();
     bool ended();
 
-    /** The control channel. Only the pool receives from it. */
-    Channel& control() { return mControl; }
-    int controlFd() const { return mControl.fd(); }
+    /** The control channel, null once the link has ended. Only the pool receives from it. */
+    std::shared_ptr<Channel> control();
 
     /** Sends on the control channel, after the releases that wait; WOULD_BLOCK as Channel. */
     status_t sendControl(const MessageHeader& header, int fd = -1);
@@ -57,6 +56,8 @@ class Link : public std::enable_shared_from_this<Link> {
     sp<BpHwBinder> registeredProxy(uint64_t object);
     /** The proxy is gone: gives its references back to the peer. */
     void forgetProxy(uint64_t object, const BpHwBinder* proxy, uint32_t known);
+    /** For the pool, when the peer reads again; false where releases still wait. */
+    bool sendWaitingReleases();
 
     /** Our object that the peer may call, null where it holds none of that number. */
     sp<BHwBinder> target(uint64_t object);
@@ -80,18 +81,23 @@ class Link : public std::enable_shared_from_this<Link> {
         uint32_t count = 0;
     };
 
-    status_t flushReleases();
+    status_t flushReleases(Channel& control);
+    void awaitRoom(const Channel& control);
+    bool waitForRoom();
     std::shared_ptr<Channel> makeCallChannel();
 
     std::atomic<bool> mDead{false};
-    Channel mControl;
-    std::mutex mControlMutex;  // sending on mControl, and the two below
+    std::mutex mControlMutex;  // sending on the control channel, and the two below
     std::unordered_map<uint64_t, uint32_t> mPendingReleases;
+    bool mAwaitsRoom = false;
 
     static constexpr size_t kMaxPeerChannels = 256;
+    // A peer that reads so late does not read.
+    static constexpr size_t kMaxPendingReleases = 64 * kMaxObjects;
 
     std::mutex mMutex;  // what follows
     bool mEnded = false;
+    std::shared_ptr<Channel> mControl;
     std::unordered_map<uint64_t, Export> mExports;
     std::unordered_map<uint64_t, wp<BpHwBinder>> mProxies;
     std::vector<std::shared_ptr<Channel>> mCallChannels;

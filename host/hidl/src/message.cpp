@@ -51,37 +51,12 @@ void PacketBuffer::grow(size_t capacity, size_t used) {
     *this = std::move(larger);
 }
 
-PacketBuffer& PacketBuffer::operator=(PacketBuffer&& other) noexcept {
-    if (this == &other) return *this;
-    reset();
-    mData = other.mData;
-    mCapacity = other.mCapacity;
-    other.mData = nullptr;
-    other.mCapacity = 0;
-    return *this;
-}
-
-void PacketBuffer::reset() {
-    if (mData == nullptr) return;
+void PacketBuffer::giveBack() {
     if (mCapacity == kMaxPacket && tStored < kStoreSize && !tStoreClosed) {
         tStore[tStored++] = mData;
     } else {
         free(mData);
     }
-    mData = nullptr;
-    mCapacity = 0;
-}
-
-BulkView& BulkView::operator=(BulkView&& other) noexcept {
-    if (this == &other) return *this;
-    release();
-    mMapping = std::move(other.mMapping);
-    mBlock = other.mBlock;
-    mSkip = other.mSkip;
-    mSize = other.mSize;
-    other.mMapping.reset();
-    other.mSize = 0;
-    return *this;
 }
 
 const uint8_t* BulkView::at(size_t offset, size_t size) const {
@@ -89,43 +64,18 @@ const uint8_t* BulkView::at(size_t offset, size_t size) const {
     return mMapping->blockData(mBlock) + mSkip + offset;
 }
 
-void BulkView::release() {
-    if (mMapping == nullptr) return;
+void BulkView::giveBack() {
     mMapping->giveBack(mBlock);
-    mMapping.reset();
-    mSize = 0;
 }
 
-IncomingMessage& IncomingMessage::operator=(IncomingMessage&& other) noexcept {
-    if (this == &other) return *this;
-    freeHandles();
-    header = other.header;
-    buffer = std::move(other.buffer);
-    body = other.body;
-    bodySize = other.bodySize;
-    bulk = std::move(other.bulk);
-    references = std::move(other.references);
-    objects = std::move(other.objects);
-    fds = std::move(other.fds);
-    fdsTaken = other.fdsTaken;
-    handles = std::move(other.handles);
-    other.handles.clear();
-    return *this;
-}
-
-IncomingMessage::~IncomingMessage() {
-    freeHandles();
-}
-
-void IncomingMessage::freeHandles() {
+Attachments::~Attachments() {
     for (native_handle_t* handle : handles) {
         native_handle_close(handle);
         native_handle_delete(handle);
     }
-    handles.clear();
 }
 
-const native_handle_t* IncomingMessage::takeHandle(size_t fdCount, const int* ints, size_t intCount) {
+const native_handle_t* Attachments::takeHandle(size_t fdCount, const int* ints, size_t intCount) {
     if (fdCount > fds.size() - fdsTaken) return nullptr;
     native_handle_t* handle = native_handle_create(static_cast<int>(fdCount), static_cast<int>(intCount));
     if (handle == nullptr) return nullptr;

@@ -39,8 +39,7 @@ constexpr size_t alignmentOf() {
 Parcel::Parcel() = default;
 Parcel::~Parcel() = default;
 
-void Parcel::adopt(transport::IncomingMessage&& message) {
-    mIn = std::move(message);
+void Parcel::startReading() {
     mPosition = 0;
     mBuffersRead = 0;
 }
@@ -59,7 +58,7 @@ uint8_t* Parcel::reserve(size_t size, size_t alignment) {
         mOut.buffer.grow(needed, kHeaderSize + mOut.bodySize);
     }
     uint8_t* body = mOut.buffer.data() + kHeaderSize;
-    memset(body + mOut.bodySize, 0, start - mOut.bodySize);
+    if (start != mOut.bodySize) memset(body + mOut.bodySize, 0, start - mOut.bodySize);
     mOut.bodySize = start + size;
     return body + start;
 }
@@ -74,7 +73,7 @@ const uint8_t* Parcel::take(size_t size, size_t alignment) const {
 template <typename T>
 status_t Parcel::writePrimitive(T value) {
     uint8_t* place = reserve(sizeof(T), alignmentOf<T>());
-    if (place == nullptr) return NO_MEMORY;
+    if (place == nullptr) return FAILED_TRANSACTION;
     memcpy(place, &value, sizeof(T));
     return OK;
 }
@@ -162,7 +161,7 @@ status_t Parcel::readBool(bool* value) const {
 status_t Parcel::writeCString(const char* text) {
     const size_t size = strlen(text) + 1;
     uint8_t* place = reserve(size, kWordSize);
-    if (place == nullptr) return NO_MEMORY;
+    if (place == nullptr) return FAILED_TRANSACTION;
     memcpy(place, text, size);
     return OK;
 }
@@ -191,7 +190,7 @@ status_t Parcel::writeRecord(const void* data, size_t size, uint32_t parent, uin
     const bool bulk = plain && size > kBulkThreshold && mOut.bulkCount < OutgoingBody::kMaxBulkPieces;
     if (size > kTransactionLimit) mOut.tooLarge = true;
     uint8_t* place = reserve(sizeof(BufferRecord), kWordSize);
-    if (place == nullptr) return NO_MEMORY;
+    if (place == nullptr) return FAILED_TRANSACTION;
     BufferRecord record{static_cast<uint32_t>(size), parent, parentOffset, kInline};
     if (bulk) {
         const size_t offset = alignUp(mOut.bulkSize, kBulkAlignment);
@@ -202,7 +201,7 @@ status_t Parcel::writeRecord(const void* data, size_t size, uint32_t parent, uin
     memcpy(place, &record, sizeof(record));
     if (!bulk) {
         place = reserve(size, kRecordDataAlignment);
-        if (place == nullptr) return NO_MEMORY;
+        if (place == nullptr) return FAILED_TRANSACTION;
         if (size > 0) memcpy(place, data, size);
     }
     *handle = mOut.bufferCount++;
@@ -217,7 +216,7 @@ status_t Parcel::readRecord(size_t size, uint32_t parent, uint32_t parentOffset,
     memcpy(&record, place, sizeof(record));
     if (record.size != size || record.parent != parent || record.parentOffset != parentOffset)
         return BAD_VALUE;
-    if (record.place != kInline && !plain) return BAD_VALUE;
+    if (record.place != kInline && (!plain || record.place % kBulkAlignment != 0)) return BAD_VALUE;
     *data = record.place == kInline ? take(size, kRecordDataAlignment) : mIn.bulk.at(record.place, size);
     if (*data == nullptr) return NOT_ENOUGH_DATA;
     *handle = mBuffersRead++;
@@ -248,7 +247,7 @@ status_t Parcel::writeStrongBinder(const sp<IBinder>& binder) {
     if (binder == nullptr) return writeUint32(kNullObject);
     if (mOut.objects.size() >= kMaxObjects) {
         mOut.tooLarge = true;
-        return NO_MEMORY;
+        return FAILED_TRANSACTION;
     }
     mOut.objects.push_back(binder);
     return writeUint32(static_cast<uint32_t>(mOut.objects.size() - 1));
@@ -262,8 +261,8 @@ status_t Parcel::readNullableStrongBinder(sp<IBinder>* binder) const {
         *binder = nullptr;
         return OK;
     }
-    if (index >= mIn.objects.size()) return BAD_VALUE;
-    *binder = mIn.objects[index];
+    if (mIn.attachments == nullptr || index >= mIn.attachments->objects.size()) return BAD_VALUE;
+    *binder = mIn.attachments->objects[index];
     return OK;
 }
 
@@ -279,14 +278,14 @@ status_t Parcel::writeNativeHandleNoDup(const native_handle_t* handle) {
     const auto fdCount = static_cast<size_t>(handle->numFds);
     if (fdCount > kMaxDescriptors - mOut.fds.size()) {
         mOut.tooLarge = true;
-        return NO_MEMORY;
+        return FAILED_TRANSACTION;
     }
     status_t status = writeInt32(handle->numFds);
     if (status == OK) status = writeInt32(handle->numInts);
     if (status != OK) return status;
     const size_t intBytes = static_cast<size_t>(handle->numInts) * sizeof(int);
     uint8_t* place = reserve(intBytes, kWordSize);
-    if (place == nullptr) return NO_MEMORY;
+    if (place == nullptr) return FAILED_TRANSACTION;
     memcpy(place, handle->data + fdCount, intBytes);
     mOut.fds.insert(mOut.fds.end(), handle->data, handle->data + fdCount);
     return OK;
@@ -304,8 +303,8 @@ status_t Parcel::readHandle(const native_handle_t** handle) const {
     const size_t intBytes = static_cast<size_t>(intCount) * sizeof(int);
     const uint8_t* ints = take(intBytes, kWordSize);
     if (ints == nullptr) return NOT_ENOUGH_DATA;
-    *handle = mIn.takeHandle(static_cast<size_t>(fdCount), reinterpret_cast<const int*>(ints),
-                             static_cast<size_t>(intCount));
+    *handle = mIn.attach().takeHandle(static_cast<size_t>(fdCount), reinterpret_cast<const int*>(ints),
+                                      static_cast<size_t>(intCount));
     return *handle != nullptr ? static_cast<status_t>(OK) : static_cast<status_t>(BAD_VALUE);
 }
 

@@ -58,8 +58,12 @@ Pool::Pool() : mEpoll(epoll_create1(EPOLL_CLOEXEC)) {
 
 void Pool::arm(const Source& source, int operation) {
     epoll_event event{};
-    event.events =
-        EPOLLIN | (mOneShot.load(std::memory_order_relaxed) ? static_cast<uint32_t>(EPOLLONESHOT) : 0U);
+    event.events = source.awaitsRoom() ? EPOLLOUT : EPOLLIN;
+    if (mOneShot.load(std::memory_order_relaxed)) {
+        event.events |= EPOLLONESHOT;
+    } else if (source.oneAtATime()) {
+        event.events |= EPOLLET;
+    }
     event.data.u64 = source.mKey;
     if (epoll_ctl(mEpoll.get(), operation, source.fd(), &event) != 0) {
         ALOGE("can't watch descriptor %d: %s", source.fd(), strerror(errno));
@@ -81,6 +85,11 @@ void Pool::remove(Source& source) {
     epoll_ctl(mEpoll.get(), EPOLL_CTL_DEL, source.fd(), nullptr);
     removed = std::move(found->second);
     mSources.erase(found);
+}
+
+void Pool::resume(Source& source) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mSources.count(source.mKey) != 0) arm(source, EPOLL_CTL_MOD);
 }
 
 void Pool::configure(size_t maxThreads, bool callerJoins) {
@@ -129,9 +138,10 @@ void Pool::spawnIfAllBusy() {
 
 void Pool::serve() {
     for (;;) {
-        ++mIdle;
+        const bool several = mOneShot.load(std::memory_order_relaxed);
+        if (several) ++mIdle;
         const uint64_t key = waitReady(mEpoll.get());
-        --mIdle;
+        if (several) --mIdle;
         std::shared_ptr<Source> source;
         {
             std::lock_guard<std::mutex> lock(mMutex);
@@ -149,8 +159,7 @@ void Turn::end() {
     if (mEnded) return;
     mEnded = true;
     if (!mPool.mOneShot.load(std::memory_order_relaxed)) return;
-    std::lock_guard<std::mutex> lock(mPool.mMutex);
-    if (mPool.mSources.count(mSource.mKey) != 0) mPool.arm(mSource, EPOLL_CTL_MOD);
+    mPool.resume(mSource);
 }
 
 }  // namespace android::hardware::transport

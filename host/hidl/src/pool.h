@@ -15,12 +15,19 @@ namespace android::hardware::transport {
 class Turn;
 
 /** Something whose descriptor the pool watches. */
-class Source {
+class Source : public std::enable_shared_from_this<Source> {
   public:
     virtual ~Source() = default;
     virtual int fd() const = 0;
-    /** The descriptor can be read: takes one message, so that the others get their turn. */
+    /** What the source waits for is there: takes one message, so that the others get their turn. */
     virtual void ready(Turn& turn) = 0;
+    /**
+     * Whether it is enough to be told once when something comes, because the peer
+     * sends nothing more before it is answered. Spares the kernel a look a call.
+     */
+    virtual bool oneAtATime() const { return false; }
+    /** What is waited for: something to read, or else room to write. */
+    virtual bool awaitsRoom() const { return false; }
 
   private:
     friend class Pool;
@@ -39,6 +46,8 @@ class Pool {
     void add(const std::shared_ptr<Source>& source);
     /** The source is not called again, except by a thread that is in it already. */
     void remove(Source& source);
+    /** Watches the source again, whose turn was told to forget it. */
+    void resume(Source& source);
 
     /** As configureRpcThreadpool. */
     void configure(size_t maxThreads, bool callerJoins);
@@ -81,7 +90,7 @@ class Turn {
 
     /** Lets other threads have the source's next message. */
     void end();
-    /** The source is gone, nobody shall watch it again. */
+    /** The source is gone, or has to wait: nobody shall watch it, unless it is resumed. */
     void forget() { mEnded = true; }
 
   private:

@@ -59,7 +59,7 @@ void ControlSource::finish() {
 
 void ControlSource::ready(Turn& turn) {
     IncomingMessage message;
-    const Channel::Received received = mLink->control().receive(&message, false);
+    const Channel::Received received = mControl->receive(&message, false);
     if (received == Channel::Received::Nothing) return;
     if (received == Channel::Received::Message && handle(std::move(message), turn)) return;
     if (received != Channel::Received::Closed)
@@ -100,8 +100,10 @@ bool ControlSource::hello(const MessageHeader& header) {
 }
 
 bool ControlSource::newCallChannel(IncomingMessage&& message) {
-    if (message.fds.size() != 1 || !isPacketSocket(message.fds.front())) return false;
-    auto channel = std::make_shared<Channel>(std::move(message.fds.front()), Channel::Kind::Call);
+    if (message.fdCount() != 1) return false;
+    base::unique_fd& socket = message.attachments->fds.front();
+    if (!isPacketSocket(socket)) return false;
+    auto channel = std::make_shared<Channel>(std::move(socket), Channel::Kind::Call);
     if (!mLink->addPeerChannel(channel)) return false;
     Process::self().pool().add(std::make_shared<CallSource>(mLink, channel));
     return true;
@@ -111,26 +113,37 @@ bool ControlSource::oneway(IncomingMessage&& message, Turn& turn) {
     if (!mLink->resolve(&message)) return false;
     sp<BHwBinder> target = mLink->target(message.header.target);
     if (target == nullptr) return true;  // gone meanwhile; nobody waits for an answer
-    const bool mustServe = enqueueOneway(*target, mLink, std::move(message));
+    const Enqueued enqueued = enqueueOneway(*target, mLink, std::move(message), shared_from_this());
+    if (enqueued == Enqueued::Stops) {
+        turn.forget();
+        return true;
+    }
     turn.end();
-    if (mustServe) serveOneways(target);
+    if (enqueued == Enqueued::MustServe) serveOneways(target);
     return true;
 }
 
 void CallSource::ready(Turn& turn) {
-    IncomingMessage message;
+    Parcel data;
+    IncomingMessage& message = data.incoming();
     const Channel::Received received = mChannel->receive(&message, false);
     if (received == Channel::Received::Nothing) return;
     const bool isCall = received == Channel::Received::Message && message.header.type == kCall &&
                         (message.header.flags & kOneway) == 0;
     if (isCall && mLink->resolve(&message)) {
-        serveCall(mLink, *mChannel, std::move(message), [&turn] { turn.end(); });
+        serveCall(mLink, *mChannel, data, &turn);
         return;
     }
     if (received != Channel::Received::Closed) {
         ALOGE("process %d broke the transport's format", mLink->peerPid);
         mLink->kill();
     }
+    turn.forget();
+    Process::self().pool().remove(*this);
+}
+
+void ReleaseSource::ready(Turn& turn) {
+    if (!mLink->sendWaitingReleases()) return;
     turn.forget();
     Process::self().pool().remove(*this);
 }

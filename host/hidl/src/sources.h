@@ -27,8 +27,8 @@ class ControlSource : public Source {
   public:
     /** @param expectsHello the peer connected to us and has yet to say who it is */
     ControlSource(std::shared_ptr<Link> link, bool expectsHello)
-        : mLink(std::move(link)), mExpectsHello(expectsHello) {}
-    int fd() const override { return mLink->controlFd(); }
+        : mLink(std::move(link)), mControl(mLink->control()), mExpectsHello(expectsHello) {}
+    int fd() const override { return mControl->fd(); }
     void ready(Turn& turn) override;
     const std::shared_ptr<Link>& link() const { return mLink; }
 
@@ -42,6 +42,7 @@ class ControlSource : public Source {
     bool oneway(IncomingMessage&& message, Turn& turn);
 
     const std::shared_ptr<Link> mLink;
+    const std::shared_ptr<Channel> mControl;
     bool mExpectsHello;
     std::atomic<bool> mFinished{false};
 };
@@ -53,10 +54,26 @@ class CallSource : public Source {
         : mLink(std::move(link)), mChannel(std::move(channel)) {}
     int fd() const override { return mChannel->fd(); }
     void ready(Turn& turn) override;
+    bool oneAtATime() const override { return true; }
 
   private:
     const std::shared_ptr<Link> mLink;
     const std::shared_ptr<Channel> mChannel;
+};
+
+/** Waits until a link's peer reads again, to give back what it could not be given before. */
+class ReleaseSource : public Source {
+  public:
+    /** @param control a descriptor of the link's control channel, for this alone */
+    ReleaseSource(std::shared_ptr<Link> link, base::unique_fd control)
+        : mLink(std::move(link)), mControl(std::move(control)) {}
+    int fd() const override { return mControl.get(); }
+    bool awaitsRoom() const override { return true; }
+    void ready(Turn& turn) override;
+
+  private:
+    const std::shared_ptr<Link> mLink;
+    const base::unique_fd mControl;
 };
 
 }  // namespace android::hardware::transport

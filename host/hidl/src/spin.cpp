@@ -6,17 +6,26 @@
 
 namespace android::hardware::transport {
 
+namespace {
+
+constexpr uint16_t kUnknown = 0xffff;
+thread_local uint16_t tLastSender = kUnknown;
+thread_local uint16_t tOwn = kUnknown;  // when this thread sent last
+
+}  // namespace
+
+uint16_t ownProcessor() {
+    const int processor = sched_getcpu();
+    tOwn = processor >= 0 ? static_cast<uint16_t>(processor) : kUnknown;
+    return tOwn;
+}
+
+void noteSender(uint16_t processor) {
+    tLastSender = processor;
+}
+
 bool maySpin() {
-    // Processors may be taken from a process at run time; a look in some hundred is
-    // soon enough.
-    constexpr unsigned kLookEvery = 256;
-    static thread_local unsigned calls = 0;
-    static thread_local bool several = false;
-    if (calls++ % kLookEvery == 0) {
-        cpu_set_t processors;
-        several = sched_getaffinity(0, sizeof(processors), &processors) != 0 || CPU_COUNT(&processors) > 1;
-    }
-    return several;
+    return tLastSender != kUnknown && tLastSender != tOwn;
 }
 
 int64_t nowNanoseconds() {

@@ -12,7 +12,16 @@ namespace android::hardware::transport {
  */
 constexpr int64_t kSpinNanoseconds = 50'000;
 
-/** Whether the peer can run while this thread spins: more than one processor is ours. */
+/** For a message's header: the processor on which this thread runs. */
+uint16_t ownProcessor();
+
+/** The sender of the message that this thread received last ran there. */
+void noteSender(uint16_t processor);
+
+/**
+ * Whether looking makes sense: the last sender ran on another processor. One that
+ * shares this thread's processor answers only once this thread sleeps.
+ */
 bool maySpin();
 
 /** Monotonic time in nanoseconds. */

@@ -47,7 +47,7 @@ struct hidl_string {
     details::hidl_pointer<const char> mBuffer;
     uint32_t mSize;
     bool mOwnsBuffer;
-    uint8_t mPadding[3];
+    [[maybe_unused]] uint8_t mPadding[3];  // no stray bytes travel
 };
 static_assert(sizeof(hidl_string) == 16, "the layout travels");
 

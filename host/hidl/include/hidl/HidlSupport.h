@@ -63,7 +63,7 @@ struct hidl_handle {
 
     details::hidl_pointer<const native_handle_t> mHandle;
     bool mOwnsHandle;
-    uint8_t mPadding[7];
+    [[maybe_unused]] uint8_t mPadding[7];  // no stray bytes travel
 };
 
 /** Shared memory by name, as the generated code measures it. No interface here passes any. */
@@ -121,8 +121,12 @@ using hidl_bitfield = typename std::underlying_type<T>::type;
 
 namespace details {
 
+// Without a name, so that the specialisations in the generated headers are each
+// file's own; inline, so that they may stand outside.
+inline namespace {
 template <typename T>
 constexpr std::array<T, 0> hidl_enum_values = {};
+}  // namespace
 
 std::string toHexStringFromBits(uint64_t bits);
 

@@ -132,7 +132,7 @@ struct hidl_vec {
     details::hidl_pointer<T> mBuffer;
     uint32_t mSize;
     bool mOwnsBuffer;
-    uint8_t mPadding[3];
+    [[maybe_unused]] uint8_t mPadding[3];  // no stray bytes travel
 };
 static_assert(sizeof(hidl_vec<char>) == 16, "the layout travels");
 

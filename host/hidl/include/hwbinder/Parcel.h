@@ -15,10 +15,10 @@ namespace android::hardware {
  * The arguments or the results of one call, as the generated code writes and reads
  * them. A parcel is either written (then sent) or received (then read). One thread.
  *
- * Writers give NO_MEMORY once the parcel is larger than any transaction may be; the
- * call then fails with FAILED_TRANSACTION. Readers check every size against what
- * was received: NOT_ENOUGH_DATA at the end, BAD_VALUE where the record is not the
- * one that was asked for. What a reader points to lives as long as the parcel.
+ * Writers give FAILED_TRANSACTION once the parcel is larger than any transaction may
+ * be, and so does the call. Readers check every size against what was received:
+ * NOT_ENOUGH_DATA at the end, BAD_VALUE where the record is not the one that was
+ * asked for. What a reader points to lives as long as the parcel.
  */
 class Parcel {
   public:
@@ -93,8 +93,10 @@ class Parcel {
 
     /** What was written; sending adds the header and the references to its buffer. */
     transport::OutgoingBody& outgoing() const { return mOut; }
-    /** Makes this parcel the received `message`, at its beginning. */
-    void adopt(transport::IncomingMessage&& message);
+    /** Where a received message goes. */
+    transport::IncomingMessage& incoming() { return mIn; }
+    /** The message is there: reads it from its beginning. */
+    void startReading();
 
   private:
     template <typename T>

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace android::hardware::transport {
@@ -25,8 +26,14 @@ class PacketBuffer {
   public:
     PacketBuffer() = default;
     PacketBuffer(PacketBuffer&& other) noexcept { *this = std::move(other); }
-    PacketBuffer& operator=(PacketBuffer&& other) noexcept;
-    ~PacketBuffer() { reset(); }
+    PacketBuffer& operator=(PacketBuffer&& other) noexcept {
+        std::swap(mData, other.mData);
+        std::swap(mCapacity, other.mCapacity);
+        return *this;
+    }
+    ~PacketBuffer() {
+        if (mData != nullptr) giveBack();
+    }
 
     /** At least `capacity` bytes, eight-byte aligned; the content of an earlier buffer is lost. */
     static PacketBuffer ofSize(size_t capacity);
@@ -38,7 +45,7 @@ class PacketBuffer {
     size_t capacity() const { return mCapacity; }
 
   private:
-    void reset();
+    void giveBack();
 
     uint8_t* mData = nullptr;
     size_t mCapacity = 0;
@@ -78,43 +85,60 @@ class BulkView {
     BulkView(std::shared_ptr<BulkMapping> mapping, size_t block, size_t skip, size_t size)
         : mMapping(std::move(mapping)), mBlock(block), mSkip(skip), mSize(size) {}
     BulkView(BulkView&& other) noexcept { *this = std::move(other); }
-    BulkView& operator=(BulkView&& other) noexcept;
-    ~BulkView() { release(); }
+    BulkView& operator=(BulkView&& other) noexcept {
+        std::swap(mMapping, other.mMapping);
+        std::swap(mBlock, other.mBlock);
+        std::swap(mSkip, other.mSkip);
+        std::swap(mSize, other.mSize);
+        return *this;
+    }
+    ~BulkView() {
+        if (mMapping != nullptr) giveBack();
+    }
 
     /** Null where [offset, offset + size) does not lie in the block. */
     const uint8_t* at(size_t offset, size_t size) const;
-    void release();
 
   private:
+    void giveBack();
+
     std::shared_ptr<BulkMapping> mMapping;
     size_t mBlock = 0;
     size_t mSkip = 0;
     size_t mSize = 0;
 };
 
-/** A received message: checked, its objects and descriptors resolved. */
+/** What few messages carry beside their body. */
+struct Attachments {
+    std::vector<ObjectReference> references;
+    std::vector<sp<IBinder>> objects;  // of the references, once they are resolved
+    std::vector<base::unique_fd> fds;
+    size_t fdsTaken = 0;
+    std::vector<native_handle_t*> handles;
+
+    Attachments() = default;
+    ~Attachments();
+    Attachments(const Attachments&) = delete;
+    Attachments& operator=(const Attachments&) = delete;
+
+    /** A handle of the next descriptors, owned by this; null where there are not so many. */
+    const native_handle_t* takeHandle(size_t fdCount, const int* ints, size_t intCount);
+};
+
+/** A received message whose layout was checked. */
 struct IncomingMessage {
     MessageHeader header{};
     PacketBuffer buffer;
     const uint8_t* body = nullptr;
     size_t bodySize = 0;
     BulkView bulk;
-    std::vector<ObjectReference> references;
-    std::vector<sp<IBinder>> objects;
-    std::vector<base::unique_fd> fds;
-    size_t fdsTaken = 0;
-    std::vector<native_handle_t*> handles;
+    std::unique_ptr<Attachments> attachments;
 
-    IncomingMessage() = default;
-    IncomingMessage(IncomingMessage&&) = default;
-    IncomingMessage& operator=(IncomingMessage&& other) noexcept;
-    ~IncomingMessage();
-
-    /** A handle of the next descriptors, owned by the message; null where there are not so many. */
-    const native_handle_t* takeHandle(size_t fdCount, const int* ints, size_t intCount);
-
-  private:
-    void freeHandles();
+    Attachments& attach() {
+        if (attachments == nullptr) attachments = std::make_unique<Attachments>();
+        return *attachments;
+    }
+    size_t fdCount() const { return attachments != nullptr ? attachments->fds.size() : 0; }
 };
 
 }  // namespace android::hardware::transport

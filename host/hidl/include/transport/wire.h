@@ -15,9 +15,12 @@
  *
  *      0       4   5   6       8      12      14      16              24      28      32
  *     +-------+---+---+-------+-------+-------+-------+---------------+-------+-------+----
- *     | body  |typ|flg|objects| code  |  fds  |   0   | target object | bulk  | bulk  | body ...
- *     | size  |   |   | count |       | count |       |               |offset | size  |
+ *     | body  |typ|flg|objects| code  |  fds  |process| target object | bulk  | bulk  | body ...
+ *     | size  |   |   | count |       | count |  or   |               |offset | size  |
  *     +-------+---+---+-------+-------+-------+-------+---------------+-------+-------+----
+ *
+ * `processor` is the one on which the sender ran: a receiver on another looks for the
+ * next message for a while before it sleeps (spin.h). Nothing else depends on it.
  *
  * The body is followed by `objects count` references of 16 bytes:
  *
@@ -48,6 +51,10 @@
  * so that nothing that is checked can change afterwards. A block starts with a word
  * of 64 bytes' room: 1 while the receiver uses it, 0 again when it is done.
  *
+ * *Objects that come home* in a reply must live until it is read, although the sender
+ * may give its reference back through the control channel at once: it keeps them until
+ * the next packet of the call channel, kReplyRead where there is nothing else to say.
+ *
  * *Descriptors* need a slower way to receive. The packet kDescriptorsFollow announces
  * that the next packet of the channel carries some.
  */
@@ -63,8 +70,9 @@ enum MessageType : uint8_t {
     kCall,            // call channel, or control channel with kOneway
     kReply,           // call channel: code = transport status
     kDescriptorsFollow,
+    kReplyRead,  // call channel: the reply that brought objects home was read
 };
-constexpr uint8_t kLastMessageType = kDescriptorsFollow;
+constexpr uint8_t kLastMessageType = kReplyRead;
 
 enum MessageFlags : uint8_t {
     kOneway = 1,
@@ -80,7 +88,7 @@ struct MessageHeader {
     uint16_t objectCount;
     uint32_t code;
     uint16_t fdCount;
-    uint16_t reserved;
+    uint16_t processor;
     uint64_t target;
     uint32_t bulkOffset;
     uint32_t bulkSize;

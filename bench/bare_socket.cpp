@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "bare_socket.h"
+
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "measure.h"
+
+namespace hidlaudio::bench {
+namespace {
+
+void require(bool good, const char* what) {
+    if (good) return;
+    perror(what);
+    exit(1);
+}
+
+void sendAll(int socket, const std::vector<char>& bytes) {
+    size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t sent = send(socket, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+        if (sent <= 0) _exit(0);
+        done += static_cast<size_t>(sent);
+    }
+}
+
+[[noreturn]] void serve(int socket, std::vector<char>& request, const std::vector<char>& answer) {
+    const int epoll = epoll_create1(0);
+    epoll_event event{};
+    event.events = EPOLLIN;
+    epoll_ctl(epoll, EPOLL_CTL_ADD, socket, &event);
+    size_t have = 0;
+    while (epoll_wait(epoll, &event, 1, -1) == 1) {
+        const ssize_t got = recv(socket, request.data() + have, request.size() - have, 0);
+        if (got <= 0) break;
+        have += static_cast<size_t>(got);
+        if (have < request.size()) continue;
+        have = 0;
+        sendAll(socket, answer);
+    }
+    _exit(0);
+}
+
+}  // namespace
+
+BareSocket::BareSocket(size_t requestSize, size_t answerSize, int processor)
+    : mRequest(requestSize, 'r'), mAnswer(answerSize, 'a') {
+    int ends[2];
+    require(socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0, "socketpair");
+    mServer = fork();
+    require(mServer >= 0, "fork");
+    if (mServer == 0) {
+        close(ends[0]);
+        pin(processor);
+        serve(ends[1], mRequest, mAnswer);
+    }
+    close(ends[1]);
+    mSocket = ends[0];
+}
+
+BareSocket::~BareSocket() {
+    close(mSocket);
+    waitpid(mServer, nullptr, 0);
+}
+
+void BareSocket::exchange() {
+    sendAll(mSocket, mRequest);
+    size_t have = 0;
+    while (have < mAnswer.size()) {
+        const ssize_t got = recv(mSocket, mAnswer.data() + have, mAnswer.size() - have, 0);
+        require(got > 0, "recv");
+        have += static_cast<size_t>(got);
+    }
+}
+
+}  // namespace hidlaudio::bench

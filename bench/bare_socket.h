@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace hidlaudio::bench {
+
+/**
+ * The least that an exchange over a stream socket takes: a request of a fixed size,
+ * an answer of a fixed size, the server waiting in epoll_wait.
+ */
+class BareSocket {
+  public:
+    /** Starts the server process on `processor`. */
+    BareSocket(size_t requestSize, size_t answerSize, int processor);
+    ~BareSocket();
+    BareSocket(const BareSocket&) = delete;
+    BareSocket& operator=(const BareSocket&) = delete;
+
+    /** One exchange. */
+    void exchange();
+
+  private:
+    int mSocket = -1;
+    pid_t mServer = -1;
+    std::vector<char> mRequest;
+    std::vector<char> mAnswer;
+};
+
+}  // namespace hidlaudio::bench

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "bench_service.h"
+
+#include <hidl/HidlTransportSupport.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "measure.h"
+
+namespace hidlaudio::bench {
+namespace {
+
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+using com::tovi::test::bench::V1_0::IBench;
+
+class Bench : public IBench {
+  public:
+    Return<int32_t> small(int32_t value) override { return value; }
+    Return<int32_t> strings(const hidl_string& a, const hidl_string& b, const hidl_string& c) override {
+        return static_cast<int32_t>(a.size() + b.size() + c.size());
+    }
+    Return<int32_t> bytes(const hidl_vec<uint8_t>& data) override {
+        return static_cast<int32_t>(data.size());
+    }
+};
+
+constexpr char kServeOption[] = "--serve";
+
+[[noreturn]] void serve(const char* instance, int readyFd) {
+    android::hardware::configureRpcThreadpool(1, true);
+    android::sp<IBench> service = new Bench();
+    const bool registered = service->registerAsService(instance) == android::OK;
+    if (write(readyFd, registered ? "y" : "n", 1) != 1 || !registered) _exit(1);
+    android::hardware::joinRpcThreadpool();
+    _exit(1);
+}
+
+}  // namespace
+
+void serveIfAsked(int argc, char** argv) {
+    if (argc == 4 && strcmp(argv[1], kServeOption) == 0) serve(argv[2], atoi(argv[3]));
+}
+
+BenchService::BenchService(const char* instance, int processor) {
+    int ready[2];
+    if (pipe(ready) != 0) exit(1);
+    mServer = fork();
+    if (mServer == 0) {
+        // A new program: the runtime's state of this process is not for two.
+        const std::string fd = std::to_string(ready[1]);
+        pin(processor);
+        execl("/proc/self/exe", "bench", kServeOption, instance, fd.c_str(), nullptr);
+        _exit(1);
+    }
+    char answer = 'n';
+    if (read(ready[0], &answer, 1) == 1 && answer == 'y') mProxy = IBench::getService(instance);
+    close(ready[0]);
+    close(ready[1]);
+    if (mProxy == nullptr) {
+        fprintf(stderr, "the service to be measured does not run\n");
+        exit(1);
+    }
+}
+
+BenchService::~BenchService() {
+    mProxy = nullptr;
+    kill(mServer, SIGKILL);
+    waitpid(mServer, nullptr, 0);
+}
+
+}  // namespace hidlaudio::bench

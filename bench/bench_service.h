@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <com/tovi/test/bench/1.0/IBench.h>
+#include <sys/types.h>
+
+namespace hidlaudio::bench {
+
+/** For the beginning of main: serves and does not return where this process was started for that. */
+void serveIfAsked(int argc, char** argv);
+
+/** A process on `processor` that serves IBench under `instance`, as the daemon serves: one thread. */
+class BenchService {
+  public:
+    BenchService(const char* instance, int processor);
+    ~BenchService();
+    BenchService(const BenchService&) = delete;
+    BenchService& operator=(const BenchService&) = delete;
+
+    const android::sp<com::tovi::test::bench::V1_0::IBench>& proxy() const { return mProxy; }
+
+  private:
+    pid_t mServer = -1;
+    android::sp<com::tovi::test::bench::V1_0::IBench> mProxy;
+};
+
+}  // namespace hidlaudio::bench

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+// The daemon's start, from exec to all services registered, and its resident memory,
+// beside an empty program with the same libraries.
+
+#include <fcntl.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/inotify.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "host/root/tv_root.h"
+#include "measure.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kTurns = 15;
+constexpr int kOperations = 5;
+// The last name that the daemon registers.
+constexpr char kLastService[] = "com.tovi.dtv.hardware.audio@2.0::IOutputExternal~default";
+
+fs::path gBin;
+fs::path gRoot;
+
+pid_t start(const char* program, const char* argument) {
+    const pid_t pid = fork();
+    if (pid != 0) return pid;
+    const int log = open((gRoot / "log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    dup2(log, STDERR_FILENO);
+    execl((gBin / program).c_str(), program, argument, nullptr);
+    _exit(127);
+}
+
+void stop(pid_t pid) {
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+}
+
+// Starts a daemon in place of `*running`; the time until its last service is registered.
+double timeDaemon(pid_t* running) {
+    if (*running > 0) stop(*running);
+    const fs::path registry = gRoot / "run/hwbinder";
+    fs::remove_all(registry);
+    fs::create_directories(registry);
+    const int watch = inotify_init1(IN_CLOEXEC);
+    inotify_add_watch(watch, registry.c_str(), IN_MOVED_TO);
+    alignas(inotify_event) char events[4096];
+    const double begin = hidlaudio::bench::nowMicroseconds();
+    *running = start("hidlaudio", nullptr);
+    while (!fs::exists(registry / kLastService) && read(watch, events, sizeof(events)) > 0) {
+    }
+    const double end = hidlaudio::bench::nowMicroseconds();
+    close(watch);
+    return end - begin;
+}
+
+double timeEmpty() {
+    int status = 0;
+    const double begin = hidlaudio::bench::nowMicroseconds();
+    waitpid(start("bench_empty", nullptr), &status, 0);
+    if (status != 0) exit(1);
+    return hidlaudio::bench::nowMicroseconds() - begin;
+}
+
+double residentMiB(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    std::string word;
+    while (status >> word) {
+        double kib = 0;
+        if (word == "VmRSS:" && status >> kib) return kib / 1024;
+    }
+    return 0;
+}
+
+void makeTv() {
+    fs::create_directories(gRoot / "data/vendor/tmp");
+    fs::create_directories(gRoot / "data/vendor/tovi/hidlaudio");
+    fs::create_directories(gRoot / "soc/config");
+    std::ofstream(gRoot / "data/vendor/tmp/dtv_svc_is_ready") << "";
+    std::ofstream(gRoot / "soc/config/g_audio__bitstream_output_mode") << "0\n";
+}
+
+}  // namespace
+
+int main() {
+    std::string root = (fs::temp_directory_path() / "hidlaudio-bench-XXXXXX").string();
+    if (mkdtemp(root.data()) == nullptr) {
+        perror("mkdtemp");
+        return 1;
+    }
+    gRoot = root;
+    gBin = fs::read_symlink("/proc/self/exe").parent_path();
+    hidlaudio::host::setTvRoot(root);
+    makeTv();
+
+    pid_t running = -1;
+    printf("%-52s %10s %10s %8s %8s\n", "", "first", "second", "ratio", "wanted");
+    hidlaudio::bench::report(
+        "start of the daemon / empty program, us",
+        hidlaudio::bench::compare([&] { return timeDaemon(&running); }, timeEmpty, kTurns, kOperations), 1.5);
+    const pid_t empty = start("bench_empty", "wait");
+    usleep(100'000);
+    const double daemonMiB = residentMiB(running);
+    const double emptyMiB = residentMiB(empty);
+    printf("%-52s %10.2f %10.2f %8.2f %8.2f\n", "resident memory of both, their difference, MiB", daemonMiB,
+           emptyMiB, daemonMiB - emptyMiB, 3.0);
+    stop(running);
+    stop(empty);
+    fs::remove_all(gRoot);
+    return 0;
+}

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+// Calls through the HIDL runtime beside the same exchange over a bare stream socket.
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "bare_socket.h"
+#include "bench_service.h"
+#include "host/root/tv_root.h"
+#include "measure.h"
+
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using hidlaudio::bench::BareSocket;
+using hidlaudio::bench::BenchService;
+using hidlaudio::bench::compare;
+using hidlaudio::bench::pin;
+using hidlaudio::bench::report;
+using hidlaudio::bench::timed;
+
+namespace {
+
+// What a call of one integer takes on the wire, header included.
+constexpr size_t kSmallRequest = 80;
+constexpr size_t kSmallAnswer = 40;
+constexpr size_t kBulk = 256 * 1024;
+constexpr int kTurns = 15;
+constexpr int kSmallOperations = 4000;
+constexpr int kBulkOperations = 800;
+
+void check(bool good) {
+    if (good) return;
+    fprintf(stderr, "a call failed\n");
+    exit(1);
+}
+
+void measurePlacement(const char* placement, int clientProcessor, int serverProcessor, double wantedSmall) {
+    pin(clientProcessor);
+    BenchService service(placement, serverProcessor);
+    BareSocket bareSmall(kSmallRequest, kSmallAnswer, serverProcessor);
+    BareSocket bareBulk(kSmallRequest + kBulk, kSmallAnswer, serverProcessor);
+    const auto& proxy = service.proxy();
+
+    const auto small = timed([&] { check(proxy->small(1).isOk()); });
+    report(std::string("small call / stream socket, ") + placement,
+           compare(small, timed([&] { bareSmall.exchange(); }), kTurns, kSmallOperations), wantedSmall);
+
+    const hidl_string a("g_audio__bitstream"), b("AUDIO_DEVICE_IN_BUILTIN_MIC"), c("auto");
+    report(std::string("three strings / small call, ") + placement,
+           compare(timed([&] { check(proxy->strings(a, b, c).isOk()); }), small, kTurns, kSmallOperations),
+           1.15);
+
+    std::vector<uint8_t> memory(kBulk, 1);
+    hidl_vec<uint8_t> data;
+    data.setToExternal(memory.data(), memory.size());
+    report(std::string("256 KiB vector / stream socket, ") + placement,
+           compare(timed([&] { check(proxy->bytes(data).isOk()); }), timed([&] { bareBulk.exchange(); }),
+                   kTurns, kBulkOperations),
+           0.6);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    hidlaudio::bench::serveIfAsked(argc, argv);
+    std::string root = (std::filesystem::temp_directory_path() / "hidlaudio-bench-XXXXXX").string();
+    if (mkdtemp(root.data()) == nullptr) {
+        perror("mkdtemp");
+        return 1;
+    }
+    hidlaudio::host::setTvRoot(root);
+    printf("%-52s %10s %10s %8s %8s\n", "", "first us", "second us", "ratio", "wanted");
+    measurePlacement("one core", 0, 0, 1.1);
+    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measurePlacement("a core each", 0, 1, 0.25);
+    std::filesystem::remove_all(root);
+    return 0;
+}

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "invocation.h"
+
+namespace hidlaudio::client {
+
+/** The subcommands of `audioctl`, one file each: its options, its help, and what it does. */
+void addList(CLI::App& app, Invocation& invocation);
+void addWait(CLI::App& app, Invocation& invocation);
+void addPing(CLI::App& app, Invocation& invocation);
+void addExternal(CLI::App& app, Invocation& invocation);
+
+}  // namespace hidlaudio::client

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "invocation.h"
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <string>
+
+#include "host/root/tv_root.h"
+
+namespace hidlaudio::client {
+namespace {
+
+constexpr double kShortestSeconds = 0.001;
+constexpr double kLongestSeconds = 86400;
+
+std::string checkFolder(const std::string& given) {
+    return given.empty() ? "must not be empty" : "";
+}
+
+// Also refuses what CLI11 takes for a number: nan and inf.
+std::string checkSeconds(const std::string& given) {
+    char* end = nullptr;
+    const double seconds = strtod(given.c_str(), &end);
+    const bool accepted =
+        *end == '\0' && !given.empty() && seconds >= kShortestSeconds && seconds <= kLongestSeconds;
+    return accepted ? "" : "\"" + given + "\" is no number of seconds from 0.001 to 86400";
+}
+
+bool tvExists() {
+    std::error_code ignored;
+    return std::filesystem::is_directory(host::tvRoot(), ignored);
+}
+
+const CLI::App* deepestParsed(const CLI::App* app, std::string* path) {
+    *path = app->get_name();
+    while (!app->get_subcommands().empty()) {
+        app = app->get_subcommands().front();
+        *path += " " + app->get_name();
+    }
+    return app;
+}
+
+std::string namesOfSubcommands(const CLI::App& app) {
+    std::string names;
+    for (const CLI::App* subcommand : app.get_subcommands(nullptr)) {
+        names += (names.empty() ? "" : ", ") + subcommand->get_name();
+    }
+    return names;
+}
+
+}  // namespace
+
+void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>& body) {
+    command->footer(command->get_footer() +
+                    "\n\nAll commands take --tv, --json and --timeout, too: `audioctl --help` tells.");
+    command->callback([&invocation, body] {
+        invocation.status =
+            tvExists() ? body() : fail(kWrongUsage, host::tvRoot() + " is no TV: `tv init` makes one");
+    });
+}
+
+void addCommonOptions(CLI::App& app, Invocation& invocation) {
+    app.fallthrough();
+    app.add_option_function<std::string>(
+           "--tv", [](const std::string& given) { host::setTvRoot(given); },
+           "The TV's folder; otherwise $HIDLAUDIO_TV, else hidlaudio/tv under $XDG_STATE_HOME\n"
+           "(~/.local/state)")
+        ->type_name("DIR")
+        ->check(checkFolder);
+    app.add_flag("--json", invocation.json, "Print the result as JSON, for programs");
+    app.add_option("--timeout", invocation.timeout,
+                   "How long to wait for each answer of a service, 0.001 to 86400 seconds; otherwise 30")
+        ->type_name("SECONDS")
+        ->check(checkSeconds);
+    app.set_version_flag("--version", "audioctl " HIDLAUDIO_VERSION, "Print the version and exit");
+}
+
+int wrongUsage(const CLI::App& app, const CLI::ParseError& error) {
+    std::string path;
+    const CLI::App* command = deepestParsed(&app, &path);
+    const std::string help = "\n`" + path + " --help` tells more.";
+    const std::string names = namesOfSubcommands(*command);
+    const std::vector<std::string> unknown = app.remaining(true);
+    std::string message = error.what();
+    if (!unknown.empty() && unknown.front()[0] == '-') {
+        message = unknown.front() + " is no option of it";
+    } else if (!unknown.empty()) {
+        message = "\"" + unknown.front() + "\" is " +
+                  (names.empty() ? "not expected here" : "no command; these are: " + names);
+    } else if (!names.empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        message = "a command is missing; these are: " + names;
+    }
+    return fail(kWrongUsage, message + help);
+}
+
+}  // namespace hidlaudio::client

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <optional>
+
+#include "report.h"
+
+namespace hidlaudio::client {
+
+/** How long a service may take to answer where the user does not say. */
+constexpr double kAnswerSeconds = 30;
+
+/** What the user asked for besides the subcommand, and what became of it. */
+struct Invocation {
+    bool json = false;
+    std::optional<double> timeout;  // seconds
+    int status = kDone;             // set by the subcommand once it has run
+};
+
+/**
+ * Makes `body` what `command` does where there is a TV; its return value is the exit
+ * status. After the command's footer was set, which it completes.
+ */
+void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>& body);
+
+/**
+ * The options of every subcommand, accepted before and after its name, and
+ * --version. Before the first subcommand is added.
+ */
+void addCommonOptions(CLI::App& app, Invocation& invocation);
+
+/** Tells the user what is wrong with the command line and what is accepted; kWrongUsage. */
+int wrongUsage(const CLI::App& app, const CLI::ParseError& error);
+
+}  // namespace hidlaudio::client

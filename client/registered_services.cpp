@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "registered_services.h"
+
+#include <android-base/stringprintf.h>
+#include <hidl/HidlTransportSupport.h>
+#include <hidl/ServiceManagement.h>
+
+#include <algorithm>
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "service_call.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using android::sp;
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::interfacesEqual;
+using android::hardware::Return;
+using android::hidl::base::V1_0::IBase;
+using android::hidl::manager::V1_0::IServiceManager;
+using Clock = std::chrono::steady_clock;
+
+struct Answer {
+    bool gone = false;
+    sp<IBase> object;
+    std::vector<std::string> chain;
+};
+
+Answer ask(const ServiceName& name) {
+    Answer answer;
+    const Return<sp<IBase>> found =
+        android::hardware::defaultServiceManager()->get(name.interface, name.instance);
+    if (found.isOk()) answer.object = found;
+    answer.gone = answer.object == nullptr;
+    if (answer.gone) return answer;
+    const Return<void> called = answer.object->interfaceChain(
+        [&answer](const hidl_vec<hidl_string>& chain) { answer.chain.assign(chain.begin(), chain.end()); });
+    answer.gone = !called.isOk() && called.isDeadObject();
+    return answer;
+}
+
+// On a thread of its own: a call that is never answered cannot be given up.
+std::future<Answer> startAsking(const ServiceName& name) {
+    std::promise<Answer> promise;
+    std::future<Answer> answer = promise.get_future();
+    std::thread([name, told = std::move(promise)]() mutable { told.set_value(ask(name)); }).detach();
+    return answer;
+}
+
+int listNames(std::vector<RegisteredService>& services) {
+    const Return<void> listed = android::hardware::defaultServiceManager()->debugDump(
+        [&services](const hidl_vec<IServiceManager::InstanceDebugInfo>& infos) {
+            for (const auto& info : infos) {
+                services.push_back({{info.interfaceName, info.instanceName}, info.pid, nullptr, {}});
+            }
+        });
+    return examine(listed, "the service manager");
+}
+
+int noAnswer(const ServiceName& name, double seconds) {
+    return fail(kTimedOut, android::base::StringPrintf("no answer from %s within %g s",
+                                                       toString(name).c_str(), seconds));
+}
+
+size_t placeInChain(const RegisteredService& service, const std::string& interface) {
+    const auto found = std::find(service.chain.begin(), service.chain.end(), interface);
+    return static_cast<size_t>(found - service.chain.begin());
+}
+
+}  // namespace
+
+int findRegisteredServices(double seconds, std::vector<RegisteredService>& services) {
+    std::vector<RegisteredService> named;
+    int status = listNames(named);
+    if (status != kDone) return status;
+    const auto limit = std::chrono::duration<double>(seconds);
+    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
+    std::vector<std::future<Answer>> answers;
+    answers.reserve(named.size());
+    for (const RegisteredService& service : named) answers.push_back(startAsking(service.name));
+    for (size_t i = 0; i < named.size(); ++i) {
+        const bool inTime = answers[i].wait_until(end) == std::future_status::ready;
+        const Answer answer = inTime ? answers[i].get() : Answer{};
+        if (!inTime) status = noAnswer(named[i].name, seconds);
+        if (!answer.gone) services.push_back({named[i].name, named[i].pid, answer.object, answer.chain});
+    }
+    return status;
+}
+
+void keepMostDerived(std::vector<RegisteredService>& services) {
+    const std::vector<RegisteredService> all = services;
+    const auto isBaseName = [&all](const RegisteredService& service) {
+        return std::any_of(all.begin(), all.end(), [&service](const RegisteredService& other) {
+            return service.object != nullptr && service.name.instance == other.name.instance &&
+                   interfacesEqual(service.object, other.object) &&
+                   placeInChain(service, other.name.interface) <
+                       placeInChain(service, service.name.interface);
+        });
+    };
+    services.erase(std::remove_if(services.begin(), services.end(), isBaseName), services.end());
+}
+
+}  // namespace hidlaudio::client

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "output_external/OutputEncodingStatusListener.h"
+
+#include "platform/log.h"
+
+namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+
+using ::android::hardware::Void;
+using platform::kNoTag;
+using platform::logDebug;
+
+Return<void> OutputEncodingStatusListener::onForceEncodingChanged(bool /*enabled*/) {
+    logDebug(kNoTag, "[%s] start", __func__);
+    return Void();
+}
+
+Return<void> OutputEncodingStatusListener::onEncodingFormatChanged(const hidl_string& /*format*/) {
+    logDebug(kNoTag, "[%s] start", __func__);
+    return Void();
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

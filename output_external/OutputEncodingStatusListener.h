@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <com/tovi/dtv/hardware/audio/3.1/IOutputEncodingStatusListener.h>
+
+namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+
+using ::android::hardware::hidl_string;
+using ::android::hardware::Return;
+
+/** The listener that other components of the TV may notify: it only logs the notice. */
+class OutputEncodingStatusListener : public IOutputEncodingStatusListener {
+  public:
+    Return<void> onForceEncodingChanged(bool enabled) override;
+    Return<void> onEncodingFormatChanged(const hidl_string& format) override;
+};
+
+}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

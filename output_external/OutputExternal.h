@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
+
+namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+
+using ::android::sp;
+using ::android::hardware::hidl_string;
+using ::android::hardware::Return;
+
+/**
+ * The external audio output. Holds no state: the switch lives in the middleware's
+ * configuration store, its copy for the next start in a file. The methods are
+ * described in the interface; they run on the thread that serves all calls.
+ */
+class OutputExternal : public IOutputExternal {
+  public:
+    /**
+     * Waits for the TV platform service, opens the middleware and gives it the mode
+     * of the file. May block for 20 s; what goes wrong is logged. Main thread.
+     */
+    OutputExternal();
+
+    Return<int32_t> setForceEncodingEnabled(bool enable) override;
+    Return<bool> getForceEncodingEnabled() override;
+    Return<int32_t> setEncodingFormat(const hidl_string& format) override;
+    Return<void> getEncodingFormat(getEncodingFormat_cb _hidl_cb) override;
+    Return<void> getAvailableEncodingFormats(getAvailableEncodingFormats_cb _hidl_cb) override;
+    Return<int32_t> registerEncodingFormatListener(
+        const sp<V2_0::IOutputEncodingStatusListener>& listener) override;
+    Return<int32_t> unregisterEncodingFormatListener(
+        const sp<V2_0::IOutputEncodingStatusListener>& listener) override;
+};
+
+}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

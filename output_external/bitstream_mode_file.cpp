@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "output_external/bitstream_mode_file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+namespace {
+
+constexpr mode_t kPermissions = 0777;
+
+/** Makes a call until no signal interrupts it: a signal must not cost the user's setting. */
+template <typename Call>
+auto uninterrupted(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) result = call();
+    return result;
+}
+
+}  // namespace
+
+int loadBitstreamMode(std::optional<int32_t>& mode) {
+    mode.reset();
+    const int fd =
+        uninterrupted([] { return open(kBitstreamModeFile, O_RDWR | O_CREAT | O_CLOEXEC, kPermissions); });
+    if (fd < 0) return errno;
+    int32_t stored = 0;
+    const ssize_t bytes = uninterrupted([&] { return read(fd, &stored, sizeof(stored)); });
+    close(fd);
+    if (bytes > 0) mode = stored;
+    return 0;
+}
+
+int storeBitstreamMode(int32_t mode, ssize_t& written) {
+    const int fd = uninterrupted([] { return open(kBitstreamModeFile, O_WRONLY | O_CLOEXEC); });
+    if (fd < 0) return errno;
+    written = uninterrupted([&] { return write(fd, &mode, sizeof(mode)); });
+    close(fd);
+    return 0;
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

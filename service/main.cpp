@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <hidl/HidlTransportSupport.h>
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+#include "output_external/OutputEncodingStatusListener.h"
+#include "output_external/OutputExternal.h"
+#include "platform/log.h"
+
+namespace com::tovi::dtv::hardware::audio {
+namespace {
+
+using ::android::sp;
+using ::android::status_t;
+using ::android::hidl::base::V1_0::IBase;
+using platform::logDebug;
+using platform::logError;
+
+constexpr char kTag[] = "HidlAudio";
+
+struct Service {
+    sp<IBase> (*construct)();
+    status_t (*registerObject)(const sp<IBase>& object);
+    const char* failure;  // what is logged where it can't be registered
+};
+
+template <typename Interface, typename Implementation>
+constexpr Service service(const char* failure) {
+    return {[]() -> sp<IBase> { return sp<Interface>(new Implementation); },
+            [](const sp<IBase>& object) {
+                return static_cast<Interface*>(object.get())->registerAsService("default");
+            },
+            failure};
+}
+
+/**
+ * In the order in which they are made and registered. Each constructor does what its
+ * service needs of the TV's start-up, so the order of these actions is this one.
+ */
+constexpr Service kServices[] = {
+    service<V3_1::IOutputEncodingStatusListener, V3_1::implementation::OutputEncodingStatusListener>(
+        "########## HIDL OutputEncodingStatusListener server side: registerAsService() is failed:"),
+    service<V3_1::IOutputExternal, V3_1::implementation::OutputExternal>(
+        "########## HIDL OutputExternal server side: registerAsService() is failed:"),
+};
+
+/** The last one is released first. */
+using Objects = std::array<sp<IBase>, std::size(kServices)>;
+
+Objects constructServices() {
+    Objects objects;
+    std::transform(std::begin(kServices), std::end(kServices), objects.begin(),
+                   [](const Service& service) { return service.construct(); });
+    return objects;
+}
+
+/** Up to the first that fails; those before it stay registered. */
+bool registerServices(const Objects& objects) {
+    for (size_t i = 0; i < objects.size(); ++i) {
+        if (kServices[i].registerObject(objects[i]) == ::android::OK) continue;
+        logError(kTag, "%s", kServices[i].failure);
+        return false;
+    }
+    return true;
+}
+
+/** Serves until the process is killed; coming back means that it could not. */
+int serve() {
+    logDebug(kTag, "########## HIDL server side: main() is called:");
+    const Objects objects = constructServices();
+    // One thread for all calls of all services, so that none of them is concurrent.
+    ::android::hardware::configureRpcThreadpool(1, true);
+    if (registerServices(objects)) {
+        ::android::hardware::joinRpcThreadpool();
+        logDebug(kTag, "########## HIDL server side: Service exited");
+    }
+    return 1;
+}
+
+}  // namespace
+
+}  // namespace com::tovi::dtv::hardware::audio
+
+int main() {
+    return com::tovi::dtv::hardware::audio::serve();
+}

@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "tests/support/run_program.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using namespace std::chrono_literals;
+
+constexpr char kExternal[] = "com.tovi.dtv.hardware.audio@3.1::IOutputExternal";
+constexpr char kExternal20[] = "com.tovi.dtv.hardware.audio@2.0::IOutputExternal";
+constexpr char kListener[] = "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingStatusListener";
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+/** What a user types, and what `audioctl` answers. */
+struct Exchange {
+    std::vector<std::string> arguments;
+    int status;
+    std::string out;
+    std::string errorPart;
+};
+
+class Audioctl : public testing::Test {
+  protected:
+    static std::vector<std::string> commandLine(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), AUDIOCTL);
+        return arguments;
+    }
+
+    static Outcome run(const std::vector<std::string>& arguments) {
+        RunningProgram program(commandLine(arguments));
+        const int status = program.wait();
+        return {status, program.out(), program.err()};
+    }
+
+    static void expectAll(const std::vector<Exchange>& exchanges) {
+        for (const Exchange& exchange : exchanges) {
+            const Outcome outcome = run(exchange.arguments);
+            const std::string what = testing::PrintToString(exchange.arguments);
+            EXPECT_EQ(outcome.status, exchange.status) << what << outcome.err;
+            EXPECT_EQ(outcome.out, exchange.out) << what;
+            EXPECT_THAT(outcome.err, HasSubstr(exchange.errorPart)) << what;
+            EXPECT_EQ(outcome.err.empty(), exchange.errorPart.empty()) << what << outcome.err;
+        }
+    }
+
+    /** A process that serves those, once they are registered. */
+    static std::unique_ptr<RunningProgram> serve(const std::vector<std::string>& services) {
+        std::vector<std::string> command = services;
+        command.insert(command.begin(), FAKE_SERVICE);
+        auto process = std::make_unique<RunningProgram>(command);
+        command = services;
+        command.insert(command.begin(), "wait");
+        EXPECT_EQ(run(command).status, 0);
+        return process;
+    }
+
+    /** Ends the test where something that must happen does not within 20 s. */
+    static void await(const std::function<bool()>& happened) {
+        const auto deadline = std::chrono::steady_clock::now() + 20s;
+        while (!happened()) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+            std::this_thread::sleep_for(2ms);
+        }
+    }
+
+    PrivateTv tv_{"run"};
+};
+
+TEST_F(Audioctl, ReadsAndSetsTheExternalOutput) {
+    const auto service = serve({"external"});
+    expectAll({{{"external", "get"}, 0, "on\n", ""},
+               {{"external", "set", "off"}, 0, "", ""},
+               {{"external", "get"}, 0, "off\n", ""},
+               {{"--json", "external", "get"}, 0, "{\"value\":false}\n", ""},
+               {{"external", "set", "on", "--json"}, 0, "{\"result\":0}\n", ""},
+               {{"external", "get", "--json"}, 0, "{\"value\":true}\n", ""},
+               {{"external", "format"}, 0, "auto\n", ""},
+               {{"external", "formats"}, 0, "", "none"},
+               {{"external", "formats", "--json"}, 0, "{\"value\":[]}\n", ""},
+               {{"external", "format", "get"}, 0, "", ""},  // a name like any other
+               {{"external", "format", "a\xff"}, 0, "", ""},
+               {{"external", "format", ""}, 0, "", ""},
+               {{"external", "format", "--json"}, 0, "{\"value\":\"\"}\n", ""},
+               {{"external", "formats"}, 0, "get\na\xff\n\n", ""},
+               {{"external", "formats", "--json"}, 0, "{\"value\":[\"get\",\"a\xEF\xBF\xBD\",\"\"]}\n", ""}});
+}
+
+TEST_F(Audioctl, ExplainsWhatTheServiceDoesNotDo) {
+    const std::string missing = std::string(kExternal) + "/default is not registered";
+    const auto service = serve({"external"});
+    expectAll({{{"external", "format", "huge"}, 0, "", ""},
+               {{"external", "formats"}, 1, "", "FAILED_TRANSACTION"},
+               {{"external", "format", "refuse", "--json"},
+                1,
+                "{\"result\":-7}\n",
+                "setEncodingFormat answered -7"},
+               {{"external", "set", "off"}, 1, "", "-7: the TV's middleware refused"},
+               {{"external", "get", "--timeout", "20"}, 0, "on\n", ""},
+               {{"external", "format", "die"}, 3, "", "ended before it answered"},
+               {{"external", "get"}, 3, "", missing},
+               {{"ping"}, 3, "", missing}});
+}
+
+TEST_F(Audioctl, DoesNotWaitForEver) {
+    const auto hung = serve({"external"});
+    const auto lively = serve({"listener"});
+    kill(hung->pid(), SIGSTOP);
+    expectAll({{{"external", "get", "--timeout", "0.02"}, 4, "", "no answer from " + std::string(kExternal)},
+               {{"--timeout", "0.02", "ping"}, 4, "", "within 0.02 s"}});
+    // However slow this machine is now, the service that answers is listed in full in the end.
+    json list;
+    for (const char* seconds : {"0.02", "1", "60"}) {
+        const Outcome outcome = run({"list", "--json", "--timeout", seconds});
+        EXPECT_EQ(outcome.status, 4);
+        EXPECT_THAT(outcome.err, HasSubstr(kExternal));
+        list = json::parse(outcome.out, nullptr, false);
+        ASSERT_GE(list.size(), 3U);
+        if (list[list.size() - 2]["chain"] != nullptr) break;
+    }
+    EXPECT_EQ(list.size(), 3U) << "each name of the hung service, the most derived one of the other";
+    for (const json& row : list) {
+        EXPECT_EQ(row["chain"] == nullptr, row["pid"] == hung->pid()) << row;
+    }
+    EXPECT_THAT(run({"list", "--timeout", "0.02"}).out, HasSubstr(" ?\n"));
+}
+
+TEST_F(Audioctl, ListsServices) {
+    expectAll({{{"list"}, 0, "", "no service"}, {{"list", "--json"}, 0, "[]\n", ""}});
+    const auto service = serve({"external"});
+    const json chain = {kExternal, kExternal20, "android.hidl.base@1.0::IBase"};
+    json row = {{"interface", kExternal},
+                {"instance", "default"},
+                {"pid", service->pid()},
+                {"process", "fake_service"},
+                {"chain", chain}};
+    json base = row;
+    base["interface"] = kExternal20;
+    EXPECT_EQ(json::parse(run({"list", "--json"}).out, nullptr, false), json::array({row}));
+    EXPECT_EQ(json::parse(run({"list", "--json", "--all"}).out, nullptr, false), json::array({base, row}));
+    EXPECT_THAT(
+        run({"list"}).out,
+        AllOf(HasSubstr(std::string(kExternal) + "  default   " + std::to_string(service->pid()) +
+                        " fake_service  @3.1::IOutputExternal > @2.0::IOutputExternal > android.hidl"),
+              Not(HasSubstr(kExternal20))));
+    EXPECT_EQ(run({"--version"}).status, 0);
+    EXPECT_EQ(RunningProgram({"/bin/sh", "-c", AUDIOCTL " list > /dev/full"}).wait(), 1);
+}
+
+TEST_F(Audioctl, WaitsUntilAllAreRegistered) {
+    auto stale = serve({"external"});
+    kill(stale->pid(), SIGKILL);
+    stale->wait();
+    RunningProgram waiting(commandLine({"wait", "--json"}));
+    await([&] { return waiting.err().find("waiting for") != std::string::npos; });
+    EXPECT_THAT(waiting.err(), AllOf(HasSubstr(kExternal), HasSubstr(kListener)));
+    // It must remember the one that goes again.
+    stale = serve({"listener"});
+    await([&] { return waiting.err().find("is registered") != std::string::npos; });
+    kill(stale->pid(), SIGKILL);
+    stale->wait();
+    RunningProgram waitingForOne(commandLine({"wait", kExternal20}));
+    await([&] { return waitingForOne.err().find(kExternal20) != std::string::npos; });
+    const auto service = serve({"external"});
+    EXPECT_EQ(waitingForOne.wait(), 0);
+    EXPECT_EQ(waiting.wait(), 0);
+    EXPECT_EQ(waiting.out(), "{\"result\":0}\n");
+
+    const std::string instance = std::string(kExternal) + "/second";
+    expectAll({{{"wait", "EXTERNAL", "outputexternal", "IOutputExternal/default"}, 0, "", ""},
+               {{"wait", "--timeout", "0.02", "external", instance},
+                4,
+                "",
+                "not registered within 0.02 s: " + instance}});
+}
+
+TEST_F(Audioctl, MeasuresRoundTrips) {
+    const auto service = serve({"external", "listener"});
+    const json value =
+        json::parse(run({"ping", "-n", "20", "listener", "--json"}).out, nullptr, false)["value"];
+    EXPECT_EQ(value["service"], std::string(kListener) + "/default");
+    EXPECT_EQ(value["count"], 20);
+    EXPECT_GT(value["min_us"], 0);
+    EXPECT_LE(value["min_us"], value["median_us"]);
+    EXPECT_LE(value["median_us"], value["max_us"]);
+    EXPECT_THAT(run({"ping", "-n", "1"}).out, HasSubstr(std::string(kExternal) + "/default: 1 call, min "));
+}
+
+TEST_F(Audioctl, RefusesWrongUsage) {
+    const std::string verbs = "get, set, format, formats";
+    expectAll({{{}, 2, "", "list, wait, ping, external"},
+               {{"nosuch"}, 2, "", "\"nosuch\" is no command; these are: list, wait, ping, external"},
+               {{""}, 2, "", "\"\" is no command"},
+               {{"external"}, 2, "", "missing; these are: " + verbs},
+               {{"external", "put"}, 2, "", "\"put\" is no command; these are: " + verbs},
+               {{"external", "--all", "get"}, 2, "", "--all is no option"},
+               {{"external", "set"}, 2, "", "on|off"},
+               {{"external", "set", "ON"}, 2, "", "{on,off}"},
+               {{"external", "set", "on", "off"}, 2, "", "\"off\" is not expected"},
+               {{"external", "format", "a", "b"}, 2, "", "\"b\" is not expected"},
+               {{"ping", "-n", "0"}, 2, "", "1 to 1000000"},
+               {{"ping", "-n", "-1"}, 2, "", "-n"},
+               {{"ping", "speaker"}, 2, "", kExternal},
+               {{"wait", "list"}, 2, "", "external  " + std::string(kExternal)},
+               {{"wait", "external/"}, 2, "", "\"external/\" is no service"},
+               {{"wait", "a@1.0::IFoo!"}, 2, "", "is no service"},
+               {{"wait", std::string(100000, '.')}, 2, "", "is no service"},
+               {{"--timeout"}, 2, "", "--timeout"},
+               {{"list", "--timeout", "0"}, 2, "", "0.001 to 86400"},
+               {{"list", "--timeout", "nan"}, 2, "", "0.001 to 86400"},
+               {{"list", "--timeout", "1s"}, 2, "", "0.001 to 86400"},
+               {{"list", "--tv", ""}, 2, "", "--tv"},
+               {{"wait", "--tv", tv_ / "nosuch"}, 2, "", "nosuch is no TV"}});
+    EXPECT_FALSE(std::filesystem::exists(tv_ / "nosuch"));
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

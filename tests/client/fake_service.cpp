@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <com/tovi/dtv/hardware/audio/3.1/IOutputEncodingStatusListener.h>
+#include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
+#include <hidl/HidlTransportSupport.h>
+#include <string.h>
+#include <unistd.h>
+
+namespace {
+
+using android::sp;
+using android::hardware::hidl_string;
+using android::hardware::Return;
+using android::hardware::Void;
+using namespace com::tovi::dtv::hardware::audio;
+using BaseListener = V2_0::IOutputEncodingStatusListener;
+
+/**
+ * A service that a test scripts through the formats it sets: each is added to the
+ * available ones, and some have an effect besides.
+ */
+class FakeOutput : public V3_1::IOutputExternal {
+  public:
+    Return<int32_t> setForceEncodingEnabled(bool enable) override {
+        if (mResult == 0) mEnabled = enable;
+        return mResult;
+    }
+    Return<bool> getForceEncodingEnabled() override { return mEnabled; }
+
+    Return<int32_t> setEncodingFormat(const hidl_string& format) override {
+        if (format == "die") _exit(0);
+        if (format == "refuse") mResult = -7;
+        mFormats.push_back(format == "huge" ? std::string(2 << 20, 'x') : std::string(format));
+        return mResult;
+    }
+    Return<void> getEncodingFormat(getEncodingFormat_cb callback) override {
+        callback(mFormats.empty() ? "auto" : mFormats.back());
+        return Void();
+    }
+    Return<void> getAvailableEncodingFormats(getAvailableEncodingFormats_cb callback) override {
+        callback(mFormats);
+        return Void();
+    }
+    Return<int32_t> registerEncodingFormatListener(const sp<BaseListener>&) override { return 0; }
+    Return<int32_t> unregisterEncodingFormatListener(const sp<BaseListener>&) override { return 0; }
+
+  private:
+    bool mEnabled = true;
+    int32_t mResult = 0;
+    std::vector<hidl_string> mFormats;
+};
+
+class FakeListener : public V3_1::IOutputEncodingStatusListener {
+  public:
+    Return<void> onForceEncodingChanged(bool) override { return Void(); }
+    Return<void> onEncodingFormatChanged(const hidl_string&) override { return Void(); }
+};
+
+}  // namespace
+
+/** Serves those named: "external", "listener". */
+int main(int argc, char** argv) {
+    android::hardware::configureRpcThreadpool(1, true);
+    for (int i = 1; i < argc; ++i) {
+        const android::status_t status = strcmp(argv[i], "external") == 0
+                                             ? (new FakeOutput())->registerAsService()
+                                             : (new FakeListener())->registerAsService();
+        if (status != android::OK) return 1;
+    }
+    android::hardware::joinRpcThreadpool();
+    return 1;
+}

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
+#include <future>
+#include <mutex>
+
+#include "fixture.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using android::hidl::base::V1_0::IBase;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/** A recipient that remembers what it was told. */
+struct Told : android::hardware::hidl_death_recipient {
+    void serviceDied(uint64_t cookie, const wp<IBase>& who) override {
+        std::lock_guard<std::mutex> lock(mutex);
+        cookieList.push_back(cookie);
+        thread = threadNumber();
+        last = who.promote();
+    }
+    std::vector<uint64_t> cookies() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return cookieList;
+    }
+
+    std::mutex mutex;
+    std::vector<uint64_t> cookieList;
+    int32_t thread = 0;
+    sp<IBase> last;
+};
+
+class DeathTest : public HidlTest {
+  protected:
+    Service service_;
+    sp<IProbe> probe_ = service_.get();
+};
+
+TEST_F(DeathTest, EachLinkIsToldOnceOnAThreadOfThePool) {
+    const sp<Told> twice = new Told();
+    const sp<Told> unlinked = new Told();
+    const sp<Told> ofDropped = new Told();
+    const sp<Told> last = new Told();
+    const sp<Told> unknown = new Told();
+    const sp<IProbe> other = service_.get();
+    sp<IProbe> dropped = service_.get();
+    EXPECT_TRUE(probe_->linkToDeath(twice, 1));
+    EXPECT_TRUE(probe_->linkToDeath(unlinked, 2));
+    EXPECT_TRUE(probe_->linkToDeath(twice, UINT64_MAX));
+    EXPECT_TRUE(dropped->linkToDeath(ofDropped, 3));
+    EXPECT_TRUE(probe_->linkToDeath(sp<Told>(new Told()), 4));  // held by nobody
+    EXPECT_TRUE(probe_->linkToDeath(last, 5));
+    EXPECT_FALSE(other->unlinkToDeath(unlinked));
+    EXPECT_FALSE(probe_->unlinkToDeath(unknown));
+    EXPECT_TRUE(probe_->unlinkToDeath(unlinked));
+    EXPECT_FALSE(probe_->unlinkToDeath(unlinked));
+    dropped.clear();
+    service_.kill();
+    EXPECT_TRUE(eventually([&] { return !last->cookies().empty(); }));
+    EXPECT_THAT(twice->cookies(), ElementsAre(1, UINT64_MAX));
+    EXPECT_THAT(unlinked->cookies(), IsEmpty());
+    EXPECT_THAT(ofDropped->cookies(), IsEmpty());
+    EXPECT_THAT(last->cookies(), ElementsAre(5));
+    EXPECT_EQ(twice->last, probe_);
+    EXPECT_NE(twice->thread, threadNumber());
+    EXPECT_EQ(twice->thread, last->thread);
+
+    EXPECT_FALSE(probe_->unlinkToDeath(twice));
+    const Return<bool> late = probe_->linkToDeath(unknown, 6);
+    EXPECT_TRUE(late.isOk());
+    EXPECT_FALSE(late);
+    EXPECT_THAT(unknown->cookies(), IsEmpty());
+}
+
+TEST_F(DeathTest, ALocalObjectIsLinkedAndNeverTells) {
+    const sp<IProbe> local = new Probe(1);
+    const sp<Told> told = new Told();
+    EXPECT_TRUE(local->linkToDeath(told, 1));
+    EXPECT_FALSE(local->linkToDeath(nullptr, 1));
+    EXPECT_TRUE(local->unlinkToDeath(told));
+}
+
+TEST_F(DeathTest, ALinkToAProcessThatDiedUnnoticedTellsAtOnce) {
+    Service busy({1, "busy"});
+    const sp<IProbe> busyProbe = busy.get();
+    // The pool's only thread is in a callback, and cannot notice anything.
+    Gate start;
+    Gate inCallback;
+    sp<Callback> callback = new Callback();
+    callback->event = [&](int32_t) {
+        char byte = 'e';
+        return write(inCallback.farEnd(), &byte, 1) == 1 && read(inCallback.farEnd(), &byte, 1) == 1 ? 0 : 1;
+    };
+    EXPECT_EQ(errorOf(busyProbe->setCallback(callback)), "");
+    EXPECT_EQ(errorOf(busyProbe->callBackFromThread(start.handle())), "");
+    start.open();
+    inCallback.awaitEntry();
+    service_.kill();
+    const sp<Told> told = new Told();
+    EXPECT_TRUE(probe_->linkToDeath(told, 1));
+    EXPECT_TRUE(probe_->add(1, 2).isDeadObject());
+    EXPECT_TRUE(probe_->linkToDeath(told, 2));
+    EXPECT_THAT(told->cookies(), IsEmpty());
+    inCallback.open();
+    EXPECT_TRUE(eventually([&] { return told->cookies().size() == 2; }));
+    EXPECT_THAT(told->cookies(), ElementsAre(1, 2));
+}
+
+TEST_F(DeathTest, EveryCallInFlightEnds) {
+    Service service({3, "three"});
+    const sp<IProbe> probe = service.get();
+    std::vector<Gate> gates(3);
+    std::vector<std::future<std::string>> calls;
+    for (Gate& gate : gates) {
+        calls.push_back(std::async(std::launch::async, [&] { return errorOf(probe->wait(1, gate.handle())); }));
+        gate.awaitEntry();
+    }
+    service.kill();
+    for (auto& call : calls) EXPECT_THAT(call.get(), HasSubstr("DEAD_OBJECT"));
+    EXPECT_TRUE(probe->add(1, 2).isDeadObject());
+    EXPECT_TRUE(probe->note(1, nullptr).isDeadObject());
+    EXPECT_EQ(service.get(), nullptr);
+    EXPECT_EQ(probe_->add(1, 2), 3);
+}
+
+TEST_F(DeathTest, ACallOfADyingClientRunsToItsEndBeforeTheNotice) {
+    Gate gate;
+    Helper client({"hold", "7"}, gate.farEnd());
+    gate.awaitEntry();
+    client.kill();
+    gate.open();
+    EXPECT_TRUE(logged(probe_, "died 42"));
+    EXPECT_TRUE(logged(probe_, "callback gone"));  // what only the client held
+    const std::vector<std::string> events = eventsOf(probe_);
+    EXPECT_THAT(std::vector<std::string>(events.begin(), events.begin() + 3), ElementsAre("joined", "enter 7", "leave 7"));
+}
+
+TEST_F(DeathTest, AServiceThatWaitsForADyingClientGoesOnAtOnce) {
+    const std::string dead = "answer " + std::to_string(android::DEAD_OBJECT);
+    Helper nested({"hang", "nested"});
+    EXPECT_EQ(nested.readLine(), "ready");
+    EXPECT_EQ(nested.readLine(), "called");
+    nested.kill();
+    EXPECT_TRUE(logged(probe_, "died 42"));
+    EXPECT_THAT(eventsOf(probe_), ElementsAre("joined", dead, "died 42"));
+
+    Helper client({"hang", "idle"});
+    EXPECT_EQ(client.readLine(), "ready");
+    int32_t status = 0;
+    auto call = std::async(std::launch::async, [&] {
+        return errorOf(probe_->callBack(1, [&](int32_t, int32_t got) { status = got; }));
+    });
+    EXPECT_EQ(client.readLine(), "called");
+    client.kill();
+    EXPECT_EQ(call.get(), "");
+    EXPECT_EQ(status, android::DEAD_OBJECT);
+    EXPECT_TRUE(logged(probe_, "died 42"));
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

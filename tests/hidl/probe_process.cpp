@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <hidl/HidlTransportSupport.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <deque>
+#include <random>
+
+#include "probe.h"
+
+// The processes around a test: services, and clients that are killed or many.
+namespace hidlaudio::test {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+// Beyond the standard three, the test passes at most one descriptor: a gate.
+constexpr int kPassed = 3;
+
+void say(const std::string& line) {
+    const std::string text = line + "\n";
+    if (write(STDOUT_FILENO, text.data(), text.size()) < 0) _exit(1);
+}
+
+[[noreturn]] void sleepForEver() {
+    for (;;) pause();
+}
+
+int serve(const Arguments& arguments) {
+    const auto descriptors = static_cast<rlim_t>(std::stoul(arguments.at(2)));
+    const rlimit limit{descriptors, descriptors};
+    if (descriptors != 0 && setrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
+    android::hardware::configureRpcThreadpool(std::stoul(arguments.at(1)), true);
+    sp<Probe> probe = new Probe(1);
+    if (probe->registerAsService(arguments.at(0)) != android::OK) return 1;
+    say("ready");
+    char go;
+    if (read(STDIN_FILENO, &go, 1) != 1) return 1;
+    probe->log("joined");
+    android::hardware::joinRpcThreadpool();
+    return 1;
+}
+
+// Has and holds an object, and calls a method that waits at the passed gate.
+int hold(const Arguments& arguments) {
+    sp<ParentProbe> probe = ParentProbe::getService();
+    const sp<IProbeCallback> held = sp<IProbeCallback>(probe->makeCallback());
+    if (!probe->setCallback(new Callback()).isOk()) return 1;
+    native_handle_t* gate = native_handle_create(1, 0);
+    gate->data[0] = kPassed;
+    return probe->wait(std::stoi(arguments.at(0)), gate).isOk() ? 0 : 1;
+}
+
+// Has a callback that never answers, and asks for it itself where it is told to.
+int hang(const Arguments& arguments) {
+    sp<ParentProbe> probe = ParentProbe::getService();
+    sp<Callback> callback = new Callback();
+    callback->event = [](int32_t) -> int32_t {
+        say("called");
+        sleepForEver();
+    };
+    if (!probe->setCallback(callback).isOk()) return 1;
+    say("ready");
+    if (arguments.at(0) == "nested") (void)probe->callBack(1, [](int32_t, int32_t) {}).isOk();
+    sleepForEver();
+}
+
+// Asks for the callback that another process gave to the service.
+int fetch(const Arguments&) {
+    const Return<sp<IProbeCallback>> fetched = ParentProbe::getService()->getCallback();
+    say(fetched.isOk() ? "" : fetched.description());
+    return 0;
+}
+
+int waitForAll() {
+    int worst = 0;
+    int status;
+    while (::wait(&status) > 0) worst = status != 0 ? 1 : worst;
+    return worst;
+}
+
+// So many clients at once, each with so many calls; each says where it was served last.
+int crowd(const Arguments& arguments) {
+    const int count = std::stoi(arguments.at(0));
+    const int calls = std::stoi(arguments.at(1));
+    for (int i = 0; i < count; ++i) {
+        if (fork() != 0) continue;
+        sp<ParentProbe> probe = ParentProbe::getService();
+        if (probe == nullptr) _exit(1);
+        say("ready");
+        uint32_t last = 0;
+        for (int call = 0; call < calls; ++call) last = probe->mark();
+        say(std::to_string(last));
+        _exit(0);
+    }
+    return waitForAll();
+}
+
+// What a client may be at when it is killed.
+[[noreturn]] void live(uint32_t seed) {
+    std::minstd_rand random(seed);
+    sp<ParentProbe> probe = ParentProbe::getService();
+    if (probe == nullptr) _exit(1);
+    hidl_vec<uint8_t> bytes(64 * 1024);
+    const std::function<void()> actions[] = {
+        [&] { (void)probe->add(1, 2).isOk(); },
+        [&] { (void)probe->echoBytes(bytes, [](const auto&) {}).isOk(); },
+        [&] { (void)probe->setCallback(new Callback()).isOk(); },
+        [&] { (void)probe->callBack(1, [](int32_t, int32_t) {}).isOk(); },
+        [&] { (void)probe->passCallbacks({new Callback(), nullptr}, [](const auto&, bool) {}).isOk(); },
+        [&] { probe->note(1, nullptr).isOk(); },
+        [&] { std::thread([&] { (void)probe->add(1, 2).isOk(); }).join(); },
+    };
+    for (;;) actions[random() % std::size(actions)]();
+}
+
+// So many clients, some at a time, each killed at a random moment of its first milliseconds.
+int churn(const Arguments& arguments) {
+    constexpr size_t kAtOnce = 3;
+    constexpr uint32_t kLongestPause = 1'500'000;
+    const int count = std::stoi(arguments.at(0));
+    std::minstd_rand random(static_cast<uint32_t>(std::stoul(arguments.at(1))));
+    std::deque<pid_t> alive;
+    for (int i = 0; i < count || !alive.empty(); ++i) {
+        const auto seed = static_cast<uint32_t>(random());
+        if (i < count) alive.push_back(fork());
+        if (i < count && alive.back() == 0) live(seed);
+        const timespec while_{0, static_cast<long>(random() % kLongestPause)};
+        nanosleep(&while_, nullptr);
+        if (alive.size() < kAtOnce && i < count) continue;
+        kill(alive.front(), SIGKILL);
+        int status = 0;
+        if (waitpid(alive.front(), &status, 0) != alive.front() || !WIFSIGNALED(status)) return 1;
+        alive.pop_front();
+    }
+    return 0;
+}
+
+struct Role {
+    const char* name;
+    int (*run)(const Arguments& arguments);
+};
+
+constexpr Role kRoles[] = {
+    {"serve", serve}, {"hold", hold}, {"hang", hang}, {"fetch", fetch}, {"crowd", crowd}, {"churn", churn},
+};
+
+}  // namespace
+}  // namespace hidlaudio::test
+
+int main(int count, char** arguments) {
+    // A test that is killed leaves nobody behind.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    for (const auto& role : hidlaudio::test::kRoles) {
+        if (count > 1 && strcmp(arguments[1], role.name) == 0) {
+            return role.run(hidlaudio::test::Arguments(arguments + 2, arguments + count));
+        }
+    }
+    fprintf(stderr, "usage: probe_process serve INSTANCE THREADS DESCRIPTORS | hold NUMBER | hang nested|idle | "
+                    "fetch | crowd CLIENTS CALLS | churn CLIENTS SEED\n");
+    return 2;
+}

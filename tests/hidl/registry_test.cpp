@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <hidl/ServiceManagement.h>
+#include <sys/stat.h>
+
+#include <mutex>
+
+#include "fixture.h"
+#include "host/root/tv_root.h"
+#include "tests/support/private_tv.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using android::hardware::defaultServiceManager;
+using android::hidl::manager::V1_0::IServiceManager;
+using android::hidl::manager::V1_0::IServiceNotification;
+using testing::ElementsAre;
+
+const std::string kParent = "com.tovi.test.probe@1.0::IProbe/";
+const std::string kChild = "com.tovi.test.probe@1.1::IProbe/";
+
+class RegistryTest : public HidlTest {
+  protected:
+    static std::vector<std::string> listed() {
+        std::vector<std::string> names;
+        EXPECT_EQ(errorOf(defaultServiceManager()->list([&names](const auto& list) {
+            names.assign(list.begin(), list.end());
+        })), "");
+        return names;
+    }
+    static status_t registerAnother(const Service& service, const std::string& name, uint32_t number) {
+        return sp<IProbe>(service.get())->registerAnother(name, number);
+    }
+};
+
+TEST_F(RegistryTest, AServiceIsFoundByEachOfItsInterfaces) {
+    EXPECT_EQ(IProbe::getService(), nullptr);
+    EXPECT_EQ(IProbe::tryGetService(), nullptr);
+    Service service;
+    for (const auto& found : {ParentProbe::getService(), ParentProbe::tryGetService(),
+                              sp<ParentProbe>(IProbe::getService()), sp<ParentProbe>(IProbe::tryGetService())}) {
+        ASSERT_NE(found, nullptr);
+        EXPECT_EQ(found->add(1, 2), 3);
+    }
+    EXPECT_EQ(ParentProbe::getService("default", true), nullptr);  // no implementation to load here
+    EXPECT_EQ(IProbe::getService("another"), nullptr);
+    EXPECT_EQ(IProbeCallback::getService(), nullptr);
+    EXPECT_EQ(registerAnother(service, "second", 2), android::OK);
+    EXPECT_THAT(listed(), ElementsAre(kParent + "default", kParent + "second", kChild + "default",
+                                      kChild + "second"));
+    struct stat status {};
+    EXPECT_EQ(stat((host::tvRoot() + "/run/hwbinder").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700u);
+}
+
+TEST_F(RegistryTest, AnyTextOfSomeLengthIsAName) {
+    Service service;
+    // A file's name of the longer interface, with what marks it, may have 255 bytes.
+    const size_t longest = 255 - kChild.size();
+    const struct {
+        std::string name;
+        bool fits;
+    } kNames[] = {{"", false},
+                  {".", true},
+                  {"../../default", true},
+                  {" ~%41/ä\n\x7f", true},
+                  {std::string("zero\0zero", 9), true},
+                  {std::string(longest, 'n'), true},
+                  {std::string(longest + 1, 'n'), false},
+                  {std::string(longest / 3 + 1, '/'), false}};
+    for (const auto& one : kNames) {
+        SCOPED_TRACE(one.name);
+        EXPECT_EQ(registerAnother(service, one.name, 7) == android::OK, one.fits);
+        const sp<IProbe> found = IProbe::getService(one.name);
+        ASSERT_EQ(found != nullptr, one.fits);
+        EXPECT_EQ(one.fits, testing::Matches(testing::Contains(kChild + one.name))(listed()));
+        EXPECT_EQ(found != nullptr ? uint32_t{found->number()} : 7u, 7u);
+    }
+    EXPECT_EQ(IProbe::getService()->number(), 1u);
+    EXPECT_EQ(android::hardware::details::registerAsServiceInternal(nullptr, "x"), android::UNEXPECTED_NULL);
+}
+
+TEST_F(RegistryTest, TheNewestOfANameWinsAndOldProxiesGoOn) {
+    Service first;
+    const sp<IProbe> firstProbe = first.get();
+    EXPECT_EQ(registerAnother(first, "default", 2), android::OK);
+    const sp<IProbe> sameProcess = first.get();
+    EXPECT_EQ(sameProcess->number(), 2u);
+    EXPECT_FALSE(interfacesEqual(firstProbe, sameProcess));
+    {
+        Service second;
+        const sp<IProbe> secondProbe = second.get();
+        EXPECT_FALSE(interfacesEqual(firstProbe, secondProbe));
+        int32_t secondThread = 0;
+        EXPECT_EQ(errorOf(secondProbe->whoServes([&](int32_t, int32_t thread) { secondThread = thread; })), "");
+        EXPECT_EQ(secondThread, second.pid());
+        EXPECT_EQ(firstProbe->number(), 1u);
+        EXPECT_EQ(sameProcess->number(), 2u);
+    }
+    // With the newest gone the name is empty; there is no way back.
+    EXPECT_EQ(first.get(), nullptr);
+    EXPECT_THAT(listed(), ElementsAre());
+    EXPECT_EQ(firstProbe->number(), 1u);
+    Service third;
+    EXPECT_EQ(third.get()->number(), 1u);
+    EXPECT_THAT(listed(), ElementsAre(kParent + "default", kChild + "default"));
+}
+
+TEST_F(RegistryTest, ATvMayLieFarDown) {
+    const std::string before = host::tvRoot();
+    const std::string part(60, 'd');
+    host::setTvRoot(before + "/" + part + "/" + part + "/" + part);
+    {
+        Service service;
+        const sp<IProbe> probe = service.get();
+        ASSERT_NE(probe, nullptr);
+        EXPECT_EQ(probe->add(1, 2), 3);
+    }
+    host::setTvRoot(before);
+}
+
+/** Collects what it is told. */
+struct Notices : IServiceNotification {
+    Return<void> onRegistration(const hidl_string& interface, const hidl_string& name, bool existing) override {
+        std::lock_guard<std::mutex> lock(mutex);
+        told.push_back(std::string(interface) + "/" + std::string(name) + (existing ? " existing" : " new"));
+        return Void();
+    }
+    std::vector<std::string> soFar() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return told;
+    }
+
+    std::mutex mutex;
+    std::vector<std::string> told;
+};
+
+TEST_F(RegistryTest, WhoAsksIsToldOfRegistrations) {
+    Service first;
+    const sp<Notices> ofDefault = new Notices();
+    const sp<Notices> ofAll = new Notices();
+    EXPECT_FALSE(IProbe::registerForNotifications("default", nullptr));
+    EXPECT_TRUE(IProbe::registerForNotifications("default", ofDefault));
+    EXPECT_TRUE(ParentProbe::registerForNotifications("", ofAll));
+    const std::string child = kChild + "default";
+    const std::string parent = kParent + "default";
+    EXPECT_THAT(ofDefault->soFar(), ElementsAre(child + " existing"));
+    EXPECT_THAT(ofAll->soFar(), ElementsAre(parent + " existing"));
+    EXPECT_EQ(registerAnother(first, "other", 2), android::OK);
+    EXPECT_TRUE(eventually([&] { return ofAll->soFar().size() == 2; }));
+    first.kill();
+    Service second;
+    EXPECT_TRUE(eventually([&] { return ofDefault->soFar().size() == 2 && ofAll->soFar().size() == 3; }));
+    EXPECT_THAT(ofDefault->soFar(), ElementsAre(child + " existing", child + " new"));
+    EXPECT_THAT(ofAll->soFar(), ElementsAre(parent + " existing", kParent + "other new", parent + " new"));
+}
+
+TEST_F(RegistryTest, ADamagedEntryIsNoService) {
+    Service service;
+    const std::string entry = host::tvRoot() + "/run/hwbinder/" + kChild.substr(0, kChild.size() - 1) + "~default";
+    const std::string good = contentOf(entry);
+    for (const std::string& bad : {std::string(), std::string("x"), good.substr(0, good.size() / 2),
+                                   "pid 1\nprocess 0\nobject 1\nsocket ../../x.sock\nimplements y\n" + good,
+                                   std::string(100000, 's')}) {
+        makeFile(entry, bad);
+        EXPECT_EQ(service.get(), nullptr);
+        EXPECT_EQ(ParentProbe::getService()->add(1, 2), 3);
+    }
+    makeFile(entry, good);
+    EXPECT_EQ(service.get()->add(1, 2), 3);
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

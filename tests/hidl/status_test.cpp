@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <hidl/HidlPassthroughSupport.h>
+#include <signal.h>
+
+#include "fixture.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using android::hardware::Status;
+using testing::HasSubstr;
+
+Return<int32_t> failed() {
+    return Status::fromStatusT(android::BAD_VALUE);
+}
+
+TEST(StatusTest, AnErrorThatNobodyExaminesEndsTheProcess) {
+    EXPECT_DEATH((void)failed(), "not checked");
+    EXPECT_DEATH({ [[maybe_unused]] const int32_t value = failed(); }, "used as a success");
+    EXPECT_DEATH(
+        {
+            Return<int32_t> result = failed();
+            result = Return<int32_t>(1);
+        },
+        "not checked");
+    EXPECT_DEATH((void)failed().description(), "not checked");
+    EXPECT_DEATH((void)failed().isDeadObject(), "not checked");
+    EXPECT_DEATH((void)Return<void>(Status::fromExceptionCode(Status::EX_SECURITY)), "EX_SECURITY");
+}
+
+TEST(StatusTest, ExaminedErrorsAndSuccessesAreFine) {
+    EXPECT_FALSE(failed().isOk());
+    EXPECT_EQ(failed().withDefault(7), 7);
+    EXPECT_TRUE(Return<void>(Status::fromStatusT(android::DEAD_OBJECT)).isDeadObject());
+    (void)Return<int32_t>(1);
+    Return<int32_t> first = failed();
+    Return<int32_t> second = std::move(first);  // the duty to examine moves along
+    EXPECT_FALSE(second.isOk());
+    second = Return<int32_t>(8);
+    EXPECT_EQ(second, 8);
+    EXPECT_TRUE(Status::fromStatusT(android::OK).isOk());
+}
+
+class FaultyMethodTest : public HidlTest {
+  protected:
+    Service service_;
+    const sp<IProbe> probe_ = service_.get();
+};
+
+TEST_F(FaultyMethodTest, AServiceThatBreaksTheRulesOfResultsEnds) {
+    std::string answers;
+    const auto add = [&answers](const auto& text) { answers += text; };
+    const struct {
+        std::function<std::string(const sp<IProbe>&)> call;
+        const char* answers;
+        const char* error;
+    } kCases[] = {
+        {[&](const auto& probe) { return errorOf(probe->answerTimes(0, add)); }, "", "DEAD_OBJECT"},
+        {[&](const auto& probe) { return errorOf(probe->answerTimes(1, add)); }, "answer", ""},
+        {[&](const auto& probe) { return errorOf(probe->answerTimes(2, add)); }, "answer", ""},
+        {[&](const auto& probe) { return errorOf(probe->returnError()); }, "", "DEAD_OBJECT"},
+    };
+    for (const auto& one : kCases) {
+        Service service;
+        const sp<IProbe> probe = service.get();
+        answers.clear();
+        EXPECT_THAT(one.call(probe), HasSubstr(one.error));
+        EXPECT_EQ(answers, one.answers);
+        if (&one == &kCases[1]) continue;
+        EXPECT_EQ(service.wait(), 128 + SIGABRT);
+        EXPECT_TRUE(probe->add(1, 2).isDeadObject());
+    }
+}
+
+TEST_F(FaultyMethodTest, ANullResultCallbackIsRefusedByTheProxy) {
+    EXPECT_THAT(errorOf(probe_->echoText("text", nullptr)), HasSubstr("EX_ILLEGAL_ARGUMENT"));
+    EXPECT_EQ(probe_->add(1, 2), 3);
+}
+
+TEST_F(FaultyMethodTest, AnIdleServiceSleeps) {
+    EXPECT_EQ(probe_->add(1, 2), 3);
+    uint64_t before = 0;
+    // It may look for the next call for a moment; then nothing wakes it.
+    EXPECT_TRUE(eventually([&] { return std::exchange(before, service_.switches()) == service_.switches(); }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(service_.switches(), before);
+}
+
+TEST(PassthroughTest, OnewayCallsOfAWrappedObjectRunInOrderOnAThreadOfTheirOwn) {
+    const sp<Probe> probe = new Probe(1);
+    const sp<IProbe> wrapped = android::hardware::details::wrapPassthrough<IProbe>(probe);
+    ASSERT_NE(wrapped, nullptr);
+    EXPECT_EQ(wrapped->add(1, 2), 3);
+    Gate gate;
+    EXPECT_EQ(errorOf(wrapped->note(1, gate.handle())), "");
+    EXPECT_EQ(errorOf(wrapped->note(2, nullptr)), "");
+    gate.awaitEntry();
+    EXPECT_THAT(eventsOf(wrapped), testing::IsEmpty());
+    gate.open();
+    EXPECT_TRUE(logged(wrapped, "note 2"));
+    EXPECT_THAT(eventsOf(wrapped), testing::ElementsAre("note 1", "note 2"));
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

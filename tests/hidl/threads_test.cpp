@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <atomic>
+#include <future>
+#include <set>
+
+#include "fixture.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using android::hardware::configureRpcThreadpool;
+using android::hardware::joinRpcThreadpool;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class ThreadsTest : public HidlTest {
+  protected:
+    static int32_t servingThread(const sp<ParentProbe>& probe) {
+        int32_t serving = 0;
+        EXPECT_EQ(errorOf(probe->whoServes([&](int32_t caller, int32_t thread) {
+            EXPECT_EQ(caller, getpid());
+            serving = thread;
+        })), "");
+        return serving;
+    }
+
+    /** A call that lasts until the gate is opened; it has begun when this returns. */
+    static std::future<std::string> waitAt(const sp<ParentProbe>& probe, int32_t number, Gate* gate) {
+        auto done = std::async(std::launch::async,
+                               [=] { return errorOf(probe->wait(number, gate->handle())); });
+        gate->awaitEntry();
+        return done;
+    }
+};
+
+TEST_F(ThreadsTest, OnlyTheJoiningThreadServesAndNotBefore) {
+    Service service({1, "default", 0, false});
+    const sp<IProbe> probe = service.get();
+    EXPECT_EQ(errorOf(probe->note(1, nullptr)), "");
+    EXPECT_EQ(service.threads(), 1u);
+    service.letGo();
+    EXPECT_TRUE(logged(probe, "note 1"));
+    EXPECT_THAT(eventsOf(probe), ElementsAre("joined", "note 1"));
+    EXPECT_EQ(servingThread(probe), service.pid());
+}
+
+TEST_F(ThreadsTest, APoolServesAsManyCallsAtOnceAsItHasThreads) {
+    for (const size_t size : {1, 3}) {
+        SCOPED_TRACE(size);
+        Service service({size});
+        const sp<IProbe> probe = service.get();
+        std::vector<Gate> gates(size + 1);
+        std::vector<std::future<std::string>> calls;
+        for (size_t i = 0; i < size; ++i) calls.push_back(waitAt(probe, static_cast<int32_t>(i), &gates[i]));
+        EXPECT_EQ(service.threads(), size);
+        auto oneMore = std::async(std::launch::async, [&] { return waitAt(probe, 9, &gates[size]).get(); });
+        gates[0].open();
+        gates[size].open();  // it comes to the gate once there is a thread
+        EXPECT_EQ(oneMore.get(), "");
+        for (size_t i = 1; i < size; ++i) gates[i].open();
+        for (auto& call : calls) EXPECT_EQ(call.get(), "");
+        const std::vector<std::string> events = eventsOf(probe);
+        const auto left = std::find(events.begin(), events.end(), "leave 0");
+        EXPECT_NE(std::find(left, events.end(), "enter 9"), events.end());
+        EXPECT_EQ(service.threads(), size);
+    }
+}
+
+TEST_F(ThreadsTest, MisuseEndsTheProcess) {
+    EXPECT_DEATH(joinRpcThreadpool(), "configureRpcThreadpool");
+    EXPECT_DEATH(configureRpcThreadpool(0, true), "pool");
+    EXPECT_DEATH((configureRpcThreadpool(1, false), joinRpcThreadpool()), "configureRpcThreadpool");
+}
+
+TEST_F(ThreadsTest, ACallbackFromTheServingThreadRunsOnTheThreadThatWaits) {
+    Service service;
+    const sp<IProbe> probe = service.get();
+    const int32_t main = threadNumber();
+    std::vector<int32_t> threadsThere;
+    sp<Callback> callback = new Callback();
+    callback->event = [&](int32_t depth) {
+        EXPECT_EQ(threadNumber(), main);
+        threadsThere.push_back(servingThread(probe));
+        int32_t below = 0;
+        if (depth > 1) {
+            EXPECT_EQ(errorOf(probe->callBack(depth - 1, [&](int32_t answer, int32_t) { below = answer; })), "");
+        }
+        return below + depth;
+    };
+    EXPECT_EQ(errorOf(probe->setCallback(callback)), "");
+    int32_t sum = 0;
+    EXPECT_EQ(errorOf(probe->callBack(5, [&](int32_t answer, int32_t) { sum = answer; })), "");
+    EXPECT_EQ(sum, 1 + 2 + 3 + 4 + 5);
+    EXPECT_THAT(threadsThere, ElementsAre(service.pid(), service.pid(), service.pid(), service.pid(), service.pid()));
+    EXPECT_EQ(errorOf(probe->setCallback(nullptr)), "");
+}
+
+// While the caller's thread is blocked in a call, and the service's only pool thread with it.
+TEST_F(ThreadsTest, ACallbackFromAnyOtherThreadRunsInTheClientsPool) {
+    Service service;
+    const sp<IProbe> probe = service.get();
+    Gate callbackMayStart;
+    Gate callIsServed;
+    const int32_t main = threadNumber();
+    sp<Callback> callback = new Callback();
+    callback->event = [&](int32_t serversThread) {
+        EXPECT_NE(threadNumber(), main);
+        // A call back goes to the thread that waits, though it is none of the pool.
+        EXPECT_EQ(servingThread(probe), serversThread);
+        EXPECT_NE(serversThread, service.pid());
+        callIsServed.open();
+        return 0;
+    };
+    EXPECT_EQ(errorOf(probe->setCallback(callback)), "");
+    EXPECT_EQ(errorOf(probe->callBackFromThread(callbackMayStart.handle())), "");
+    callbackMayStart.awaitEntry();
+    auto opened = std::async(std::launch::async, [&] {
+        callIsServed.awaitEntry();
+        callbackMayStart.open();
+    });
+    EXPECT_EQ(errorOf(probe->wait(1, callIsServed.handle())), "");
+    EXPECT_TRUE(logged(probe, "answer 0"));
+    EXPECT_EQ(errorOf(probe->setCallback(nullptr)), "");
+}
+
+TEST_F(ThreadsTest, AClientsPoolIsOneThread) {
+    Service service;
+    const sp<IProbe> probe = service.get();
+    std::atomic<int> active{0};
+    std::set<int32_t> threadsHere;
+    sp<Callback> callback = new Callback();
+    callback->event = [&](int32_t) {
+        EXPECT_EQ(++active, 1);
+        threadsHere.insert(threadNumber());
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        EXPECT_EQ(--active, 0);
+        return 0;
+    };
+    EXPECT_EQ(errorOf(probe->setCallback(callback)), "");
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(errorOf(probe->callBackFromThread(nullptr)), "");
+    EXPECT_TRUE(eventually([&] {
+        const std::vector<std::string> events = eventsOf(probe);
+        return std::count(events.begin(), events.end(), "answer 0") == 4;
+    }));
+    EXPECT_EQ(threadsHere.size(), 1u);
+    EXPECT_EQ(threadsHere.count(threadNumber()), 0u);
+    EXPECT_EQ(errorOf(probe->setCallback(nullptr)), "");
+}
+
+TEST_F(ThreadsTest, OnewayCallsOfAnObjectAreServedInOrderByAPoolOfSeveral) {
+    Service service({3});
+    const sp<IProbe> probe = service.get();
+    ASSERT_EQ(probe->registerAnother("second", 2), android::OK);
+    const sp<IProbe> second = IProbe::getService("second");
+    Gate first;
+    Gate next;
+    EXPECT_EQ(errorOf(probe->note(1, first.handle())), "");
+    first.awaitEntry();
+    EXPECT_EQ(errorOf(probe->note(2, next.handle())), "");
+    EXPECT_EQ(errorOf(probe->note(3, nullptr)), "");
+    next.open();
+    // Two-way calls, and oneway calls of another object, overtake them.
+    EXPECT_EQ(errorOf(second->note(4, nullptr)), "");
+    EXPECT_TRUE(logged(second, "note 4"));
+    for (int i = 0; i < 100; ++i) EXPECT_EQ(probe->add(i, 1), i + 1);
+    first.open();
+    EXPECT_TRUE(logged(probe, "note 3"));
+    EXPECT_THAT(eventsOf(probe), ElementsAre("joined", "note 1", "note 2", "note 3"));
+}
+
+// What a service cannot take yet is refused at last, and not piled up.
+TEST_F(ThreadsTest, OnewayCallsThatWaitHaveALimit) {
+    constexpr int kFarTooMany = 10'000;
+    for (const size_t size : {1, 3}) {
+        SCOPED_TRACE(size);
+        Service service({size});
+        const sp<IProbe> probe = service.get();
+        Gate gate;
+        EXPECT_EQ(errorOf(probe->note(0, gate.handle())), "");
+        gate.awaitEntry();
+        int sent = 0;
+        int refused = 0;  // in a row: the service may only just have made room
+        while (sent < kFarTooMany && refused < 10) {
+            const std::string error = errorOf(probe->note(sent + 1, nullptr));
+            refused = error.empty() ? 0 : refused + 1;
+            sent += error.empty() ? 1 : 0;
+            if (refused == 0) continue;
+            EXPECT_THAT(error, HasSubstr("FAILED_TRANSACTION"));
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        EXPECT_LT(sent, kFarTooMany);
+        EXPECT_GE(sent, 100);
+        gate.open();
+        EXPECT_TRUE(logged(probe, "note " + std::to_string(sent)));
+        EXPECT_EQ(errorOf(probe->note(-1, nullptr)), "");
+        EXPECT_TRUE(logged(probe, "note -1"));
+    }
+}
+
+TEST_F(ThreadsTest, ManyThreadsOfAClientCallAtOnce) {
+    Service service({3});
+    const sp<IProbe> probe = service.get();
+    std::vector<std::future<void>> threads;
+    for (int thread = 0; thread < 8; ++thread) {
+        threads.push_back(std::async(std::launch::async, [&probe, thread] {
+            for (int i = 0; i < 200; ++i) {
+                EXPECT_EQ(probe->add(thread, i), thread + i);
+                const std::string sent(static_cast<size_t>(thread * 1000 + i), static_cast<char>('a' + thread));
+                EXPECT_EQ(errorOf(probe->echoText(sent, [&](const auto& same) { EXPECT_EQ(same, sent); })), "");
+            }
+        }));
+    }
+    for (auto& thread : threads) thread.get();
+    EXPECT_LE(service.threads(), 3u);
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <signal.h>
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+#include "tests/tv/tv_command.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+using namespace std::chrono_literals;
+
+/** `tv` with the daemon beside it, or a shell script in its place. */
+class Boot : public TvCommand {
+  protected:
+    Boot() {
+        std::filesystem::create_directory(folder_ / "bin");
+        std::filesystem::copy_file(command_, folder_ / "bin/tv");
+        command_ = folder_ / "bin/tv";
+        mustRun({"init"});
+    }
+    ~Boot() override { run({"shutdown"}); }
+
+    void useDaemon() { std::filesystem::copy_file(DAEMON, folder_ / "bin/hidlaudio"); }
+
+    void useScript(const std::string& script) {
+        makeFile(folder_ / "bin/hidlaudio", "#!/bin/sh\n" + script + "\n");
+        std::filesystem::permissions(folder_ / "bin/hidlaudio", std::filesystem::perms::owner_all);
+    }
+
+    std::string noteOfDaemon() const { return contentOf(tv_ + "/run/hidlaudio.pid"); }
+    pid_t daemon() const { return std::atoi(noteOfDaemon().c_str()); }
+
+    /** Ends the test where something that must happen does not within 20 s. */
+    static void await(const std::function<bool()>& happened) {
+        const auto deadline = std::chrono::steady_clock::now() + 20s;
+        while (!happened()) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+            std::this_thread::sleep_for(2ms);
+        }
+    }
+
+    /** A process that has ended may stay in the table until its new parent has looked. */
+    static bool runs(pid_t pid) {
+        const std::string status = contentOf("/proc/" + std::to_string(pid) + "/status");
+        return status != "(none)" && !status.empty() && status.find("State:\tZ") == std::string::npos;
+    }
+};
+
+/** Two lines in the log, the second by way of its standard error. */
+constexpr char kTalking[] = "echo out; echo err >&2; exec sleep 1000";
+
+TEST_F(Boot, RunsTheDaemonUntilShutdown) {
+    useDaemon();
+    makeFile(tv_ + "/power/wake_lock", "HidlAudioHrtf\n");
+    makeFile(tv_ + "/log/hidlaudio.log", "earlier\n");
+    mustRun({"boot", "--background"});
+    const pid_t pid = daemon();
+    EXPECT_TRUE(runs(pid));
+    EXPECT_EQ(getsid(pid), pid)
+        << "a session of its own: a Ctrl-C of the user's shell is none of its business";
+    EXPECT_THAT(contentOf(tv_ + "/run/hwbinder/com.tovi.dtv.hardware.audio@3.1::IOutputExternal~default"),
+                HasSubstr("pid " + std::to_string(pid) + "\n"));
+    EXPECT_THAT(mustRun({"show"}), HasSubstr("hidlaudio process " + std::to_string(pid)));
+    EXPECT_THAT(mustRun({"log"}),
+                AllOf(StartsWith("earlier\n"), HasSubstr("HIDL server side: main() is called")));
+    EXPECT_EQ(contentOf(tv_ + "/power/wake_lock"), "");
+
+    for (const auto& arguments : {std::vector<std::string>{"boot", "--background"}, {"init", "--force"}}) {
+        const Outcome outcome = run(arguments);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr("running"));
+    }
+    EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("hidlaudio stopped"));
+    EXPECT_FALSE(runs(pid));
+    EXPECT_EQ(noteOfDaemon(), "(none)");
+    EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("nothing runs"));
+}
+
+TEST_F(Boot, ReportsADaemonThatEnds) {
+    EXPECT_EQ(run({"boot"}).status, 1) << "there is none";
+    const std::pair<const char*, const char*> ends[] = {
+        {"for i in 1 2 3 4 5 6 7 8 9 10 11 12; do echo line $i; done; exit 3", "ended with status 3"},
+        {"echo line 12; kill -SEGV $$", "ended by signal 11"}};
+    for (const auto& [script, how] : ends) {
+        useScript(script);
+        for (const bool background : {true, false}) {
+            const Outcome outcome = background ? run({"boot", "--background"}) : run({"boot"});
+            EXPECT_EQ(outcome.status, 1) << how;
+            EXPECT_THAT(outcome.err, HasSubstr(how));
+            EXPECT_THAT(background ? outcome.err : outcome.out, HasSubstr("line 12\n"));
+            EXPECT_THAT(background ? outcome.err : "", Not(HasSubstr("line 2\n")))
+                << "its last lines are enough";
+            EXPECT_EQ(noteOfDaemon(), "(none)");
+        }
+    }
+}
+
+TEST_F(Boot, InForegroundShowsTheLogUntilInterrupted) {
+    useScript(kTalking);
+    makeFile(tv_ + "/log/hidlaudio.log", "earlier\n");
+    for (const int signal : {SIGINT, SIGTERM}) {
+        RunningProgram foreground({command_, "boot"});
+        await([&] { return foreground.out() == "out\nerr\n"; });
+        const pid_t pid = daemon();
+        kill(foreground.pid(), signal);
+        EXPECT_EQ(foreground.wait(), 0) << foreground.err();
+        EXPECT_FALSE(runs(pid));
+    }
+    // Before it has come up, in the background: it is taken back.
+    RunningProgram background({command_, "boot", "--background"});
+    await([&] { return daemon() > 0; });
+    const pid_t pid = daemon();
+    kill(background.pid(), SIGINT);
+    EXPECT_EQ(background.wait(), 1);
+    EXPECT_FALSE(runs(pid));
+}
+
+TEST_F(Boot, InForegroundEndsWithAnothersShutdown) {
+    // One that does not end when asked to.
+    useScript(std::string("trap '' TERM; ") + kTalking);
+    RunningProgram follower({command_, "log", "-f"});
+    RunningProgram foreground({command_, "boot"});
+    await([&] { return foreground.out() == "out\nerr\n" && follower.out() == "out\nerr\n"; });
+    const pid_t pid = daemon();
+    const Outcome outcome = run({"shutdown"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err, HasSubstr("killed"));
+    EXPECT_FALSE(runs(pid));
+    EXPECT_EQ(foreground.wait(), 1);
+    EXPECT_THAT(foreground.err(), HasSubstr("signal 9"));
+    kill(follower.pid(), SIGINT);
+    EXPECT_EQ(follower.wait(), 0);
+}
+
+TEST_F(Boot, IsNotMisledByAnOldNote) {
+    useDaemon();
+    // A process of that number runs, but it is this test's: another start time.
+    const std::string note = std::to_string(getpid()) + " 1\n";
+    for (const std::string& text : {note, std::string("1\n"), std::string("x"), std::string("-1 5\n")}) {
+        makeFile(tv_ + "/run/hidlaudio.pid", text);
+        EXPECT_THAT(mustRun({"show"}), HasSubstr("not running")) << text;
+        EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("nothing runs")) << text;
+    }
+    makeFile(tv_ + "/run/hidlaudio.pid", note);
+    mustRun({"boot", "--background"});
+    EXPECT_NE(daemon(), getpid());
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

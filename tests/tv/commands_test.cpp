@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/tv/tv_command.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+
+/** The commands that need a TV, each with arguments that would do. */
+const std::vector<std::vector<std::string>> kTvCommands = {
+    {"boot", "--background"}, {"shutdown"},          {"show"}, {"show", "--json"}, {"config"},
+    {"config", "key", "1"},   {"fault", "DRV_Init"}, {"log"}};
+
+TEST_F(TvCommand, MakesATvAndShowsIt) {
+    umask(022);
+    mustRun({"init", "--model", "standard", "--centre-input"});
+    for (const char* path : {"data/vendor/tmp/dtv_svc_is_ready", "data/vendor/tmp/recipe", "soc/faults",
+                             "log", "data/vendor/tovi/hidlaudio", "power/wake_lock"}) {
+        EXPECT_TRUE(std::filesystem::exists(tv_ + "/" + path)) << path;
+    }
+    struct stat status {};
+    ASSERT_EQ(stat((tv_ + "/run/hwbinder").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700U) << "the services are for the same user only";
+
+    makeFile(tv_ + "/data/vendor/tovi/hidlaudio/bitstream_output_mode.data", std::string("\2\0\0\0", 4));
+    makeFile(tv_ + "/data/vendor/tovi/hidlaudio/large", std::string(1000, 'x'));
+    makeFile(tv_ + "/power/wake_lock", "HidlAudioHrtf\n");
+    makeFile(tv_ + "/soc/config/g_audio__earc_ddp_cap", "many\n");
+    makeFile(tv_ + "/soc/faults/DRV_Init", "-3 2\n");
+    makeFile(tv_ + "/soc/faults/MTAL_Init", "bad\n");
+    const json expected = json::parse(R"({
+        "model": "standard", "centre_input": true, "platform_ready": true,
+        "programs": {"hidlaudio": null},
+        "config": {"g_audio__tv_position": 0, "g_audio__spk_sur_type": 1, "g_audio__aud_speaker": 0,
+                   "g_audio__bitstream_output_mode": 0, "g_audio__arc_dd_plus_capab": 2,
+                   "g_audio__earc_ddp_cap": null, "g_audio__arc_mpeg4_aac_lc_capab": 1},
+        "faults": {"DRV_Init": {"status": -3, "count": 2}, "MTAL_Init": null},
+        "files": {"/data/vendor/tovi/hidlaudio/bitstream_output_mode.data": {"size": 4, "hex": "02000000"},
+                  "/data/vendor/tovi/hidlaudio/large": {"size": 1000}},
+        "wake_locks": ["HidlAudioHrtf"]})");
+    json shown = json::parse(mustRun({"show", "--json"}), nullptr, false);
+    EXPECT_EQ(shown["tv"], tv_);
+    shown.erase("tv");
+    EXPECT_EQ(shown, expected) << shown.dump(2);
+    EXPECT_THAT(
+        mustRun({"show"}),
+        AllOf(HasSubstr("without back-end controller, with centre input"), HasSubstr("hidlaudio not running"),
+              HasSubstr("g_audio__earc_ddp_cap: no 32-bit"), HasSubstr("DRV_Init returns -3, 2 times"),
+              HasSubstr("4 bytes 02000000"), HasSubstr("HidlAudioHrtf")));
+}
+
+TEST_F(TvCommand, InitLosesNothing) {
+    mustRun({"init"});
+    makeFile(tv_ + "/soc/config/g_audio__tv_position", "1\n");
+    makeFile(tv_ + "/notes", "mine");
+    const Outcome again = run({"init", "--model", "standard"});
+    EXPECT_EQ(again.status, 1);
+    EXPECT_THAT(again.err, HasSubstr("--force"));
+    EXPECT_EQ(mustRun({"config", "g_audio__tv_position"}), "1\n");
+    mustRun({"init", "--force"});
+    EXPECT_EQ(mustRun({"config", "g_audio__tv_position"}), "0\n");
+    EXPECT_EQ(contentOf(tv_ + "/notes"), "mine");
+
+    // A TV whose description is damaged can be made anew, by nothing else used.
+    makeFile(tv_ + "/tv.json", "{\"format\": 1, \"model\": \"other\"}");
+    EXPECT_EQ(run({"show"}).status, 2);
+    mustRun({"init", "--force"});
+    mustRun({"show"});
+
+    makeFile(folder_ / "other/data/precious", "content");
+    makeFile(folder_ / "file", "content");
+    for (const char* name : {"other", "file"}) {
+        const Outcome outcome = run({"init", "--force", "--tv", folder_ / name});
+        EXPECT_EQ(outcome.status, 1) << name;
+        EXPECT_THAT(outcome.err, HasSubstr(folder_ / name));
+    }
+    EXPECT_EQ(contentOf(folder_ / "other/data/precious"), "content");
+    EXPECT_EQ(contentOf(folder_ / "file"), "content");
+    std::filesystem::create_directory(folder_ / "empty");
+    mustRun({"init", "--tv", folder_ / "empty"});
+    mustRun({"init", "--tv", folder_ / "a/new/place"});
+}
+
+TEST_F(TvCommand, RefusesAFolderThatIsNoTv) {
+    makeFile(folder_ / "other/file");
+    makeFile(folder_ / "plain");
+    for (const char* name : {"tv", "other", "plain"}) {
+        for (auto arguments : kTvCommands) {
+            arguments.insert(arguments.end(), {"--tv", folder_ / name});
+            const Outcome outcome = run(arguments);
+            EXPECT_EQ(outcome.status, 2) << arguments[0] << " " << name;
+            EXPECT_THAT(outcome.err, AllOf(HasSubstr(folder_ / name), HasSubstr("no TV")));
+        }
+    }
+    EXPECT_FALSE(std::filesystem::exists(tv_));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_ / "other"), {}), 1);
+}
+
+TEST_F(TvCommand, RefusesWrongUsage) {
+    mustRun({"init"});
+    const std::string before = mustRun({"show", "--json"});
+    for (const char* wrong : {"",
+                              "nosuch",
+                              "show extra",
+                              "show --tv ''",
+                              "init --force --model large",
+                              "config ../../tv.json",
+                              "config ../x 1",
+                              "config '' 1",
+                              "config key ''",
+                              "config key 2147483648",
+                              "config key 0x10",
+                              "config key 1 2",
+                              "fault NoSuch 1",
+                              "fault ''",
+                              "fault ../config/key 1",
+                              "fault DRV_Init x",
+                              "fault DRV_Init ''",
+                              "fault DRV_Init 1 0",
+                              "fault DRV_Init 1 -1",
+                              "fault DRV_Init 1 ''",
+                              "fault DRV_Init 1 --clear"}) {
+        const Outcome outcome = runProgram({"/bin/sh", "-c", command_ + " " + wrong});
+        EXPECT_EQ(outcome.status, 2) << wrong;
+        EXPECT_NE(outcome.err, "") << wrong;
+    }
+    EXPECT_EQ(mustRun({"show", "--json"}), before);
+    EXPECT_THAT(run({"fault", "NoSuch"}).err, HasSubstr("a_mtktvapi_config_set_value"));
+}
+
+TEST_F(TvCommand, ChangesValuesAndFaults) {
+    mustRun({"init"});
+    mustRun({"config", "g_audio__tv_position", "-2147483648"});
+    EXPECT_EQ(mustRun({"config", "g_audio__tv_position"}), "-2147483648\n");
+    EXPECT_EQ(contentOf(tv_ + "/soc/config/g_audio__tv_position"), "-2147483648\n");
+    const Outcome unusual = run({"config", "other", "5"});
+    EXPECT_EQ(unusual.status, 0);
+    EXPECT_THAT(unusual.err, HasSubstr("other")) << "it may be a misspelt one";
+    EXPECT_THAT(mustRun({"config"}),
+                AllOf(HasSubstr("g_audio__tv_position -2147483648\n"), HasSubstr("other 5\n")));
+    std::filesystem::remove(tv_ + "/soc/config/other");
+    EXPECT_EQ(run({"config", "other"}).status, 1);
+    std::filesystem::remove_all(tv_ + "/soc/config");
+    EXPECT_EQ(run({"config", "g_audio__tv_position", "1"}).status, 1);
+
+    mustRun({"fault", "MTAL_Init", "-7", "3"});
+    mustRun({"fault", "DRV_Init", "5"});
+    EXPECT_EQ(contentOf(tv_ + "/soc/faults/MTAL_Init"), "-7 3\n");
+    EXPECT_EQ(mustRun({"fault"}), "DRV_Init returns 5\nMTAL_Init returns -7, 3 times\n");
+    EXPECT_EQ(mustRun({"fault", "DRV_Init"}), "DRV_Init returns 5\n");
+    mustRun({"fault", "DRV_Init", "--clear"});
+    EXPECT_EQ(mustRun({"fault"}), "MTAL_Init returns -7, 3 times\n");
+    mustRun({"fault", "--clear"});
+    EXPECT_EQ(mustRun({"fault"}), "");
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

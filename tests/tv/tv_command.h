@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/run_program.h"
+
+namespace hidlaudio::test {
+
+/** What a `tv` command did. */
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+inline Outcome runProgram(std::vector<std::string> arguments) {
+    RunningProgram program(std::move(arguments));
+    const int status = program.wait();
+    return {status, program.out(), program.err()};
+}
+
+/** A folder in which a test runs `tv` on the TV in its subfolder "tv". */
+class TvCommand : public testing::Test {
+  protected:
+    TvCommand() { host::setTvRoot(tv_); }
+
+    Outcome run(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), command_);
+        return runProgram(std::move(arguments));
+    }
+
+    /** For a command that must go well; its output. */
+    std::string mustRun(std::vector<std::string> arguments) {
+        const Outcome outcome = run(std::move(arguments));
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+        return outcome.out;
+    }
+
+    PrivateFolder folder_;
+    const std::string tv_ = folder_ / "tv";
+    std::string command_ = TV_COMMAND;
+};
+
+}  // namespace hidlaudio::test
