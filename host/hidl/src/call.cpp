@@ -198,6 +198,9 @@ status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& da
     std::vector<ObjectReference> references;
     status_t status = link.reference(body.objects, &references);
     if (status != OK) return status;
+    // Whoever passes out an object serves it, and hears when it is given back. The
+    // generated code sees to it only for arguments that are interfaces themselves.
+    if (!references.empty()) Process::self().pool().start();
 
     std::shared_ptr<Channel> own;
     Channel* channel = nullptr;
