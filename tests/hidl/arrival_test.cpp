@@ -48,7 +48,7 @@ struct Client {
 TEST_F(ArrivalTest, CallsOfAllClientsAreServedInOrderOfArrival) {
     constexpr uint32_t kRounds = 4;
     uint32_t expected = 0;
-    for (const size_t count : {2, 5, 50}) {
+    for (const size_t count : {2u, 5u, 50u}) {
         SCOPED_TRACE(count);
         std::vector<Client> clients(count);
         std::vector<Client*> order;

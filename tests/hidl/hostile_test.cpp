@@ -125,7 +125,7 @@ TEST_F(HostileTest, WhoBreaksTheFormatOfTheControlChannelLosesTheConnection) {
         }
         expectUnharmed();
     }
-    for (const size_t size : {0, 1, 31, 200}) {
+    for (const size_t size : {0u, 1u, 31u, 200u}) {
         SCOPED_TRACE(size);
         {
             RawPeer peer;

@@ -58,12 +58,27 @@ bool BulkSender::allocate(size_t size, size_t* block) {
     const size_t needed = (kBulkAlignment + size + kBulkAlignment - 1) / kBulkAlignment * kBulkAlignment;
     size_t begin = 0;
     auto next = mBlocks.begin();
-    for (; next != mBlocks.end() && next->begin - begin < needed; ++next) begin = next->end;
-    if (begin + needed > kBulkMemorySize) return false;
+    const size_t lowest = mBlocks.empty() ? kBulkMemorySize : next->begin;
+    if (needed > lowest && !findHighest(needed, &next, &begin)) return false;
     mBlocks.insert(next, {begin, begin + needed});
     mMapping->claim(begin);
     *block = begin;
     return true;
+}
+
+// Where a block fits as high as can be: next to one at the bottom, it leaves the
+// bottom in one piece for the one after.
+bool BulkSender::findHighest(size_t needed, std::vector<Block>::iterator* next, size_t* begin) {
+    size_t end = kBulkMemorySize;
+    for (*next = mBlocks.end(); *next != mBlocks.begin(); --*next) {
+        const Block& below = *std::prev(*next);
+        if (end - below.end >= needed) {
+            *begin = end - needed;
+            return true;
+        }
+        end = below.begin;
+    }
+    return false;
 }
 
 void BulkSender::sent(size_t block, bool delivered) {

@@ -44,8 +44,8 @@ static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<u
               "the word is shared between processes");
 
 /**
- * The sender's side: hands out blocks, low addresses first so that the same pages
- * are used again. What the receiver writes into the words can only make the
+ * The sender's side: hands out blocks, at the bottom where there is room so that the
+ * same pages are used again. What the receiver writes into the words can only make the
  * sender reuse a block early; the bytes in blocks mean nothing to the sender.
  */
 class BulkSender {
@@ -63,6 +63,8 @@ class BulkSender {
         size_t begin;
         size_t end;
     };
+
+    bool findHighest(size_t needed, std::vector<Block>::iterator* next, size_t* begin);
 
     std::shared_ptr<BulkMapping> mMapping;
     base::unique_fd mUndelivered;

@@ -129,8 +129,11 @@ constexpr size_t kTransactionLimit = 1024 * 1024 - 2 * 4096;
 constexpr size_t kMaxDescriptors = 128;
 constexpr size_t kMaxObjects = 1024;
 
-/** Shared memory of a sender: room for one transaction and what alignment costs. */
-constexpr size_t kBulkMemorySize = 1024 * 1024 + 64 * 1024;
+/**
+ * Shared memory of a sender: room for one transaction and what alignment costs, beside
+ * the one before, which the receiver may still hold when its reply has come already.
+ */
+constexpr size_t kBulkMemorySize = 2 * (1024 * 1024 + 64 * 1024);
 constexpr size_t kBulkAlignment = 64;
 
 }  // namespace android::hardware::transport
