@@ -115,7 +115,8 @@ TEST_F(DeathTest, EveryCallInFlightEnds) {
     std::vector<Gate> gates(3);
     std::vector<std::future<std::string>> calls;
     for (Gate& gate : gates) {
-        calls.push_back(std::async(std::launch::async, [&] { return errorOf(probe->wait(1, gate.handle())); }));
+        calls.push_back(
+            std::async(std::launch::async, [&] { return errorOf(probe->wait(1, gate.handle())); }));
         gate.awaitEntry();
     }
     service.kill();
@@ -135,7 +136,8 @@ TEST_F(DeathTest, ACallOfADyingClientRunsToItsEndBeforeTheNotice) {
     EXPECT_TRUE(logged(probe_, "died 42"));
     EXPECT_TRUE(logged(probe_, "callback gone"));  // what only the client held
     const std::vector<std::string> events = eventsOf(probe_);
-    EXPECT_THAT(std::vector<std::string>(events.begin(), events.begin() + 3), ElementsAre("joined", "enter 7", "leave 7"));
+    EXPECT_THAT(std::vector<std::string>(events.begin(), events.begin() + 3),
+                ElementsAre("joined", "enter 7", "leave 7"));
 }
 
 TEST_F(DeathTest, AServiceThatWaitsForADyingClientGoesOnAtOnce) {

@@ -103,8 +103,8 @@ uint64_t Helper::switches() const {
 }
 
 Service::Service(const ServiceOptions& options)
-    : Helper({"serve", options.instance, std::to_string(options.threads),
-              std::to_string(options.descriptors)}),
+    : Helper(
+          {"serve", options.instance, std::to_string(options.threads), std::to_string(options.descriptors)}),
       mInstance(options.instance) {
     EXPECT_EQ(readLine(), "ready");
     if (options.joins) letGo();
@@ -152,9 +152,8 @@ bool eventually(const std::function<bool()>& condition) {
 
 std::vector<std::string> eventsOf(const sp<ParentProbe>& probe) {
     std::vector<std::string> events;
-    const Return<void> called = probe->events([&events](const hidl_vec<hidl_string>& logged) {
-        events.assign(logged.begin(), logged.end());
-    });
+    const Return<void> called = probe->events(
+        [&events](const hidl_vec<hidl_string>& logged) { events.assign(logged.begin(), logged.end()); });
     EXPECT_EQ(errorOf(called), "");
     return events;
 }

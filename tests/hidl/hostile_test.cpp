@@ -103,17 +103,21 @@ TEST_F(HostileTest, WhoBreaksTheFormatOfTheControlChannelLosesTheConnection) {
         {"two channels in one", {hello, withFds(channel, {null.get(), null.get()}, 2)}},
         {"fewer descriptors than it says", {hello, withFds(note, {null.get()}, 2)}},
         {"more descriptors than it says", {hello, withFds(note, {null.get()}, 0)}},
-        {"more descriptors than one may send", {hello, withFds(note, std::vector<int>(250, null.get()), 128)}},
+        {"more descriptors than one may send",
+         {hello, withFds(note, std::vector<int>(250, null.get()), 128)}},
         {"descriptors beyond the limit", {hello, withFds(note, std::vector<int>(129, null.get()), 129)}},
         {"a reply", {hello, rawMessage(kReply)}},
         {"a two-way call", {hello, rawCall(object, kMark)}},
         {"an announcement", {hello, rawMessage(kDescriptorsFollow)}},
         {"gives back nothing", {hello, rawMessage(kRelease, object, 0)}},
-        {"gives back more than it has", {hello, rawMessage(kAcquire, object), rawMessage(kRelease, object, 2)}},
+        {"gives back more than it has",
+         {hello, rawMessage(kAcquire, object), rawMessage(kRelease, object, 2)}},
         {"more objects than there are", {hello, with(note, [](auto& m) { m.header.objectCount = 9; })}},
-        {"unknown object of ours", {hello, with(note, [](auto& m) { addReference(&m, 999, kReceiversObject); })}},
+        {"unknown object of ours",
+         {hello, with(note, [](auto& m) { addReference(&m, 999, kReceiversObject); })}},
         {"an owner that is neither", {hello, with(note, [](auto& m) { addReference(&m, 1, 3); })}},
-        {"a reference with more", {hello, with(note, [](auto& m) { addReference(&m, 1, kSendersObject, 1); })}},
+        {"a reference with more",
+         {hello, with(note, [](auto& m) { addReference(&m, 1, kSendersObject, 1); })}},
         {"bulk without memory", {hello, with(note, [](auto& m) { m.header.bulkSize = 64; })}},
     };
     for (const auto& one : kCases) {
@@ -186,8 +190,8 @@ TEST_F(HostileTest, WhoBreaksTheFormatOfACallChannelLosesTheConnection) {
         {"a block that ends beyond", {announcement, bulk(0, kBulkMemorySize)}},
         {"a body in no bulk", {with(call, [](auto& m) { m.header.flags = kBodyInBulk; })}},
         {"a body beyond its block", {announcement, bodyOf(bulk(0, 64, kBodyInBulk), 65)}},
-        {"a body beyond any limit", {announcement, bodyOf(bulk(0, kBulkMemorySize - 64, kBodyInBulk),
-                                                          kTransactionLimit + 1)}},
+        {"a body beyond any limit",
+         {announcement, bodyOf(bulk(0, kBulkMemorySize - 64, kBodyInBulk), kTransactionLimit + 1)}},
         {"unknown object of ours", {with(call, [](auto& m) { addReference(&m, 999, kReceiversObject); })}},
     };
     for (const auto& one : kCases) {
@@ -245,7 +249,8 @@ TEST_F(HostileTest, AWrongCallGetsAnErrorAndNothingElse) {
         {"half of the arguments", kAdd, [](Parcel& p) { p.writeInt32(1); }, android::NOT_ENOUGH_DATA},
         {"a oneway method that is called two-way", kNote, [](Parcel& p) { p.writeInt32(1); },
          android::UNKNOWN_ERROR},
-        {"an object that was not sent", kSetCallback, [](Parcel& p) { p.writeUint32(5); }, android::BAD_VALUE},
+        {"an object that was not sent", kSetCallback, [](Parcel& p) { p.writeUint32(5); },
+         android::BAD_VALUE},
         {"more bytes than there are", kEchoBytes, sequence(9, "12345678"), android::BAD_VALUE},
         {"fewer bytes than there are", kEchoBytes, sequence(7, "12345678"), android::BAD_VALUE},
         {"4 GiB", kEchoBytes, sequence(UINT32_MAX, "12345678"), android::BAD_VALUE},
@@ -373,7 +378,8 @@ TEST_F(HostileTest, NestedCallsHaveALimit) {
     EXPECT_TRUE(sendRaw(channel, set));
     std::optional<RawMessage> got = receiveRaw(channel);
     int depth = 0;
-    const RawMessage callBack = rawCall(peer.object(), kCallBack, [](Parcel& parcel) { parcel.writeInt32(1); });
+    const RawMessage callBack =
+        rawCall(peer.object(), kCallBack, [](Parcel& parcel) { parcel.writeInt32(1); });
     do {
         EXPECT_TRUE(sendRaw(channel, callBack));
         got = receiveRaw(channel);
@@ -418,7 +424,8 @@ TEST_F(HostileTest, RandomDamageHarmsNobody) {
         RawPeer peer;
         peer.hello();
         const int channel = peer.openChannel();
-        RawMessage calls[] = {rawCall(peer.object(), kEchoText, text), rawCall(peer.object(), kEchoBytes, text),
+        RawMessage calls[] = {rawCall(peer.object(), kEchoText, text),
+                              rawCall(peer.object(), kEchoBytes, text),
                               rawCall(peer.object(), kEchoTexts, text),
                               rawCall(peer.object(), kSetCallback, [](Parcel& p) { p.writeUint32(0); }),
                               rawCall(peer.object(), kReadFiles, text)};

@@ -39,15 +39,17 @@ TEST_F(ObjectsTest, ALocalObjectComesBackAsItself) {
     const struct {
         hidl_vec<sp<IProbeCallback>> given;
         bool equal;
-    } kCases[] = {{{one, one, other}, true}, {{one, other}, false},        {{one, nullptr}, false},
+    } kCases[] = {{{one, one, other}, true},  {{one, other}, false},    {{one, nullptr}, false},
                   {{nullptr, nullptr}, true}, {{remote, remote}, true}, {{}, false}};
     for (const auto& one_case : kCases) {
         std::vector<sp<IProbeCallback>> same;
         bool equal = false;
-        EXPECT_EQ(errorOf(probe_->passCallbacks(one_case.given, [&](const auto& back, bool equalThere) {
-            same = back;
-            equal = equalThere;
-        })), "");
+        EXPECT_EQ(errorOf(probe_->passCallbacks(one_case.given,
+                                                [&](const auto& back, bool equalThere) {
+                                                    same = back;
+                                                    equal = equalThere;
+                                                })),
+                  "");
         EXPECT_EQ(equal, one_case.equal);
         ASSERT_EQ(same.size(), one_case.given.size());
         for (size_t i = 0; i < same.size(); ++i) {
@@ -77,8 +79,10 @@ TEST_F(ObjectsTest, ARemoteObjectArrivesAsANewProxyEachTime) {
         sp<IBase> left;
         sp<IBase> right;
         bool equal;
-    } kCases[] = {{probe_, again, true},          {probe_, nullptr, false},
-                  {nullptr, nullptr, true},       {probe_, new Probe(1), false},
+    } kCases[] = {{probe_, again, true},
+                  {probe_, nullptr, false},
+                  {nullptr, nullptr, true},
+                  {probe_, new Probe(1), false},
                   {probe_, servicesObject(), false}};
     for (const auto& one : kCases) {
         EXPECT_EQ(interfacesEqual(one.left, one.right), one.equal);

@@ -114,7 +114,9 @@ int crowd(const Arguments& arguments) {
         [&] { (void)probe->echoBytes(bytes, [](const auto&) {}).isOk(); },
         [&] { (void)probe->setCallback(new Callback()).isOk(); },
         [&] { (void)probe->callBack(1, [](int32_t, int32_t) {}).isOk(); },
-        [&] { (void)probe->passCallbacks({new Callback(), nullptr}, [](const auto&, bool) {}).isOk(); },
+        [&] {
+            (void)probe->passCallbacks({new Callback(), nullptr}, [](const auto&, bool) {}).isOk();
+        },
         [&] { probe->note(1, nullptr).isOk(); },
         [&] { std::thread([&] { (void)probe->add(1, 2).isOk(); }).join(); },
     };
@@ -163,7 +165,8 @@ int main(int count, char** arguments) {
             return role.run(hidlaudio::test::Arguments(arguments + 2, arguments + count));
         }
     }
-    fprintf(stderr, "usage: probe_process serve INSTANCE THREADS DESCRIPTORS | hold NUMBER | hang nested|idle | "
-                    "fetch | crowd CLIENTS CALLS | churn CLIENTS SEED\n");
+    fprintf(stderr,
+            "usage: probe_process serve INSTANCE THREADS DESCRIPTORS | hold NUMBER | hang nested|idle | "
+            "fetch | crowd CLIENTS CALLS | churn CLIENTS SEED\n");
     return 2;
 }

@@ -7,8 +7,8 @@
 
 #include <sstream>
 
-#include "tests/support/private_tv.h"
 #include "host/hidl/src/registry.h"
+#include "tests/support/private_tv.h"
 
 namespace hidlaudio::test {
 

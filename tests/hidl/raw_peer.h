@@ -40,8 +40,9 @@ struct RawMessage {
 RawMessage rawMessage(android::hardware::transport::MessageType type, uint64_t target = 0, uint32_t code = 0);
 
 /** A well-formed call of `method`, its arguments written by `write`. */
-RawMessage rawCall(uint64_t object, uint32_t method,
-                   const std::function<void(android::hardware::Parcel&)>& write = [](auto&) {});
+RawMessage rawCall(
+    uint64_t object, uint32_t method,
+    const std::function<void(android::hardware::Parcel&)>& write = [](auto&) {});
 void addReference(RawMessage* message, uint64_t object, uint32_t owner, uint32_t reserved = 0);
 
 /** A client that speaks the transport by hand. */

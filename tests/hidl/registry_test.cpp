@@ -24,9 +24,9 @@ class RegistryTest : public HidlTest {
   protected:
     static std::vector<std::string> listed() {
         std::vector<std::string> names;
-        EXPECT_EQ(errorOf(defaultServiceManager()->list([&names](const auto& list) {
-            names.assign(list.begin(), list.end());
-        })), "");
+        EXPECT_EQ(errorOf(defaultServiceManager()->list(
+                      [&names](const auto& list) { names.assign(list.begin(), list.end()); })),
+                  "");
         return names;
     }
     static status_t registerAnother(const Service& service, const std::string& name, uint32_t number) {
@@ -38,8 +38,9 @@ TEST_F(RegistryTest, AServiceIsFoundByEachOfItsInterfaces) {
     EXPECT_EQ(IProbe::getService(), nullptr);
     EXPECT_EQ(IProbe::tryGetService(), nullptr);
     Service service;
-    for (const auto& found : {ParentProbe::getService(), ParentProbe::tryGetService(),
-                              sp<ParentProbe>(IProbe::getService()), sp<ParentProbe>(IProbe::tryGetService())}) {
+    for (const auto& found :
+         {ParentProbe::getService(), ParentProbe::tryGetService(), sp<ParentProbe>(IProbe::getService()),
+          sp<ParentProbe>(IProbe::tryGetService())}) {
         ASSERT_NE(found, nullptr);
         EXPECT_EQ(found->add(1, 2), 3);
     }
@@ -47,8 +48,8 @@ TEST_F(RegistryTest, AServiceIsFoundByEachOfItsInterfaces) {
     EXPECT_EQ(IProbe::getService("another"), nullptr);
     EXPECT_EQ(IProbeCallback::getService(), nullptr);
     EXPECT_EQ(registerAnother(service, "second", 2), android::OK);
-    EXPECT_THAT(listed(), ElementsAre(kParent + "default", kParent + "second", kChild + "default",
-                                      kChild + "second"));
+    EXPECT_THAT(listed(),
+                ElementsAre(kParent + "default", kParent + "second", kChild + "default", kChild + "second"));
     struct stat status {};
     EXPECT_EQ(stat((host::tvRoot() + "/run/hwbinder").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0700u);
@@ -93,7 +94,8 @@ TEST_F(RegistryTest, TheNewestOfANameWinsAndOldProxiesGoOn) {
         const sp<IProbe> secondProbe = second.get();
         EXPECT_FALSE(interfacesEqual(firstProbe, secondProbe));
         int32_t secondThread = 0;
-        EXPECT_EQ(errorOf(secondProbe->whoServes([&](int32_t, int32_t thread) { secondThread = thread; })), "");
+        EXPECT_EQ(errorOf(secondProbe->whoServes([&](int32_t, int32_t thread) { secondThread = thread; })),
+                  "");
         EXPECT_EQ(secondThread, second.pid());
         EXPECT_EQ(firstProbe->number(), 1u);
         EXPECT_EQ(sameProcess->number(), 2u);
@@ -122,7 +124,8 @@ TEST_F(RegistryTest, ATvMayLieFarDown) {
 
 /** Collects what it is told. */
 struct Notices : IServiceNotification {
-    Return<void> onRegistration(const hidl_string& interface, const hidl_string& name, bool existing) override {
+    Return<void> onRegistration(const hidl_string& interface, const hidl_string& name,
+                                bool existing) override {
         std::lock_guard<std::mutex> lock(mutex);
         told.push_back(std::string(interface) + "/" + std::string(name) + (existing ? " existing" : " new"));
         return Void();
@@ -158,7 +161,8 @@ TEST_F(RegistryTest, WhoAsksIsToldOfRegistrations) {
 
 TEST_F(RegistryTest, ADamagedEntryIsNoService) {
     Service service;
-    const std::string entry = host::tvRoot() + "/run/hwbinder/" + kChild.substr(0, kChild.size() - 1) + "~default";
+    const std::string entry =
+        host::tvRoot() + "/run/hwbinder/" + kChild.substr(0, kChild.size() - 1) + "~default";
     const std::string good = contentOf(entry);
     for (const std::string& bad : {std::string(), std::string("x"), good.substr(0, good.size() / 2),
                                    "pid 1\nprocess 0\nobject 1\nsocket ../../x.sock\nimplements y\n" + good,

@@ -81,7 +81,8 @@ TEST_F(FaultyMethodTest, AnIdleServiceSleeps) {
     EXPECT_EQ(probe_->add(1, 2), 3);
     uint64_t before = 0;
     // It may look for the next call for a moment; then nothing wakes it.
-    EXPECT_TRUE(eventually([&] { return std::exchange(before, service_.switches()) == service_.switches(); }));
+    EXPECT_TRUE(
+        eventually([&] { return std::exchange(before, service_.switches()) == service_.switches(); }));
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_EQ(service_.switches(), before);
 }

@@ -18,16 +18,17 @@ class ThreadsTest : public HidlTest {
     static int32_t servingThread(const sp<ParentProbe>& probe) {
         int32_t serving = 0;
         EXPECT_EQ(errorOf(probe->whoServes([&](int32_t caller, int32_t thread) {
-            EXPECT_EQ(caller, getpid());
-            serving = thread;
-        })), "");
+                      EXPECT_EQ(caller, getpid());
+                      serving = thread;
+                  })),
+                  "");
         return serving;
     }
 
     /** A call that lasts until the gate is opened; it has begun when this returns. */
     static std::future<std::string> waitAt(const sp<ParentProbe>& probe, int32_t number, Gate* gate) {
-        auto done = std::async(std::launch::async,
-                               [=] { return errorOf(probe->wait(number, gate->handle())); });
+        auto done =
+            std::async(std::launch::async, [=] { return errorOf(probe->wait(number, gate->handle())); });
         gate->awaitEntry();
         return done;
     }
@@ -82,7 +83,8 @@ TEST_F(ThreadsTest, ACallbackFromTheServingThreadRunsOnTheThreadThatWaits) {
         threadsThere.push_back(servingThread(probe));
         int32_t below = 0;
         if (depth > 1) {
-            EXPECT_EQ(errorOf(probe->callBack(depth - 1, [&](int32_t answer, int32_t) { below = answer; })), "");
+            EXPECT_EQ(errorOf(probe->callBack(depth - 1, [&](int32_t answer, int32_t) { below = answer; })),
+                      "");
         }
         return below + depth;
     };
@@ -90,7 +92,8 @@ TEST_F(ThreadsTest, ACallbackFromTheServingThreadRunsOnTheThreadThatWaits) {
     int32_t sum = 0;
     EXPECT_EQ(errorOf(probe->callBack(5, [&](int32_t answer, int32_t) { sum = answer; })), "");
     EXPECT_EQ(sum, 1 + 2 + 3 + 4 + 5);
-    EXPECT_THAT(threadsThere, ElementsAre(service.pid(), service.pid(), service.pid(), service.pid(), service.pid()));
+    EXPECT_THAT(threadsThere,
+                ElementsAre(service.pid(), service.pid(), service.pid(), service.pid(), service.pid()));
     EXPECT_EQ(errorOf(probe->setCallback(nullptr)), "");
 }
 
@@ -206,8 +209,10 @@ TEST_F(ThreadsTest, ManyThreadsOfAClientCallAtOnce) {
         threads.push_back(std::async(std::launch::async, [&probe, thread] {
             for (int i = 0; i < 200; ++i) {
                 EXPECT_EQ(probe->add(thread, i), thread + i);
-                const std::string sent(static_cast<size_t>(thread * 1000 + i), static_cast<char>('a' + thread));
-                EXPECT_EQ(errorOf(probe->echoText(sent, [&](const auto& same) { EXPECT_EQ(same, sent); })), "");
+                const std::string sent(static_cast<size_t>(thread * 1000 + i),
+                                       static_cast<char>('a' + thread));
+                EXPECT_EQ(errorOf(probe->echoText(sent, [&](const auto& same) { EXPECT_EQ(same, sent); })),
+                          "");
             }
         }));
     }

@@ -62,7 +62,8 @@ TEST_F(ValuesTest, EveryTypeComesBackUnchanged) {
 
 TEST_F(ValuesTest, BytesOfEverySizeComeBackUnchanged) {
     // The largest twice: the first is hardly given back when the second is sent.
-    for (size_t size : {size_t{0}, size_t{1}, 4 * kKiB, 4 * kKiB + 1, 32 * kKiB, 256 * kKiB, 1012 * kKiB, 1012 * kKiB}) {
+    for (size_t size :
+         {size_t{0}, size_t{1}, 4 * kKiB, 4 * kKiB + 1, 32 * kKiB, 256 * kKiB, 1012 * kKiB, 1012 * kKiB}) {
         SCOPED_TRACE(size);
         std::vector<uint8_t> sent(size);
         for (size_t i = 0; i < size; ++i) sent[i] = static_cast<uint8_t>(i * 31 + i / 251);
@@ -99,8 +100,10 @@ TEST_F(ValuesTest, ATransactionHasALimit) {
         bool hasResult;
     } kCases[] = {
         {"bytes there", 1012, 1016, [&](size_t n) { return errorOf(probe_->sumBytes(bytes(n))); }, false},
-        {"bytes back", 1012, 1016, [&](size_t n) { return errorOf(probe_->makeBytes(kiB(n), result)); }, true},
-        {"text there", 1012, 1016, [&](size_t n) { return errorOf(probe_->echoText(text(n), result)); }, true},
+        {"bytes back", 1012, 1016, [&](size_t n) { return errorOf(probe_->makeBytes(kiB(n), result)); },
+         true},
+        {"text there", 1012, 1016, [&](size_t n) { return errorOf(probe_->echoText(text(n), result)); },
+         true},
         {"text back", 1012, 1016, [&](size_t n) { return errorOf(probe_->makeText(kiB(n), result)); }, true},
         {"oneway", 506, 508, [&](size_t n) { return errorOf(probe_->takeBytes(bytes(n))); }, false},
     };

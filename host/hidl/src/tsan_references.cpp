@@ -11,7 +11,8 @@ namespace android {
 
 void RefBase::decStrong(const void* id) const {
     using Function = void (*)(const RefBase*, const void*);
-    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "_ZNK7android7RefBase9decStrongEPKv"));
+    static const auto real =
+        reinterpret_cast<Function>(dlsym(RTLD_NEXT, "_ZNK7android7RefBase9decStrongEPKv"));
     __tsan_release(const_cast<RefBase*>(this));
     real(this, id);
 }
