@@ -84,7 +84,7 @@ std::shared_ptr<Channel> ownChannel(Link& link) {
 }
 
 bool bringsObjectsHome(const IncomingMessage& message) {
-    if (message.header.objectCount == 0) return false;
+    if (message.attachments == nullptr) return false;
     const std::vector<ObjectReference>& references = message.attachments->references;
     return std::any_of(references.begin(), references.end(),
                        [](const ObjectReference& one) { return one.owner == kReceiversObject; });
