@@ -75,6 +75,21 @@ TEST_F(DeathTest, EachLinkIsToldOnceOnAThreadOfThePool) {
     EXPECT_THAT(unknown->cookies(), IsEmpty());
 }
 
+// An object of the dead process that nobody had linked to: the notice is still due.
+TEST_F(DeathTest, ALinkMadeAfterTheEndIsToldAtOnce) {
+    const sp<IProbeCallback> object = probe_->makeCallback();
+    const sp<Told> first = new Told();
+    const sp<Told> late = new Told();
+    EXPECT_TRUE(probe_->linkToDeath(first, 1));
+    service_.kill();
+    EXPECT_TRUE(eventually([&] { return !first->cookies().empty(); }));
+    EXPECT_TRUE(object->linkToDeath(late, 2));
+    EXPECT_TRUE(eventually([&] { return !late->cookies().empty(); }));
+    EXPECT_THAT(late->cookies(), ElementsAre(2));
+    EXPECT_EQ(late->last, object);
+    EXPECT_FALSE(object->linkToDeath(late, 3));
+}
+
 TEST_F(DeathTest, ALocalObjectIsLinkedAndNeverTells) {
     const sp<IProbe> local = new Probe(1);
     const sp<Told> told = new Told();

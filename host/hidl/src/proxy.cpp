@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "proxy.h"
 
+#include <android-base/unique_fd.h>
+#include <sys/eventfd.h>
+
 #include <algorithm>
 
 #include "call.h"
 #include "link.h"
+#include "process.h"
+#include "sources.h"
 
 namespace android::hardware {
 
@@ -22,11 +27,19 @@ status_t BpHwBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, 
 
 status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient, void*, uint32_t) {
     if (recipient == nullptr) return BAD_VALUE;
-    // The link's end tells those that it finds here. A proxy made later finds it ended.
-    const bool ended = mLink->ended();
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (ended || mObituarySent) return DEAD_OBJECT;
-    mRecipients.push_back(recipient);
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (mObituarySent) return DEAD_OBJECT;
+        mRecipients.push_back(recipient);
+    }
+    // The link's end tells those that it finds here; nobody tells one that comes after it.
+    return mLink->ended() ? sendObituaryLater() : static_cast<status_t>(OK);
+}
+
+status_t BpHwBinder::sendObituaryLater() {
+    base::unique_fd due(eventfd(1, EFD_CLOEXEC));
+    if (due < 0) return UNKNOWN_ERROR;
+    transport::Process::self().pool().add(std::make_shared<transport::ObituarySource>(this, std::move(due)));
     return OK;
 }
 
@@ -45,6 +58,8 @@ void BpHwBinder::sendObituary() {
     std::vector<wp<DeathRecipient>> recipients;
     {
         std::lock_guard<std::mutex> lock(mMutex);
+        // Where there is nobody to tell, the next recipient is still to be told.
+        if (mRecipients.empty()) return;
         mObituarySent = true;
         recipients.swap(mRecipients);
     }

@@ -37,6 +37,8 @@ class BpHwBinder : public IBinder {
     ~BpHwBinder() override;
 
   private:
+    status_t sendObituaryLater();
+
     const std::shared_ptr<transport::Link> mLink;
     const uint64_t mObject;
     uint32_t mKnown = 0;

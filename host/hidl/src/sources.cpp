@@ -148,4 +148,10 @@ void ReleaseSource::ready(Turn& turn) {
     Process::self().pool().remove(*this);
 }
 
+void ObituarySource::ready(Turn& turn) {
+    turn.forget();
+    Process::self().pool().remove(*this);
+    mProxy->sendObituary();
+}
+
 }  // namespace android::hardware::transport

@@ -5,6 +5,7 @@
 
 #include "link.h"
 #include "pool.h"
+#include "proxy.h"
 
 namespace android::hardware::transport {
 
@@ -74,6 +75,19 @@ class ReleaseSource : public Source {
   private:
     const std::shared_ptr<Link> mLink;
     const base::unique_fd mControl;
+};
+
+/** Tells the recipients of an object that is known to be dead: at once, but as any notice on the pool. */
+class ObituarySource : public Source {
+  public:
+    /** @param due readable from the start */
+    ObituarySource(const sp<BpHwBinder>& proxy, base::unique_fd due) : mProxy(proxy), mDue(std::move(due)) {}
+    int fd() const override { return mDue.get(); }
+    void ready(Turn& turn) override;
+
+  private:
+    const sp<BpHwBinder> mProxy;
+    const base::unique_fd mDue;
 };
 
 }  // namespace android::hardware::transport
