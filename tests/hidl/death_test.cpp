@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <unistd.h>
-
 #include <future>
 #include <mutex>
 
@@ -9,26 +7,27 @@
 namespace hidlaudio::test {
 namespace {
 
-using android::hidl::base::V1_0::IBase;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
 /** A recipient that remembers what it was told. */
-struct Told : android::hardware::hidl_death_recipient {
-    void serviceDied(uint64_t cookie, const wp<IBase>& who) override {
-        std::lock_guard<std::mutex> lock(mutex);
-        cookieList.push_back(cookie);
-        thread = threadNumber();
-        last = who.promote();
+struct Told : Mourner {
+    Told() {
+        died = [this](uint64_t cookie, const wp<IBase>& who) {
+            std::lock_guard<std::mutex> lock(mutex);
+            told.push_back(cookie);
+            thread = threadNumber();
+            last = who.promote();
+        };
     }
     std::vector<uint64_t> cookies() {
         std::lock_guard<std::mutex> lock(mutex);
-        return cookieList;
+        return told;
     }
 
     std::mutex mutex;
-    std::vector<uint64_t> cookieList;
+    std::vector<uint64_t> told;
     int32_t thread = 0;
     sp<IBase> last;
 };
@@ -36,7 +35,7 @@ struct Told : android::hardware::hidl_death_recipient {
 class DeathTest : public HidlTest {
   protected:
     Service service_;
-    sp<IProbe> probe_ = service_.get();
+    const sp<IProbe> probe_ = service_.get();
 };
 
 TEST_F(DeathTest, EachLinkIsToldOnceOnAThreadOfThePool) {
@@ -102,16 +101,11 @@ TEST_F(DeathTest, ALinkToAProcessThatDiedUnnoticedTellsAtOnce) {
     Service busy({1, "busy"});
     const sp<IProbe> busyProbe = busy.get();
     // The pool's only thread is in a callback, and cannot notice anything.
-    Gate start;
     Gate inCallback;
     sp<Callback> callback = new Callback();
-    callback->event = [&](int32_t) {
-        char byte = 'e';
-        return write(inCallback.farEnd(), &byte, 1) == 1 && read(inCallback.farEnd(), &byte, 1) == 1 ? 0 : 1;
-    };
+    callback->event = [&](int32_t) { return passGate(inCallback.handle()); };
     EXPECT_EQ(errorOf(busyProbe->setCallback(callback)), "");
-    EXPECT_EQ(errorOf(busyProbe->callBackFromThread(start.handle())), "");
-    start.open();
+    EXPECT_EQ(errorOf(busyProbe->callBackFromThread(nullptr)), "");
     inCallback.awaitEntry();
     service_.kill();
     const sp<Told> told = new Told();
@@ -144,15 +138,15 @@ TEST_F(DeathTest, EveryCallInFlightEnds) {
 
 TEST_F(DeathTest, ACallOfADyingClientRunsToItsEndBeforeTheNotice) {
     Gate gate;
-    Helper client({"hold", "7"}, gate.farEnd());
+    Helper client({"hold", "7"}, gate.handle()->data[0]);
     gate.awaitEntry();
     client.kill();
     gate.open();
     EXPECT_TRUE(logged(probe_, "died 42"));
     EXPECT_TRUE(logged(probe_, "callback gone"));  // what only the client held
-    const std::vector<std::string> events = eventsOf(probe_);
-    EXPECT_THAT(std::vector<std::string>(events.begin(), events.begin() + 3),
-                ElementsAre("joined", "enter 7", "leave 7"));
+    std::vector<std::string> events = eventsOf(probe_);
+    events.resize(3);
+    EXPECT_THAT(events, ElementsAre("joined", "enter 7", "leave 7"));
 }
 
 TEST_F(DeathTest, AServiceThatWaitsForADyingClientGoesOnAtOnce) {
@@ -174,7 +168,6 @@ TEST_F(DeathTest, AServiceThatWaitsForADyingClientGoesOnAtOnce) {
     client.kill();
     EXPECT_EQ(call.get(), "");
     EXPECT_EQ(status, android::DEAD_OBJECT);
-    EXPECT_TRUE(logged(probe_, "died 42"));
 }
 
 }  // namespace

@@ -2,45 +2,128 @@
 #pragma once
 
 #include <android-base/unique_fd.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <hidl/HidlTransportSupport.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
 
-#include <functional>
-#include <string>
-#include <vector>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
 
 #include "probe.h"
+#include "tests/support/private_tv.h"
 
 namespace hidlaudio::test {
 
 using android::base::unique_fd;
 using android::hardware::interfacesEqual;
 
+/** Asks until the answer is yes; false after far longer than it can take. */
+inline bool eventually(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+/** What went wrong with a call, with the status's name in it; empty where nothing did. Examines. */
+template <typename T>
+std::string errorOf(const Return<T>& result) {
+    return result.isOk() ? "" : result.description();
+}
+
+/** What the service logged so far. */
+inline std::vector<std::string> eventsOf(const sp<ParentProbe>& probe) {
+    std::vector<std::string> events;
+    const auto keep = [&events](const auto& logged) { events.assign(logged.begin(), logged.end()); };
+    EXPECT_EQ(errorOf(probe->events(keep)), "");
+    return events;
+}
+
+/** Waits until the service has logged `event`. */
+inline bool logged(const sp<ParentProbe>& probe, const std::string& event) {
+    return eventually([&] { return testing::Matches(testing::Contains(event))(eventsOf(probe)); });
+}
+
 /** A process beside the test (probe_process.cpp), killed at the latest with this object. Main thread. */
 class Helper {
   public:
     /** @param passed a descriptor that the process finds as number 3 */
-    explicit Helper(std::vector<std::string> arguments, int passed = -1);
+    explicit Helper(std::vector<std::string> arguments, int passed = -1) {
+        int input[2];
+        int output[2];
+        if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) abort();
+        mInput.reset(input[1]);
+        mOutput.reset(output[0]);
+        const unique_fd theirs[] = {unique_fd(input[0]), unique_fd(output[1])};
+        arguments.insert(arguments.begin(), PROBE_PROCESS);
+        std::vector<char*> pointers(arguments.size() + 1);  // and a null at the end
+        for (size_t i = 0; i < arguments.size(); ++i) pointers[i] = arguments[i].data();
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
+        if (passed >= 0) posix_spawn_file_actions_adddup2(&actions, passed, 3);
+        if (posix_spawn(&mPid, pointers[0], &actions, nullptr, pointers.data(), environ) != 0) abort();
+        posix_spawn_file_actions_destroy(&actions);
+    }
     ~Helper() { kill(); }
     Helper(const Helper&) = delete;
     Helper& operator=(const Helper&) = delete;
 
     pid_t pid() const { return mPid; }
     /** The next line of its output; empty at the end. */
-    std::string readLine();
-    void letGo();
-    void kill();
+    std::string readLine() {
+        std::string line;
+        for (char c; read(mOutput.get(), &c, 1) == 1 && c != '\n';) line += c;
+        return line;
+    }
+    void letGo() { EXPECT_EQ(write(mInput.get(), "g", 1), 1); }
+    void kill() {
+        if (mPid > 0 && ::kill(mPid, SIGKILL) == 0) wait();
+    }
     /** Waits for its end; its exit status, 128 + n if signal n ended it. */
-    int wait();
+    int wait() {
+        int status = 0;
+        waitpid(std::exchange(mPid, -1), &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
 
     /** What the system holds for it. */
-    size_t descriptors() const;
-    size_t threads() const;
-    /** How often its threads went to sleep or were put off, so far. */
-    uint64_t switches() const;
+    size_t descriptors() const { return entriesOf("/fd"); }
+    size_t threads() const { return entriesOf("/task"); }
+    /** Whether nothing in it wakes up any more, once it has done what there was to do. */
+    bool fallsAsleep() const {
+        return eventually([this] {
+            const std::string before = switches();
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            return switches() == before;
+        });
+    }
 
   private:
+    std::string folder() const { return "/proc/" + std::to_string(mPid); }
+    size_t entriesOf(const std::string& name) const {
+        std::error_code ignored;
+        const std::filesystem::directory_iterator entries(folder() + name, ignored);
+        return static_cast<size_t>(std::distance(begin(entries), end(entries)));
+    }
+    // How often each of its threads went to sleep or was put off.
+    std::string switches() const {
+        std::string all;
+        for (const auto& task : std::filesystem::directory_iterator(folder() + "/task")) {
+            const std::string status = contentOf(task.path() / "status");
+            all += status.substr(status.find("voluntary_ctxt_switches"));
+        }
+        return all;
+    }
+
     pid_t mPid = -1;
     unique_fd mInput;
     unique_fd mOutput;
@@ -56,7 +139,13 @@ struct ServiceOptions {
 /** A process that serves a probe; registered when the constructor returns. */
 class Service : public Helper {
   public:
-    explicit Service(const ServiceOptions& options = {});
+    explicit Service(const ServiceOptions& options = {})
+        : Helper({"serve", options.instance, std::to_string(options.threads),
+                  std::to_string(options.descriptors)}),
+          mInstance(options.instance) {
+        EXPECT_EQ(readLine(), "ready");
+        if (options.joins) letGo();
+    }
 
     /** A new proxy of it. */
     sp<IProbe> get() const { return IProbe::getService(mInstance); }
@@ -68,41 +157,37 @@ class Service : public Helper {
 /** Where a method of the probe waits; see the interface. */
 class Gate {
   public:
-    Gate();
-    /** As an argument of a call; the far end stays this object's. */
-    const native_handle_t* handle() const { return mHandle; }
-    int farEnd() const { return mHandle->data[0]; }
+    Gate() {
+        int ends[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) abort();
+        mNear.reset(ends[0]);
+        native_handle_t* far = native_handle_create(1, 0);
+        far->data[0] = ends[1];
+        mFar.setTo(far, true);
+    }
+    /** As an argument of a call. */
+    const hidl_handle& handle() const { return mFar; }
     /** Waits until the method is there. */
-    void awaitEntry();
-    void open();
-    ~Gate();
-    Gate(const Gate&) = delete;
-    Gate& operator=(const Gate&) = delete;
+    void awaitEntry() {
+        char byte = 0;
+        EXPECT_EQ(read(mNear.get(), &byte, 1), 1);
+    }
+    void open() { EXPECT_EQ(write(mNear.get(), "o", 1), 1); }
 
   private:
     unique_fd mNear;
-    native_handle_t* mHandle;
+    hidl_handle mFar;
 };
 
 /** A virtual TV of this test program's own, and an end for tests that hang. */
 class HidlTest : public testing::Test {
   protected:
-    HidlTest();
-    ~HidlTest() override;
+    HidlTest() {
+        // One for the program: the runtime of a process belongs to one TV.
+        static const PrivateTv tv({});
+        alarm(90);  // no test takes a tenth of that, on a machine that is busy with other things
+    }
+    ~HidlTest() override { alarm(0); }
 };
-
-/** Asks until the answer is yes; false after far longer than it can take. */
-bool eventually(const std::function<bool()>& condition);
-
-/** What the service logged so far. */
-std::vector<std::string> eventsOf(const sp<ParentProbe>& probe);
-/** Waits until it has logged `event`. */
-bool logged(const sp<ParentProbe>& probe, const std::string& event);
-
-/** What went wrong with a call, with the status's name in it; empty where nothing did. Examines. */
-template <typename T>
-std::string errorOf(const Return<T>& result) {
-    return result.isOk() ? "" : result.description();
-}
 
 }  // namespace hidlaudio::test

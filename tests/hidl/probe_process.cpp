@@ -79,30 +79,6 @@ int fetch(const Arguments&) {
     return 0;
 }
 
-int waitForAll() {
-    int worst = 0;
-    int status;
-    while (::wait(&status) > 0) worst = status != 0 ? 1 : worst;
-    return worst;
-}
-
-// So many clients at once, each with so many calls; each says where it was served last.
-int crowd(const Arguments& arguments) {
-    const int count = std::stoi(arguments.at(0));
-    const int calls = std::stoi(arguments.at(1));
-    for (int i = 0; i < count; ++i) {
-        if (fork() != 0) continue;
-        sp<ParentProbe> probe = ParentProbe::getService();
-        if (probe == nullptr) _exit(1);
-        say("ready");
-        uint32_t last = 0;
-        for (int call = 0; call < calls; ++call) last = probe->mark();
-        say(std::to_string(last));
-        _exit(0);
-    }
-    return waitForAll();
-}
-
 // What a client may be at when it is killed.
 [[noreturn]] void live(uint32_t seed) {
     std::minstd_rand random(seed);
@@ -151,7 +127,7 @@ struct Role {
 };
 
 constexpr Role kRoles[] = {
-    {"serve", serve}, {"hold", hold}, {"hang", hang}, {"fetch", fetch}, {"crowd", crowd}, {"churn", churn},
+    {"serve", serve}, {"hold", hold}, {"hang", hang}, {"fetch", fetch}, {"churn", churn},
 };
 
 }  // namespace
@@ -167,6 +143,6 @@ int main(int count, char** arguments) {
     }
     fprintf(stderr,
             "usage: probe_process serve INSTANCE THREADS DESCRIPTORS | hold NUMBER | hang nested|idle | "
-            "fetch | crowd CLIENTS CALLS | churn CLIENTS SEED\n");
+            "fetch | churn CLIENTS SEED\n");
     return 2;
 }

@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <android-base/unique_fd.h>
 #include <hwbinder/Parcel.h>
+#include <string.h>
+#include <sys/time.h>
 #include <transport/wire.h>
 
-#include <functional>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "fixture.h"
+#include "host/hidl/src/registry.h"
 
 namespace hidlaudio::test {
+
+using namespace android::hardware::transport;  // NOLINT: the wire's names are what this file is about
+using android::hardware::Parcel;
 
 /** The probe's methods that are called by number. */
 enum ProbeMethod : uint32_t {
@@ -26,57 +28,192 @@ enum ProbeMethod : uint32_t {
     kPassCallbacks,
     kReadFiles,
     kNote,
-    kAnswerThenWait = 17,
-    kCallBack = 19,
+    kAnswerThenWait = 16,
+    kCallBack = 18,
 };
 
 /** A message as a peer may make it: nothing in the header follows from the rest by itself. */
 struct RawMessage {
-    android::hardware::transport::MessageHeader header{};
+    MessageHeader header{};
     std::vector<uint8_t> body;
     std::vector<int> fds;
 };
 
-RawMessage rawMessage(android::hardware::transport::MessageType type, uint64_t target = 0, uint32_t code = 0);
+inline RawMessage rawMessage(MessageType type, uint64_t target = 0, uint32_t code = 0) {
+    RawMessage message;
+    message.header.type = type;
+    message.header.target = target;
+    message.header.code = code;
+    return message;
+}
 
-/** A well-formed call of `method`, its arguments written by `write`. */
-RawMessage rawCall(
-    uint64_t object, uint32_t method,
-    const std::function<void(android::hardware::Parcel&)>& write = [](auto&) {});
-void addReference(RawMessage* message, uint64_t object, uint32_t owner, uint32_t reserved = 0);
+/** Writes the arguments of a call. */
+using Write = std::function<void(Parcel&)>;
+
+/** A well-formed call of `method`. */
+inline RawMessage rawCall(
+    uint64_t object, uint32_t method, const Write& write = [](auto&) {}) {
+    Parcel parcel;
+    parcel.writeInterfaceToken(ParentProbe::descriptor);
+    write(parcel);
+    RawMessage message = rawMessage(kCall, object, method);
+    message.body.assign(parcel.outgoing().body(), parcel.outgoing().body() + parcel.outgoing().bodySize);
+    message.header.bodySize = static_cast<uint32_t>(message.body.size());
+    message.fds = parcel.outgoing().fds;
+    message.header.fdCount = static_cast<uint16_t>(message.fds.size());
+    return message;
+}
+
+/** A vector or string of `content` that claims to hold `size` elements. */
+inline Write sequence(uint32_t size, const std::string& content, uint32_t parentOffset = 0) {
+    return [=](Parcel& parcel) {
+        const uint32_t structure[4] = {0, 0, size, 1};
+        size_t handle = 0;
+        parcel.writeBuffer(structure, sizeof(structure), &handle);
+        parcel.writeEmbeddedBuffer(content.data(), content.size(), &handle, handle, parentOffset);
+    };
+}
+
+inline void addReference(RawMessage* message, uint64_t object, uint32_t owner, uint32_t reserved = 0) {
+    const ObjectReference reference{object, owner, reserved};
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&reference);
+    message->body.insert(message->body.end(), bytes, bytes + sizeof(reference));
+    ++message->header.objectCount;
+}
+
+/** Sends one packet; whether the kernel took it. Once sent, it lies in the service's queue. */
+inline bool sendRaw(int socket, const void* data, size_t size, const std::vector<int>& fds = {}) {
+    iovec part{const_cast<void*>(data), size};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    const size_t fdBytes = fds.size() * sizeof(int);
+    std::vector<char> control(CMSG_SPACE(fdBytes));
+    if (!fds.empty()) {
+        message.msg_control = control.data();
+        message.msg_controllen = control.size();
+        cmsghdr* rights = CMSG_FIRSTHDR(&message);
+        rights->cmsg_level = SOL_SOCKET;
+        rights->cmsg_type = SCM_RIGHTS;
+        rights->cmsg_len = CMSG_LEN(fdBytes);
+        memcpy(CMSG_DATA(rights), fds.data(), fdBytes);
+    }
+    return sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT) == static_cast<ssize_t>(size);
+}
+
+inline bool sendRaw(int socket, const RawMessage& message) {
+    std::vector<uint8_t> packet(kHeaderSize);
+    memcpy(packet.data(), &message.header, kHeaderSize);
+    packet.insert(packet.end(), message.body.begin(), message.body.end());
+    return sendRaw(socket, packet.data(), packet.size(), message.fds);
+}
+
+/** The next packet; nothing where the peer has closed, or none comes. Its descriptors are lost. */
+inline std::optional<RawMessage> receiveRaw(int socket) {
+    std::vector<uint8_t> packet(kMaxPacket);
+    const ssize_t size = recv(socket, packet.data(), packet.size(), 0);
+    if (size < static_cast<ssize_t>(kHeaderSize)) return std::nullopt;
+    RawMessage message;
+    memcpy(&message.header, packet.data(), kHeaderSize);
+    message.body.assign(packet.begin() + kHeaderSize, packet.begin() + size);
+    return message;
+}
+
+/** Whether the peer closes the socket, whatever it sends before. */
+inline bool closes(int socket) {
+    char byte;
+    ssize_t size;
+    while ((size = recv(socket, &byte, 1, 0)) > 0) {
+    }
+    return size == 0 || errno == ECONNRESET;
+}
+
+/** The transport's status in the reply to a call. */
+inline status_t statusOfReply(int socket) {
+    const std::optional<RawMessage> reply = receiveRaw(socket);
+    EXPECT_TRUE(reply && reply->header.type == kReply);
+    return reply ? static_cast<status_t>(reply->header.code) : INT32_MIN;
+}
+
+/** The result of mark() in a reply. */
+inline uint32_t positionOfReply(int socket) {
+    const std::optional<RawMessage> reply = receiveRaw(socket);
+    uint32_t words[2] = {1, UINT32_MAX};  // the callee's status, the result
+    if (reply && reply->body.size() >= sizeof(words)) memcpy(words, reply->body.data(), sizeof(words));
+    EXPECT_EQ(words[0], 0u);
+    return words[1];
+}
 
 /** A client that speaks the transport by hand. */
 class RawPeer {
   public:
     /** Connects to the service registered as `instance`, and says nothing. */
-    explicit RawPeer(const std::string& instance = "default");
+    explicit RawPeer(const std::string& instance = "default") {
+        RegistryEntry entry;
+        EXPECT_TRUE(registryFind(ParentProbe::descriptor, instance, &entry));
+        mObject = entry.object;
+        mControl = registryConnect(entry.socket);
+        limitWaiting(mControl.get());
+    }
 
     int control() const { return mControl.get(); }
     /** Number of the service's object. */
     uint64_t object() const { return mObject; }
 
-    void hello(uint32_t version = android::hardware::transport::kWireVersion);
+    void hello() { EXPECT_TRUE(sendRaw(control(), rawMessage(kHello, 0x1234567890abcdef, kWireVersion))); }
     /** A new call channel's near end, which stays this object's. */
-    int openChannel();
+    int openChannel() {
+        int ends[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+        const unique_fd far(ends[1]);
+        mChannels.emplace_back(ends[0]);
+        limitWaiting(ends[0]);
+        RawMessage message = rawMessage(kNewCallChannel);
+        message.header.fdCount = 1;
+        message.fds = {far.get()};
+        EXPECT_TRUE(sendRaw(control(), message));
+        return ends[0];
+    }
 
   private:
+    static void limitWaiting(int socket) {
+        const timeval patience{20, 0};
+        EXPECT_EQ(setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience)), 0);
+    }
+
     unique_fd mControl;
     uint64_t mObject = 0;
     std::vector<unique_fd> mChannels;
 };
 
-/** Sends one packet; whether the kernel took it. Once sent, it lies in the service's queue. */
-bool sendRaw(int socket, const void* data, size_t size, const std::vector<int>& fds = {});
-bool sendRaw(int socket, const RawMessage& message);
+/** A peer that is ready to call. */
+struct RawClient : RawPeer {
+    explicit RawClient(const std::string& instance = "default") : RawPeer(instance) {
+        hello();
+        channel = openChannel();
+    }
+    int channel;
+};
 
-/** The next packet; nothing where the peer has closed, or none comes. Its descriptors are lost. */
-std::optional<RawMessage> receiveRaw(int socket);
-/** Whether the peer closes the socket, whatever it sends before. */
-bool closes(int socket);
+/** Beside a client that must not suffer. */
+class HostileTest : public HidlTest {
+  protected:
+    HostileTest() {
+        EXPECT_EQ(probe_->add(1, 2), 3);
+        descriptors_ = service_.descriptors();
+    }
+    /** The client is served at once, and nothing of the peers stays but `more` descriptors. */
+    void expectUnharmed(size_t more = 0) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(probe_->add(1, 2), 3);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+        EXPECT_TRUE(eventually([=] { return service_.descriptors() == descriptors_ + more; }))
+            << service_.descriptors() << " descriptors, not " << descriptors_ + more;
+    }
 
-/** The transport's status in the reply to a call. */
-status_t statusOfReply(int socket);
-/** The result of mark() in a reply. */
-uint32_t positionOfReply(int socket);
+    Service service_;
+    const sp<IProbe> probe_ = service_.get();
+    size_t descriptors_;
+};
 
 }  // namespace hidlaudio::test

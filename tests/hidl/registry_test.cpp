@@ -7,13 +7,10 @@
 
 #include "fixture.h"
 #include "host/root/tv_root.h"
-#include "tests/support/private_tv.h"
 
 namespace hidlaudio::test {
 namespace {
 
-using android::hardware::defaultServiceManager;
-using android::hidl::manager::V1_0::IServiceManager;
 using android::hidl::manager::V1_0::IServiceNotification;
 using testing::ElementsAre;
 
@@ -24,13 +21,9 @@ class RegistryTest : public HidlTest {
   protected:
     static std::vector<std::string> listed() {
         std::vector<std::string> names;
-        EXPECT_EQ(errorOf(defaultServiceManager()->list(
-                      [&names](const auto& list) { names.assign(list.begin(), list.end()); })),
-                  "");
+        const auto keep = [&names](const auto& list) { names.assign(list.begin(), list.end()); };
+        EXPECT_EQ(errorOf(android::hardware::defaultServiceManager()->list(keep)), "");
         return names;
-    }
-    static status_t registerAnother(const Service& service, const std::string& name, uint32_t number) {
-        return sp<IProbe>(service.get())->registerAnother(name, number);
     }
 };
 
@@ -47,7 +40,7 @@ TEST_F(RegistryTest, AServiceIsFoundByEachOfItsInterfaces) {
     EXPECT_EQ(ParentProbe::getService("default", true), nullptr);  // no implementation to load here
     EXPECT_EQ(IProbe::getService("another"), nullptr);
     EXPECT_EQ(IProbeCallback::getService(), nullptr);
-    EXPECT_EQ(registerAnother(service, "second", 2), android::OK);
+    EXPECT_EQ(service.get()->registerAnother("second", 2), android::OK);
     EXPECT_THAT(listed(),
                 ElementsAre(kParent + "default", kParent + "second", kChild + "default", kChild + "second"));
     struct stat status {};
@@ -72,7 +65,7 @@ TEST_F(RegistryTest, AnyTextOfSomeLengthIsAName) {
                   {std::string(longest / 3 + 1, '/'), false}};
     for (const auto& one : kNames) {
         SCOPED_TRACE(one.name);
-        EXPECT_EQ(registerAnother(service, one.name, 7) == android::OK, one.fits);
+        EXPECT_EQ(service.get()->registerAnother(one.name, 7) == android::OK, one.fits);
         const sp<IProbe> found = IProbe::getService(one.name);
         ASSERT_EQ(found != nullptr, one.fits);
         EXPECT_EQ(one.fits, testing::Matches(testing::Contains(kChild + one.name))(listed()));
@@ -85,18 +78,15 @@ TEST_F(RegistryTest, AnyTextOfSomeLengthIsAName) {
 TEST_F(RegistryTest, TheNewestOfANameWinsAndOldProxiesGoOn) {
     Service first;
     const sp<IProbe> firstProbe = first.get();
-    EXPECT_EQ(registerAnother(first, "default", 2), android::OK);
+    EXPECT_EQ(firstProbe->registerAnother("default", 2), android::OK);
     const sp<IProbe> sameProcess = first.get();
     EXPECT_EQ(sameProcess->number(), 2u);
     EXPECT_FALSE(interfacesEqual(firstProbe, sameProcess));
     {
         Service second;
-        const sp<IProbe> secondProbe = second.get();
-        EXPECT_FALSE(interfacesEqual(firstProbe, secondProbe));
-        int32_t secondThread = 0;
-        EXPECT_EQ(errorOf(secondProbe->whoServes([&](int32_t, int32_t thread) { secondThread = thread; })),
-                  "");
-        EXPECT_EQ(secondThread, second.pid());
+        const auto check = [&second](int32_t, int32_t thread) { EXPECT_EQ(thread, second.pid()); };
+        EXPECT_EQ(errorOf(second.get()->whoServes(check)), "");
+        EXPECT_FALSE(interfacesEqual(firstProbe, second.get()));
         EXPECT_EQ(firstProbe->number(), 1u);
         EXPECT_EQ(sameProcess->number(), 2u);
     }
@@ -113,13 +103,11 @@ TEST_F(RegistryTest, ATvMayLieFarDown) {
     const std::string before = host::tvRoot();
     const std::string part(60, 'd');
     host::setTvRoot(before + "/" + part + "/" + part + "/" + part);
-    {
-        Service service;
-        const sp<IProbe> probe = service.get();
-        ASSERT_NE(probe, nullptr);
-        EXPECT_EQ(probe->add(1, 2), 3);
-    }
+    Service service;
+    const sp<IProbe> probe = service.get();
     host::setTvRoot(before);
+    ASSERT_NE(probe, nullptr);
+    EXPECT_EQ(probe->add(1, 2), 3);
 }
 
 /** Collects what it is told. */
@@ -130,9 +118,9 @@ struct Notices : IServiceNotification {
         told.push_back(std::string(interface) + "/" + std::string(name) + (existing ? " existing" : " new"));
         return Void();
     }
-    std::vector<std::string> soFar() {
+    bool are(const std::vector<std::string>& expected) {
         std::lock_guard<std::mutex> lock(mutex);
-        return told;
+        return told == expected;
     }
 
     std::mutex mutex;
@@ -146,27 +134,26 @@ TEST_F(RegistryTest, WhoAsksIsToldOfRegistrations) {
     EXPECT_FALSE(IProbe::registerForNotifications("default", nullptr));
     EXPECT_TRUE(IProbe::registerForNotifications("default", ofDefault));
     EXPECT_TRUE(ParentProbe::registerForNotifications("", ofAll));
-    const std::string child = kChild + "default";
-    const std::string parent = kParent + "default";
-    EXPECT_THAT(ofDefault->soFar(), ElementsAre(child + " existing"));
-    EXPECT_THAT(ofAll->soFar(), ElementsAre(parent + " existing"));
-    EXPECT_EQ(registerAnother(first, "other", 2), android::OK);
-    EXPECT_TRUE(eventually([&] { return ofAll->soFar().size() == 2; }));
+    std::vector<std::string> expected = {kParent + "default existing"};
+    EXPECT_TRUE(ofDefault->are({kChild + "default existing"}) && ofAll->are(expected));
+    EXPECT_EQ(first.get()->registerAnother("other", 2), android::OK);
+    expected.push_back(kParent + "other new");
+    EXPECT_TRUE(eventually([&] { return ofAll->are(expected); }));
     first.kill();
     Service second;
-    EXPECT_TRUE(eventually([&] { return ofDefault->soFar().size() == 2 && ofAll->soFar().size() == 3; }));
-    EXPECT_THAT(ofDefault->soFar(), ElementsAre(child + " existing", child + " new"));
-    EXPECT_THAT(ofAll->soFar(), ElementsAre(parent + " existing", kParent + "other new", parent + " new"));
+    expected.push_back(kParent + "default new");
+    EXPECT_TRUE(eventually([&] {
+        return ofDefault->are({kChild + "default existing", kChild + "default new"}) && ofAll->are(expected);
+    }));
 }
 
 TEST_F(RegistryTest, ADamagedEntryIsNoService) {
     Service service;
-    const std::string entry =
-        host::tvRoot() + "/run/hwbinder/" + kChild.substr(0, kChild.size() - 1) + "~default";
+    const std::string entry = host::tvRoot() + "/run/hwbinder/com.tovi.test.probe@1.1::IProbe~default";
     const std::string good = contentOf(entry);
     for (const std::string& bad : {std::string(), std::string("x"), good.substr(0, good.size() / 2),
                                    "pid 1\nprocess 0\nobject 1\nsocket ../../x.sock\nimplements y\n" + good,
-                                   std::string(100000, 's')}) {
+                                   std::string(100'000, 's')}) {
         makeFile(entry, bad);
         EXPECT_EQ(service.get(), nullptr);
         EXPECT_EQ(ParentProbe::getService()->add(1, 2), 3);

@@ -9,14 +9,15 @@ namespace {
 
 using android::hardware::Status;
 using testing::HasSubstr;
+using StatusTest = HidlTest;
 
 Return<int32_t> failed() {
     return Status::fromStatusT(android::BAD_VALUE);
 }
 
-TEST(StatusTest, AnErrorThatNobodyExaminesEndsTheProcess) {
+TEST_F(StatusTest, AnErrorThatNobodyExaminesEndsTheProcess) {
     EXPECT_DEATH((void)failed(), "not checked");
-    EXPECT_DEATH({ [[maybe_unused]] const int32_t value = failed(); }, "used as a success");
+    EXPECT_DEATH((void)static_cast<int32_t>(failed()), "used as a success");
     EXPECT_DEATH(
         {
             Return<int32_t> result = failed();
@@ -28,7 +29,7 @@ TEST(StatusTest, AnErrorThatNobodyExaminesEndsTheProcess) {
     EXPECT_DEATH((void)Return<void>(Status::fromExceptionCode(Status::EX_SECURITY)), "EX_SECURITY");
 }
 
-TEST(StatusTest, ExaminedErrorsAndSuccessesAreFine) {
+TEST_F(StatusTest, ExaminedErrorsAndSuccessesAreFine) {
     EXPECT_FALSE(failed().isOk());
     EXPECT_EQ(failed().withDefault(7), 7);
     EXPECT_TRUE(Return<void>(Status::fromStatusT(android::DEAD_OBJECT)).isDeadObject());
@@ -38,16 +39,9 @@ TEST(StatusTest, ExaminedErrorsAndSuccessesAreFine) {
     EXPECT_FALSE(second.isOk());
     second = Return<int32_t>(8);
     EXPECT_EQ(second, 8);
-    EXPECT_TRUE(Status::fromStatusT(android::OK).isOk());
 }
 
-class FaultyMethodTest : public HidlTest {
-  protected:
-    Service service_;
-    const sp<IProbe> probe_ = service_.get();
-};
-
-TEST_F(FaultyMethodTest, AServiceThatBreaksTheRulesOfResultsEnds) {
+TEST_F(StatusTest, AServiceThatBreaksTheRulesOfResultsEnds) {
     std::string answers;
     const auto add = [&answers](const auto& text) { answers += text; };
     const struct {
@@ -56,7 +50,6 @@ TEST_F(FaultyMethodTest, AServiceThatBreaksTheRulesOfResultsEnds) {
         const char* error;
     } kCases[] = {
         {[&](const auto& probe) { return errorOf(probe->answerTimes(0, add)); }, "", "DEAD_OBJECT"},
-        {[&](const auto& probe) { return errorOf(probe->answerTimes(1, add)); }, "answer", ""},
         {[&](const auto& probe) { return errorOf(probe->answerTimes(2, add)); }, "answer", ""},
         {[&](const auto& probe) { return errorOf(probe->returnError()); }, "", "DEAD_OBJECT"},
     };
@@ -66,31 +59,25 @@ TEST_F(FaultyMethodTest, AServiceThatBreaksTheRulesOfResultsEnds) {
         answers.clear();
         EXPECT_THAT(one.call(probe), HasSubstr(one.error));
         EXPECT_EQ(answers, one.answers);
-        if (&one == &kCases[1]) continue;
         EXPECT_EQ(service.wait(), 128 + SIGABRT);
         EXPECT_TRUE(probe->add(1, 2).isDeadObject());
     }
 }
 
-TEST_F(FaultyMethodTest, ANullResultCallbackIsRefusedByTheProxy) {
-    EXPECT_THAT(errorOf(probe_->echoText("text", nullptr)), HasSubstr("EX_ILLEGAL_ARGUMENT"));
-    EXPECT_EQ(probe_->add(1, 2), 3);
+TEST_F(StatusTest, ANullResultCallbackIsRefusedByTheProxy) {
+    Service service;
+    EXPECT_THAT(errorOf(service.get()->echoText("text", nullptr)), HasSubstr("EX_ILLEGAL_ARGUMENT"));
+    EXPECT_EQ(service.get()->add(1, 2), 3);
 }
 
-TEST_F(FaultyMethodTest, AnIdleServiceSleeps) {
-    EXPECT_EQ(probe_->add(1, 2), 3);
-    // It may look for the next call for a moment, longer on a busy machine; then
-    // nothing wakes it.
-    EXPECT_TRUE(eventually([&] {
-        const uint64_t before = service_.switches();
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        return service_.switches() == before;
-    }));
+TEST_F(StatusTest, AnIdleServiceSleeps) {
+    Service service;
+    EXPECT_EQ(service.get()->add(1, 2), 3);
+    EXPECT_TRUE(service.fallsAsleep());
 }
 
-TEST(PassthroughTest, OnewayCallsOfAWrappedObjectRunInOrderOnAThreadOfTheirOwn) {
-    const sp<Probe> probe = new Probe(1);
-    const sp<IProbe> wrapped = android::hardware::details::wrapPassthrough<IProbe>(probe);
+TEST_F(StatusTest, OnewayCallsOfAWrappedObjectRunInOrderOnAThreadOfTheirOwn) {
+    const sp<IProbe> wrapped = android::hardware::details::wrapPassthrough<IProbe>(new Probe(1));
     ASSERT_NE(wrapped, nullptr);
     EXPECT_EQ(wrapped->add(1, 2), 3);
     Gate gate;

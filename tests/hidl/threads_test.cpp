@@ -10,6 +10,7 @@ namespace {
 
 using android::hardware::configureRpcThreadpool;
 using android::hardware::joinRpcThreadpool;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -17,11 +18,11 @@ class ThreadsTest : public HidlTest {
   protected:
     static int32_t servingThread(const sp<ParentProbe>& probe) {
         int32_t serving = 0;
-        EXPECT_EQ(errorOf(probe->whoServes([&](int32_t caller, int32_t thread) {
-                      EXPECT_EQ(caller, getpid());
-                      serving = thread;
-                  })),
-                  "");
+        const auto keep = [&serving](int32_t caller, int32_t thread) {
+            EXPECT_EQ(caller, getpid());
+            serving = thread;
+        };
+        EXPECT_EQ(errorOf(probe->whoServes(keep)), "");
         return serving;
     }
 
@@ -52,16 +53,15 @@ TEST_F(ThreadsTest, APoolServesAsManyCallsAtOnceAsItHasThreads) {
         std::vector<Gate> gates(size + 1);
         std::vector<std::future<std::string>> calls;
         for (size_t i = 0; i < size; ++i) calls.push_back(waitAt(probe, static_cast<int32_t>(i), &gates[i]));
-        EXPECT_LE(service.threads(), size + 1);  // a sanitizer may have one of its own
         auto oneMore = std::async(std::launch::async, [&] { return waitAt(probe, 9, &gates[size]).get(); });
-        gates[0].open();
-        gates[size].open();  // it comes to the gate once there is a thread
-        EXPECT_EQ(oneMore.get(), "");
-        for (size_t i = 1; i < size; ++i) gates[i].open();
+        EXPECT_LE(service.threads(), size + 1);  // a sanitizer may have one of its own
+        for (auto gate = gates.rbegin(); gate != gates.rend(); ++gate) gate->open();
         for (auto& call : calls) EXPECT_EQ(call.get(), "");
+        EXPECT_EQ(oneMore.get(), "");
         const std::vector<std::string> events = eventsOf(probe);
-        const auto left = std::find(events.begin(), events.end(), "leave 0");
-        EXPECT_NE(std::find(left, events.end(), "enter 9"), events.end());
+        const auto isLeave = [](const std::string& event) { return event.find("leave") == 0; };
+        const auto firstLeft = std::find_if(events.begin(), events.end(), isLeave);
+        EXPECT_NE(std::find(firstLeft, events.end(), "enter 9"), events.end());
         EXPECT_LE(service.threads(), size + 1);
     }
 }
@@ -75,26 +75,23 @@ TEST_F(ThreadsTest, MisuseEndsTheProcess) {
 TEST_F(ThreadsTest, ACallbackFromTheServingThreadRunsOnTheThreadThatWaits) {
     Service service;
     const sp<IProbe> probe = service.get();
-    const int32_t main = threadNumber();
+    std::vector<int32_t> threadsHere;
     std::vector<int32_t> threadsThere;
+    int32_t sum = 0;
+    const auto add = [&sum](int32_t answer, int32_t) { sum += answer; };
     sp<Callback> callback = new Callback();
     callback->event = [&](int32_t depth) {
-        EXPECT_EQ(threadNumber(), main);
+        threadsHere.push_back(threadNumber());
         threadsThere.push_back(servingThread(probe));
-        int32_t below = 0;
-        if (depth > 1) {
-            EXPECT_EQ(errorOf(probe->callBack(depth - 1, [&](int32_t answer, int32_t) { below = answer; })),
-                      "");
-        }
-        return below + depth;
+        EXPECT_EQ(depth > 1 ? errorOf(probe->callBack(depth - 1, add)) : "", "");
+        return depth;
     };
     EXPECT_EQ(errorOf(probe->setCallback(callback)), "");
-    int32_t sum = 0;
-    EXPECT_EQ(errorOf(probe->callBack(5, [&](int32_t answer, int32_t) { sum = answer; })), "");
+    EXPECT_EQ(errorOf(probe->callBack(5, add)), "");
     EXPECT_EQ(sum, 1 + 2 + 3 + 4 + 5);
-    EXPECT_THAT(threadsThere,
-                ElementsAre(service.pid(), service.pid(), service.pid(), service.pid(), service.pid()));
-    EXPECT_EQ(errorOf(probe->setCallback(nullptr)), "");
+    EXPECT_EQ(threadsHere.size(), 5u);
+    EXPECT_THAT(threadsHere, Each(threadNumber()));
+    EXPECT_THAT(threadsThere, Each(service.pid()));
 }
 
 // While the caller's thread is blocked in a call, and the service's only pool thread with it.
@@ -125,7 +122,6 @@ TEST_F(ThreadsTest, ACallbackFromAnyOtherThreadRunsInTheClientsPool) {
     EXPECT_EQ(errorOf(probe->wait(1, callIsServed.handle())), "");
     EXPECT_TRUE(logged(probe, "answer 0"));
     called.get_future().get();
-    EXPECT_EQ(errorOf(probe->setCallback(nullptr)), "");
 }
 
 TEST_F(ThreadsTest, AClientsPoolIsOneThread) {
@@ -140,15 +136,13 @@ TEST_F(ThreadsTest, AClientsPoolIsOneThread) {
         threadsHere.insert(threadNumber());
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
         EXPECT_EQ(--active, 0);
-        ++done;
-        return 0;
+        return ++done;
     };
     EXPECT_EQ(errorOf(probe->setCallback(callback)), "");
     for (int i = 0; i < 4; ++i) EXPECT_EQ(errorOf(probe->callBackFromThread(nullptr)), "");
     EXPECT_TRUE(eventually([&] { return done == 4; }));
     EXPECT_EQ(threadsHere.size(), 1u);
     EXPECT_EQ(threadsHere.count(threadNumber()), 0u);
-    EXPECT_EQ(errorOf(probe->setCallback(nullptr)), "");
 }
 
 TEST_F(ThreadsTest, OnewayCallsOfAnObjectAreServedInOrderByAPoolOfSeveral) {
@@ -204,19 +198,15 @@ TEST_F(ThreadsTest, OnewayCallsThatWaitHaveALimit) {
 TEST_F(ThreadsTest, ManyThreadsOfAClientCallAtOnce) {
     Service service({3});
     const sp<IProbe> probe = service.get();
-    std::vector<std::future<void>> threads;
-    for (int thread = 0; thread < 8; ++thread) {
-        threads.push_back(std::async(std::launch::async, [&probe, thread] {
-            for (int i = 0; i < 200; ++i) {
-                EXPECT_EQ(probe->add(thread, i), thread + i);
-                const std::string sent(static_cast<size_t>(thread * 1000 + i),
-                                       static_cast<char>('a' + thread));
-                EXPECT_EQ(errorOf(probe->echoText(sent, [&](const auto& same) { EXPECT_EQ(same, sent); })),
-                          "");
-            }
-        }));
-    }
-    for (auto& thread : threads) thread.get();
+    const auto call = [&probe](int thread) {
+        for (int i = 0; i < 200; ++i) {
+            EXPECT_EQ(probe->add(thread, i), thread + i);
+            const std::string sent(static_cast<size_t>(thread * 1000 + i), static_cast<char>('a' + thread));
+            EXPECT_EQ(errorOf(probe->echoText(sent, [&](const auto& same) { EXPECT_EQ(same, sent); })), "");
+        }
+    };
+    std::vector<std::future<void>> threads(8);
+    for (int i = 0; i < 8; ++i) threads[static_cast<size_t>(i)] = std::async(std::launch::async, call, i);
 }
 
 }  // namespace

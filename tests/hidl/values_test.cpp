@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
 #include <limits.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <cmath>
@@ -24,31 +23,29 @@ class ValuesTest : public HidlTest {
 };
 
 Everything extremes() {
-    Everything value{};
-    value.truth = true;
-    value.small = INT8_MIN;
-    value.smallUnsigned = UINT8_MAX;
-    value.medium = INT16_MIN;
-    value.mediumUnsigned = UINT16_MAX;
-    value.large = INT32_MIN;
-    value.largeUnsigned = UINT32_MAX;
-    value.huge = INT64_MIN;
-    value.hugeUnsigned = UINT64_MAX;
-    value.real = -INFINITY;
-    value.precise = std::numeric_limits<double>::denorm_min();
-    value.colour = Colour::GREEN;
-    value.flags = 3;
-    for (int16_t i = 0; i < 3; ++i) value.threeNumbers[static_cast<size_t>(i)] = static_cast<int16_t>(-i);
-    value.twoTexts[0] = "first";
-    value.twoTexts[1] = hidl_string("\0with\0zeros\0", 12);
-    value.text = std::string(5000, 'x');
-    value.item = Item{"item", {1.5f, -2.5f}, {"", "note"}, true, Colour::GREEN};
-    value.truths = {true, false, true};
-    value.numbers = std::vector<double>(2000, 0.1);
-    value.table = {{}, {1}, {2, 3}, std::vector<int32_t>(3000, 7), {}};
-    value.items = {value.item, Item{}, value.item};
-    value.texts = {{"a", "b"}, {}, {hidl_string()}};
-    return value;
+    const Item item{"item", {1.5f, -2.5f}, {"", "note"}, true, Colour::GREEN};
+    return Everything{true,
+                      INT8_MIN,
+                      UINT8_MAX,
+                      INT16_MIN,
+                      UINT16_MAX,
+                      INT32_MIN,
+                      UINT32_MAX,
+                      INT64_MIN,
+                      UINT64_MAX,
+                      -INFINITY,
+                      std::numeric_limits<double>::denorm_min(),
+                      Colour::GREEN,
+                      3,
+                      std::array<int16_t, 3>{0, -1, 2},
+                      std::array<hidl_string, 2>{"first", hidl_string("\0with\0zeros\0", 12)},
+                      std::string(5000, 'x'),
+                      item,
+                      {true, false, true},
+                      std::vector<double>(2000, 0.1),
+                      {{}, {1}, {2, 3}, std::vector<int32_t>(3000, 7), {}},
+                      {item, Item{}, item},
+                      {{"a", "b"}, {}, {hidl_string()}}};
 }
 
 TEST_F(ValuesTest, EveryTypeComesBackUnchanged) {
@@ -62,8 +59,7 @@ TEST_F(ValuesTest, EveryTypeComesBackUnchanged) {
 
 TEST_F(ValuesTest, BytesOfEverySizeComeBackUnchanged) {
     // The largest twice: the first is hardly given back when the second is sent.
-    for (size_t size :
-         {size_t{0}, size_t{1}, 4 * kKiB, 4 * kKiB + 1, 32 * kKiB, 256 * kKiB, 1012 * kKiB, 1012 * kKiB}) {
+    for (size_t size : {size_t{0}, size_t{1}, 4 * kKiB, 4 * kKiB + 1, 256 * kKiB, 1012 * kKiB, 1012 * kKiB}) {
         SCOPED_TRACE(size);
         std::vector<uint8_t> sent(size);
         for (size_t i = 0; i < size; ++i) sent[i] = static_cast<uint8_t>(i * 31 + i / 251);
@@ -75,7 +71,7 @@ TEST_F(ValuesTest, BytesOfEverySizeComeBackUnchanged) {
 
 // A body that is not plain data, around the size of a packet and far above.
 TEST_F(ValuesTest, ManyTextsComeBackUnchanged) {
-    for (size_t count : {size_t{1}, size_t{500}, size_t{700}, size_t{6000}}) {
+    for (size_t count : {1u, 500u, 700u, 6000u}) {
         SCOPED_TRACE(count);
         hidl_vec<hidl_vec<hidl_string>> texts(2);
         texts[1].resize(count);
@@ -87,31 +83,27 @@ TEST_F(ValuesTest, ManyTextsComeBackUnchanged) {
 }
 
 TEST_F(ValuesTest, ATransactionHasALimit) {
-    const auto bytes = [](size_t size) { return hidl_vec<uint8_t>(size * kKiB); };
-    const auto text = [](size_t size) { return std::string(size * kKiB, 't'); };
-    const auto kiB = [](size_t size) { return static_cast<uint32_t>(size * kKiB); };
+    const auto bytes = [](size_t kiB) { return hidl_vec<uint8_t>(kiB * kKiB); };
+    const auto number = [](size_t kiB) { return static_cast<uint32_t>(kiB * kKiB); };
     bool called = false;
     const auto result = [&called](const auto&) { called = true; };
     const struct {
-        const char* name;
         size_t fits;
         size_t tooLarge;
-        std::function<std::string(size_t)> call;
         bool hasResult;
+        std::function<std::string(size_t)> call;
     } kCases[] = {
-        {"bytes there", 1012, 1016, [&](size_t n) { return errorOf(probe_->sumBytes(bytes(n))); }, false},
-        {"bytes back", 1012, 1016, [&](size_t n) { return errorOf(probe_->makeBytes(kiB(n), result)); },
-         true},
-        {"text there", 1012, 1016, [&](size_t n) { return errorOf(probe_->echoText(text(n), result)); },
-         true},
-        {"text back", 1012, 1016, [&](size_t n) { return errorOf(probe_->makeText(kiB(n), result)); }, true},
-        {"oneway", 506, 508, [&](size_t n) { return errorOf(probe_->takeBytes(bytes(n))); }, false},
+        {1012, 1016, true, [&](size_t n) { return errorOf(probe_->echoBytes(bytes(n), result)); }},
+        {1012, 1016, true, [&](size_t n) { return errorOf(probe_->makeBytes(number(n), result)); }},
+        {1012, 1016, true,
+         [&](size_t n) { return errorOf(probe_->echoText(std::string(n * kKiB, 't'), result)); }},
+        {1012, 1016, true, [&](size_t n) { return errorOf(probe_->makeText(number(n), result)); }},
+        {506, 508, false, [&](size_t n) { return errorOf(probe_->takeBytes(bytes(n))); }},
     };
     for (const auto& one : kCases) {
-        SCOPED_TRACE(one.name);
+        SCOPED_TRACE(&one - kCases);
         EXPECT_EQ(one.call(one.fits), "");
-        EXPECT_EQ(called, one.hasResult);
-        called = false;
+        EXPECT_EQ(std::exchange(called, false), one.hasResult);
         for (size_t size : {one.tooLarge, size_t{4096}}) {
             EXPECT_THAT(one.call(size), HasSubstr("FAILED_TRANSACTION"));
             EXPECT_FALSE(called);
@@ -121,20 +113,20 @@ TEST_F(ValuesTest, ATransactionHasALimit) {
     EXPECT_TRUE(logged(probe_, "bytes " + std::to_string(506 * kKiB)));
 }
 
-/** A native handle of so many descriptors of one file, and of the given numbers. */
-hidl_handle handleOf(int file, int descriptors, const std::vector<int>& numbers) {
-    native_handle_t* made = native_handle_create(descriptors, static_cast<int>(numbers.size()));
-    for (int i = 0; i < descriptors; ++i) made->data[i] = fcntl(file, F_DUPFD_CLOEXEC, 0);
-    std::copy(numbers.begin(), numbers.end(), made->data + descriptors);
-    hidl_handle handle;
-    handle.setTo(made, true);
-    return handle;
-}
-
 class FilesTest : public ValuesTest {
   protected:
     FilesTest() { EXPECT_EQ(write(fileno(file_), "content", 7), 7); }
     ~FilesTest() override { fclose(file_); }
+
+    /** A native handle of so many descriptors of the file, and of the given numbers. */
+    hidl_handle handleOf(int descriptors, const std::vector<int>& numbers) {
+        native_handle_t* made = native_handle_create(descriptors, static_cast<int>(numbers.size()));
+        for (int i = 0; i < descriptors; ++i) made->data[i] = fcntl(fileno(file_), F_DUPFD_CLOEXEC, 0);
+        std::copy(numbers.begin(), numbers.end(), made->data + descriptors);
+        hidl_handle handle;
+        handle.setTo(made, true);
+        return handle;
+    }
 
     std::string read(const Files& files) {
         content_ = "(none)";
@@ -144,6 +136,11 @@ class FilesTest : public ValuesTest {
         }));
     }
 
+    int lowestFree() {
+        const unique_fd lowest(fcntl(fileno(file_), F_DUPFD_CLOEXEC, 0));
+        return lowest.get();
+    }
+
     FILE* const file_ = tmpfile();
     std::string content_;
     Files same_;
@@ -151,18 +148,10 @@ class FilesTest : public ValuesTest {
 
 TEST_F(FilesTest, HandlesTravelBothWaysAndLeaveNothingBehind) {
     const auto useOnce = [this] {
-        Files files;
-        files.first = handleOf(fileno(file_), 2, {7, -8});
-        files.others.resize(3);
-        files.others[0] = handleOf(fileno(file_), 0, {9});
-        files.others[2] = handleOf(fileno(file_), 30, {});
+        const Files files{handleOf(2, {7, -8}), {handleOf(0, {9}), hidl_handle(), handleOf(30, {})}};
         EXPECT_EQ(read(files), "");
         EXPECT_EQ(content_, "content");
-        ASSERT_EQ(same_.others.size(), 3u);
-        EXPECT_EQ(toString(same_.others[0]), "native_handle of 0 fds and 1 ints");
-        EXPECT_EQ(same_.others[1], nullptr);
-        EXPECT_EQ(same_.others[2]->numFds, 30);
-        ASSERT_EQ(toString(same_.first), toString(files.first));
+        EXPECT_EQ(toString(same_), toString(files));
         EXPECT_EQ(same_.first->data[3], -8);
         char back[16] = {};
         EXPECT_EQ(pread(same_.first->data[1], back, sizeof(back), 0), 7);
@@ -173,24 +162,18 @@ TEST_F(FilesTest, HandlesTravelBothWaysAndLeaveNothingBehind) {
     };
     useOnce();
     const size_t before = service_.descriptors();
-    const int lowestFree = fcntl(fileno(file_), F_DUPFD_CLOEXEC, 0);
-    close(lowestFree);
+    const int lowest = lowestFree();
     for (int i = 0; i < 20; ++i) useOnce();
     EXPECT_EQ(service_.descriptors(), before);
-    const int stillLowest = fcntl(fileno(file_), F_DUPFD_CLOEXEC, 0);
-    close(stillLowest);
-    EXPECT_EQ(stillLowest, lowestFree);
+    EXPECT_EQ(lowestFree(), lowest);
 }
 
 TEST_F(FilesTest, AHandleThatCannotTravelFailsItsCallOnly) {
     native_handle_t* closed = native_handle_create(1, 0);
     closed->data[0] = INT_MAX;
-    Files bad;
-    bad.first = closed;
-    Files tooMany;
-    tooMany.first = handleOf(fileno(file_), 129, {});
-    Files good;
-    good.first = handleOf(fileno(file_), 1, {});
+    const Files bad{closed, {}};
+    const Files tooMany{handleOf(129, {}), {}};
+    const Files good{handleOf(1, {}), {}};
     for (const Files* files : {&bad, &bad, &tooMany}) {
         EXPECT_THAT(read(*files), HasSubstr("FAILED_TRANSACTION"));
         EXPECT_EQ(probe_->add(1, 2), 3);

@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "raw_peer.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using android::BAD_VALUE;
+using android::NOT_ENOUGH_DATA;
+
+// Peers that break the wire's format, or put wrong things into it.
+class FormatTest : public HostileTest {
+  protected:
+    struct Case {
+        const char* name;
+        std::vector<RawMessage> messages;
+    };
+
+    const unique_fd null_{open("/dev/null", O_RDWR | O_CLOEXEC)};
+    const uint64_t object_ = RawPeer().object();
+    const RawMessage call_ = rawCall(object_, kMark);
+};
+
+// A message with one thing wrong, from a well-formed one.
+template <typename Change>
+RawMessage with(RawMessage message, const Change& change) {
+    change(message);
+    return message;
+}
+
+RawMessage withFds(RawMessage message, std::vector<int> fds, size_t claimed) {
+    message.fds = std::move(fds);
+    message.header.fdCount = static_cast<uint16_t>(claimed);
+    return message;
+}
+
+RawMessage referring(RawMessage message, uint64_t object, uint32_t owner, uint32_t reserved = 0) {
+    addReference(&message, object, owner, reserved);
+    return message;
+}
+
+/** Shared memory as bulk data lies in it, but for the given faults. */
+unique_fd bulkMemory(size_t size = kBulkMemorySize, int seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) {
+    unique_fd memory(memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    EXPECT_EQ(ftruncate(memory.get(), static_cast<off_t>(size)), 0);
+    EXPECT_EQ(fcntl(memory.get(), F_ADD_SEALS, seals), 0);
+    return memory;
+}
+
+TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
+    const int null = null_.get();
+    const RawMessage hello = rawMessage(kHello, 77, kWireVersion);
+    const RawMessage channel = rawMessage(kNewCallChannel);
+    const RawMessage acquire = rawMessage(kAcquire, object_);
+    RawMessage note = rawCall(object_, kNote, [](Parcel& parcel) { parcel.writeInt32(1); });
+    note.header.flags = kOneway;
+    const Case kCases[] = {
+        {"another version", {rawMessage(kHello, 77, kWireVersion + 1)}},
+        {"no hello", {note}},
+        {"two hellos", {hello, hello}},
+        {"type 0", {with(hello, [](auto& m) { m.header.type = 0; })}},
+        {"unknown type", {hello, with(hello, [](auto& m) { m.header.type = kLastMessageType + 1; })}},
+        {"unknown flag", {with(hello, [](auto& m) { m.header.flags = 0x80; })}},
+        {"a body", {hello, with(acquire, [](auto& m) { m.body.resize(m.header.bodySize = 8); })}},
+        {"longer", {hello, with(note, [](auto& m) { m.body.push_back(0); })}},
+        {"shorter", {hello, with(note, [](auto& m) { m.body.pop_back(); })}},
+        {"too large",
+         {hello, with(note, [](auto& m) { m.body.resize(m.header.bodySize = 2 * kMaxPacket); })}},
+        {"4 GiB", {hello, with(note, [](auto& m) { m.header.bodySize = UINT32_MAX; })}},
+        {"no channel in it", {hello, channel}},
+        {"no socket", {hello, withFds(channel, {null}, 1)}},
+        {"two channels in one", {hello, withFds(channel, {null, null}, 2)}},
+        {"fewer descriptors", {hello, withFds(note, {null}, 2)}},
+        {"more descriptors", {hello, withFds(note, {null}, 0)}},
+        {"250 descriptors", {hello, withFds(note, std::vector<int>(250, null), 128)}},
+        {"129 descriptors", {hello, withFds(note, std::vector<int>(129, null), 129)}},
+        {"a reply", {hello, rawMessage(kReply)}},
+        {"a two-way call", {hello, call_}},
+        {"an announcement", {hello, rawMessage(kDescriptorsFollow)}},
+        {"gives back nothing", {hello, rawMessage(kRelease, object_, 0)}},
+        {"gives back more than it has", {hello, acquire, rawMessage(kRelease, object_, 2)}},
+        {"fewer objects", {hello, with(note, [](auto& m) { m.header.objectCount = 9; })}},
+        {"unknown object of ours", {hello, referring(note, 999, kReceiversObject)}},
+        {"an owner that is neither", {hello, referring(note, 1, 3)}},
+        {"a reference with more", {hello, referring(note, 1, kSendersObject, 1)}},
+        {"bulk without memory", {hello, with(note, [](auto& m) { m.header.bulkSize = 64; })}},
+    };
+    for (const Case& one : kCases) {
+        SCOPED_TRACE(one.name);
+        {
+            RawPeer peer;
+            for (const RawMessage& message : one.messages) EXPECT_TRUE(sendRaw(peer.control(), message));
+            EXPECT_TRUE(closes(peer.control()));
+        }
+        expectUnharmed();
+    }
+    for (const size_t size : {0u, 1u, 31u, 200u}) {
+        RawPeer peer;
+        EXPECT_TRUE(sendRaw(peer.control(), std::string(size, '\x7f').data(), size));
+        EXPECT_TRUE(closes(peer.control()));
+    }
+    expectUnharmed();
+}
+
+TEST_F(FormatTest, WhoBreaksThatOfACallChannelLosesTheConnection) {
+    const RawMessage announcement = rawMessage(kDescriptorsFollow);
+    const unique_fd memory = bulkMemory();
+    const unique_fd unsealed = bulkMemory(kBulkMemorySize, 0);
+    const unique_fd shorter = bulkMemory(4096);
+    const unique_fd readOnly = bulkMemory(kBulkMemorySize, F_SEAL_SHRINK | F_SEAL_FUTURE_WRITE);
+    const auto giving = [this](const unique_fd& given) {
+        RawMessage message = withFds(call_, {given.get()}, 0);
+        message.header.flags = kNewBulkMemory;
+        return message;
+    };
+    const auto block = [&](uint32_t offset, uint32_t size) {
+        RawMessage message = giving(memory);
+        message.header.bulkOffset = offset;
+        message.header.bulkSize = size;
+        return message;
+    };
+    const auto bodyInBlock = [&](uint32_t size, uint32_t bodySize) {
+        RawMessage message = block(0, size);
+        message.header.flags |= kBodyInBulk;
+        message.header.bodySize = bodySize;
+        message.body.clear();
+        return message;
+    };
+    const Case kCases[] = {
+        {"a reply that nobody waits for", {rawMessage(kReply)}},
+        {"a reply after the reply", {call_, rawMessage(kReply)}},
+        {"hello", {rawMessage(kHello, 1, kWireVersion)}},
+        {"oneway", {with(call_, [](auto& m) { m.header.flags = kOneway; })}},
+        {"no reply was to be read", {rawMessage(kReplyRead)}},
+        {"two announcements", {announcement, announcement}},
+        {"descriptors without announcement", {withFds(call_, {memory.get()}, 1)}},
+        {"announcement without descriptors", {announcement, withFds(call_, {}, 1)}},
+        {"memory without descriptor", {with(call_, [](auto& m) { m.header.flags = kNewBulkMemory; })}},
+        {"memory that may shrink", {announcement, giving(unsealed)}},
+        {"memory too short", {announcement, giving(shorter)}},
+        {"memory that cannot be given back", {announcement, giving(readOnly)}},
+        {"no memory at all", {announcement, giving(null_)}},
+        {"memory twice", {announcement, giving(memory), announcement, giving(memory)}},
+        {"a block between blocks", {announcement, block(1, 64)}},
+        {"a block beyond the memory", {announcement, block(kBulkMemorySize, 64)}},
+        {"a block that wraps round", {announcement, block(UINT32_MAX - 63, 128)}},
+        {"a block that ends beyond", {announcement, block(0, kBulkMemorySize)}},
+        {"a body in no block", {with(call_, [](auto& m) { m.header.flags = kBodyInBulk; })}},
+        {"a body beyond its block", {announcement, bodyInBlock(64, 65)}},
+        {"a body beyond the limit", {announcement, bodyInBlock(kBulkMemorySize - 64, kTransactionLimit + 1)}},
+        {"unknown object of ours", {referring(call_, 999, kReceiversObject)}},
+    };
+    for (const Case& one : kCases) {
+        SCOPED_TRACE(one.name);
+        {
+            RawClient peer;
+            for (const RawMessage& message : one.messages) {
+                EXPECT_TRUE(sendRaw(peer.channel, message));
+                if (message.header.type != kCall || &message == &one.messages.back()) continue;
+                EXPECT_EQ(statusOfReply(peer.channel), android::OK);
+            }
+            EXPECT_TRUE(closes(peer.channel));
+            EXPECT_TRUE(closes(peer.control()));
+        }
+        expectUnharmed();
+    }
+}
+
+// Well-formed messages whose content is wrong: the call fails, the peer may go on.
+TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
+    const auto integers = [](const std::vector<int32_t>& values) {
+        return [=](Parcel& parcel) {
+            for (int32_t value : values) parcel.writeInt32(value);
+        };
+    };
+    const auto handle = [](int32_t fds, int32_t ints) {
+        return [=](Parcel& parcel) {
+            const uint64_t files[4] = {};
+            size_t ignored = 0;
+            parcel.writeBuffer(files, sizeof(files), &ignored);
+            parcel.writeInt32(fds);
+            parcel.writeInt32(ints);
+        };
+    };
+    RawMessage otherInterface = call_;
+    otherInterface.body[0] = 'X';
+    // An object of another type than the method takes counts as none.
+    const RawMessage otherType =
+        referring(rawCall(object_, kSetCallback, integers({0})), object_, kReceiversObject);
+    const struct {
+        const char* name;
+        RawMessage call;
+        status_t status;
+    } kCases[] = {
+        {"unknown method", rawCall(object_, 4711), android::UNKNOWN_TRANSACTION},
+        {"unknown object", rawCall(object_ + 1000, kMark), android::DEAD_OBJECT},
+        {"another interface", otherInterface, android::BAD_TYPE},
+        {"another type", otherType, android::OK},
+        {"no arguments", rawCall(object_, kAdd), NOT_ENOUGH_DATA},
+        {"half of the arguments", rawCall(object_, kAdd, integers({1})), NOT_ENOUGH_DATA},
+        {"a oneway method", rawCall(object_, kNote, integers({1, -1})), android::UNKNOWN_ERROR},
+        {"an object not sent", rawCall(object_, kSetCallback, integers({5})), BAD_VALUE},
+        {"fewer bytes", rawCall(object_, kEchoBytes, sequence(9, "12345678")), BAD_VALUE},
+        {"more bytes", rawCall(object_, kEchoBytes, sequence(7, "12345678")), BAD_VALUE},
+        {"4 GiB", rawCall(object_, kEchoBytes, sequence(UINT32_MAX, "12345678")), BAD_VALUE},
+        {"another's bytes", rawCall(object_, kEchoBytes, sequence(8, "12345678", 8)), BAD_VALUE},
+        {"no end", rawCall(object_, kEchoText, sequence(7, "12345678")), BAD_VALUE},
+        {"4 GiB of text", rawCall(object_, kEchoText, sequence(UINT32_MAX, "")), BAD_VALUE},
+        {"many texts", rawCall(object_, kEchoTexts, sequence(0x10000001, "12345678")), BAD_VALUE},
+        {"descriptors not sent", rawCall(object_, kReadFiles, handle(1, 0)), BAD_VALUE},
+        {"negative descriptors", rawCall(object_, kReadFiles, handle(-2, 0)), BAD_VALUE},
+        {"negative integers", rawCall(object_, kReadFiles, handle(0, -1)), BAD_VALUE},
+        {"many integers", rawCall(object_, kReadFiles, handle(0, 1 << 30)), BAD_VALUE},
+        {"integers not sent", rawCall(object_, kReadFiles, handle(0, 100)), NOT_ENOUGH_DATA},
+        {"nothing wrong", call_, android::OK},
+    };
+    RawClient peer;
+    for (const auto& one : kCases) {
+        SCOPED_TRACE(one.name);
+        EXPECT_TRUE(sendRaw(peer.channel, one.call));
+        EXPECT_EQ(statusOfReply(peer.channel), one.status);
+    }
+    EXPECT_EQ(sp<IProbeCallback>(probe_->getCallback()), nullptr);
+}
+
+// Bytes in shared memory are read in place: nothing but plain data, and only where it may lie.
+TEST_F(FormatTest, BulkDataLiesInItsBlockAndAligned) {
+    const unique_fd memory = bulkMemory();
+    const struct {
+        ProbeMethod method;
+        uint32_t place;
+        status_t status;
+    } kCases[] = {
+        {kEchoBytes, 0, android::OK},
+        {kEchoBytes, 64, android::OK},
+        {kEchoBytes, 65, BAD_VALUE},  // a vector of wider numbers would be read astray
+        {kEchoBytes, 4096 - 64, NOT_ENOUGH_DATA},
+        {kEchoBytes, UINT32_MAX - 63, NOT_ENOUGH_DATA},
+        {kEchoText, 0, BAD_VALUE},
+    };
+    for (const auto& one : kCases) {
+        SCOPED_TRACE(one.place);
+        RawClient peer;
+        RawMessage call = rawCall(object_, one.method, [&one](Parcel& parcel) {
+            const uint32_t structure[4] = {0, 0, 2048, 0};
+            size_t ignored = 0;
+            parcel.writeBuffer(structure, sizeof(structure), &ignored);
+            for (uint32_t word : {2048u, 0u, 0u, one.place}) parcel.writeUint32(word);
+        });
+        call.header.bulkSize = 4096;
+        call.header.flags = kNewBulkMemory;
+        call.fds = {memory.get()};
+        EXPECT_TRUE(sendRaw(peer.channel, rawMessage(kDescriptorsFollow)));
+        EXPECT_TRUE(sendRaw(peer.channel, call));
+        EXPECT_EQ(statusOfReply(peer.channel), one.status);
+    }
+}
+
+}  // namespace
+}  // namespace hidlaudio::test
