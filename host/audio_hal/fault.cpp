@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fault.h"
+
+#include <android/log.h>
+#include <errno.h>
+#include <string.h>
+
+#include "host/root/fault_file.h"
+#include "host/root/tv_root.h"
+#include "log.h"
+#include "operations.h"
+
+namespace hidlaudio::host {
+
+using android::hardware::audio::V5_0::Result;
+
+std::optional<Result> injectedResult(const char* operation) {
+    const std::string folder = tvRoot() + kHalFaultFolder;
+    std::optional<int32_t> status;
+    int error = takeFault(folder, operation, status);
+    if (error == 0 && !status) return std::nullopt;
+    if (error == 0 && !isHalResult(*status)) error = ERANGE;
+    if (error != 0) {
+        __android_log_print(ANDROID_LOG_ERROR, kLogTag,
+                            "%s/%s is no usable fault (RESULT from 0 to 4, or RESULT COUNT): %s",
+                            folder.c_str(), operation, strerror(error));
+        return Result::INVALID_STATE;
+    }
+    __android_log_print(ANDROID_LOG_WARN, kLogTag, "%s answers %s, as it was told to", operation,
+                        kHalResults[*status].data());
+    return static_cast<Result>(*status);
+}
+
+}  // namespace hidlaudio::host

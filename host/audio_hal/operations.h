@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stdint.h>
+
+#include <string_view>
+
+namespace hidlaudio::host {
+
+/** Where the primary audio HAL keeps its parameters and finds its faults, below the root of the virtual TV.
+ */
+constexpr char kHalParameterFolder[] = "/hal/parameters";
+constexpr char kHalFaultFolder[] = "/hal/faults";
+
+/** The operations that a Result can be set on, in hal/faults/<operation>. */
+constexpr std::string_view kHalOperations[] = {"openPrimaryDevice", "setParameters", "getParameters"};
+
+/** The names of the HAL's Result values, which count from 0. */
+constexpr std::string_view kHalResults[] = {"OK", "NOT_INITIALIZED", "INVALID_ARGUMENTS", "INVALID_STATE",
+                                            "NOT_SUPPORTED"};
+
+constexpr bool isHalResult(int32_t status) {
+    return status >= 0 && static_cast<size_t>(status) < sizeof(kHalResults) / sizeof(kHalResults[0]);
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "primary_device.h"
+
+#include <android/log.h>
+#include <string.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "fault.h"
+#include "host/root/value_file.h"
+#include "log.h"
+#include "parameters.h"
+
+namespace hidlaudio::host {
+
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+using android::hardware::Void;
+using android::hardware::audio::V5_0::ParameterValue;
+using android::hardware::audio::V5_0::Result;
+
+namespace {
+
+Result refuse(const char* operation, Result result, const char* why) {
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s refused: %s", operation, why);
+    return result;
+}
+
+bool canBeKept(const ParameterValue& parameter) {
+    return isValueName(std::string(parameter.key)) && parameter.value.size() <= kLongestParameter;
+}
+
+Result keep(const hidl_vec<ParameterValue>& parameters) {
+    for (const ParameterValue& parameter : parameters) {
+        if (const int error = writeParameter(parameter.key, parameter.value); error != 0) {
+            return refuse("setParameters", Result::INVALID_STATE, strerror(error));
+        }
+        __android_log_print(ANDROID_LOG_INFO, kLogTag, "setParameters %s=%s", parameter.key.c_str(),
+                            parameter.value.c_str());
+    }
+    return Result::OK;
+}
+
+Result find(const hidl_vec<hidl_string>& keys, std::vector<ParameterValue>& found) {
+    for (const hidl_string& key : keys) {
+        std::optional<std::string> value;
+        if (const int error = readParameter(key, value); error != 0) {
+            return refuse("getParameters", Result::INVALID_STATE, strerror(error));
+        }
+        __android_log_print(ANDROID_LOG_INFO, kLogTag, "getParameters %s: %s", key.c_str(),
+                            value ? value->c_str() : "no such parameter");
+        if (value) found.push_back({key, *value});
+    }
+    return Result::OK;
+}
+
+}  // namespace
+
+Return<void> PrimaryDevice::getParameters(const hidl_vec<ParameterValue>& context,
+                                          const hidl_vec<hidl_string>& keys, getParameters_cb callback) {
+    std::vector<ParameterValue> found;
+    Result result = Result::OK;
+    if (const auto injected = injectedResult("getParameters")) {
+        result = *injected;
+    } else if (context.size() != 0) {
+        result = refuse("getParameters", Result::NOT_SUPPORTED, "no context is known");
+    } else {
+        result = find(keys, found);
+    }
+    if (result != Result::OK) found.clear();
+    callback(result, found);
+    return Void();
+}
+
+Return<Result> PrimaryDevice::setParameters(const hidl_vec<ParameterValue>& context,
+                                            const hidl_vec<ParameterValue>& parameters) {
+    if (const auto injected = injectedResult("setParameters")) return *injected;
+    if (context.size() != 0) {
+        return refuse("setParameters", Result::NOT_SUPPORTED, "no context is known");
+    }
+    if (!std::all_of(parameters.begin(), parameters.end(), canBeKept)) {
+        return refuse("setParameters", Result::INVALID_ARGUMENTS, "a key is none, or a value too long");
+    }
+    return keep(parameters);
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <com/tovi/dtv/hardware/audio/6.1/IMicControl.h>
+
+namespace com::tovi::dtv::hardware::audio::V6_1::implementation {
+
+using ::android::hardware::hidl_string;
+using ::android::hardware::Return;
+
+/**
+ * The gain of the built-in microphone, which the audio HAL keeps. The object holds
+ * nothing but the process's way to the HAL. The methods are described in the
+ * interface; they run on the thread that serves all calls.
+ */
+class MicControl : public IMicControl {
+  public:
+    /** Looks for the audio HAL; without one now there is none until the next start. Main thread. */
+    MicControl();
+
+    Return<int32_t> setMicGain(const hidl_string& micDevice, float scale) override;
+    Return<float> getMicGain(const hidl_string& micDevice) override;
+    Return<void> getMicDevices(getMicDevices_cb _hidl_cb) override;
+};
+
+}  // namespace com::tovi::dtv::hardware::audio::V6_1::implementation

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "output_speaker/OutputSpeaker.h"
+
+#include <iterator>
+
+#include "platform/PrimaryHalAccessor.h"
+#include "platform/config_store.h"
+#include "platform/hal_parameters.h"
+#include "platform/log.h"
+#include "platform/middleware_session.h"
+#include "platform/readiness.h"
+#include "platform/soc_middleware.h"
+
+namespace com::tovi::dtv::hardware::audio::V6_1::implementation {
+namespace {
+
+using ::android::sp;
+using ::android::hardware::audio::V5_0::IPrimaryDevice;
+using platform::logDebug;
+using platform::logError;
+using platform::logWarning;
+
+constexpr char kTag[] = "AudioOutSp";
+constexpr int32_t kLastSurroundType = 2;
+/** The speaker selection with which the TV's speakers form no surround sound. */
+constexpr int32_t kSpeakerWithoutSurround = 1;
+/** What the HAL calls the positions, by their number in the store. */
+constexpr const char* kHalPositions[] = {"table_top", "wall_mount"};
+
+sp<IPrimaryDevice> primaryDevice;
+
+bool isPosition(int32_t value) {
+    return value >= 0 && value < static_cast<int32_t>(std::size(kHalPositions));
+}
+
+/** Whether the HAL takes it is its own affair: the position is stored all the same. */
+void tellHal(int32_t position) {
+    platform::setHalParameter(primaryDevice, "tv_position", kHalPositions[position]);
+}
+
+/** The stored position, with what went wrong logged. */
+int32_t readPosition(int32_t& value) {
+    const int32_t status = platform::readConfig(platform::kTvPosition, value);
+    if (status != 0) logError(kTag, "a_mtktvapi_config_get_value failed:ret = %d", status);
+    return status;
+}
+
+/** The TV's speaker selection; where it can't be read, none that matters. */
+int32_t readSpeaker(const char* function) {
+    int32_t speaker = 0;
+    if (const int32_t status = platform::readConfig(platform::kAudioSpeaker, speaker); status != 0) {
+        logError(kTag, "%s, MTKTVAPI CFG_AUD_SPEAKER failed:ret = %d\n", function, status);
+    }
+    return speaker;
+}
+
+}  // namespace
+
+OutputSpeaker::OutputSpeaker() {
+    logDebug(kTag, "[%s] start", __func__);
+    // Late or not, the TV may answer all the same.
+    platform::waitForDtvSvc(platform::WaitingService::OutputSpeaker);
+    platform::openMiddleware(platform::MiddlewareUser::OutputSpeaker);
+    primaryDevice = platform::PrimaryHalAccessor().getHalPrimaryDevice();
+    if (primaryDevice == nullptr) {
+        logError(kTag, "load audio interface failed");
+        return;
+    }
+    int32_t position = -1;
+    if (readPosition(position) != 0) return;
+    logDebug(kTag, "get tv position:%d", position);
+    if (isPosition(position)) {
+        tellHal(position);
+    } else {
+        logError(kTag, "a_mtktvapi_config_get_value:Illigal value = %d", position);
+    }
+    logDebug(kTag, "[%s] end", __func__);
+}
+
+Return<SurroundType> OutputSpeaker::getSurroundType() {
+    logDebug(kTag, "[%s] start", __func__);
+    int32_t type = -1;
+    if (const int32_t status = platform::readConfig(platform::kSpeakerSurroundType, type); status != 0) {
+        logError(kTag, "%s, MTKTVAPI failed:ret = %d\n", __func__, status);
+        return SurroundType::NONE;
+    }
+    if (readSpeaker(__func__) == kSpeakerWithoutSurround || type < 0 || type > kLastSurroundType) type = 0;
+    logDebug(kTag, "[%s] end ret:%d", __func__, type);
+    return static_cast<SurroundType>(type);
+}
+
+Return<TvPositionType> OutputSpeaker::getTvPosition() {
+    logDebug(kTag, "[%s] start", __func__);
+    int32_t value = -1;
+    const int32_t status = readPosition(value);
+    if (status != 0) return TvPositionType::TABLE_TOP;
+    logDebug(kTag, "get tv position:value = %d, result = %d", value, status);
+    const int32_t position = isPosition(value) ? value : 0;
+    logDebug(kTag, "[%s] end:ret = %d", __func__, position);
+    return static_cast<TvPositionType>(position);
+}
+
+Return<int32_t> OutputSpeaker::setTvPosition(int32_t type) {
+    logDebug(kTag, "[%s] start:type = %d", __func__, type);
+    if (!isPosition(type)) logWarning(kTag, "illigal argument:type = %d", type);
+    const int32_t position = isPosition(type) ? type : 0;
+    const int32_t status = platform::writeConfig(platform::kTvPosition, position);
+    logDebug(kTag, "set tv position:value = %d, result = %d", position, status);
+    if (primaryDevice != nullptr) tellHal(position);
+    logDebug(kTag, "[%s] end:ret = %d", __func__, status);
+    return status;
+}
+
+Return<float> OutputSpeaker::getDelay() {
+    logDebug(kTag, "[%s] start", __func__);
+    uint32_t delay = 0;
+    if (const int32_t status = MTAUDDEC_GetChannelMainDelaySp(&delay); status != 0) {
+        logError(kTag, "MTAUDDEC_GetChannelMainDelaySp failed. ret:%d", status);
+        return 0.0F;
+    }
+    logDebug(kTag, "[%s] end:ret = %d", __func__, static_cast<int32_t>(delay));
+    return static_cast<float>(delay);
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V6_1::implementation

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/eeprom.h"
+
+#include "platform/soc_middleware.h"
+
+namespace com::tovi::dtv::hardware::audio::platform {
+
+int32_t initEeprom() {
+    // The driver wants to be asked, nobody needs the answer.
+    MTEEPROM_Property property{};
+    MTEEPROM_GetProperty(&property);
+    return MTEEPROM_Init();
+}
+
+int32_t readEepromByte(uint32_t address, uint8_t& byte) {
+    // A read of its own: one that fails may leave anything in its destination.
+    uint8_t stored = 0;
+    const int32_t status = MTEEPROM_Read(address, &stored, sizeof(stored));
+    if (status == 0) byte = stored;
+    return status;
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::platform
