@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "hdmi_audio/HdmiAudio.h"
+
+#include <hidl/HidlTransportSupport.h>
+
+#include <algorithm>
+#include <string>
+
+#include "hdmi_audio/capabilities.h"
+#include "hdmi_audio/log_tag.h"
+#include "platform/log.h"
+#include "platform/middleware_session.h"
+#include "platform/readiness.h"
+
+namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+namespace {
+
+using ::android::hardware::interfacesEqual;
+using ::android::hardware::Void;
+using platform::logDebug;
+using platform::logError;
+
+/**
+ * Takes note of how a call to a client went. One that died before its notice came must
+ * stop neither the service nor the others' callbacks, and the notice cleans up after it.
+ */
+void examine(const ::android::hardware::details::return_status& status) {
+    static_cast<void>(status.isOk());
+}
+
+}  // namespace
+
+HdmiAudio::HdmiAudio() {
+    // Late or not, the TV may answer all the same.
+    platform::waitForDtvSvc(platform::WaitingService::HdmiAudio);
+    platform::openMiddleware(platform::MiddlewareUser::HdmiAudio);
+}
+
+Return<void> HdmiAudio::getAudioCapabilities(getAudioCapabilities_cb _hidl_cb) {
+    logDebug(kLogTag, "HIDL getAudioCapabilities");
+    _hidl_cb(readCapabilities());
+    return Void();
+}
+
+Return<int32_t> HdmiAudio::setAudioCapabilities(const hidl_vec<hidl_string>& capabilities) {
+    logDebug(kLogTag, "HIDL hdmiaudio set");
+    const std::vector<std::string> request(capabilities.begin(), capabilities.end());
+    std::vector<hidl_string> applied;
+    int32_t result = -1;
+    for (const std::string& entry : request) {
+        const std::optional<int32_t> status = writeCapability(entry, request);
+        if (!status) continue;
+        if (*status == 0) applied.emplace_back(entry);
+        if (result != 0) result = *status;
+    }
+    if (!applied.empty()) notify(applied);
+    logDebug(kLogTag, "HIDL hdmiaudio set finish");
+    return result;
+}
+
+Return<void> HdmiAudio::setCallback(const sp<V1_1::IHdmiAudioCallback>& callback) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (callback == nullptr) {
+        logDebug(kLogTag, "callback is nullptr. skip setCallback");
+        return Void();
+    }
+    examine(callback->linkToDeath(this, 0));
+    logDebug(kLogTag, "set callback");
+    mCallbacks.push_back(callback);
+    return Void();
+}
+
+void HdmiAudio::serviceDied(uint64_t /*cookie*/, const wp<IBase>& who) {
+    logError(kLogTag, "Monitored process died");
+    // The second notice of a callback that was registered twice may find it dropped.
+    if (const sp<IBase> object = who.promote(); object != nullptr) removeCallback(object);
+}
+
+HdmiAudio::Callbacks HdmiAudio::callbacks() {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mCallbacks;
+}
+
+void HdmiAudio::notify(const hidl_vec<hidl_string>& applied) {
+    // A copy, with the mutex free: a client may register another callback from inside its own.
+    const Callbacks registered = callbacks();
+    if (registered.empty()) return;
+    logDebug(kLogTag, "issue capability changed callback event");
+    for (const auto& callback : registered) examine(callback->onCapabilityChanged(applied));
+}
+
+void HdmiAudio::removeCallback(const sp<IBase>& who) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (mCallbacks.empty()) return;
+    const auto isOfTheDead = [&](const sp<V1_1::IHdmiAudioCallback>& callback) {
+        if (!interfacesEqual(callback, who)) return false;
+        logDebug(kLogTag, "remove callback");
+        return true;
+    };
+    mCallbacks.erase(std::remove_if(mCallbacks.begin(), mCallbacks.end(), isOfTheDead), mCallbacks.end());
+    examine(who->unlinkToDeath(this));
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation
