@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <com/tovi/dtv/hardware/audio/5.0/types.h>
+
+#include "platform/back_end_state.h"
+#include "platform/back_end_transfer.h"
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+
+using V5_0::ParamType;
+
+/** What is peculiar to a kind of parameters. */
+struct ParameterKind {
+    ParamType type;
+    uint32_t setIoctl;
+    uint32_t cancelIoctl;
+    const char* wakeLock;
+    const char* stateFile;  // where the controller tells how a transfer stands
+};
+
+constexpr ParameterKind kDeviceParameters{ParamType::DEVICE, platform::BECTRL_IOC_SET_DEVICE_PARAMETER,
+                                          platform::BECTRL_IOC_CANCEL_DEVICE_PARAMETER, "HidlAudioDevice",
+                                          platform::kDeviceStateFile};
+constexpr ParameterKind kHrtfParameters{ParamType::HRTF, platform::BECTRL_IOC_SET_HRTF_PARAMETER,
+                                        platform::BECTRL_IOC_CANCEL_HRTF_PARAMETER, "HidlAudioHrtf",
+                                        platform::kHrtfStateFile};
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

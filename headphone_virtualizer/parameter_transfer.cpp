@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "headphone_virtualizer/parameter_transfer.h"
+
+#include <utility>
+
+#include "headphone_virtualizer/log_tag.h"
+#include "headphone_virtualizer/result_code.h"
+#include "headphone_virtualizer/transfer_poll.h"
+#include "headphone_virtualizer/transfer_thread.h"
+#include "platform/log.h"
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace {
+
+using platform::logDebug;
+using platform::logError;
+using platform::logWarning;
+
+bool isIdle(ParamType type) {
+    return transferState(*getParamFromType(type)) == TransferState::Idle;
+}
+
+int32_t cancelAtController(const aud_hv_parameter& slot) {
+    if (platform::notifyCancelToBeCtrl(slot.kind.cancelIoctl) == 0) return kSuccess;
+    logWarning(kTag, "[cancelInt] cancel failed.");
+    return kNotCancelled;
+}
+
+int32_t cancelInState(const aud_hv_parameter& slot, TransferState state) {
+    switch (state) {
+        case TransferState::Idle:
+            logWarning(kTag, "[cancelInt] cancel failed.");
+            return kNotCancelled;
+        case TransferState::Waiting:
+            slot.upload->cancelFlag = true;
+            return kSuccess;
+        case TransferState::Transferring:
+            return cancelAtController(slot);
+    }
+    logWarning(kTag, "[cancelInt] Transfer state is invalid.");
+    return kNotSupported;
+}
+
+}  // namespace
+
+int32_t checkResuming() {
+    if (!isIdle(ParamType::DEVICE) || !isIdle(ParamType::HRTF)) return kSuccess;
+    for (const char* file : {platform::kDeviceStateFile, platform::kHrtfStateFile}) {
+        platform::BeCtrlTransferState state{};
+        if (const int32_t result = platform::readBeCtrlTransferState(file, state); result != 0) {
+            logError(kTag, "[%s] Proc file error! ret=%d", __func__, result);
+            return result;
+        }
+        if (state.state != platform::kBeCtrlIdle) {
+            logWarning(kTag, "[%s] BeCtrl is busy!", __func__);
+            return kBusy;
+        }
+    }
+    return kSuccess;
+}
+
+bool startTransfer(aud_hv_parameter& slot) {
+    const auto upload = std::make_shared<Upload>(slot.kind);
+    upload->data = std::move(slot.data);
+    upload->size = slot.appendAccumulation;
+    upload->callback = slot.callback;
+    if (const aud_hv_parameter& other = otherSlot(slot); transferState(other) != TransferState::Idle) {
+        upload->predecessor = other.upload;
+    }
+    if (!startParamTransferThread(upload)) {
+        slot.data = std::move(upload->data);
+        return false;
+    }
+    slot.upload = upload;
+    slot.callback.clear();
+    return true;
+}
+
+int32_t cancelInt(const aud_hv_parameter& slot) {
+    logDebug(kTag, "[%s] start", __func__);
+    const int32_t result = cancelInState(slot, transferState(slot));
+    logDebug(kTag, "[%s] end. Return:%d", __func__, result);
+    return result;
+}
+
+int32_t waitSelfParamTransferThreadFinish(const aud_hv_parameter& slot) {
+    return pollTransfer(
+        [&] { return transferState(slot) == TransferState::Idle ? int32_t{0} : kWaitTimeout; });
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stdint.h>
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+
+/** What the methods answer. */
+enum ResultCode : int32_t {
+    kSuccess = 0,
+    kHandleNotFound = -1,
+    kSizeError = -2,
+    kBusy = -3,
+    kNotCancelled = -4,
+    kNotSupported = -5,  // or failed in general
+};
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

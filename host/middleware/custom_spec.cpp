@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "custom_spec.h"
+
+#include <android/log.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
+#include "host/root/back_end_files.h"
+#include "host/root/tv_root.h"
+#include "host/root/value_file.h"
+#include "injected_fault.h"
+#include "log.h"
+#include "platform/soc_middleware.h"
+#include "session.h"
+#include "status.h"
+
+namespace hidlaudio::host {
+namespace {
+
+constexpr uint32_t kSetIdentifier = 0x20185;
+constexpr uint32_t kGetIdentifier = 0x20186;
+
+bool isZero(const uint8_t* begin, const uint8_t* end) {
+    return std::all_of(begin, end, [](uint8_t byte) { return byte == 0; });
+}
+
+/** What is wrong with a record that is about to be used; null where nothing is. */
+const char* mistakeIn(const CustomSpecRecord& record, bool isSet) {
+    for (const CustomSpecType& known : kCustomSpecTypes) {
+        if (known.type != record.type) continue;
+        if (known.isSet != isSet) return isSet ? "this type is read only" : "this type is written only";
+        if (known.length != record.length) return "the payload's length is not that of the type";
+        const bool clean = isZero(record.payload + record.length, std::end(record.payload)) &&
+                           isZero(std::begin(record.tail), std::end(record.tail));
+        return clean ? nullptr : "the record is not zero beyond its payload";
+    }
+    return "the controller knows no such type";
+}
+
+/** Mistakes in what both calls take; logged. */
+bool isValidRequest(const char* function, bool isSet, uint32_t identifier, const void* record, uint32_t size,
+                    CustomSpecRecord& copy) {
+    const char* mistake = nullptr;
+    if (identifier != (isSet ? kSetIdentifier : kGetIdentifier)) {
+        mistake = "unknown identifier";
+    } else if (record == nullptr || size != sizeof(CustomSpecRecord)) {
+        mistake = "a record of 264 bytes is needed";
+    } else {
+        memcpy(&copy, record, sizeof(copy));
+        mistake = mistakeIn(copy, isSet);
+    }
+    if (mistake == nullptr) return true;
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s: identifier 0x%x, size %u, type %u, length %u: %s",
+                        function, identifier, size, copy.type, copy.length, mistake);
+    return false;
+}
+
+int32_t failOn(const std::string& path, const char* why) {
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s: %s", path.c_str(), why);
+    return kFailed;
+}
+
+int32_t readBootState(uint8_t& state) {
+    const std::string path = tvRoot() + kBootStateFile;
+    std::string text;
+    if (const int error = readValueFile(path, text); error != 0) return failOn(path, strerror(error));
+    const std::optional<int32_t> number = parseInt32(text);
+    if (!number || *number < 0 || *number > UINT8_MAX) return failOn(path, "must hold a number, 0 to 255");
+    state = static_cast<uint8_t>(*number);
+    return kDone;
+}
+
+std::string describe(const CustomSpecRecord& record) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string line = std::to_string(record.type) + " " + std::to_string(record.length) + " ";
+    for (size_t i = 0; i < record.length; ++i) {
+        line += kDigits[record.payload[i] >> 4];
+        line += kDigits[record.payload[i] & 15];
+    }
+    return line + "\n";
+}
+
+int32_t appendToLog(const CustomSpecRecord& record) {
+    const std::string path = tvRoot() + kCustomSpecLog;
+    const std::string line = describe(record);
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (fd < 0) return failOn(path, strerror(errno));
+    // One write, so that the lines of two processes do not mix.
+    const ssize_t written = write(fd, line.data(), line.size());
+    const int error = written < 0 ? errno : ENOSPC;
+    close(fd);
+    return written == static_cast<ssize_t>(line.size()) ? kDone : failOn(path, strerror(error));
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t MTDRVCUST_dcustom_cust_spec_get(uint32_t identifier, void* record, uint32_t* size) {
+    constexpr char kFunction[] = "MTDRVCUST_dcustom_cust_spec_get";
+    CustomSpecRecord request{};
+    if (!isValidRequest(kFunction, false, identifier, record, size != nullptr ? *size : 0, request)) {
+        return kBadArgument;
+    }
+    if (const auto status = injectedStatus(kFunction)) return *status;
+    if (!isConnected()) return kNoConnection;
+    const int32_t status = readBootState(request.payload[0]);
+    if (status == kDone) memcpy(record, &request, sizeof(request));
+    return status;
+}
+
+int32_t MTDRVCUST_dcustom_cust_spec_set(uint32_t identifier, const void* record, uint32_t size,
+                                        uint32_t flags) {
+    constexpr char kFunction[] = "MTDRVCUST_dcustom_cust_spec_set";
+    CustomSpecRecord request{};
+    if (!isValidRequest(kFunction, true, identifier, record, size, request)) return kBadArgument;
+    if (flags != 0) {
+        __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s: the flags must be 0, not %u", kFunction, flags);
+        return kBadArgument;
+    }
+    if (const auto status = injectedStatus(kFunction)) return *status;
+    return isConnected() ? appendToLog(request) : kNoConnection;
+}
+
+}  // extern "C"
+
+}  // namespace hidlaudio::host

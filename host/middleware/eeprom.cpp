@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <android/log.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <string>
+
+#include "host/root/tv_root.h"
+#include "injected_fault.h"
+#include "log.h"
+#include "platform/soc_middleware.h"
+#include "session.h"
+#include "status.h"
+
+namespace hidlaudio::host {
+namespace {
+
+constexpr int kGarbage = 0x5A;
+
+/** How far this process has come: each step fails without the one before. */
+std::atomic<bool> propertyAsked{false};
+std::atomic<bool> ready{false};
+
+int32_t mistake(const char* text) {
+    __android_log_write(ANDROID_LOG_ERROR, kLogTag, text);
+    return kBadArgument;
+}
+
+/** Reads all of `length` bytes. Returns 0, an errno, or ENODATA where the image is too short. */
+int readImage(const std::string& path, uint32_t address, void* destination, uint32_t length) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) return errno;
+    const ssize_t bytes = TEMP_FAILURE_RETRY(pread(fd, destination, length, static_cast<off_t>(address)));
+    const int error = bytes < 0 ? errno : 0;
+    close(fd);
+    if (error != 0) return error;
+    return static_cast<size_t>(bytes) == length ? 0 : ENODATA;
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t MTEEPROM_GetProperty(MTEEPROM_Property* property) {
+    if (property == nullptr) return mistake("MTEEPROM_GetProperty: there must be a destination");
+    propertyAsked = true;
+    *property = {};
+    if (const auto status = injectedStatus("MTEEPROM_GetProperty")) return *status;
+    return isConnected() ? kDone : kNoConnection;
+}
+
+int32_t MTEEPROM_Init(void) {
+    if (!propertyAsked) return mistake("MTEEPROM_Init: MTEEPROM_GetProperty must come first");
+    if (const auto status = injectedStatus("MTEEPROM_Init")) return *status;
+    if (!isConnected()) return kNoConnection;
+    ready = true;
+    return kDone;
+}
+
+int32_t MTEEPROM_Read(uint32_t address, void* destination, uint32_t length) {
+    if (destination == nullptr) return mistake("MTEEPROM_Read: there must be a destination");
+    if (const auto status = injectedStatus("MTEEPROM_Read")) {
+        memset(destination, kGarbage, length);
+        return *status;
+    }
+    if (!ready) return mistake("MTEEPROM_Read: MTEEPROM_Init must come first");
+    const std::string path = tvRoot() + "/soc/eeprom.bin";
+    const int error = readImage(path, address, destination, length);
+    if (error == 0) return kDone;
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s cannot be read at address 0x%X: %s", path.c_str(),
+                        address, error == ENODATA ? "it ends before" : strerror(error));
+    return kFailed;
+}
+
+}  // extern "C"
+
+}  // namespace hidlaudio::host
