@@ -9,6 +9,11 @@ namespace hidlaudio::client {
 void addList(CLI::App& app, Invocation& invocation);
 void addWait(CLI::App& app, Invocation& invocation);
 void addPing(CLI::App& app, Invocation& invocation);
+void addHdmi(CLI::App& app, Invocation& invocation);
 void addExternal(CLI::App& app, Invocation& invocation);
+void addSpeaker(CLI::App& app, Invocation& invocation);
+void addCenter(CLI::App& app, Invocation& invocation);
+void addVirtualizer(CLI::App& app, Invocation& invocation);
+void addMic(CLI::App& app, Invocation& invocation);
 
 }  // namespace hidlaudio::client

@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "known_services.h"
 
+#include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputEncodingStatusListener.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
+#include <com/tovi/dtv/hardware/audio/4.0/ICenterSpeaker.h>
+#include <com/tovi/dtv/hardware/audio/5.1/IHeadphoneVirtualizer.h>
+#include <com/tovi/dtv/hardware/audio/6.1/IMicControl.h>
+#include <com/tovi/dtv/hardware/audio/6.1/IOutputSpeaker.h>
 #include <stdio.h>
 #include <string.h>
 #include <strings.h>
@@ -18,8 +23,13 @@ struct KnownService {
 };
 
 const KnownService kKnownServices[] = {
+    {"hdmi", audio::V3_1::IHdmiAudio::descriptor},
     {"listener", audio::V3_1::IOutputEncodingStatusListener::descriptor},
     {"external", audio::V3_1::IOutputExternal::descriptor},
+    {"speaker", audio::V6_1::IOutputSpeaker::descriptor},
+    {"center", audio::V4_0::ICenterSpeaker::descriptor},
+    {"virtualizer", audio::V5_1::IHeadphoneVirtualizer::descriptor},
+    {"mic", audio::V6_1::IMicControl::descriptor},
 };
 
 constexpr char kDefaultInstance[] = "default";

@@ -27,7 +27,9 @@ int runCommand(int argc, char** argv) {
     app.footer(kFooter);
     app.require_subcommand(1);
     addCommonOptions(app, invocation);
-    for (const auto add : {addList, addWait, addPing, addExternal}) add(app, invocation);
+    for (const auto add :
+         {addList, addWait, addPing, addHdmi, addExternal, addSpeaker, addCenter, addVirtualizer, addMic})
+        add(app, invocation);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

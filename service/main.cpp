@@ -5,8 +5,13 @@
 #include <array>
 #include <iterator>
 
+#include "hdmi_audio/HdmiAudio.h"
+#include "headphone_virtualizer/HeadphoneVirtualizer.h"
+#include "mic_control/MicControl.h"
 #include "output_external/OutputEncodingStatusListener.h"
 #include "output_external/OutputExternal.h"
+#include "output_speaker/CenterSpeaker.h"
+#include "output_speaker/OutputSpeaker.h"
 #include "platform/log.h"
 
 namespace com::tovi::dtv::hardware::audio {
@@ -40,10 +45,20 @@ constexpr Service service(const char* failure) {
  * service needs of the TV's start-up, so the order of these actions is this one.
  */
 constexpr Service kServices[] = {
+    service<V3_1::IHdmiAudio, V3_1::implementation::HdmiAudio>(
+        "########## HIDL server side: registerAsService() is failed:"),
     service<V3_1::IOutputEncodingStatusListener, V3_1::implementation::OutputEncodingStatusListener>(
         "########## HIDL OutputEncodingStatusListener server side: registerAsService() is failed:"),
     service<V3_1::IOutputExternal, V3_1::implementation::OutputExternal>(
         "########## HIDL OutputExternal server side: registerAsService() is failed:"),
+    service<V6_1::IOutputSpeaker, V6_1::implementation::OutputSpeaker>(
+        "########## HIDL OutputSpeaker server side: registerAsService() is failed:"),
+    service<V4_0::ICenterSpeaker, V4_0::implementation::CenterSpeaker>(
+        "########## HIDL CenterSpeaker server side: registerAsService() is failed:"),
+    service<V5_1::IHeadphoneVirtualizer, V5_1::implementation::HeadphoneVirtualizer>(
+        "########## HIDL HeadphoneVirtualizer server side: registerAsService() is failed:"),
+    service<V6_1::IMicControl, V6_1::implementation::MicControl>(
+        "########## HIDL MicControl server side: registerAsService() is failed:"),
 };
 
 /** The last one is released first. */

@@ -120,6 +120,16 @@ void dropTimerOnClock(int fd) {
     if (SteppedClock* const steps = stepped) steps->dropTimer(fd);
 }
 
+ClockStart startOnClock() {
+    SteppedClock* const steps = stepped;
+    return {steps != nullptr ? steps->now() : Time(0), std::chrono::steady_clock::now()};
+}
+
+Time elapsedOnClock(const ClockStart& start) {
+    if (SteppedClock* const steps = stepped) return steps->now() - start.stepped;
+    return (std::chrono::steady_clock::now() - start.real) * speed.load();
+}
+
 int timeoutOnClock(int timeout) {
     if (timeout <= 0) return timeout;
     return std::max(1, static_cast<int>(static_cast<unsigned>(timeout) / speed));

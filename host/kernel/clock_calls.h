@@ -3,6 +3,8 @@
 
 #include <time.h>
 
+#include <chrono>
+
 namespace hidlaudio::host {
 
 /**
@@ -12,6 +14,17 @@ namespace hidlaudio::host {
 int sleepOnClock(const timespec* request, timespec* remainder);
 int setTimerOnClock(int fd, int flags, const itimerspec* value, itimerspec* old);
 void dropTimerOnClock(int fd);
+
+/** A moment of the program's time. */
+struct ClockStart {
+    std::chrono::nanoseconds stepped{0};
+    std::chrono::steady_clock::time_point real;
+};
+
+ClockStart startOnClock();
+
+/** How much of the program's time has passed since, at the speed that is set now. */
+std::chrono::nanoseconds elapsedOnClock(const ClockStart& start);
 
 /** The timeout to give to the real epoll_wait, in milliseconds. */
 int timeoutOnClock(int timeout);

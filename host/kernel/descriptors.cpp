@@ -11,24 +11,28 @@ namespace {
 
 /** Descriptors above are used, but not counted. */
 constexpr int kDescriptors = 65536;
-std::array<std::atomic<bool>, kDescriptors> onTv;
+std::array<std::atomic<TvDescriptor>, kDescriptors> onTv;
 
-void note(int fd, bool isOnTv) {
-    if (fd >= 0 && fd < kDescriptors) onTv[static_cast<size_t>(fd)] = isOnTv;
+void note(int fd, TvDescriptor kind) {
+    if (fd >= 0 && fd < kDescriptors) onTv[static_cast<size_t>(fd)] = kind;
 }
 
 }  // namespace
 
-void rememberTvDescriptor(int fd) {
-    note(fd, true);
+void rememberTvDescriptor(int fd, TvDescriptor kind) {
+    note(fd, kind);
 }
 
 void forgetTvDescriptor(int fd) {
-    note(fd, false);
+    note(fd, TvDescriptor::None);
+}
+
+TvDescriptor kindOfDescriptor(int fd) {
+    return fd >= 0 && fd < kDescriptors ? onTv[static_cast<size_t>(fd)].load() : TvDescriptor::None;
 }
 
 bool isTvDescriptor(int fd) {
-    return fd >= 0 && fd < kDescriptors && onTv[static_cast<size_t>(fd)];
+    return kindOfDescriptor(fd) != TvDescriptor::None;
 }
 
 bool isTvStream(FILE* stream) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <stdint.h>
 #include <stdio.h>
 
 namespace hidlaudio::host {
@@ -11,11 +12,20 @@ namespace hidlaudio::host {
  * that was forked while another thread was in here closes its descriptors too.
  */
 
+enum class TvDescriptor : uint8_t {
+    None,
+    File,
+    BackEnd,        // the back-end controller's device
+    TransferState,  // one of the files that tell the state of its transfers
+};
+
 /** Notes a descriptor that was opened on the virtual TV; a negative one is no matter. */
-void rememberTvDescriptor(int fd);
+void rememberTvDescriptor(int fd, TvDescriptor kind = TvDescriptor::File);
 
 /** To be called before the descriptor is closed, as its number may come back at once. */
 void forgetTvDescriptor(int fd);
+
+TvDescriptor kindOfDescriptor(int fd);
 
 bool isTvDescriptor(int fd);
 

@@ -3,10 +3,12 @@
 
 #include <algorithm>
 
+#include "back_end_driver.h"
 #include "clock_calls.h"
 #include "descriptors.h"
 #include "faulty_call.h"
 #include "real_calls.h"
+#include "transfer_state.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -17,9 +19,13 @@ ssize_t transfer(const char* name, ssize_t (*call)(int, Buffer, size_t), int fd,
                  size_t count) {
     if (!isTvDescriptor(fd)) return call(fd, buffer, count);
     const FaultVerdict verdict = countCall(name);
-    if (verdict.error == 0) return call(fd, buffer, std::min(count, verdict.bytes));
-    errno = verdict.error;
-    return -1;
+    if (verdict.error != 0) {
+        errno = verdict.error;
+        return -1;
+    }
+    const ssize_t moved = call(fd, buffer, std::min(count, verdict.bytes));
+    if (moved > 0 && kindOfDescriptor(fd) == TvDescriptor::TransferState) noteStateRead(fd);
+    return moved;
 }
 
 template <typename Result, typename Call>
@@ -58,12 +64,16 @@ int64_t __wrap_lseek64(int fd, int64_t offset, int whence) {
 }
 
 int __wrap_ioctl(int fd, unsigned long request, void* argument) {
-    return onDescriptor<int>("ioctl", fd, [&] { return __real_ioctl(fd, request, argument); });
+    return onDescriptor<int>("ioctl", fd, [&] {
+        return kindOfDescriptor(fd) == TvDescriptor::BackEnd ? controlBackEnd(request, argument)
+                                                             : __real_ioctl(fd, request, argument);
+    });
 }
 
 int __wrap_close(int fd) {
     dropTimerOnClock(fd);
     if (!isTvDescriptor(fd)) return __real_close(fd);
+    if (kindOfDescriptor(fd) == TvDescriptor::TransferState) forgetStateFile(fd);
     forgetTvDescriptor(fd);
     const int result = __real_close(fd);
     return unlessFaulty("close", -1, [&] { return result; });

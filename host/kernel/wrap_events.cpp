@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "clock_calls.h"
+#include "descriptors.h"
 #include "faulty_call.h"
 #include "real_calls.h"
+#include "transfer_state.h"
 
 namespace hidlaudio::host {
 
@@ -16,7 +18,10 @@ int __wrap_epoll_create1(int flags) {
 }
 
 int __wrap_epoll_ctl(int epoll, int operation, int fd, epoll_event* event) {
-    return unlessFaulty("epoll_ctl", -1, [&] { return __real_epoll_ctl(epoll, operation, fd, event); });
+    return unlessFaulty("epoll_ctl", -1, [&] {
+        const int watched = kindOfDescriptor(fd) == TvDescriptor::TransferState ? descriptorToWatch(fd) : fd;
+        return watched >= 0 || fd < 0 ? __real_epoll_ctl(epoll, operation, watched, event) : -1;
+    });
 }
 
 int __wrap_epoll_wait(int epoll, epoll_event* events, int maximum, int timeout) {

@@ -1,29 +1,62 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
 
+#include "back_end_driver.h"
 #include "descriptors.h"
 #include "faulty_call.h"
+#include "host/root/tv_root.h"
 #include "real_calls.h"
+#include "transfer_state.h"
 #include "tv_path.h"
 
 namespace hidlaudio::host {
 namespace {
+
+/** What a path on the TV that is about to be opened is besides a file. */
+class StateFileOpening {
+  public:
+    explicit StateFileOpening(const char* path) : kind_(stateFileKind(path)) {
+        if (!kind_) return;
+        const int kept = errno;
+        endCutOffTransfer(tvRoot(), *kind_);
+        errno = kept;
+        // Before the file is opened: a change in between makes one that is not in it yet.
+        changes_ = stateChanges(*kind_);
+    }
+
+    /** The descriptor that it was opened as, if it was. */
+    void remember(int fd) const {
+        if (kind_ && fd >= 0) rememberStateFile(fd, *kind_, changes_);
+        rememberTvDescriptor(fd, kind_ ? TvDescriptor::TransferState : TvDescriptor::File);
+    }
+
+  private:
+    std::optional<UploadKind> kind_;
+    uint64_t changes_ = 0;
+};
 
 using Open = int (*)(const char*, int, ...);
 
 int openPath(Open realOpen, const char* path, int flags, mode_t mode) {
     const TvPath file(path);
     if (!file.onTv()) return realOpen(path, flags, mode);
+    if (isBackEndDevice(path)) {
+        const int device = unlessFaulty("open", -1, [flags] { return openBackEnd(flags); });
+        rememberTvDescriptor(device, TvDescriptor::BackEnd);
+        return device;
+    }
+    const StateFileOpening state(path);
     const int fd = unlessFaulty("open", -1, [&] { return realOpen(file.real(), flags, mode); });
-    rememberTvDescriptor(fd);
+    state.remember(fd);
     return fd;
 }
 
 FILE* openStream(FILE* (*realOpen)(const char*, const char*), const char* path, const char* mode) {
     const TvPath file(path);
     if (!file.onTv()) return realOpen(path, mode);
+    const StateFileOpening state(path);
     FILE* stream = unlessFaulty<FILE*>("fopen", nullptr, [&] { return realOpen(file.real(), mode); });
-    if (stream != nullptr) rememberTvDescriptor(fileno(stream));
+    if (stream != nullptr) state.remember(fileno(stream));
     return stream;
 }
 

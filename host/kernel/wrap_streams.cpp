@@ -6,6 +6,7 @@
 #include "descriptors.h"
 #include "faulty_call.h"
 #include "real_calls.h"
+#include "transfer_state.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -20,8 +21,13 @@ size_t transfer(const char* name, size_t (*call)(Buffer, size_t, size_t, FILE*),
         errno = verdict.error;
         return 0;
     }
-    if (size == 0 || verdict.bytes / size >= count) return call(buffer, size, count, stream);
-    return call(buffer, 1, verdict.bytes, stream) / size;
+    const size_t moved = size == 0 || verdict.bytes / size >= count
+                             ? call(buffer, size, count, stream)
+                             : call(buffer, 1, verdict.bytes, stream) / size;
+    if (moved > 0 && kindOfDescriptor(fileno(stream)) == TvDescriptor::TransferState) {
+        noteStateRead(fileno(stream));
+    }
+    return moved;
 }
 
 }  // namespace
@@ -49,7 +55,9 @@ int __wrap_fseek(FILE* stream, long offset, int whence) {
 
 int __wrap_fclose(FILE* stream) {
     if (!isTvStream(stream)) return __real_fclose(stream);
-    forgetTvDescriptor(fileno(stream));
+    const int fd = fileno(stream);
+    if (kindOfDescriptor(fd) == TvDescriptor::TransferState) forgetStateFile(fd);
+    forgetTvDescriptor(fd);
     const int result = __real_fclose(stream);
     return unlessFaulty("fclose", EOF, [&] { return result; });
 }

@@ -13,6 +13,12 @@ constexpr std::string_view kMiddlewareFunctions[] = {
     "MTAL_Init",
     "a_mtktvapi_config_get_value",
     "a_mtktvapi_config_set_value",
+    "MTAUDDEC_GetChannelMainDelaySp",
+    "MTDRVCUST_dcustom_cust_spec_get",
+    "MTDRVCUST_dcustom_cust_spec_set",
+    "MTEEPROM_GetProperty",
+    "MTEEPROM_Init",
+    "MTEEPROM_Read",
 };
 
 }  // namespace hidlaudio::host

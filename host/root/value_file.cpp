@@ -57,6 +57,16 @@ bool isNameCharacter(char c) {
            c == '-' || c == '.';
 }
 
+template <typename Number>
+std::optional<Number> parse(std::string_view text) {
+    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
+    while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
+    Number value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
 }  // namespace
 
 int readValueFile(const std::string& path, std::string& content) {
@@ -81,12 +91,11 @@ int writeValueFile(const std::string& path, const std::string& content) {
 }
 
 std::optional<int32_t> parseInt32(std::string_view text) {
-    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
-    int32_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return value;
+    return parse<int32_t>(text);
+}
+
+std::optional<uint32_t> parseUint32(std::string_view text) {
+    return parse<uint32_t>(text);
 }
 
 bool isValueName(std::string_view name) {

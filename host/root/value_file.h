@@ -34,6 +34,7 @@ int writeValueFile(const std::string& path, const std::string& content);
 
 /** The text as one decimal number, with white space around it allowed; else nothing. */
 std::optional<int32_t> parseInt32(std::string_view text);
+std::optional<uint32_t> parseUint32(std::string_view text);
 
 /**
  * Whether `name` may name a value file: letters, digits, '_', '-' and '.', no dot

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "back_end.h"
 #include "commands.h"
 #include "host/root/folder_lock.h"
 #include "host/root/tv_root.h"
@@ -45,7 +46,7 @@ int clearWakeLocks() {
 }
 
 /** Why the programs cannot be started now; empty if they can. */
-std::string whatStandsAgainst() {
+std::string whatStandsAgainst(bool hasBackEnd) {
     for (const std::string program : kPrograms) {
         if (const auto process = runningProgram(program)) {
             return "the TV is running already: " + program + " is process " + std::to_string(process->pid);
@@ -54,33 +55,20 @@ std::string whatStandsAgainst() {
     }
     if (const int error = clearWakeLocks(); error != 0)
         return fileError(tvRoot() + "/power/wake_lock", error);
-    return "";
+    std::string failed;
+    const int error = hasBackEnd ? makeBackEndIdle(failed) : 0;
+    return error == 0 ? "" : fileError(failed, error);
 }
 
-/** Starts every program or none. Returns an empty string, or why not. */
-std::string startAll(std::vector<Started>& started) {
-    const FolderLock lock(tvRoot() + "/run");
-    if (lock.error() != 0) return fileError(tvRoot() + "/run", lock.error());
-    std::string reason = whatStandsAgainst();
-    if (!reason.empty()) return reason;
-    for (const std::string program : kPrograms) {
-        Process process;
-        if (const int error = startProgram(program, process); error != 0) {
-            stopPrograms();
-            return fileError(fileOf(program), error);
-        }
-        started.push_back({program, process});
-    }
-    return "";
-}
-
-/** How one of the programs has ended, if one has. */
+/** How one of the programs has ended, if any has; rather one that nobody asked to. */
 std::optional<Ending> anyEnding(const Boot& boot) {
+    std::optional<Ending> found;
     for (const Started& one : boot.started) {
-        if (const auto ending = endingOf(one.process))
-            return Ending{ending->asked, one.program + " " + ending->how};
+        const auto ending = endingOf(one.process);
+        if (!ending || (found && ending->asked)) continue;
+        found = Ending{ending->asked, one.program + " " + ending->how};
     }
-    return std::nullopt;
+    return found;
 }
 
 bool allRegistered(const Boot& boot) {
@@ -88,20 +76,52 @@ bool allRegistered(const Boot& boot) {
                        [](const Started& one) { return servicesRegistered(one.program, one.process.pid); });
 }
 
-/** Takes back a boot that did not come to its end. */
-int giveUp(const std::string& reason) {
-    stopPrograms();
-    return fail(reason);
-}
-
-int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
+/** Waits until what was started has registered its services. Returns an empty string, or why not. */
+std::string awaitServices(const Boot& boot, const Interrupt& interrupt) {
     const auto deadline = steady_clock::now() + kLongestStart;
     while (!allRegistered(boot)) {
         if (const auto ending = anyEnding(boot)) {
-            return giveUp(ending->how + ". The last lines of the log:\n" + boot.log.lastLines(kLastLines));
+            return ending->how + ". The last lines of the log:\n" + boot.log.lastLines(kLastLines);
         }
-        if (steady_clock::now() > deadline) return giveUp("the services did not come up; see `tv log`");
-        if (interrupt.cameWithin(10)) return giveUp("interrupted");
+        if (steady_clock::now() > deadline) return "the services did not come up; see `tv log`";
+        if (interrupt.cameWithin(10)) return "interrupted";
+    }
+    return "";
+}
+
+/** Starts the program and notes it in `boot`. Returns an empty string, or why not. */
+std::string start(const std::string& program, Boot& boot) {
+    Process process;
+    const int error = startProgram(program, process);
+    if (error == 0) boot.started.push_back({program, process});
+    return error == 0 ? "" : fileError(fileOf(program), error);
+}
+
+/**
+ * Starts every program or none, each once those before it serve: the daemon looks
+ * for the audio HAL as it starts, and never again. Returns an empty string, or why
+ * not.
+ */
+std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
+    const FolderLock lock(tvRoot() + "/run");
+    if (lock.error() != 0) return fileError(tvRoot() + "/run", lock.error());
+    std::string reason = whatStandsAgainst(hasBackEnd);
+    if (!reason.empty()) return reason;
+    for (const char* program : kPrograms) {
+        reason = awaitServices(boot, interrupt);
+        if (reason.empty()) reason = start(program, boot);
+        if (reason.empty()) continue;
+        stopPrograms();
+        return reason;
+    }
+    return "";
+}
+
+int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
+    const std::string reason = awaitServices(boot, interrupt);
+    if (!reason.empty()) {
+        stopPrograms();
+        return fail(reason);
     }
     for (const Started& one : boot.started)
         printf("%s runs, process %d\n", one.program.c_str(), one.process.pid);
@@ -119,10 +139,11 @@ int stayInForeground(Boot& boot, const Interrupt& interrupt) {
 }
 
 int bootTv(bool background) {
-    if (!openTv()) return kWrongUsage;
+    const std::optional<TvModel> model = openTv();
+    if (!model) return kWrongUsage;
     const Interrupt interrupt;
     Boot boot;
-    const std::string reason = startAll(boot.started);
+    const std::string reason = startAll(model->backEnd, boot, interrupt);
     if (!reason.empty()) return fail(reason);
     return background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
 }

@@ -16,7 +16,9 @@ void addBoot(CLI::App& app, int& status);
 void addShutdown(CLI::App& app, int& status);
 void addShow(CLI::App& app, int& status);
 void addConfig(CLI::App& app, int& status);
+void addEeprom(CLI::App& app, int& status);
 void addFault(CLI::App& app, int& status);
+void addBectrl(CLI::App& app, int& status);
 void addLog(CLI::App& app, int& status);
 
 /** A positional argument that may be left out; given() tells it from an empty one. */

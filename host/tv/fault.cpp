@@ -9,6 +9,7 @@
 #include <string>
 
 #include "commands.h"
+#include "host/audio_hal/operations.h"
 #include "host/middleware/functions.h"
 #include "host/root/fault_file.h"
 #include "host/root/tv_root.h"
@@ -22,14 +23,27 @@ namespace {
 
 using Text = std::optional<std::string>;
 
-bool isFunction(const std::string& name) {
-    return std::find(std::begin(kMiddlewareFunctions), std::end(kMiddlewareFunctions), name) !=
-           std::end(kMiddlewareFunctions);
+template <typename Names>
+bool isIn(const Names& names, const std::string& name) {
+    return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
+
+bool isHalOperation(const std::string& name) {
+    return isIn(kHalOperations, name);
 }
 
 std::string allFunctions() {
     std::string names;
     for (const std::string_view name : kMiddlewareFunctions) names += "\n  " + std::string(name);
+    for (const std::string_view name : kHalOperations) names += "\n  " + std::string(name) + " (audio HAL)";
+    return names;
+}
+
+std::string allResults() {
+    std::string names;
+    for (size_t i = 0; i < std::size(kHalResults); ++i) {
+        names += (i == 0 ? "" : ", ") + std::to_string(i) + " " + std::string(kHalResults[i]);
+    }
     return names;
 }
 
@@ -44,8 +58,7 @@ int print(const Text& name) {
 int clear(const Text& name) {
     for (const FaultState& fault : faultStates()) {
         if (name && fault.function != *name) continue;
-        const std::string path = tvRoot() + "/soc/faults/" + fault.function;
-        if (unlink(path.c_str()) != 0 && errno != ENOENT) return fail(fileError(path, errno));
+        if (unlink(fault.path.c_str()) != 0 && errno != ENOENT) return fail(fileError(fault.path, errno));
     }
     return kDone;
 }
@@ -55,14 +68,17 @@ int set(const std::string& name, const std::string& text) {
     if (!fault) {
         return fail("\"" + text + "\": STATUS must be a 32-bit number, COUNT one of at least 1", kWrongUsage);
     }
-    const std::string path = tvRoot() + "/soc/faults/" + name;
+    if (isHalOperation(name) && !isHalResult(fault->status)) {
+        return fail("the STATUS of " + name + " must be one of " + allResults(), kWrongUsage);
+    }
+    const std::string path = tvRoot() + (isHalOperation(name) ? kHalFaultFolder : "/soc/faults") + "/" + name;
     const int error = writeValueFile(path, formatFault(*fault));
     return error == 0 ? kDone : fail(fileError(path, error));
 }
 
 int fault(const Text& name, const Text& value, const Text& count, bool shallClear) {
     if (!openTv()) return kWrongUsage;
-    if (name && !isFunction(*name)) {
+    if (name && !isIn(kMiddlewareFunctions, *name) && !isHalOperation(*name)) {
         return fail(
             "\"" + *name + "\" is no function that a fault can be set on; these are:" + allFunctions(),
             kWrongUsage);
@@ -75,11 +91,12 @@ int fault(const Text& name, const Text& value, const Text& count, bool shallClea
 }  // namespace
 
 void addFault(CLI::App& app, int& status) {
-    CLI::App* command = app.add_subcommand("fault", "Make a middleware function fail");
+    CLI::App* command =
+        app.add_subcommand("fault", "Make a function of the middleware or of the audio HAL fail");
     command->footer(
-        "Without STATUS the faults that are set are listed. A fault is the file soc/faults/<function>; it\n"
-        "takes effect at the function's next call.\n\nFunctions:" +
-        allFunctions());
+        "Without STATUS the faults that are set are listed. A fault is the file soc/faults/<function>, or\n"
+        "hal/faults/<operation>; it takes effect at the next call. The audio HAL's STATUS is a Result:\n" +
+        allResults() + ".\n\nFunctions:" + allFunctions());
     const CLI::Option* name = addText(command, "NAME", "The function");
     CLI::Option* value = addText(command, "STATUS", "What it returns instead of working");
     const CLI::Option* count = addText(command, "COUNT", "How many times; without: until it is cleared");

@@ -25,7 +25,8 @@ int runCommand(int argc, char** argv) {
            "(~/.local/state)")
         ->type_name("DIR")
         ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
-    for (const auto add : {addInit, addBoot, addShutdown, addShow, addConfig, addFault, addLog}) {
+    for (const auto add :
+         {addInit, addBoot, addShutdown, addShow, addConfig, addEeprom, addFault, addBectrl, addLog}) {
         add(app, status);
     }
     try {

@@ -8,8 +8,11 @@
 
 namespace hidlaudio::host {
 
-/** The programs of the TV, in the order in which it starts them; each lies beside `tv`. */
-constexpr const char* kPrograms[] = {"hidlaudio"};
+/**
+ * The programs of the TV, in the order in which it starts them, each once the services of
+ * the one before are registered; all lie beside `tv`.
+ */
+constexpr const char* kPrograms[] = {"audio_hal", "hidlaudio"};
 
 /** log/<program>.log of the TV at tvRoot(). */
 std::string logOf(const std::string& program);

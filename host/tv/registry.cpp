@@ -22,8 +22,14 @@ struct Service {
 
 /** The newest version of each; the older ones are registered along with it. */
 constexpr Service kServices[] = {
+    {"audio_hal", "android.hardware.audio@5.0::IDevicesFactory"},
+    {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IHdmiAudio"},
     {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingStatusListener"},
     {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IOutputExternal"},
+    {"hidlaudio", "com.tovi.dtv.hardware.audio@6.1::IOutputSpeaker"},
+    {"hidlaudio", "com.tovi.dtv.hardware.audio@4.0::ICenterSpeaker"},
+    {"hidlaudio", "com.tovi.dtv.hardware.audio@5.1::IHeadphoneVirtualizer"},
+    {"hidlaudio", "com.tovi.dtv.hardware.audio@6.1::IMicControl"},
 };
 
 bool isIn(const hidl_vec<Entry>& entries, const Service& service, pid_t pid) {

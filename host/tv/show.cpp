@@ -4,6 +4,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "back_end.h"
 #include "commands.h"
 #include "host/root/tv_root.h"
 #include "programs.h"
@@ -20,6 +21,14 @@ void printHeading(const char* heading, bool any) {
     printf("%s:%s\n", heading, any ? "" : " none");
 }
 
+void printBackEnd() {
+    const std::optional<int32_t> boot = bootState();
+    printHeading("Back-end controller", true);
+    printf("  boot state %s\n", boot ? std::to_string(*boot).c_str() : "none");
+    for (const UploadState& upload : uploadStates()) printf("  %s\n", describe(upload).c_str());
+    for (const std::string& command : customSpecCommands()) printf("  command %s\n", command.c_str());
+}
+
 void printText(const TvModel& model) {
     printf("TV in %s\n", tvRoot().c_str());
     printf("Model: %s back-end controller, %s centre input\n", model.backEnd ? "with" : "without",
@@ -33,6 +42,12 @@ void printText(const TvModel& model) {
     }
     printHeading("Configuration", true);
     for (const ConfigValue& value : configValues()) printf("  %s\n", describe(value).c_str());
+    printHeading("EEPROM", true);
+    for (const EepromState& state : eepromStates()) printf("  %s\n", describe(state).c_str());
+    printHeading("Audio HAL parameters", !halParameters().empty());
+    for (const HalParameter& each : halParameters()) {
+        printf("  %s %s\n", each.key.c_str(), each.value.c_str());
+    }
     printHeading("Faults", !faultStates().empty());
     for (const FaultState& fault : faultStates()) printf("  %s\n", describe(fault).c_str());
     printHeading("Stored files", !storedFiles().empty());
@@ -41,6 +56,12 @@ void printText(const TvModel& model) {
     }
     printHeading("Wake locks", !wakeLocks().empty());
     for (const std::string& name : wakeLocks()) printf("  %s\n", name.c_str());
+    if (model.backEnd) printBackEnd();
+}
+
+template <typename Value>
+ordered_json orNull(const std::optional<Value>& value) {
+    return value ? ordered_json(*value) : ordered_json(nullptr);
 }
 
 ordered_json programsAsJson() {
@@ -58,6 +79,18 @@ ordered_json configAsJson() {
         config[value.key] = value.number ? ordered_json(*value.number) : ordered_json(nullptr);
     }
     return config;
+}
+
+ordered_json eepromAsJson() {
+    ordered_json eeprom = ordered_json::object();
+    for (const EepromState& state : eepromStates()) eeprom[state.name] = orNull(state.byte);
+    return eeprom;
+}
+
+ordered_json halParametersAsJson() {
+    ordered_json parameters = ordered_json::object();
+    for (const HalParameter& parameter : halParameters()) parameters[parameter.key] = parameter.value;
+    return parameters;
 }
 
 ordered_json faultsAsJson() {
@@ -80,16 +113,30 @@ ordered_json filesAsJson() {
     return files;
 }
 
+ordered_json backEndAsJson() {
+    ordered_json backEnd{{"boot_state", orNull(bootState())}};
+    for (const UploadState& upload : uploadStates()) {
+        backEnd[nameOf(upload.kind)] = {{"state", orNull(upload.state)},
+                                        {"result", orNull(upload.result)},
+                                        {"received", orNull(upload.received)}};
+    }
+    backEnd["commands"] = customSpecCommands();
+    return backEnd;
+}
+
 void printJson(const TvModel& model) {
-    const ordered_json state{{"tv", tvRoot()},
-                             {"model", model.backEnd ? "be" : "standard"},
-                             {"centre_input", model.centreInput},
-                             {"platform_ready", isPlatformReady()},
-                             {"programs", programsAsJson()},
-                             {"config", configAsJson()},
-                             {"faults", faultsAsJson()},
-                             {"files", filesAsJson()},
-                             {"wake_locks", wakeLocks()}};
+    ordered_json state{{"tv", tvRoot()},
+                       {"model", model.backEnd ? "be" : "standard"},
+                       {"centre_input", model.centreInput},
+                       {"platform_ready", isPlatformReady()},
+                       {"programs", programsAsJson()},
+                       {"config", configAsJson()},
+                       {"eeprom", eepromAsJson()},
+                       {"hal_parameters", halParametersAsJson()},
+                       {"faults", faultsAsJson()},
+                       {"files", filesAsJson()},
+                       {"wake_locks", wakeLocks()}};
+    if (model.backEnd) state["back_end"] = backEndAsJson();
     // File names may be any bytes.
     printf("%s\n", state.dump(2, ' ', false, ordered_json::error_handler_t::replace).c_str());
 }
@@ -100,9 +147,11 @@ void addShow(CLI::App& app, int& status) {
     const auto json = std::make_shared<bool>(false);
     CLI::App* command = app.add_subcommand("show", "Show all that the TV holds");
     command->footer(
-        "The model, what runs, the configuration, the faults that are set, what the daemon has stored and\n"
-        "the wake locks held. As JSON, null stands for a program that does not run, a configuration value\n"
-        "that cannot be read, and a fault file that holds no status.");
+        "The model, what runs, the configuration, the EEPROM bytes that the daemon reads, what the audio "
+        "HAL\n"
+        "was given, the faults that are set, what the daemon has stored and the wake locks held. As JSON,\n"
+        "null stands for a program that does not run, a configuration value or an EEPROM byte that cannot\n"
+        "be read, and a fault file that holds no status.");
     command->add_flag("--json", *json, "As one JSON object");
     command->callback([json, &status] {
         const std::optional<TvModel> model = openTv();

@@ -7,10 +7,14 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "eeprom_image.h"
+#include "host/audio_hal/operations.h"
 #include "host/middleware/config_keys.h"
+#include "host/root/back_end_files.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
 #include "terminal.h"
+#include "tuning_file.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -34,10 +38,20 @@ constexpr Folder kFolders[] = {
     {"/data/vendor/tovi/hidlaudio", 0755},
     {"/soc/config", 0755},
     {"/soc/faults", 0755},
+    {"/soc/audio_decoder", 0755},
+    {kHalParameterFolder, 0755},
+    {kHalFaultFolder, 0755},
     {"/power", 0755},
     {"/run", 0700},
     {"/run/hwbinder", 0700},  // the services are for the same user only
     {"/log", 0755},
+};
+
+/** Of a TV with a back-end controller. */
+constexpr Folder kBackEndFolders[] = {
+    {kBackEndFolder, 0755},
+    {"/soc/bectrl", 0755},
+    {kTransferStateFolder, 0755},
 };
 
 struct File {
@@ -46,10 +60,20 @@ struct File {
 };
 
 std::vector<File> factoryFiles() {
-    std::vector<File> files{{"/data/vendor/tmp/dtv_svc_is_ready", ""}, {"/power/wake_lock", ""}};
+    std::vector<File> files{{"/data/vendor/tmp/dtv_svc_is_ready", ""},
+                            {"/data/vendor/tmp/recipe/aqda.bin", makeTuningFile()},
+                            {"/soc/audio_decoder/channel_main_delay_sp", "20\n"},
+                            {"/power/wake_lock", ""}};
     for (const ConfigKey& key : kConfigKeys) {
         files.push_back({"/soc/config/" + std::string(key.name), std::to_string(key.factoryValue) + "\n"});
     }
+    return files;
+}
+
+std::vector<File> backEndFiles() {
+    std::vector<File> files{{kBootStateFile, "1\n"}, {kCustomSpecLog, ""}, {kBehaviourFile, ""}};
+    for (const UploadKind kind : kUploadKinds)
+        files.push_back({transferStateFile(kind), idleTransferState()});
     return files;
 }
 
@@ -70,12 +94,14 @@ int removeParts(const std::string& root, std::string& failed) {
     return 0;
 }
 
-int makeParts(const std::string& root, std::string& failed) {
-    for (const Folder& folder : kFolders) {
+template <typename Folders>
+int makeParts(const std::string& root, const Folders& folders, const std::vector<File>& files,
+              std::string& failed) {
+    for (const Folder& folder : folders) {
         failed = root + folder.path;
         if (const int error = makeFolder(failed, folder.mode); error != 0) return error;
     }
-    for (const File& file : factoryFiles()) {
+    for (const File& file : files) {
         failed = root + file.path;
         if (const int error = writeValueFile(failed, file.content); error != 0) return error;
     }
@@ -118,7 +144,11 @@ int makeTv(const TvModel& model, std::string& failed) {
     failed = root + kModelFile;
     if (const int written = writeValueFile(failed, describe(model)); written != 0) return written;
     if (const int removed = removeParts(root, failed); removed != 0) return removed;
-    return makeParts(root, failed);
+    if (const int made = makeParts(root, kFolders, factoryFiles(), failed); made != 0) return made;
+    failed = root + "/soc/eeprom.bin";
+    const int made = makeEeprom(model.backEnd, model.centreInput);
+    if (made != 0 || !model.backEnd) return made;
+    return makeParts(root, kBackEndFolders, backEndFiles(), failed);
 }
 
 std::optional<TvModel> openTv() {

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tv_state.h"
 
+#include <stdio.h>
 #include <string.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <sstream>
 
+#include "eeprom_image.h"
+#include "host/audio_hal/operations.h"
 #include "host/middleware/config_keys.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
@@ -16,6 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kFaultFolders[] = {"/soc/faults", kHalFaultFolder};
 constexpr char kStoredFiles[] = "/data/vendor/tovi/hidlaudio";
 constexpr uintmax_t kFewBytes = 64;
 
@@ -68,10 +72,13 @@ std::string describe(const ConfigValue& value) {
 
 std::vector<FaultState> faultStates() {
     std::vector<FaultState> faults;
-    for (const std::string& name : namesIn("/soc/faults")) {
-        std::string text;
-        readValueFile(tvRoot() + "/soc/faults/" + name, text);
-        faults.push_back({name, parseFault(text)});
+    for (const char* folder : kFaultFolders) {
+        for (const std::string& name : namesIn(folder)) {
+            const std::string path = tvRoot() + folder + "/" + name;
+            std::string text;
+            readValueFile(path, text);
+            faults.push_back({name, path, parseFault(text)});
+        }
     }
     return faults;
 }
@@ -80,6 +87,34 @@ std::string describe(const FaultState& fault) {
     if (!fault.setting) return fault.function + ": its file holds no STATUS, so it fails";
     const std::string text = fault.function + " returns " + std::to_string(fault.setting->status);
     return fault.setting->count == 0 ? text : text + ", " + std::to_string(fault.setting->count) + " times";
+}
+
+std::vector<EepromState> eepromStates() {
+    std::vector<EepromState> states;
+    for (const EepromByte& known : kEepromBytes) {
+        uint8_t byte = 0;
+        const bool readable = readEeprom(known.address, byte) == 0;
+        states.push_back({known.name, known.address, readable ? std::optional(byte) : std::nullopt});
+    }
+    return states;
+}
+
+std::string describe(const EepromState& state) {
+    char value[32];
+    snprintf(value, sizeof(value), state.byte ? " (0x%X) 0x%02X" : " (0x%X) cannot be read", state.address,
+             state.byte.value_or(0));
+    return state.name + value;
+}
+
+std::vector<HalParameter> halParameters() {
+    std::vector<HalParameter> parameters;
+    for (const std::string& key : namesIn(kHalParameterFolder)) {
+        std::string value;
+        readValueFile(tvRoot() + kHalParameterFolder + "/" + key, value);
+        if (!value.empty() && value.back() == '\n') value.pop_back();
+        parameters.push_back({key, value});
+    }
+    return parameters;
 }
 
 std::vector<StoredFile> storedFiles() {

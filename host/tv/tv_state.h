@@ -28,9 +28,10 @@ std::vector<ConfigValue> configValues();
 /** "g_audio__tv_position 0", "g_audio__tv_position: No such file or directory". */
 std::string describe(const ConfigValue& value);
 
-/** A fault that is set on a function. */
+/** A fault that is set on a function of the middleware or an operation of the audio HAL. */
 struct FaultState {
     std::string function;
+    std::string path;                     // its file
     std::optional<FaultSetting> setting;  // none: the file holds something else; the function fails
 };
 
@@ -38,6 +39,26 @@ std::vector<FaultState> faultStates();
 
 /** "MTAL_Init returns -1", "MTAL_Init returns -1, 3 times". */
 std::string describe(const FaultState& fault);
+
+/** A byte of the EEPROM that the daemon reads. */
+struct EepromState {
+    std::string name;
+    uint32_t address;
+    std::optional<uint8_t> byte;  // none: it cannot be read
+};
+
+std::vector<EepromState> eepromStates();
+
+/** "segment (0x10089) 0x53". */
+std::string describe(const EepromState& state);
+
+/** A parameter that the audio HAL holds. */
+struct HalParameter {
+    std::string key;
+    std::string value;  // empty also where its file cannot be read
+};
+
+std::vector<HalParameter> halParameters();
 
 /** A file of the data partition. */
 struct StoredFile {

@@ -2,8 +2,10 @@
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputEncodingStatusListener.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
 #include <hidl/HidlTransportSupport.h>
-#include <string.h>
 #include <unistd.h>
+
+#include "fake_speakers.h"
+#include "fake_virtualizer.h"
 
 namespace {
 
@@ -57,13 +59,25 @@ class FakeListener : public V3_1::IOutputEncodingStatusListener {
 
 }  // namespace
 
-/** Serves those named: "external", "listener". */
+/** Serves those named: "external", "listener", "speaker", "center", "virtualizer", "mic". */
 int main(int argc, char** argv) {
     android::hardware::configureRpcThreadpool(1, true);
     for (int i = 1; i < argc; ++i) {
-        const android::status_t status = strcmp(argv[i], "external") == 0
-                                             ? (new FakeOutput())->registerAsService()
-                                             : (new FakeListener())->registerAsService();
+        const std::string name = argv[i];
+        android::status_t status;
+        if (name == "external") {
+            status = (new FakeOutput())->registerAsService();
+        } else if (name == "speaker") {
+            status = (new hidlaudio::test::FakeSpeaker())->registerAsService();
+        } else if (name == "center") {
+            status = (new hidlaudio::test::FakeCenter())->registerAsService();
+        } else if (name == "mic") {
+            status = (new hidlaudio::test::FakeMic())->registerAsService();
+        } else if (name == "virtualizer") {
+            status = (new hidlaudio::test::FakeVirtualizer())->registerAsService();
+        } else {
+            status = (new FakeListener())->registerAsService();
+        }
         if (status != android::OK) return 1;
     }
     android::hardware::joinRpcThreadpool();

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "host/kernel/log.h"
+#include "host/middleware/custom_spec.h"
 #include "host/middleware/functions.h"
 #include "platform/soc_middleware.h"
 #include "tests/support/private_tv.h"
@@ -26,13 +27,42 @@ std::map<std::string_view, std::function<int32_t()>> workingCalls() {
                  int32_t value = 0;
                  return a_mtktvapi_config_get_value(-1, kKey, &value);
              }},
-            {"a_mtktvapi_config_set_value", [] { return a_mtktvapi_config_set_value(-1, kKey, 5, 7); }}};
+            {"a_mtktvapi_config_set_value", [] { return a_mtktvapi_config_set_value(-1, kKey, 5, 7); }},
+            {"MTAUDDEC_GetChannelMainDelaySp",
+             [] {
+                 uint32_t delay = 0;
+                 return MTAUDDEC_GetChannelMainDelaySp(&delay);
+             }},
+            {"MTDRVCUST_dcustom_cust_spec_get",
+             [] {
+                 host::CustomSpecRecord record{21, {}, 1, {}};
+                 uint32_t size = sizeof(record);
+                 return MTDRVCUST_dcustom_cust_spec_get(0x20186, &record, &size);
+             }},
+            {"MTDRVCUST_dcustom_cust_spec_set",
+             [] {
+                 const host::CustomSpecRecord record{32, {1}, 1, {}};
+                 return MTDRVCUST_dcustom_cust_spec_set(0x20185, &record, sizeof(record), 0);
+             }},
+            {"MTEEPROM_GetProperty",
+             [] {
+                 MTEEPROM_Property property{};
+                 return MTEEPROM_GetProperty(&property);
+             }},
+            {"MTEEPROM_Init", [] { return MTEEPROM_Init(); }},
+            {"MTEEPROM_Read", [] {
+                 char byte = 0;
+                 return MTEEPROM_Read(0, &byte, 1);
+             }}};
 }
 
 class MiddlewareFaults : public testing::Test {
   protected:
     MiddlewareFaults() {
+        makeFile(tv_ / "soc/bectrl/boot_state", "1\n");
         makeFile(tv_ / "soc/config/key", "5\n");
+        makeFile(tv_ / "soc/audio_decoder/channel_main_delay_sp", "5\n");
+        makeFile(tv_ / "soc/eeprom.bin", "5");
         EXPECT_EQ(MTAL_Init(), 0);
     }
 

@@ -1,44 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android/hardware/audio/5.0/IDevicesFactory.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputEncodingStatusListener.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
+#include <com/tovi/dtv/hardware/audio/4.0/ICenterSpeaker.h>
+#include <com/tovi/dtv/hardware/audio/6.1/IMicControl.h>
+#include <com/tovi/dtv/hardware/audio/6.1/IOutputSpeaker.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <sstream>
 
+#include "tests/support/becomes_true.h"
 #include "tests/support/run_program.h"
 
 namespace hidlaudio::test {
 namespace {
 
+using namespace com::tovi::dtv::hardware::audio;
 using namespace com::tovi::dtv::hardware::audio::V3_1;
-using android::sp;
-using std::chrono::steady_clock;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-constexpr std::chrono::seconds kPatience{30};
 constexpr char kMainCalled[] = "D HidlAudio: ########## HIDL server side: main() is called:";
+constexpr char kNoHal[] = "E hidlaudio: load audio interface failed";
 constexpr char kOpened[] = "D hidlaudio: OutputExternal mtal open success";
-
-/** Whether the condition comes true; looks again every few milliseconds. */
-template <typename Condition>
-bool becomesTrue(Condition condition) {
-    const auto deadline = steady_clock::now() + kPatience;
-    while (!condition()) {
-        if (steady_clock::now() > deadline) return false;
-        usleep(2000);
-    }
-    return true;
-}
-
-template <typename Interface>
-sp<Interface> awaitService() {
-    sp<Interface> service;
-    EXPECT_TRUE(becomesTrue([&] { return (service = Interface::getService()) != nullptr; }));
-    return service;
-}
 
 /** What the daemon itself logged, without time and thread: "D HidlAudio: text". */
 std::vector<std::string> logOf(const RunningProgram& daemon) {
@@ -66,7 +51,9 @@ TEST_F(Daemon, KeepsASettingThroughAKill) {
     {
         const RunningProgram daemon({DAEMON});
         const auto service = awaitService<IOutputExternal>();
-        EXPECT_THAT(logOf(daemon), ElementsAre(kMainCalled, kOpened, HasSubstr("prev setting not exist.")));
+        EXPECT_THAT(logOf(daemon),
+                    ElementsAre(kMainCalled, kOpened, HasSubstr("prev setting not exist."), kNoHal,
+                                "D hidlaudio: [CenterSpeaker] start", HasSubstr("fopen failed"), kNoHal));
         EXPECT_TRUE(service->getForceEncodingEnabled());
         EXPECT_EQ(service->setForceEncodingEnabled(false), 0);
         EXPECT_TRUE(awaitService<IOutputEncodingStatusListener>()->onForceEncodingChanged(false).isOk());
@@ -76,6 +63,32 @@ TEST_F(Daemon, KeepsASettingThroughAKill) {
     makeFile(tv_ / "soc/config/g_audio__bitstream_output_mode", "0\n");
     const RunningProgram daemon({DAEMON});
     EXPECT_FALSE(awaitService<IOutputExternal>()->getForceEncodingEnabled());
+}
+
+TEST_F(Daemon, ServesAllServicesOnATvWithoutAHal) {
+    switchTvOn();
+    const RunningProgram daemon({DAEMON});
+    EXPECT_EQ(awaitService<V6_1::IMicControl>()->getMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC"), 0.0F);
+    EXPECT_FALSE(awaitService<V4_0::ICenterSpeaker>()->isCenterSpeakerInputAvailable());
+    EXPECT_EQ(awaitService<V6_1::IOutputSpeaker>()->setTvPosition(1), 0);
+    EXPECT_EQ(contentOf(tv_ / "soc/config/g_audio__tv_position"), "1\n");
+}
+
+TEST_F(Daemon, OutlivesTheHal) {
+    switchTvOn();
+    makeFile(tv_ / "hal/parameters/builtin_mic_gain", "0.25\n");
+    RunningProgram hal({AUDIO_HAL});
+    awaitService<android::hardware::audio::V5_0::IDevicesFactory>();
+    const RunningProgram daemon({DAEMON});
+    const auto mic = awaitService<V6_1::IMicControl>();
+    EXPECT_EQ(mic->getMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC"), 0.25F);
+    kill(hal.pid(), SIGKILL);
+    EXPECT_EQ(hal.wait(), 128 + SIGKILL);
+    EXPECT_EQ(mic->getMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC"), 0.0F);
+    EXPECT_EQ(mic->setMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC", 0.5F), -1);
+    EXPECT_THAT(daemon.err(), HasSubstr("E MicControl: setParameters failed"));
+    EXPECT_EQ(awaitService<V6_1::IOutputSpeaker>()->setTvPosition(1), 0);
+    EXPECT_EQ(contentOf(tv_ / "soc/config/g_audio__tv_position"), "1\n");
 }
 
 TEST_F(Daemon, ServesOnlyOnceTheTvIsReady) {
@@ -113,9 +126,7 @@ TEST_F(Daemon, EndsWhereItCannotRegister) {
     const std::string registry = tv_ / "run/hwbinder";
     const std::string package = registry + "/com.tovi.dtv.hardware.audio@3.1::";
     makeFile(registry);
-    EXPECT_EQ(lastLine(),
-              "E HidlAudio: ########## HIDL OutputEncodingStatusListener server side: "
-              "registerAsService() is failed:");
+    EXPECT_EQ(lastLine(), "E HidlAudio: ########## HIDL server side: registerAsService() is failed:");
     std::filesystem::remove(registry);
     std::filesystem::create_directories(package + "IOutputExternal~default/in the way");
     EXPECT_EQ(lastLine(),

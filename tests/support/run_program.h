@@ -63,4 +63,17 @@ class RunningProgram {
     pid_t pid_ = -1;
 };
 
+/** What a program that has ended did. */
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+inline Outcome runProgram(std::vector<std::string> arguments) {
+    RunningProgram program(std::move(arguments));
+    const int status = program.wait();
+    return {status, program.out(), program.err()};
+}
+
 }  // namespace hidlaudio::test

@@ -13,7 +13,6 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
-using testing::StartsWith;
 using namespace std::chrono_literals;
 
 /** `tv` with the daemon beside it, or a shell script in its place. */
@@ -22,6 +21,7 @@ class Boot : public TvCommand {
     Boot() {
         std::filesystem::create_directory(folder_ / "bin");
         std::filesystem::copy_file(command_, folder_ / "bin/tv");
+        std::filesystem::copy_file(AUDIO_HAL, folder_ / "bin/audio_hal");
         command_ = folder_ / "bin/tv";
         mustRun({"init"});
     }
@@ -29,9 +29,10 @@ class Boot : public TvCommand {
 
     void useDaemon() { std::filesystem::copy_file(DAEMON, folder_ / "bin/hidlaudio"); }
 
-    void useScript(const std::string& script) {
-        makeFile(folder_ / "bin/hidlaudio", "#!/bin/sh\n" + script + "\n");
-        std::filesystem::permissions(folder_ / "bin/hidlaudio", std::filesystem::perms::owner_all);
+    void useScript(const std::string& script, const std::string& program = "hidlaudio") {
+        std::filesystem::remove(folder_ / ("bin/" + program));
+        makeFile(folder_ / ("bin/" + program), "#!/bin/sh\n" + script + "\n");
+        std::filesystem::permissions(folder_ / ("bin/" + program), std::filesystem::perms::owner_all);
     }
 
     std::string noteOfDaemon() const { return contentOf(tv_ + "/run/hidlaudio.pid"); }
@@ -69,7 +70,10 @@ TEST_F(Boot, RunsTheDaemonUntilShutdown) {
                 HasSubstr("pid " + std::to_string(pid) + "\n"));
     EXPECT_THAT(mustRun({"show"}), HasSubstr("hidlaudio process " + std::to_string(pid)));
     EXPECT_THAT(mustRun({"log"}),
-                AllOf(StartsWith("earlier\n"), HasSubstr("HIDL server side: main() is called")));
+                AllOf(HasSubstr("earlier\n"), HasSubstr("HIDL server side: main() is called"),
+                      HasSubstr("AudioHal: setParameters tv_position=table_top"),
+                      Not(HasSubstr("load audio interface failed"))))
+        << "the audio HAL is there before the daemon looks for it";
     EXPECT_EQ(contentOf(tv_ + "/power/wake_lock"), "");
 
     for (const auto& arguments : {std::vector<std::string>{"boot", "--background"}, {"init", "--force"}}) {
@@ -77,7 +81,7 @@ TEST_F(Boot, RunsTheDaemonUntilShutdown) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.err, HasSubstr("running"));
     }
-    EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("hidlaudio stopped"));
+    EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("hidlaudio stopped\naudio_hal stopped"));
     EXPECT_FALSE(runs(pid));
     EXPECT_EQ(noteOfDaemon(), "(none)");
     EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("nothing runs"));
@@ -137,6 +141,24 @@ TEST_F(Boot, InForegroundEndsWithAnothersShutdown) {
     EXPECT_THAT(foreground.err(), HasSubstr("signal 9"));
     kill(follower.pid(), SIGINT);
     EXPECT_EQ(follower.wait(), 0);
+}
+
+TEST_F(Boot, StartsNoDaemonWithoutTheAudioHal) {
+    useScript("echo > " + tv_ + "/started; exec sleep 1000");
+    useScript("echo broken; exit 3", "audio_hal");
+    for (const auto& arguments : {std::vector<std::string>{"boot"}, {"boot", "--background"}}) {
+        const Outcome outcome = run(arguments);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, AllOf(HasSubstr("audio_hal ended with status 3"), HasSubstr("broken\n")));
+    }
+    useScript("echo $$ > " + tv_ + "/waiting; exec sleep 1000", "audio_hal");
+    RunningProgram boot({command_, "boot"});
+    await([&] { return std::atoi(contentOf(tv_ + "/waiting").c_str()) > 0; });
+    const pid_t hal = std::atoi(contentOf(tv_ + "/waiting").c_str());
+    kill(boot.pid(), SIGINT);
+    EXPECT_EQ(boot.wait(), 1);
+    EXPECT_FALSE(runs(hal));
+    EXPECT_EQ(contentOf(tv_ + "/started"), "(none)");
 }
 
 TEST_F(Boot, IsNotMisledByAnOldNote) {

@@ -14,8 +14,8 @@ using testing::HasSubstr;
 
 /** The commands that need a TV, each with arguments that would do. */
 const std::vector<std::vector<std::string>> kTvCommands = {
-    {"boot", "--background"}, {"shutdown"},          {"show"}, {"show", "--json"}, {"config"},
-    {"config", "key", "1"},   {"fault", "DRV_Init"}, {"log"}};
+    {"boot", "--background"}, {"shutdown"},          {"show"}, {"show", "--json"},  {"config"},
+    {"config", "key", "1"},   {"fault", "DRV_Init"}, {"log"},  {"eeprom", "1", "2"}};
 
 TEST_F(TvCommand, MakesATvAndShowsIt) {
     umask(022);
@@ -34,13 +34,19 @@ TEST_F(TvCommand, MakesATvAndShowsIt) {
     makeFile(tv_ + "/soc/config/g_audio__earc_ddp_cap", "many\n");
     makeFile(tv_ + "/soc/faults/DRV_Init", "-3 2\n");
     makeFile(tv_ + "/soc/faults/MTAL_Init", "bad\n");
+    makeFile(tv_ + "/hal/faults/getParameters", "3\n");
+    makeFile(tv_ + "/hal/parameters/tv_position", "wall_mount\n");
+    std::filesystem::resize_file(tv_ + "/soc/eeprom.bin", 0x10116);
     const json expected = json::parse(R"({
         "model": "standard", "centre_input": true, "platform_ready": true,
-        "programs": {"hidlaudio": null},
+        "programs": {"audio_hal": null, "hidlaudio": null},
         "config": {"g_audio__tv_position": 0, "g_audio__spk_sur_type": 1, "g_audio__aud_speaker": 0,
                    "g_audio__bitstream_output_mode": 0, "g_audio__arc_dd_plus_capab": 2,
                    "g_audio__earc_ddp_cap": null, "g_audio__arc_mpeg4_aac_lc_capab": 1},
-        "faults": {"DRV_Init": {"status": -3, "count": 2}, "MTAL_Init": null},
+        "eeprom": {"back_end": 0, "segment": 83, "center_speaker_mode": null},
+        "hal_parameters": {"tv_position": "wall_mount"},
+        "faults": {"DRV_Init": {"status": -3, "count": 2}, "MTAL_Init": null,
+                   "getParameters": {"status": 3}},
         "files": {"/data/vendor/tovi/hidlaudio/bitstream_output_mode.data": {"size": 4, "hex": "02000000"},
                   "/data/vendor/tovi/hidlaudio/large": {"size": 1000}},
         "wake_locks": ["HidlAudioHrtf"]})");
@@ -52,7 +58,8 @@ TEST_F(TvCommand, MakesATvAndShowsIt) {
         mustRun({"show"}),
         AllOf(HasSubstr("without back-end controller, with centre input"), HasSubstr("hidlaudio not running"),
               HasSubstr("g_audio__earc_ddp_cap: no 32-bit"), HasSubstr("DRV_Init returns -3, 2 times"),
-              HasSubstr("4 bytes 02000000"), HasSubstr("HidlAudioHrtf")));
+              HasSubstr("4 bytes 02000000"), HasSubstr("HidlAudioHrtf"), HasSubstr("tv_position wall_mount"),
+              HasSubstr("segment (0x10089) 0x53"), HasSubstr("center_speaker_mode (0x10116) cannot")));
 }
 
 TEST_F(TvCommand, InitLosesNothing) {
@@ -120,6 +127,15 @@ TEST_F(TvCommand, RefusesWrongUsage) {
                               "fault NoSuch 1",
                               "fault ''",
                               "fault ../config/key 1",
+                              "fault setParameters 5",
+                              "fault getParameters -1",
+                              "eeprom",
+                              "eeprom 0x20000",
+                              "eeprom -1",
+                              "eeprom 0x",
+                              "eeprom 0x1001A 256",
+                              "eeprom 0x1001A ''",
+                              "eeprom 1F 0",
                               "fault DRV_Init x",
                               "fault DRV_Init ''",
                               "fault DRV_Init 1 0",
@@ -132,6 +148,7 @@ TEST_F(TvCommand, RefusesWrongUsage) {
     }
     EXPECT_EQ(mustRun({"show", "--json"}), before);
     EXPECT_THAT(run({"fault", "NoSuch"}).err, HasSubstr("a_mtktvapi_config_set_value"));
+    EXPECT_THAT(run({"fault", "setParameters", "5"}).err, HasSubstr("0 OK, 1 NOT_INITIALIZED, 2 INVALID_"));
 }
 
 TEST_F(TvCommand, ChangesValuesAndFaults) {
@@ -156,6 +173,9 @@ TEST_F(TvCommand, ChangesValuesAndFaults) {
     EXPECT_EQ(mustRun({"fault", "DRV_Init"}), "DRV_Init returns 5\n");
     mustRun({"fault", "DRV_Init", "--clear"});
     EXPECT_EQ(mustRun({"fault"}), "MTAL_Init returns -7, 3 times\n");
+    mustRun({"fault", "openPrimaryDevice", "4", "1"});
+    EXPECT_EQ(contentOf(tv_ + "/hal/faults/openPrimaryDevice"), "4 1\n");
+    EXPECT_EQ(mustRun({"fault"}), "MTAL_Init returns -7, 3 times\nopenPrimaryDevice returns 4, 1 times\n");
     mustRun({"fault", "--clear"});
     EXPECT_EQ(mustRun({"fault"}), "");
 }

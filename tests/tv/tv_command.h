@@ -8,19 +8,6 @@
 
 namespace hidlaudio::test {
 
-/** What a `tv` command did. */
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-inline Outcome runProgram(std::vector<std::string> arguments) {
-    RunningProgram program(std::move(arguments));
-    const int status = program.wait();
-    return {status, program.out(), program.err()};
-}
-
 /** A folder in which a test runs `tv` on the TV in its subfolder "tv". */
 class TvCommand : public testing::Test {
   protected:

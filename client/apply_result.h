@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <com/tovi/dtv/hardware/audio/5.0/IHeadphoneVirtualizerCallback.h>
+#include <hidl/HidlSupport.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+
+namespace hidlaudio::client {
+
+/** Hears how an upload ends, or that its service has; on any thread. */
+class ApplyResult : public com::tovi::dtv::hardware::audio::V5_0::IHeadphoneVirtualizerCallback,
+                    public android::hardware::hidl_death_recipient {
+  public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    android::hardware::Return<void> onApplyResult(int32_t result) override {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        if (!mResult) mResult = result;
+        mChanged.notify_all();
+        return android::hardware::Void();
+    }
+
+    void serviceDied(uint64_t, const android::wp<android::hidl::base::V1_0::IBase>&) override {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mDied = true;
+        mChanged.notify_all();
+    }
+
+    /** Whether it has ended; waits for that until `end`. */
+    bool wait(Time end) {
+        std::unique_lock<std::mutex> lock(mMutex);
+        return mChanged.wait_until(lock, end, [this] { return mResult || mDied; });
+    }
+
+    /** None where the service ended before it told. */
+    std::optional<int32_t> result() {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        return mResult;
+    }
+
+  private:
+    std::mutex mMutex;  // what follows
+    std::condition_variable mChanged;
+    std::optional<int32_t> mResult;
+    bool mDied = false;
+};
+
+}  // namespace hidlaudio::client

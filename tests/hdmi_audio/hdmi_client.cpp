@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+namespace {
+
+using android::sp;
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+using android::hardware::Void;
+using com::tovi::dtv::hardware::audio::V1_1::IHdmiAudioCallback;
+using com::tovi::dtv::hardware::audio::V3_1::IHdmiAudio;
+
+void print(const hidl_vec<hidl_string>& names) {
+    for (size_t i = 0; i < names.size(); ++i) printf("%s%s", i == 0 ? "" : " ", names[i].c_str());
+    printf("\n");
+    fflush(stdout);
+}
+
+/** Prints what it is told. */
+struct Printer : IHdmiAudioCallback {
+    Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
+        print(names);
+        return Void();
+    }
+};
+
+/** Stops its process before it returns: whoever goes on with it decides how long that takes. */
+struct Stopper : Printer {
+    Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
+        Printer::onCapabilityChanged(names).isOk();
+        raise(SIGSTOP);
+        return Void();
+    }
+};
+
+/** Asks the service for the present state, and registers a further callback, before it returns. */
+struct Caller : Printer {
+    explicit Caller(const sp<IHdmiAudio>& hdmi) : service(hdmi) {}
+    Return<void> onCapabilityChanged(const hidl_vec<hidl_string>&) override {
+        const bool called =
+            service->getAudioCapabilities(print).isOk() && service->setCallback(further).isOk();
+        if (!called) _exit(1);
+        return Void();
+    }
+    const sp<IHdmiAudio> service;
+    const sp<Printer> further = new Printer;
+};
+
+sp<IHdmiAudioCallback> make(const char* kind, const sp<IHdmiAudio>& service) {
+    if (strcmp(kind, "stop") == 0) return new Stopper;
+    if (strcmp(kind, "call") == 0) return new Caller(service);
+    return new Printer;
+}
+
+}  // namespace
+
+/** Registers a callback of that kind ("print", "twice", "stop", "call"), prints "ready", and lives on. */
+int main(int, char** argv) {
+    const sp<IHdmiAudio> service = IHdmiAudio::getService();
+    if (service == nullptr) return 1;
+    const sp<IHdmiAudioCallback> callback = make(argv[1], service);
+    const int times = strcmp(argv[1], "twice") == 0 ? 2 : 1;
+    for (int i = 0; i < times; ++i) {
+        if (!service->setCallback(callback).isOk()) return 1;
+    }
+    // Changes may have come before: whoever waits for them must find whole lines.
+    printf("ready\n");
+    fflush(stdout);
+    for (;;) pause();
+}

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fixture.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using Settings = Virtualizer;
+using Implementation = V5_1::implementation::HeadphoneVirtualizer;
+
+TEST_F(Settings, FollowTheController) {
+    EXPECT_EQ(logged().back(), "D [HeadphoneVirtualizer] end");
+    EXPECT_FALSE(service_->getVirtualizerEnabled());
+    EXPECT_TRUE(service_->getUpmixEnabled());
+    EXPECT_EQ(service_->setVirtualizerEnabled(true), 0);
+    EXPECT_EQ(service_->setUpmixEnabled(false), 0);
+    EXPECT_TRUE(service_->getVirtualizerEnabled());
+    EXPECT_FALSE(service_->getUpmixEnabled());
+    EXPECT_EQ(tv_.commands(), "32 1 01\n33 1 00\n");
+    const std::string ready = "I [checkDtvSvcBootForHV] <<<<<hidlaudio dtv_svc is ready !>>>>> count:0";
+    EXPECT_THAT(logged(),
+                ElementsAre("D [getVirtualizerEnabled] start", "D [getVirtualizerEnabled] end. Return:0",
+                            "D [getUpmixEnabled] start", "D [getUpmixEnabled] end. Return:1",
+                            "D [setVirtualizerEnabled] start. enable:1", ready,
+                            "D [setVirtualizerEnabled] end. Return:0", "D [setUpmixEnabled] start. enable:0",
+                            ready, "D [setUpmixEnabled] end. Return:0", "D [getVirtualizerEnabled] start",
+                            "D [getVirtualizerEnabled] end. Return:1", "D [getUpmixEnabled] start",
+                            "D [getUpmixEnabled] end. Return:0"));
+
+    tv_.fail("MTDRVCUST_dcustom_cust_spec_set", "77");
+    EXPECT_EQ(service_->setVirtualizerEnabled(false), 77);
+    EXPECT_THAT(logged(), Contains("E [setVirtualizerEnabled] Notification to BeCtrl failed."));
+    EXPECT_TRUE(service_->getVirtualizerEnabled());
+    EXPECT_EQ(service_->setUpmixEnabled(true), 77);
+    EXPECT_FALSE(service_->getUpmixEnabled());
+}
+
+TEST_F(Settings, NeedAControllerAndAReadyTv) {
+    const auto expectUnsupported = [&] {
+        EXPECT_EQ(logged().back(), "E [HeadphoneVirtualizer] end. HRTF is not supported.");
+        EXPECT_EQ(service_->setUpmixEnabled(true), -5);
+        EXPECT_FALSE(service_->getUpmixEnabled());
+        EXPECT_FALSE(service_->getVirtualizerEnabled());
+        EXPECT_THAT(logged(), ElementsAre("D [setUpmixEnabled] start. enable:1",
+                                          "E [setUpmixEnabled] end. HRTF is not supported. Return:-5",
+                                          "D [getUpmixEnabled] start",
+                                          "E [getUpmixEnabled] end. HRTF is not supported.",
+                                          "D [getVirtualizerEnabled] start",
+                                          "E [getVirtualizerEnabled] end. HRTF is not supported."));
+        EXPECT_EQ(tv_.commands(), "(none)");
+    };
+    tv_.setModelFlag('\0');
+    service_ = new Implementation;
+    expectUnsupported();
+
+    tv_.setModelFlag('\1');
+    std::filesystem::remove(tv_ / "data/vendor/tmp/dtv_svc_is_ready");
+    host::SteppedClock clock;
+    service_ = new Implementation;
+    EXPECT_EQ(clock.now(), std::chrono::seconds(20));
+    const auto lines = logged();
+    EXPECT_EQ(lines[lines.size() - 2], "E [HeadphoneVirtualizer] checkDtvSvcBoot failed. Return:0");
+    service_ = new Implementation;
+    expectUnsupported();
+}
+
+TEST_F(Settings, WorkWithAControllerThatBootsLate) {
+    makeFile(tv_ / "soc/bectrl/boot_state", "0\n");
+    host::SteppedClock clock;
+    service_ = new Implementation;
+    EXPECT_EQ(clock.now(), std::chrono::seconds(15));
+    EXPECT_EQ(service_->setVirtualizerEnabled(true), 0);
+}
+
+TEST_F(Settings, KnowOneType) {
+    logged();
+    for (const auto& [type, result] : {std::pair("Tovi", 0), {"tovi", -5}, {"", -5}, {"Tovi ", -5}}) {
+        EXPECT_EQ(service_->setVirtualizerType(type), result);
+    }
+    EXPECT_EQ(service_->setVirtualizerType(hidl_string("Tovi\0x", 6)), -5);
+    EXPECT_THAT(logged(), testing::IsSupersetOf({"D [setVirtualizerType] start type=[Tovi]",
+                                                 "D [setVirtualizerType] end Return: 0",
+                                                 "E [setVirtualizerType] tovi is not supported",
+                                                 "D [setVirtualizerType] end Return: -5"}));
+    std::vector<std::string> types;
+    const auto add = [&](const hidl_string& type) { types.push_back(type); };
+    EXPECT_TRUE(service_->getVirtualizerType(add).isOk());
+    const auto addAll = [&](const auto& all) { types.insert(types.end(), all.begin(), all.end()); };
+    EXPECT_TRUE(service_->getAvailableVirtualizerTypes(addAll).isOk());
+    EXPECT_THAT(types, ElementsAre("Tovi", "Tovi"));
+    EXPECT_THAT(logged(),
+                ElementsAre("D [getVirtualizerType] start", "D [getVirtualizerType] end Return type=[Tovi]",
+                            "D [getAvailableVirtualizerTypes] start",
+                            "D [getAvailableVirtualizerTypes] types[i]=[Tovi]"));
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

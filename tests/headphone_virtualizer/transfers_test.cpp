@@ -1,0 +1,400 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <errno.h>
+
+#include <future>
+#include <thread>
+
+#include "fixture.h"
+#include "platform/back_end_transfer.h"
+
+namespace hidlaudio::test {
+namespace {
+
+namespace fs = std::filesystem;
+namespace platform = com::tovi::dtv::hardware::audio::platform;
+using namespace std::literals;
+using host::ScopedFault;
+using host::SteppedClock;
+using testing::IsSupersetOf;
+
+constexpr char kTransferring[] = "D [paramTransferThread] read proc file(state)=0x1";
+
+class Transfers : public Virtualizer {
+  protected:
+    Transfers() { tv_.behave(kFast); }
+    ~Transfers() override {
+        callback_->hold(false);
+        other_->hold(false);
+        host::setClockSpeed(1);
+    }
+
+    static long entries(const char* folder) {
+        return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+    }
+
+    /** Uploads in full and answers what the callback was told; kUntold where apply() refuses. */
+    int32_t upload(ParamType type, const std::string& bytes) {
+        callback_ = new Callback;
+        log_.take();
+        if (service_->apply(fill(type, bytes), callback_) != 0) return kUntold;
+        const int32_t result = callback_->await();
+        lines_ = loggedUntil(kFinished);
+        EXPECT_EQ(callback_->results().size(), 1U);
+        EXPECT_EQ(contentOf(tv_ / "power/wake_lock").find(type == ParamType::HRTF ? "Hrtf" : "Device"),
+                  std::string::npos);
+        return result;
+    }
+
+    /** Has a device upload stay in its client's callback: it is not over for the other kind. */
+    void blockDevice() {
+        other_->hold(true);
+        EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, ""), other_), 0);
+        EXPECT_EQ(other_->await(), 0);
+    }
+
+    static constexpr char kFast[] = "rate 2147483647\n";
+    sp<Callback> callback_ = new Callback;
+    sp<Callback> other_ = new Callback;
+    std::vector<std::string> lines_;
+};
+
+TEST_F(Transfers, GiveTheControllerEveryByte) {
+    for (const auto& [type, kind] :
+         {std::pair(ParamType::DEVICE, UploadKind::Device), {ParamType::HRTF, UploadKind::Hrtf}}) {
+        for (const size_t size : {0U, 1U, 262144U, 262145U, 5000000U}) {
+            std::string bytes(size, '\0');
+            for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 2654435761U >> 13);
+            EXPECT_EQ(upload(type, bytes), 0) << size;
+            EXPECT_TRUE(tv_.received(kind) == bytes) << size;
+        }
+    }
+}
+
+TEST_F(Transfers, TellWhatTheControllerReports) {
+    struct Report {
+        std::string state, result;
+        int32_t code;
+    };
+    for (const Report& report : {Report{"0", "0", -3},
+                                 {"0", "1", 0},
+                                 {"0", "2", -3},
+                                 {"0", "3", 1},
+                                 {"0", "0xF3", -1},
+                                 {"0", "0xF4", -1},
+                                 {"0", "0xF2", -2},
+                                 {"0", "0xF5", -2},
+                                 {"2", "3", 1},
+                                 {"255", "1", 0}}) {
+        tv_.behave(kFast + ("state " + report.state + "\nresult " + report.result + "\n"));
+        EXPECT_EQ(upload(ParamType::HRTF, "x"), report.code) << report.state << " " << report.result;
+        tv_.setState(UploadKind::Hrtf, "\0\0"s);
+    }
+}
+
+TEST_F(Transfers, AreCancelledAtTheControllerAndLogged) {
+    tv_.behave("hang\n");
+    const int32_t handle = fill(ParamType::HRTF, "");
+    const std::string number = std::to_string(handle);
+    logged();
+    EXPECT_EQ(service_->apply(handle, callback_), 0);
+    std::vector<std::string> log = loggedUntil("D [paramTransferThread] read proc file(result)=0x0");
+    EXPECT_THAT(log, IsSupersetOf({"D [apply] start. handle:" + number, "D [apply] ParamType=1"s,
+                                   "D [apply] end. Return:0"s}));
+    EXPECT_EQ(contentOf(tv_ / "power/wake_lock"), "HidlAudioHrtf\n");
+    EXPECT_EQ(append(handle, ""), -3);
+    EXPECT_EQ(service_->apply(handle, callback_), -3);
+    EXPECT_THAT(logged(), IsSupersetOf({"W [appendInt] HIDL is waiting or BeCtrl is transferring!!",
+                                        "W [apply] HIDL is waiting or BeCtrl is transferring!!"}));
+    tv_.behave("open_fails\n");
+    EXPECT_EQ(service_->cancel(handle), -4);
+    EXPECT_THAT(logged(), ElementsAre("D [cancel] start. handle=" + number, "D [cancel] ParamType=1",
+                                      "D [cancelInt] start",
+                                      "E [notifyCancelToBeCtrl] bectrl device file open failed! : (-5)",
+                                      "W [cancelInt] cancel failed.", "D [cancelInt] end. Return:-4",
+                                      "D [cancel] end. Return:-4"));
+    tv_.behave("");
+    EXPECT_EQ(service_->cancel(handle), 0);
+    EXPECT_EQ(callback_->await(), 1);
+    for (std::string& line : loggedUntil(kFinished)) log.push_back(line);
+    log.erase(std::remove_if(log.begin(), log.end(),
+                             [](const std::string& line) {
+                                 return line.find(" [apply]") == 1 || line.find(" [cancel") == 1;
+                             }),
+              log.end());
+    EXPECT_THAT(
+        log,
+        ElementsAre("D [paramTransferThread] start", "D [paramTransferThread] Acquire Wakelock HidlAudioHrtf",
+                    "I [paramTransferThread] Acquire Wakelock completed.",
+                    "D [paramTransferThread] update proc file!!", kTransferring,
+                    "D [paramTransferThread] read proc file(result)=0x0",
+                    "D [paramTransferThread] update proc file!!",
+                    "D [paramTransferThread] read proc file(state)=0x0",
+                    "D [paramTransferThread] read proc file(result)=0x3", "D Release Wakelock HidlAudioHrtf",
+                    "I Release Wakelock completed.", kFinished));
+    EXPECT_EQ(contentOf(tv_ / "power/wake_lock"), "");
+    EXPECT_EQ(service_->cancel(handle), -1);
+    EXPECT_EQ(callback_->getStrongCount(), 1);
+}
+
+TEST_F(Transfers, AreRefusedAndTriedAgain) {
+    int32_t handle = service_->allocateParameterBuffer(ParamType::DEVICE, 2);
+    EXPECT_EQ(append(handle, "x"), 0);
+    logged();
+    const auto refused = [&](int32_t result, const std::string& line, const sp<Callback>& callback) {
+        EXPECT_EQ(service_->apply(handle, callback), result);
+        EXPECT_EQ(logged().back(), line);
+        EXPECT_EQ(service_->cancel(handle), -4);
+        EXPECT_THAT(logged(), Contains("W [cancelInt] cancel failed."));
+    };
+    refused(-2, "E [checkDataSize] data size error! registered size:2, array size:1", callback_);
+    EXPECT_EQ(append(handle, "y"), 0);
+    for (const UploadKind kind : host::kUploadKinds) {
+        for (const char* state : {"\1\0", "\2\3", "\xFF\0"}) {
+            tv_.setState(kind, std::string(state, 2));
+            refused(-3, "W [checkResuming] BeCtrl is busy!", callback_);
+        }
+        tv_.setState(kind, "\1");
+        refused(-5, "E [checkResuming] Proc file error! ret=-5", callback_);
+        tv_.setState(kind, "\0\0"s);
+    }
+    refused(-5, "E [apply] callback object is nullptr.", nullptr);
+    {
+        const ScopedFault fault({"pthread_create", 1, EAGAIN});
+        refused(-5, "E [apply] paramTransferThread create Failed.", callback_);
+    }
+    EXPECT_EQ(callback_->getStrongCount(), 2) << "kept until the slot is free";
+    EXPECT_EQ(service_->apply(handle, callback_), 0);
+    EXPECT_EQ(callback_->await(), 0);
+    loggedUntil(kFinished);
+    EXPECT_EQ(tv_.received(UploadKind::Device), "xy");
+    EXPECT_EQ(service_->apply(handle, callback_), -1);
+    EXPECT_EQ(logged().back(), "E [getParamFromHandle] handle is not found!");
+    EXPECT_EQ(callback_->results().size(), 1U);
+}
+
+TEST_F(Transfers, OfBothKindsGoOneAfterTheOther) {
+    host::setClockSpeed(50);
+    for (int i = 0; i < 20; ++i) {
+        const bool deviceFirst = i % 2 == 0;
+        const auto first = deviceFirst ? ParamType::DEVICE : ParamType::HRTF;
+        const auto second = deviceFirst ? ParamType::HRTF : ParamType::DEVICE;
+        const sp<Callback> callbacks[] = {new Callback, new Callback};
+        const int32_t handles[] = {fill(first, "1"), fill(second, "2")};
+        EXPECT_EQ(service_->apply(handles[0], callbacks[0]), 0);
+        EXPECT_EQ(service_->apply(handles[1], callbacks[1]), 0);
+        EXPECT_EQ(callbacks[1]->await(), 0);
+        EXPECT_EQ(callbacks[0]->results(), std::vector<int32_t>{0}) << "the first was over before";
+        loggedUntil(kFinished, 2);
+    }
+}
+
+TEST_F(Transfers, WaitForTheOtherKindForTwentySeconds) {
+    blockDevice();
+    SteppedClock clock;
+    EXPECT_EQ(upload(ParamType::HRTF, "x"), -2);
+    EXPECT_THAT(lines_, Contains("E [paramTransferThread] Waiting thread finish is Timeout!"));
+    EXPECT_EQ(clock.sleeps(), std::vector<SteppedClock::Time>(40, 500ms));
+    EXPECT_EQ(tv_.received(UploadKind::Hrtf), "(none)");
+    other_->hold(false);
+    loggedUntil(kFinished);
+}
+
+TEST_F(Transfers, AreCancelledWhileTheyWait) {
+    blockDevice();
+    SteppedClock clock(SteppedClock::Sleeps::Wait);
+    const auto startAndCancel = [&](const sp<Callback>& callback) {
+        const int32_t handle = fill(ParamType::HRTF, "");
+        EXPECT_EQ(service_->apply(handle, callback), 0);
+        clock.awaitPending(1);
+        EXPECT_EQ(append(handle, ""), -3);
+        EXPECT_EQ(service_->cancel(handle), 0);
+        EXPECT_TRUE(callback->results().empty());
+    };
+    logged();
+    startAndCancel(callback_);
+    clock.advance(500ms);
+    EXPECT_EQ(callback_->await(), 1);
+    EXPECT_THAT(loggedUntil(kFinished),
+                Contains("D [paramTransferThread] Waiting thread finish is canceled"));
+
+    // Where the other kind is over by then, the upload goes on.
+    const sp<Callback> late = new Callback;
+    startAndCancel(late);
+    other_->hold(false);
+    loggedUntil(kFinished);
+    clock.advance(500ms);
+    EXPECT_EQ(late->await(), 0);
+    loggedUntil(kFinished);
+}
+
+TEST_F(Transfers, EndAfterTwentySecondsAtTheController) {
+    tv_.behave("hang\n");
+    SteppedClock clock(SteppedClock::Sleeps::Wait);
+    EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, ""), callback_), 0);
+    loggedUntil(kTransferring);
+    clock.advance(20s - 1ns);
+    EXPECT_TRUE(callback_->results().empty());
+    clock.advance(1ns);
+    EXPECT_EQ(callback_->await(), -2);
+    EXPECT_THAT(loggedUntil(kFinished), Contains("E [paramTransferThread] epoll timeout!!"));
+    EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, ""), callback_), -3) << "the controller is busy";
+    EXPECT_EQ(platform::notifyCancelToBeCtrl(platform::BECTRL_IOC_CANCEL_DEVICE_PARAMETER), 0);
+}
+
+TEST_F(Transfers, LeaveTheirDataToAControllerThatIsLate) {
+    tv_.behave("rate 1\n");
+    SteppedClock clock(SteppedClock::Sleeps::Wait);
+    const std::string bytes = "thirty bytes are thirty bytes.";
+    EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, bytes), callback_), 0);
+    loggedUntil(kTransferring);
+    clock.advance(20s);
+    EXPECT_EQ(callback_->await(), -2);
+    loggedUntil(kFinished);
+    // Memory that was freed too early would be this one's.
+    const int32_t next = fill(ParamType::DEVICE, std::string(bytes.size(), '-'));
+    EXPECT_EQ(service_->apply(next, callback_), -3);
+    clock.advance(10s);
+    while (tv_.received(UploadKind::Device) == "(none)") std::this_thread::yield();
+    EXPECT_EQ(tv_.received(UploadKind::Device), bytes);
+    tv_.behave(kFast);
+    while (service_->apply(next, other_) != 0) std::this_thread::yield();
+    loggedUntil(kTransferring);
+    clock.advance(1s);
+    EXPECT_EQ(other_->await(), 0);
+    loggedUntil(kFinished);
+}
+
+TEST_F(Transfers, AreCutOffByADiscardOrANewBuffer) {
+    host::setClockSpeed(50);
+    tv_.behave("hang\n");
+    int32_t next = 0;
+    const auto cutOff = [&](const auto& end) {
+        const sp<Callback> callback = new Callback;
+        const int32_t handle = fill(ParamType::DEVICE, "abc");
+        EXPECT_EQ(service_->apply(handle, callback), 0);
+        loggedUntil(kTransferring);
+        end(handle);
+        EXPECT_EQ(callback->results(), std::vector<int32_t>{1});
+        auto lines = logged();
+        EXPECT_THAT(lines, Contains("D [discardParameterBufferInt] call cancel()"));
+        EXPECT_THAT(lines, testing::Not(Contains("D [discardParameterBufferInt] release memory.")));
+        EXPECT_EQ(append(handle, ""), -1);
+    };
+    cutOff([&](int32_t handle) { EXPECT_EQ(service_->discardParameterBuffer(handle), 0); });
+    cutOff([&](int32_t) { next = service_->allocateParameterBuffer(ParamType::DEVICE, 1); });
+    EXPECT_EQ(append(next, "x"), 0);
+}
+
+TEST_F(Transfers, ThatComeLateTouchNoNewBuffer) {
+    // Late in the callback, late in the wait: the one sleeps past the discard, by force.
+    for (const bool waiting : {false, true}) {
+        SCOPED_TRACE(waiting);
+        const sp<Callback> late = new Callback;
+        std::promise<void> goOn;
+        std::promise<void> asleep;
+        auto clock = std::make_unique<SteppedClock>();
+        const auto service = std::this_thread::get_id();
+        if (waiting) {
+            blockDevice();
+            clock->onSleep([&, gate = goOn.get_future().share(),
+                            first = std::make_shared<std::atomic<bool>>(true)](size_t) {
+                if (std::this_thread::get_id() == service) return;
+                if (first->exchange(false)) asleep.set_value();
+                gate.wait();
+            });
+        }
+        late->hold(!waiting);
+        const int32_t old = fill(ParamType::HRTF, "");
+        EXPECT_EQ(service_->apply(old, late), 0);
+        if (waiting) {
+            asleep.get_future().wait();
+        } else {
+            EXPECT_EQ(late->await(), 0);
+        }
+        logged();
+        const int32_t handle = fill(ParamType::HRTF, "");
+        EXPECT_THAT(logged(), Contains("D [discardParameterBufferInt] release memory."));
+        EXPECT_EQ(append(old, ""), -1);
+        goOn.set_value();
+        late->hold(false);
+        EXPECT_EQ(late->await(), waiting ? 1 : 0);
+        loggedUntil(kFinished);
+        EXPECT_EQ(append(handle, ""), 0);
+        other_->hold(false);
+        if (waiting) loggedUntil(kFinished);
+        callback_ = new Callback;
+        EXPECT_EQ(service_->apply(handle, callback_), 0);
+        EXPECT_EQ(callback_->await(), 0);
+        loggedUntil(kFinished);
+        EXPECT_EQ(late->results().size(), 1U);
+    }
+}
+
+TEST_F(Transfers, NeedAWakeLock) {
+    fs::remove_all(tv_ / "power");
+    EXPECT_EQ(upload(ParamType::DEVICE, "x"), -3);
+    EXPECT_THAT(lines_,
+                IsSupersetOf({"E [paramTransferThread] Acquire Wakelock failed(errno:-2).",
+                              "D Release Wakelock HidlAudioDevice", "E Release Wakelock failed(errno:-2)."}));
+    EXPECT_EQ(tv_.received(UploadKind::Device), "(none)");
+}
+
+TEST_F(Transfers, OutliveTheirClient) {
+    callback_->die();
+    EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, "x"), callback_), 0);
+    EXPECT_THAT(loggedUntil(kFinished), Contains("E [paramTransferThread] the client cannot be told: 0"));
+    EXPECT_EQ(upload(ParamType::DEVICE, "y"), 0);
+}
+
+TEST_F(Transfers, SurviveEveryFailingCall) {
+    struct Failure {
+        std::string call;
+        unsigned nth;
+        int32_t result;
+        std::string line;
+    };
+    const std::string thread = "E [paramTransferThread] ";
+    const Failure failures[] = {
+        {"epoll_create1", 1, -3, thread + "regist FD failed!!(proc)"},
+        {"fopen", 3, -3, thread + "Proc file open failed!"},
+        {"epoll_ctl", 1, -3, thread + "regist FD failed!!(proc)"},
+        {"timerfd_create", 1, -3, thread + "regist FD failed!!(timer)"},
+        {"epoll_ctl", 2, -3, thread + "regist FD failed!!(timer)"},
+        {"timerfd_settime", 1, -3, thread + "start timer failed!!"},
+        {"open", 1, -2, "E [setParametersToBeCtrl] bectrl device file open failed! : (-5)"},
+        {"ioctl", 1, -2, "E [setParametersToBeCtrl] ioctl() failed! : (-1)"},
+        {"fread", 3, -3, "W [readBeCtrlTransferState] fread proc file failed! errno:5"},
+        {"epoll_wait", 1, 0, kFinished},
+        {"close", 1, 0, kFinished},
+        {"fclose", 3, 0, kFinished},
+    };
+    const auto openFiles = [] { return entries("/proc/self/fd"); };
+    EXPECT_EQ(upload(ParamType::DEVICE, ""), 0);
+    const auto before = openFiles();
+    for (const Failure& failure : failures) {
+        SCOPED_TRACE(failure.call + std::to_string(failure.nth));
+        const ScopedFault fault({failure.call, failure.nth, EIO});
+        EXPECT_EQ(upload(ParamType::DEVICE, ""), failure.result);
+        EXPECT_TRUE(fault.struck());
+        EXPECT_THAT(lines_, Contains(failure.line));
+        // The controller may have gone on without us.
+        while (contentOf(tv_.stateFile(UploadKind::Device)) != "\0\1"s && failure.call == "fread") {
+            std::this_thread::yield();
+        }
+    }
+    EXPECT_EQ(openFiles(), before);
+    EXPECT_EQ(upload(ParamType::DEVICE, "x"), 0);
+}
+
+TEST_F(Transfers, LeaveNoThread) {
+    EXPECT_EQ(upload(ParamType::HRTF, ""), 0);
+    for (int i = 0; i < 50; ++i) ASSERT_EQ(upload(ParamType::HRTF, ""), 0);
+    const auto deadline = std::chrono::steady_clock::now() + 30s;
+    while (entries("/proc/self/task") > 2 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    EXPECT_LE(entries("/proc/self/task"), 2);
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

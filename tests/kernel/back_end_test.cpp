@@ -1,0 +1,276 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <errno.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/epoll.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <numeric>
+#include <thread>
+
+#include "host/kernel/clock.h"
+#include "host/kernel/log.h"
+#include "host/root/back_end_behaviour.h"
+#include "tests/support/private_tv.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using host::SteppedClock;
+using namespace std::chrono_literals;
+
+constexpr unsigned long kSet[] = {0xC0106301, 0xC0106300};
+constexpr unsigned long kCancel[] = {0xC0106303, 0xC0106302};
+constexpr const char* kStateFiles[] = {"/proc/driver/tovi_bectrl/audio/device_parameter_complete",
+                                       "/proc/driver/tovi_bectrl/audio/hrtf_parameter_complete"};
+
+struct Argument {
+    uint32_t count;
+    uint32_t zero;
+    uint64_t address;
+};
+
+Argument argumentOf(const std::string& payload) {
+    return {static_cast<uint32_t>(payload.size()), 0, reinterpret_cast<uintptr_t>(payload.data())};
+}
+
+/** 0, or the errno. */
+int command(unsigned long request, void* argument) {
+    const int device = open("/dev/tovi_bectrl", O_RDWR);
+    if (device < 0) return errno;
+    const int error = ioctl(device, request, argument) == 0 ? 0 : errno;
+    close(device);
+    return error;
+}
+
+/** The state and the result byte, as the daemon reads them. */
+std::pair<int, int> stateOf(int kind) {
+    unsigned char bytes[2] = {0xEE, 0xEE};
+    FILE* file = fopen(kStateFiles[kind], "r");
+    if (file == nullptr) return {-1, errno};
+    EXPECT_EQ(fread(bytes, 1, 2, file), 2U);
+    EXPECT_EQ(fgetc(file), EOF);
+    fclose(file);
+    return {bytes[0], bytes[1]};
+}
+
+/** A state file that is open and watched with epoll, as the daemon does. */
+class Watch {
+  public:
+    explicit Watch(int kind) : kind_(kind), file_(fopen(kStateFiles[kind], "r")), epoll_(epoll_create(1)) {
+        epoll_event event{};
+        event.events = EPOLLIN;
+        event.data.fd = fileno(file_);
+        EXPECT_EQ(epoll_ctl(epoll_, EPOLL_CTL_ADD, fileno(file_), &event), 0) << strerror(errno);
+    }
+    ~Watch() {
+        fclose(file_);
+        close(epoll_);
+    }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    bool isReadable(int timeout = 0) const {
+        epoll_event event{};
+        const int count = epoll_wait(epoll_, &event, 1, timeout);
+        EXPECT_TRUE(count <= 0 || event.data.fd == fileno(file_));
+        return count > 0;
+    }
+
+    /** Waits for a state other than "in progress". */
+    std::pair<int, int> end() const {
+        std::pair<int, int> state{1, 0};
+        while (state.first == 1 && isReadable(-1)) state = stateOf(kind_);
+        return state;
+    }
+
+  private:
+    int kind_;
+    FILE* file_;
+    int epoll_;
+};
+
+class BackEnd : public testing::Test {
+  protected:
+    BackEnd() : payload_(300000, '\0') {
+        std::iota(payload_.begin(), payload_.end(), '\0');
+        for (const char* file : kStateFiles) makeFile(tv_ / file, host::idleTransferState());
+    }
+
+    void behave(const std::string& lines) { makeFile(tv_ / "bectrl/behaviour", lines); }
+
+    std::string received(int kind) const {
+        return contentOf(tv_ / (kind == 0 ? "bectrl/device.bin" : "bectrl/hrtf.bin"));
+    }
+
+    std::pair<int, int> upload(int kind, const std::string& payload) {
+        const Watch watch(kind);
+        Argument argument = argumentOf(payload);
+        EXPECT_EQ(command(kSet[kind], &argument), 0);
+        return watch.end();
+    }
+
+    PrivateTv tv_{"bectrl"};
+    std::string payload_;
+};
+
+TEST_F(BackEnd, ReceivesEveryByteOfEitherKind) {
+    behave("rate 100000000\ndevice result 0xF3\n\nresult 0x07\nhrtf state 2");
+    for (const size_t size : {0U, 1U, 65536U, 65537U, 300000U}) {
+        const std::string sent = payload_.substr(0, size);
+        EXPECT_EQ(upload(0, sent), std::pair(0, 0xF3));
+        EXPECT_EQ(upload(1, sent + "h"), std::pair(2, 7));
+        EXPECT_EQ(received(0), sent);
+        EXPECT_EQ(received(1), sent + "h");
+    }
+    EXPECT_EQ(stateOf(0), std::pair(0, 0xF3)) << "it stays";
+    EXPECT_EQ(contentOf(tv_ / kStateFiles[1]), "\x02\x07");
+}
+
+TEST_F(BackEnd, IsReadableFromAChangeUntilTheStateWasReadAfresh) {
+    behave("hang");
+    const Watch watch(0), other(1);
+    EXPECT_FALSE(watch.isReadable());
+    Argument argument = argumentOf(payload_);
+    ASSERT_EQ(command(kSet[0], &argument), 0);
+    FILE* unread = fopen(kStateFiles[0], "r");
+    EXPECT_TRUE(watch.isReadable());
+    EXPECT_TRUE(watch.isReadable()) << "opened, but not read";
+    fclose(unread);
+    FILE* early = fopen(kStateFiles[0], "r");
+    EXPECT_EQ(stateOf(0).first, 1);
+    EXPECT_FALSE(watch.isReadable());
+    EXPECT_FALSE(Watch(0).isReadable()) << "what was before is no news";
+    ASSERT_EQ(command(kCancel[0], nullptr), 0);
+    EXPECT_TRUE(watch.isReadable(-1));
+    char stale[2];
+    EXPECT_EQ(fread(stale, 1, 2, early), 2U);
+    fclose(early);
+    EXPECT_TRUE(watch.isReadable()) << "what was read was opened before the change";
+    EXPECT_EQ(watch.end(), std::pair(0, 3));
+    EXPECT_FALSE(watch.isReadable());
+    EXPECT_FALSE(other.isReadable());
+    EXPECT_EQ(received(0), "(none)") << "a cancelled upload is none";
+}
+
+TEST_F(BackEnd, TakesTheTimeOfTheProgramsClock) {
+    SteppedClock clock;
+    behave("rate 1000");
+    payload_.resize(2000);
+    const Watch watch(1);
+    Argument argument = argumentOf(payload_);
+    ASSERT_EQ(command(kSet[1], &argument), 0);
+    EXPECT_EQ(stateOf(1), std::pair(1, 0));
+    clock.advance(1999ms);
+    clock.awaitPending(1);
+    EXPECT_FALSE(watch.isReadable(20)) << "a byte is missing";
+    EXPECT_EQ(command(kSet[1], &argument), EBUSY);
+    EXPECT_EQ(upload(0, "").first, 0) << "the other kind does not wait";
+    // Not read before its time.
+    payload_.back() = '!';
+    clock.advance(1ms);
+    EXPECT_EQ(watch.end(), std::pair(0, 1));
+    EXPECT_EQ(received(1), payload_);
+
+    ASSERT_EQ(command(kSet[1], &argument), 0);
+    EXPECT_EQ(command(kCancel[1], nullptr), 0);
+    EXPECT_EQ(watch.end(), std::pair(0, 3)) << "at once, though no time passes";
+    EXPECT_EQ(received(1), payload_) << "the last whole one is kept";
+}
+
+TEST_F(BackEnd, RefusesWrongCommands) {
+    const uint64_t address = reinterpret_cast<uintptr_t>(payload_.data());
+    struct Row {
+        unsigned long request;
+        Argument argument;
+        int error;
+    };
+    for (Row row : {Row{0xC0106304, {1, 0, address}, ENOTTY},
+                    {0x6301, {1, 0, address}, ENOTTY},
+                    {kSet[0], {1, 1, address}, EINVAL},
+                    {kSet[0], {1, 0, 0}, EFAULT},
+                    {kSet[0], {2, 0, UINT64_MAX}, EFAULT},
+                    {kCancel[0], {0, 0, 0}, EINVAL}}) {
+        EXPECT_EQ(command(row.request, &row.argument), row.error) << row.request;
+    }
+    EXPECT_EQ(command(kSet[0], nullptr), EFAULT);
+    EXPECT_EQ(command(kCancel[0], nullptr), EINVAL) << "nothing to cancel";
+    EXPECT_EQ(stateOf(0), std::pair(0, 0));
+}
+
+TEST_F(BackEnd, FailsWhereItShall) {
+    Argument argument = argumentOf(payload_);
+    behave("device ioctl_fails on");
+    EXPECT_EQ(command(kSet[0], &argument), EIO);
+    EXPECT_EQ(command(kCancel[0], nullptr), EIO);
+    behave("open_fails");
+    EXPECT_EQ(command(kSet[1], &argument), EIO);
+    const host::LogCapture log;
+    behave("rate 1\nrate many");
+    EXPECT_EQ(command(kSet[1], &argument), EINVAL);
+    ASSERT_EQ(log.lines().size(), 1U);
+    EXPECT_NE(log.lines()[0].text.find("rate takes bytes per second"), std::string::npos);
+    std::filesystem::remove_all(tv_ / "bectrl");
+    EXPECT_EQ(command(kSet[1], &argument), ENOENT) << "a TV without a controller";
+}
+
+TEST_F(BackEnd, IsIdleAfterAProcessThatEndedInATransfer) {
+    behave("hang");
+    const pid_t child = fork();
+    if (child == 0) {
+        Argument argument = argumentOf(payload_);
+        _exit(command(kSet[1], &argument));
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ(contentOf(tv_ / kStateFiles[1]), std::string("\x01\0", 2));
+    EXPECT_EQ(stateOf(1), std::pair(0, 0));
+    behave("");
+    EXPECT_EQ(upload(1, payload_), std::pair(0, 1));
+    EXPECT_EQ(received(1), payload_);
+}
+
+TEST_F(BackEnd, ServesTwoThreadsAtOnce) {
+    behave("rate 50000000");
+    const auto uploads = [this](int kind) {
+        for (int i = 0; i < 20; ++i) EXPECT_EQ(upload(kind, payload_), std::pair(0, 1));
+    };
+    std::thread device(uploads, 0);
+    uploads(1);
+    device.join();
+    EXPECT_EQ(received(0), payload_);
+}
+
+TEST(BackEndBehaviour, TakesLinesAndNamesWhatIsAccepted) {
+    std::string problem;
+    for (const auto& [text, formatted] : {std::pair("rate 1", "rate 1"),
+                                          {" hrtf  result 0xF3 ", "hrtf result 243"},
+                                          {"hang", "hang on"},
+                                          {"device ioctl_fails off", "device ioctl_fails off"}}) {
+        const auto line = host::parseBehaviourLine(text, problem);
+        ASSERT_TRUE(line) << problem;
+        EXPECT_EQ(host::formatBehaviourLine(*line), formatted);
+    }
+    for (const auto& [text, part] : {std::pair("", "with these settings:\n  rate"),
+                                     {"hrtf", "hang  on or off"},
+                                     {"speed 1", "ioctl_fails"},
+                                     {"rate 1 2", "accepted is"},
+                                     {"rate 0", "1 to 2147483647"},
+                                     {"rate", "rate takes"},
+                                     {"result 256", "0 to 0xFF"},
+                                     {"result 0x", "0 to 0xFF"},
+                                     {"result -1", "0 to 0xFF"},
+                                     {"hang 1", "on or off"},
+                                     {"hrtf open_fails on", "for one kind alone"}}) {
+        EXPECT_FALSE(host::parseBehaviourLine(text, problem)) << text;
+        EXPECT_NE(problem.find(part), std::string::npos) << problem;
+    }
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "mic_control/MicControl.h"
+#include "tests/support/fake_hal.h"
+#include "tests/support/log_text.h"
+#include "tests/support/own_process.h"
+#include "tests/support/private_tv.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using namespace com::tovi::dtv::hardware::audio;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using V6_1::IMicControl;
+
+const std::string kMic = "AUDIO_DEVICE_IN_BUILTIN_MIC";
+
+class MicControl : public testing::Test {
+  protected:
+    static sp<IMicControl> start() { return new V6_1::implementation::MicControl; }
+
+    std::vector<std::string> logged() { return takeText(log_, "MicControl"); }
+
+    void expectRefused(const sp<IMicControl>& service, const std::string& device, float scale,
+                       const std::string& message) {
+        logged();
+        EXPECT_EQ(service->setMicGain(device, scale), -1);
+        EXPECT_THAT(logged(), ElementsAre("D [setMicGain] start micDevice=[" + std::string(device.c_str()) +
+                                              "] scale=[" + std::to_string(scale) + "]",
+                                          "E " + message));
+    }
+
+    PrivateTv tv_{};
+    host::LogCapture log_;
+};
+
+TEST_F(MicControl, HandsTheGainToTheHal) {
+    inOwnProcess([&] {
+        const sp<FakeHal> hal = FakeHal::start();
+        const sp<IMicControl> service = start();
+        EXPECT_THAT(logged(), ElementsAre("D [MicControl] start", "D [MicControl] end"));
+        for (const auto& [scale, text] :
+             {std::pair(0.0F, "0.000000"), {0.5F, "0.500000"}, {1.0F, "1.000000"}}) {
+            EXPECT_EQ(service->setMicGain(kMic, scale), 0);
+            EXPECT_THAT(logged(),
+                        ElementsAre("D [setMicGain] start micDevice=[" + kMic + "] scale=[" + text + "]",
+                                    "D [setMicGain] end ret:0"));
+            EXPECT_THAT(hal->device->take(), ElementsAre(std::string("builtin_mic_gain=") + text));
+        }
+        for (const Result result :
+             {Result::NOT_INITIALIZED, Result::INVALID_ARGUMENTS, Result::NOT_SUPPORTED}) {
+            hal->device->result = result;
+            expectRefused(service, kMic, 0.5F, "setParameters failed");
+        }
+    });
+}
+
+TEST_F(MicControl, RefusesWhatIsNoGainOrNoMicrophone) {
+    inOwnProcess([&] {
+        const sp<FakeHal> hal = FakeHal::start();
+        const sp<IMicControl> service = start();
+        const float infinity = INFINITY;
+        for (const float scale : {1.0001F, -0.0001F, 2.0F, infinity, -infinity, NAN}) {
+            const std::string message = "Illegal parameters: scale:" + std::to_string(scale);
+            expectRefused(service, kMic, scale, message);
+            expectRefused(service, "other", scale, message);
+        }
+        for (const std::string& device : {std::string(), std::string("AUDIO_DEVICE_IN_WIRED_HEADSET"),
+                                          std::string("AUDIO"), kMic + "2", kMic + '\0' + "2", "x" + kMic}) {
+            const std::string message = "Illegal parameters: micDevice:" + std::string(device.c_str());
+            expectRefused(service, device, 0.5F, message);
+            EXPECT_EQ(service->getMicGain(device), 0.0F);
+            EXPECT_THAT(logged(), ElementsAre("D [getMicGain] start", "E " + message));
+        }
+        EXPECT_THAT(hal->device->take(), IsEmpty());
+    });
+}
+
+TEST_F(MicControl, AsksTheHalForTheGain) {
+    inOwnProcess([&] {
+        const sp<FakeHal> hal = FakeHal::start();
+        const sp<IMicControl> service = start();
+        logged();
+        for (const auto& [text, gain] : {std::pair("0.250000", 0.25F),
+                                         {" 7.5dB", 7.5F},
+                                         {"-1", -1.0F},
+                                         {"1e-1", 0.1F},
+                                         {"", 0.0F},
+                                         {"loud", 0.0F},
+                                         {".", 0.0F}}) {
+            hal->device->answer = {{"another key", text}, {"builtin_mic_gain", "0.9"}};
+            EXPECT_EQ(service->getMicGain(kMic), gain) << text;
+            EXPECT_THAT(logged(), ElementsAre("D [getMicGain] start",
+                                              "D [getMicGain] end:scale = " + std::to_string(gain)));
+            EXPECT_THAT(hal->device->take(), ElementsAre("builtin_mic_gain?"));
+        }
+        hal->device->answer = {};
+        EXPECT_EQ(service->getMicGain(kMic), 0.0F);
+        hal->device->answer = {{"builtin_mic_gain", "0.5"}};
+        hal->device->result = Result::INVALID_STATE;
+        EXPECT_EQ(service->getMicGain(kMic), 0.0F);
+    });
+}
+
+TEST_F(MicControl, NeedsTheHalWhenItStarts) {
+    inOwnProcess([&] {
+        const sp<IMicControl> service = start();
+        EXPECT_THAT(logged(),
+                    ElementsAre("D [MicControl] start", "mic_control_test: E load audio interface failed",
+                                "E load audio interface failed"));
+        const sp<FakeHal> hal = FakeHal::start();  // too late
+        expectRefused(service, kMic, 0.5F, "PrimaryHAL getService fails");
+        EXPECT_EQ(service->getMicGain(kMic), 0.0F);
+        EXPECT_THAT(logged(), ElementsAre("D [getMicGain] start", "D [getMicGain] end:scale = 0.000000"));
+        EXPECT_EQ(hal->opens, 0);
+    });
+}
+
+TEST_F(MicControl, OutlivesTheHal) {
+    const HalProcess hal;
+    inOwnProcess([&] {
+        const sp<IMicControl> service = start();
+        EXPECT_EQ(service->setMicGain(kMic, 0.5F), 0);
+        hal.kill();
+        for (int i = 0; i < 2; ++i) {
+            expectRefused(service, kMic, 0.5F, "setParameters failed");
+            EXPECT_EQ(service->getMicGain(kMic), 0.0F);
+        }
+    });
+}
+
+TEST_F(MicControl, ListsTheMicrophone) {
+    inOwnProcess([&] {
+        const sp<IMicControl> service = start();
+        logged();
+        std::vector<std::vector<hidl_string>> answers;
+        EXPECT_TRUE(
+            service->getMicDevices([&](const auto& devices) { answers.emplace_back(devices); }).isOk());
+        EXPECT_THAT(answers, ElementsAre(ElementsAre(kMic)));
+        EXPECT_THAT(logged(),
+                    ElementsAre("D [getMicDevices] start", "D [getMicDevices] devices[0]=[" + kMic + "]",
+                                "D [getMicDevices] end"));
+    });
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/PrimaryHalAccessor.h"
+#include "tests/support/fake_hal.h"
+#include "tests/support/log_text.h"
+#include "tests/support/own_process.h"
+#include "tests/support/private_tv.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr char kFailed[] = "E load audio interface failed";
+
+class PrimaryHalAccessor : public testing::Test {
+  protected:
+    /** What each service does in its constructor. */
+    static sp<IPrimaryDevice> ask() {
+        return com::tovi::dtv::hardware::audio::platform::PrimaryHalAccessor().getHalPrimaryDevice();
+    }
+
+    std::vector<std::string> logged() { return takeText(log_, "platform_test"); }
+
+    PrivateTv tv_{};
+    host::LogCapture log_;
+};
+
+TEST_F(PrimaryHalAccessor, OpensTheDeviceOnceForTheProcess) {
+    inOwnProcess([&] {
+        const sp<FakeHal> hal = FakeHal::start();
+        EXPECT_EQ(ask(), hal->device);
+        const sp<FakeHal> another = FakeHal::start();
+        const int references = another->getStrongCount();
+        for (int i = 0; i < 2; ++i) EXPECT_EQ(ask(), hal->device);
+        EXPECT_EQ(hal->opens, 1);
+        EXPECT_EQ(another->opens, 0);
+        EXPECT_EQ(another->getStrongCount(), references) << "nobody looked for it";
+        EXPECT_THAT(logged(), testing::Not(testing::Contains(kFailed)));
+    });
+}
+
+TEST_F(PrimaryHalAccessor, TriesAgainUntilThereIsADevice) {
+    inOwnProcess([&] {
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(ask(), nullptr);
+            EXPECT_THAT(logged(), ElementsAre(kFailed));
+        }
+        const sp<FakeHal> hal = FakeHal::start();
+        const sp<FakeDevice> device = std::exchange(hal->device, nullptr);
+        hal->result = Result::NOT_INITIALIZED;
+        for (const int opens : {1, 2}) {
+            EXPECT_EQ(ask(), nullptr);
+            EXPECT_EQ(hal->opens, opens);
+        }
+        // The device counts, not what the HAL says about it.
+        hal->device = device;
+        for (int i = 0; i < 2; ++i) EXPECT_EQ(ask(), device);
+        EXPECT_EQ(hal->opens, 3);
+        EXPECT_THAT(logged(), IsEmpty());
+    });
+}
+
+TEST_F(PrimaryHalAccessor, OutlivesAHalThatEndsWhileItOpens) {
+    const HalProcess dying([] { raise(SIGKILL); });
+    inOwnProcess([&] {
+        EXPECT_EQ(ask(), nullptr);
+        EXPECT_THAT(logged(), testing::Not(testing::Contains(kFailed)));
+        const sp<FakeHal> hal = FakeHal::start();
+        EXPECT_EQ(ask(), hal->device);
+    });
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+
+namespace hidlaudio::test {
+
+/** Asks every few milliseconds until the answer is yes; false after far longer than it can take. */
+template <typename Condition>
+bool becomesTrue(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        usleep(2000);
+    }
+    return true;
+}
+
+/** The service of that interface, once somebody has registered it. */
+template <typename Interface>
+auto awaitService() {
+    decltype(Interface::getService()) service;
+    EXPECT_TRUE(becomesTrue([&] { return (service = Interface::getService()) != nullptr; }));
+    return service;
+}
+
+}  // namespace hidlaudio::test

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/kernel/log.h"
+
+namespace hidlaudio::test {
+
+/** Takes the messages as "D text"; one under another tag than `tag` has that before it: "other: D text". */
+inline std::vector<std::string> takeText(host::LogCapture& log, const std::string& tag) {
+    std::vector<std::string> lines;
+    for (const host::LogLine& line : log.take()) {
+        lines.push_back((line.tag == tag ? "" : line.tag + ": ") + "??VDIWEF"[line.priority] + " " +
+                        line.text);
+    }
+    return lines;
+}
+
+}  // namespace hidlaudio::test
