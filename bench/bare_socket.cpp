@@ -29,18 +29,22 @@ void sendAll(int socket, const std::vector<char>& bytes) {
     }
 }
 
-[[noreturn]] void serve(int socket, std::vector<char>& request, const std::vector<char>& answer) {
+[[noreturn]] void serve(int socket, size_t requestSize, const std::vector<char>& answer, size_t places) {
+    std::vector<char> requests(requestSize * places);
+    char* request = requests.data();
     const int epoll = epoll_create1(0);
     epoll_event event{};
     event.events = EPOLLIN;
     epoll_ctl(epoll, EPOLL_CTL_ADD, socket, &event);
     size_t have = 0;
     while (epoll_wait(epoll, &event, 1, -1) == 1) {
-        const ssize_t got = recv(socket, request.data() + have, request.size() - have, 0);
+        const ssize_t got = recv(socket, request + have, requestSize - have, 0);
         if (got <= 0) break;
         have += static_cast<size_t>(got);
-        if (have < request.size()) continue;
+        if (have < requestSize) continue;
         have = 0;
+        request += requestSize;
+        if (request == requests.data() + requests.size()) request = requests.data();
         sendAll(socket, answer);
     }
     _exit(0);
@@ -48,7 +52,7 @@ void sendAll(int socket, const std::vector<char>& bytes) {
 
 }  // namespace
 
-BareSocket::BareSocket(size_t requestSize, size_t answerSize, int processor)
+BareSocket::BareSocket(size_t requestSize, size_t answerSize, int processor, size_t places)
     : mRequest(requestSize, 'r'), mAnswer(answerSize, 'a') {
     int ends[2];
     require(socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0, "socketpair");
@@ -57,7 +61,7 @@ BareSocket::BareSocket(size_t requestSize, size_t answerSize, int processor)
     if (mServer == 0) {
         close(ends[0]);
         pin(processor);
-        serve(ends[1], mRequest, mAnswer);
+        serve(ends[1], requestSize, mAnswer, places);
     }
     close(ends[1]);
     mSocket = ends[0];

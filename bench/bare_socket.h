@@ -14,8 +14,11 @@ namespace hidlaudio::bench {
  */
 class BareSocket {
   public:
-    /** Starts the server process on `processor`. */
-    BareSocket(size_t requestSize, size_t answerSize, int processor);
+    /**
+     * Starts the server process on `processor`. It receives requests into so many places
+     * in turn: more than one for what keeps the bytes, which are not in a cache then.
+     */
+    BareSocket(size_t requestSize, size_t answerSize, int processor, size_t places = 1);
     ~BareSocket();
     BareSocket(const BareSocket&) = delete;
     BareSocket& operator=(const BareSocket&) = delete;

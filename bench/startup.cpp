@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 constexpr int kTurns = 15;
 constexpr int kOperations = 5;
 // The last name that the daemon registers.
-constexpr char kLastService[] = "com.tovi.dtv.hardware.audio@2.0::IOutputExternal~default";
+constexpr char kLastService[] = "com.tovi.dtv.hardware.audio@6.0::IMicControl~default";
 
 fs::path gBin;
 fs::path gRoot;
