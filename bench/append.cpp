@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -51,6 +52,7 @@ class Daemon {
     explicit Daemon(int processor) : pid_(fork()) {
         if (pid_ == 0) {
             pin(processor);
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
             const int log = open("/dev/null", O_WRONLY);
             dup2(log, STDERR_FILENO);
             execl((fs::read_symlink("/proc/self/exe").parent_path() / "hidlaudio").c_str(), "hidlaudio",

@@ -6,6 +6,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -56,6 +57,7 @@ BenchService::BenchService(const char* instance, int processor) {
     if (mServer == 0) {
         // A new program: the runtime's state of this process is not for two.
         const std::string fd = std::to_string(ready[1]);
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
         pin(processor);
         execl("/proc/self/exe", "bench", kServeOption, instance, fd.c_str(), nullptr);
         _exit(1);

@@ -11,6 +11,8 @@
 namespace android::hardware::transport {
 namespace {
 
+constexpr size_t kLargeBlock = 65536;
+
 uint8_t* mapShared(int fd) {
     void* base = mmap(nullptr, kBulkMemorySize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     return base == MAP_FAILED ? nullptr : static_cast<uint8_t*>(base);
@@ -58,6 +60,10 @@ bool BulkSender::allocate(size_t size, size_t* block) {
     const size_t needed = (kBulkAlignment + size + kBulkAlignment - 1) / kBulkAlignment * kBulkAlignment;
     size_t begin = 0;
     auto next = mBlocks.begin();
+    if (mBlocks.empty() && needed >= kLargeBlock && needed <= kBulkMemorySize) {
+        mAtTop = !mAtTop;
+        if (mAtTop) begin = kBulkMemorySize - needed;
+    }
     const size_t lowest = mBlocks.empty() ? kBulkMemorySize : next->begin;
     if (needed > lowest && !findHighest(needed, &next, &begin)) return false;
     mBlocks.insert(next, {begin, begin + needed});

@@ -45,8 +45,10 @@ static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<u
 
 /**
  * The sender's side: hands out blocks, at the bottom where there is room so that the
- * same pages are used again. What the receiver writes into the words can only make the
- * sender reuse a block early; the bytes in blocks mean nothing to the sender.
+ * same pages are used again; large ones in turn at the bottom and at the top, because
+ * it is slow to write over what the receiver's processor has just read. What the
+ * receiver writes into the words can only make the sender reuse a block early; the
+ * bytes in blocks mean nothing to the sender.
  */
 class BulkSender {
   public:
@@ -69,6 +71,7 @@ class BulkSender {
     std::shared_ptr<BulkMapping> mMapping;
     base::unique_fd mUndelivered;
     std::vector<Block> mBlocks;  // handed out, by address
+    bool mAtTop = false;         // where the last large block was
 };
 
 }  // namespace android::hardware::transport
