@@ -1,0 +1,105 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The init script that starts the daemon."""
+import re
+
+from .interfaces import full_name
+
+FILE = "packaging/hidlaudio.rc"
+ONCE = ("class", "user", "group")
+
+
+class Section:
+    """`service …` or `on …` with the lines below it as (number, words)."""
+
+    def __init__(self, line, words):
+        self.line = line
+        self.words = words
+        self.options = []
+
+    def option(self, name):
+        """(line, arguments) of an option, None where it is not there."""
+        return next(((number, words[1:]) for number, words in self.options if words[0] == name), None)
+
+
+def check_init_rc(tree, path, services, code_paths, own_folders):
+    """Init starts the daemon, and knows each name under which it is found."""
+    sections = _sections(tree)
+    service = next((s for s in sections if s.words[0] == "service" and s.words[2:3] == [path]), None)
+    if service is None:
+        tree.find(FILE, 1, f"starts no {path}, where {path.rsplit('/', 1)[1]} is installed",
+                  f"write: service {path.rsplit('/', 1)[1]} {path}")
+    else:
+        _check_options(tree, service)
+        _check_interfaces(tree, service, services)
+        _check_wake_locks(tree, service, code_paths.wake_locks)
+    _check_folders(tree, sections, own_folders)
+
+
+def _sections(tree):
+    sections = []
+    for number, text in tree.lines(FILE, comment="#"):
+        words = text.split()
+        if words[0] in ("service", "on", "import"):
+            sections.append(Section(number, words))
+        elif sections:
+            sections[-1].options.append((number, words))
+        else:
+            tree.find(FILE, number, f"belongs to no section: {text}", "move it below its service or on line")
+    return sections
+
+
+def _check_options(tree, service):
+    for name in ONCE:
+        if service.option(name) is None:
+            tree.find(FILE, service.line, f"the service has no {name}", f"add its line: {name} …")
+    hal = service.option("class")
+    if hal and "hal" not in hal[1]:
+        tree.find(FILE, hal[0], "the service is not started with the HALs", "write: class hal")
+
+
+def _check_interfaces(tree, service, services):
+    expected = {full_name(*key): row for row in services for key in row.chain}
+    listed = {}
+    for number, words in service.options:
+        if words[0] != "interface":
+            continue
+        if len(words) != 3 or words[2] != "default":
+            tree.find(FILE, number, "is no interface and the instance default",
+                      "write: interface NAME default")
+        elif words[1] not in expected:
+            tree.find(FILE, number, f"{words[1]} is offered by no service", "remove the line")
+        elif words[1] in listed:
+            tree.find(FILE, number, f"{words[1]} stands in line {listed[words[1]]} already",
+                      "remove the line")
+        if len(words) > 1:
+            listed.setdefault(words[1], number)
+    for name in expected:
+        if name not in listed:
+            tree.find(FILE, service.line, f"the service lacks {name}",
+                      f"add the line: interface {name} default")
+
+
+def _check_wake_locks(tree, service, wake_locks):
+    """libpower needs the group and the capability where it writes the kernel's file itself."""
+    for option, needed in (("capabilities", "BLOCK_SUSPEND"), ("group", "wakelock")):
+        line, values = service.option(option) or (service.line, [])
+        if wake_locks and needed not in values:
+            tree.find(FILE, line, f"{option} lacks {needed}, which the wake locks of {wake_locks[0]} need",
+                      f"write: {' '.join([option, *values, needed])}")
+
+
+def _check_folders(tree, sections, own_folders):
+    """The daemon makes none of its folders."""
+    made = {words[1]: number for section in sections if section.words[0] == "on"
+            for number, words in section.options if words[0] == "mkdir" and len(words) > 1}
+    for own, (file, line) in own_folders.items():
+        parts = own.removeprefix("/data/vendor/").split("/")
+        for folder in (f"/data/vendor/{'/'.join(parts[:count])}" for count in range(1, len(parts) + 1)):
+            if folder in made:
+                continue
+            tree.find(FILE, 1, f"makes no folder {folder} ({file}:{line} names a file in it)",
+                      f"add below on post-fs-data: mkdir {folder} 0770 audioserver audio")
+    for number, words in ((n, w) for s in sections for n, w in s.options if w[0] == "mkdir"):
+        if len(words) < 5 or not re.fullmatch(r"0[0-7]{3}", words[2]):
+            tree.find(FILE, number, "gives the folder no mode, owner and group",
+                      "write: mkdir FOLDER MODE OWNER GROUP")

@@ -1,0 +1,174 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The interfaces of the package, and which of them the daemon registers."""
+import hashlib
+import re
+from dataclasses import dataclass
+
+from .tree import PACKAGE, line_of
+
+FOLDER = "interfaces"
+FROZEN = f"{FOLDER}/current.txt"
+MAIN = "service/main.cpp"
+UNDO = "undo the edit, and make the change in a new version (current.txt tells how)"
+
+
+@dataclass(frozen=True)
+class Interface:
+    """One interface of one version; `parent` is the (version, name) that it extends."""
+
+    version: str
+    name: str
+    parent: tuple
+    file: str
+    line: int
+
+
+@dataclass(frozen=True)
+class Service:
+    """What the daemon registers: the newest interface and the older ones that it stands for."""
+
+    name: str
+    chain: tuple
+    line: int
+
+
+def version_key(version):
+    """Sorts 10.0 after 9.1."""
+    return tuple(int(number) for number in version.split("."))
+
+
+def full_name(version, name):
+    """As HIDL writes it."""
+    return f"{PACKAGE}@{version}::{name}"
+
+
+def versions(tree):
+    """The package's versions, oldest first."""
+    folders = {file.split("/")[1] for file in tree.glob(f"{FOLDER}/*/*.hal")}
+    return sorted((name for name in folders if re.fullmatch(r"\d+\.\d+", name)), key=version_key)
+
+
+def load_interfaces(tree):
+    """All interfaces by (version, name); a file that can't be understood is found."""
+    result = {}
+    for version in versions(tree):
+        for file in tree.glob(f"{FOLDER}/{version}/*.hal"):
+            _check_package(tree, file, version)
+            if not file.endswith("/types.hal"):
+                interface = _load_interface(tree, file, version)
+                if interface:
+                    result[version, interface.name] = interface
+    if not result:
+        tree.find(FOLDER, 1, "holds no interface", "restore it from version control")
+    return result
+
+
+def _check_package(tree, file, version):
+    code = tree.code(file)
+    match = re.search(r"^package\s+([\w.@]+)\s*;", code, re.MULTILINE)
+    expected = f"{PACKAGE}@{version}"
+    if not match or match[1] != expected:
+        line = line_of(code, match.start()) if match else 1
+        tree.find(file, line, f"is not in package {expected}", f"write: package {expected};")
+
+
+def _load_interface(tree, file, version):
+    code = tree.code(file)
+    match = re.search(r"^interface\s+(\w+)\s*(?:extends\s+@([\d.]+)::(\w+)\s*)?\{", code, re.MULTILINE)
+    name = file.rsplit("/", 1)[1][: -len(".hal")]
+    if not match or match[1] != name:
+        line = line_of(code, match.start()) if match else 1
+        tree.find(file, line, f"declares no interface {name}", "name the interface as its file")
+        return None
+    parent = (match[2], match[3]) if match[2] else None
+    return Interface(version, name, parent, file, line_of(code, match.start()))
+
+
+def chain_of(interfaces, key):
+    """`key` and what it extends, newest first; stops where one is missing."""
+    chain = []
+    while key in interfaces and key not in chain:
+        chain.append(key)
+        key = interfaces[key].parent
+    return tuple(chain)
+
+
+def load_services(tree, interfaces):
+    """The registration table of the daemon's main."""
+    code = tree.code(MAIN)
+    pattern = r"service<V(\d+)_(\d+)::(\w+),\s*V\d+_\d+::implementation::\w+>"
+    services = []
+    for match in re.finditer(pattern, code):
+        key = (f"{match[1]}.{match[2]}", match[3])
+        line = line_of(code, match.start())
+        if key in interfaces:
+            services.append(Service(key[1], chain_of(interfaces, key), line))
+        else:
+            tree.find(MAIN, line, f"registers {full_name(*key)}, which has no .hal file",
+                      f"add {FOLDER}/{key[0]}/{key[1]}.hal or register a version that is there")
+    if not services:
+        tree.find(MAIN, 1, "holds no table of services that can be read",
+                  "write each row as service<V1_0::IName, V1_0::implementation::Name>(…)")
+    return services
+
+
+def check_extends(tree, interfaces):
+    """Each interface extends one that is there."""
+    for interface in interfaces.values():
+        if interface.parent and interface.parent not in interfaces:
+            tree.find(interface.file, interface.line,
+                      f"extends {full_name(*interface.parent)}, which is not there",
+                      "extend the newest version that is")
+
+
+def check_registered(tree, interfaces, services):
+    """Each interface that is not a client's to implement is reached through a registered service."""
+    reached = {key for service in services for key in service.chain}
+    lines = {service.name: service.line for service in services}
+    for key, interface in interfaces.items():
+        if key in reached or (interface.name not in lines and _is_argument(tree, interfaces, interface)):
+            continue
+        row = f"V{key[0].replace('.', '_')}::{interface.name}"
+        tree.find(MAIN, lines.get(interface.name, 1), f"{full_name(*key)} is served by no service",
+                  f"implement it and register {row} in the table")
+    for name in sorted({s.name for s in services if sum(o.name == s.name for o in services) > 1}):
+        tree.find(MAIN, lines[name], f"{name} is registered twice", "keep the row of its newest version")
+
+
+def _is_argument(tree, interfaces, interface):
+    """Whether a method takes it: then it is the clients' to implement."""
+    pattern = re.compile(rf"\b{interface.name}\s+\w+\s*[,)]")
+    return any(pattern.search(tree.code(other.file)) for other in interfaces.values())
+
+
+def check_frozen(tree):
+    """current.txt holds the hash of each .hal file, and of nothing else."""
+    frozen = _frozen_hashes(tree)
+    files = {}
+    for version in versions(tree):
+        for file in tree.glob(f"{FOLDER}/{version}/*.hal"):
+            files[full_name(version, file.rsplit("/", 1)[1][: -len(".hal")])] = file
+    for name, file in files.items():
+        digest = hashlib.sha256(tree.read(file).encode("utf-8")).hexdigest()
+        if name not in frozen:
+            tree.find(FROZEN, 1, f"{name} is not frozen", f"add the line: {digest} {name}")
+        elif digest not in frozen[name]:
+            tree.find(file, 1, f"is frozen in {FROZEN}:{frozen[name][max(frozen[name])]}, but has changed",
+                      UNDO)
+    for name, hashes in frozen.items():
+        if name not in files:
+            tree.find(FROZEN, min(hashes.values()), f"{name} has no .hal file",
+                      "remove the line or restore the file")
+
+
+def _frozen_hashes(tree):
+    """{name: {hash: line}}; a line that is neither is found."""
+    frozen = {}
+    for number, text in tree.lines(FROZEN, comment="#"):
+        match = re.fullmatch(r"([0-9a-f]{64}) (\S+)", text)
+        if match:
+            frozen.setdefault(match[2], {})[match[1]] = number
+        else:
+            tree.find(FROZEN, number, f"is no hash and name: {text}",
+                      "write the line that hidl-gen -Lhash prints")
+    return frozen

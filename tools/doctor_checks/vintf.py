@@ -1,0 +1,145 @@
+# SPDX-License-Identifier: Apache-2.0
+"""What the TV's manifest says of the services, and the matrix that permits it."""
+import re
+from dataclasses import dataclass, field
+from xml.parsers import expat
+
+from .interfaces import version_key
+from .tree import PACKAGE
+
+MANIFEST = "packaging/hidlaudio.xml"
+MATRIX = "packaging/compatibility_matrix.xml"
+
+
+@dataclass
+class Element:
+    """An XML element with its line."""
+
+    name: str
+    attributes: dict
+    line: int
+    text: str = ""
+    children: list = field(default_factory=list)
+
+    def all(self, name):
+        """Its children of that name."""
+        return [child for child in self.children if child.name == name]
+
+    def value(self, name):
+        """The text of the first child of that name, empty where there is none."""
+        return next((child.text.strip() for child in self.all(name)), "")
+
+
+def check_manifest(tree, services):
+    """The manifest declares each major version of each service, with its newest minor one."""
+    expected = _declared(services)
+    offered = {key for service in services for key in service.chain}
+    listed = {}
+    for hal in _hals(tree, MANIFEST):
+        _check_transport(tree, hal)
+        for entry in hal.all("fqname"):
+            key = _check_entry(tree, entry, expected, offered, listed)
+            listed.setdefault(key, entry.line)
+    for version, name in expected:
+        if (version, name) not in listed:
+            tree.find(MANIFEST, 1, f"does not declare @{version}::{name}",
+                      f"add: <fqname>@{version}::{name}/default</fqname>")
+
+
+def check_matrix(tree, services):
+    """The framework's matrix permits what the manifest declares."""
+    expected = _declared(services)
+    listed = {}
+    for hal in _hals(tree, MATRIX):
+        if hal.attributes.get("optional") != "true":
+            tree.find(MATRIX, hal.line, "wants the services on every TV",
+                      'write: <hal format="hidl" optional="true">')
+        for version in hal.all("version"):
+            for interface in hal.all("interface"):
+                if interface.value("instance") != "default":
+                    tree.find(MATRIX, interface.line, "the interface lacks its instance",
+                              "write: <instance>default</instance>")
+                listed.setdefault((version.text.strip(), interface.value("name")), interface.line)
+    for key in expected:
+        if key not in listed:
+            tree.find(MATRIX, 1, f"does not permit @{key[0]}::{key[1]}",
+                      f"add {key[1]} with its instance default to the entry of version {key[0]}")
+    for key, line in listed.items():
+        if key not in expected:
+            tree.find(MATRIX, line, f"permits @{key[0]}::{key[1]}, which is not to be declared", "remove it")
+
+
+def _declared(services):
+    """(version, name) of the newest minor version of each major one, in order."""
+    newest = {}
+    for service in services:
+        for version, name in service.chain:
+            major = (name, version.split(".")[0])
+            newest[major] = max(newest.get(major, version), version, key=version_key)
+    return sorted(((version, name) for (name, _), version in newest.items()),
+                  key=lambda entry: (version_key(entry[0]), entry[1]))
+
+
+def _check_transport(tree, hal):
+    if hal.value("transport") != "hwbinder":
+        line = next((child.line for child in hal.all("transport")), hal.line)
+        tree.find(MANIFEST, line, "the services are not reached over hwbinder",
+                  "write: <transport>hwbinder</transport>")
+
+
+def _check_entry(tree, entry, expected, offered, listed):
+    """The (version, name) that it declares, None where that can't be told."""
+    text = entry.text.strip()
+    match = re.fullmatch(r"@(\d+\.\d+)::(\w+)/default", text)
+    if not match:
+        tree.find(MANIFEST, entry.line, f"is no version, interface and instance: {text}",
+                  "write: <fqname>@1.0::IName/default</fqname>")
+        return None
+    key = (match[1], match[2])
+    if key in listed:
+        tree.find(MANIFEST, entry.line, f"{text} stands in line {listed[key]} already", "remove the line")
+    elif key not in offered:
+        tree.find(MANIFEST, entry.line, f"{text} is offered by no service", "remove the line")
+    elif key not in expected:
+        tree.find(MANIFEST, entry.line, f"{text} is not the newest minor version, which stands for it",
+                  "declare the newest one only")
+    return key
+
+
+def _hals(tree, file):
+    """The entries of our package."""
+    root = _parse(tree, file)
+    hals = [hal for hal in (root.all("hal") if root else []) if hal.value("name") == PACKAGE]
+    if root and not hals:
+        tree.find(file, root.line, f"has no entry of {PACKAGE}", f"add a <hal> with <name>{PACKAGE}</name>")
+    for hal in hals:
+        if hal.attributes.get("format") != "hidl":
+            tree.find(file, hal.line, "the entry is not one of HIDL", 'write: <hal format="hidl">')
+    return hals
+
+
+def _parse(tree, file):
+    """The root element, None (and a finding) where the file is no XML."""
+    text = tree.read(file)
+    if not text:
+        return None
+    parser = expat.ParserCreate()
+    stack = [Element("", {}, 1)]
+
+    def start(name, attributes):
+        element = Element(name, attributes, parser.CurrentLineNumber)
+        stack[-1].children.append(element)
+        stack.append(element)
+
+    def characters(data):
+        stack[-1].text += data
+
+    parser.StartElementHandler = start
+    parser.EndElementHandler = lambda name: stack.pop()
+    parser.CharacterDataHandler = characters
+    try:
+        parser.Parse(text, True)
+    except expat.ExpatError as error:
+        tree.find(file, error.lineno, f"is no XML: {expat.errors.messages[error.code]}", "write it as XML")
+        return None
+    return stack[0].children[0]
