@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "acoustic_calibration/calibration_state.h"
+
+#include <optional>
+
+#include "acoustic_calibration/calibration_data.h"
+#include "acoustic_calibration/calibration_file.h"
+#include "acoustic_calibration/enabled_flag.h"
+#include "acoustic_calibration/smooth_delay.h"
+#include "platform/kept_file.h"
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace {
+
+using platform::KeptFile;
+
+constexpr int64_t kMarkerAndEnd = 8;
+
+std::optional<int64_t> keptSwitch(const std::optional<KeptFile>& file) {
+    return file && file->size > 0 ? std::optional<int64_t>(file->start[0]) : std::nullopt;
+}
+
+/** By the size of the file alone; nothing for one that was not written whole. */
+std::optional<int64_t> keptChannels(const std::optional<KeptFile>& file) {
+    constexpr int64_t kRecordSize = sizeof(aud_ac_data_Table);
+    if (!file || file->size < kMarkerAndEnd || (file->size - kMarkerAndEnd) % kRecordSize != 0) return {};
+    return (file->size - kMarkerAndEnd) / kRecordSize;
+}
+
+}  // namespace
+
+std::vector<platform::StateItem> describeSmoothDelay() {
+    return {platform::yesNo("enabled", smoothDelay().enabled),
+            platform::number("channels", static_cast<int64_t>(smoothDelay().values.size()))};
+}
+
+std::vector<platform::StateItem> describeCalibrationFiles() {
+    const std::optional<KeptFile> results = platform::lookAtFile(kCalibrationFile);
+    return {platform::text("enabled_file", kEnabledFile),
+            platform::number("enabled", keptSwitch(platform::lookAtFile(kEnabledFile))),
+            platform::text("results_file", kCalibrationFile),
+            platform::number("results_bytes", results ? std::optional(results->size) : std::nullopt),
+            platform::number("results_channels", keptChannels(results))};
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

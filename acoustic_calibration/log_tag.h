@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+
+/** Under which the acoustic calibration logs. */
+constexpr char kTag[] = "AudioAC";
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

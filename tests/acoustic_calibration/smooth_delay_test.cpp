@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fixture.h"
+
+namespace hidlaudio::test {
+namespace {
+
+class SmoothDelay : public Calibration {
+  protected:
+    /** Starts with results that delay by 480 and 240 samples and are switched on. */
+    sp<IAcousticCalibration> calibrated() {
+        sp<IAcousticCalibration> service = started();
+        EXPECT_EQ(service->setCalibratedData({channel("FL", {}, 0, 10), channel("FR", {}, 0, 5)}), 0);
+        EXPECT_EQ(service->setEnabled(true), 0);
+        takeBlocks();
+        logged();
+        return service;
+    }
+
+    /** The delays of the one block that was sent; empty where none was. */
+    std::string takeDelays() {
+        const std::string block = takeBlocks();
+        return block.substr(block.find(kFlatBands) == 0 ? kFlatBands.size() : 0);
+    }
+
+    static std::vector<float> values(const sp<IAcousticCalibration>& service) {
+        std::vector<float> values;
+        EXPECT_TRUE(service->getSmoothDelay([&](const auto& answer) { values = answer; }).isOk());
+        return values;
+    }
+};
+
+TEST_F(SmoothDelay, TakesThePlaceOfTheDelays) {
+    inOwnProcess([&] {
+        const sp<IAcousticCalibration> service = calibrated();
+        EXPECT_THAT(values(service), IsEmpty());
+        EXPECT_EQ(service->setSmoothDelay({1, 2}), 0);
+        EXPECT_THAT(values(service), IsEmpty()) << "it is off";
+        EXPECT_EQ(takeDelays(), "");
+        logged();
+
+        EXPECT_EQ(service->setSmoothDelayEnabled(true), 0);
+        EXPECT_THAT(logged(), ElementsAre("D [setSmoothDelayEnabled] start arg:1", "D [getEnabled] start",
+                                          "D [getEnabled] end Return: 1",
+                                          "I <<<<<hidlaudio dtv_svc is ready !>>>>> count:0",
+                                          "D [setSmoothDelayEnabled] end Return: 0"));
+        EXPECT_EQ(takeDelays(), "00000000\n");
+        EXPECT_THAT(values(service), ElementsAre(0, 0));
+        EXPECT_EQ(service->setSmoothDelayEnabled(true), 0);
+        EXPECT_EQ(takeDelays(), "") << "it is on";
+
+        EXPECT_EQ(service->setSmoothDelay({1, 2.5F, 7}), 0);
+        EXPECT_EQ(takeDelays(), "30007800\n");
+        EXPECT_THAT(values(service), ElementsAre(1, 2.5F, 7));
+        for (const hidl_vec<float>& wrong : {hidl_vec<float>(), hidl_vec<float>(1), hidl_vec<float>(10)}) {
+            logged();
+            EXPECT_EQ(service->setSmoothDelay(wrong), -1);
+            EXPECT_THAT(logged(), ElementsAre("D [setSmoothDelay] start"));
+            EXPECT_THAT(values(service), ElementsAre(1, 2.5F, 7));
+        }
+        EXPECT_EQ(takeDelays(), "");
+        EXPECT_EQ(service->setEnabled(false), 0);
+        EXPECT_EQ(takeDelays(), "30007800\n");
+        EXPECT_EQ(service->setSmoothDelay({-1, 1000, 0, 0, 0, 0, 0, 0, 9}), 0);
+        EXPECT_EQ(takeDelays(), "d1ff80bb\n");
+        EXPECT_EQ(service->setEnabled(true), 0);
+        EXPECT_EQ(takeDelays(), "d1ff80bb\n");
+
+        EXPECT_EQ(service->setSmoothDelayEnabled(false), 0);
+        EXPECT_EQ(takeDelays(), "e001f000\n");
+        EXPECT_EQ(values(service).size(), 9U);
+        EXPECT_EQ(service->setSmoothDelayEnabled(true), 0);
+        EXPECT_THAT(values(service), ElementsAre(0, 0)) << "each use begins anew";
+        const sp<IAcousticCalibration> next = start();
+        EXPECT_FALSE(next->getSmoothDelayEnabled());
+    });
+}
+
+TEST_F(SmoothDelay, GoesBackWhereTheTvRefuses) {
+    inOwnProcess([&] {
+        const sp<IAcousticCalibration> service = calibrated();
+        tv_.fail("MTDRVCUST_dcustom_cust_spec_set", "-6 1");
+        EXPECT_EQ(service->setSmoothDelayEnabled(true), -6);
+        EXPECT_EQ(logged().back(), "D [setSmoothDelayEnabled] end Return: -6");
+        EXPECT_FALSE(service->getSmoothDelayEnabled());
+        EXPECT_THAT(logged(), ElementsAre("D [getSmoothDelayEnabled] Return: 0"));
+        EXPECT_THAT(values(service), ElementsAre(0, 0));
+
+        // Of a calibration that can't be read the delays alone are sent.
+        std::filesystem::remove(data_);
+        logged();
+        EXPECT_EQ(service->setSmoothDelayEnabled(true), 0);
+        EXPECT_EQ(errors(),
+                  "[readCalibratedData] fopen failed, errno 2\n[setSmoothDelayEnabled] end read NG.\n");
+        EXPECT_EQ(takeBlocks(), kFlatBlock);
+        tv_.fail("MTDRVCUST_dcustom_cust_spec_set", "-7 2");
+        EXPECT_EQ(service->setSmoothDelay({1, 1}), -7);
+        EXPECT_THAT(values(service), ElementsAre(1, 1)) << "they go out with the next change";
+        EXPECT_EQ(service->setSmoothDelayEnabled(false), -7);
+        EXPECT_TRUE(service->getSmoothDelayEnabled());
+        EXPECT_EQ(service->setEnabled(false), 0);
+        EXPECT_EQ(takeDelays(), "30003000\n");
+    });
+}
+
+TEST_F(SmoothDelay, NeedsAController) {
+    inOwnProcess([&] {
+        const sp<IAcousticCalibration> service = started(false);
+        EXPECT_EQ(service->setSmoothDelayEnabled(true), -2);
+        EXPECT_EQ(service->setSmoothDelay({1}), -2);
+        EXPECT_FALSE(service->getSmoothDelayEnabled());
+        EXPECT_THAT(values(service), IsEmpty());
+        EXPECT_THAT(logged(),
+                    ElementsAre("D [setSmoothDelayEnabled] start arg:1",
+                                "E [setSmoothDelayEnabled] none BE model", "D [setSmoothDelay] start",
+                                "E [setSmoothDelay] none BE model.", "D [getSmoothDelayEnabled] Return: 0",
+                                "D [getSmoothDelay] start", "D [getSmoothDelay] end"));
+        EXPECT_EQ(takeBlocks(), "");
+    });
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

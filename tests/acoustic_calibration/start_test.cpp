@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fixture.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using Start = Calibration;
+using namespace std::chrono_literals;
+
+constexpr char kReady[] = "I <<<<<hidlaudio dtv_svc is ready !>>>>> count:0";
+
+TEST_F(Start, BringsTheSoundToTheStoredState) {
+    inOwnProcess([&] {
+        const sp<FakeHal> hal = FakeHal::start();
+        const sp<IAcousticCalibration> first = start();
+        EXPECT_THAT(
+            logged(),
+            ElementsAre("D [AcousticCalibration] start", kReady, "D [getEnabledOnBoot] start",
+                        "E [getEnabledOnBoot] open error", "D [getEnabledOnBoot] end Return: 0", kReady,
+                        "D [AcousticCalibration] auto_calib_offset= 0.0dB", "D [AcousticCalibration] end"));
+        EXPECT_EQ(contentOf(flag_), "\0"s);
+        EXPECT_EQ(takeBlocks(), kFlatBlock);
+        EXPECT_THAT(hal->device->take(), ElementsAre("ac_offset=0.000000"));
+        EXPECT_EQ(first->setCalibratedData({channel("FL", {9}, -3, 1)}), 0);
+
+        const std::string block = "da" + repeat("80", 30) + "6230000000\n";
+        for (const auto& [flag, sent, offset] : {std::tuple("\1"s, block, "ac_offset=-3.000000"),
+                                                 {"\0"s, kFlatBlock, "ac_offset=0.000000"},
+                                                 {"\2"s, kFlatBlock, "ac_offset=0.000000"},
+                                                 {""s, kFlatBlock, "ac_offset=0.000000"}}) {
+            makeFile(flag_, flag);
+            hal->device->result = Result::NOT_SUPPORTED;  // goes unnoticed
+            start();
+            EXPECT_EQ(takeBlocks(), sent);
+            EXPECT_THAT(hal->device->take(), ElementsAre(offset));
+            EXPECT_EQ(contentOf(flag_), flag);
+        }
+        EXPECT_EQ(errors(), "[getEnabledOnBoot] read AcousticCalibration enabled data failed, errno 0\n");
+        makeFile(flag_, "\1");
+        std::filesystem::remove(data_);
+        started(false);
+        EXPECT_EQ(takeDecoder(), kFlatDecoder);
+        EXPECT_THAT(hal->device->take(), ElementsAre("ac_offset=12.000000"));
+        EXPECT_EQ(contentOf(flag_), "\1") << "the results may come back";
+    });
+}
+
+TEST_F(Start, RestoresNothingWithoutAHal) {
+    inOwnProcess([&] {
+        const sp<IAcousticCalibration> service = start();
+        EXPECT_THAT(logged(), ElementsAre("D [AcousticCalibration] start", kReady,
+                                          "acoustic_calibration_test: E load audio interface failed",
+                                          "E load audio interface failed"));
+        EXPECT_FALSE(std::filesystem::exists(flag_));
+        EXPECT_EQ(takeBlocks(), "");
+        EXPECT_EQ(service->setCalibratedData({channel("FL", {})}), 0);
+        EXPECT_EQ(service->setEnabled(true), 0) << "the sound needs no HAL";
+        EXPECT_TRUE(service->getEnabled());
+        EXPECT_EQ(takeBlocks(), kFlatBlock);
+    });
+}
+
+TEST_F(Start, OutlivesTheHal) {
+    const HalProcess hal;
+    inOwnProcess([&] {
+        const sp<IAcousticCalibration> service = started();
+        takeBlocks();
+        hal.kill();
+        EXPECT_EQ(service->setEnabled(false), 0);
+        EXPECT_EQ(takeBlocks(), kFlatBlock);
+    });
+}
+
+/** How far a part of the TV is: ready, after some sleeps, or never. */
+enum Stage { Ready, Late, Never };
+
+TEST_F(Start, WaitsForEachPartOfTheTv) {
+    constexpr Stage kStages[] = {Ready, Late, Never};
+    constexpr size_t kPlatformSleeps[] = {0, 37, 4000};  // at most twice: before and in the application
+    constexpr size_t kControllerSleeps[] = {0, 3, 30};
+    constexpr size_t kPostProcessorSleeps[] = {0, 3, 50};
+    const auto check = [&](bool backEnd, Stage platform, Stage part) {
+        const sp<FakeHal> hal = FakeHal::start();
+        tv_.setModelFlag(backEnd ? '\1' : '\0');
+        std::filesystem::remove(marker_);
+        const auto beginPart = [&] {
+            makeFile(tv_ / "soc/bectrl/boot_state", "1\n");
+            makeFile(tv_ / "soc/audio_post/ready", "7\n");
+        };
+        makeFile(tv_ / "soc/bectrl/boot_state", "0\n");
+        makeFile(tv_ / "soc/audio_post/ready", "0\n");
+        if (platform == Ready) makeFile(marker_);
+        if (part == Ready) beginPart();
+        host::SteppedClock clock;
+        clock.onSleep([&](size_t sleeps) {
+            if (platform == Late && sleeps == 37) makeFile(marker_);
+            const size_t before = platform == Never ? 2000 : kPlatformSleeps[platform];
+            if (part == Late && sleeps == before + 3) beginPart();
+        });
+        start();
+        const bool controlled = backEnd || platform == Never;  // a TV that does not tell has a controller
+        std::map<host::SteppedClock::Time, size_t> slept{{10ms, 0}, {200ms, 0}, {500ms, 0}};
+        for (const auto time : clock.sleeps()) ++slept[time];
+        EXPECT_THAT(slept, ElementsAre(std::pair(10ms, kPlatformSleeps[platform]),
+                                       std::pair(200ms, controlled ? 0 : kPostProcessorSleeps[part]),
+                                       std::pair(500ms, controlled ? kControllerSleeps[part] : 0)));
+        EXPECT_EQ(takeBlocks(), controlled && platform != Never ? kFlatBlock : "");
+        EXPECT_EQ(takeDecoder(), controlled ? "(none)(none)" : kFlatDecoder);
+        EXPECT_THAT(hal->device->take(),
+                    ElementsAre(controlled ? "ac_offset=0.000000" : "ac_offset=12.000000"));
+        std::string expected = "[getEnabledOnBoot] open error\n";
+        if (part == Never && controlled)
+            expected = "[checkBeCtrlBoot] wait BeCtrl launch timeout.\n" + expected;
+        if (part == Never && !controlled) expected += "[checkCpupostReady] wait cpupost Ready timeout.\n";
+        const std::string notReady = "[checkDtvSvcBoot] dtv_svc rpc server failed [TimeOut].\n";
+        const std::string notSent = "[setCalibratedDataToBeCtrl] BECtrl Boot failed [TimeOut].\n";
+        EXPECT_EQ(errors(), platform == Never ? notReady + expected + notReady + notSent : expected);
+        std::filesystem::remove(flag_);
+    };
+    for (const bool backEnd : {true, false}) {
+        for (const Stage platform : kStages) {
+            for (const Stage part : kStages) {
+                SCOPED_TRACE(std::to_string(backEnd) + std::to_string(platform) + std::to_string(part));
+                inOwnProcess([&] { check(backEnd, platform, part); });
+            }
+        }
+    }
+}
+
+TEST_F(Start, OnATvThatGoesAwayLeavesTheSound) {
+    inOwnProcess([&] {
+        const sp<IAcousticCalibration> service = started(false);
+        std::filesystem::remove(marker_);
+        const host::SteppedClock clock;
+        EXPECT_EQ(service->setEnabled(false), -1);
+        EXPECT_EQ(clock.now(), std::chrono::seconds(20));
+        EXPECT_EQ(errors(),
+                  "[checkDtvSvcBoot] dtv_svc rpc server failed [TimeOut].\n"
+                  "[setCalibratedDataToAudioDriver] AQCtrl Boot failed [TimeOut].\n"
+                  "[setEnabled] Skip to write enabled data, because calibration was fail.\n");
+        EXPECT_EQ(takeDecoder(), "(none)(none)");
+        EXPECT_FALSE(std::filesystem::exists(flag_));
+    });
+}
+
+}  // namespace
+}  // namespace hidlaudio::test
