@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "calibration_file.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "calibration_json.h"
+#include "json_syntax.h"
+#include "text_lines.h"
+#include "words.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* kKeys[] = {"channel", "level", "delay", "equalizer"};
+
+/** An entry of the file while it is read. */
+struct Entry {
+    const json& value;
+    std::string pointer;
+    ChannelCalibration channel;
+    std::vector<std::string>& faults;
+
+    /** Adds a fault at `below`, a pointer relative to the entry; the channel is named once it is known. */
+    void fault(const std::string& below, const std::string& what) {
+        const std::string name = channel.channel.empty() ? "" : " (" + channel.channel + ")";
+        faults.push_back(pointer + below + name + ": " + what);
+    }
+};
+
+/** A value as a message shows it. */
+std::string shown(const json& value) {
+    return printable(value.dump(-1, ' ', true, json::error_handler_t::replace));
+}
+
+void readName(Entry& entry) {
+    const auto found = entry.value.find("channel");
+    if (found == entry.value.end()) return;
+    if (!found->is_string()) return entry.fault("/channel", shown(*found) + " is no text");
+    const std::string reason = checkChannelName(found->get_ref<const std::string&>());
+    if (!reason.empty()) return entry.fault("/channel", reason);
+    entry.channel.channel = found->get<std::string>();
+}
+
+void readNumber(Entry& entry, const char* key, double& number) {
+    const auto found = entry.value.find(key);
+    if (found == entry.value.end()) return;
+    if (!found->is_number()) return entry.fault(std::string("/") + key, shown(*found) + " is no number");
+    number = found->get<double>();
+}
+
+void readGains(Entry& entry) {
+    const auto found = entry.value.find("equalizer");
+    if (found == entry.value.end()) return;
+    if (!found->is_array()) return entry.fault("/equalizer", shown(*found) + " is no list of gains");
+    if (found->size() != kBands) {
+        entry.fault("/equalizer", std::to_string(found->size()) + " gains; there are " +
+                                      std::to_string(kBands) + " bands, from 20 Hz to 20 kHz");
+    }
+    for (size_t band = 0; band < std::min(found->size(), kBands); ++band) {
+        const json& gain = (*found)[band];
+        if (gain.is_number()) {
+            entry.channel.gains[band] = gain.get<double>();
+        } else {
+            entry.fault("/equalizer/" + std::to_string(band),
+                        bandName(band) + ": " + shown(gain) + " is no number");
+        }
+    }
+}
+
+void checkKeys(Entry& entry) {
+    for (const char* key : kKeys) {
+        if (!entry.value.contains(key)) entry.fault("", std::string("\"") + key + "\" is missing");
+    }
+    for (const auto& item : entry.value.items()) {
+        if (std::find(std::begin(kKeys), std::end(kKeys), item.key()) == std::end(kKeys))
+            entry.fault("", "key " + quote(item.key()) + " is unknown");
+    }
+}
+
+void checkTwice(Entry& entry, const Calibration& before) {
+    const auto twice = std::find_if(before.begin(), before.end(), [&entry](const ChannelCalibration& other) {
+        return !other.channel.empty() && other.channel == entry.channel.channel;
+    });
+    if (twice != before.end()) entry.fault("", "the channel is given twice");
+}
+
+void readEntry(const json& value, size_t index, Reading& reading) {
+    Entry entry{value, "/" + std::to_string(index), {}, reading.faults};
+    if (value.is_object()) {
+        readName(entry);
+        checkKeys(entry);
+        checkTwice(entry, reading.calibration);
+        readNumber(entry, "level", entry.channel.level);
+        readNumber(entry, "delay", entry.channel.delay);
+        readGains(entry);
+    } else {
+        entry.fault("", shown(value) + " is no channel, which is an object");
+    }
+    reading.calibration.push_back(entry.channel);
+}
+
+}  // namespace
+
+Reading readCalibrationFile(std::string_view text) {
+    text = withoutMark(text);
+    Reading reading;
+    reading.faults = findJsonFaults(text);
+    const json document = json::parse(text, nullptr, false);
+    if (document.is_discarded()) return reading;
+    if (!document.is_array()) {
+        reading.faults.emplace_back("the outermost value must be a list of channels");
+        return reading;
+    }
+    if (document.size() > kMostChannels) {
+        reading.faults.push_back(std::to_string(document.size()) + " channels; the service keeps " +
+                                 std::to_string(kMostChannels));
+    }
+    for (size_t i = 0; i < std::min(document.size(), kMostChannels); ++i) readEntry(document[i], i, reading);
+    return reading;
+}
+
+std::string writeCalibrationFile(const Calibration& calibration) {
+    std::string text = "[";
+    for (const ChannelCalibration& channel : calibration) {
+        const json value = toJson(channel);
+        const auto dump = [&value](const char* key) {
+            return value[key].dump(-1, ' ', false, json::error_handler_t::replace);
+        };
+        text += text.size() > 1 ? ",\n" : "\n";
+        text += R"(  {"channel": )" + dump("channel") + R"(, "level": )" + dump("level") + R"(, "delay": )" +
+                dump("delay") + ",\n   \"equalizer\": " + dump("equalizer") + "}";
+    }
+    return text + (text.size() > 1 ? "\n]\n" : "]\n");
+}
+
+}  // namespace hidlaudio::client

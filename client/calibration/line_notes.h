@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stddef.h>
+
+#include <string>
+#include <vector>
+
+namespace hidlaudio::client {
+
+/** What is to be told about the lines of a text. */
+class LineNotes {
+  public:
+    /** Lines count from 1 and come in order. */
+    void add(size_t line, const std::string& reason);
+
+    /** One message for each run of lines with the same reason: "lines 5 to 14: the filter is off". */
+    std::vector<std::string> messages() const;
+
+  private:
+    struct Run {
+        size_t first, last;
+        std::string reason;
+    };
+    std::vector<Run> runs_;
+};
+
+}  // namespace hidlaudio::client

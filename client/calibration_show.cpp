@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <langinfo.h>
+#include <locale.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "calibration/calibration_file.h"
+#include "calibration/calibration_json.h"
+#include "calibration/calibration_plot.h"
+#include "calibration/calibration_svg.h"
+#include "calibration/calibration_table.h"
+#include "calibration_commands.h"
+#include "calibration_service.h"
+#include "host/root/value_file.h"
+
+namespace hidlaudio::client {
+namespace {
+
+int writeFile(const Invocation& invocation, const std::string& path, const std::string& content) {
+    const int error = host::writeValueFile(path, content);
+    if (error != 0) return fail(kRefused, path + " cannot be written: " + strerror(error));
+    return reportResult(invocation, "", 0, {}, "");
+}
+
+/** A service hands out what its file holds, be it good or not. */
+void noteWhatCannotBeLoaded(const std::string& text) {
+    for (const std::string& fault : readCalibrationFile(text).faults)
+        note("`load` will not take this as it is: " + fault);
+}
+
+int save(const Invocation& invocation, const std::string& path) {
+    Calibration calibration;
+    if (const int status = readStored(invocation, calibration); status != kDone) return status;
+    if (calibration.empty()) note("no results are stored: the list is empty");
+    const std::string text = writeCalibrationFile(calibration);
+    noteWhatCannotBeLoaded(text);
+    if (!path.empty()) return writeFile(invocation, path, text);
+    if (invocation.json) return printValue(invocation, toJson(calibration), "");
+    fputs(text.c_str(), stdout);
+    return kDone;
+}
+
+Terminal terminalOfOutput() {
+    Terminal terminal;
+    winsize size{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) terminal.columns = size.ws_col;
+    const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+    terminal.utf8 = locale != nullptr && strcmp(nl_langinfo_l(CODESET, locale), "UTF-8") == 0;
+    if (locale != nullptr) freelocale(locale);
+    return terminal;
+}
+
+int plot(const Invocation& invocation, const std::string& svgPath) {
+    Calibration calibration;
+    if (const int status = readStored(invocation, calibration); status != kDone) return status;
+    if (calibration.empty() && !svgPath.empty())
+        return fail(kRefused, "no results are stored: there is nothing to draw");
+    if (!svgPath.empty()) return writeFile(invocation, svgPath, drawCalibration(calibration));
+    if (invocation.json) return printValue(invocation, toJson(calibration), "");
+    if (calibration.empty()) note("no results are stored");
+    const Terminal terminal = terminalOfOutput();
+    for (const ChannelCalibration& channel : calibration)
+        printf("%s%s\n", summarize({channel}).c_str(), plotGains(channel.gains, terminal).c_str());
+    return kDone;
+}
+
+}  // namespace
+
+void addCalibrationSave(CLI::App* parent, Invocation& invocation) {
+    const auto path = std::make_shared<std::string>();
+    CLI::App* command = parent->add_subcommand("save", "Write the stored results as a calibration file");
+    command->add_option("FILE", *path, "The file, which is replaced; otherwise standard output")
+        ->type_name("");
+    command->footer(
+        "`audioctl calibration load` takes the file. With --json: {\"result\":0}, and {\"value\":[...]} "
+        "without\n"
+        "FILE.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl calibration save room.json");
+    onRun(command, invocation, [&invocation, path] { return save(invocation, *path); });
+}
+
+void addCalibrationPlot(CLI::App* parent, Invocation& invocation) {
+    const auto path = std::make_shared<std::string>();
+    CLI::App* command = parent->add_subcommand("plot", "Show the stored equalizers");
+    command->add_option("--svg", *path, "Draw them into that file instead, which is replaced")
+        ->type_name("FILE")
+        ->check(
+            [](const std::string& given) { return std::string(given.empty() ? "must not be empty" : ""); });
+    command->footer(
+        "As wide as the terminal allows, 80 columns in a pipe; in ASCII where the locale has no UTF-8.\n"
+        "With --json the value is what `audioctl calibration save` writes.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl calibration plot --svg room.svg");
+    onRun(command, invocation, [&invocation, path] { return plot(invocation, *path); });
+}
+
+}  // namespace hidlaudio::client

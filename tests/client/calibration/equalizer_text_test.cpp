@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cmath>
+#include <complex>
+
+#include "client/calibration/biquad_response.h"
+#include "client/calibration/filter_text.h"
+#include "reading.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using testing::Contains;
+using testing::DoubleNear;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr size_t kBand63 = 5;
+constexpr size_t kBand200 = 10;
+constexpr size_t kBand1k = 17;
+
+/** The analogue filter that the digital one was made from, at the frequency that was bent to this one. */
+double analogueResponse(const Filter& filter, double frequency) {
+    const double pi = std::acos(-1.0);
+    const double bent = std::tan(pi * frequency / 48000) / std::tan(pi * filter.frequency / 48000);
+    const std::complex<double> s(0, bent);
+    const double a = std::pow(10, filter.gain / 40);
+    const double width = std::sqrt(a) / filter.q;
+    std::complex<double> response = (s * s + s * a / filter.q + 1.0) / (s * s + s / (a * filter.q) + 1.0);
+    if (filter.shape == FilterShape::LowShelf)
+        response = a * (s * s + width * s + a) / (a * s * s + width * s + 1.0);
+    if (filter.shape == FilterShape::HighShelf)
+        response = a * (a * s * s + width * s + 1.0) / (s * s + width * s + a);
+    return 20 * std::log10(std::abs(response));
+}
+
+TEST(EqualizerText, FiltersRespondLikeTheirAnalogueModels) {
+    for (const FilterShape shape : {FilterShape::Peak, FilterShape::LowShelf, FilterShape::HighShelf}) {
+        for (const double frequency : {1.0, 63.0, 1000.0, 19000.0, 23999.0}) {
+            for (const double gain : {-60.0, -3.0, 0.0, 12.0}) {
+                for (const double q : {0.01, 0.7, 4.3, 100.0}) {
+                    const Filter filter{shape, frequency, gain, q};
+                    for (size_t band = 0; band < kBands; ++band) {
+                        ASSERT_NEAR(responseAt(filter, bandCentre(band)),
+                                    analogueResponse(filter, bandCentre(band)), 1e-4)
+                            << static_cast<int>(shape) << " " << frequency << " " << gain << " " << q;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(EqualizerText, UnderstandsFilters) {
+    struct Row {
+        const char* text;
+        FilterShape shape;
+        double frequency, gain, q;
+    };
+    const Row rows[] = {
+        {"ON PK Fc 63 Hz Gain -3.0 dB Q 4.3", FilterShape::Peak, 63, -3, 4.3},
+        {"on  PEQ\tFc 1,5kHz Gain +2,5dB Q 1", FilterShape::Peak, 0, 0, 0},
+        {"ON PEQ Fc 63,5Hz Gain +2,5dB Q 1,25", FilterShape::Peak, 63.5, 2.5, 1.25},
+        {"ON PK Q 2 Gain 1 Fc 100", FilterShape::Peak, 100, 1, 2},
+        {"ON PK Fc 1000 Hz Gain 6 dB BW Oct 1", FilterShape::Peak, 1000, 6, 1.4110},
+        {"ON LS Fc 100 Hz Gain 6 dB", FilterShape::LowShelf, 100, 6, 0.70711},
+        {"ON HSC Fc 8000 Hz Gain -2 dB Q 0.5", FilterShape::HighShelf, 8000, -2, 0.5},
+    };
+    for (const Row& row : rows) {
+        const FilterLine line = parseFilter(row.text);
+        EXPECT_EQ(line.on, row.frequency > 0) << row.text << line.reason;
+        if (!line.on) continue;
+        EXPECT_EQ(line.filter.shape, row.shape) << row.text;
+        EXPECT_EQ(line.filter.frequency, row.frequency) << row.text;
+        EXPECT_EQ(line.filter.gain, row.gain) << row.text;
+        EXPECT_THAT(line.filter.q, DoubleNear(row.q, 1e-3)) << row.text;
+    }
+}
+
+TEST(EqualizerText, AddsUpPerChannel) {
+    const Reading reading = import(
+        "\xEF\xBB\xBF# a comment\r\n"
+        "Preamp: -2,5 dB\r\n"
+        "Channel: L\r\n"
+        "Filter  1: ON PK Fc 63,0 Hz Gain -3,0 dB Q 4,30\r\n"
+        "GraphicEQ: 400 6; 100 0\r\n"
+        "Delay: 1.5 ms\r\n"
+        "channel: r c\r\n"
+        "Preamp: 1\r\n"
+        "Filter: ON HS Fc 1000 Hz Gain 4 dB\r\n"
+        "Channel: all\r\n"
+        "Filter 3: ON PK Fc 1000 Hz Gain -1 dB Q 2");
+    EXPECT_EQ(said(reading), "");
+    ASSERT_EQ(reading.calibration.size(), 3U);
+    const ChannelCalibration& left = reading.calibration[0];
+    const ChannelCalibration& right = reading.calibration[1];
+    EXPECT_EQ(left.channel + right.channel + reading.calibration[2].channel, "FLFRC");
+    EXPECT_EQ(left.level, -2.5);
+    EXPECT_EQ(right.level, -1.5);
+    EXPECT_EQ(left.delay, 1.5);
+    EXPECT_EQ(right.delay, 0);
+    EXPECT_NEAR(left.gains[kBand63], -3, 0.01) << "the curve is level below its first point";
+    EXPECT_NEAR(left.gains[kBand200], 3, 0.06) << "an octave above 100 Hz is half the way to 400 Hz";
+    EXPECT_NEAR(left.gains[kBand1k], 5, 0.01);
+    EXPECT_NEAR(right.gains[kBand1k], 1, 0.001) << "half the shelf's gain, and the peak's";
+    EXPECT_EQ(right.gains, reading.calibration[2].gains);
+}
+
+TEST(EqualizerText, NamesEachLineThatItCannotUse) {
+    struct Row {
+        const char* line;
+        const char* reason;
+    };
+    const Row rows[] = {
+        {"Dated: today \x1b[2J", "\"Dated: today ?[2J\" is not understood"},
+        {"Filter 2: OFF PK Fc 50 Hz Gain 3 dB Q 1", "the filter is off"},
+        {"Filter 2: ON None", "the filter is off"},
+        {"Filter 2: ON LP Fc 50 Hz", "type \"lp\" is no peak or shelf"},
+        {"Filter 2: ON LS 6dB Fc 50 Hz Gain 3 dB", "\"6\" in a filter is not understood"},
+        {"Filter 2: ON PK Fc 50 Hz Gain 3 dB", "neither \"Q\" nor \"BW Oct\""},
+        {"Filter 2: ON PK Fc 50 Hz Q 3", "has no \"Gain\""},
+        {"Filter 2: ON PK Gain 1 Q 3", "has no \"Fc\""},
+        {"Filter 2: ON PK Fc 50 Fc 60 Gain 1 Q 3", "\"fc\" is given twice"},
+        {"Filter 2: ON PK Fc 50 Hz Gain", "nothing behind \"gain\""},
+        {"Filter 2: ON PK Fc 12,500 Hz Gain 1 Q 3", "\"12,500\" may have thousands or decimals"},
+        {"Filter 2: ON PK Fc 24000 Hz Gain 1 Q 3", "\"24000\" is no number from 1 to 23999"},
+        {"Filter 2: ON PK Fc 50 Hz Gain nan Q 3", "\"nan\" is no number"},
+        {"Filter 2: ON PK Fc 50 Hz Gain 1 Q 0", "\"0\" is no number from 0.01"},
+        {"Filter 2: PK Fc 50 Hz Gain 1 Q 3", "begins with ON or OFF"},
+        {"Filter 2: ON PK Fc 56.2 Hz Gain -8 dB Q 30", "of the filter's -8.0 dB the bands take -0.2 dB"},
+        {"GraphicEQ: 20 1; 30", "point 2: \"30\" is no frequency with a gain"},
+        {"GraphicEQ: 20 1; 20.0 2", "two points at 20 Hz"},
+        {"GraphicEQ: 0 1", "\"0\" is no number"},
+        {"GraphicEQ: 20 61", "\"61\" is no number from -60 to 60"},
+        {"GraphicEQ: ;", "has no points"},
+        {"Preamp: 1e999", "no gain in dB"},
+        {"Preamp: loud", "\"loud\" is no number"},
+        {"Delay: 48 samples", "no delay in ms"},
+        {"Channel: SUBWOOFER", "\"SUBWOOFER\" is no channel name"},
+    };
+    for (const Row& row : rows) {
+        const Reading reading = import("Preamp: 1 dB\n\n" + std::string(row.line));
+        EXPECT_THAT(reading.faults, IsEmpty()) << row.line;
+        EXPECT_THAT(reading.notes, ElementsAre(AllOf(HasSubstr("line 3: "), HasSubstr(row.reason))))
+            << row.line;
+        EXPECT_EQ(reading.calibration[0].level, 1) << row.line;
+    }
+    EXPECT_THAT(import("Preamp: 1\rFilter: OFF\rFilter: OFF\r\n\nFilter: ON None").notes,
+                ElementsAre("lines 2 to 3: the filter is off", "line 5: the filter is off"));
+    for (const char* useless : {"", "hello", "Channel: L", "Preamp: x"})
+        EXPECT_THAT(said(import(useless)), HasSubstr("is neither JSON nor has it"));
+    EXPECT_THAT(said(import("\xFF\xFE[")), HasSubstr("UTF-16"));
+}
+
+TEST(EqualizerText, TakesTheUsersOptions) {
+    const std::string text = "Preamp: -4 dB\nDelay: 1\nChannel: R\nGraphicEQ: 20 12\n";
+    const Reading left = import(text, {{"FL"}, 1.0, 2.0});
+    EXPECT_EQ(left.calibration[0].level, 1);
+    EXPECT_EQ(left.calibration[0].delay, 2);
+    EXPECT_EQ(said(left),
+              "is neither JSON nor has it a \"GraphicEQ:\" or \"Filter:\" line that can be used\n"
+              "line 1: --level takes the place of the preamplifier\n"
+              "line 2: --delay takes the place of the delay\n"
+              "line 3: channel FR is not loaded\n"
+              "line 4: none of its channels is loaded\n");
+    EXPECT_THAT(import(text, {{"FR", "C"}, {}, {}}, BeyondLimit::Clamp).notes,
+                Not(Contains(HasSubstr("flat"))));
+    EXPECT_THAT(import("Channel: R\nGraphicEQ: 20 1", {{"FR", "C"}, {}, {}}).notes,
+                ElementsAre("nothing in it is for C, which becomes flat"));
+    const Reading both = import("GraphicEQ: 20 3");
+    ASSERT_EQ(both.calibration.size(), 2U);
+    EXPECT_EQ(both.calibration[0].gains, both.calibration[1].gains);
+}
+
+TEST(EqualizerText, RefusesOrClampsWhatIsBeyondTheLimits) {
+    const std::string text = "Preamp: -9.5\nDelay: 10.5\nGraphicEQ: 1000 9; 1250 9.1; 1600 -9.1\n";
+    const TextOptions options{{"FL"}, {}, {}};
+    const Reading refused = import(text, options);
+    EXPECT_EQ(refused.faults[0], "FL, level: -9.5 dB is beyond -9 dB; --clamp takes that");
+    EXPECT_EQ(refused.faults[1], "FL, delay: 10.5 ms is not within 0 to 10 ms");
+    EXPECT_EQ(refused.faults[2], "FL, band 18 (1250 Hz): 9.1 dB is beyond 9 dB; --clamp takes that");
+    EXPECT_EQ(refused.faults.size(), 2 + 13U) << "up to 20 kHz the curve stays at its last point";
+    const Reading clamped = import(text, options, BeyondLimit::Clamp);
+    EXPECT_THAT(clamped.faults, ElementsAre(HasSubstr("delay")));
+    EXPECT_EQ(clamped.notes.size(), 1 + 13U);
+    EXPECT_EQ(clamped.calibration[0].level, -9);
+    EXPECT_EQ(clamped.calibration[0].gains[18], 9);
+}
+
+}  // namespace
+}  // namespace hidlaudio::client

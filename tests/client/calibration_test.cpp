@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <nlohmann/json.hpp>
+
+#include "tests/client/audioctl.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+class AudioctlCalibration : public Audioctl {
+  protected:
+    static std::vector<std::string> calibration(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), "calibration");
+        return arguments;
+    }
+
+    /** Loads a file of that content. */
+    Outcome load(const std::string& content, std::vector<std::string> options = {}) {
+        makeFile(path_, content);
+        options.insert(options.begin(), {"load", path_});
+        return run(calibration(options));
+    }
+
+    static json stored() {
+        return json::parse(run({"calibration", "save", "--json"}).out, nullptr, false)["value"];
+    }
+
+    std::string path_ = tv_ / "room";
+};
+
+TEST_F(AudioctlCalibration, LoadsAndSwitches) {
+    const auto service = serve({"calibration"});
+    expectAll({{{"calibration", "status"}, 0, "off\n", "no results are stored"},
+               {{"calibration", "on"}, 1, "", "setEnabled answered -1: no results are stored"},
+               {{"calibration", "plot"}, 0, "", "no results are stored"},
+               {{"calibration", "plot", "--svg", path_}, 1, "", "nothing to draw"},
+               {{"calibration", "save"}, 0, "[]\n", "the list is empty"}});
+    const Outcome loaded =
+        load("Preamp: -3 dB\nGraphicEQ: 20 1.25\nwhat?\n", {"--channel", "l", "--delay", "1,5"});
+    EXPECT_EQ(loaded.status, 0);
+    EXPECT_THAT(loaded.out,
+                AllOf(HasSubstr("20 Hz           1.25       1.3\n"),
+                      HasSubstr("\nFL    level -3 dB, delay 1.5 ms, equalizer +1.25 to +1.25 dB\n")));
+    EXPECT_EQ(loaded.err, "audioctl: " + path_ + ": line 3: \"what?\" is not understood\n");
+    EXPECT_EQ(stored()[0]["equalizer"], json(std::vector<double>(31, 1.25)));
+    expectAll({{{"calibration", "on", "--json"}, 0, "{\"result\":0}\n", ""},
+               {{"calibration", "status", "--json"},
+                0,
+                "{\"value\":{\"channels\":[{\"channel\":\"FL\",\"delay\":1.5,\"equalizer\":{\"max\":1.25,"
+                "\"min\":1.25},"
+                "\"level\":-3.0}],\"enabled\":true}}\n",
+                ""},
+               {{"calibration", "off"}, 0, "", ""}});
+
+    EXPECT_EQ(load("GraphicEQ: 20 0", {"--channel", "FR", "--keep", "--json"}).out, "{\"result\":0}\n");
+    EXPECT_EQ(load("GraphicEQ: 20 2", {"--channel", "FL", "--keep"}).status, 0);
+    EXPECT_EQ(stored().size(), 2U);
+    EXPECT_EQ(stored()[0]["equalizer"][30], 2);
+    const json before = stored();
+    const Outcome dry = load("GraphicEQ: 20 0.04", {"--dry-run", "--json"});
+    EXPECT_EQ(json::parse(dry.out, nullptr, false)["value"][1]["applied"]["equalizer"][0], 0);
+    EXPECT_EQ(stored(), before);
+    EXPECT_EQ(run({"calibration", "save", tv_ / "saved"}).status, 0);
+    EXPECT_EQ(load(contentOf(tv_ / "saved")).status, 0);
+    EXPECT_EQ(stored(), before);
+    EXPECT_EQ(load("[]").status, 0);
+    EXPECT_EQ(stored(), json::array());
+}
+
+TEST_F(AudioctlCalibration, SendsNothingFromAFileWithFaults) {
+    // Without a service: all of it comes before a call.
+    struct Row {
+        std::string content;
+        std::vector<std::string> options;
+        int status;
+        std::string errorPart;
+    };
+    for (const Row& row : {Row{"[{\"channel\":\"FL\",\n!", {}, 2, "room: line 2, column 1: "},
+                           {"[{\"channel\":\"FL\"}]", {}, 2, "room: /0 (FL): \"level\" is missing"},
+                           {"GraphicEQ: 40 9.5", {}, 2, "room: FL, band 3 (40 Hz): 9.5 dB is beyond 9 dB"},
+                           {"GraphicEQ: 40 9.5", {"--clamp"}, 3, "which is taken"},
+                           {"GraphicEQ: 40 9.5", {"--clamp", "--dry-run"}, 0, "which is taken"},
+                           {"GraphicEQ: 40 1", {"--channel", "C", "--dry-run"}, 0, "without a channel FL"},
+                           {"[]", {"--level", "1"}, 2, "a JSON file has its own"},
+                           {"Preamp: 1", {"--channel", "L,FL"}, 2, "--channel names FL twice"},
+                           {"Preamp: 1", {"--channel", "1,2,3,4,5,6,7,8,9,10"}, 2, "at most 9"},
+                           {"Preamp: 1", {"--channel", "FRONT"}, 2, "no channel name"},
+                           {"Preamp: 1", {"--level", "9.1"}, 2, "\"9.1\" is no number from -9 to 9"},
+                           {"Preamp: 1", {"--delay", "-1"}, 2, "\"-1\" is no number from 0 to 10"},
+                           {std::string(65537, ' '), {}, 2, "more than 64 KiB"}}) {
+        const Outcome outcome = load(row.content, row.options);
+        EXPECT_EQ(outcome.status, row.status) << row.content.substr(0, 40) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(row.errorPart));
+        EXPECT_EQ(
+            outcome.err.find("nothing was sent") == std::string::npos,
+            row.status != 2 || outcome.err.find(path_) == std::string::npos || row.content.size() > 65536);
+    }
+    expectAll({{{"calibration", "load", tv_ / "none"}, 2, "", "none: No such file"},
+               {{"calibration", "load", tv_.path()}, 2, "", "Is a directory"},
+               {{"calibration", "status"}, 3, "", "IAcousticCalibration/default is not registered"}});
+}
+
+TEST_F(AudioctlCalibration, ExplainsWhatTheServiceDoesNotDo) {
+    const auto service = serve({"calibration"});
+    const Outcome refused = load("Preamp: 1", {"--channel", "BAD", "--json"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.out, "{\"result\":-1}\n");
+    EXPECT_THAT(refused.err,
+                HasSubstr("setCalibratedData answered -1: the service could not write its file"));
+    EXPECT_EQ(load("Preamp: 1", {"--channel", "1,2,3,4,5,6,7,8,9"}).status, 0);
+    EXPECT_THAT(load("Preamp: 1", {"--channel", "X", "--keep"}).err, HasSubstr("more than 9 channels"));
+    EXPECT_EQ(stored().size(), 9U);
+    EXPECT_EQ(run({"calibration", "save", tv_ / "no/such"}).status, 1);
+    EXPECT_EQ(load("Preamp: 1", {"--channel", "DIE"}).status, 3);
+}
+
+TEST_F(AudioctlCalibration, Plots) {
+    const auto service = serve({"calibration"});
+    EXPECT_EQ(load("GraphicEQ: 20 3; 20000 -3").status, 0);
+    RunningProgram ascii(commandLine({"calibration", "plot"}), {"LC_ALL=C"});
+    RunningProgram utf8(commandLine({"calibration", "plot"}), {"LC_ALL=C.UTF-8"});
+    EXPECT_EQ(ascii.wait(), 0);
+    EXPECT_EQ(utf8.wait(), 0);
+    EXPECT_THAT(ascii.out(),
+                AllOf(HasSubstr("FL    level 0 dB"), HasSubstr("\n  +3.0 # o\n       # # # # o\n"),
+                      HasSubstr("only the delay is used"), Not(HasSubstr("█"))));
+    EXPECT_THAT(utf8.out(), HasSubstr("\n  +3.0 █ ▄\n"));
+    expectAll({{{"calibration", "plot", "--svg", path_, "--json"}, 0, "{\"result\":0}\n", ""}});
+    EXPECT_THAT(contentOf(path_), AllOf(HasSubstr("<svg "), HasSubstr(">FR<"), HasSubstr("</svg>\n")));
+}
+
+TEST_F(AudioctlCalibration, ShowsTheModelsParameters) {
+    const auto service = serve({"calibration"});
+    const Outcome missing = run({"calibration", "parameters"});
+    EXPECT_THAT(missing.err, HasSubstr("tuning data is missing"));
+    EXPECT_THAT(missing.out, AllOf(HasSubstr("intValue7    0"), Not(HasSubstr("Hz"))));
+    EXPECT_EQ(load("Preamp: 1").status, 0);
+    EXPECT_THAT(
+        run({"calibration", "parameters"}).out,
+        AllOf(HasSubstr("intValue1    -7           scaledValue1 0\n"), HasSubstr("scaledValue5 1.1\n"),
+              HasSubstr("frequencyRanges2  Center  50 to 20000 Hz\n"), HasSubstr(" Front  FrontHeight\n"),
+              HasSubstr(" used     not used\n"), HasSubstr("20k   429496736 ")));
+    const json value = json::parse(run({"calibration", "parameters", "--json"}).out, nullptr, false)["value"];
+    EXPECT_EQ(value.size(), 18U);
+    EXPECT_EQ(value["scaledValue5"], 1.1);
+    EXPECT_EQ(value["frequencyRanges2"][0],
+              json({{"channel", "Center"}, {"lowerFrequency", 50}, {"upperFrequency", 20000}}));
+    EXPECT_EQ(value["channelCurves"][0]["equalizer"][30],
+              json({{"type", "Parametric"}, {"param1", 0}, {"param2", 0}, {"gain", 429496736}}));
+    EXPECT_EQ(value["channelCurves"][1]["enabled"], false);
+}
+
+TEST_F(AudioctlCalibration, SetsTheSmoothDelay) {
+    const auto service = serve({"calibration"});
+    const std::vector<std::string> command = calibration({"smooth-delay"});
+    const auto with = [&command](const std::vector<std::string>& arguments) {
+        std::vector<std::string> all = command;
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return all;
+    };
+    expectAll(
+        {{command, 0, "off\n", ""},
+         {with({"set", "1", "2.5"}), 1, "", "took no delays"},
+         {with({"on"}), 0, "", ""},
+         {command, 0, "on 0 0\n", ""},
+         {with({"set", "1", "2,5", "7", "--json"}), 0, "{\"result\":0}\n", ""},
+         {with({"--json"}), 0, "{\"value\":{\"delays\":[1.0,2.5,7.0],\"enabled\":true}}\n", ""},
+         {with({"set", "-1", "0"}), 1, "", "setSmoothDelay answered -2: the TV has no back-end controller"},
+         {with({"off"}), 0, "", ""},
+         {command, 0, "off 1 2.5 7\n", ""},
+         {with({"set", "1"}), 2, "", "2 to 9 delays"},
+         {with({"set", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}), 2, "", "2 to 9 delays"},
+         {with({"on", "1"}), 2, "", "only set takes delays"},
+         {with({"set", "1", "nan"}), 2, "", "milliseconds"},
+         {with({"maybe"}), 2, "", "none of on, off, set"}});
+}
+
+}  // namespace
+}  // namespace hidlaudio::test
