@@ -8,6 +8,7 @@
 
 #include "hdmi_audio/capabilities.h"
 #include "hdmi_audio/log_tag.h"
+#include "platform/debug_answer.h"
 #include "platform/log.h"
 #include "platform/middleware_session.h"
 #include "platform/readiness.h"
@@ -67,6 +68,15 @@ Return<void> HdmiAudio::setCallback(const sp<V1_1::IHdmiAudioCallback>& callback
     examine(callback->linkToDeath(this, 0));
     logDebug(kLogTag, "set callback");
     mCallbacks.push_back(callback);
+    return Void();
+}
+
+Return<void> HdmiAudio::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
+    platform::answerDebug(fd, options, [this]() -> platform::ServiceState {
+        return {"HdmiAudio",
+                {{"settings", describeCapabilityKeys()},
+                 {"clients", {platform::number("callbacks", static_cast<int64_t>(callbacks().size()))}}}};
+    });
     return Void();
 }
 

@@ -10,6 +10,7 @@ namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
 
 using ::android::sp;
 using ::android::wp;
+using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
@@ -33,6 +34,7 @@ class HdmiAudio : public IHdmiAudio, public ::android::hardware::hidl_death_reci
     Return<void> getAudioCapabilities(getAudioCapabilities_cb _hidl_cb) override;
     Return<int32_t> setAudioCapabilities(const hidl_vec<hidl_string>& capabilities) override;
     Return<void> setCallback(const sp<V1_1::IHdmiAudioCallback>& callback) override;
+    Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 
     /** A client has died. Touches nothing where `who` is gone as well. */
     void serviceDied(uint64_t cookie, const wp<IBase>& who) override;

@@ -38,15 +38,22 @@ struct Group {
     const WritableConfigKey* settingKey;  // null where it can't be set
     const char* setter;
     std::string_view prefix;
+    const char* stateName;
 };
 
 /** In the order in which clients get them. */
 constexpr Group kGroups[] = {
     {kArcDdCapabilities, platform::kArcDdCapability, "getArcDdCapability", &platform::kArcDdCapability,
-     "setArcDdCapability", "ARC_DD_"},
-    {kEarcDdCapabilities, platform::kEarcDdCapability, "getEarcDdCapability", nullptr, nullptr, {}},
+     "setArcDdCapability", "ARC_DD_", "arc_dd_key"},
+    {kEarcDdCapabilities,
+     platform::kEarcDdCapability,
+     "getEarcDdCapability",
+     nullptr,
+     nullptr,
+     {},
+     "earc_dd_key"},
     {kArcMp4Capabilities, platform::kArcMp4Capability, "getArcMp4Capability", &platform::kArcMp4Capability,
-     "setArcMp4Capability", "ARC_MP4AAC_"},
+     "setArcMp4Capability", "ARC_MP4AAC_", "arc_mp4aac_key"},
 };
 
 const char* nameOf(const Names& names, int32_t level) {
@@ -108,6 +115,13 @@ std::optional<int32_t> writeCapability(const std::string& entry, const std::vect
         return write(group, request);
     }
     return std::nullopt;
+}
+
+std::vector<platform::StateItem> describeCapabilityKeys() {
+    std::vector<platform::StateItem> items;
+    items.reserve(std::size(kGroups));
+    for (const Group& group : kGroups) items.push_back(platform::text(group.stateName, group.key.name));
+    return items;
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

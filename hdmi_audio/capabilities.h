@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/state_dump.h"
+
 namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
 
 /**
@@ -31,5 +33,8 @@ namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
  *     the prefix
  */
 std::optional<int32_t> writeCapability(const std::string& entry, const std::vector<std::string>& request);
+
+/** Where each level is kept, in the order of readCapabilities(). Asks and logs nothing. Any thread. */
+std::vector<platform::StateItem> describeCapabilityKeys();
 
 }  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

@@ -8,10 +8,12 @@
 #include "headphone_virtualizer/parameter_buffer.h"
 #include "headphone_virtualizer/parameter_transfer.h"
 #include "headphone_virtualizer/result_code.h"
+#include "headphone_virtualizer/slot_state.h"
 #include "platform/back_end_boot.h"
 #include "platform/back_end_commands.h"
 #include "platform/back_end_model.h"
 #include "platform/back_end_record.h"
+#include "platform/debug_answer.h"
 #include "platform/log.h"
 #include "platform/readiness.h"
 
@@ -172,6 +174,19 @@ Return<int32_t> HeadphoneVirtualizer::cancel(int32_t bufferHandle) {
     }
     logDebug(kTag, "[%s] end. Return:%d", __func__, result);
     return result;
+}
+
+Return<void> HeadphoneVirtualizer::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
+    platform::answerDebug(fd, options, [this]() -> platform::ServiceState {
+        return {"HeadphoneVirtualizer",
+                {{"settings",
+                  {platform::yesNo("supported", hrtfSupported_),
+                   platform::yesNo("virtualizer", virtualizerEnabled_),
+                   platform::yesNo("upmix", upmixEnabled_), platform::text("type", kType)}},
+                 {"device_buffer", describeSlot(ParamType::DEVICE)},
+                 {"hrtf_buffer", describeSlot(ParamType::HRTF)}}};
+    });
+    return Void();
 }
 
 int32_t HeadphoneVirtualizer::setSwitch(const char* function, uint8_t command, bool enable,

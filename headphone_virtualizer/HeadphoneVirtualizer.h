@@ -6,6 +6,7 @@
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
 using ::android::sp;
+using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
@@ -39,6 +40,7 @@ class HeadphoneVirtualizer : public IHeadphoneVirtualizer {
     Return<int32_t> append(int32_t bufferHandle, const hidl_vec<uint8_t>& data) override;
     Return<int32_t> apply(int32_t bufferHandle, const sp<IHeadphoneVirtualizerCallback>& callback) override;
     Return<int32_t> cancel(int32_t bufferHandle) override;
+    Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 
   private:
     int32_t setSwitch(const char* function, uint8_t command, bool enable, bool& stored) const;

@@ -55,6 +55,10 @@ aud_hv_parameter* getParamFromHandle(int32_t handle) {
     return nullptr;
 }
 
+const aud_hv_parameter& peekAtSlot(ParamType type) {
+    return type == ParamType::DEVICE ? deviceSlot : hrtfSlot;
+}
+
 aud_hv_parameter& otherSlot(const aud_hv_parameter& slot) {
     return &slot == &deviceSlot ? hrtfSlot : deviceSlot;
 }

@@ -45,6 +45,9 @@ aud_hv_parameter* getParamFromType(ParamType type);
 /** The slot whose buffer has that handle, or null, which is logged. */
 aud_hv_parameter* getParamFromHandle(int32_t handle);
 
+/** The slot of that kind as it is, even where its upload has ended: for looking only. */
+const aud_hv_parameter& peekAtSlot(ParamType type);
+
 /** The other kind's slot. */
 aud_hv_parameter& otherSlot(const aud_hv_parameter& slot);
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/PrimaryHalAccessor.h"
+#include "platform/debug_answer.h"
 #include "platform/hal_parameters.h"
 #include "platform/log.h"
 
@@ -14,7 +15,6 @@ namespace com::tovi::dtv::hardware::audio::V6_1::implementation {
 namespace {
 
 using ::android::sp;
-using ::android::hardware::hidl_vec;
 using ::android::hardware::Void;
 using ::android::hardware::audio::V5_0::IPrimaryDevice;
 using platform::logDebug;
@@ -48,6 +48,13 @@ float askHal() {
     const std::string text = platform::getHalParameter(primaryDevice, kGainParameter);
     float scale = 0.0F;
     return sscanf(text.c_str(), "%f", &scale) == 1 ? scale : 0.0F;
+}
+
+/** Of the audio HAL only whether there was one at the start: asking it might take long. */
+platform::ServiceState describe() {
+    return {"MicControl",
+            {{"settings", {platform::text("gain_parameter", kGainParameter)}},
+             {"audio_hal", {platform::yesNo("opened", primaryDevice != nullptr)}}}};
 }
 
 }  // namespace
@@ -93,6 +100,11 @@ Return<void> MicControl::getMicDevices(getMicDevices_cb _hidl_cb) {
     }
     logDebug(kTag, "[%s] end", __func__);
     _hidl_cb(devices);
+    return Void();
+}
+
+Return<void> MicControl::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
+    platform::answerDebug(fd, options, describe);
     return Void();
 }
 

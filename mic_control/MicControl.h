@@ -5,7 +5,9 @@
 
 namespace com::tovi::dtv::hardware::audio::V6_1::implementation {
 
+using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 
 /**
@@ -21,6 +23,7 @@ class MicControl : public IMicControl {
     Return<int32_t> setMicGain(const hidl_string& micDevice, float scale) override;
     Return<float> getMicGain(const hidl_string& micDevice) override;
     Return<void> getMicDevices(getMicDevices_cb _hidl_cb) override;
+    Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V6_1::implementation

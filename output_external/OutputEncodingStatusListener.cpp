@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output_external/OutputEncodingStatusListener.h"
 
+#include "platform/debug_answer.h"
 #include "platform/log.h"
 
 namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
@@ -16,6 +17,15 @@ Return<void> OutputEncodingStatusListener::onForceEncodingChanged(bool /*enabled
 
 Return<void> OutputEncodingStatusListener::onEncodingFormatChanged(const hidl_string& /*format*/) {
     logDebug(kNoTag, "[%s] start", __func__);
+    return Void();
+}
+
+Return<void> OutputEncodingStatusListener::debug(const hidl_handle& fd,
+                                                 const hidl_vec<hidl_string>& options) {
+    platform::answerDebug(fd, options, []() -> platform::ServiceState {
+        return {"OutputEncodingStatusListener",
+                {{"notices", {platform::text("what_becomes_of_them", "logged")}}}};
+    });
     return Void();
 }
 

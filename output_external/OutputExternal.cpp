@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output_external/OutputExternal.h"
 
+#include <string.h>
+
 #include "output_external/bitstream_mode_file.h"
 #include "platform/config_store.h"
+#include "platform/debug_answer.h"
+#include "platform/kept_file.h"
 #include "platform/log.h"
 #include "platform/middleware_session.h"
 #include "platform/readiness.h"
@@ -43,6 +47,25 @@ void keepMode(const char* function, int32_t mode) {
     } else {
         logDebug(kNoTag, "[%s] write(data=%d) ret = %zd", function, mode, written);
     }
+}
+
+/** The mode of the file, without making one; nothing where no client has set any. */
+std::optional<int64_t> keptMode() {
+    const std::optional<platform::KeptFile> file = platform::lookAtFile(kBitstreamModeFile);
+    if (!file || file->size == 0) return std::nullopt;
+    int32_t mode = 0;
+    static_assert(sizeof(mode) == sizeof(file->start), "the file holds one mode");
+    memcpy(&mode, file->start, sizeof(mode));
+    return mode;
+}
+
+platform::ServiceState describe() {
+    return {"OutputExternal",
+            {{"settings", {platform::text("bitstream_output_mode_key", kBitstreamOutputMode.name)}},
+             {"persisted",
+              {platform::text("file", kBitstreamModeFile),
+               platform::number("bitstream_output_mode", keptMode())}},
+             {"clients", {platform::number("listeners", 0)}}}};
 }
 
 }  // namespace
@@ -106,6 +129,11 @@ Return<int32_t> OutputExternal::unregisterEncodingFormatListener(
     const sp<V2_0::IOutputEncodingStatusListener>& /*listener*/) {
     logDebug(kNoTag, "[%s] start", __func__);
     return 0;
+}
+
+Return<void> OutputExternal::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
+    platform::answerDebug(fd, options, describe);
+    return Void();
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

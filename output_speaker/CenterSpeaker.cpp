@@ -4,6 +4,9 @@
 #include <errno.h>
 #include <stdio.h>
 
+#include <optional>
+
+#include "platform/debug_answer.h"
 #include "platform/eeprom.h"
 #include "platform/log.h"
 #include "platform/middleware_session.h"
@@ -98,6 +101,21 @@ bool hasAqData(const char* function) {
     return false;
 }
 
+platform::ServiceState describe() {
+    const bool read = findings.aqDataStatus == 0;
+    const auto ofBlock = [read](const char* name, int64_t value) {
+        return platform::number(name, read ? std::optional(value) : std::nullopt);
+    };
+    return {"CenterSpeaker",
+            {{"tuning_data",
+              {platform::text("file", kAqData), platform::yesNo("read", read),
+               ofBlock("acoustics_type", findings.block.acousticsType),
+               ofBlock("latency_samples", findings.block.latency)}},
+             {"model",
+              {platform::yesNo("input_available", findings.inputAvailable),
+               platform::yesNo("synchronized_input_available", findings.synchronizedInputAvailable)}}}};
+}
+
 }  // namespace
 
 CenterSpeaker::CenterSpeaker() {
@@ -139,6 +157,11 @@ Return<bool> CenterSpeaker::isCenterSpeakerInputAvailable() {
 Return<bool> CenterSpeaker::isSynchronizedCenterSpeakerInputAvailable() {
     logDebug(kNoTag, "[%s] Return: %d", __func__, findings.synchronizedInputAvailable);
     return findings.synchronizedInputAvailable;
+}
+
+Return<void> CenterSpeaker::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
+    platform::answerDebug(fd, options, describe);
+    return Void();
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V4_0::implementation

@@ -5,6 +5,9 @@
 
 namespace com::tovi::dtv::hardware::audio::V4_0::implementation {
 
+using ::android::hardware::hidl_handle;
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 
 /**
@@ -25,6 +28,7 @@ class CenterSpeaker : public ICenterSpeaker {
     Return<void> getCenterSpeakerLatency(getCenterSpeakerLatency_cb _hidl_cb) override;
     Return<bool> isCenterSpeakerInputAvailable() override;
     Return<bool> isSynchronizedCenterSpeakerInputAvailable() override;
+    Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V4_0::implementation

@@ -5,6 +5,7 @@
 
 #include "platform/PrimaryHalAccessor.h"
 #include "platform/config_store.h"
+#include "platform/debug_answer.h"
 #include "platform/hal_parameters.h"
 #include "platform/log.h"
 #include "platform/middleware_session.h"
@@ -15,6 +16,7 @@ namespace com::tovi::dtv::hardware::audio::V6_1::implementation {
 namespace {
 
 using ::android::sp;
+using ::android::hardware::Void;
 using ::android::hardware::audio::V5_0::IPrimaryDevice;
 using platform::logDebug;
 using platform::logError;
@@ -52,6 +54,16 @@ int32_t readSpeaker(const char* function) {
         logError(kTag, "%s, MTKTVAPI CFG_AUD_SPEAKER failed:ret = %d\n", function, status);
     }
     return speaker;
+}
+
+/** Of the audio HAL only whether there was one at the start: asking it might take long. */
+platform::ServiceState describe() {
+    return {"OutputSpeaker",
+            {{"settings",
+              {platform::text("tv_position_key", platform::kTvPosition.name),
+               platform::text("surround_type_key", platform::kSpeakerSurroundType.name),
+               platform::text("speaker_key", platform::kAudioSpeaker.name)}},
+             {"audio_hal", {platform::yesNo("opened", primaryDevice != nullptr)}}}};
 }
 
 }  // namespace
@@ -120,6 +132,11 @@ Return<float> OutputSpeaker::getDelay() {
     }
     logDebug(kTag, "[%s] end:ret = %d", __func__, static_cast<int32_t>(delay));
     return static_cast<float>(delay);
+}
+
+Return<void> OutputSpeaker::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
+    platform::answerDebug(fd, options, describe);
+    return Void();
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V6_1::implementation

@@ -5,6 +5,9 @@
 
 namespace com::tovi::dtv::hardware::audio::V6_1::implementation {
 
+using ::android::hardware::hidl_handle;
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 using V2_0::SurroundType;
 using V3_1::TvPositionType;
@@ -28,6 +31,7 @@ class OutputSpeaker : public IOutputSpeaker {
     Return<TvPositionType> getTvPosition() override;
     Return<int32_t> setTvPosition(int32_t type) override;
     Return<float> getDelay() override;
+    Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V6_1::implementation

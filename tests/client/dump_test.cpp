@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <nlohmann/json.hpp>
+
+#include "tests/client/audioctl.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using nlohmann::json;
+using testing::Contains;
+using testing::HasSubstr;
+
+constexpr char kExternal[] = "com.tovi.dtv.hardware.audio@3.1::IOutputExternal/default";
+constexpr char kListener[] = "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingStatusListener/default";
+
+using Dump = Audioctl;
+
+TEST_F(Dump, PrintsWhatServicesTell) {
+    const auto service = serve({"external", "listener"});
+    const std::string external = kExternal;
+    const std::string listener = std::string(kListener) + "\n  (tells nothing of itself)\n";
+    const std::string begin = R"({"value":{")" + external + R"(":{"format":"a"}})" + "}\n";
+    expectAll({{{"external", "format", "a"}, 0, "", ""},
+               {{"dump", "external", "OutputExternal"}, 0, external + "\na\n", ""},
+               {{"dump", "external", "--json"}, 0, begin, ""},
+               {{"dump"}, 0, listener + external + "\na\n", ""},
+               {{"dump", "mic"}, 3, "", "IMicControl/default: it is not registered"},
+               {{"external", "format", "\""}, 0, "", ""},
+               {{"dump", "external", "--json"},
+                0,
+                R"({"value":{")" + external + R"(":"{\"format\":\"\"\"}"}})" + "\n",
+                ""},
+               {{"external", "format", "keep"}, 0, "", ""},
+               {{"dump", "external"}, 0, external + "\nkeep\n", ""},
+               {{"external", "format", "long"}, 0, "", ""},
+               {{"dump", "external"}, 0, external + "\n" + std::string(200000, 'x') + "\n", ""}});
+}
+
+TEST_F(Dump, TellsWhoDoesNotAnswerAndShowsTheOthers) {
+    const auto external = serve({"external"});
+    const auto listener = serve({"listener"});
+    EXPECT_EQ(run({"external", "format", "hang in debug"}).status, 0);
+    const Outcome hung = run({"dump", "external", "listener", "--json", "--timeout", "2"});
+    EXPECT_EQ(hung.status, 4);
+    EXPECT_THAT(hung.err, HasSubstr(std::string(kExternal) + ": no answer within 2 s"));
+    EXPECT_EQ(json::parse(hung.out)["value"],
+              json({{kExternal, {{"error", "no answer within 2 s"}}}, {kListener, nullptr}}));
+    kill(external->pid(), SIGKILL);
+    const auto dying = serve({"external"});
+    EXPECT_EQ(run({"external", "format", "die in debug"}).status, 0);
+    expectAll({{{"dump", "external", "listener"},
+                3,
+                std::string(kListener) + "\n  (tells nothing of itself)\n",
+                "it ended before it answered"}});
+}
+
+TEST_F(Dump, GathersABugReportWhateverFails) {
+    const std::string tv = tv_ / "whole";
+    ASSERT_EQ(runProgram({TV, "init", "--tv", tv}).status, 0);
+    host::setTvRoot(tv);
+    std::string log;
+    for (int i = 0; i < 300; ++i) log += std::to_string(i) + "\n";
+    makeFile(tv + "/log/hidlaudio.log", log);
+    const std::string file = tv_ / "report.json";
+    const auto listener = serve({"listener"});
+    const auto external = serve({"external"});
+    EXPECT_EQ(run({"dump", "--all", "--output", file}).status, 0);
+    json report = json::parse(contentOf(file));
+    EXPECT_EQ(report["tv"], tv);
+    EXPECT_EQ(report["logs"]["hidlaudio.log"].size(), 200U);
+    EXPECT_EQ(report["logs"]["hidlaudio.log"][199], "299");
+    EXPECT_FALSE(report["tv_state"].contains("error")) << report["tv_state"];
+    EXPECT_EQ(report["missing_services"].size(), 6U);
+    ASSERT_EQ(report["services"].size(), 2U);
+    EXPECT_EQ(report["services"][1]["pid"], external->pid());
+    EXPECT_EQ(report["services"][1]["state"]["format"], "");
+    for (const json& interface : report["services"][1]["chain"])
+        EXPECT_EQ(interface["hash"].get<std::string>().size(), 64U);
+
+    EXPECT_EQ(run({"external", "format", "die in debug"}).status, 0);
+    kill(listener->pid(), SIGSTOP);
+    EXPECT_EQ(run({"dump", "--all", "--output", file, "--timeout", "2", "--json"}).out, "{\"result\":4}\n");
+    report = json::parse(contentOf(file));
+    std::vector<std::string> errors;
+    for (const json& service : report["services"])
+        errors.push_back(service.value("process", "") + ": " + service.value("error", ""));
+    EXPECT_THAT(errors, Contains("fake_service: no answer within 2 s"));
+    EXPECT_THAT(errors, Contains(HasSubstr(": it ended before it answered")));
+    EXPECT_FALSE(report["tv_state"].contains("error"));
+
+    const Outcome nowhere = run({"dump", "--all", "--output", tv_ / "nosuch/report.json", "--timeout", "1"});
+    EXPECT_EQ(nowhere.status, 1);
+    EXPECT_THAT(nowhere.err, HasSubstr("cannot be written: No such file"));
+}
+
+TEST_F(Dump, RefusesWrongUsage) {
+    expectAll({{{"dump"}, 3, "", "no service is registered"},
+               {{"dump", "loudspeaker"}, 2, "", "is no service"},
+               {{"dump", "--all"}, 2, "", "--output"},
+               {{"dump", "--output", "a"}, 2, "", "--all"},
+               {{"dump", "--all", "--output", ""}, 2, "", "must not be empty"},
+               {{"dump", "external", "--all", "--output", "a"}, 2, "", "--all"}});
+}
+
+}  // namespace
+}  // namespace hidlaudio::test
