@@ -1,0 +1,38 @@
+# What `cpack -G DEB` makes of the installed tree, in the build folder.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME hidlaudio)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "vendor audio service of a TV, on a virtual TV")
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+"The daemon hidlaudio offers the audio features of a TV over HIDL: announced
+HDMI formats, forced encoding of the external output, speakers, headphone
+virtualizer, microphone.
+.
+This package has it with a virtual TV, a folder that stands in for the TV's
+middleware, kernel drivers and audio HAL: tv(1) makes and boots one,
+audioctl(1) uses the services.")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "hidlaudio maintainers <maintainers@hidlaudio.invalid>")
+set(CPACK_DEBIAN_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS bash-completion)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_STRIP_FILES ON)
+# Debian's policy for folders, whatever the umask of who builds.
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+# What the programs need of other packages; their own libraries lie where the build put them.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+
+# A package has to have both; the date is the version's, so that each build is the same.
+execute_process(COMMAND date -u -R -d ${HIDLAUDIO_DATE} OUTPUT_VARIABLE changelog_date
+  OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+set(changelog ${CMAKE_BINARY_DIR}/debian/changelog)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/changelog.in ${changelog} @ONLY)
+find_program(GZIP gzip REQUIRED)
+add_custom_command(OUTPUT ${changelog}.gz COMMAND ${GZIP} -9nkf ${changelog} DEPENDS ${changelog} VERBATIM)
+add_custom_target(changelog ALL DEPENDS ${changelog}.gz)
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/copyright ${changelog}.gz DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/lintian-overrides RENAME hidlaudio
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
+
+include(CPack)

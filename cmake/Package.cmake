@@ -1,0 +1,32 @@
+# cmake --install puts programs, libraries, manual and completion below a prefix; the
+# programs find their libraries relative to themselves, so that the tree can be moved.
+# `cpack -G DEB` makes a package of it.
+include(GNUInstallDirs)
+
+# Of no use to other programs, hence in a folder of their own; where Debian has the
+# libraries of each architecture, so that no package of it calls ldconfig for them.
+set(private_libdir lib/${CMAKE_LIBRARY_ARCHITECTURE}/hidlaudio)
+set(programs hidlaudio audio_hal tv audioctl)
+set(libraries hidlbase host_middleware host_power)
+
+file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${private_libdir})
+set_target_properties(${programs} PROPERTIES
+  INSTALL_RPATH "$ORIGIN/${to_libraries};${HIDLAUDIO_ANDROID_LIBDIR}")
+set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO_ANDROID_LIBDIR}")
+
+# `tv boot` starts the programs that lie beside `tv`.
+install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS ${libraries} LIBRARY DESTINATION ${private_libdir})
+install(FILES README.md ARCHITECTURE.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+if(TARGET manual)
+  set(made ${HIDLAUDIO_MANUAL_DIR})
+  install(FILES ${made}/audioctl.1.gz ${made}/tv.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${made}/audio_hal.8.gz ${made}/hidlaudio.8.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
+  foreach(command audioctl tv)
+    install(FILES ${made}/${command}.bash RENAME ${command}
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    install(FILES ${made}/_${command} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+  endforeach()
+endif()
+
+include(cmake/DebianPackage.cmake)

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+#include "tests/support/run_program.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using Words = std::vector<std::string>;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+using testing::UnorderedElementsAre;
+
+const std::string kManual = std::string(MANUAL_FOLDER) + "/";
+
+/** Does what bash does when the user presses the tabulator behind the last of the words. */
+constexpr char kBash[] = R"bash(
+    set -eu
+    source "$1" && shift
+    COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+    spec=$(complete -p "$1")
+    function=${spec#complete -F } function=${function% *}
+    "$function" "$1" "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
+    printf '%s\n' "${COMPREPLY[@]}"
+)bash";
+
+/** What bash offers for the last of the words. */
+Words inBash(const Words& typed) {
+    Words command{"/bin/bash", "--norc", "-c", kBash, "bash", kManual + typed[0] + ".bash"};
+    command.insert(command.end(), typed.begin(), typed.end());
+    const Outcome outcome = runProgram(command);
+    EXPECT_EQ(outcome.status, 0) << testing::PrintToString(typed) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    std::istringstream lines(outcome.out);
+    Words offered;
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty()) offered.push_back(line);
+    }
+    return offered;
+}
+
+TEST(Bash, CompletesCommandsOptionsAndValues) {
+    EXPECT_THAT(inBash({"audioctl", ""}), IsSupersetOf({"list", "wait", "hdmi", "virtualizer", "mic"}));
+    EXPECT_THAT(inBash({"audioctl", "hdmi", ""}), UnorderedElementsAre("get", "set", "watch"));
+    EXPECT_THAT(inBash({"audioctl", "--json", "ex"}), ElementsAre("external"));
+    EXPECT_THAT(inBash({"audioctl", "external", "--timeout", "5", "se"}), ElementsAre("set"));
+    EXPECT_THAT(inBash({"audioctl", "external", "set", "o"}), UnorderedElementsAre("on", "off"));
+    EXPECT_THAT(inBash({"audioctl", "external", "set", "--", "o"}), UnorderedElementsAre("on", "off"));
+    EXPECT_THAT(inBash({"audioctl", "external", "set", "on", ""}), IsEmpty());
+    EXPECT_THAT(inBash({"audioctl", "virtualizer", "upload", "--chunk", "9", "h"}), ElementsAre("hrtf"));
+    EXPECT_THAT(inBash({"audioctl", "hdmi", "get", "--t"}), UnorderedElementsAre("--tv", "--timeout"));
+    EXPECT_THAT(inBash({"audioctl", "--timeout", ""}), IsEmpty());
+    EXPECT_THAT(inBash({"audioctl", "ping", "v"}), ElementsAre("virtualizer"));
+    EXPECT_THAT(inBash({"audioctl", "wait", "mic", "hdmi", "ext"}), ElementsAre("external"));
+    EXPECT_THAT(inBash({"tv", "init", "--model", ""}), UnorderedElementsAre("be", "standard"));
+    EXPECT_THAT(inBash({"tv", "init", "--model", "=", "s"}), ElementsAre("standard"));
+    EXPECT_THAT(inBash({"tv", "init", "--model", "="}), UnorderedElementsAre("be", "standard"));
+    EXPECT_THAT(inBash({"tv", "bectrl", "hrtf", "ha"}), ElementsAre("hang"));
+    EXPECT_THAT(inBash({"tv", "nonsense", ""}), IsEmpty());
+}
+
+TEST(Bash, CompletesFilesAndFolders) {
+    const PrivateFolder folder;
+    makeFile(folder / "set with a space.bin");
+    std::filesystem::create_directory(folder / "sets");
+    const std::string begin = folder / "se";
+    EXPECT_THAT(inBash({"audioctl", "virtualizer", "upload", "device", begin}),
+                UnorderedElementsAre(folder / "set with a space.bin", folder / "sets"));
+    EXPECT_THAT(inBash({"tv", "show", "--tv", begin}), ElementsAre(folder / "sets"));
+    EXPECT_THAT(inBash({"tv", "--tv", "=", begin}), ElementsAre(folder / "sets"));
+}
+
+/**
+ * Types each line into a zsh on a terminal of its own, once that reads its keys; prints
+ * what it shows for each, and a form feed.
+ */
+constexpr char kZsh[] = R"zsh(
+    zmodload zsh/zpty
+    zpty shell zsh -f -i
+    zpty -w shell "PS1=; fpath=(${(q)1} \$fpath); autoload -Uz compinit; compinit -D -u; \
+        zle-line-init() { print REA''DY }; zle -N zle-line-init; tell() { print DO''NE }; zle -N tell; \
+        bindkey '^I' list-choices; bindkey '^X' tell"
+    zpty -r -m shell shown '*READY*'
+    for line in "${@:2}"; do
+        zpty -w -n shell $'\x15'$line$'\t\x18'
+        zpty -r -m shell shown '*DONE*'
+        printf '%s\f' $shown
+    done
+)zsh";
+
+struct ZshCase {
+    std::string typed;
+    Words offered;
+    std::string notOffered;
+};
+
+TEST(Zsh, CompletesAsBashDoes) {
+    if (runProgram({"/bin/sh", "-c", "command -v zsh"}).status != 0) GTEST_SKIP() << "zsh is not installed";
+    const std::vector<ZshCase> cases = {
+        {"audioctl hdmi ", {"get", "set", "watch"}, "mic"},
+        {"audioctl --json external set o", {"on", "off"}, "hrtf"},
+        {"audioctl wait mic ", {"hdmi", "virtualizer"}, "watch"},
+        {"audioctl hdmi get --t", {"--tv", "--timeout"}, "--json"},
+        {"tv init --model ", {"be", "standard"}, "hrtf"},
+    };
+    Words command{"/usr/bin/timeout", "60", "zsh", "-fc", kZsh, "zsh", MANUAL_FOLDER};
+    for (const ZshCase& each : cases) command.push_back(each.typed);
+    const Outcome outcome = runProgram(command);
+    EXPECT_EQ(outcome.err, "");
+    std::istringstream answers(outcome.out);
+    for (const ZshCase& each : cases) {
+        std::string shown;
+        std::getline(answers, shown, '\f');
+        for (const std::string& word : each.offered) EXPECT_THAT(shown, HasSubstr(word)) << each.typed;
+        EXPECT_THAT(shown, Not(HasSubstr(each.notOffered))) << each.typed;
+    }
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+
+#include "tools/manual/bash_completion.h"
+#include "tools/manual/command_tree.h"
+#include "tools/manual/man_page.h"
+#include "tools/manual/zsh_completion.h"
+
+namespace hidlaudio::manual {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+/** A program with all that makes trouble: quotes, dots, backslashes, sets that the help hides. */
+class SomeProgram : public testing::Test {
+  protected:
+    SomeProgram() {
+        app_.fallthrough();
+        app_.require_subcommand(1);
+        app_.footer("Exit status:\n  0  done\n  7  it's full\n\n`prog COMMAND --help` tells more.");
+        app_.add_option("--tv", text_, "The \"TV's\" folder")->type_name("DIR");
+        CLI::App* group = app_.add_subcommand("group", "All of it");
+        CLI::App* leaf = group->add_subcommand("leaf", "Does it: \\n, [now]");
+        leaf->add_option("on|off", text_, "What to set")
+            ->required()
+            ->check(CLI::Range(1, 2))
+            ->check(CLI::IsMember({"on", "off"}).description(""));
+        leaf->add_option("FILE", texts_, "What to read");
+        CLI::Option* mode = leaf->add_option("-m,--mode", mode_, "How")
+                                ->type_name("MODE")
+                                ->check(CLI::IsMember({"fast-one", "slow"}))
+                                ->capture_default_str();
+        leaf->add_flag("--quick", "Quickly")->excludes(mode);
+        leaf->add_option("--secret", text_, "Not for all")->group("");
+        leaf->footer(".hidden files are\nread, µ too.\n  .literal 'x' `y` ~\\z\n    deeper\nSee `prog -x`.");
+        app_.add_subcommand("hidden", "Not for all")->group("");
+    }
+
+    CLI::App app_{"Does things.", "prog"};
+    std::string text_;
+    std::string mode_ = "slow";
+    std::vector<std::string> texts_;
+};
+
+TEST_F(SomeProgram, IsReadAsItsUserSeesIt) {
+    const Command root = readCommandTree(app_);
+    ASSERT_EQ(root.commands.size(), 1u);
+    ASSERT_EQ(root.commands[0].commands.size(), 1u);
+    const Command& leaf = root.commands[0].commands[0];
+    EXPECT_EQ(leaf.path, "prog group leaf");
+    ASSERT_EQ(leaf.arguments.size(), 2u);
+    EXPECT_THAT(leaf.arguments[0].accepted, ElementsAre("on", "off"));
+    EXPECT_TRUE(leaf.arguments[0].required && !leaf.arguments[0].repeats);
+    EXPECT_TRUE(leaf.arguments[1].repeats && leaf.arguments[1].kind == ValueKind::File);
+    ASSERT_EQ(leaf.options.size(), 3u) << "--help, --mode, --quick";
+    const Argument& mode = leaf.options[1];
+    EXPECT_THAT(mode.names, ElementsAre("-m", "--mode"));
+    EXPECT_THAT(mode.accepted, ElementsAre("fast-one", "slow"));
+    EXPECT_EQ(mode.placeholder + mode.initial, "MODEslow");
+    EXPECT_THAT(leaf.options[2].excluded, ElementsAre("--mode"));
+    EXPECT_THAT(leaf.options[2].placeholder, IsEmpty());
+}
+
+TEST_F(SomeProgram, TakesSuggestionsOnlyForWhatIsThere) {
+    Command root = readCommandTree(app_);
+    std::string problem;
+    EXPECT_TRUE(addSuggestions(root, {{"prog group leaf", "FILE", {"a", "b"}}}, problem));
+    EXPECT_THAT(valuesOf(root.commands[0].commands[0].arguments[1]), ElementsAre("a", "b"));
+    EXPECT_FALSE(addSuggestions(root, {{"prog group leaf", "FOLDER", {"a"}}}, problem));
+    EXPECT_EQ(problem, "`prog group leaf` has no argument FOLDER");
+    EXPECT_FALSE(addSuggestions(root, {{"prog gone", "FILE", {"a"}}}, problem));
+}
+
+TEST_F(SomeProgram, HasAPageThatShowsItsTextAsItIs) {
+    const std::string page = manPage(readCommandTree(app_), {"1", "2026-11-24", "some 1.0-2"}, ".SH FILES\n");
+    for (const char* part : {
+             ".TH PROG 1 \"2026-11-24\" \"some 1.0\\-2\"\n",
+             ".SH NAME\nprog \\- does things\n",
+             "\\fBprog\\fR [\\fIOPTION\\fR]\\|.\\|.\\|. \\fICOMMAND\\fR [\\fIARGUMENT\\fR]",
+             ".TP\n\\fB\\-\\-tv\\fR \\fIDIR\\fR\nThe \\(dqTV\\(aqs\\(dq folder.\n",
+             "\\fBprog group leaf\\fR [\\fIOPTION\\fR]\\|.\\|.\\|. \\fBon|off\\fR "
+             "[\\fIFILE\\fR]\\|.\\|.\\|.\n",
+             "Does it: \\en, [now].\n",
+             "\\fB\\-m\\fR, \\fB\\-\\-mode\\fR \\fIMODE\\fR\nHow. Accepted: \\fBfast\\-one\\fR, "
+             "\\fBslow\\fR. "
+             "Default: \\fBslow\\fR. Not together\nwith \\fB\\-\\-quick\\fR.\n",
+             ".PP\n\\&.hidden files are read, \\[u00B5] too.\n.RS 4\n.EX\n"
+             "\\&.literal \\(aqx\\(aq \\(gay\\(ga \\(ti\\ez\n  deeper\n.EE\n.RE\n.PP\nSee \\fBprog "
+             "\\-x\\fR.\n",
+             ".SH EXIT STATUS\n.TP\n\\fB0\\fR\ndone\n.TP\n\\fB7\\fR\nit\\(aqs full\n.SH FILES\n",
+         }) {
+        EXPECT_THAT(page, HasSubstr(part));
+    }
+    for (const char* part : {"secret", "hidden\\fR", "tells more", "\xC2"}) {
+        EXPECT_THAT(page, Not(HasSubstr(part)));
+    }
+}
+
+TEST_F(SomeProgram, GivesOptionsOnlyToCommandsThatTakeThem) {
+    for (const bool below : {true, false}) {
+        app_.fallthrough(below);
+        for (CLI::App* command : app_.get_subcommands([](CLI::App*) { return true; }))
+            command->fallthrough(below);
+        const Command root = readCommandTree(app_);
+        const std::string options = below ? "options='--tv -h --help'" : "options='-h --help'";
+        EXPECT_THAT(bashCompletion(root),
+                    HasSubstr("'prog group')\n            commands='leaf'\n            " + options));
+        const std::string zsh = zshCompletion(root);
+        const std::string group = zsh.substr(zsh.find("_prog_group()"));
+        EXPECT_EQ(group.substr(0, group.find("_prog_group_leaf()")).find("'(--tv)--tv=") != group.npos,
+                  below);
+    }
+}
+
+}  // namespace
+}  // namespace hidlaudio::manual
