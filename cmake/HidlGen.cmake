@@ -16,6 +16,12 @@ set(HIDL_GEN_ROOTS
   -r android.hardware:host/interfaces/hardware
   CACHE INTERNAL "Where hidl-gen looks for packages")
 
+# hidl-gen's readers make room for as many interfaces as a vector of them claims to hold.
+# A peer's claim must not take the process's memory: they are let read it as a count.
+set(HIDL_READ_COUNTS
+  [[s/readUint64(\(&(\w+)\).\s*if \(_hidl_err != ::android::OK\) \{[^}]*\}\s*\S+\.resize\(\2\))/readCount\1/g]]
+  CACHE INTERNAL "For sed, with -E and -z")
+
 function(hidl_package target)
   cmake_parse_arguments(ARG "" "PACKAGE;ROOT" "VERSIONS;ROOTS;HAL_DEPENDS" ${ARGN})
   string(REPLACE "." "/" package_path ${ARG_PACKAGE})
@@ -52,6 +58,7 @@ function(hidl_package target)
       OUTPUT ${version_sources} ${version_headers}
       COMMAND ${HIDL_GEN} -o ${HIDL_GEN_DIR} -Lc++-headers ${roots} ${fqname}
       COMMAND ${HIDL_GEN} -o ${HIDL_GEN_DIR} -Lc++-sources ${roots} ${fqname}
+      COMMAND sed -i -z -E "${HIDL_READ_COUNTS}" ${version_sources}
       DEPENDS ${all_hal}
       COMMENT "hidl-gen ${fqname}"
       VERBATIM)

@@ -3,6 +3,11 @@
 add_library(hidlaudio_warnings INTERFACE)
 target_compile_options(hidlaudio_warnings INTERFACE
   -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # What a lock guards is said for clang (tools/thread_safety); android-base's macros say it
+  # to every compiler.
+  add_compile_options(-Wno-attributes)
+endif()
 
 if(HIDLAUDIO_SANITIZE)
   add_compile_options(-fsanitize=${HIDLAUDIO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -134,6 +134,7 @@ struct ServiceOptions {
     std::string instance = "default";
     size_t descriptors = 0;
     bool joins = true;
+    int joiners = 1;
 };
 
 /** A process that serves a probe; registered when the constructor returns. */
@@ -141,7 +142,7 @@ class Service : public Helper {
   public:
     explicit Service(const ServiceOptions& options = {})
         : Helper({"serve", options.instance, std::to_string(options.threads),
-                  std::to_string(options.descriptors)}),
+                  std::to_string(options.descriptors), std::to_string(options.joiners)}),
           mInstance(options.instance) {
         EXPECT_EQ(readLine(), "ready");
         if (options.joins) letGo();

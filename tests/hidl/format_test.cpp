@@ -176,6 +176,7 @@ TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
             for (int32_t value : values) parcel.writeInt32(value);
         };
     };
+    const auto count = [](uint64_t objects) { return [=](Parcel& parcel) { parcel.writeUint64(objects); }; };
     const auto handle = [](int32_t fds, int32_t ints) {
         return [=](Parcel& parcel) {
             const uint64_t files[4] = {};
@@ -197,6 +198,8 @@ TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
     } kCases[] = {
         {"unknown method", rawCall(object_, 4711), android::UNKNOWN_TRANSACTION},
         {"unknown object", rawCall(object_ + 1000, kMark), android::DEAD_OBJECT},
+        {"more objects than it holds", rawCall(object_, kPassCallbacks, count(1 << 28)), NOT_ENOUGH_DATA},
+        {"objects beyond number", rawCall(object_, kPassCallbacks, count(UINT64_MAX)), NOT_ENOUGH_DATA},
         {"another interface", otherInterface, android::BAD_TYPE},
         {"another type", otherType, android::OK},
         {"no arguments", rawCall(object_, kAdd), NOT_ENOUGH_DATA},

@@ -111,6 +111,26 @@ TEST_F(HostileTest, RandomDamageHarmsNobody) {
     expectUnharmed();
 }
 
+TEST_F(HostileTest, OneProcessGetsFewConnectionsAndLeavesTheOthersTheirs) {
+    {
+        std::vector<RawPeer> peers(63);  // the client of this process has one
+        EXPECT_TRUE(closes(RawPeer().control()));
+        peers[3].hello();
+        int last = -1;
+        for (int i = 0; i < 150; ++i) last = peers[3].openChannel();
+        EXPECT_TRUE(sendRaw(last, rawCall(peers[3].object(), kMark)));
+        EXPECT_EQ(positionOfReply(last), 0u);
+        // With those and the client's, one more than a process gets.
+        peers[7].hello();
+        for (int i = 0; i < 106; ++i) peers[7].openChannel();
+        EXPECT_TRUE(closes(peers[7].control()));
+        Helper other({"fetch"});
+        EXPECT_EQ(other.readLine(), "");
+        EXPECT_EQ(other.wait(), 0);
+    }
+    expectUnharmed();
+}
+
 TEST_F(HostileTest, AServiceWithoutDescriptorsRefusesAndLives) {
     constexpr size_t kLimit = 48;
     Service service({1, "small", kLimit});

@@ -44,6 +44,8 @@ int serve(const Arguments& arguments) {
     char go;
     if (read(STDIN_FILENO, &go, 1) != 1) return 1;
     probe->log("joined");
+    for (int i = 1; i < std::stoi(arguments.at(3)); ++i)
+        std::thread([] { android::hardware::joinRpcThreadpool(); }).detach();
     android::hardware::joinRpcThreadpool();
     return 1;
 }
@@ -142,7 +144,7 @@ int main(int count, char** arguments) {
         }
     }
     fprintf(stderr,
-            "usage: probe_process serve INSTANCE THREADS DESCRIPTORS | hold NUMBER | hang nested|idle | "
-            "fetch | churn CLIENTS SEED\n");
+            "usage: probe_process serve INSTANCE THREADS DESCRIPTORS JOINERS | hold NUMBER | "
+            "hang nested|idle | fetch | churn CLIENTS SEED\n");
     return 2;
 }

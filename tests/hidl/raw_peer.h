@@ -28,6 +28,7 @@ enum ProbeMethod : uint32_t {
     kPassCallbacks,
     kReadFiles,
     kNote,
+    kWait = 15,
     kAnswerThenWait = 16,
     kCallBack = 18,
 };

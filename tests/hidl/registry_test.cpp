@@ -99,6 +99,17 @@ TEST_F(RegistryTest, TheNewestOfANameWinsAndOldProxiesGoOn) {
     EXPECT_THAT(listed(), ElementsAre(kParent + "default", kChild + "default"));
 }
 
+TEST_F(RegistryTest, AReplacedObjectGoesOnceItsNameWasTakenAgain) {
+    wp<Probe> first;
+    for (const uint32_t number : {1u, 2u, 3u}) {
+        const sp<Probe> probe = new Probe(number);
+        if (number == 1) first = probe;
+        EXPECT_EQ(probe->registerAsService("taken"), android::OK);
+        EXPECT_EQ(IProbe::getService("taken")->number(), number);
+        EXPECT_EQ(first.promote() != nullptr, number < 3);  // a client may just have found it
+    }
+}
+
 TEST_F(RegistryTest, ATvMayLieFarDown) {
     const std::string before = host::tvRoot();
     const std::string part(60, 'd');

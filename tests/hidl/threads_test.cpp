@@ -3,7 +3,7 @@
 #include <future>
 #include <set>
 
-#include "fixture.h"
+#include "raw_peer.h"
 
 namespace hidlaudio::test {
 namespace {
@@ -64,6 +64,29 @@ TEST_F(ThreadsTest, APoolServesAsManyCallsAtOnceAsItHasThreads) {
         EXPECT_NE(std::find(firstLeft, events.end(), "enter 9"), events.end());
         EXPECT_LE(service.threads(), size + 1);
     }
+}
+
+// However few threads the pool was made for, each that joins it serves; but only one a client's channel.
+TEST_F(ThreadsTest, WhoJoinsASmallPoolSharesIt) {
+    ServiceOptions options;
+    options.joiners = 2;
+    Service service(options);
+    const sp<IProbe> probe = service.get();
+    RawClient hasty;
+    Gate gates[2];
+    for (int32_t i : {0, 1}) {
+        EXPECT_TRUE(sendRaw(hasty.channel, rawMessage(kDescriptorsFollow)));
+        const auto arguments = [&](Parcel& parcel) {
+            parcel.writeInt32(i);
+            parcel.writeNativeHandleNoDup(gates[i].handle());
+        };
+        EXPECT_TRUE(sendRaw(hasty.channel, rawCall(hasty.object(), kWait, arguments)));
+    }
+    gates[0].awaitEntry();
+    EXPECT_EQ(probe->add(1, 2), 3);
+    EXPECT_THAT(eventsOf(probe), testing::Not(testing::Contains("enter 1")));
+    for (Gate& gate : gates) gate.open();
+    EXPECT_TRUE(logged(probe, "leave 1"));
 }
 
 TEST_F(ThreadsTest, MisuseEndsTheProcess) {

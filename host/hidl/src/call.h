@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <hwbinder/Binder.h>
 #include <hwbinder/Parcel.h>
 
@@ -39,9 +40,9 @@ struct OnewayQueue {
     };
 
     std::mutex mutex;
-    std::deque<Pending> pending;
-    bool serving = false;
-    std::vector<std::shared_ptr<Source>> stopped;  // what filled the queue
+    std::deque<Pending> pending GUARDED_BY(mutex);
+    bool serving GUARDED_BY(mutex) = false;
+    std::vector<std::shared_ptr<Source>> stopped GUARDED_BY(mutex);  // what filled the queue
 };
 
 enum class Enqueued { MustServe, Waits, Stops };

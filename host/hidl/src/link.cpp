@@ -84,7 +84,6 @@ bool Link::ended() {
     return mEnded;
 }
 
-// With mControlMutex held.
 status_t Link::flushReleases(Channel& control) {
     while (!mPendingReleases.empty()) {
         const auto [object, count] = *mPendingReleases.begin();
@@ -161,9 +160,15 @@ bool Link::addPeerChannel(const std::shared_ptr<Channel>& channel) {
     auto gone = [](const std::weak_ptr<Channel>& weak) { return weak.expired(); };
     mPeerChannels.erase(std::remove_if(mPeerChannels.begin(), mPeerChannels.end(), gone),
                         mPeerChannels.end());
-    if (dead() || mPeerChannels.size() >= kMaxPeerChannels) return false;
+    if (dead()) return false;
     mPeerChannels.push_back(channel);
     return true;
+}
+
+size_t Link::peerChannels() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const auto open = [](const std::weak_ptr<Channel>& weak) { return !weak.expired(); };
+    return static_cast<size_t>(std::count_if(mPeerChannels.begin(), mPeerChannels.end(), open));
 }
 
 sp<BpHwBinder> Link::proxy(uint64_t object, uint32_t known) {
@@ -199,17 +204,18 @@ void Link::forgetProxy(uint64_t object, const BpHwBinder* proxy, uint32_t known)
         if (found != mProxies.end() && found->second.unsafe_get() == proxy) mProxies.erase(found);
     }
     if (dead() || known == 0) return;
-    std::unique_lock<std::mutex> lock(mControlMutex);
-    const std::shared_ptr<Channel> channel = control();
-    if (channel == nullptr) return;
-    mPendingReleases[object] += known;
-    if (flushReleases(*channel) == WOULD_BLOCK) awaitRoom(*channel);
-    const bool tooMany = mPendingReleases.size() > kMaxPendingReleases;
-    lock.unlock();
+    bool tooMany = false;
+    {
+        std::lock_guard<std::mutex> lock(mControlMutex);
+        const std::shared_ptr<Channel> channel = control();
+        if (channel == nullptr) return;
+        mPendingReleases[object] += known;
+        if (flushReleases(*channel) == WOULD_BLOCK) awaitRoom(*channel);
+        tooMany = mPendingReleases.size() > kMaxPendingReleases;
+    }
     if (tooMany) kill();
 }
 
-// With mControlMutex held.
 void Link::awaitRoom(const Channel& control) {
     if (mAwaitsRoom) return;
     base::unique_fd own(fcntl(control.fd(), F_DUPFD_CLOEXEC, 0));

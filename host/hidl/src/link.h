@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <hwbinder/Binder.h>
 #include <sys/types.h>
 
@@ -47,8 +48,10 @@ class Link : public std::enable_shared_from_this<Link> {
     std::shared_ptr<Channel> takeCallChannel();
     void giveBackCallChannel(const std::shared_ptr<Channel>& channel);
 
-    /** A channel on which the peer calls us; false where it has too many. */
+    /** A channel on which the peer calls us; false where the link is dead. */
     bool addPeerChannel(const std::shared_ptr<Channel>& channel);
+    /** How many of those there are. */
+    size_t peerChannels() const;
 
     /** The peer's object `object`. @param known references that the peer counts for it */
     sp<BpHwBinder> proxy(uint64_t object, uint32_t known);
@@ -81,28 +84,28 @@ class Link : public std::enable_shared_from_this<Link> {
         uint32_t count = 0;
     };
 
-    status_t flushReleases(Channel& control);
-    void awaitRoom(const Channel& control);
+    status_t flushReleases(Channel& control) REQUIRES(mControlMutex);
+    void awaitRoom(const Channel& control) REQUIRES(mControlMutex);
     bool waitForRoom();
     std::shared_ptr<Channel> makeCallChannel();
 
     std::atomic<bool> mDead{false};
-    std::mutex mControlMutex;  // sending on the control channel, and the two below
-    std::unordered_map<uint64_t, uint32_t> mPendingReleases;
-    bool mAwaitsRoom = false;
+    std::mutex mControlMutex;  // sending on the control channel
+    std::unordered_map<uint64_t, uint32_t> mPendingReleases GUARDED_BY(mControlMutex);
+    bool mAwaitsRoom GUARDED_BY(mControlMutex) = false;
 
-    static constexpr size_t kMaxPeerChannels = 256;
     // A peer that reads so late does not read.
     static constexpr size_t kMaxPendingReleases = 64 * kMaxObjects;
 
-    std::mutex mMutex;  // what follows
-    bool mEnded = false;
-    std::shared_ptr<Channel> mControl;
-    std::unordered_map<uint64_t, Export> mExports;
-    std::unordered_map<uint64_t, wp<BpHwBinder>> mProxies;
-    std::vector<std::shared_ptr<Channel>> mCallChannels;
-    std::vector<std::shared_ptr<Channel>> mIdleChannels;  // of mCallChannels, those without a thread
-    std::vector<std::weak_ptr<Channel>> mPeerChannels;
+    mutable std::mutex mMutex;
+    bool mEnded GUARDED_BY(mMutex) = false;
+    std::shared_ptr<Channel> mControl GUARDED_BY(mMutex);
+    std::unordered_map<uint64_t, Export> mExports GUARDED_BY(mMutex);
+    std::unordered_map<uint64_t, wp<BpHwBinder>> mProxies GUARDED_BY(mMutex);
+    std::vector<std::shared_ptr<Channel>> mCallChannels GUARDED_BY(mMutex);
+    // Of mCallChannels, those without a thread.
+    std::vector<std::shared_ptr<Channel>> mIdleChannels GUARDED_BY(mMutex);
+    std::vector<std::weak_ptr<Channel>> mPeerChannels GUARDED_BY(mMutex);
 };
 
 }  // namespace android::hardware::transport

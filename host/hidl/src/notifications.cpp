@@ -3,6 +3,7 @@
 
 #include "notifications.h"
 
+#include <android-base/thread_annotations.h>
 #include <log/log.h>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -38,7 +39,7 @@ class RegistrySource : public Source {
     // A registration is the same one while the same object of the same process holds the name.
     using Registration = std::pair<uint64_t, uint64_t>;
 
-    std::vector<RegistryEntry> takeNews();
+    std::vector<RegistryEntry> takeNews() REQUIRES(mMutex);
     static bool matches(const Wanted& wanted, const RegistryEntry& entry) {
         return wanted.interface == entry.interface &&
                (wanted.instance.empty() || wanted.instance == entry.instance);
@@ -46,12 +47,11 @@ class RegistrySource : public Source {
     static void tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting);
 
     const base::unique_fd mWatch;
-    std::mutex mMutex;  // what follows
-    std::vector<Wanted> mWanted;
-    std::map<std::string, Registration> mKnown;
+    std::mutex mMutex;
+    std::vector<Wanted> mWanted GUARDED_BY(mMutex);
+    std::map<std::string, Registration> mKnown GUARDED_BY(mMutex);
 };
 
-// With mMutex held.
 std::vector<RegistryEntry> RegistrySource::takeNews() {
     std::vector<RegistryEntry> news;
     for (const RegistryEntry& entry : registryList()) {

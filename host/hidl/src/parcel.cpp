@@ -144,6 +144,12 @@ status_t Parcel::readInt64(int64_t* value) const {
 status_t Parcel::readUint64(uint64_t* value) const {
     return readPrimitive(value);
 }
+status_t Parcel::readCount(uint64_t* count) const {
+    const status_t status = readPrimitive(count);
+    if (status != OK) return status;
+    return *count <= (mIn.bodySize - mPosition) / kWordSize ? static_cast<status_t>(OK)
+                                                            : static_cast<status_t>(NOT_ENOUGH_DATA);
+}
 status_t Parcel::readFloat(float* value) const {
     return readPrimitive(value);
 }

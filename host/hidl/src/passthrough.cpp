@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android-base/thread_annotations.h>
 #include <hidl/HidlPassthroughSupport.h>
 #include <hidl/TaskRunner.h>
 
@@ -17,23 +18,24 @@ sp<hidl::base::V1_0::IBase> wrapPassthroughInternal(const sp<hidl::base::V1_0::I
 struct TaskRunner::Queue {
     std::mutex mutex;
     std::condition_variable changed;
-    std::deque<Task> tasks;
-    size_t limit = 0;
-    bool started = false;
-    bool ended = false;
+    std::deque<Task> tasks GUARDED_BY(mutex);
+    size_t limit GUARDED_BY(mutex) = 0;
+    bool started GUARDED_BY(mutex) = false;
+    bool ended GUARDED_BY(mutex) = false;
+
+    /** Waits for a task; an empty one says that there is none any more. */
+    Task next() {
+        std::unique_lock<std::mutex> lock(mutex);
+        const base::ScopedLockAssertion held(mutex);
+        changed.wait(lock, [this]() REQUIRES(mutex) { return ended || !tasks.empty(); });
+        if (tasks.empty()) return nullptr;
+        Task task = std::move(tasks.front());
+        tasks.pop_front();
+        return task;
+    }
 
     void run() {
-        std::unique_lock<std::mutex> lock(mutex);
-        for (;;) {
-            changed.wait(lock, [this] { return ended || !tasks.empty(); });
-            if (tasks.empty()) return;
-            Task task = std::move(tasks.front());
-            tasks.pop_front();
-            lock.unlock();
-            task();
-            task = nullptr;
-            lock.lock();
-        }
+        while (const Task task = next()) task();
     }
 };
 
@@ -46,6 +48,7 @@ TaskRunner::~TaskRunner() {
 }
 
 void TaskRunner::start(size_t limit) {
+    std::lock_guard<std::mutex> lock(mQueue->mutex);
     mQueue->limit = limit;
 }
 

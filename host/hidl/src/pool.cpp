@@ -59,7 +59,9 @@ Pool::Pool() : mEpoll(epoll_create1(EPOLL_CLOEXEC)) {
 void Pool::arm(const Source& source, int operation) {
     epoll_event event{};
     event.events = source.awaitsRoom() ? EPOLLOUT : EPOLLIN;
-    if (mOneShot.load(std::memory_order_relaxed)) {
+    if (source.mInTurn) {
+        event.events = EPOLLONESHOT;  // the turn's end watches it again
+    } else if (mOneShot.load(std::memory_order_relaxed)) {
         event.events |= EPOLLONESHOT;
     } else if (source.oneAtATime()) {
         event.events |= EPOLLET;
@@ -89,6 +91,16 @@ void Pool::remove(Source& source) {
 
 void Pool::resume(Source& source) {
     std::lock_guard<std::mutex> lock(mMutex);
+    source.mInTurn = false;
+    if (mSources.count(source.mKey) != 0) arm(source, EPOLL_CTL_MOD);
+}
+
+void Pool::endTurn(Source& source) {
+    if (mOneShot.load(std::memory_order_relaxed)) return resume(source);
+    // In this order: who shares the pool meanwhile finds the turn ended, or is found here.
+    source.mInTurn = false;
+    if (!mOneShot) return;
+    std::lock_guard<std::mutex> lock(mMutex);
     if (mSources.count(source.mKey) != 0) arm(source, EPOLL_CTL_MOD);
 }
 
@@ -97,8 +109,17 @@ void Pool::configure(size_t maxThreads, bool callerJoins) {
     std::lock_guard<std::mutex> lock(mMutex);
     mMaxThreads = maxThreads;
     mCallerJoins = callerJoins;
-    mOneShot.store(maxThreads > 1, std::memory_order_relaxed);
+    if (maxThreads > 1) shareWithLock();
+}
+
+// Several threads take turns from now on, perhaps while the only one so far is in a source.
+void Pool::shareWithLock() {
+    if (mOneShot.exchange(true)) return;
     for (const auto& [key, source] : mSources) arm(*source, EPOLL_CTL_MOD);
+}
+
+void Pool::addThreadWithLock() {
+    if (++mThreads > 1) shareWithLock();
 }
 
 bool Pool::started() {
@@ -107,7 +128,7 @@ bool Pool::started() {
 }
 
 void Pool::spawnWithLock() {
-    ++mThreads;
+    addThreadWithLock();
     SignalsBlocked blocked;
     std::thread([this] { serve(); }).detach();
 }
@@ -125,7 +146,7 @@ void Pool::join() {
         if (!mCallerJoins)
             details::logAlwaysFatal("joinRpcThreadpool needs configureRpcThreadpool(n, true) first.");
         mStarted = true;
-        ++mThreads;
+        addThreadWithLock();
     }
     serve();
 }
@@ -142,24 +163,36 @@ void Pool::serve() {
         if (several) ++mIdle;
         const uint64_t key = waitReady(mEpoll.get());
         if (several) --mIdle;
-        std::shared_ptr<Source> source;
-        {
-            std::lock_guard<std::mutex> lock(mMutex);
-            auto found = mSources.find(key);
-            if (found != mSources.end()) source = found->second;
-        }
-        if (source == nullptr) continue;
-        spawnIfAllBusy();
-        Turn turn(*this, *source);
-        source->ready(turn);
+        serveSource(key);
     }
+}
+
+bool Pool::serveReady() {
+    epoll_event event{};
+    if (epoll_wait(mEpoll.get(), &event, 1, 0) != 1) return false;
+    serveSource(event.data.u64);
+    return true;
+}
+
+void Pool::serveSource(uint64_t key) {
+    std::shared_ptr<Source> source;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto found = mSources.find(key);
+        // Where a thread is in it, this news is from before the pool was shared.
+        if (found == mSources.end() || found->second->mInTurn) return;
+        source = found->second;
+        source->mInTurn = true;
+    }
+    spawnIfAllBusy();
+    Turn turn(*this, *source);
+    source->ready(turn);
 }
 
 void Turn::end() {
     if (mEnded) return;
     mEnded = true;
-    if (!mPool.mOneShot.load(std::memory_order_relaxed)) return;
-    mPool.resume(mSource);
+    mPool.endTurn(mSource);
 }
 
 }  // namespace android::hardware::transport

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <android-base/unique_fd.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -33,6 +34,7 @@ class Source : public std::enable_shared_from_this<Source> {
     friend class Pool;
     friend class Turn;
     uint64_t mKey = 0;
+    std::atomic<bool> mInTurn{false};  // becomes true with the pool's mutex held
 };
 
 /**
@@ -55,6 +57,8 @@ class Pool {
     void start();
     /** As joinRpcThreadpool. */
     void join();
+    /** Serves one source that is ready on the calling thread; false, at once, where none is. */
+    bool serveReady();
     /** Whether any thread serves, or will. */
     bool started();
 
@@ -62,21 +66,25 @@ class Pool {
     friend class Turn;
 
     [[noreturn]] void serve();
+    void serveSource(uint64_t key);
     uint64_t nextKey();
-    void spawnWithLock();
+    void spawnWithLock() REQUIRES(mMutex);
     void spawnIfAllBusy();
+    void addThreadWithLock() REQUIRES(mMutex);
+    void shareWithLock() REQUIRES(mMutex);
+    void endTurn(Source& source);
     void arm(const Source& source, int operation);
 
     const base::unique_fd mEpoll;
-    std::mutex mMutex;  // what follows
-    std::unordered_map<uint64_t, std::shared_ptr<Source>> mSources;
-    uint64_t mKeys = 0;
-    size_t mMaxThreads = 1;
-    size_t mThreads = 0;
-    bool mCallerJoins = false;
-    bool mStarted = false;
+    std::mutex mMutex;
+    std::unordered_map<uint64_t, std::shared_ptr<Source>> mSources GUARDED_BY(mMutex);
+    uint64_t mKeys GUARDED_BY(mMutex) = 0;
+    size_t mMaxThreads GUARDED_BY(mMutex) = 1;
+    size_t mThreads GUARDED_BY(mMutex) = 0;
+    bool mCallerJoins GUARDED_BY(mMutex) = false;
+    bool mStarted GUARDED_BY(mMutex) = false;
     std::atomic<size_t> mIdle{0};
-    // With several threads, a source is watched by none while one is in it.
+    // With several threads, a source is watched by none while one is in it. Never false again.
     std::atomic<bool> mOneShot{false};
 };
 

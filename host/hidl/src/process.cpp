@@ -7,6 +7,8 @@
 #include <sys/random.h>
 #include <unistd.h>
 
+#include <set>
+
 #include "peer.h"
 #include "proxy.h"
 #include "sources.h"
@@ -36,7 +38,6 @@ Process& Process::self() {
 
 Process::Process() : mName(randomName()) {}
 
-// With mMutex held.
 bool Process::listen() {
     if (!mSocketName.empty()) return true;
     if (!makeRegistry()) return false;
@@ -65,11 +66,34 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
         entry.object = binder->exportId();
         entries.push_back(entry);
     }
+    std::vector<sp<BHwBinder>> replaced;  // goes after the mutex is free
     std::lock_guard<std::mutex> lock(mMutex);
     if (!listen()) return UNKNOWN_ERROR;
     for (RegistryEntry& entry : entries) entry.socket = mSocketName;
     mRegistered[binder->exportId()] = binder;
-    return registryAdd(entries) ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
+    const bool added = registryAdd(entries);
+    if (added) nameWithLock(entries);
+    replaced = takeUnnamedWithLock();
+    return added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
+}
+
+void Process::nameWithLock(const std::vector<RegistryEntry>& entries) {
+    for (const RegistryEntry& entry : entries) {
+        Holders& holders = mNames[entry.interface + "/" + entry.instance];
+        if (holders.present != entry.object) holders = {entry.object, holders.present};
+    }
+}
+
+std::vector<sp<BHwBinder>> Process::takeUnnamedWithLock() {
+    std::set<uint64_t> named;
+    for (const auto& [name, holders] : mNames) named.insert({holders.present, holders.previous});
+    std::vector<sp<BHwBinder>> taken;
+    for (auto it = mRegistered.begin(); it != mRegistered.end();) {
+        const bool stays = named.count(it->first) != 0;
+        if (!stays) taken.push_back(it->second);
+        it = stays ? std::next(it) : mRegistered.erase(it);
+    }
+    return taken;
 }
 
 sp<BHwBinder> Process::registered(uint64_t object) {
@@ -90,6 +114,32 @@ void Process::forget(const Link& link) {
         it = known == nullptr || known.get() == &link ? mLinks.erase(it) : std::next(it);
     }
     mConnected.erase(link.number);
+    mAccepted.erase(link.number);
+}
+
+std::vector<std::shared_ptr<Link>> Process::linksFrom(pid_t peer) {
+    std::vector<std::shared_ptr<Link>> links;
+    std::lock_guard<std::mutex> lock(mMutex);
+    for (const auto& [number, weak] : mAccepted) {
+        auto link = weak.lock();
+        if (link != nullptr && link->peerPid == peer) links.push_back(std::move(link));
+    }
+    return links;
+}
+
+bool Process::admit(const std::shared_ptr<Link>& link) {
+    if (linksFrom(link->peerPid).size() >= kMaxLinksOfPeer) return false;
+    std::lock_guard<std::mutex> lock(mMutex);
+    mAccepted[link->number] = link;
+    return true;
+}
+
+bool Process::admitsChannel(const Link& link) {
+    size_t channels = link.peerChannels();
+    for (const auto& other : linksFrom(link.peerPid)) {
+        if (other.get() != &link) channels += other->peerChannels();
+    }
+    return channels < kMaxChannelsOfPeer;
 }
 
 // Where no pool runs, nothing else notices that a server has gone.

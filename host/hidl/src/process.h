@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <hwbinder/Binder.h>
 
 #include <map>
@@ -41,22 +42,47 @@ class Process {
     /** A process connected to us and said its name. */
     void remember(uint64_t process, const std::shared_ptr<Link>& link);
     void forget(const Link& link);
+    /** A process has connected to us; false where it has so many connections that it may have no more. */
+    bool admit(const std::shared_ptr<Link>& link);
+    /** Whether the link's process may open one more channel; false where it has too many on all its links. */
+    bool admitsChannel(const Link& link);
 
   private:
+    /**
+     * Numbers of the objects that have and had a name. A client may have read the entry of
+     * the one before: that one is kept until the name changes hands again.
+     */
+    struct Holders {
+        uint64_t present = 0;
+        uint64_t previous = 0;
+    };
+
+    // A process needs one link to another. All that it can have is a third of the
+    // descriptors that a process usually gets.
+    static constexpr size_t kMaxLinksOfPeer = 64;
+    static constexpr size_t kMaxChannelsOfPeer = 256;
+
     Process();
-    bool listen();
+    bool listen() REQUIRES(mMutex);
+    std::vector<std::shared_ptr<Link>> linksFrom(pid_t peer);
+    void nameWithLock(const std::vector<RegistryEntry>& entries) REQUIRES(mMutex);
+    std::vector<sp<BHwBinder>> takeUnnamedWithLock() REQUIRES(mMutex);
     std::shared_ptr<Link> linkTo(const RegistryEntry& entry);
     std::shared_ptr<Link> connect(const RegistryEntry& entry);
     void endDeadLinks();
 
     const uint64_t mName;
     Pool mPool;
-    std::mutex mMutex;  // what follows
-    std::string mSocketName;
-    base::unique_fd mAlive;
-    std::map<uint64_t, sp<BHwBinder>> mRegistered;
-    std::map<uint64_t, std::weak_ptr<Link>> mLinks;               // by the peer's name
-    std::map<uint64_t, std::weak_ptr<ControlSource>> mConnected;  // of links that we made, by their number
+    std::mutex mMutex;
+    std::string mSocketName GUARDED_BY(mMutex);
+    base::unique_fd mAlive GUARDED_BY(mMutex);
+    std::map<uint64_t, sp<BHwBinder>> mRegistered GUARDED_BY(mMutex);
+    std::map<std::string, Holders> mNames GUARDED_BY(mMutex);           // by interface and instance
+    std::map<uint64_t, std::weak_ptr<Link>> mLinks GUARDED_BY(mMutex);  // by the peer's name
+    // Of links that we made, by their number.
+    std::map<uint64_t, std::weak_ptr<ControlSource>> mConnected GUARDED_BY(mMutex);
+    // Of links that peers made, likewise.
+    std::map<uint64_t, std::weak_ptr<Link>> mAccepted GUARDED_BY(mMutex);
 };
 
 }  // namespace android::hardware::transport

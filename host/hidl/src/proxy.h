@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <hwbinder/IBinder.h>
 
 #include <memory>
@@ -44,8 +45,8 @@ class BpHwBinder : public IBinder {
     uint32_t mKnown = 0;
 
     std::mutex mMutex;
-    bool mObituarySent = false;
-    std::vector<wp<DeathRecipient>> mRecipients;
+    bool mObituarySent GUARDED_BY(mMutex) = false;
+    std::vector<wp<DeathRecipient>> mRecipients GUARDED_BY(mMutex);
 };
 
 }  // namespace android::hardware

@@ -47,6 +47,10 @@ void ListenSource::accept() {
         return;
     }
     auto link = std::make_shared<Link>(std::move(socket), peer.pid, peer.uid);
+    if (!Process::self().admit(link)) {
+        ALOGE("process %d has too many connections: one is refused", peer.pid);
+        return;
+    }
     Process::self().pool().add(std::make_shared<ControlSource>(link, true));
 }
 
@@ -104,7 +108,7 @@ bool ControlSource::newCallChannel(IncomingMessage&& message) {
     base::unique_fd& socket = message.attachments->fds.front();
     if (!isPacketSocket(socket)) return false;
     auto channel = std::make_shared<Channel>(std::move(socket), Channel::Kind::Call);
-    if (!mLink->addPeerChannel(channel)) return false;
+    if (!Process::self().admitsChannel(*mLink) || !mLink->addPeerChannel(channel)) return false;
     Process::self().pool().add(std::make_shared<CallSource>(mLink, channel));
     return true;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <android/hidl/base/1.0/IBase.h>
 #include <hwbinder/IBinder.h>
 #include <sched.h>
@@ -59,7 +60,7 @@ class ConcurrentMap {
 
   private:
     mutable std::mutex mMutex;
-    std::map<Key, Value> mMap;
+    std::map<Key, Value> mMap GUARDED_BY(mMutex);
 };
 
 using BnConstructor = std::function<sp<IBinder>(void*)>;

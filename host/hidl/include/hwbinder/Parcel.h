@@ -52,6 +52,8 @@ class Parcel {
     status_t readUint32(uint32_t* value) const;
     status_t readInt64(int64_t* value) const;
     status_t readUint64(uint64_t* value) const;
+    /** How many elements follow that take four bytes each at least; NOT_ENOUGH_DATA where they can't. */
+    status_t readCount(uint64_t* count) const;
     status_t readFloat(float* value) const;
     status_t readDouble(double* value) const;
     status_t readBool(bool* value) const;

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <hidl/HidlTransportSupport.h>
+#include <unistd.h>
+
+#include "echo_services.h"
+#include "host/hidl/src/process.h"
+#include "host/hidl/src/sources.h"
+#include "packets.h"
+#include "private_tv.h"
+
+namespace hidlaudio::fuzz {
+namespace {
+
+using namespace android::hardware::transport;  // NOLINT: the wire's names are what this file is about
+using test::ParentProbe;
+
+constexpr uint32_t kAdd = 1;
+constexpr size_t kMostSteps = 64;
+constexpr size_t kMostChannels = 4;
+constexpr size_t kMostRounds = 100'000;
+
+/** Until nothing is left to do, which must come. */
+void serveAll() {
+    size_t rounds = 0;
+    while (Process::self().pool().serveReady()) require(++rounds < kMostRounds);
+}
+
+/** A connection as the listening socket makes one; returns the peer's end. */
+android::base::unique_fd connectToService() {
+    SocketPair sockets;
+    auto link = std::make_shared<Link>(std::move(sockets.far), getpid(), getuid());
+    Process::self().pool().add(std::make_shared<ControlSource>(link, true));
+    return std::move(sockets.near);
+}
+
+Packet packetOf(MessageType type, uint64_t target, uint32_t code) {
+    MessageHeader header{};
+    header.type = type;
+    header.target = target;
+    header.code = code;
+    Packet packet;
+    packet.bytes.resize(sizeof(header));
+    memcpy(packet.bytes.data(), &header, sizeof(header));
+    return packet;
+}
+
+android::base::unique_fd openChannel(int control) {
+    SocketPair sockets;
+    Packet packet = packetOf(kNewCallChannel, 0, 0);
+    reinterpret_cast<MessageHeader*>(packet.bytes.data())->fdCount = 1;
+    packet.fds = {sockets.far.get()};
+    send(control, packet);
+    return std::move(sockets.near);
+}
+
+/** Takes what the service has sent; descriptors in it are lost. */
+void readAll(int socket) {
+    uint8_t bytes[64];
+    while (recv(socket, bytes, sizeof(bytes), MSG_DONTWAIT) > 0) {
+    }
+}
+
+/** A client that keeps to the rules all the time. */
+class GoodClient {
+  public:
+    explicit GoodClient(uint64_t object) : mControl(connectToService()) {
+        send(mControl.get(), packetOf(kHello, 1, kWireVersion));
+        mChannel = openChannel(mControl.get());
+        android::hardware::Parcel parcel;
+        parcel.writeInterfaceToken(ParentProbe::descriptor);
+        parcel.writeInt32(1);
+        parcel.writeInt32(2);
+        const OutgoingBody& body = parcel.outgoing();
+        mCall = packetOf(kCall, object, kAdd);
+        reinterpret_cast<MessageHeader*>(mCall.bytes.data())->bodySize = static_cast<uint32_t>(body.bodySize);
+        mCall.bytes.insert(mCall.bytes.end(), body.body(), body.body() + body.bodySize);
+        serveAll();
+    }
+
+    void call() const {
+        send(mChannel.get(), mCall);
+        serveAll();
+        struct {
+            MessageHeader header;
+            int32_t status;
+            int32_t sum;
+        } reply{};
+        require(recv(mChannel.get(), &reply, sizeof(reply), MSG_DONTWAIT) == sizeof(reply));
+        require(reply.header.type == kReply && reply.status == 0 && reply.sum == 3);
+    }
+
+  private:
+    android::base::unique_fd mControl;
+    android::base::unique_fd mChannel;
+    Packet mCall;
+};
+
+struct Service {
+    android::sp<EchoProbe> probe = new EchoProbe;
+    uint64_t object = 0;
+    std::unique_ptr<GoodClient> client;
+
+    Service() {
+        makePrivateTv();
+        // Nobody joins: the inputs are served on this thread.
+        android::hardware::configureRpcThreadpool(1, true);
+        require(probe->registerAsService("default") == android::OK);
+        object = android::hardware::getOrCreateCachedBinder(probe.get())->localBinder()->exportId();
+        client = std::make_unique<GoodClient>(object);
+    }
+};
+
+Service& service() {
+    static auto& service = *new Service;
+    return service;
+}
+
+/** The peer that the input describes. */
+class Peer {
+  public:
+    Peer() : mControl(connectToService()) {}
+
+    void step(Input& input) {
+        const auto what = input.take<uint8_t>();
+        const int to = socket(what / 8U);
+        switch (what % 8) {
+            case 0:
+                return send(mControl.get(), packetOf(kHello, input.take<uint8_t>() + 2U, kWireVersion));
+            case 1:
+                if (mChannels.size() < kMostChannels) mChannels.push_back(openChannel(mControl.get()));
+                return;
+            case 2:
+                return serve();
+            case 3:
+                return readAll(to);
+            case 4:
+                return raw(input, to);
+            case 5:
+                return control(input);
+            default:
+                send(to, takeMessage(input, service().object, ParentProbe::descriptor, mOther.far.get()));
+        }
+    }
+
+    // The service may wait for what this peer says: it says nothing more on the channels so far.
+    void serve() {
+        for (const auto& channel : mChannels) shutdown(channel.get(), SHUT_WR);
+        serveAll();
+    }
+
+  private:
+    /** A call channel, the one made last first; or else the control channel. */
+    int socket(size_t which) const {
+        const size_t index = which % (kMostChannels + 1);
+        return index < mChannels.size() ? mChannels[mChannels.size() - 1 - index].get() : mControl.get();
+    }
+
+    static void raw(Input& input, int to) {
+        Packet packet;
+        const size_t size = std::min<size_t>(input.take<uint8_t>(), input.left());
+        const uint8_t* bytes = input.take(size);
+        packet.bytes.assign(bytes, bytes + size);
+        send(to, packet);
+    }
+
+    void control(Input& input) const {
+        const auto type = static_cast<MessageType>(input.take<uint8_t>());
+        const auto number = input.take<uint8_t>();
+        const auto count = input.take<uint8_t>();
+        send(mControl.get(), packetOf(type, number == 0 ? service().object : number, count));
+    }
+
+    SocketPair mOther;
+    android::base::unique_fd mControl;
+    std::vector<android::base::unique_fd> mChannels;
+};
+
+}  // namespace
+}  // namespace hidlaudio::fuzz
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    hidlaudio::fuzz::silenceLog();
+    return 0;
+}
+
+/**
+ * A peer against a live service, on one thread. A good client is served before and after, and
+ * nothing of the peer is left when it has gone.
+ *
+ * Input: steps, each a byte for what and to which socket, and what it needs.
+ */
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using namespace hidlaudio::fuzz;  // NOLINT: of this function's own file
+    Input input(data, size);
+    descriptor(0, -1);
+    service().client->call();
+    const auto open = openDescriptors();
+    {
+        Peer peer;
+        for (size_t i = 0; i < kMostSteps && input.left() > 0; ++i) peer.step(input);
+        peer.serve();
+        service().client->call();
+    }
+    serveAll();
+    service().client->call();
+    require(openDescriptors() == open);
+    return 0;
+}

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+#include <string.h>
+
+#include <algorithm>
+
+namespace hidlaudio::fuzz {
+
+/** An input, taken piece by piece from its beginning; zeros once it has ended. */
+class Input {
+  public:
+    Input(const uint8_t* data, size_t size) : mData(data), mSize(size) {}
+
+    size_t left() const { return mSize; }
+
+    template <typename T>
+    T take() {
+        T value{};
+        const size_t size = std::min(sizeof(T), mSize);
+        memcpy(static_cast<void*>(&value), take(size), size);
+        return value;
+    }
+
+    /** `size` bytes, of which there must be as many. */
+    const uint8_t* take(size_t size) {
+        const uint8_t* taken = mData;
+        mData += size;
+        mSize -= size;
+        return taken;
+    }
+
+  private:
+    const uint8_t* mData;
+    size_t mSize;
+};
+
+/** Ends the process, so that the input is kept, unless `condition` holds. */
+inline void require(bool condition) {
+    if (!condition) __builtin_trap();
+}
+
+}  // namespace hidlaudio::fuzz

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <sanitizer/asan_interface.h>
+
+#include "host/hidl/src/channel.h"
+#include "packets.h"
+#include "private_tv.h"
+
+namespace hidlaudio::fuzz {
+namespace {
+
+using namespace android::hardware::transport;  // NOLINT: messages are what this file is about
+using android::hardware::Parcel;
+
+constexpr size_t kMostPackets = 8;
+constexpr size_t kMostReads = 32;
+
+/** No reader goes beyond the body unseen, although its memory is larger. */
+class BodyAlone {
+  public:
+    explicit BodyAlone(const IncomingMessage& message)
+        : mBegin(message.body + message.bodySize), mEnd(message.buffer.data() + message.buffer.capacity()) {
+        ASAN_POISON_MEMORY_REGION(mBegin, mEnd - mBegin);
+    }
+    ~BodyAlone() { ASAN_UNPOISON_MEMORY_REGION(mBegin, mEnd - mBegin); }
+    BodyAlone(const BodyAlone&) = delete;
+    BodyAlone& operator=(const BodyAlone&) = delete;
+
+  private:
+    const uint8_t* mBegin;
+    const uint8_t* mEnd;
+};
+
+void touch(const void* data, size_t size) {
+    for (size_t i = 0; i < size; ++i) (void)static_cast<const volatile uint8_t*>(data)[i];
+}
+
+/** The parent that the record at hand may name. */
+size_t parentOf(uint8_t parent) {
+    return parent % 4 == 0 ? kNoParent : parent / 4U;
+}
+
+/** One read; false where there was nothing of the kind. */
+bool read(const Parcel& parcel, Input& input) {
+    uint64_t number = 0;
+    size_t handle = 0;
+    const void* data = nullptr;
+    const native_handle_t* native = nullptr;
+    android::sp<android::hardware::IBinder> binder;
+    const auto kind = input.take<uint8_t>();
+    const size_t size = input.take<uint16_t>();
+    const auto parent = input.take<uint8_t>();
+    switch (kind % 7) {
+        case 0:
+            return parcel.readUint32(reinterpret_cast<uint32_t*>(&number)) == android::OK;
+        case 1:
+            return parcel.readUint64(&number) == android::OK;
+        case 2:
+            return parcel.readCString() != nullptr;
+        case 3:
+            if (parcel.readBuffer(size, &handle, &data) != android::OK) return false;
+            break;
+        case 4:
+            if (parcel.readEmbeddedBuffer(size, &handle, parentOf(parent), kind / 7U, &data, size % 2 != 0) !=
+                android::OK)
+                return false;
+            break;
+        case 5:
+            return parcel.readNullableNativeHandleNoDup(&native) == android::OK;
+        default:
+            return parcel.readNullableStrongBinder(&binder) == android::OK;
+    }
+    touch(data, size);
+    return true;
+}
+
+}  // namespace
+}  // namespace hidlaudio::fuzz
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    hidlaudio::fuzz::silenceLog();
+    return 0;
+}
+
+/**
+ * A channel's check of what comes, and the parcel over it.
+ *
+ * Input: the kind of channel and the number of packets; the packets; what is read of each message
+ * that passes.
+ */
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using namespace hidlaudio::fuzz;  // NOLINT: of this function's own file
+    Input input(data, size);
+    static const SocketPair other;
+    descriptor(0, -1);
+    const auto open = openDescriptors();
+    const auto kind = input.take<uint8_t>();
+    {
+        SocketPair sockets;
+        const size_t packets = input.take<uint8_t>() % (kMostPackets + 1);
+        for (size_t i = 0; i < packets; ++i)
+            send(sockets.near.get(), takeMessage(input, 1, "name", other.far.get()));
+        Channel channel(std::move(sockets.far), kind % 2 == 0 ? Channel::Kind::Call : Channel::Kind::Control);
+        Parcel parcel;
+        while (channel.receive(&parcel.incoming(), false) == Channel::Received::Message) {
+            const BodyAlone alone(parcel.incoming());
+            parcel.startReading();
+            for (size_t i = 0; i < kMostReads && read(parcel, input); ++i) {
+            }
+        }
+    }
+    require(openDescriptors() == open);
+    return 0;
+}
