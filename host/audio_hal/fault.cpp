@@ -5,6 +5,7 @@
 #include <errno.h>
 #include <string.h>
 
+#include "host/root/call_record.h"
 #include "host/root/fault_file.h"
 #include "host/root/tv_root.h"
 #include "log.h"
@@ -14,16 +15,18 @@ namespace hidlaudio::host {
 
 using android::hardware::audio::V5_0::Result;
 
-std::optional<Result> injectedResult(const char* operation) {
+std::optional<Result> injectedResult(const char* operation, const char* on) {
+    recordCall(kHalCalls, operation, on);
     const std::string folder = tvRoot() + kHalFaultFolder;
     std::optional<int32_t> status;
     int error = takeFault(folder, operation, status);
     if (error == 0 && !status) return std::nullopt;
     if (error == 0 && !isHalResult(*status)) error = ERANGE;
     if (error != 0) {
-        __android_log_print(ANDROID_LOG_ERROR, kLogTag,
-                            "%s/%s is no usable fault (RESULT from 0 to 4, or RESULT COUNT): %s",
-                            folder.c_str(), operation, strerror(error));
+        __android_log_print(
+            ANDROID_LOG_ERROR, kLogTag,
+            "%s/%s is no usable fault (RESULT from 0 to 4, RESULT COUNT, or RESULT COUNT PASS): %s",
+            folder.c_str(), operation, strerror(error));
         return Result::INVALID_STATE;
     }
     __android_log_print(ANDROID_LOG_WARN, kLogTag, "%s answers %s, as it was told to", operation,

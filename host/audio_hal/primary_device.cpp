@@ -62,7 +62,7 @@ Return<void> PrimaryDevice::getParameters(const hidl_vec<ParameterValue>& contex
                                           const hidl_vec<hidl_string>& keys, getParameters_cb callback) {
     std::vector<ParameterValue> found;
     Result result = Result::OK;
-    if (const auto injected = injectedResult("getParameters")) {
+    if (const auto injected = injectedResult("getParameters", keys.size() != 0 ? keys[0].c_str() : "")) {
         result = *injected;
     } else if (context.size() != 0) {
         result = refuse("getParameters", Result::NOT_SUPPORTED, "no context is known");
@@ -76,7 +76,9 @@ Return<void> PrimaryDevice::getParameters(const hidl_vec<ParameterValue>& contex
 
 Return<Result> PrimaryDevice::setParameters(const hidl_vec<ParameterValue>& context,
                                             const hidl_vec<ParameterValue>& parameters) {
-    if (const auto injected = injectedResult("setParameters")) return *injected;
+    if (const auto injected =
+            injectedResult("setParameters", parameters.size() != 0 ? parameters[0].key.c_str() : ""))
+        return *injected;
     if (context.size() != 0) {
         return refuse("setParameters", Result::NOT_SUPPORTED, "no context is known");
     }

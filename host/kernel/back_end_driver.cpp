@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "back_end_driver.h"
 
+#include <android-base/thread_annotations.h>
 #include <android/log.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -54,7 +55,7 @@ constexpr Command kCommands[] = {
 
 struct Driver {
     std::mutex mutex;  // the transfers, and the order of what becomes of one kind
-    std::list<Transfer> transfers;
+    std::list<Transfer> transfers GUARDED_BY(mutex);
 };
 
 /** Never destroyed: a transfer may outlive the program's main(). */
@@ -78,14 +79,23 @@ bool readBehaviour(std::vector<BehaviourLine>& lines) {
     return false;
 }
 
+/**
+ * Makes what came the last upload. It stays as the incoming one, too, until the end is
+ * told: a program that is killed before that has a transfer that is seen to be cut off.
+ */
+int keepReceived(const std::string& incoming, const std::string& received) {
+    const std::string temporary = received + ".new";
+    unlink(temporary.c_str());
+    if (link(incoming.c_str(), temporary.c_str()) != 0) return errno;
+    return rename(temporary.c_str(), received.c_str()) == 0 ? 0 : errno;
+}
+
 /** Takes a transfer that has ended out, and tells how it did. */
 void finish(std::list<Transfer>::iterator transfer, int error) {
     const std::string incoming = transfer->root + incomingFile(transfer->kind);
     const Lock lock(driver().mutex);
     if (transfer->cancelled) error = ECANCELED;
-    if (error == 0 && rename(incoming.c_str(), (transfer->root + receivedFile(transfer->kind)).c_str()) != 0)
-        error = errno;
-    if (error != 0) unlink(incoming.c_str());
+    if (error == 0) error = keepReceived(incoming, transfer->root + receivedFile(transfer->kind));
     if (error != 0 && error != ECANCELED) {
         __android_log_print(ANDROID_LOG_ERROR, kBackEndTag, "the transfer of %s parameters failed: %s",
                             nameOf(transfer->kind), strerror(error));
@@ -98,6 +108,7 @@ void finish(std::list<Transfer>::iterator transfer, int error) {
     // Before the news: who hears it may start the next transfer at once.
     driver().transfers.erase(transfer);
     publishTransferState(root, kind, state, result);
+    unlink(incoming.c_str());
 }
 
 void* transferThread(void* argument) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <stddef.h>
 
 #include <chrono>
@@ -80,16 +81,18 @@ class SteppedClock {
     void dropTimer(int fd);
 
   private:
-    void advanceLocked(Time time);
+    /** Sleeps and returns what is to be called then, with the number of sleeps so far. */
+    std::function<void(size_t)> passSleep(Time time, size_t& count);
+    void advanceLocked(Time time) REQUIRES(mutex_);
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     const Sleeps sleepsMode_;
-    Time now_{0};
-    std::vector<Time> sleeps_;
-    std::multiset<Time> sleepers_;  // when each waiting sleep is over
-    std::map<int, Time> timers_;    // when each armed timer is due
-    std::function<void(size_t)> hook_;
+    Time now_ GUARDED_BY(mutex_){0};
+    std::vector<Time> sleeps_ GUARDED_BY(mutex_);
+    std::multiset<Time> sleepers_ GUARDED_BY(mutex_);  // when each waiting sleep is over
+    std::map<int, Time> timers_ GUARDED_BY(mutex_);    // when each armed timer is due
+    std::function<void(size_t)> hook_ GUARDED_BY(mutex_);
 };
 
 }  // namespace hidlaudio::host

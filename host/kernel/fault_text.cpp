@@ -10,6 +10,8 @@ namespace hidlaudio::host {
 namespace {
 
 constexpr std::string_view kShort = "short=";
+constexpr std::string_view kDelay = "delay=";
+constexpr std::string_view kDies = "dies";
 constexpr int kLastErrno = 133;
 
 template <typename Number>
@@ -30,6 +32,23 @@ int parseErrno(std::string_view text) {
     return 0;
 }
 
+/** The number after `start`, which the text begins with; false for any other text. */
+template <typename Number>
+bool parseAfter(std::string_view start, std::string_view text, Number& number) {
+    if (text.substr(0, start.size()) != start) return false;
+    const auto parsed = parseNumber<Number>(text.substr(start.size()));
+    number = parsed.value_or(number);
+    return parsed.has_value();
+}
+
+bool parseOutcome(std::string_view outcome, Fault& fault) {
+    fault.dies = outcome == kDies;
+    if (fault.dies || parseAfter(kShort, outcome, fault.bytes)) return true;
+    if (parseAfter(kDelay, outcome, fault.delay)) return fault.delay != 0;
+    fault.error = parseErrno(outcome);
+    return fault.error != 0;
+}
+
 std::optional<Fault> parseCallFault(std::string_view text) {
     const size_t first = text.find(':');
     const size_t second = text.find(':', first == text.npos ? first : first + 1);
@@ -40,15 +59,7 @@ std::optional<Fault> parseCallFault(std::string_view text) {
     fault.lasting = !nth.empty() && nth.back() == '+';
     if (fault.lasting) nth.remove_suffix(1);
     fault.nth = parseNumber<unsigned>(nth).value_or(0);
-    const std::string_view outcome = text.substr(second + 1);
-    if (outcome.substr(0, kShort.size()) == kShort) {
-        const auto bytes = parseNumber<size_t>(outcome.substr(kShort.size()));
-        if (!bytes) return std::nullopt;
-        fault.bytes = *bytes;
-    } else {
-        fault.error = parseErrno(outcome);
-        if (fault.error == 0) return std::nullopt;
-    }
+    if (!parseOutcome(text.substr(second + 1), fault)) return std::nullopt;
     return fault;
 }
 
@@ -66,7 +77,8 @@ std::string injectFaults(std::string_view text) {
         const std::optional<Fault> fault = parseCallFault(one);
         if (!fault || !injectFault(*fault)) {
             return "\"" + std::string(one) +
-                   "\" is no fault: CALL:N:ERRNO or, for read, write, fread and fwrite, CALL:N:short=BYTES; "
+                   "\" is no fault: CALL:N:ERRNO, CALL:N:delay=MILLISECONDS, CALL:N:dies or, for "
+                   "read, write, fread and fwrite, CALL:N:short=BYTES; "
                    "N+ for every call from the N-th on; CALL is one of" +
                    allCalls();
         }

@@ -1,12 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "faults.h"
 
+#include <android-base/thread_annotations.h>
+#include <errno.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <iterator>
 #include <mutex>
+
+#include "clock_calls.h"
+#include "host/root/call_record.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -36,7 +43,7 @@ struct Faults {
         }
     }
     std::mutex mutex;
-    CallState states[std::size(kCalls)];
+    CallState states[std::size(kCalls)] GUARDED_BY(mutex);
 };
 
 /** Never destroyed: other threads and later destructors still make calls. */
@@ -54,6 +61,28 @@ bool strikes(const CallState& state) {
     return state.fault.lasting ? state.sinceSet >= state.fault.nth : state.sinceSet == state.fault.nth;
 }
 
+/** Counts a call; the fault that strikes it, or one that does nothing. Recorded in the order of the counts.
+ */
+Fault strikingFault(Faults& all, size_t index, const CallOn& on) {
+    const std::lock_guard lock(all.mutex);
+    if (recordsCalls()) recordCall(kKernelCalls, kCalls[index], describe(on));
+    CallState& state = all.states[index];
+    ++state.counted;
+    ++state.sinceSet;
+    if (!strikes(state)) return {};
+    ++state.struck;
+    return state.fault;
+}
+
+void waitOnClock(uint32_t milliseconds) {
+    timespec time{};
+    time.tv_sec = static_cast<time_t>(milliseconds / 1000);
+    time.tv_nsec = static_cast<long>(milliseconds % 1000) * 1000000;
+    const int kept = errno;
+    sleepOnClock(&time, nullptr);
+    errno = kept;
+}
+
 }  // namespace
 
 const std::vector<std::string>& faultableCalls() {
@@ -64,7 +93,9 @@ const std::vector<std::string>& faultableCalls() {
 bool injectFault(const Fault& fault) {
     const size_t call = indexOf(fault.call);
     if (call == std::size(kCalls) || fault.nth == 0) return false;
-    if (fault.error == 0 && call >= kMovingCalls) return false;
+    const bool moves = call < kMovingCalls;
+    if (fault.error == 0 && fault.delay == 0 && !fault.dies && (!moves || fault.bytes == SIZE_MAX))
+        return false;
     Faults& all = faults();
     const std::lock_guard lock(all.mutex);
     CallState& state = all.states[call];
@@ -94,17 +125,13 @@ unsigned struckFaults(std::string_view call) {
     return index < std::size(kCalls) ? all.states[index].struck : 0;
 }
 
-FaultVerdict countCall(std::string_view call) {
+FaultVerdict countCall(std::string_view call, const CallOn& on) {
     const size_t index = indexOf(call);
     if (index == std::size(kCalls)) return {};
-    Faults& all = faults();
-    const std::lock_guard lock(all.mutex);
-    CallState& state = all.states[index];
-    ++state.counted;
-    ++state.sinceSet;
-    if (!strikes(state)) return {};
-    ++state.struck;
-    return {state.fault.error, state.fault.error == 0 ? state.fault.bytes : SIZE_MAX};
+    const Fault fault = strikingFault(faults(), index, on);
+    if (fault.dies) kill(getpid(), SIGKILL);
+    if (fault.delay != 0) waitOnClock(fault.delay);
+    return {fault.error, fault.error == 0 ? fault.bytes : SIZE_MAX};
 }
 
 ScopedFault::ScopedFault(const Fault& fault) : call_(fault.call) {

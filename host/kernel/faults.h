@@ -17,14 +17,16 @@ namespace hidlaudio::host {
  * as open. Each name has at most one fault at a time. Any thread.
  *
  * A call that is made to fail does nothing, but close and fclose close all the
- * same, as Linux's do.
+ * same, as Linux's do. Counted calls go into the call record (host/root/call_record.h).
  */
 struct Fault {
     std::string call;         // "write"; see faultableCalls()
     unsigned nth = 1;         // 1 for the next call of that name
-    int error = 0;            // the errno it fails with; 0: it comes back short
+    int error = 0;            // the errno it fails with; 0: what follows
     bool lasting = false;     // whether all calls from the n-th on are concerned
     size_t bytes = SIZE_MAX;  // of a short read, write, fread or fwrite: the most it moves
+    uint32_t delay = 0;       // it works, so many milliseconds of the program's clock later
+    bool dies = false;        // the process is killed as it makes the call
 };
 
 /** The names of the calls that can be made to fail. */
@@ -32,8 +34,8 @@ const std::vector<std::string>& faultableCalls();
 
 /**
  * Sets a fault in place of the one of the same call. False for a name that is none
- * of faultableCalls(), for an nth of 0, and for a short call of one that moves no
- * bytes; nothing changes then.
+ * of faultableCalls(), for an nth of 0, for no fault at all, and for a short call of one
+ * that moves no bytes; nothing changes then.
  */
 [[nodiscard]] bool injectFault(const Fault& fault);
 
@@ -48,9 +50,9 @@ unsigned struckFaults(std::string_view call);
 
 /**
  * Sets the faults of a text such as "write:3:ENOSPC,read:1+:short=2,usleep:1:4":
- * CALL:N[+]:ERRNO or CALL:N[+]:short=BYTES, separated by commas, '+' for a lasting
- * one. Returns an empty string, or what is wrong with the text; the faults before
- * the wrong one are set then.
+ * CALL:N[+]:OUTCOME, separated by commas, '+' for a lasting one; OUTCOME is an errno,
+ * short=BYTES, delay=MILLISECONDS or dies. Returns an empty string, or what is wrong with the text; the
+ * faults before the wrong one are set then.
  */
 std::string injectFaults(std::string_view text);
 
@@ -83,7 +85,17 @@ struct FaultVerdict {
     size_t bytes = SIZE_MAX;
 };
 
-/** Counts a call; for the wrapped calls alone. */
-FaultVerdict countCall(std::string_view call);
+/** What a call is about, for the record: a path, else a descriptor, else a number. */
+struct CallOn {
+    const char* path = nullptr;
+    int fd = -1;
+    long number = 0;
+};
+
+/** Counts and records a call, and lets it wait or die; for the wrapped calls alone. */
+FaultVerdict countCall(std::string_view call, const CallOn& on);
+
+/** The words in the record for it. Keeps errno. */
+std::string describe(const CallOn& on);
 
 }  // namespace hidlaudio::host

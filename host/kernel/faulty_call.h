@@ -9,8 +9,8 @@ namespace hidlaudio::host {
 
 /** Makes a call, or has it fail with `failure` and the errno of the fault set on it. */
 template <typename Result, typename Call>
-Result unlessFaulty(std::string_view name, Result failure, Call call) {
-    const FaultVerdict verdict = countCall(name);
+Result unlessFaulty(std::string_view name, const CallOn& on, Result failure, Call call) {
+    const FaultVerdict verdict = countCall(name, on);
     if (verdict.error == 0) return call();
     errno = verdict.error;
     return failure;

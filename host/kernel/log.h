@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
+
 #include <mutex>
 #include <string>
 #include <vector>
@@ -50,7 +52,7 @@ class LogCapture {
 
   private:
     mutable std::mutex mutex_;
-    std::vector<LogLine> lines_;
+    std::vector<LogLine> lines_ GUARDED_BY(mutex_);
     LogCapture* outer_;
 };
 

@@ -42,3 +42,4 @@ int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
                           void* argument);
 int __real_nanosleep(const timespec* request, timespec* remainder);
 }
+static_assert(sizeof(time_t) == sizeof(long), "calls with longer times have names of their own, not wrapped");

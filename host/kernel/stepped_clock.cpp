@@ -12,7 +12,7 @@
 namespace hidlaudio::host {
 namespace {
 
-using Lock = std::unique_lock<std::mutex>;
+using Lock = std::lock_guard<std::mutex>;
 
 }  // namespace
 
@@ -52,8 +52,9 @@ void SteppedClock::advanceLocked(Time time) {
 }
 
 void SteppedClock::awaitPending(size_t count) {
-    Lock lock(mutex_);
-    changed_.wait(lock, [&] { return sleepers_.size() + timers_.size() >= count; });
+    std::unique_lock<std::mutex> lock(mutex_);
+    const android::base::ScopedLockAssertion held(mutex_);
+    changed_.wait(lock, [&]() REQUIRES(mutex_) { return sleepers_.size() + timers_.size() >= count; });
 }
 
 SteppedClock::Time SteppedClock::now() const {
@@ -67,20 +68,25 @@ std::vector<SteppedClock::Time> SteppedClock::sleeps() const {
 }
 
 void SteppedClock::sleep(Time time) {
-    Lock lock(mutex_);
+    size_t count = 0;
+    const auto hook = passSleep(time, count);
+    if (hook) hook(count);
+}
+
+std::function<void(size_t)> SteppedClock::passSleep(Time time, size_t& count) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const android::base::ScopedLockAssertion held(mutex_);
     sleeps_.push_back(time);
-    const size_t count = sleeps_.size();
+    count = sleeps_.size();
     const Time end = now_ + time;
     if (sleepsMode_ == Sleeps::PassTime) {
         advanceLocked(time);
     } else if (end > now_) {
         sleepers_.insert(end);
         changed_.notify_all();
-        changed_.wait(lock, [&] { return now_ >= end; });
+        changed_.wait(lock, [&]() REQUIRES(mutex_) { return now_ >= end; });
     }
-    const auto hook = hook_;
-    lock.unlock();
-    if (hook) hook(count);
+    return hook_;
 }
 
 int SteppedClock::setTimer(int fd, Time time, Time& left) {

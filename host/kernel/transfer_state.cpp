@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "transfer_state.h"
 
+#include <android-base/thread_annotations.h>
 #include <android/log.h>
 #include <string.h>
 #include <sys/eventfd.h>
@@ -23,10 +24,13 @@ struct OpenFile {
 };
 
 struct States {
-    std::mutex mutex;  // what follows
-    std::map<int, OpenFile> files;
-    uint64_t changes[std::size(kUploadKinds)] = {};
-    uint64_t read[std::size(kUploadKinds)] = {};  // the number of changes that were seen
+    std::mutex mutex;
+    std::map<int, OpenFile> files GUARDED_BY(mutex);
+    uint64_t changes[std::size(kUploadKinds)] GUARDED_BY(mutex) = {};
+    uint64_t read[std::size(kUploadKinds)] GUARDED_BY(mutex) = {};  // the number of changes that were seen
+
+    void update(const OpenFile& file) const REQUIRES(mutex);
+    void update(UploadKind kind) const REQUIRES(mutex);
 };
 
 /** Never destroyed: a transfer may outlive the program's main(). */
@@ -44,14 +48,14 @@ void setReadable(int event, bool readable) {
     if (event >= 0 && readable) eventfd_write(event, 1);
 }
 
-void updateLocked(const States& all, const OpenFile& file) {
+void States::update(const OpenFile& file) const {
     const size_t kind = indexOf(file.kind);
-    setReadable(file.event, all.changes[kind] > std::max(all.read[kind], file.openedAt));
+    setReadable(file.event, changes[kind] > std::max(read[kind], file.openedAt));
 }
 
-void updateLocked(const States& all, UploadKind kind) {
-    for (const auto& [fd, file] : all.files) {
-        if (file.kind == kind) updateLocked(all, file);
+void States::update(UploadKind kind) const {
+    for (const auto& [fd, file] : files) {
+        if (file.kind == kind) update(file);
     }
 }
 
@@ -75,7 +79,7 @@ void publishTransferState(const std::string& root, UploadKind kind, uint8_t stat
                             strerror(error));
     }
     ++all.changes[indexOf(kind)];
-    updateLocked(all, kind);
+    all.update(kind);
 }
 
 uint64_t stateChanges(UploadKind kind) {
@@ -103,7 +107,7 @@ void noteStateRead(int fd) {
     if (file == all.files.end()) return;
     uint64_t& read = all.read[indexOf(file->second.kind)];
     read = std::max(read, file->second.openedAt);
-    updateLocked(all, file->second.kind);
+    all.update(file->second.kind);
 }
 
 int descriptorToWatch(int fd) {
@@ -113,7 +117,7 @@ int descriptorToWatch(int fd) {
     if (file == all.files.end()) return fd;
     if (file->second.event < 0) {
         file->second.event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-        updateLocked(all, file->second);
+        all.update(file->second);
     }
     return file->second.event;
 }

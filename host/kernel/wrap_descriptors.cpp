@@ -7,6 +7,7 @@
 #include "clock_calls.h"
 #include "descriptors.h"
 #include "faulty_call.h"
+#include "host/root/call_record.h"
 #include "real_calls.h"
 #include "transfer_state.h"
 
@@ -18,7 +19,7 @@ template <typename Buffer>
 ssize_t transfer(const char* name, ssize_t (*call)(int, Buffer, size_t), int fd, Buffer buffer,
                  size_t count) {
     if (!isTvDescriptor(fd)) return call(fd, buffer, count);
-    const FaultVerdict verdict = countCall(name);
+    const FaultVerdict verdict = countCall(name, CallOn{nullptr, fd});
     if (verdict.error != 0) {
         errno = verdict.error;
         return -1;
@@ -29,8 +30,8 @@ ssize_t transfer(const char* name, ssize_t (*call)(int, Buffer, size_t), int fd,
 }
 
 template <typename Result, typename Call>
-Result onDescriptor(const char* name, int fd, Call call) {
-    return isTvDescriptor(fd) ? unlessFaulty<Result>(name, -1, call) : call();
+Result onDescriptor(const char* name, int fd, Call call, long number = 0) {
+    return isTvDescriptor(fd) ? unlessFaulty<Result>(name, {nullptr, fd, number}, -1, call) : call();
 }
 
 }  // namespace
@@ -64,19 +65,23 @@ int64_t __wrap_lseek64(int fd, int64_t offset, int whence) {
 }
 
 int __wrap_ioctl(int fd, unsigned long request, void* argument) {
-    return onDescriptor<int>("ioctl", fd, [&] {
-        return kindOfDescriptor(fd) == TvDescriptor::BackEnd ? controlBackEnd(request, argument)
-                                                             : __real_ioctl(fd, request, argument);
-    });
+    return onDescriptor<int>(
+        "ioctl", fd,
+        [&] {
+            return kindOfDescriptor(fd) == TvDescriptor::BackEnd ? controlBackEnd(request, argument)
+                                                                 : __real_ioctl(fd, request, argument);
+        },
+        static_cast<long>(request));
 }
 
 int __wrap_close(int fd) {
     dropTimerOnClock(fd);
     if (!isTvDescriptor(fd)) return __real_close(fd);
+    const std::string path = recordsCalls() ? describe({nullptr, fd}) : "";
     if (kindOfDescriptor(fd) == TvDescriptor::TransferState) forgetStateFile(fd);
     forgetTvDescriptor(fd);
     const int result = __real_close(fd);
-    return unlessFaulty("close", -1, [&] { return result; });
+    return unlessFaulty("close", {path.c_str()}, -1, [&] { return result; });
 }
 
 }  // extern "C"

@@ -41,12 +41,12 @@ int openPath(Open realOpen, const char* path, int flags, mode_t mode) {
     const TvPath file(path);
     if (!file.onTv()) return realOpen(path, flags, mode);
     if (isBackEndDevice(path)) {
-        const int device = unlessFaulty("open", -1, [flags] { return openBackEnd(flags); });
+        const int device = unlessFaulty("open", {path}, -1, [flags] { return openBackEnd(flags); });
         rememberTvDescriptor(device, TvDescriptor::BackEnd);
         return device;
     }
     const StateFileOpening state(path);
-    const int fd = unlessFaulty("open", -1, [&] { return realOpen(file.real(), flags, mode); });
+    const int fd = unlessFaulty("open", {path}, -1, [&] { return realOpen(file.real(), flags, mode); });
     state.remember(fd);
     return fd;
 }
@@ -55,7 +55,7 @@ FILE* openStream(FILE* (*realOpen)(const char*, const char*), const char* path, 
     const TvPath file(path);
     if (!file.onTv()) return realOpen(path, mode);
     const StateFileOpening state(path);
-    FILE* stream = unlessFaulty<FILE*>("fopen", nullptr, [&] { return realOpen(file.real(), mode); });
+    FILE* stream = unlessFaulty<FILE*>("fopen", {path}, nullptr, [&] { return realOpen(file.real(), mode); });
     if (stream != nullptr) state.remember(fileno(stream));
     return stream;
 }
@@ -64,7 +64,7 @@ template <typename Call>
 int onPath(const char* name, const char* path, Call call) {
     const TvPath file(path);
     if (!file.onTv()) return call(path);
-    return unlessFaulty(name, -1, [&] { return call(file.real()); });
+    return unlessFaulty(name, {path}, -1, [&] { return call(file.real()); });
 }
 
 }  // namespace

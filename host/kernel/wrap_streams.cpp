@@ -5,6 +5,7 @@
 
 #include "descriptors.h"
 #include "faulty_call.h"
+#include "host/root/call_record.h"
 #include "real_calls.h"
 #include "transfer_state.h"
 
@@ -16,7 +17,7 @@ template <typename Buffer>
 size_t transfer(const char* name, size_t (*call)(Buffer, size_t, size_t, FILE*), Buffer buffer, size_t size,
                 size_t count, FILE* stream) {
     if (!isTvStream(stream)) return call(buffer, size, count, stream);
-    const FaultVerdict verdict = countCall(name);
+    const FaultVerdict verdict = countCall(name, CallOn{nullptr, fileno(stream)});
     if (verdict.error != 0) {
         errno = verdict.error;
         return 0;
@@ -50,16 +51,18 @@ size_t __wrap_fwrite(const void* buffer, size_t size, size_t count, FILE* stream
 
 int __wrap_fseek(FILE* stream, long offset, int whence) {
     if (!isTvStream(stream)) return __real_fseek(stream, offset, whence);
-    return unlessFaulty("fseek", -1, [&] { return __real_fseek(stream, offset, whence); });
+    return unlessFaulty("fseek", {nullptr, fileno(stream), offset}, -1,
+                        [&] { return __real_fseek(stream, offset, whence); });
 }
 
 int __wrap_fclose(FILE* stream) {
     if (!isTvStream(stream)) return __real_fclose(stream);
     const int fd = fileno(stream);
+    const std::string path = recordsCalls() ? describe({nullptr, fd}) : "";
     if (kindOfDescriptor(fd) == TvDescriptor::TransferState) forgetStateFile(fd);
     forgetTvDescriptor(fd);
     const int result = __real_fclose(stream);
-    return unlessFaulty("fclose", EOF, [&] { return result; });
+    return unlessFaulty("fclose", {path.c_str()}, EOF, [&] { return result; });
 }
 
 }  // extern "C"

@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android/log.h>
-#include <string.h>
-
+#include <charconv>
 #include <string>
 
-#include "host/root/tv_root.h"
-#include "host/root/value_file.h"
+#include "audio_files.h"
 #include "injected_fault.h"
-#include "log.h"
 #include "platform/soc_middleware.h"
 #include "session.h"
 #include "status.h"
@@ -17,23 +13,12 @@ namespace {
 
 /** What a call that was made to fail leaves in its destination. */
 constexpr uint32_t kGarbage = 0x5A5A5A5A;
+constexpr int kEqualizerGains = 32;
 
-int32_t readReport(const char* name, uint32_t& value) {
-    const std::string path = tvRoot() + "/soc/audio_decoder/" + name;
-    std::string text;
-    if (const int error = readValueFile(path, text); error != 0) {
-        __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s cannot be read: %s", path.c_str(),
-                            strerror(error));
-        return kFailed;
-    }
-    const std::optional<uint32_t> number = parseUint32(text);
-    if (!number) {
-        __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s does not hold one unsigned 32-bit decimal number",
-                            path.c_str());
-        return kFailed;
-    }
-    value = *number;
-    return kDone;
+/** As short as it can be told apart from its neighbours. */
+std::string describe(float gain) {
+    char text[32];
+    return {text, std::to_chars(text, text + sizeof(text), gain).ptr};
 }
 
 }  // namespace
@@ -46,7 +31,22 @@ int32_t MTAUDDEC_GetChannelMainDelaySp(uint32_t* delay) {
         *delay = kGarbage;
         return *status;
     }
-    return isConnected() ? readReport("channel_main_delay_sp", *delay) : kNoConnection;
+    return isConnected() ? readReport("/soc/audio_decoder/channel_main_delay_sp", *delay) : kNoConnection;
+}
+
+int32_t MTAUDDEC_Set32EqualizerBandConfig(const float* gains) {
+    if (gains == nullptr) return kBadArgument;
+    if (const auto status = injectedStatus("MTAUDDEC_Set32EqualizerBandConfig")) return *status;
+    if (!isConnected()) return kNoConnection;
+    std::string lines;
+    for (int i = 0; i < kEqualizerGains; ++i) lines += describe(gains[i]) + "\n";
+    return storeGiven("/soc/audio_decoder/equalizer", lines);
+}
+
+int32_t MTAUDDEC_SetAcVolumeOffset(int8_t offset) {
+    if (const auto status = injectedStatus("MTAUDDEC_SetAcVolumeOffset")) return *status;
+    if (!isConnected()) return kNoConnection;
+    return storeGiven("/soc/audio_decoder/volume_offset", std::to_string(offset) + "\n");
 }
 
 }  // extern "C"

@@ -73,7 +73,7 @@ extern "C" {
 int32_t a_mtktvapi_config_get_value(int32_t scope, const char* key, int32_t* value) {
     constexpr char kFunction[] = "a_mtktvapi_config_get_value";
     if (value == nullptr || !isValidRequest(kFunction, scope, key)) return kBadArgument;
-    if (const auto status = injectedStatus(kFunction)) {
+    if (const auto status = injectedStatus(kFunction, key)) {
         *value = kGarbage;
         return *status;
     }
@@ -88,7 +88,7 @@ int32_t a_mtktvapi_config_set_value(int32_t scope, const char* key, int32_t valu
                             mode);
         return kBadArgument;
     }
-    if (const auto status = injectedStatus(kFunction)) return *status;
+    if (const auto status = injectedStatus(kFunction, key)) return *status;
     return isConnected() ? writeValue(key, value) : kNoConnection;
 }
 

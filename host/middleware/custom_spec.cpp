@@ -107,7 +107,7 @@ int32_t MTDRVCUST_dcustom_cust_spec_get(uint32_t identifier, void* record, uint3
     if (!isValidRequest(kFunction, false, identifier, record, size != nullptr ? *size : 0, request)) {
         return kBadArgument;
     }
-    if (const auto status = injectedStatus(kFunction)) return *status;
+    if (const auto status = injectedStatus(kFunction, std::to_string(request.type).c_str())) return *status;
     if (!isConnected()) return kNoConnection;
     const int32_t status = readBootState(request.payload[0]);
     if (status == kDone) memcpy(record, &request, sizeof(request));
@@ -123,7 +123,7 @@ int32_t MTDRVCUST_dcustom_cust_spec_set(uint32_t identifier, const void* record,
         __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s: the flags must be 0, not %u", kFunction, flags);
         return kBadArgument;
     }
-    if (const auto status = injectedStatus(kFunction)) return *status;
+    if (const auto status = injectedStatus(kFunction, std::to_string(request.type).c_str())) return *status;
     return isConnected() ? appendToLog(request) : kNoConnection;
 }
 

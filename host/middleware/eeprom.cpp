@@ -62,7 +62,7 @@ int32_t MTEEPROM_Init(void) {
 
 int32_t MTEEPROM_Read(uint32_t address, void* destination, uint32_t length) {
     if (destination == nullptr) return mistake("MTEEPROM_Read: there must be a destination");
-    if (const auto status = injectedStatus("MTEEPROM_Read")) {
+    if (const auto status = injectedStatus("MTEEPROM_Read", std::to_string(address).c_str())) {
         memset(destination, kGarbage, length);
         return *status;
     }

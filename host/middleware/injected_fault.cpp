@@ -4,6 +4,7 @@
 #include <android/log.h>
 #include <string.h>
 
+#include "host/root/call_record.h"
 #include "host/root/fault_file.h"
 #include "host/root/tv_root.h"
 #include "log.h"
@@ -11,12 +12,14 @@
 
 namespace hidlaudio::host {
 
-std::optional<int32_t> injectedStatus(const char* function) {
+std::optional<int32_t> injectedStatus(const char* function, const char* on) {
+    recordCall(kMiddlewareCalls, function, on);
     const std::string folder = tvRoot() + "/soc/faults";
     std::optional<int32_t> status;
     const int error = takeFault(folder, function, status);
     if (error == 0) return status;
-    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s/%s is no usable fault (STATUS, or STATUS COUNT): %s",
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag,
+                        "%s/%s is no usable fault (STATUS, STATUS COUNT, or STATUS COUNT PASS): %s",
                         folder.c_str(), function, strerror(error));
     return kFailed;
 }

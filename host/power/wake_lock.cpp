@@ -4,10 +4,13 @@
 #include <string.h>
 
 #include <algorithm>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "host/root/call_record.h"
+#include "host/root/fault_file.h"
 #include "host/root/folder_lock.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
@@ -55,8 +58,12 @@ int setHeld(const std::string& name, bool held) {
     return writeValueFile(folder + "/wake_lock", joined(names));
 }
 
-int change(const char* id, bool held) {
+int change(const char* function, const char* id, bool held) {
     if (!isName(id)) return -EINVAL;
+    recordCall(kPowerCalls, function, id);
+    std::optional<int32_t> status;
+    if (const int error = takeFault(tvRoot() + "/soc/faults", function, status); error != 0) return -error;
+    if (status) return *status;
     const int error = setHeld(id, held);
     return error == 0 ? static_cast<int>(strlen(id)) : -error;
 }
@@ -66,11 +73,11 @@ int change(const char* id, bool held) {
 extern "C" {
 
 int acquire_wake_lock(int lock, const char* id) {
-    return lock == PARTIAL_WAKE_LOCK ? change(id, true) : -EINVAL;
+    return lock == PARTIAL_WAKE_LOCK ? change("acquire_wake_lock", id, true) : -EINVAL;
 }
 
 int release_wake_lock(const char* id) {
-    return change(id, false);
+    return change("release_wake_lock", id, false);
 }
 
 }  // extern "C"

@@ -25,7 +25,7 @@ void addCommandLine(CLI::App& app, int& status) {
         ->type_name("DIR")
         ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
     for (const auto add : {addInit, addBoot, addShutdown, addShow, addConfig, addEeprom, addFault, addBectrl,
-                           addLog, addSweep}) {
+                           addLog, addSweep, addSoak}) {
         add(app, status);
     }
 }

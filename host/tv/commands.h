@@ -7,6 +7,9 @@
 
 namespace hidlaudio::host {
 
+/** All that `tv` takes: its options and subcommands. `status`, which they set, outlives `app`. */
+void addCommandLine(CLI::App& app, int& status);
+
 /**
  * The subcommands of `tv`, one file each: its options, its help, and what it does.
  * Each sets `status`, the exit status of the command, once it has run.
@@ -20,6 +23,8 @@ void addEeprom(CLI::App& app, int& status);
 void addFault(CLI::App& app, int& status);
 void addBectrl(CLI::App& app, int& status);
 void addLog(CLI::App& app, int& status);
+void addSweep(CLI::App& app, int& status);
+void addSoak(CLI::App& app, int& status);
 
 /** A positional argument that may be left out; given() tells it from an empty one. */
 inline CLI::Option* addText(CLI::App* command, const char* name, const char* help) {

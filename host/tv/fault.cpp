@@ -11,6 +11,7 @@
 #include "commands.h"
 #include "host/audio_hal/operations.h"
 #include "host/middleware/functions.h"
+#include "host/power/functions.h"
 #include "host/root/fault_file.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
@@ -35,6 +36,7 @@ bool isHalOperation(const std::string& name) {
 std::string allFunctions() {
     std::string names;
     for (const std::string_view name : kMiddlewareFunctions) names += "\n  " + std::string(name);
+    for (const std::string_view name : kPowerFunctions) names += "\n  " + std::string(name);
     for (const std::string_view name : kHalOperations) names += "\n  " + std::string(name) + " (audio HAL)";
     return names;
 }
@@ -66,9 +68,12 @@ int clear(const Text& name) {
 int set(const std::string& name, const std::string& text) {
     const std::optional<FaultSetting> fault = parseFault(text);
     if (!fault) {
-        return fail("\"" + text + "\": STATUS must be a 32-bit number, COUNT one of at least 1", kWrongUsage);
+        return fail("\"" + text +
+                        "\": STATUS must be a 32-bit number, delay=MILLISECONDS or dies, "
+                        "COUNT a number of at least 1, PASS one of at least 0",
+                    kWrongUsage);
     }
-    if (isHalOperation(name) && !isHalResult(fault->status)) {
+    if (isHalOperation(name) && fault->kind == FaultKind::Returns && !isHalResult(fault->status)) {
         return fail("the STATUS of " + name + " must be one of " + allResults(), kWrongUsage);
     }
     const std::string path = tvRoot() + (isHalOperation(name) ? kHalFaultFolder : "/soc/faults") + "/" + name;
@@ -76,16 +81,26 @@ int set(const std::string& name, const std::string& text) {
     return error == 0 ? kDone : fail(fileError(path, error));
 }
 
-int fault(const Text& name, const Text& value, const Text& count, bool shallClear) {
+/** What parseFault takes; its words must each be one. */
+std::string joined(const std::string& value, const Text& count, const Text& pass) {
+    std::string text = value;
+    for (const Text& word : {count, pass}) {
+        if (word) text += word->empty() ? " ?" : " " + *word;
+    }
+    return text;
+}
+
+int fault(const Text& name, const Text& value, const Text& count, const Text& pass, bool shallClear) {
     if (!openTv()) return kWrongUsage;
-    if (name && !isIn(kMiddlewareFunctions, *name) && !isHalOperation(*name)) {
+    if (name && !isIn(kMiddlewareFunctions, *name) && !isIn(kPowerFunctions, *name) &&
+        !isHalOperation(*name)) {
         return fail(
             "\"" + *name + "\" is no function that a fault can be set on; these are:" + allFunctions(),
             kWrongUsage);
     }
     if (shallClear) return clear(name);
     if (!value) return print(name);
-    return set(*name, count ? *value + " " + *count : *value);
+    return set(*name, joined(*value, count, pass));
 }
 
 }  // namespace
@@ -95,15 +110,21 @@ void addFault(CLI::App& app, int& status) {
         app.add_subcommand("fault", "Make a function of the middleware or of the audio HAL fail");
     command->footer(
         "Without STATUS the faults that are set are listed. A fault is the file soc/faults/<function>, or\n"
-        "hal/faults/<operation>; it takes effect at the next call. The audio HAL's STATUS is a Result:\n" +
+        "hal/faults/<operation>; it takes effect at the next call, or once PASS calls went well. In place "
+        "of\n"
+        "STATUS, delay=MILLISECONDS lets the function work, but late on the programs' clock, and dies kills\n"
+        "the process that serves the call. The audio HAL's STATUS is a Result:\n" +
         allResults() + ".\n\nFunctions:" + allFunctions());
     const CLI::Option* name = addText(command, "NAME", "The function");
-    CLI::Option* value = addText(command, "STATUS", "What it returns instead of working");
+    CLI::Option* value =
+        addText(command, "STATUS", "What it returns instead of working, or delay=MILLISECONDS, or dies");
     const CLI::Option* count = addText(command, "COUNT", "How many times; without: until it is cleared");
+    const CLI::Option* pass = addText(command, "PASS", "How many calls to come are let pass before");
     const CLI::Option* shallClear =
         command->add_flag("--clear", "Take all faults away, or the one on NAME")->excludes(value);
-    command->callback(
-        [=, &status] { status = fault(given(name), given(value), given(count), shallClear->count() > 0); });
+    command->callback([=, &status] {
+        status = fault(given(name), given(value), given(count), given(pass), shallClear->count() > 0);
+    });
 }
 
 }  // namespace hidlaudio::host

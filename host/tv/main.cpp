@@ -13,22 +13,8 @@ int runCommand(int argc, char** argv) {
     // Absolute, and the same for the programs that are started at another place.
     setTvRoot(tvRoot());
     int status = kDone;
-    CLI::App app("Makes, runs and looks at a virtual TV: a folder that holds the state of one TV.");
-    app.footer(
-        "Exit status: 0 done, 1 it failed, 2 wrong usage or no TV.\n"
-        "`tv COMMAND --help` tells more about a command.");
-    app.require_subcommand(1);
-    app.fallthrough();
-    app.add_option_function<std::string>(
-           "--tv", [&](const std::string& given) { setTvRoot(given); },
-           "The TV's folder; otherwise $HIDLAUDIO_TV, else hidlaudio/tv under $XDG_STATE_HOME\n"
-           "(~/.local/state)")
-        ->type_name("DIR")
-        ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
-    for (const auto add :
-         {addInit, addBoot, addShutdown, addShow, addConfig, addEeprom, addFault, addBectrl, addLog}) {
-        add(app, status);
-    }
+    CLI::App app;
+    addCommandLine(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -27,6 +27,7 @@ constexpr Service kServices[] = {
     {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingStatusListener"},
     {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IOutputExternal"},
     {"hidlaudio", "com.tovi.dtv.hardware.audio@6.1::IOutputSpeaker"},
+    {"hidlaudio", "com.tovi.dtv.hardware.audio@5.1::IAcousticCalibration"},
     {"hidlaudio", "com.tovi.dtv.hardware.audio@4.0::ICenterSpeaker"},
     {"hidlaudio", "com.tovi.dtv.hardware.audio@5.1::IHeadphoneVirtualizer"},
     {"hidlaudio", "com.tovi.dtv.hardware.audio@6.1::IMicControl"},

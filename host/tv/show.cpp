@@ -4,6 +4,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "audio_state.h"
 #include "back_end.h"
 #include "commands.h"
 #include "host/root/tv_root.h"
@@ -21,12 +22,31 @@ void printHeading(const char* heading, bool any) {
     printf("%s:%s\n", heading, any ? "" : " none");
 }
 
+template <typename Number>
+std::string orNone(const std::optional<Number>& value) {
+    return value ? std::to_string(*value) : "none";
+}
+
 void printBackEnd() {
-    const std::optional<int32_t> boot = bootState();
     printHeading("Back-end controller", true);
-    printf("  boot state %s\n", boot ? std::to_string(*boot).c_str() : "none");
+    printf("  boot state %s\n", orNone(bootState()).c_str());
     for (const UploadState& upload : uploadStates()) printf("  %s\n", describe(upload).c_str());
     for (const std::string& command : customSpecCommands()) printf("  command %s\n", command.c_str());
+}
+
+void printAudio() {
+    const AudioState audio = audioState();
+    printHeading("Audio decoder and post-processor", true);
+    printf("  equalizer%s", audio.equalizer.empty() ? " none" : "");
+    for (const auto& gain : audio.equalizer) {
+        if (gain) {
+            printf(" %g", *gain);
+        } else {
+            printf(" ?");
+        }
+    }
+    printf("\n  volume offset %s\n", orNone(audio.volumeOffset).c_str());
+    printf("  post-processor ready %s\n", orNone(audio.postProcessor).c_str());
 }
 
 void printText(const TvModel& model) {
@@ -56,6 +76,7 @@ void printText(const TvModel& model) {
     }
     printHeading("Wake locks", !wakeLocks().empty());
     for (const std::string& name : wakeLocks()) printf("  %s\n", name.c_str());
+    printAudio();
     if (model.backEnd) printBackEnd();
 }
 
@@ -99,7 +120,10 @@ ordered_json faultsAsJson() {
         ordered_json& entry = faults[fault.function] = nullptr;
         if (!fault.setting) continue;
         entry = {{"status", fault.setting->status}};
+        if (fault.setting->kind == FaultKind::Delays) entry = {{"delay", fault.setting->delay}};
+        if (fault.setting->kind == FaultKind::Dies) entry = {{"dies", true}};
         if (fault.setting->count != 0) entry["count"] = fault.setting->count;
+        if (fault.setting->pass != 0) entry["pass"] = fault.setting->pass;
     }
     return faults;
 }
@@ -111,6 +135,15 @@ ordered_json filesAsJson() {
         if (!file.hex.empty()) entry["hex"] = file.hex;
     }
     return files;
+}
+
+ordered_json audioAsJson() {
+    const AudioState audio = audioState();
+    ordered_json equalizer = ordered_json::array();
+    for (const auto& gain : audio.equalizer) equalizer.push_back(orNull(gain));
+    return {{"equalizer", equalizer},
+            {"volume_offset", orNull(audio.volumeOffset)},
+            {"post_processor_ready", orNull(audio.postProcessor)}};
 }
 
 ordered_json backEndAsJson() {
@@ -135,7 +168,8 @@ void printJson(const TvModel& model) {
                        {"hal_parameters", halParametersAsJson()},
                        {"faults", faultsAsJson()},
                        {"files", filesAsJson()},
-                       {"wake_locks", wakeLocks()}};
+                       {"wake_locks", wakeLocks()},
+                       {"audio", audioAsJson()}};
     if (model.backEnd) state["back_end"] = backEndAsJson();
     // File names may be any bytes.
     printf("%s\n", state.dump(2, ' ', false, ordered_json::error_handler_t::replace).c_str());
@@ -149,9 +183,10 @@ void addShow(CLI::App& app, int& status) {
     command->footer(
         "The model, what runs, the configuration, the EEPROM bytes that the daemon reads, what the audio "
         "HAL\n"
-        "was given, the faults that are set, what the daemon has stored and the wake locks held. As JSON,\n"
-        "null stands for a program that does not run, a configuration value or an EEPROM byte that cannot\n"
-        "be read, and a fault file that holds no status.");
+        "was given, the faults that are set, what the daemon has stored, the wake locks held, what the "
+        "audio\n"
+        "decoder and the back-end controller were given. As JSON, null stands for a program that does not\n"
+        "run, a value that was never given or cannot be read, and a fault file that holds no status.");
     command->add_flag("--json", *json, "As one JSON object");
     command->callback([json, &status] {
         const std::optional<TvModel> model = openTv();

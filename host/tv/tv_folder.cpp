@@ -39,6 +39,7 @@ constexpr Folder kFolders[] = {
     {"/soc/config", 0755},
     {"/soc/faults", 0755},
     {"/soc/audio_decoder", 0755},
+    {"/soc/audio_post", 0755},
     {kHalParameterFolder, 0755},
     {kHalFaultFolder, 0755},
     {"/power", 0755},
@@ -63,6 +64,7 @@ std::vector<File> factoryFiles() {
     std::vector<File> files{{"/data/vendor/tmp/dtv_svc_is_ready", ""},
                             {"/data/vendor/tmp/recipe/aqda.bin", makeTuningFile()},
                             {"/soc/audio_decoder/channel_main_delay_sp", "20\n"},
+                            {"/soc/audio_post/ready", "1\n"},
                             {"/power/wake_lock", ""}};
     for (const ConfigKey& key : kConfigKeys) {
         files.push_back({"/soc/config/" + std::string(key.name), std::to_string(key.factoryValue) + "\n"});

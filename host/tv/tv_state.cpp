@@ -85,8 +85,13 @@ std::vector<FaultState> faultStates() {
 
 std::string describe(const FaultState& fault) {
     if (!fault.setting) return fault.function + ": its file holds no STATUS, so it fails";
-    const std::string text = fault.function + " returns " + std::to_string(fault.setting->status);
-    return fault.setting->count == 0 ? text : text + ", " + std::to_string(fault.setting->count) + " times";
+    std::string text = fault.function + " returns " + std::to_string(fault.setting->status);
+    if (fault.setting->kind == FaultKind::Delays)
+        text = fault.function + " takes " + std::to_string(fault.setting->delay) + " ms more";
+    if (fault.setting->kind == FaultKind::Dies) text = fault.function + " kills the process that serves it";
+    if (fault.setting->count != 0) text += ", " + std::to_string(fault.setting->count) + " times";
+    if (fault.setting->pass != 0) text += ", after " + std::to_string(fault.setting->pass) + " calls";
+    return text;
 }
 
 std::vector<EepromState> eepromStates() {

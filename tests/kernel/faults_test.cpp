@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <signal.h>
 #include <stdio.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
@@ -13,7 +14,9 @@
 
 #include <functional>
 
-#include "tests/support/private_tv.h"
+#include "host/kernel/clock.h"
+#include "host/root/call_record.h"
+#include "tests/support/run_program.h"
 
 namespace hidlaudio::test {
 namespace {
@@ -162,13 +165,44 @@ TEST(Faults, AreSetByText) {
     EXPECT_EQ(errno, 4);
     host::clearFaults();
 
+    host::SteppedClock clock;
+    EXPECT_EQ(injectFaults("access:2:delay=22000"), "");
+    EXPECT_EQ(access("/data/", F_OK), 0);
+    EXPECT_EQ(clock.now(), std::chrono::seconds(0));
+    EXPECT_EQ(access("/data/", F_OK), 0) << "it works, but late";
+    EXPECT_EQ(clock.now(), std::chrono::seconds(22));
+    EXPECT_EQ(injectFaults("access:1:dies"), "");
+    EXPECT_EXIT(access("/data/", F_OK), testing::KilledBySignal(SIGKILL), "");
+    host::clearFaults();
+
     EXPECT_EQ(injectFaults(""), "");
     for (const char* wrong :
          {"write", "write:1", "write:0:EIO", "write:-1:EIO", "write:+:EIO", "nosuch:1:EIO", "write:1:EWHAT",
           "write:1:0", "write:1:-5", "write:1:short", "read:1:short=", "access:1:short=1",
-          "write:1:EIO;read:1:EIO", ",", "write:99999999999:EIO"}) {
+          "write:1:EIO;read:1:EIO", ",", "access:1:delay=0", "access:1:delay=", "access:1:dead",
+          "write:99999999999:EIO"}) {
         EXPECT_NE(injectFaults(wrong), "") << wrong;
     }
+}
+
+/** What a program does whose calls are recorded; the test below runs it as one. */
+TEST(Faults, DISABLED_Program) {
+    EXPECT_EQ(store(), 0);
+    errno = 5;
+    EXPECT_EQ(usleep(7), 0);
+    EXPECT_EQ(errno, 5);
+}
+
+TEST(Faults, CallsAreRecordedInOrder) {
+    const PrivateTv tv{"data"};
+    RunningProgram program(
+        {"/proc/self/exe", "--gtest_also_run_disabled_tests", "--gtest_filter=*DISABLED_Program"},
+        {"HIDLAUDIO_CALLS=" + (tv / "calls")});
+    EXPECT_EQ(program.wait(), 0) << program.out();
+    EXPECT_EQ(contentOf(tv / "calls"),
+              "kernel\topen\t/data/file\nkernel\twrite\t/data/file\nkernel\twrite\t/data/file\n"
+              "kernel\tfsync\t/data/file\nkernel\tclose\t/data/file\nkernel\tusleep\t7\n");
+    EXPECT_EQ(host::readCallRecord(tv / "calls").size(), 6U);
 }
 
 }  // namespace

@@ -80,25 +80,5 @@ TEST_F(Eeprom, LeavesGarbageWhereAReadIsMadeToFail) {
     EXPECT_NE(byte, 'S');
 }
 
-TEST(AudioDecoder, ReportsTheDelay) {
-    const PrivateTv tv{"soc/faults"};
-    host::LogCapture log;
-    ASSERT_EQ(MTAL_Init(), 0);
-    const std::string file = tv / "soc/audio_decoder/channel_main_delay_sp";
-    uint32_t delay = 7;
-    for (const char* text : {"", "-1", "4294967296", "1.5", "late"}) {
-        makeFile(file, text);
-        EXPECT_NE(MTAUDDEC_GetChannelMainDelaySp(&delay), 0) << text;
-        EXPECT_EQ(delay, 7U) << text;
-        EXPECT_THAT(log.take().at(0).text, HasSubstr(file));
-    }
-    makeFile(file, "4294967295\n");
-    EXPECT_EQ(MTAUDDEC_GetChannelMainDelaySp(&delay), 0);
-    EXPECT_EQ(delay, 4294967295U);
-    std::filesystem::remove(file);
-    EXPECT_NE(MTAUDDEC_GetChannelMainDelaySp(&delay), 0);
-    EXPECT_NE(MTAUDDEC_GetChannelMainDelaySp(nullptr), 0);
-}
-
 }  // namespace
 }  // namespace hidlaudio::test

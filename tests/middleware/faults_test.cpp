@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
+#include <chrono>
 #include <functional>
 #include <thread>
 
@@ -33,6 +35,17 @@ std::map<std::string_view, std::function<int32_t()>> workingCalls() {
                  uint32_t delay = 0;
                  return MTAUDDEC_GetChannelMainDelaySp(&delay);
              }},
+            {"MTAUDDEC_Set32EqualizerBandConfig",
+             [] {
+                 const float gains[32]{};
+                 return MTAUDDEC_Set32EqualizerBandConfig(gains);
+             }},
+            {"MTAUDDEC_SetAcVolumeOffset", [] { return MTAUDDEC_SetAcVolumeOffset(5); }},
+            {"MTAUDPOST_GetParameters",
+             [] {
+                 uint32_t answer = 0;
+                 return MTAUDPOST_GetParameters({0x42, 1, &answer, {}});
+             }},
             {"MTDRVCUST_dcustom_cust_spec_get",
              [] {
                  host::CustomSpecRecord record{21, {}, 1, {}};
@@ -62,6 +75,7 @@ class MiddlewareFaults : public testing::Test {
         makeFile(tv_ / "soc/bectrl/boot_state", "1\n");
         makeFile(tv_ / "soc/config/key", "5\n");
         makeFile(tv_ / "soc/audio_decoder/channel_main_delay_sp", "5\n");
+        makeFile(tv_ / "soc/audio_post/ready", "5\n");
         makeFile(tv_ / "soc/eeprom.bin", "5");
         EXPECT_EQ(MTAL_Init(), 0);
     }
@@ -106,7 +120,8 @@ TEST_F(MiddlewareFaults, LeaveTheStoreAloneAndGarbageInTheDestination) {
 }
 
 TEST_F(MiddlewareFaults, FailWhereTheFileIsDamaged) {
-    for (const char* text : {"", "x", "1 0", "1 -1", "1 x", "1 2 3", "5000000000"}) {
+    for (const char* text : {"", "x", "1 0", "1 -1", "1 x", "1 2 -1", "1 2 3 4", "5000000000",
+                             "delay=", "delay=-1", "delay=1 0", "dies 0"}) {
         makeFile(fileOf("DRV_Init"), text);
         EXPECT_NE(DRV_Init(), 0) << text;
         EXPECT_EQ(contentOf(fileOf("DRV_Init")), text) << "it is left for the person to see";
@@ -114,6 +129,23 @@ TEST_F(MiddlewareFaults, FailWhereTheFileIsDamaged) {
         ASSERT_EQ(lines.size(), 1U) << text;
         EXPECT_THAT(lines[0].text, testing::HasSubstr(fileOf("DRV_Init")));
     }
+}
+
+TEST_F(MiddlewareFaults, LetCallsPassAndDelayThem) {
+    makeFile(fileOf("DRV_Init"), "-1 2 2\n");
+    std::vector<int32_t> statuses;
+    for (int i = 0; i < 5; ++i) statuses.push_back(DRV_Init());
+    EXPECT_THAT(statuses, testing::ElementsAre(0, 0, -1, -1, 0));
+
+    setenv("HIDLAUDIO_CLOCK", "1000", 1);
+    makeFile(fileOf("MTAL_Init"), "delay=20000 1 1\n");
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(MTAL_Init(), 0);
+    EXPECT_EQ(contentOf(fileOf("MTAL_Init")), "delay=20000 1\n");
+    EXPECT_EQ(MTAL_Init(), 0) << "it works, but late";
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(20));
+    EXPECT_EQ(contentOf(fileOf("MTAL_Init")), "(none)");
+    unsetenv("HIDLAUDIO_CLOCK");
 }
 
 TEST_F(MiddlewareFaults, AreCountedOnceEach) {

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "child.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <thread>
+
+namespace hidlaudio::host {
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr std::chrono::microseconds kPollInterval{500};
+
+std::vector<char*> pointers(const std::vector<std::string>& texts) {
+    std::vector<char*> result;
+    result.reserve(texts.size() + 1);
+    for (const std::string& text : texts) result.push_back(const_cast<char*>(text.c_str()));
+    result.push_back(nullptr);
+    return result;
+}
+
+std::string nameOf(const std::string& variable) {
+    return variable.substr(0, variable.find('=') + 1);
+}
+
+/** Those that are given take the place of this process's. */
+std::vector<std::string> environmentWith(const std::vector<std::string>& variables) {
+    std::vector<std::string> all = variables;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string one = *entry;
+        bool isGiven = false;
+        for (const std::string& variable : variables) isGiven = isGiven || nameOf(variable) == nameOf(one);
+        if (!isGiven) all.push_back(one);
+    }
+    return all;
+}
+
+void addActions(posix_spawn_file_actions_t& actions, const ChildSetup& setup) {
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_APPEND;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, setup.output.c_str(), kFlags, 0644);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, setup.errors.c_str(), kFlags, 0644);
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+    posix_spawn_file_actions_addchdir_np(&actions, setup.folder.c_str());
+}
+
+/** Signals as a program finds them, whatever this one blocks or ignores. */
+void addAttributes(posix_spawnattr_t& attributes) {
+    sigset_t none, all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+}
+
+}  // namespace
+
+int startChild(const ChildSetup& setup, pid_t& pid) {
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    addActions(actions, setup);
+    addAttributes(attributes);
+    const std::vector<std::string> environment = environmentWith(setup.variables);
+    const int error = posix_spawn(&pid, setup.arguments[0].c_str(), &actions, &attributes,
+                                  pointers(setup.arguments).data(), pointers(environment).data());
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    return error;
+}
+
+std::optional<ChildStatus> statusWithin(pid_t pid, std::chrono::milliseconds patience) {
+    const auto deadline = steady_clock::now() + patience;
+    for (;;) {
+        int status = 0;
+        if (waitpid(pid, &status, WNOHANG) == pid)
+            return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+        if (steady_clock::now() >= deadline) return std::nullopt;
+        std::this_thread::sleep_for(kPollInterval);
+    }
+}
+
+ChildStatus endChild(pid_t pid, int signal, std::chrono::milliseconds patience) {
+    using namespace std::chrono_literals;
+    kill(pid, signal);
+    if (const auto status = statusWithin(pid, patience)) return *status;
+    kill(pid, SIGKILL);
+    return statusWithin(pid, 10s).value_or(-SIGKILL);
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scratch_folder.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace hidlaudio::host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/** Thousands of files are made and deleted, which takes a disk's file system long, and memory's not. */
+constexpr char kMemory[] = "/dev/shm";
+
+fs::path placeForFolders() {
+    std::error_code error;
+    if (getenv("TMPDIR") == nullptr && access(kMemory, W_OK) == 0) return kMemory;
+    return fs::temp_directory_path(error);
+}
+
+}  // namespace
+
+ScratchFolder::ScratchFolder(size_t parametersSize) {
+    std::string name = placeForFolders() / "tv.XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) return;
+    path_ = name;
+    std::ofstream file(parameters(), std::ios::binary);
+    for (uint32_t i = 0; i < parametersSize; ++i) file.put(static_cast<char>(i * 2654435761U >> 13));
+}
+
+ScratchFolder::~ScratchFolder() {
+    // A program that was killed a moment ago may still make a file.
+    std::error_code error;
+    for (int i = 0; i < 200 && !path_.empty() && fs::exists(path_); ++i) {
+        fs::remove_all(path_, error);
+        if (error) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+}  // namespace hidlaudio::host

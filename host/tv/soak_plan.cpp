@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "soak_plan.h"
+
+#include <iterator>
+#include <sstream>
+
+namespace hidlaudio::host {
+namespace {
+
+/** What clients do; a command that stands twice is done twice as often. */
+constexpr const char* kClientCommands[] = {
+    "audioctl external get",
+    "audioctl external set on",
+    "audioctl external set off",
+    "audioctl external formats",
+    "audioctl hdmi get",
+    "audioctl hdmi watch",
+    "audioctl hdmi set ARC_DD_PLUS",
+    "audioctl hdmi set ARC_DD_NONE ARC_MP4AAC_7_1",
+    "audioctl speaker surround",
+    "audioctl speaker position wall-mount",
+    "audioctl speaker position table-top",
+    "audioctl speaker delay",
+    "audioctl calibration status",
+    "audioctl calibration load room.json",
+    "audioctl calibration on",
+    "audioctl calibration off",
+    "audioctl calibration parameters",
+    "audioctl calibration smooth-delay on",
+    "audioctl calibration smooth-delay set 1.0 2.5",
+    "audioctl calibration smooth-delay off",
+    "audioctl center show",
+    "audioctl mic gain 0.5",
+    "audioctl mic gain",
+    "audioctl virtualizer on",
+    "audioctl virtualizer off",
+    "audioctl virtualizer upload device parameters.bin",
+    "audioctl virtualizer upload hrtf parameters.bin",
+    "audioctl virtualizer upload device room.json",
+    "audioctl virtualizer upload hrtf parameters.bin --no-wait",
+    "audioctl virtualizer upload device parameters.bin --cancel-after 0.01",
+    "audioctl virtualizer upload hrtf parameters.bin --cancel-after 0.03",
+    "audioctl ping -n 100",
+};
+
+/**
+ * What happens around the service. The controller is only slow or refuses: one that
+ * hangs for good is busy for every upload after it, and the rest of the time would be wasted.
+ */
+constexpr const char* kAroundCommands[] = {
+    "tv bectrl rate 10000",
+    "tv bectrl hrtf rate 60000",
+    "tv bectrl rate 16777216",
+    "tv bectrl rate 16777216",
+    "tv bectrl hrtf result 0xF3",
+    "tv bectrl result 1",
+    "tv bectrl device ioctl_fails on",
+    "tv bectrl open_fails on",
+    "tv bectrl ioctl_fails off",
+    "tv bectrl open_fails off",
+    "tv fault a_mtktvapi_config_get_value -1 2",
+    "tv fault a_mtktvapi_config_set_value 7 2",
+    "tv fault MTDRVCUST_dcustom_cust_spec_set -1 2",
+    "tv fault MTAL_InitExCb -1 1",
+    "tv fault MTEEPROM_Read -1 2",
+    "tv fault acquire_wake_lock -5 1",
+    "tv fault setParameters 3 2",
+    "tv fault getParameters delay=3000 1",
+    "tv fault --clear",
+    "tv fault --clear",
+};
+
+constexpr uint64_t kKilledOf = 8;       // one client of so many is killed
+constexpr uint64_t kHalRestartOf = 60;  // one thing around the service of so many is a new audio HAL
+constexpr uint64_t kLongestClientPause = 10;
+constexpr uint64_t kLongestPauseAround = 150;
+constexpr uint64_t kLongestLife = 40;
+
+std::vector<std::string> wordsOf(const char* text) {
+    std::istringstream stream(text);
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) words.push_back(word);
+    return words;
+}
+
+/** One that ends by itself only if it is told to. */
+bool runsForEver(const Decision& decision) {
+    return decision.command.back() == "watch";
+}
+
+}  // namespace
+
+std::string describe(const Decision& decision) {
+    std::string text;
+    for (const std::string& word : decision.command) text += (text.empty() ? "" : " ") + word;
+    if (decision.kill.count() != 0) text += ", killed after " + std::to_string(decision.kill.count()) + " ms";
+    return text;
+}
+
+SoakPlan::SoakPlan(uint64_t seed, unsigned who) : who_(who), state_(seed * 1000003 + who) {}
+
+/** SplitMix64: the same numbers with every standard library. */
+uint64_t SoakPlan::random(uint64_t count) {
+    state_ += 0x9E3779B97F4A7C15U;
+    uint64_t bits = state_;
+    bits = (bits ^ (bits >> 30)) * 0xBF58476D1CE4E5B9U;
+    bits = (bits ^ (bits >> 27)) * 0x94D049BB133111EBU;
+    return (bits ^ (bits >> 31)) % count;
+}
+
+Decision SoakPlan::next() {
+    Decision decision;
+    if (who_ == kAround) {
+        decision.pause = std::chrono::milliseconds(random(kLongestPauseAround));
+        const bool isHal = random(kHalRestartOf) == 0;
+        const char* const command = kAroundCommands[random(std::size(kAroundCommands))];
+        decision.command = isHal ? std::vector<std::string>{"audio_hal"} : wordsOf(command);
+        return decision;
+    }
+    decision.pause = std::chrono::milliseconds(random(kLongestClientPause));
+    decision.command = wordsOf(kClientCommands[random(std::size(kClientCommands))]);
+    const bool isKilled = random(kKilledOf) == 0;
+    const uint64_t life = 1 + random(kLongestLife);
+    if (isKilled || runsForEver(decision)) decision.kill = std::chrono::milliseconds(life);
+    return decision;
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "sweep_log.h"
+
+#include <fstream>
+#include <map>
+#include <regex>
+
+namespace hidlaudio::host {
+namespace {
+
+/** Date, time, process, thread, priority; the tag and the text are left. */
+const std::regex& threadtime() {
+    static const std::regex pattern(R"(^\d\d-\d\d \d\d:\d\d:\d\d\.\d+ +\d+ +\d+ ([VDIWEF]) (.*)$)");
+    return pattern;
+}
+
+const std::regex& duration() {
+    static const std::regex pattern(R"(\d+(\.\d+)?(e-\d+)? (s|ms|MiB/s)\b)");
+    return pattern;
+}
+
+std::string replaceAll(std::string text, const std::string& old, const std::string& now) {
+    for (size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + now.size()))
+        text.replace(at, old.size(), now);
+    return text;
+}
+
+bool isTrouble(const std::string& priority) {
+    return priority == "W" || priority == "E" || priority == "F";
+}
+
+}  // namespace
+
+std::string withoutChance(const std::string& text, const std::string& folder) {
+    return std::regex_replace(replaceAll(text, folder + "/tv", ""), duration(), "some $3");
+}
+
+std::vector<std::string> troublesIn(const std::string& path, const std::string& folder) {
+    std::ifstream file(path);
+    std::vector<std::string> troubles;
+    for (std::string line; std::getline(file, line);) {
+        std::smatch parts;
+        if (!std::regex_match(line, parts, threadtime())) {
+            if (!line.empty()) troubles.push_back("! " + line);
+        } else if (isTrouble(parts[1])) {
+            troubles.push_back(parts[1].str() + " " + replaceAll(parts[2], folder + "/tv", ""));
+        }
+    }
+    return troubles;
+}
+
+std::vector<std::string> newLines(const std::vector<std::string>& lines,
+                                  const std::vector<std::string>& usual) {
+    std::map<std::string, int> surplus;
+    for (const std::string& line : lines) ++surplus[line];
+    for (const std::string& line : usual) --surplus[line];
+    std::vector<std::string> found;
+    for (const std::string& line : lines) {
+        int& count = surplus[line];
+        if (count > 0) found.push_back(count > 1 ? line + " (" + std::to_string(count) + " times)" : line);
+        count = 0;
+    }
+    return found;
+}
+
+}  // namespace hidlaudio::host

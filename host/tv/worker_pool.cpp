@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "worker_pool.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <stdio.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace hidlaudio::host {
+namespace {
+
+struct Worker {
+    size_t index;
+    pid_t pid;
+    int answer;  // a pipe, which ends when the worker does
+    std::string text;
+};
+
+void endOwnGroup(int) {
+    kill(0, SIGKILL);
+}
+
+/** A group of its own, which ends with this process and with the parent. */
+void becomeWorker(pid_t parent) {
+    setpgid(0, 0);
+    signal(SIGTERM, endOwnGroup);
+    sigset_t term;
+    sigemptyset(&term);
+    sigaddset(&term, SIGTERM);
+    sigprocmask(SIG_UNBLOCK, &term, nullptr);
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != parent) _exit(1);
+}
+
+[[noreturn]] void workAndEnd(const PoolWork& pool, size_t index, int answer) {
+    const std::string text = pool.work(index) + "\n";
+    for (size_t written = 0; written < text.size();) {
+        const ssize_t count = write(answer, text.data() + written, text.size() - written);
+        if (count <= 0) _exit(1);
+        written += static_cast<size_t>(count);
+    }
+    _exit(0);
+}
+
+/** A worker whose process cannot be made has ended without an answer. */
+Worker startWorker(const PoolWork& pool, size_t index) {
+    int ends[2] = {-1, -1};
+    fflush(nullptr);
+    const pid_t parent = getpid();
+    const pid_t pid = pipe(ends) == 0 ? fork() : -1;
+    if (pid == 0) {
+        becomeWorker(parent);
+        close(ends[0]);
+        workAndEnd(pool, index, ends[1]);
+    }
+    if (ends[1] >= 0) close(ends[1]);
+    if (pid > 0) setpgid(pid, pid);
+    return {index, pid, ends[0], ""};
+}
+
+/** Ends what is left of a worker's group. */
+void bury(const Worker& worker) {
+    if (worker.pid > 0) kill(-worker.pid, SIGKILL);
+    if (worker.pid > 0) waitpid(worker.pid, nullptr, 0);
+    if (worker.answer >= 0) close(worker.answer);
+}
+
+/** Whether the worker has ended; takes what it has written. */
+bool hasEnded(Worker& worker) {
+    char piece[65536];
+    const ssize_t count = worker.answer >= 0 ? read(worker.answer, piece, sizeof(piece)) : 0;
+    if (count > 0) worker.text.append(piece, static_cast<size_t>(count));
+    return count <= 0;
+}
+
+void finish(const PoolWork& pool, Worker& worker) {
+    bury(worker);
+    const bool whole = !worker.text.empty() && worker.text.back() == '\n';
+    if (whole) worker.text.pop_back();
+    pool.done(worker.index, worker.text, whole);
+}
+
+/** Takes what the workers have to say within a moment. */
+void attend(const PoolWork& pool, std::vector<Worker>& workers) {
+    std::vector<pollfd> pipes;
+    pipes.reserve(workers.size());
+    for (const Worker& worker : workers) pipes.push_back({worker.answer, POLLIN, 0});
+    poll(pipes.data(), pipes.size(), 50);
+    for (size_t i = workers.size(); i-- > 0;) {
+        if (workers[i].answer >= 0 && pipes[i].revents == 0) continue;
+        if (!hasEnded(workers[i])) continue;
+        finish(pool, workers[i]);
+        workers.erase(workers.begin() + static_cast<ptrdiff_t>(i));
+    }
+}
+
+}  // namespace
+
+bool doAll(const PoolWork& pool, const Interrupt& interrupt) {
+    std::vector<Worker> workers;
+    size_t next = 0;
+    while (next < pool.count || !workers.empty()) {
+        while (next < pool.count && workers.size() < pool.jobs) workers.push_back(startWorker(pool, next++));
+        attend(pool, workers);
+        if (!interrupt.cameWithin(0)) continue;
+        for (const Worker& worker : workers) bury(worker);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace hidlaudio::host

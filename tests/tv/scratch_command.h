@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tests/tv/tv_command.h"
+
+namespace hidlaudio::test {
+
+/** `tv` with temporary files of its own, and with a shell script in the daemon's place where a test wants it.
+ */
+class ScratchCommand : public TvCommand {
+  protected:
+    ScratchCommand() { std::filesystem::create_directory(scratch_); }
+
+    std::vector<std::string> commandLine(const std::vector<std::string>& arguments) const {
+        std::vector<std::string> all{"/usr/bin/env", "TMPDIR=" + scratch_, command_};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return all;
+    }
+
+    Outcome runHere(const std::vector<std::string>& arguments) { return runProgram(commandLine(arguments)); }
+
+    /** The daemon itself is DAEMON. */
+    void useScript(const std::string& script) {
+        const std::string bin = folder_ / "bin/";
+        if (std::filesystem::create_directory(bin)) {
+            for (const char* program : {TV_COMMAND, AUDIO_HAL, AUDIOCTL}) std::filesystem::copy(program, bin);
+            const auto share = std::filesystem::path(TV_COMMAND).parent_path().parent_path() / "share";
+            std::filesystem::create_directory_symlink(share, folder_ / "share");
+        }
+        makeFile(bin + "hidlaudio", "#!/bin/sh\n" + script + "\n");
+        std::filesystem::permissions(bin + "hidlaudio", std::filesystem::perms::owner_all);
+        command_ = bin + "tv";
+    }
+
+    bool leavesNothing() const { return std::filesystem::is_empty(scratch_); }
+
+    const std::string scratch_ = folder_ / "tmp";
+};
+
+}  // namespace hidlaudio::test

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <signal.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/support/becomes_true.h"
+#include "tests/tv/scratch_command.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr char kTiny[] =
+    "# Forced encoding is switched off\n"
+    "\n"
+    "tv init --model standard\n"
+    "audioctl external set off --timeout 2\n";
+
+class Sweep : public ScratchCommand {
+  protected:
+    std::string scenario(const std::string& text) {
+        makeFile(folder_ / "tiny.scenario", text);
+        return folder_ / "tiny.scenario";
+    }
+};
+
+/** What was found for one fault on the first call of a name. */
+json rowOf(const json& sweep, const std::string& call, const std::string& fault) {
+    for (const json& row : sweep[0]["faults"]) {
+        if (row["call"] == call && row["fault"] == fault) return row;
+    }
+    ADD_FAILURE() << "no " << fault << " on " << call;
+    return {};
+}
+
+TEST_F(Sweep, TellsWhatEachFaultChanges) {
+    const Outcome outcome = runHere({"sweep", scenario(kTiny), "--json"});
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_EQ(outcome.err, "");
+    const json sweep = json::parse(outcome.out, nullptr, false);
+    ASSERT_EQ(sweep.size(), 1U);
+    EXPECT_EQ(sweep[0]["flagged"], 0);
+    EXPECT_EQ(sweep[0]["calls"], 4) << "a write to the store, and open, write, close of the file";
+
+    const json refused = rowOf(sweep, "a_mtktvapi_config_set_value", "-1");
+    EXPECT_EQ(refused["on"], "g_audio__bitstream_output_mode");
+    EXPECT_EQ(refused["client"]["line"], 4);
+    EXPECT_EQ(refused["client"]["status"], 1);
+    EXPECT_THAT(refused["log"].dump(), HasSubstr("MTKTVAPI failed:ret = -1"));
+
+    const json unopened = rowOf(sweep, "open", "EACCES");
+    EXPECT_EQ(unopened["client"]["line"], 0) << "the client does not see it";
+    EXPECT_THAT(unopened["log"].dump(), HasSubstr("errno 13"));
+    EXPECT_EQ(unopened["files"].dump(),
+              json::parse(R"([{"path": "/data/vendor/tovi/hidlaudio/bitstream_output_mode.data",
+        "is": "empty", "was": "02000000"}])")
+                  .dump());
+
+    const json killed = rowOf(sweep, "write", "dies");
+    EXPECT_EQ(killed["client"]["status"], 3);
+    EXPECT_EQ(killed["files"].size(), 2U)
+        << "the restart gives the TV the mode of the file, which is the old one";
+    for (const json& row : sweep[0]["faults"]) EXPECT_TRUE(row["struck"]) << row;
+    EXPECT_TRUE(leavesNothing());
+}
+
+TEST_F(Sweep, FlagsWhatMustNotBe) {
+    useScript(
+        "stored=$HIDLAUDIO_TV/data/vendor/tovi/hidlaudio/bitstream_output_mode.data\n"
+        "case $HIDLAUDIO_FAULT in\n"
+        "open:*:ENOENT) exec 9</dev/null ;;\n"
+        "open:*:EACCES) kill -ABRT $$ ;;\n"
+        "open:*:EMFILE) echo HidlAudioHrtf >\"$HIDLAUDIO_TV/power/wake_lock\" ;;\n"
+        "open:*:ENOSPC) printf 12345 >\"$stored\" ;;\n"
+        "open:*:EINTR) echo a report >&2 ;;\n"
+        "write:*:EIO) export HIDLAUDIO_FAULT=write:2:dies ;;\n"
+        "write:*:ENOSPC) export HIDLAUDIO_FAULT=write:2:delay=1000000 ;;\n"
+        "esac\n"
+        "exec " DAEMON "\n");
+    const Outcome outcome = runHere({"sweep", scenario(kTiny), "--json"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("7 runs show what must not be"));
+    const json sweep = json::parse(outcome.out, nullptr, false);
+    const std::tuple<const char*, const char*, const char*> flags[] = {
+        {"open", "ENOENT", "descriptors, allowed"},
+        {"open", "EACCES", "start: hidlaudio was ended by signal 6"},
+        {"open", "EMFILE", "the wake lock HidlAudioHrtf is held"},
+        {"open", "ENOSPC", "bitstream_output_mode.data must be"},
+        {"open", "EINTR", "output: a report"},
+        {"write", "EIO", "crash: the daemon was ended by signal 9"},
+        {"write", "ENOSPC", "hang: no answer to `audioctl external set off"},
+    };
+    for (const auto& [call, fault, text] : flags)
+        EXPECT_THAT(rowOf(sweep, call, fault)["flags"].dump(), HasSubstr(text));
+    EXPECT_THAT(rowOf(sweep, "open", "delay=22000")["flags"], IsEmpty());
+    EXPECT_TRUE(leavesNothing());
+}
+
+TEST_F(Sweep, NamesTheLineThatIsWrong) {
+    const std::pair<const char*, const char*> wrong[] = {
+        {"audioctl list\nls\n", ":2: a line is a command"},
+        {"audioctl\n", ":1: the command is missing"},
+        {"audioctl list\ntv init\n", ":2: `tv init` can only be the first"},
+        {"tv sweep\n", ":1: of `tv`: init"},
+        {"tv boot --background\n", ":1: this command has no options"},
+        {"tv boot &\n", ":1: only a command of `audioctl`"},
+        {"# nothing\n", ": the scenario has no command"},
+    };
+    for (const auto& [text, message] : wrong) {
+        const Outcome outcome = runHere({"sweep", scenario(text)});
+        EXPECT_EQ(outcome.status, 2) << text;
+        EXPECT_THAT(outcome.err, HasSubstr("/tiny.scenario" + std::string(message)));
+    }
+    EXPECT_EQ(runHere({"sweep", "no-such"}).status, 2);
+    EXPECT_EQ(runHere({"sweep"}).status, 2);
+    const Outcome misused =
+        runHere({"sweep", scenario("tv init --model standard\naudioctl external set maybe\n")});
+    EXPECT_EQ(misused.status, 1);
+    EXPECT_THAT(misused.out, HasSubstr("/tiny.scenario:2: "));
+    EXPECT_EQ(runHere({"sweep", scenario("tv init --model wrong\naudioctl list\n")}).status, 1);
+}
+
+TEST_F(Sweep, ComesWithAScenarioForEachService) {
+    const std::string list = mustRun({"sweep", "--list"});
+    for (const char* name : {"acoustic-calibration", "acoustic-calibration-be", "center-speaker",
+                             "encoding-status", "external-output", "hdmi-audio", "headphone-virtualizer",
+                             "microphone", "output-speaker", "restart", "start-up", "start-up-be"}) {
+        EXPECT_THAT(list, HasSubstr(std::string(name) + "  "));
+    }
+}
+
+/** Whether a process runs whose TV lies in the folder. */
+bool anyProcessOn(const std::string& folder) {
+    for (const auto& process : std::filesystem::directory_iterator("/proc")) {
+        if (contentOf(process.path() / "environ").find("HIDLAUDIO_TV=" + folder) != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+TEST_F(Sweep, LeavesNothingAfterCtrlC) {
+    const std::string path = scenario(kTiny);
+    for (const int signal : {SIGINT, SIGKILL}) {
+        RunningProgram sweep(commandLine({"sweep", path}));
+        EXPECT_TRUE(becomesTrue([&] { return anyProcessOn(scratch_ + "/"); }));
+        kill(sweep.pid(), signal);
+        EXPECT_EQ(sweep.wait(), signal == SIGINT ? 1 : 128 + SIGKILL);
+        if (signal == SIGINT) {
+            EXPECT_TRUE(leavesNothing());
+        }
+        EXPECT_TRUE(becomesTrue([&] { return !anyProcessOn(scratch_ + "/"); }));
+    }
+}
+
+}  // namespace
+}  // namespace hidlaudio::test
