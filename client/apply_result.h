@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <com/tovi/dtv/hardware/audio/5.0/IHeadphoneVirtualizerCallback.h>
 #include <hidl/HidlSupport.h>
 
@@ -33,7 +34,7 @@ class ApplyResult : public com::tovi::dtv::hardware::audio::V5_0::IHeadphoneVirt
     /** Whether it has ended; waits for that until `end`. */
     bool wait(Time end) {
         std::unique_lock<std::mutex> lock(mMutex);
-        return mChanged.wait_until(lock, end, [this] { return mResult || mDied; });
+        return mChanged.wait_until(lock, end, [this]() REQUIRES(mMutex) { return mResult || mDied; });
     }
 
     /** None where the service ended before it told. */
@@ -43,10 +44,10 @@ class ApplyResult : public com::tovi::dtv::hardware::audio::V5_0::IHeadphoneVirt
     }
 
   private:
-    std::mutex mMutex;  // what follows
+    std::mutex mMutex;
     std::condition_variable mChanged;
-    std::optional<int32_t> mResult;
-    bool mDied = false;
+    std::optional<int32_t> mResult GUARDED_BY(mMutex);
+    bool mDied GUARDED_BY(mMutex) = false;
 };
 
 }  // namespace hidlaudio::client

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hdmi_watch.h"
 
+#include <android-base/thread_annotations.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
@@ -52,7 +53,8 @@ class Events : public virtual android::RefBase {
 
     Event next() {
         std::unique_lock<std::mutex> lock(mMutex);
-        mAdded.wait(lock, [this] { return !mEvents.empty(); });
+        const android::base::ScopedLockAssertion held(mMutex);
+        mAdded.wait(lock, [this]() REQUIRES(mMutex) { return !mEvents.empty(); });
         Event event = std::move(mEvents.front());
         mEvents.pop_front();
         return event;
@@ -61,7 +63,7 @@ class Events : public virtual android::RefBase {
   private:
     std::mutex mMutex;
     std::condition_variable mAdded;
-    std::deque<Event> mEvents;
+    std::deque<Event> mEvents GUARDED_BY(mMutex);
 };
 
 class Changes : public IHdmiAudioCallback {

@@ -5,6 +5,7 @@
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputEncodingStatusListener.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
 #include <com/tovi/dtv/hardware/audio/4.0/ICenterSpeaker.h>
+#include <com/tovi/dtv/hardware/audio/5.1/IAcousticCalibration.h>
 #include <com/tovi/dtv/hardware/audio/5.1/IHeadphoneVirtualizer.h>
 #include <com/tovi/dtv/hardware/audio/6.1/IMicControl.h>
 #include <com/tovi/dtv/hardware/audio/6.1/IOutputSpeaker.h>
@@ -27,6 +28,7 @@ const KnownService kKnownServices[] = {
     {"listener", audio::V3_1::IOutputEncodingStatusListener::descriptor},
     {"external", audio::V3_1::IOutputExternal::descriptor},
     {"speaker", audio::V6_1::IOutputSpeaker::descriptor},
+    {"calibration", audio::V5_1::IAcousticCalibration::descriptor},
     {"center", audio::V4_0::ICenterSpeaker::descriptor},
     {"virtualizer", audio::V5_1::IHeadphoneVirtualizer::descriptor},
     {"mic", audio::V6_1::IMicControl::descriptor},

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -19,13 +18,6 @@ using nlohmann::json;
 constexpr double kListSeconds = 5;
 
 using Row = std::array<std::string, 4>;
-
-std::string processName(pid_t pid) {
-    std::string name;
-    std::ifstream comm("/proc/" + std::to_string(pid) + "/comm");
-    std::getline(comm, name);
-    return name.empty() ? "?" : name;
-}
 
 // Most names of a chain are of the service's own package, which is told already.
 std::string chainText(const RegisteredService& service) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fstream>
 #include <future>
 #include <thread>
 
@@ -89,6 +90,13 @@ int findRegisteredServices(double seconds, std::vector<RegisteredService>& servi
         if (!answer.gone) services.push_back({named[i].name, named[i].pid, answer.object, answer.chain});
     }
     return status;
+}
+
+std::string processName(pid_t pid) {
+    std::string name;
+    std::ifstream comm("/proc/" + std::to_string(pid) + "/comm");
+    std::getline(comm, name);
+    return name.empty() ? "?" : name;
 }
 
 void keepMostDerived(std::vector<RegisteredService>& services) {

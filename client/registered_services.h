@@ -32,4 +32,7 @@ int findRegisteredServices(double seconds, std::vector<RegisteredService>& servi
 /** Takes out the names under which a service is registered only because it extends those interfaces. */
 void keepMostDerived(std::vector<RegisteredService>& services);
 
+/** The name of a running process's program; "?" where it has ended. */
+std::string processName(pid_t pid);
+
 }  // namespace hidlaudio::client

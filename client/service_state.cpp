@@ -145,6 +145,7 @@ std::vector<AskedState> askStates(const std::vector<ServiceName>& names,
     const auto limit = std::chrono::duration<double>(seconds);
     const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
     std::vector<std::future<AskedState>> answers;
+    answers.reserve(names.size());
     for (const ServiceName& name : names) {
         const auto question = std::make_shared<Question>();
         question->name = name;
@@ -153,6 +154,7 @@ std::vector<AskedState> askStates(const std::vector<ServiceName>& names,
         answers.push_back(std::async(std::launch::async, askState, question, end, seconds));
     }
     std::vector<AskedState> states;
+    states.reserve(answers.size());
     for (std::future<AskedState>& answer : answers) states.push_back(answer.get());
     return states;
 }

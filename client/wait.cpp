@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android-base/stringprintf.h>
+#include <android-base/thread_annotations.h>
 #include <hidl/ServiceManagement.h>
 
 #include <chrono>
@@ -40,7 +41,7 @@ class Awaited : public IServiceNotification {
     /** Whether all are there; waits for that until `end`. */
     bool wait(Clock::time_point end) {
         std::unique_lock<std::mutex> lock(mMutex);
-        return mAllThere.wait_until(lock, end, [this] { return mMissing.empty(); });
+        return mAllThere.wait_until(lock, end, [this]() REQUIRES(mMutex) { return mMissing.empty(); });
     }
 
     std::string missing() {
@@ -51,8 +52,8 @@ class Awaited : public IServiceNotification {
     }
 
   private:
-    std::mutex mMutex;  // what follows
-    std::set<std::string> mMissing;
+    std::mutex mMutex;
+    std::set<std::string> mMissing GUARDED_BY(mMutex);
     std::condition_variable mAllThere;
 };
 

@@ -3,7 +3,6 @@
 set(HIDLAUDIO_ANDROID_INCLUDE /usr/include/android)
 set(HIDLAUDIO_ANDROID_LIBDIR /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/android)
 set(CMAKE_BUILD_RPATH ${HIDLAUDIO_ANDROID_LIBDIR})
-set(CMAKE_INSTALL_RPATH ${HIDLAUDIO_ANDROID_LIBDIR} "$ORIGIN/../lib")
 
 foreach(lib log cutils utils base)
   find_library(HIDLAUDIO_LIB_${lib} ${lib} PATHS ${HIDLAUDIO_ANDROID_LIBDIR} NO_DEFAULT_PATH REQUIRED)
@@ -15,3 +14,9 @@ endforeach()
 # the same folder.
 target_link_options(android_utils INTERFACE -Wl,-rpath-link,${HIDLAUDIO_ANDROID_LIBDIR})
 target_link_options(android_cutils INTERFACE -Wl,-rpath-link,${HIDLAUDIO_ANDROID_LIBDIR})
+# Debian's libbacktrace takes functions from p7zip's library, of which only one machine's
+# can be installed.
+if(CMAKE_CROSSCOMPILING)
+  target_link_options(android_utils INTERFACE -Wl,--allow-shlib-undefined)
+  target_link_options(android_cutils INTERFACE -Wl,--allow-shlib-undefined)
+endif()

@@ -17,6 +17,7 @@ set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO
 # `tv boot` starts the programs that lie beside `tv`.
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private_libdir})
+install(DIRECTORY host/tv/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/hidlaudio)
 install(FILES README.md ARCHITECTURE.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 if(TARGET manual)
   set(made ${HIDLAUDIO_MANUAL_DIR})

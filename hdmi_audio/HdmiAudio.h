@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 
 #include <mutex>
@@ -47,7 +48,7 @@ class HdmiAudio : public IHdmiAudio, public ::android::hardware::hidl_death_reci
     void removeCallback(const sp<IBase>& who);
 
     std::mutex mMutex;
-    Callbacks mCallbacks;  // under the mutex; one that was registered twice is there twice
+    Callbacks mCallbacks GUARDED_BY(mMutex);  // one that was registered twice is there twice
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

@@ -5,6 +5,7 @@
 #include <array>
 #include <iterator>
 
+#include "acoustic_calibration/AcousticCalibration.h"
 #include "hdmi_audio/HdmiAudio.h"
 #include "headphone_virtualizer/HeadphoneVirtualizer.h"
 #include "mic_control/MicControl.h"
@@ -53,6 +54,8 @@ constexpr Service kServices[] = {
         "########## HIDL OutputExternal server side: registerAsService() is failed:"),
     service<V6_1::IOutputSpeaker, V6_1::implementation::OutputSpeaker>(
         "########## HIDL OutputSpeaker server side: registerAsService() is failed:"),
+    service<V5_1::IAcousticCalibration, V5_1::implementation::AcousticCalibration>(
+        "########## HIDL AcousticCalibration server side: registerAsService() is failed:"),
     service<V4_0::ICenterSpeaker, V4_0::implementation::CenterSpeaker>(
         "########## HIDL CenterSpeaker server side: registerAsService() is failed:"),
     service<V5_1::IHeadphoneVirtualizer, V5_1::implementation::HeadphoneVirtualizer>(

@@ -1,10 +1,12 @@
-# To be sourced: install_packages [ci] installs what packages.txt lists and the machine lacks.
+# To be sourced: install_packages [CATEGORY...] installs what packages.txt lists without a
+# category or under one of those, and the machine lacks.
 
 install_packages() {
     local wanted missing=() name
-    wanted=$(awk -v ci="${1:-}" '!/^#/ && NF && ($2 == "" || $2 == ci) { print $1 }' packages.txt)
+    wanted=$(awk -v categories=" $* " '
+        !/^#/ && NF && ($2 == "" || index(categories, " " $2 " ")) { print $1 }' packages.txt)
     for name in $wanted; do
-        dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null | grep -qx installed || missing+=("$name")
+        is_installed "$name" || missing+=("$name")
     done
     [ ${#missing[@]} -eq 0 ] && return 0
     local root=()
@@ -16,6 +18,19 @@ install_packages() {
         root=(sudo)
     fi
     echo "Installing: ${missing[*]}"
+    for name in "${missing[@]}"; do
+        case "$name" in
+            *:*) "${root[@]}" dpkg --add-architecture "${name#*:}" ;;
+        esac
+    done
     "${root[@]}" apt-get update -qq
     "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+# A name without an architecture is not installed by being there for another one alone.
+is_installed() {
+    local architecture=${1#*:}
+    [ "$architecture" != "$1" ] || architecture="($(dpkg --print-architecture)|all)"
+    dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "$1" 2>/dev/null |
+        grep -qxE "$architecture installed"
 }

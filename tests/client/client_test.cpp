@@ -97,7 +97,7 @@ TEST_F(Audioctl, ListsServices) {
                         " fake_service  @3.1::IOutputExternal > @2.0::IOutputExternal > android.hidl"),
               Not(HasSubstr(kExternal20))));
     EXPECT_EQ(run({"--version"}).status, 0);
-    EXPECT_EQ(RunningProgram({"/bin/sh", "-c", AUDIOCTL " list > /dev/full"}).wait(), 1);
+    EXPECT_EQ(RunningProgram(commandLine({"list"}), {}, "/dev/full").wait(), 1);
 }
 
 TEST_F(Audioctl, WaitsUntilAllAreRegistered) {

@@ -40,11 +40,17 @@ TEST_F(Dump, TellsWhoDoesNotAnswerAndShowsTheOthers) {
     const auto external = serve({"external"});
     const auto listener = serve({"listener"});
     EXPECT_EQ(run({"external", "format", "hang in debug"}).status, 0);
-    const Outcome hung = run({"dump", "external", "listener", "--json", "--timeout", "2"});
-    EXPECT_EQ(hung.status, 4);
-    EXPECT_THAT(hung.err, HasSubstr(std::string(kExternal) + ": no answer within 2 s"));
-    EXPECT_EQ(json::parse(hung.out)["value"],
-              json({{kExternal, {{"error", "no answer within 2 s"}}}, {kListener, nullptr}}));
+    // However slow this machine is now, the service that answers is shown in the end.
+    for (const std::string seconds : {"1", "8", "60"}) {
+        const Outcome hung = run({"dump", "external", "listener", "--json", "--timeout", seconds});
+        const std::string error = "no answer within " + seconds + " s";
+        EXPECT_EQ(hung.status, 4);
+        EXPECT_THAT(hung.err, HasSubstr(std::string(kExternal) + ": " + error));
+        const json value = json::parse(hung.out)["value"];
+        EXPECT_EQ(value[kExternal], json({{"error", error}}));
+        if (value[kListener] == nullptr) break;
+        EXPECT_NE(seconds, "60") << value;
+    }
     kill(external->pid(), SIGKILL);
     const auto dying = serve({"external"});
     EXPECT_EQ(run({"external", "format", "die in debug"}).status, 0);
@@ -52,6 +58,13 @@ TEST_F(Dump, TellsWhoDoesNotAnswerAndShowsTheOthers) {
                 3,
                 std::string(kListener) + "\n  (tells nothing of itself)\n",
                 "it ended before it answered"}});
+}
+
+/** What a bug report tells of a service that it could not ask. */
+std::string errorOf(const json& report, const std::string& name) {
+    for (const json& service : report["services"])
+        if (name == service["interface"].get<std::string>() + "/default") return service.value("error", "");
+    return "(none)";
 }
 
 TEST_F(Dump, GathersABugReportWhateverFails) {
@@ -77,16 +90,19 @@ TEST_F(Dump, GathersABugReportWhateverFails) {
     for (const json& interface : report["services"][1]["chain"])
         EXPECT_EQ(interface["hash"].get<std::string>().size(), 64U);
 
-    EXPECT_EQ(run({"external", "format", "die in debug"}).status, 0);
     kill(listener->pid(), SIGSTOP);
-    EXPECT_EQ(run({"dump", "--all", "--output", file, "--timeout", "2", "--json"}).out, "{\"result\":4}\n");
-    report = json::parse(contentOf(file));
-    std::vector<std::string> errors;
-    for (const json& service : report["services"])
-        errors.push_back(service.value("process", "") + ": " + service.value("error", ""));
-    EXPECT_THAT(errors, Contains("fake_service: no answer within 2 s"));
-    EXPECT_THAT(errors, Contains(HasSubstr(": it ended before it answered")));
-    EXPECT_FALSE(report["tv_state"].contains("error"));
+    for (const std::string seconds : {"1", "8", "60"}) {
+        const auto dying = serve({"external"});
+        EXPECT_EQ(run({"external", "format", "die in debug"}).status, 0);
+        EXPECT_EQ(run({"dump", "--all", "--output", file, "--timeout", seconds, "--json"}).out,
+                  "{\"result\":4}\n");
+        report = json::parse(contentOf(file));
+        EXPECT_EQ(errorOf(report, kListener), "no answer within " + seconds + " s");
+        if (errorOf(report, kExternal) == "it ended before it answered" &&
+            !report["tv_state"].contains("error"))
+            break;
+        EXPECT_NE(seconds, "60") << report;
+    }
 
     const Outcome nowhere = run({"dump", "--all", "--output", tv_ / "nosuch/report.json", "--timeout", "1"});
     EXPECT_EQ(nowhere.status, 1);

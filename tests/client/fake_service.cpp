@@ -4,13 +4,16 @@
 #include <hidl/HidlTransportSupport.h>
 #include <unistd.h>
 
+#include "fake_calibration.h"
 #include "fake_speakers.h"
 #include "fake_virtualizer.h"
 
 namespace {
 
 using android::sp;
+using android::hardware::hidl_handle;
 using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hardware::Void;
 using namespace com::tovi::dtv::hardware::audio;
@@ -45,6 +48,18 @@ class FakeOutput : public V3_1::IOutputExternal {
     Return<int32_t> registerEncodingFormatListener(const sp<BaseListener>&) override { return 0; }
     Return<int32_t> unregisterEncodingFormatListener(const sp<BaseListener>&) override { return 0; }
 
+    /** Writes the last format, or does what that says. */
+    Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override {
+        const std::string format = mFormats.empty() ? "" : std::string(mFormats.back());
+        std::string text = options.size() == 0 ? format : "{\"format\":\"" + format + "\"}";
+        if (format == "long") text.assign(200000, 'x');
+        if (format == "keep") (void)dup(fd->data[0]);
+        (void)!write(fd->data[0], text.data(), text.size());
+        if (format == "die in debug") _exit(0);
+        if (format == "hang in debug") pause();
+        return Void();
+    }
+
   private:
     bool mEnabled = true;
     int32_t mResult = 0;
@@ -59,7 +74,7 @@ class FakeListener : public V3_1::IOutputEncodingStatusListener {
 
 }  // namespace
 
-/** Serves those named: "external", "listener", "speaker", "center", "virtualizer", "mic". */
+/** Serves those named: "external", "listener", "speaker", "calibration", "center", "virtualizer", "mic". */
 int main(int argc, char** argv) {
     android::hardware::configureRpcThreadpool(1, true);
     for (int i = 1; i < argc; ++i) {
@@ -69,6 +84,8 @@ int main(int argc, char** argv) {
             status = (new FakeOutput())->registerAsService();
         } else if (name == "speaker") {
             status = (new hidlaudio::test::FakeSpeaker())->registerAsService();
+        } else if (name == "calibration") {
+            status = (new hidlaudio::test::FakeCalibration())->registerAsService();
         } else if (name == "center") {
             status = (new hidlaudio::test::FakeCenter())->registerAsService();
         } else if (name == "mic") {

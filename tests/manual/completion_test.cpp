@@ -57,6 +57,7 @@ TEST(Bash, CompletesCommandsOptionsAndValues) {
     EXPECT_THAT(inBash({"audioctl", "--timeout", ""}), IsEmpty());
     EXPECT_THAT(inBash({"audioctl", "ping", "v"}), ElementsAre("virtualizer"));
     EXPECT_THAT(inBash({"audioctl", "wait", "mic", "hdmi", "ext"}), ElementsAre("external"));
+    EXPECT_THAT(inBash({"audioctl", "dump", "mic", "hd"}), ElementsAre("hdmi"));
     EXPECT_THAT(inBash({"tv", "init", "--model", ""}), UnorderedElementsAre("be", "standard"));
     EXPECT_THAT(inBash({"tv", "init", "--model", "=", "s"}), ElementsAre("standard"));
     EXPECT_THAT(inBash({"tv", "init", "--model", "="}), UnorderedElementsAre("be", "standard"));

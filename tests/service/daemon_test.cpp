@@ -3,6 +3,7 @@
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputEncodingStatusListener.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
 #include <com/tovi/dtv/hardware/audio/4.0/ICenterSpeaker.h>
+#include <com/tovi/dtv/hardware/audio/5.1/IAcousticCalibration.h>
 #include <com/tovi/dtv/hardware/audio/6.1/IMicControl.h>
 #include <com/tovi/dtv/hardware/audio/6.1/IOutputSpeaker.h>
 #include <gmock/gmock.h>
@@ -52,7 +53,7 @@ TEST_F(Daemon, KeepsASettingThroughAKill) {
         const RunningProgram daemon({DAEMON});
         const auto service = awaitService<IOutputExternal>();
         EXPECT_THAT(logOf(daemon),
-                    ElementsAre(kMainCalled, kOpened, HasSubstr("prev setting not exist."), kNoHal,
+                    ElementsAre(kMainCalled, kOpened, HasSubstr("prev setting not exist."), kNoHal, kNoHal,
                                 "D hidlaudio: [CenterSpeaker] start", HasSubstr("fopen failed"), kNoHal));
         EXPECT_TRUE(service->getForceEncodingEnabled());
         EXPECT_EQ(service->setForceEncodingEnabled(false), 0);
@@ -63,6 +64,31 @@ TEST_F(Daemon, KeepsASettingThroughAKill) {
     makeFile(tv_ / "soc/config/g_audio__bitstream_output_mode", "0\n");
     const RunningProgram daemon({DAEMON});
     EXPECT_FALSE(awaitService<IOutputExternal>()->getForceEncodingEnabled());
+}
+
+TEST_F(Daemon, KeepsTheCalibrationThroughAKill) {
+    switchTvOn();
+    makeFile(tv_ / "soc/eeprom.bin", std::string(0x1001B, '\0'));
+    makeFile(tv_ / "soc/audio_post/ready", "1\n");
+    const std::string offset = tv_ / "soc/audio_decoder/volume_offset";
+    makeFile(offset);
+    makeFile(tv_ / "hal/parameters/ac_offset");
+    const RunningProgram hal({AUDIO_HAL});
+    awaitService<android::hardware::audio::V5_0::IDevicesFactory>();
+    {
+        const RunningProgram daemon({DAEMON});
+        // A client of the first version reaches the same object.
+        const auto service = awaitService<V3_0::IAcousticCalibration>();
+        EXPECT_EQ(service->setCalibratedData({{"FL", {}, 2.35F, 0}}), 0);
+        EXPECT_EQ(contentOf(offset), "0\n");
+        EXPECT_EQ(service->setEnabled(true), 0);
+        EXPECT_EQ(contentOf(offset), "24\n");
+    }
+    makeFile(offset);
+    const RunningProgram daemon({DAEMON});
+    EXPECT_TRUE(awaitService<V5_1::IAcousticCalibration>()->getEnabled());
+    EXPECT_EQ(contentOf(offset), "24\n");
+    EXPECT_EQ(contentOf(tv_ / "hal/parameters/ac_offset"), "14.350000\n");
 }
 
 TEST_F(Daemon, ServesAllServicesOnATvWithoutAHal) {

@@ -11,7 +11,7 @@ namespace hidlaudio::test {
 /** A virtual TV that is ready and has a back-end controller that has booted. */
 class BackEndTv : public PrivateTv {
   public:
-    BackEndTv() : PrivateTv({"soc/faults", "bectrl", "power", "data/vendor/tovi/hidlaudio"}) {
+    BackEndTv() : PrivateTv({"soc/config", "soc/faults", "bectrl", "power", "data/vendor/tovi/hidlaudio"}) {
         makeFile(*this / "data/vendor/tmp/dtv_svc_is_ready");
         setModelFlag('\1');
         makeFile(*this / "soc/bectrl/boot_state", "1\n");

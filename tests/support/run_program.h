@@ -18,12 +18,17 @@ namespace hidlaudio::test {
 /** A program that runs beside the test, its output going to files; killed if it outlives the object. */
 class RunningProgram {
   public:
-    /** `arguments` begins with the program's path; `variables` ("NAME=value") go into its environment. */
-    explicit RunningProgram(std::vector<std::string> arguments, std::vector<std::string> variables = {}) {
+    /**
+     * `arguments` begins with the program's path; `variables` ("NAME=value") go into its environment; with
+     * `output` its standard output goes to that file, which out() does not tell then.
+     */
+    explicit RunningProgram(std::vector<std::string> arguments, std::vector<std::string> variables = {},
+                            const std::string& output = "") {
+        const std::string out = output.empty() ? folder_ / "out" : output;
         for (char** entry = environ; *entry != nullptr; ++entry) variables.emplace_back(*entry);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 1, (folder_ / "out").c_str(), O_WRONLY | O_CREAT, 0600);
+        posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0600);
         posix_spawn_file_actions_addopen(&actions, 2, (folder_ / "err").c_str(), O_WRONLY | O_CREAT, 0600);
         const int error = posix_spawn(&pid_, arguments[0].c_str(), &actions, nullptr,
                                       pointers(arguments).data(), pointers(variables).data());

@@ -25,8 +25,11 @@ int run(int argc, char** argv) {
     CLI::App app;
     client::addCommandLine(app, invocation);
     const std::vector<std::string> services = shortNamesOfServices();
-    return manual::writeManual(
-        app, {{"audioctl ping", "SERVICE", services}, {"audioctl wait", "INTERFACE", services}}, argc, argv);
+    return manual::writeManual(app,
+                               {{"audioctl ping", "SERVICE", services},
+                                {"audioctl wait", "INTERFACE", services},
+                                {"audioctl dump", "SERVICE", services}},
+                               argc, argv);
 }
 
 }  // namespace

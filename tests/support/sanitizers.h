@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace hidlaudio::test {
+
+/** What the build is made with: its programs hold more memory, its runtime wakes up, signals come late. */
+#if defined(__has_feature)
+constexpr bool kAddressSanitizer = __has_feature(address_sanitizer);
+constexpr bool kThreadSanitizer = __has_feature(thread_sanitizer);
+#else
+constexpr bool kAddressSanitizer = false;
+constexpr bool kThreadSanitizer = false;
+#endif
+
+}  // namespace hidlaudio::test
