@@ -164,6 +164,12 @@ class RawPeer {
     void hello() { EXPECT_TRUE(sendRaw(control(), rawMessage(kHello, 0x1234567890abcdef, kWireVersion))); }
     /** A new call channel's near end, which stays this object's. */
     int openChannel() {
+        EXPECT_TRUE(offerChannel());
+        return mChannels.back().get();
+    }
+
+    /** Whether a new call channel could be sent: not to a process that has closed the connection. */
+    bool offerChannel() {
         int ends[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
         const unique_fd far(ends[1]);
@@ -172,8 +178,7 @@ class RawPeer {
         RawMessage message = rawMessage(kNewCallChannel);
         message.header.fdCount = 1;
         message.fds = {far.get()};
-        EXPECT_TRUE(sendRaw(control(), message));
-        return ends[0];
+        return sendRaw(control(), message);
     }
 
   private:
