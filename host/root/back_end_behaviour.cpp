@@ -119,7 +119,7 @@ bool readBehaviourLines(const std::string& root, std::vector<BehaviourLine>& lin
         if (wordsOf(words).empty()) continue;
         const std::optional<BehaviourLine> line = parseBehaviourLine(words, problem);
         if (!line) {
-            problem = path + ": " + problem;
+            problem.insert(0, path + ": ");
             return false;
         }
         lines.push_back(*line);

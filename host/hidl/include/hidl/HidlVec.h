@@ -75,7 +75,6 @@ struct hidl_vec {
     T* data() { return mBuffer; }
     const T* data() const { return mBuffer; }
     size_t size() const { return mSize; }
-    bool empty() const { return mSize == 0; }
 
     T& operator[](size_t index) { return data()[index]; }
     const T& operator[](size_t index) const { return data()[index]; }
