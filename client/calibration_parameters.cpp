@@ -115,13 +115,13 @@ void printBands(const calibrationParameters& parameters) {
 }
 
 int print(const Invocation& invocation, const calibrationParameters& parameters) {
-    if (parameters.equalizer.empty())
+    if (parameters.equalizer.size() == 0)
         note("the TV's tuning data is missing or incomplete; the service's log tells");
     if (invocation.json) return printValue(invocation, toJson(parameters), "");
     printScalars(parameters);
     printRanges("frequencyRanges1", parameters.frequencyRanges1);
     printRanges("frequencyRanges2", parameters.frequencyRanges2);
-    if (!parameters.equalizer.empty()) printBands(parameters);
+    if (parameters.equalizer.size() != 0) printBands(parameters);
     return kDone;
 }
 

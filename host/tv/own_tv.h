@@ -59,21 +59,18 @@ using TvFiles = std::map<std::string, std::string>;
 
 TvFiles filesOf(const OwnTv& tv);
 
-/**
- * What must hold of the state of any TV that is at rest, whatever failed before: those
- * that do not, a sentence each. `cutOff` names the persisted files whose writing was
- * cut off or failed, which may then be short.
- */
+/** What may be otherwise than it must be, after what failed. */
 struct Excuses {
-    std::set<std::string> cutOff;
-    bool unknownTransfer =
-        false;  // the controller could not be told, or asked: it may still read the parameters
-    bool wakeLockKept = false;  // it could not be released
+    std::set<std::string> cutOff;  // persisted files whose writing was cut off or failed: they may be short
+    bool unknownTransfer = false;  // the controller was not told or asked: it may still read the parameters
+    bool wakeLockKept = false;     // it could not be released
 };
 
 /** The daemon's persisted files, as it names them. */
 std::vector<std::string> persistedFiles();
 
+/** What must hold of the state of any TV that is at rest, whatever failed before: what does not, a sentence
+ * each. */
 std::vector<std::string> brokenInvariants(const TvFiles& files, const Excuses& excuses);
 
 }  // namespace hidlaudio::host
