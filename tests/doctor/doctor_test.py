@@ -16,7 +16,9 @@ from doctor_checks.examination import examine  # noqa: E402
 
 HIDL_GEN = shutil.which("hidl-gen")
 ROOMS = [file.parent.name for file in TREE.glob("*/CMakeLists.txt") if "add_room(" in file.read_text()]
-EXAMINED = ["Android.bp", "host/interfaces", "host/middleware", "interfaces", "packaging", "service", *ROOMS]
+KNOWN, REGISTRY = "client/known_services.cpp", "host/tv/registry.cpp"
+EXAMINED = ["Android.bp", "CMakeLists.txt", KNOWN, "host/interfaces", "host/middleware", REGISTRY,
+            "interfaces", "packaging", "service", *ROOMS]
 RC, XML, MATRIX = "packaging/hidlaudio.rc", "packaging/hidlaudio.xml", "packaging/compatibility_matrix.xml"
 POLICY, PAGE = "packaging/sepolicy/", "packaging/README.md"
 MIC_ROW = r"    service<V6_1::IMicControl[^;]*?\),\n"
@@ -46,6 +48,9 @@ FAULTS = [
     ("service/main.cpp", r"(?=    service<V6_1::IMicControl)",
      '    service<V6_0::IMicControl, V6_0::implementation::MicControl>(""),\n',
      "IMicControl is registered twice"),
+    # the workstation's commands
+    (KNOWN, r"^.*V6_1::IMicControl::.*\n", "", "lacks com.tovi.dtv.hardware.audio@6.1::IMicControl"),
+    (REGISTRY, r"6\.1::IMicControl", "6.0::IMicControl", "names com.tovi.dtv.hardware.audio@6.0::IMic"),
     # the TV's build file
     ("Android.bp", r'^ *"mic_control/MicControl.cpp",\n', "", "srcs lacks mic_control/MicControl.cpp"),
     ("Android.bp", r'srcs: \[', 'srcs: ["mic_control/gone.cpp",', "CMake builds no mic_control/gone.cpp"),
@@ -55,6 +60,9 @@ FAULTS = [
      "cflags lacks -fother", "Android.bp"),
     ("mic_control/CMakeLists.txt", r"add_room\(mic_control", "add_room(other",
      "has no list of sources"),
+    ("service/CMakeLists.txt", r"mic_control", "", "does not link the room mic_control"),
+    ("service/CMakeLists.txt", r"set\(rooms", "set(others", "links no room"),
+    ("CMakeLists.txt", r"^add_subdirectory\(mic_control\)\n", "", "lacks the room mic_control"),
     ("service/CMakeLists.txt", r"add_library\(service OBJECT main.cpp\)", "", "has no list of sources"),
     ("Android.bp", r'^ *"com.tovi.dtv.hardware.audio@6.1",\n', "",
      "shared_libs lacks com.tovi.dtv.hardware.audio@6.1"),
@@ -144,8 +152,8 @@ FAULTS = [
 ]
 
 # Files without which nothing works: gone, or no text, is a finding like any other.
-NEEDED = [RC, XML, MATRIX, PAGE, "Android.bp", "service/main.cpp", "service/CMakeLists.txt",
-          "interfaces/current.txt", "interfaces/Android.bp", "interfaces/6.1/Android.bp",
+NEEDED = [RC, XML, MATRIX, PAGE, KNOWN, REGISTRY, "Android.bp", "service/main.cpp", "service/CMakeLists.txt",
+          "interfaces/current.txt", "interfaces/Android.bp", "interfaces/6.1/Android.bp", "CMakeLists.txt",
           "platform/soc_middleware.h", "host/middleware/functions.h", POLICY + "file_contexts",
           POLICY + "genfs_contexts", POLICY + "hwservice_contexts", POLICY + "hidlaudio.te"]
 
@@ -215,6 +223,10 @@ class DoctorTest(unittest.TestCase):
         changed = (self.copy / file).read_bytes().replace(b"interface ICenterSpeaker {", b"interface {")
         self.assert_found(self.findings_with(file, changed, HIDL_GEN), "interfaces/4.0",
                           "hidl-gen -Lcheck fails")
+        file = "interfaces/6.1/IMicControl.hal"
+        changed = (self.copy / file).read_bytes().replace(b" extends @6.0::IMicControl", b"")
+        fixes = [finding.fix for finding in self.findings_with(file, changed, HIDL_GEN)]
+        self.assertTrue(any("to the next minor version" in fix for fix in fixes), fixes)
 
     def run_doctor(self, *arguments):
         command = [sys.executable, "-B", DOCTOR, *arguments]

@@ -3,7 +3,7 @@
 import re
 
 from .blueprint import load_blueprint
-from .interfaces import FOLDER, versions
+from .interfaces import FOLDER, ROOTS, versions
 from .middleware import HEADER
 from .tree import PACKAGE
 
@@ -109,7 +109,7 @@ def check_interface_modules(tree):
 
 def _check_interface_module(tree, version):
     file = f"{FOLDER}/{version}/{FILE}"
-    anew = "write what hidl-gen -Landroidbp gives for it"
+    anew = f"run: hidl-gen -Landroidbp -o . {' '.join(ROOTS)} {PACKAGE}@{version}"
     if not tree.exists(file):
         tree.find(file, 1, "is not there", anew)
         return

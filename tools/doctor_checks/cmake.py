@@ -5,6 +5,7 @@ from dataclasses import dataclass, field
 
 from .tree import line_of
 
+ROOT = "CMakeLists.txt"
 SERVICE = "service/CMakeLists.txt"
 
 
@@ -31,19 +32,24 @@ def _commands(tree, file):
 
 
 def _linked_rooms(tree):
-    text = _commands(tree, SERVICE)
-    names = set()
-    for match in re.finditer(r"target_link_libraries\(\s*hidlaudio\s+([^)]*)\)", text):
-        names.update(match[1].split())
-    rooms = sorted(name for name in names if "add_room(" in _optional(tree, f"{name}/CMakeLists.txt"))
+    match = re.search(r"set\(\s*rooms\s+([^)]*)\)", _commands(tree, SERVICE))
+    rooms = sorted(match[1].split()) if match else []
     if not rooms:
-        tree.find(SERVICE, 1, "links no room into hidlaudio",
-                  "name the rooms in target_link_libraries(hidlaudio …)")
+        tree.find(SERVICE, 1, "links no room into hidlaudio", "write: set(rooms NAME…)")
+        return []
+    for file in tree.glob("*/CMakeLists.txt"):
+        room = file.split("/")[0]
+        if room not in rooms and re.search(rf"add_room\(\s*{room}\s", _commands(tree, file)):
+            tree.find(SERVICE, 1, f"does not link the room {room}", "name it in set(rooms …)")
     return rooms
 
 
-def _optional(tree, file):
-    return _commands(tree, file) if tree.exists(file) else ""
+def check_added(tree, daemon):
+    """The tree's own build file knows each room."""
+    text = _commands(tree, ROOT)
+    for room in sorted({source.split("/")[0] for source in daemon.sources}):
+        if not re.search(rf"add_subdirectory\(\s*{room}\s*\)", text):
+            tree.find(ROOT, 1, f"lacks the room {room}", f"write: add_subdirectory({room})")
 
 
 def _add_target(tree, daemon, folder, file, pattern):

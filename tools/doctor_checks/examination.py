@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """All checks, one after the other."""
-from . import android_bp, cmake, code_paths, generators, init_rc, interfaces, middleware, sepolicy, vintf
+from . import (android_bp, cmake, code_paths, generators, init_rc, interfaces, middleware, sepolicy, vintf,
+               workstation)
 from .tree import Tree
 
 
@@ -11,6 +12,7 @@ def examine(root, hidl_gen=None):
     services = interfaces.load_services(tree, known)
     _check_interfaces(tree, known, services, hidl_gen)
     daemon = cmake.load_daemon(tree)
+    cmake.check_added(tree, daemon)
     code = code_paths.load_code_paths(tree, daemon)
     binary = android_bp.load_binary(tree)
     if binary:
@@ -20,6 +22,7 @@ def examine(root, hidl_gen=None):
     functions = middleware.load_functions(tree)
     middleware.check_page(tree, functions, code.paths)
     middleware.check_virtual_tv(tree, functions)
+    workstation.check_lists(tree, services)
     return sorted(set(tree.findings))
 
 

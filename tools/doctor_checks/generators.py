@@ -5,10 +5,12 @@ import tempfile
 from itertools import zip_longest
 from pathlib import Path
 
-from .interfaces import FOLDER, versions
+from .interfaces import FOLDER, ROOTS, versions
 from .tree import PACKAGE
 
 LANGUAGES = ("check", "hash", "androidbp", "java")
+UPREV = ("move it to the next minor version of the interface that it extends, a new interface to a new major"
+         " version, or extend one of the version before beside it (current.txt tells how)")
 
 
 def check_generators(tree, hidl_gen):
@@ -20,15 +22,14 @@ def check_generators(tree, hidl_gen):
                 _compare_blueprint(tree, version, Path(folder) / FOLDER / version / "Android.bp")
         for language, complaint in zip(LANGUAGES, complaints):
             if complaint:
-                tree.find(f"{FOLDER}/{version}", 1, f"hidl-gen -L{language} fails: {complaint}",
-                          "correct the .hal file that it names")
+                fix = UPREV if "minor version uprev" in complaint else "correct the .hal file that it names"
+                tree.find(f"{FOLDER}/{version}", 1, f"hidl-gen -L{language} fails: {complaint}", fix)
                 break
 
 
 def _run(tree, hidl_gen, version, language, folder):
     """What it complained of, empty where it did its work."""
-    command = [hidl_gen, f"-L{language}", "-o", folder, "-p", str(tree.root), "-r", f"{PACKAGE}:{FOLDER}",
-               "-r", "android.hidl:host/interfaces/hidl", f"{PACKAGE}@{version}"]
+    command = [hidl_gen, f"-L{language}", "-o", folder, *ROOTS, f"{PACKAGE}@{version}"]
     try:
         result = subprocess.run(command, cwd=tree.root, capture_output=True, text=True, timeout=60,
                                 check=False)

@@ -9,6 +9,7 @@ from .tree import PACKAGE, line_of
 FOLDER = "interfaces"
 FROZEN = f"{FOLDER}/current.txt"
 MAIN = "service/main.cpp"
+ROOTS = ("-p", ".", "-r", f"{PACKAGE}:{FOLDER}", "-r", "android.hidl:host/interfaces/hidl")
 UNDO = "undo the edit, and make the change in a new version (current.txt tells how)"
 
 

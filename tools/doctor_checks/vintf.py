@@ -60,10 +60,14 @@ def check_matrix(tree, services):
                     tree.find(MATRIX, interface.line, "the interface lacks its instance",
                               "write: <instance>default</instance>")
                 listed.setdefault((version.text.strip(), interface.value("name")), interface.line)
-    for key in expected:
-        if key not in listed:
-            tree.find(MATRIX, 1, f"does not permit @{key[0]}::{key[1]}",
-                      f"add {key[1]} with its instance default to the entry of version {key[0]}")
+    for version, name in expected:
+        if (version, name) not in listed:
+            interface = f"<interface><name>{name}</name><instance>default</instance></interface>"
+            present = any(version == other for other, _ in listed)
+            tree.find(MATRIX, 1, f"does not permit @{version}::{name}",
+                      f"add to the entry of version {version}: {interface}" if present else
+                      f'add: <hal format="hidl" optional="true"><name>{PACKAGE}</name>'
+                      f"<version>{version}</version>{interface}</hal>")
     for key, line in listed.items():
         if key not in expected:
             tree.find(MATRIX, line, f"permits @{key[0]}::{key[1]}, which is not to be declared", "remove it")
