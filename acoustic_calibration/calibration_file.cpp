@@ -9,13 +9,14 @@
 #include <algorithm>
 
 #include "acoustic_calibration/log_tag.h"
-#include "acoustic_calibration/uninterrupted.h"
 #include "platform/log.h"
+#include "platform/uninterrupted.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 namespace {
 
 using platform::logError;
+using platform::uninterrupted;
 
 constexpr mode_t kPermissions = 0600;
 constexpr uint32_t kMarker = 1;

@@ -7,14 +7,15 @@
 #include <unistd.h>
 
 #include "acoustic_calibration/log_tag.h"
-#include "acoustic_calibration/uninterrupted.h"
 #include "platform/log.h"
+#include "platform/uninterrupted.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 namespace {
 
 using platform::logDebug;
 using platform::logError;
+using platform::uninterrupted;
 
 constexpr mode_t kPermissions = 0600;
 constexpr int32_t kFailed = -1;

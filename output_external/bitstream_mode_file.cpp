@@ -5,18 +5,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "platform/uninterrupted.h"
+
 namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
 namespace {
 
-constexpr mode_t kPermissions = 0777;
+using platform::uninterrupted;
 
-/** Makes a call until no signal interrupts it: a signal must not cost the user's setting. */
-template <typename Call>
-auto uninterrupted(Call call) {
-    auto result = call();
-    while (result == -1 && errno == EINTR) result = call();
-    return result;
-}
+constexpr mode_t kPermissions = 0777;
 
 }  // namespace
 
