@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """What hidl-gen makes of the interfaces, where it is installed."""
+import re
 import subprocess
 import tempfile
 from itertools import zip_longest
@@ -11,6 +12,8 @@ from .tree import PACKAGE
 LANGUAGES = ("check", "hash", "androidbp", "java")
 UPREV = ("move it to the next minor version of the interface that it extends, a new interface to a new major"
          " version, or extend one of the version before beside it (current.txt tells how)")
+# What the comparison with current.txt finds as well, and tells better.
+FROZEN = r"does not match hash on record|cannot depend on unfrozen"
 
 
 def check_generators(tree, hidl_gen):
@@ -21,7 +24,7 @@ def check_generators(tree, hidl_gen):
             if not any(complaints) and tree.exists(f"{FOLDER}/{version}/Android.bp"):
                 _compare_blueprint(tree, version, Path(folder) / FOLDER / version / "Android.bp")
         for language, complaint in zip(LANGUAGES, complaints):
-            if complaint:
+            if complaint and not re.search(FROZEN, complaint):
                 fix = UPREV if "minor version uprev" in complaint else "correct the .hal file that it names"
                 tree.find(f"{FOLDER}/{version}", 1, f"hidl-gen -L{language} fails: {complaint}", fix)
                 break
@@ -35,7 +38,13 @@ def _run(tree, hidl_gen, version, language, folder):
                                 check=False)
     except (OSError, subprocess.TimeoutExpired) as error:
         return str(error)
-    return "" if result.returncode == 0 else " ".join(result.stderr.split()) or f"status {result.returncode}"
+    return "" if result.returncode == 0 else _first_error(result.stderr) or f"status {result.returncode}"
+
+
+def _first_error(text):
+    """What comes after it follows from it."""
+    lines = text.splitlines()
+    return next((line for line in lines if line.startswith("ERROR")), " ".join(text.split()))
 
 
 def _compare_blueprint(tree, version, generated):
