@@ -61,7 +61,7 @@ def write_tree(folder):
     """Two sources of a room, and the commands that compile them as the daemon's main."""
     entry = next(entry for entry in json.loads(DATABASE.read_text(encoding="utf-8"))
                  if entry["file"].endswith("/service/main.cpp"))
-    room = folder / "room"
+    room = folder / "a-room"
     room.mkdir()
     (room / "helper.h").write_text(HEADER, encoding="utf-8")
     entries = []
