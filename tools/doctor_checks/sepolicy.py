@@ -175,8 +175,10 @@ def check_hwservices(tree, types, services):
                       "remove the line")
         listed.setdefault(match[1], number)
         _check_hwservice_type(tree, types, match[2], number)
+    type_name = next((name for name, has in types.items() if "hwservice_manager_type" in has), "TYPE")
     for name in sorted(names - set(listed)):
-        tree.find(HWSERVICES, 1, f"lacks {name}: it could not be registered", f"add: {name} and its context")
+        tree.find(HWSERVICES, 1, f"lacks {name}: it could not be registered",
+                  f"add: {name} u:object_r:{type_name}:s0")
 
 
 def _check_hwservice_type(tree, types, name, line):
