@@ -147,6 +147,8 @@ FAULTS = [
      PAGE),
     ("host/middleware/functions.h", r"^.*MTEEPROM_Read.*\n", "", "lacks MTEEPROM_Read"),
     ("host/middleware/functions.h", r"MTEEPROM_Read", "MTEEPROM_Gone", "names MTEEPROM_Gone"),
+    ("host/middleware/eeprom.cpp", r'"MTEEPROM_Init"', '""', "no source beside it implements",
+     "host/middleware/functions.h"),
     (PAGE, r"^\| `MTEEPROM_Read` .*\n", "| `MTEEPROM_Gone` | libmtal | |\n", "names MTEEPROM_Gone"),
     (PAGE, r"^\| `/data/\S*/aqda.bin` .*\n", "", "does not name /data/vendor/tmp/recipe/aqda.bin"),
 ]

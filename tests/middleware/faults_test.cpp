@@ -91,6 +91,7 @@ class MiddlewareFaults : public testing::Test {
 TEST_F(MiddlewareFaults, AreReturnedAsOftenAsSet) {
     auto calls = workingCalls();
     for (const std::string_view function : host::kMiddlewareFunctions) {
+        ASSERT_EQ(calls.count(function), 1U) << function << " has no call here";
         const auto& call = calls.at(function);
         EXPECT_EQ(call(), 0) << function;
         makeFile(fileOf(function), "-17 2\n");

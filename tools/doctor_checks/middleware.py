@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """The vendor's functions: on the integrator's page, and on the virtual TV."""
+import posixpath
 import re
 
 from .tree import line_of
@@ -39,6 +40,10 @@ def check_virtual_tv(tree, functions):
         if name not in listed:
             tree.find(FAULTS, 1, f"lacks {name} ({HEADER}:{line})",
                       "add it to the list, and let it obey injectedStatus")
+    sources = "".join(tree.code(file) for file in tree.glob(f"{posixpath.dirname(FAULTS)}/*.cpp"))
     for name, line in listed.items():
         if name not in functions:
             tree.find(FAULTS, line, f"names {name}, which the daemon does not call", "remove it")
+        elif f'"{name}"' not in sources:
+            tree.find(FAULTS, line, f"names {name}, which no source beside it implements",
+                      f'implement it, with injectedStatus("{name}") before it works')
