@@ -113,7 +113,8 @@ int readFile(const std::string& path, Bytes& bytes) {
     bytes.resize(static_cast<size_t>(status.st_size));
     errno = 0;
     std::ifstream file(path, std::ios::binary);
-    if (file.read(reinterpret_cast<char*>(bytes.data()), status.st_size)) return kDone;
+    if (file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(status.st_size)))
+        return kDone;
     return fail(kWrongUsage,
                 path + " cannot be read: " + (errno != 0 ? strerror(errno) : "it became shorter"));
 }
