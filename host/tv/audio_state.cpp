@@ -32,6 +32,7 @@ AudioState audioState() {
     std::istringstream lines(contentOf("/soc/audio_decoder/equalizer"));
     for (std::string line; std::getline(lines, line);) state.equalizer.push_back(parseGain(line));
     state.volumeOffset = parseInt32(contentOf("/soc/audio_decoder/volume_offset"));
+    state.channelDelay = parseUint32(contentOf("/soc/audio_decoder/channel_main_delay_sp"));
     state.postProcessor = parseUint32(contentOf("/soc/audio_post/ready"));
     return state;
 }

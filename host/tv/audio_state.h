@@ -12,7 +12,8 @@ namespace hidlaudio::host {
 struct AudioState {
     std::vector<std::optional<double>> equalizer;  // in dB, as the decoder was last given it; empty: never
     std::optional<int32_t> volumeOffset;           // in tenths of a dB; none: never given
-    std::optional<uint32_t> postProcessor;         // what it answers, 0 while it is not ready; none: it fails
+    std::optional<uint32_t> channelDelay;   // of the speakers, as the decoder reports it; none: it fails
+    std::optional<uint32_t> postProcessor;  // what it answers, 0 while it is not ready; none: it fails
 };
 
 AudioState audioState();

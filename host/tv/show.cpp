@@ -46,6 +46,7 @@ void printAudio() {
         }
     }
     printf("\n  volume offset %s\n", orNone(audio.volumeOffset).c_str());
+    printf("  speaker delay %s\n", orNone(audio.channelDelay).c_str());
     printf("  post-processor ready %s\n", orNone(audio.postProcessor).c_str());
 }
 
@@ -143,6 +144,7 @@ ordered_json audioAsJson() {
     for (const auto& gain : audio.equalizer) equalizer.push_back(orNull(gain));
     return {{"equalizer", equalizer},
             {"volume_offset", orNull(audio.volumeOffset)},
+            {"speaker_delay", orNull(audio.channelDelay)},
             {"post_processor_ready", orNull(audio.postProcessor)}};
 }
 

@@ -60,7 +60,8 @@ TEST_F(TvCommand, MakesATvAndShowsIt) {
         "files": {"/data/vendor/tovi/hidlaudio/bitstream_output_mode.data": {"size": 4, "hex": "02000000"},
                   "/data/vendor/tovi/hidlaudio/large": {"size": 1000}},
         "wake_locks": ["HidlAudioHrtf"],
-        "audio": {"equalizer": [2.35, null, -9], "volume_offset": null, "post_processor_ready": 1}})");
+        "audio": {"equalizer": [2.35, null, -9], "volume_offset": null, "speaker_delay": 20,
+                  "post_processor_ready": 1}})");
     json shown = json::parse(mustRun({"show", "--json"}), nullptr, false);
     EXPECT_EQ(shown["tv"], tv_);
     shown.erase("tv");
