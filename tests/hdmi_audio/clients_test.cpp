@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "tests/support/becomes_true.h"
+#include "tests/support/process_state.h"
 #include "tests/support/run_program.h"
 
 namespace hidlaudio::test {
@@ -100,10 +101,7 @@ class HdmiAudioClients : public testing::Test {
         return becomesTrue([&] { return count(message) >= times; }) && count(message) == times;
     }
 
-    size_t descriptors() const {
-        const std::filesystem::directory_iterator open("/proc/" + std::to_string(daemon_->pid()) + "/fd");
-        return static_cast<size_t>(std::distance(open, {}));
-    }
+    size_t descriptors() const { return countOf("fd", daemon_->pid()); }
 
     const std::string event_ = "D hdmiaudio: issue capability changed callback event";
     const std::string finish_ = "D hdmiaudio: HIDL hdmiaudio set finish";
@@ -162,19 +160,6 @@ TEST_F(HdmiAudioClients, AreToldAlthoughOneBeforeThemDies) {
     EXPECT_TRUE(logs(2, removal_));
     EXPECT_EQ(set({"ARC_DD_NONE"}), 0);
     EXPECT_THAT(after->told(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
-}
-
-TEST_F(HdmiAudioClients, MayCallTheServiceFromInsideTheirCallback) {
-    const auto caller = registered("call");
-    const auto after = registered("print");
-    EXPECT_EQ(set({"ARC_DD_ATMOS"}), 0);
-    EXPECT_THAT(caller->told(), ElementsAre("ARC_DD_ATMOS EARC_DD_PLUS ARC_MP4AAC_5_1"));
-    EXPECT_EQ(set({"ARC_DD_NONE"}), 0);
-    EXPECT_THAT(caller->told(), ElementsAre("ARC_DD_ATMOS EARC_DD_PLUS ARC_MP4AAC_5_1",
-                                            "ARC_DD_NONE EARC_DD_PLUS ARC_MP4AAC_5_1", "ARC_DD_NONE"));
-    EXPECT_THAT(after->told(), ElementsAre("ARC_DD_ATMOS", "ARC_DD_NONE"));
-    caller->die();
-    EXPECT_TRUE(logs(3, removal_)) << "those that it registered from inside as well";
 }
 
 // A number goes along with each change: the service passes on whatever begins as a capability.

@@ -38,32 +38,14 @@ struct Stopper : Printer {
     }
 };
 
-/** Asks the service for the present state, and registers a further callback, before it returns. */
-struct Caller : Printer {
-    explicit Caller(const sp<IHdmiAudio>& hdmi) : service(hdmi) {}
-    Return<void> onCapabilityChanged(const hidl_vec<hidl_string>&) override {
-        const bool called =
-            service->getAudioCapabilities(print).isOk() && service->setCallback(further).isOk();
-        if (!called) _exit(1);
-        return Void();
-    }
-    const sp<IHdmiAudio> service;
-    const sp<Printer> further = new Printer;
-};
-
-sp<IHdmiAudioCallback> make(const char* kind, const sp<IHdmiAudio>& service) {
-    if (strcmp(kind, "stop") == 0) return new Stopper;
-    if (strcmp(kind, "call") == 0) return new Caller(service);
-    return new Printer;
-}
-
 }  // namespace
 
-/** Registers a callback of that kind ("print", "twice", "stop", "call"), prints "ready", and lives on. */
+/** Registers a callback of that kind ("print", "twice", "stop"), prints "ready", and lives on. */
 int main(int, char** argv) {
     const sp<IHdmiAudio> service = IHdmiAudio::getService();
     if (service == nullptr) return 1;
-    const sp<IHdmiAudioCallback> callback = make(argv[1], service);
+    sp<IHdmiAudioCallback> callback = new Printer;
+    if (strcmp(argv[1], "stop") == 0) callback = new Stopper;
     const int times = strcmp(argv[1], "twice") == 0 ? 2 : 1;
     for (int i = 0; i < times; ++i) {
         if (!service->setCallback(callback).isOk()) return 1;

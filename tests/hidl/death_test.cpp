@@ -32,11 +32,7 @@ struct Told : Mourner {
     sp<IBase> last;
 };
 
-class DeathTest : public HidlTest {
-  protected:
-    Service service_;
-    const sp<IProbe> probe_ = service_.get();
-};
+using DeathTest = ServedTest;
 
 TEST_F(DeathTest, EachLinkIsToldOnceOnAThreadOfThePool) {
     const sp<Told> twice = new Told();
@@ -58,7 +54,7 @@ TEST_F(DeathTest, EachLinkIsToldOnceOnAThreadOfThePool) {
     EXPECT_FALSE(probe_->unlinkToDeath(unlinked));
     dropped.clear();
     service_.kill();
-    EXPECT_TRUE(eventually([&] { return !last->cookies().empty(); }));
+    EXPECT_TRUE(becomesTrue([&] { return !last->cookies().empty(); }));
     EXPECT_THAT(twice->cookies(), ElementsAre(1, UINT64_MAX));
     EXPECT_THAT(unlinked->cookies(), IsEmpty());
     EXPECT_THAT(ofDropped->cookies(), IsEmpty());
@@ -81,9 +77,9 @@ TEST_F(DeathTest, ALinkMadeAfterTheEndIsToldAtOnce) {
     const sp<Told> late = new Told();
     EXPECT_TRUE(probe_->linkToDeath(first, 1));
     service_.kill();
-    EXPECT_TRUE(eventually([&] { return !first->cookies().empty(); }));
+    EXPECT_TRUE(becomesTrue([&] { return !first->cookies().empty(); }));
     EXPECT_TRUE(object->linkToDeath(late, 2));
-    EXPECT_TRUE(eventually([&] { return !late->cookies().empty(); }));
+    EXPECT_TRUE(becomesTrue([&] { return !late->cookies().empty(); }));
     EXPECT_THAT(late->cookies(), ElementsAre(2));
     EXPECT_EQ(late->last, object);
     EXPECT_FALSE(object->linkToDeath(late, 3));
@@ -114,7 +110,7 @@ TEST_F(DeathTest, ALinkToAProcessThatDiedUnnoticedTellsAtOnce) {
     EXPECT_TRUE(probe_->linkToDeath(told, 2));
     EXPECT_THAT(told->cookies(), IsEmpty());
     inCallback.open();
-    EXPECT_TRUE(eventually([&] { return told->cookies().size() == 2; }));
+    EXPECT_TRUE(becomesTrue([&] { return told->cookies().size() == 2; }));
     EXPECT_THAT(told->cookies(), ElementsAre(1, 2));
 }
 

@@ -10,27 +10,15 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 
-#include <chrono>
-#include <filesystem>
-#include <fstream>
-
 #include "probe.h"
+#include "tests/support/becomes_true.h"
 #include "tests/support/private_tv.h"
+#include "tests/support/process_state.h"
 
 namespace hidlaudio::test {
 
 using android::base::unique_fd;
 using android::hardware::interfacesEqual;
-
-/** Asks until the answer is yes; false after far longer than it can take. */
-inline bool eventually(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 /** What went wrong with a call, with the status's name in it; empty where nothing did. Examines. */
 template <typename T>
@@ -48,7 +36,7 @@ inline std::vector<std::string> eventsOf(const sp<ParentProbe>& probe) {
 
 /** Waits until the service has logged `event`. */
 inline bool logged(const sp<ParentProbe>& probe, const std::string& event) {
-    return eventually([&] { return testing::Matches(testing::Contains(event))(eventsOf(probe)); });
+    return becomesTrue([&] { return testing::Matches(testing::Contains(event))(eventsOf(probe)); });
 }
 
 /** A process beside the test (probe_process.cpp), killed at the latest with this object. Main thread. */
@@ -95,35 +83,10 @@ class Helper {
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
-    /** What the system holds for it. */
-    size_t descriptors() const { return entriesOf("/fd"); }
-    size_t threads() const { return entriesOf("/task"); }
-    /** Whether nothing in it wakes up any more, once it has done what there was to do. */
-    bool fallsAsleep() const {
-        return eventually([this] {
-            const std::string before = switches();
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            return switches() == before;
-        });
-    }
+    size_t descriptors() const { return countOf("fd", mPid); }
+    size_t threads() const { return countOf("task", mPid); }
 
   private:
-    std::string folder() const { return "/proc/" + std::to_string(mPid); }
-    size_t entriesOf(const std::string& name) const {
-        std::error_code ignored;
-        const std::filesystem::directory_iterator entries(folder() + name, ignored);
-        return static_cast<size_t>(std::distance(begin(entries), end(entries)));
-    }
-    // How often each of its threads went to sleep or was put off.
-    std::string switches() const {
-        std::string all;
-        for (const auto& task : std::filesystem::directory_iterator(folder() + "/task")) {
-            const std::string status = contentOf(task.path() / "status");
-            all += status.substr(status.find("voluntary_ctxt_switches"));
-        }
-        return all;
-    }
-
     pid_t mPid = -1;
     unique_fd mInput;
     unique_fd mOutput;
@@ -189,6 +152,13 @@ class HidlTest : public testing::Test {
         alarm(90);  // no test takes a tenth of that, on a machine that is busy with other things
     }
     ~HidlTest() override { alarm(0); }
+};
+
+/** With a service of one thread, and a proxy of it. */
+class ServedTest : public HidlTest {
+  protected:
+    Service service_;
+    const sp<IProbe> probe_ = service_.get();
 };
 
 }  // namespace hidlaudio::test

@@ -20,7 +20,7 @@ TEST_F(HostileTest, WhoIsSilentOrDoesNotReadStopsNobody) {
         RawClient deaf;
         const Write text = sequence(20'000, std::string(20'000, 't') + std::string(1, '\0'));
         const RawMessage call = rawCall(deaf.object(), kEchoText, text);
-        EXPECT_TRUE(eventually([&] { return !sendRaw(deaf.channel, call) && errno == EPIPE; }));
+        EXPECT_TRUE(becomesTrue([&] { return !sendRaw(deaf.channel, call) && errno == EPIPE; }));
     }
     {
         // Many channels, more than a process gets.
@@ -141,7 +141,7 @@ TEST_F(HostileTest, AServiceWithoutDescriptorsRefusesAndLives) {
         for (size_t i = 0; i < kLimit; ++i) peers.emplace_back("small");
         EXPECT_TRUE(closes(peers.back().control()));
         EXPECT_EQ(probe->add(1, 2), 3);
-        EXPECT_TRUE(service.fallsAsleep());
+        EXPECT_TRUE(fallsAsleep(service.pid()));
     }
     RawClient next("small");
     EXPECT_TRUE(sendRaw(next.channel, rawCall(next.object(), kMark)));

@@ -28,7 +28,7 @@ TEST_F(KilledClientsTest, LeaveNothingBehind) {
             Helper churn({"churn", std::to_string(clients), std::to_string(seed)});
             EXPECT_EQ(churn.wait(), 0);
             EXPECT_EQ(probe->add(1, 2), 3);
-            EXPECT_TRUE(eventually([&] { return service.descriptors() == descriptors; }))
+            EXPECT_TRUE(becomesTrue([&] { return service.descriptors() == descriptors; }))
                 << service.descriptors() << " descriptors, not " << descriptors;
             EXPECT_EQ(errorOf(probe->setCallback(nullptr)), "");
         };

@@ -8,7 +8,7 @@ namespace {
 
 using testing::HasSubstr;
 
-class ObjectsTest : public HidlTest {
+class ObjectsTest : public ServedTest {
   protected:
     /** A callback that is counted while it lives. */
     sp<Callback> counted() {
@@ -21,13 +21,11 @@ class ObjectsTest : public HidlTest {
         return callback;
     }
     bool allEnd() {
-        return eventually([this] { return alive_ == 0; });
+        return becomesTrue([this] { return alive_ == 0; });
     }
     /** A proxy of an object that lives in the service. */
     sp<IProbeCallback> servicesObject() { return sp<IProbeCallback>(probe_->makeCallback()); }
 
-    Service service_;
-    const sp<IProbe> probe_ = service_.get();
     std::atomic<int> alive_{0};
     std::atomic<int32_t> endedOn_{0};
 };
@@ -52,16 +50,6 @@ TEST_F(ObjectsTest, ALocalObjectComesBackAsItself) {
         };
         EXPECT_EQ(errorOf(probe_->passCallbacks(one.given, check)), "");
     }
-}
-
-TEST_F(ObjectsTest, AnObjectThatIsKeptIsCalledAndReturned) {
-    const sp<Callback> callback = new Callback();
-    EXPECT_EQ(errorOf(probe_->setCallback(callback)), "");
-    const auto check = [](int32_t answer, int32_t status) { EXPECT_EQ(answer, 42 + status); };
-    EXPECT_EQ(errorOf(probe_->callBack(41, check)), "");
-    EXPECT_EQ(sp<IProbeCallback>(probe_->getCallback()), callback);
-    EXPECT_EQ(errorOf(probe_->setCallback(nullptr)), "");
-    EXPECT_EQ(sp<IProbeCallback>(probe_->getCallback()), nullptr);
 }
 
 TEST_F(ObjectsTest, ARemoteObjectArrivesAsANewProxyEachTime) {

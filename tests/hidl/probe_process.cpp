@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <hidl/HidlTransportSupport.h>
 #include <signal.h>
-#include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -123,12 +121,7 @@ int churn(const Arguments& arguments) {
     return 0;
 }
 
-struct Role {
-    const char* name;
-    int (*run)(const Arguments& arguments);
-};
-
-constexpr Role kRoles[] = {
+constexpr std::pair<const char*, int (*)(const Arguments&)> kRoles[] = {
     {"serve", serve}, {"hold", hold}, {"hang", hang}, {"fetch", fetch}, {"churn", churn},
 };
 
@@ -138,13 +131,8 @@ constexpr Role kRoles[] = {
 int main(int count, char** arguments) {
     // A test that is killed leaves nobody behind.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    for (const auto& role : hidlaudio::test::kRoles) {
-        if (count > 1 && strcmp(arguments[1], role.name) == 0) {
-            return role.run(hidlaudio::test::Arguments(arguments + 2, arguments + count));
-        }
-    }
-    fprintf(stderr,
-            "usage: probe_process serve INSTANCE THREADS DESCRIPTORS JOINERS | hold NUMBER | "
-            "hang nested|idle | fetch | churn CLIENTS SEED\n");
+    for (const auto& [name, run] : hidlaudio::test::kRoles)
+        if (count > 1 && name == std::string(arguments[1]))
+            return run(hidlaudio::test::Arguments(arguments + 2, arguments + count));
     return 2;
 }

@@ -202,7 +202,7 @@ struct RawClient : RawPeer {
 };
 
 /** Beside a client that must not suffer. */
-class HostileTest : public HidlTest {
+class HostileTest : public ServedTest {
   protected:
     HostileTest() {
         EXPECT_EQ(probe_->add(1, 2), 3);
@@ -213,12 +213,10 @@ class HostileTest : public HidlTest {
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(probe_->add(1, 2), 3);
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
-        EXPECT_TRUE(eventually([=] { return service_.descriptors() == descriptors_ + more; }))
+        EXPECT_TRUE(becomesTrue([=] { return service_.descriptors() == descriptors_ + more; }))
             << service_.descriptors() << " descriptors, not " << descriptors_ + more;
     }
 
-    Service service_;
-    const sp<IProbe> probe_ = service_.get();
     size_t descriptors_;
 };
 

@@ -149,11 +149,11 @@ TEST_F(RegistryTest, WhoAsksIsToldOfRegistrations) {
     EXPECT_TRUE(ofDefault->are({kChild + "default existing"}) && ofAll->are(expected));
     EXPECT_EQ(first.get()->registerAnother("other", 2), android::OK);
     expected.push_back(kParent + "other new");
-    EXPECT_TRUE(eventually([&] { return ofAll->are(expected); }));
+    EXPECT_TRUE(becomesTrue([&] { return ofAll->are(expected); }));
     first.kill();
     Service second;
     expected.push_back(kParent + "default new");
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(becomesTrue([&] {
         return ofDefault->are({kChild + "default existing", kChild + "default new"}) && ofAll->are(expected);
     }));
 }

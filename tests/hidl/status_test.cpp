@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <hidl/HidlPassthroughSupport.h>
 #include <signal.h>
 
 #include "fixture.h"
@@ -73,21 +72,7 @@ TEST_F(StatusTest, ANullResultCallbackIsRefusedByTheProxy) {
 TEST_F(StatusTest, AnIdleServiceSleeps) {
     Service service;
     EXPECT_EQ(service.get()->add(1, 2), 3);
-    EXPECT_TRUE(service.fallsAsleep());
-}
-
-TEST_F(StatusTest, OnewayCallsOfAWrappedObjectRunInOrderOnAThreadOfTheirOwn) {
-    const sp<IProbe> wrapped = android::hardware::details::wrapPassthrough<IProbe>(new Probe(1));
-    ASSERT_NE(wrapped, nullptr);
-    EXPECT_EQ(wrapped->add(1, 2), 3);
-    Gate gate;
-    EXPECT_EQ(errorOf(wrapped->note(1, gate.handle())), "");
-    EXPECT_EQ(errorOf(wrapped->note(2, nullptr)), "");
-    gate.awaitEntry();
-    EXPECT_THAT(eventsOf(wrapped), testing::IsEmpty());
-    gate.open();
-    EXPECT_TRUE(logged(wrapped, "note 2"));
-    EXPECT_THAT(eventsOf(wrapped), testing::ElementsAre("note 1", "note 2"));
+    EXPECT_TRUE(fallsAsleep(service.pid()));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <atomic>
 #include <future>
+#include <random>
 #include <set>
 
 #include "raw_peer.h"
@@ -163,7 +165,7 @@ TEST_F(ThreadsTest, AClientsPoolIsOneThread) {
     };
     EXPECT_EQ(errorOf(probe->setCallback(callback)), "");
     for (int i = 0; i < 4; ++i) EXPECT_EQ(errorOf(probe->callBackFromThread(nullptr)), "");
-    EXPECT_TRUE(eventually([&] { return done == 4; }));
+    EXPECT_TRUE(becomesTrue([&] { return done == 4; }));
     EXPECT_EQ(threadsHere.size(), 1u);
     EXPECT_EQ(threadsHere.count(threadNumber()), 0u);
 }
@@ -230,6 +232,60 @@ TEST_F(ThreadsTest, ManyThreadsOfAClientCallAtOnce) {
     };
     std::vector<std::future<void>> threads(8);
     for (int i = 0; i < 8; ++i) threads[static_cast<size_t>(i)] = std::async(std::launch::async, call, i);
+}
+
+struct Client : RawClient {
+    // Once it has had an answer, only the order of its calls counts.
+    Client() {
+        EXPECT_TRUE(sendRaw(channel, rawCall(object(), UINT32_MAX)));
+        EXPECT_EQ(statusOfReply(channel), android::UNKNOWN_TRANSACTION);
+    }
+    void send() { EXPECT_TRUE(sendRaw(channel, rawCall(object(), kMark))); }
+};
+
+// What has been sent lies in the service's queue, so that the order of sending is
+// the order of arrival, and the only right one to be served in.
+TEST_F(ThreadsTest, CallsOfAllClientsAreServedInOrderOfArrival) {
+    constexpr uint32_t kRounds = 4;
+    Service service;
+    const sp<IProbe> probe = service.get();
+    Gate gate;
+    uint32_t expected = 0;
+    for (const size_t count : {2u, 5u, 50u}) {
+        SCOPED_TRACE(count);
+        std::vector<Client> clients(count);
+        std::vector<Client*> order(count);
+        for (size_t i = 0; i < count; ++i) order[i] = &clients[i];
+        std::shuffle(order.begin(), order.end(), std::minstd_rand(count));
+        auto busy = waitAt(probe, 0, &gate);
+        for (Client* client : order) client->send();
+        gate.open();
+        for (uint32_t i = 0; i < kRounds * count; ++i) {
+            Client* client = order[i % count];
+            ASSERT_EQ(positionOfReply(client->channel), expected++);
+            if (i + count < kRounds * count) client->send();
+        }
+        EXPECT_EQ(busy.get(), "");
+    }
+}
+
+// A client that was answered early and calls again comes behind those that wait already.
+TEST_F(ThreadsTest, AnEarlyAnswerBuysNoPlaceInTheQueue) {
+    Service service;
+    Gate gate;
+    Client early;
+    Client other;
+    const RawMessage call = rawCall(early.object(), kAnswerThenWait,
+                                    [&gate](auto& parcel) { parcel.writeNativeHandleNoDup(gate.handle()); });
+    EXPECT_TRUE(sendRaw(early.channel, rawMessage(kDescriptorsFollow)));
+    EXPECT_TRUE(sendRaw(early.channel, call));
+    EXPECT_EQ(statusOfReply(early.channel), android::OK);
+    gate.awaitEntry();
+    other.send();
+    early.send();
+    gate.open();
+    EXPECT_EQ(positionOfReply(other.channel), 0u);
+    EXPECT_EQ(positionOfReply(early.channel), 1u);
 }
 
 }  // namespace

@@ -16,11 +16,7 @@ using testing::HasSubstr;
 
 constexpr size_t kKiB = 1024;
 
-class ValuesTest : public HidlTest {
-  protected:
-    Service service_;
-    const sp<IProbe> probe_ = service_.get();
-};
+using ValuesTest = ServedTest;
 
 Everything extremes() {
     const Item item{"item", {1.5f, -2.5f}, {"", "note"}, true, Colour::GREEN};
