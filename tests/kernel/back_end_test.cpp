@@ -118,19 +118,6 @@ class BackEnd : public testing::Test {
     std::string payload_;
 };
 
-TEST_F(BackEnd, ReceivesEveryByteOfEitherKind) {
-    behave("rate 100000000\ndevice result 0xF3\n\nresult 0x07\nhrtf state 2");
-    for (const size_t size : {0U, 1U, 65536U, 65537U, 300000U}) {
-        const std::string sent = payload_.substr(0, size);
-        EXPECT_EQ(upload(0, sent), std::pair(0, 0xF3));
-        EXPECT_EQ(upload(1, sent + "h"), std::pair(2, 7));
-        EXPECT_EQ(received(0), sent);
-        EXPECT_EQ(received(1), sent + "h");
-    }
-    EXPECT_EQ(stateOf(0), std::pair(0, 0xF3)) << "it stays";
-    EXPECT_EQ(contentOf(tv_ / kStateFiles[1]), "\x02\x07");
-}
-
 TEST_F(BackEnd, IsReadableFromAChangeUntilTheStateWasReadAfresh) {
     behave("hang");
     const Watch watch(0), other(1);
@@ -190,7 +177,6 @@ TEST_F(BackEnd, RefusesWrongCommands) {
         int error;
     };
     for (Row row : {Row{0xC0106304, {1, 0, address}, ENOTTY},
-                    {0x6301, {1, 0, address}, ENOTTY},
                     {kSet[0], {1, 1, address}, EINVAL},
                     {kSet[0], {1, 0, 0}, EFAULT},
                     {kSet[0], {2, 0, UINT64_MAX}, EFAULT},
@@ -206,9 +192,6 @@ TEST_F(BackEnd, FailsWhereItShall) {
     Argument argument = argumentOf(payload_);
     behave("device ioctl_fails on");
     EXPECT_EQ(command(kSet[0], &argument), EIO);
-    EXPECT_EQ(command(kCancel[0], nullptr), EIO);
-    behave("open_fails");
-    EXPECT_EQ(command(kSet[1], &argument), EIO);
     const host::LogCapture log;
     behave("rate 1\nrate many");
     EXPECT_EQ(command(kSet[1], &argument), EINVAL);
@@ -244,32 +227,6 @@ TEST_F(BackEnd, ServesTwoThreadsAtOnce) {
     uploads(1);
     device.join();
     EXPECT_EQ(received(0), payload_);
-}
-
-TEST(BackEndBehaviour, TakesLinesAndNamesWhatIsAccepted) {
-    std::string problem;
-    for (const auto& [text, formatted] : {std::pair("rate 1", "rate 1"),
-                                          {" hrtf  result 0xF3 ", "hrtf result 243"},
-                                          {"hang", "hang on"},
-                                          {"device ioctl_fails off", "device ioctl_fails off"}}) {
-        const auto line = host::parseBehaviourLine(text, problem);
-        ASSERT_TRUE(line) << problem;
-        EXPECT_EQ(host::formatBehaviourLine(*line), formatted);
-    }
-    for (const auto& [text, part] : {std::pair("", "with these settings:\n  rate"),
-                                     {"hrtf", "hang  on or off"},
-                                     {"speed 1", "ioctl_fails"},
-                                     {"rate 1 2", "accepted is"},
-                                     {"rate 0", "1 to 2147483647"},
-                                     {"rate", "rate takes"},
-                                     {"result 256", "0 to 0xFF"},
-                                     {"result 0x", "0 to 0xFF"},
-                                     {"result -1", "0 to 0xFF"},
-                                     {"hang 1", "on or off"},
-                                     {"hrtf open_fails on", "for one kind alone"}}) {
-        EXPECT_FALSE(host::parseBehaviourLine(text, problem)) << text;
-        EXPECT_NE(problem.find(part), std::string::npos) << problem;
-    }
 }
 
 }  // namespace

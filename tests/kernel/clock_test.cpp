@@ -10,49 +10,19 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
-#include <thread>
-
-#include "tests/support/private_tv.h"
+#include <chrono>
 
 namespace hidlaudio::test {
 namespace {
 
 using host::setClockSpeed;
 using host::SteppedClock;
-using std::chrono::seconds;
 using std::chrono::steady_clock;
 using namespace std::chrono_literals;
-
-constexpr char kMarker[] = "/data/marker";
-
-/** What the daemon's readiness wait does; the number of sleeps, or -1 on timeout. */
-int waitForMarker() {
-    for (int sleeps = 0; sleeps < 200; ++sleeps) {
-        if (access(kMarker, F_OK) == 0) return sleeps;
-        const timespec interval{0, 100000000};
-        nanosleep(&interval, nullptr);
-    }
-    return -1;
-}
 
 bool isReadable(int fd) {
     pollfd entry{fd, POLLIN, 0};
     return poll(&entry, 1, 0) == 1;
-}
-
-TEST(SteppedClock, ActsBetweenTwoSleeps) {
-    const PrivateTv tv{"data"};
-    SteppedClock clock;
-    EXPECT_EQ(waitForMarker(), -1);
-    EXPECT_EQ(clock.sleeps(), std::vector<SteppedClock::Time>(200, 100ms));
-    EXPECT_EQ(clock.now(), 20s);
-
-    clock.onSleep([&](size_t count) {
-        if (count == 200 + 37) makeFile(tv / "data/marker");
-    });
-    EXPECT_EQ(waitForMarker(), 37);
-    EXPECT_EQ(usleep(2500000), 0);
-    EXPECT_EQ(clock.sleeps().back(), 2500ms);
 }
 
 TEST(SteppedClock, FiresATimerWhenTimeHasPassed) {
@@ -88,40 +58,6 @@ TEST(SteppedClock, FiresATimerWhenTimeHasPassed) {
     clock.advance(100s);
     EXPECT_FALSE(isReadable(timer)) << "it was disarmed";
     EXPECT_EQ(close(timer), 0);
-}
-
-TEST(SteppedClock, LetsThreadsWaitUntilItIsAdvanced) {
-    SteppedClock clock(SteppedClock::Sleeps::Wait);
-    std::atomic<int> done{0};
-    std::thread sleeper([&] {
-        usleep(500000);
-        ++done;
-        usleep(500000);
-        ++done;
-    });
-    std::thread waiter([&] {
-        const int timer = timerfd_create(CLOCK_MONOTONIC, 0);
-        const int epoll = epoll_create(1);
-        epoll_event event{EPOLLIN, {}};
-        epoll_ctl(epoll, EPOLL_CTL_ADD, timer, &event);
-        const itimerspec two{{}, {2, 0}};
-        timerfd_settime(timer, 0, &two, nullptr);
-        if (epoll_wait(epoll, &event, 1, -1) == 1) done += 10;
-        close(timer);
-        close(epoll);
-    });
-    clock.awaitPending(2);
-    clock.advance(499ms);
-    EXPECT_EQ(done, 0);
-    clock.advance(1ms);
-    clock.awaitPending(2);
-    EXPECT_EQ(done, 1);
-    clock.advance(500ms);
-    sleeper.join();
-    EXPECT_EQ(done, 2);
-    clock.advance(1s);
-    waiter.join();
-    EXPECT_EQ(done, 12);
 }
 
 TEST(ScaledClock, MakesSleepsAndTimersFaster) {
