@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <signal.h>
 
-#include <chrono>
-#include <functional>
-#include <thread>
-
+#include "tests/support/becomes_true.h"
 #include "tests/tv/tv_command.h"
 
 namespace hidlaudio::test {
@@ -13,7 +10,6 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
-using namespace std::chrono_literals;
 
 /** `tv` with the daemon beside it, or a shell script in its place. */
 class Boot : public TvCommand {
@@ -37,15 +33,6 @@ class Boot : public TvCommand {
 
     std::string noteOfDaemon() const { return contentOf(tv_ + "/run/hidlaudio.pid"); }
     pid_t daemon() const { return std::atoi(noteOfDaemon().c_str()); }
-
-    /** Ends the test where something that must happen does not within 20 s. */
-    static void await(const std::function<bool()>& happened) {
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
-        while (!happened()) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-            std::this_thread::sleep_for(2ms);
-        }
-    }
 
     /** A process that has ended may stay in the table until its new parent has looked. */
     static bool runs(pid_t pid) {
@@ -111,7 +98,7 @@ TEST_F(Boot, InForegroundShowsTheLogUntilInterrupted) {
     makeFile(tv_ + "/log/hidlaudio.log", "earlier\n");
     for (const int signal : {SIGINT, SIGTERM}) {
         RunningProgram foreground({command_, "boot"});
-        await([&] { return foreground.out() == "out\nerr\n"; });
+        ASSERT_TRUE(becomesTrue([&] { return foreground.out() == "out\nerr\n"; }));
         const pid_t pid = daemon();
         kill(foreground.pid(), signal);
         EXPECT_EQ(foreground.wait(), 0) << foreground.err();
@@ -119,7 +106,7 @@ TEST_F(Boot, InForegroundShowsTheLogUntilInterrupted) {
     }
     // Before it has come up, in the background: it is taken back.
     RunningProgram background({command_, "boot", "--background"});
-    await([&] { return daemon() > 0; });
+    ASSERT_TRUE(becomesTrue([&] { return daemon() > 0; }));
     const pid_t pid = daemon();
     kill(background.pid(), SIGINT);
     EXPECT_EQ(background.wait(), 1);
@@ -131,7 +118,8 @@ TEST_F(Boot, InForegroundEndsWithAnothersShutdown) {
     useScript(std::string("trap '' TERM; ") + kTalking);
     RunningProgram follower({command_, "log", "-f"});
     RunningProgram foreground({command_, "boot"});
-    await([&] { return foreground.out() == "out\nerr\n" && follower.out() == "out\nerr\n"; });
+    ASSERT_TRUE(
+        becomesTrue([&] { return foreground.out() == "out\nerr\n" && follower.out() == "out\nerr\n"; }));
     const pid_t pid = daemon();
     const Outcome outcome = run({"shutdown"});
     EXPECT_EQ(outcome.status, 0);
@@ -153,7 +141,7 @@ TEST_F(Boot, StartsNoDaemonWithoutTheAudioHal) {
     }
     useScript("echo $$ > " + tv_ + "/waiting; exec sleep 1000", "audio_hal");
     RunningProgram boot({command_, "boot"});
-    await([&] { return std::atoi(contentOf(tv_ + "/waiting").c_str()) > 0; });
+    ASSERT_TRUE(becomesTrue([&] { return std::atoi(contentOf(tv_ + "/waiting").c_str()) > 0; }));
     const pid_t hal = std::atoi(contentOf(tv_ + "/waiting").c_str());
     kill(boot.pid(), SIGINT);
     EXPECT_EQ(boot.wait(), 1);

