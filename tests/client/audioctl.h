@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/back_end_tv.h"
 #include "tests/support/becomes_true.h"
 #include "tests/support/run_program.h"
 
@@ -53,7 +54,23 @@ class Audioctl : public testing::Test {
         return process;
     }
 
-    PrivateTv tv_{"run"};
+    BackEndTv tv_;
+};
+
+/** The daemon itself, on that TV. */
+class AudioctlTv : public Audioctl {
+  protected:
+    AudioctlTv() {
+        for (const char* key : {"arc_dd_plus_capab", "earc_ddp_cap", "arc_mpeg4_aac_lc_capab"})
+            makeFile(tv_ / (std::string("soc/config/g_audio__") + key), "1\n");
+    }
+
+    /** With those environment variables; all its services are registered. */
+    static std::unique_ptr<RunningProgram> startDaemon(const std::vector<std::string>& variables = {}) {
+        auto daemon = std::make_unique<RunningProgram>(std::vector<std::string>{DAEMON}, variables);
+        EXPECT_EQ(run({"wait"}).status, 0);
+        return daemon;
+    }
 };
 
 }  // namespace hidlaudio::test

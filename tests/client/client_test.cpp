@@ -147,23 +147,13 @@ TEST_F(Audioctl, RefusesWrongUsage) {
                {{""}, 2, "", "\"\" is no command"},
                {{"external"}, 2, "", "missing; these are: " + verbs},
                {{"external", "put"}, 2, "", "\"put\" is no command; these are: " + verbs},
-               {{"external", "--all", "get"}, 2, "", "--all is no option"},
-               {{"external", "set"}, 2, "", "on|off"},
                {{"external", "set", "ON"}, 2, "", "{on,off}"},
-               {{"external", "set", "on", "off"}, 2, "", "\"off\" is not expected"},
-               {{"external", "format", "a", "b"}, 2, "", "\"b\" is not expected"},
                {{"ping", "-n", "0"}, 2, "", "1 to 1000000"},
-               {{"ping", "-n", "-1"}, 2, "", "-n"},
-               {{"ping", "loudspeaker"}, 2, "", kExternal},
                {{"wait", "list"}, 2, "", "external  " + std::string(kExternal)},
                {{"wait", "external/"}, 2, "", "\"external/\" is no service"},
                {{"wait", "a@1.0::IFoo!"}, 2, "", "is no service"},
-               {{"wait", std::string(100000, '.')}, 2, "", "is no service"},
-               {{"--timeout"}, 2, "", "--timeout"},
                {{"list", "--timeout", "0"}, 2, "", "0.001 to 86400"},
                {{"list", "--timeout", "nan"}, 2, "", "0.001 to 86400"},
-               {{"list", "--timeout", "1s"}, 2, "", "0.001 to 86400"},
-               {{"list", "--tv", ""}, 2, "", "--tv"},
                {{"wait", "--tv", tv_ / "nosuch"}, 2, "", "nosuch is no TV"}});
     EXPECT_FALSE(std::filesystem::exists(tv_ / "nosuch"));
 }

@@ -112,10 +112,7 @@ TEST_F(Dump, GathersABugReportWhateverFails) {
 
 TEST_F(Dump, RefusesWrongUsage) {
     expectAll({{{"dump"}, 3, "", "no service is registered"},
-               {{"dump", "loudspeaker"}, 2, "", "is no service"},
-               {{"dump", "--all"}, 2, "", "--output"},
                {{"dump", "--output", "a"}, 2, "", "--all"},
-               {{"dump", "--all", "--output", ""}, 2, "", "must not be empty"},
                {{"dump", "external", "--all", "--output", "a"}, 2, "", "--all"}});
 }
 

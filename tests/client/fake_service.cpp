@@ -4,9 +4,7 @@
 #include <hidl/HidlTransportSupport.h>
 #include <unistd.h>
 
-#include "fake_calibration.h"
-#include "fake_speakers.h"
-#include "fake_virtualizer.h"
+#include <string>
 
 namespace {
 
@@ -74,27 +72,13 @@ class FakeListener : public V3_1::IOutputEncodingStatusListener {
 
 }  // namespace
 
-/** Serves those named: "external", "listener", "speaker", "calibration", "center", "virtualizer", "mic". */
+/** Serves those named: "external", "listener". */
 int main(int argc, char** argv) {
     android::hardware::configureRpcThreadpool(1, true);
     for (int i = 1; i < argc; ++i) {
-        const std::string name = argv[i];
-        android::status_t status;
-        if (name == "external") {
-            status = (new FakeOutput())->registerAsService();
-        } else if (name == "speaker") {
-            status = (new hidlaudio::test::FakeSpeaker())->registerAsService();
-        } else if (name == "calibration") {
-            status = (new hidlaudio::test::FakeCalibration())->registerAsService();
-        } else if (name == "center") {
-            status = (new hidlaudio::test::FakeCenter())->registerAsService();
-        } else if (name == "mic") {
-            status = (new hidlaudio::test::FakeMic())->registerAsService();
-        } else if (name == "virtualizer") {
-            status = (new hidlaudio::test::FakeVirtualizer())->registerAsService();
-        } else {
-            status = (new FakeListener())->registerAsService();
-        }
+        const bool external = std::string(argv[i]) == "external";
+        const android::status_t status =
+            external ? (new FakeOutput())->registerAsService() : (new FakeListener())->registerAsService();
         if (status != android::OK) return 1;
     }
     android::hardware::joinRpcThreadpool();

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <sstream>
 
 #include "client/calibration/applied_values.h"
 #include "client/calibration/calibration_file.h"
@@ -48,49 +49,17 @@ TEST(HostileText, CutAnywhere) {
 }
 
 TEST(HostileText, ShuffledPieces) {
-    const std::string pieces[] = {"Channel:",
-                                  "Filter 1:",
-                                  "GraphicEQ:",
-                                  "Preamp:",
-                                  "Delay:",
-                                  "ON",
-                                  "PK",
-                                  "HS",
-                                  "Fc",
-                                  "Gain",
-                                  "Q",
-                                  "BW Oct",
-                                  "20",
-                                  "-1,5",
-                                  "1e9",
-                                  ";",
-                                  "\n",
-                                  "all",
-                                  "L",
-                                  "nan",
-                                  "[",
-                                  "]",
-                                  "{",
-                                  "}",
-                                  "\"channel\":",
-                                  "\"FL\"",
-                                  ",",
-                                  "\"equalizer\":",
-                                  "\xff",
-                                  "\0",
-                                  "99999999999999999999",
-                                  "-",
-                                  "\r",
-                                  "dB",
-                                  "Hz",
-                                  "0.01",
-                                  "\"level\":",
-                                  ":"};
+    std::istringstream all(
+        "Channel:|Filter 1:|GraphicEQ:|Preamp:|Delay:|ON|PK|HS|Fc|Gain|Q|BW Oct|20|-1,5|1e9|;|\n|all|L|nan|"
+        "[|]|{|}|\"channel\":|\"FL\"|,|\"equalizer\":|\xff||99999999999999999999|-|\r|dB|Hz|0.01|"
+        "\"level\":|:");
+    std::vector<std::string> pieces;
+    for (std::string piece; std::getline(all, piece, '|');) pieces.push_back(piece);
     std::mt19937 random(7);
     for (int round = 0; round < 1500; ++round) {
         std::string text = round % 3 == 0 ? "[" : round % 3 == 1 ? "Filter: ON PK Fc 20 Gain 1 Q 1\n" : "";
         for (size_t i = random() % 30; i > 0; --i)
-            text += pieces[random() % std::size(pieces)] + (i % 2 ? " " : "");
+            text += pieces[random() % pieces.size()] + (i % 2 ? " " : "");
         importAnything(text);
         std::string changed = round % 2 == 0 ? kEqualizer : kFile;
         for (int i = 0; i < 3; ++i) changed[random() % changed.size()] = static_cast<char>(random() % 256);
