@@ -60,17 +60,6 @@ TEST_F(Start, RestoresNothingWithoutAHal) {
     });
 }
 
-TEST_F(Start, OutlivesTheHal) {
-    const HalProcess hal;
-    inOwnProcess([&] {
-        const sp<IAcousticCalibration> service = started();
-        takeBlocks();
-        hal.kill();
-        EXPECT_EQ(service->setEnabled(false), 0);
-        EXPECT_EQ(takeBlocks(), kFlatBlock);
-    });
-}
-
 /** How far a part of the TV is: ready, after some sleeps, or never. */
 enum Stage { Ready, Late, Never };
 
