@@ -2,7 +2,6 @@
 #include <android/hardware/audio/5.0/IDevicesFactory.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputEncodingStatusListener.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
-#include <com/tovi/dtv/hardware/audio/4.0/ICenterSpeaker.h>
 #include <com/tovi/dtv/hardware/audio/5.1/IAcousticCalibration.h>
 #include <com/tovi/dtv/hardware/audio/6.1/IMicControl.h>
 #include <com/tovi/dtv/hardware/audio/6.1/IOutputSpeaker.h>
@@ -91,17 +90,11 @@ TEST_F(Daemon, KeepsTheCalibrationThroughAKill) {
     EXPECT_EQ(contentOf(tv_ / "hal/parameters/ac_offset"), "14.350000\n");
 }
 
-TEST_F(Daemon, ServesAllServicesOnATvWithoutAHal) {
-    switchTvOn();
-    const RunningProgram daemon({DAEMON});
-    EXPECT_EQ(awaitService<V6_1::IMicControl>()->getMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC"), 0.0F);
-    EXPECT_FALSE(awaitService<V4_0::ICenterSpeaker>()->isCenterSpeakerInputAvailable());
-    EXPECT_EQ(awaitService<V6_1::IOutputSpeaker>()->setTvPosition(1), 0);
-    EXPECT_EQ(contentOf(tv_ / "soc/config/g_audio__tv_position"), "1\n");
-}
-
 TEST_F(Daemon, OutlivesTheHal) {
     switchTvOn();
+    makeFile(tv_ / "soc/eeprom.bin", std::string(0x1001B, '\0'));
+    makeFile(tv_ / "soc/audio_post/ready", "1\n");
+    makeFile(tv_ / "soc/audio_decoder/volume_offset");
     makeFile(tv_ / "hal/parameters/builtin_mic_gain", "0.25\n");
     RunningProgram hal({AUDIO_HAL});
     awaitService<android::hardware::audio::V5_0::IDevicesFactory>();
@@ -113,8 +106,10 @@ TEST_F(Daemon, OutlivesTheHal) {
     EXPECT_EQ(mic->getMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC"), 0.0F);
     EXPECT_EQ(mic->setMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC", 0.5F), -1);
     EXPECT_THAT(daemon.err(), HasSubstr("E MicControl: setParameters failed"));
+    EXPECT_EQ(mic->getMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC"), 0.0F) << "once more";
     EXPECT_EQ(awaitService<V6_1::IOutputSpeaker>()->setTvPosition(1), 0);
     EXPECT_EQ(contentOf(tv_ / "soc/config/g_audio__tv_position"), "1\n");
+    EXPECT_EQ(awaitService<V5_1::IAcousticCalibration>()->setEnabled(false), 0);
 }
 
 TEST_F(Daemon, ServesOnlyOnceTheTvIsReady) {
