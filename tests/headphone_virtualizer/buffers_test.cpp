@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fixture.h"
-#include "headphone_virtualizer/parameter_buffer.h"
 
 namespace hidlaudio::test {
 namespace {
@@ -81,17 +80,6 @@ TEST_F(Buffers, HandlesComeRoundAndPassTheOneInUse) {
     }
     EXPECT_EQ(append(kept, "x"), 0);
     log_.take();
-}
-
-TEST_F(Buffers, OperationsRefuseNoSlot) {
-    using namespace V5_1::implementation;
-    logged();
-    EXPECT_EQ(allocateParameterBufferInt(nullptr, 1), 0);
-    EXPECT_EQ(discardParameterBufferInt(nullptr), -5);
-    EXPECT_EQ(appendInt(nullptr, nullptr, 0), -5);
-    EXPECT_EQ(checkDataSize(nullptr), -5);
-    EXPECT_EQ(initializeParameter(nullptr), -3);
-    EXPECT_EQ(logged().back(), "E [initializeParameter] AudHvParameter is nullptr");
 }
 
 }  // namespace
