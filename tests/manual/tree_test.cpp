@@ -11,7 +11,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 /** A program with all that makes trouble: quotes, dots, backslashes, sets that the help hides. */
@@ -44,25 +43,6 @@ class SomeProgram : public testing::Test {
     std::string mode_ = "slow";
     std::vector<std::string> texts_;
 };
-
-TEST_F(SomeProgram, IsReadAsItsUserSeesIt) {
-    const Command root = readCommandTree(app_);
-    ASSERT_EQ(root.commands.size(), 1u);
-    ASSERT_EQ(root.commands[0].commands.size(), 1u);
-    const Command& leaf = root.commands[0].commands[0];
-    EXPECT_EQ(leaf.path, "prog group leaf");
-    ASSERT_EQ(leaf.arguments.size(), 2u);
-    EXPECT_THAT(leaf.arguments[0].accepted, ElementsAre("on", "off"));
-    EXPECT_TRUE(leaf.arguments[0].required && !leaf.arguments[0].repeats);
-    EXPECT_TRUE(leaf.arguments[1].repeats && leaf.arguments[1].kind == ValueKind::File);
-    ASSERT_EQ(leaf.options.size(), 3u) << "--help, --mode, --quick";
-    const Argument& mode = leaf.options[1];
-    EXPECT_THAT(mode.names, ElementsAre("-m", "--mode"));
-    EXPECT_THAT(mode.accepted, ElementsAre("fast-one", "slow"));
-    EXPECT_EQ(mode.placeholder + mode.initial, "MODEslow");
-    EXPECT_THAT(leaf.options[2].excluded, ElementsAre("--mode"));
-    EXPECT_THAT(leaf.options[2].placeholder, IsEmpty());
-}
 
 TEST_F(SomeProgram, TakesSuggestionsOnlyForWhatIsThere) {
     Command root = readCommandTree(app_);
