@@ -3,9 +3,7 @@
 #include <gmock/gmock.h>
 #include <hidl/HidlTransportSupport.h>
 
-#include <chrono>
-#include <thread>
-
+#include "tests/support/becomes_true.h"
 #include "tests/support/run_program.h"
 
 namespace hidlaudio::test {
@@ -18,17 +16,9 @@ using android::hardware::hidl_vec;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using namespace std::chrono_literals;
 
 class AudioHal : public testing::Test {
   protected:
-    AudioHal() {
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
-        while ((factory_ = IDevicesFactory::getService()) == nullptr) {
-            if (std::chrono::steady_clock::now() > deadline) break;
-            std::this_thread::sleep_for(2ms);
-        }
-    }
     void SetUp() override { ASSERT_NE(factory_, nullptr) << process_.err(); }
 
     /** The device, and what the HAL says of it. */
@@ -66,7 +56,7 @@ class AudioHal : public testing::Test {
 
     PrivateTv tv_{"run/hwbinder", "hal/parameters", "hal/faults"};
     RunningProgram process_{{AUDIO_HAL}};
-    sp<IDevicesFactory> factory_;
+    sp<IDevicesFactory> factory_ = awaitService<IDevicesFactory>();
 };
 
 TEST_F(AudioHal, KeepsItsParametersInFiles) {
