@@ -63,6 +63,10 @@ TEST_F(DeathTest, EachLinkIsToldOnceOnAThreadOfThePool) {
     EXPECT_NE(twice->thread, threadNumber());
     EXPECT_EQ(twice->thread, last->thread);
 
+    const sp<IProbe> local = new Probe(1);
+    EXPECT_TRUE(local->linkToDeath(last, 7));
+    EXPECT_FALSE(local->linkToDeath(nullptr, 7));
+    EXPECT_TRUE(local->unlinkToDeath(last));
     EXPECT_FALSE(probe_->unlinkToDeath(twice));
     const Return<bool> late = probe_->linkToDeath(unknown, 6);
     EXPECT_TRUE(late.isOk());
@@ -83,14 +87,6 @@ TEST_F(DeathTest, ALinkMadeAfterTheEndIsToldAtOnce) {
     EXPECT_THAT(late->cookies(), ElementsAre(2));
     EXPECT_EQ(late->last, object);
     EXPECT_FALSE(object->linkToDeath(late, 3));
-}
-
-TEST_F(DeathTest, ALocalObjectIsLinkedAndNeverTells) {
-    const sp<IProbe> local = new Probe(1);
-    const sp<Told> told = new Told();
-    EXPECT_TRUE(local->linkToDeath(told, 1));
-    EXPECT_FALSE(local->linkToDeath(nullptr, 1));
-    EXPECT_TRUE(local->unlinkToDeath(told));
 }
 
 TEST_F(DeathTest, ALinkToAProcessThatDiedUnnoticedTellsAtOnce) {

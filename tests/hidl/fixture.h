@@ -97,7 +97,6 @@ struct ServiceOptions {
     std::string instance = "default";
     size_t descriptors = 0;
     bool joins = true;
-    int joiners = 1;
 };
 
 /** A process that serves a probe; registered when the constructor returns. */
@@ -105,7 +104,7 @@ class Service : public Helper {
   public:
     explicit Service(const ServiceOptions& options = {})
         : Helper({"serve", options.instance, std::to_string(options.threads),
-                  std::to_string(options.descriptors), std::to_string(options.joiners)}),
+                  std::to_string(options.descriptors)}),
           mInstance(options.instance) {
         EXPECT_EQ(readLine(), "ready");
         if (options.joins) letGo();

@@ -42,8 +42,6 @@ int serve(const Arguments& arguments) {
     char go;
     if (read(STDIN_FILENO, &go, 1) != 1) return 1;
     probe->log("joined");
-    for (int i = 1; i < std::stoi(arguments.at(3)); ++i)
-        std::thread([] { android::hardware::joinRpcThreadpool(); }).detach();
     android::hardware::joinRpcThreadpool();
     return 1;
 }

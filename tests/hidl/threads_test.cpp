@@ -68,29 +68,6 @@ TEST_F(ThreadsTest, APoolServesAsManyCallsAtOnceAsItHasThreads) {
     }
 }
 
-// However few threads the pool was made for, each that joins it serves; but only one a client's channel.
-TEST_F(ThreadsTest, WhoJoinsASmallPoolSharesIt) {
-    ServiceOptions options;
-    options.joiners = 2;
-    Service service(options);
-    const sp<IProbe> probe = service.get();
-    RawClient hasty;
-    Gate gates[2];
-    for (int32_t i : {0, 1}) {
-        EXPECT_TRUE(sendRaw(hasty.channel, rawMessage(kDescriptorsFollow)));
-        const auto arguments = [&](Parcel& parcel) {
-            parcel.writeInt32(i);
-            parcel.writeNativeHandleNoDup(gates[i].handle());
-        };
-        EXPECT_TRUE(sendRaw(hasty.channel, rawCall(hasty.object(), kWait, arguments)));
-    }
-    gates[0].awaitEntry();
-    EXPECT_EQ(probe->add(1, 2), 3);
-    EXPECT_THAT(eventsOf(probe), testing::Not(testing::Contains("enter 1")));
-    for (Gate& gate : gates) gate.open();
-    EXPECT_TRUE(logged(probe, "leave 1"));
-}
-
 TEST_F(ThreadsTest, MisuseEndsTheProcess) {
     EXPECT_DEATH(joinRpcThreadpool(), "configureRpcThreadpool");
     EXPECT_DEATH(configureRpcThreadpool(0, true), "pool");
