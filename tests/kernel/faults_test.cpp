@@ -75,21 +75,6 @@ TEST(Faults, PassOrLastAndCountOnlyTheTvsCalls) {
     EXPECT_EQ(countedCalls("usleep"), 1U);
 }
 
-TEST(Faults, ACallThatFailsDoesNothingButAClose) {
-    const PrivateTv tv{"data"};
-    makeFile(tv / "data/file", "content");
-    const int fd = open(kFile, O_RDWR);
-    ASSERT_GE(fd, 0);
-    for (const char* call : {"remove", "unlink", "close"}) {
-        const ScopedFault fault({call, 1, EUCLEAN});
-        const std::string name = call;
-        EXPECT_EQ(name == "remove" ? remove(kFile) : name == "unlink" ? unlink(kFile) : close(fd), -1);
-        EXPECT_EQ(errno, EUCLEAN) << call;
-    }
-    EXPECT_EQ(contentOf(tv / "data/file"), "content");
-    EXPECT_EQ(close(fd), -1);
-}
-
 TEST(Faults, ShortCallsMoveTheBytesAllowed) {
     const PrivateTv tv{"data"};
     FILE* stream = fopen(kFile, "w");

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/kernel/log.h"
-
 #include <android/log.h>
 #include <errno.h>
 #include <gmock/gmock.h>
@@ -12,9 +10,6 @@
 
 namespace hidlaudio::test {
 namespace {
-
-using host::LogCapture;
-using host::LogLine;
 
 TEST(Log, IsPrintedAsLogcatDoes) {
     testing::internal::CaptureStderr();
@@ -38,20 +33,6 @@ TEST(Log, IsPrintedAsLogcatDoes) {
     EXPECT_THAT(lines, testing::ElementsAre("D HidlAudio: value 5", "E AV      : ends its line",
                                             "I kernel_test: first", "I kernel_test: second",
                                             "V V       : " + std::string(3000, 'x')));
-}
-
-TEST(Log, IsCapturedByTheInnermost) {
-    LogCapture outer;
-    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "one\n");
-    {
-        LogCapture inner;
-        __android_log_print(ANDROID_LOG_WARN, "T", "two");
-        EXPECT_THAT(inner.lines(), testing::ElementsAre(LogLine{ANDROID_LOG_WARN, "T", "two"}));
-    }
-    const LogLine one{ANDROID_LOG_DEBUG, "kernel_test", "one\n"};
-    EXPECT_THAT(outer.take(), testing::ElementsAre(one));
-    __android_log_print(ANDROID_LOG_INFO, "T", "three");
-    EXPECT_THAT(outer.take(), testing::ElementsAre(LogLine{ANDROID_LOG_INFO, "T", "three"}));
 }
 
 }  // namespace

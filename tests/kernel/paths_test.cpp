@@ -2,8 +2,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <stdio.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "host/kernel/tv_path.h"
@@ -28,30 +26,6 @@ TEST(Paths, OnlyTheTvsOwnLieBelowTheRoot) {
         EXPECT_EQ(TvPath(path).real(), path) << "must be the very same pointer";
     }
     EXPECT_EQ(TvPath(nullptr).real(), nullptr);
-}
-
-TEST(Paths, FilesAreMadeReadAndRemovedOnTheTv) {
-    const PrivateTv tv{"data/vendor"};
-    constexpr char kFile[] = "/data/vendor/file";
-    const int fd = open(kFile, O_RDWR | O_CREAT | O_EXCL, 0640);
-    ASSERT_GE(fd, 0);
-    struct stat status {};
-    ASSERT_EQ(fstat(fd, &status), 0);
-    EXPECT_EQ(status.st_mode & 0700, 0600U) << "the mode must reach the real call";
-    EXPECT_EQ(write(fd, "abcd", 4), 4);
-    EXPECT_EQ(lseek(fd, 1, SEEK_SET), 1);
-    char bytes[8] = {};
-    EXPECT_EQ(read(fd, bytes, sizeof(bytes)), 3);
-    EXPECT_EQ(close(fd), 0);
-
-    FILE* stream = fopen64(kFile, "r+");
-    ASSERT_NE(stream, nullptr);
-    EXPECT_EQ(fseek(stream, -1, SEEK_END), 0);
-    EXPECT_EQ(fwrite("xyz", 1, 3, stream), 3U);
-    EXPECT_EQ(fclose(stream), 0);
-    EXPECT_EQ(contentOf(tv / "data/vendor/file"), "abcxyz");
-    EXPECT_EQ(remove(kFile), 0);
-    EXPECT_EQ(contentOf(tv / "data/vendor/file"), "(none)");
 }
 
 TEST(Paths, ErrnoIsThatOfTheRealCall) {
