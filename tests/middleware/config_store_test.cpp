@@ -26,22 +26,6 @@ int32_t set(const char* key, int32_t value, int32_t mode) {
     return a_mtktvapi_config_set_value(-1, key, value, mode);
 }
 
-TEST(ConfigStoreSession, IsNeeded) {
-    // In a process of its own: nothing closes the connection that other tests open.
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    static const PrivateTv tv{"soc/config", "soc/faults"};  // static: exit takes it away
-    makeFile(tv / "soc/config/key", "5\n");
-    const auto isRefused = [](bool failing) {
-        if (failing) makeFile(tv / "soc/faults/MTAL_Init", "-9\n");
-        const int32_t opened = failing ? MTAL_Init() : 0;
-        int32_t value = 0;
-        return opened == (failing ? -9 : 0) && get("key", value) != 0 && set("key", 6, 7) != 0;
-    };
-    EXPECT_EXIT(exit(isRefused(false) ? 0 : 1), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(exit(isRefused(true) ? 0 : 1), testing::ExitedWithCode(0), "");
-    EXPECT_EQ(contentOf(tv / "soc/config/key"), "5\n");
-}
-
 class ConfigStore : public testing::Test {
   protected:
     ConfigStore() { EXPECT_EQ(MTAL_InitExCb(nullptr), 0); }
@@ -50,22 +34,6 @@ class ConfigStore : public testing::Test {
     LogCapture log_;
     int32_t value_ = 0;
 };
-
-TEST_F(ConfigStore, KeepsEveryValueAsText) {
-    for (const int32_t value : {INT32_MIN, INT32_MAX}) {
-        EXPECT_EQ(set(kKey, value, 7), 0);
-        EXPECT_EQ(contentOf(tv_ / "soc/config/" + kKey), std::to_string(value) + "\n");
-        EXPECT_EQ(get(kKey, value_), 0);
-        EXPECT_EQ(value_, value);
-    }
-    // What a person writes with echo, or without a newline.
-    for (const auto& [text, value] : {std::pair("7\n", 7), {" -7 \n", -7}, {"07", 7}}) {
-        makeFile(tv_ / "soc/config/key", text);
-        EXPECT_EQ(get("key", value_), 0) << text;
-        EXPECT_EQ(value_, value);
-    }
-    EXPECT_THAT(log_.lines(), testing::IsEmpty());
-}
 
 TEST_F(ConfigStore, FailsOnAFileThatHoldsNoNumber) {
     std::filesystem::create_directory(tv_ / "soc/config/folder");

@@ -20,19 +20,6 @@ class Audio : public testing::Test {
     host::LogCapture log_;
 };
 
-TEST_F(Audio, ReportsTheDelay) {
-    const std::string file = tv_ / "soc/audio_decoder/channel_main_delay_sp";
-    uint32_t delay = 7;
-    for (const char* text : {"", "-1", "4294967296", "1.5", "late"}) {
-        makeFile(file, text);
-        EXPECT_NE(MTAUDDEC_GetChannelMainDelaySp(&delay), 0) << text;
-        EXPECT_EQ(delay, 7U) << text;
-        EXPECT_THAT(log_.take().at(0).text, HasSubstr(file));
-    }
-    std::filesystem::remove(file);
-    EXPECT_NE(MTAUDDEC_GetChannelMainDelaySp(&delay), 0);
-}
-
 TEST_F(Audio, TellsWhetherThePostProcessorIsReady) {
     uint32_t answer = 7;
     const MTAUDPOST_Request request{0x42, 1, &answer, {}};
