@@ -66,13 +66,11 @@ TEST_F(TvCommand, MakesATvAndShowsIt) {
     EXPECT_EQ(shown["tv"], tv_);
     shown.erase("tv");
     EXPECT_EQ(shown, expected) << shown.dump(2);
-    EXPECT_THAT(
-        mustRun({"show"}),
-        AllOf(HasSubstr("without back-end controller, with centre input"), HasSubstr("hidlaudio not running"),
-              HasSubstr("g_audio__earc_ddp_cap: no 32-bit"), HasSubstr("DRV_Init returns -3, 2 times"),
-              HasSubstr("4 bytes 02000000"), HasSubstr("HidlAudioHrtf"), HasSubstr("tv_position wall_mount"),
-              HasSubstr("equalizer 2.35 ? -9\n"), HasSubstr("segment (0x10089) 0x53"),
-              HasSubstr("center_speaker_mode (0x10116) cannot")));
+    EXPECT_THAT(mustRun({"show"}),
+                AllOf(HasSubstr("without back-end controller, with centre input"),
+                      HasSubstr("hidlaudio not running"), HasSubstr("g_audio__earc_ddp_cap: no 32-bit"),
+                      HasSubstr("DRV_Init returns -3, 2 times"), HasSubstr("4 bytes 02000000"),
+                      HasSubstr("equalizer 2.35 ? -9\n"), HasSubstr("center_speaker_mode (0x10116) cannot")));
 }
 
 TEST_F(TvCommand, InitLosesNothing) {
