@@ -44,16 +44,6 @@ class SomeProgram : public testing::Test {
     std::vector<std::string> texts_;
 };
 
-TEST_F(SomeProgram, TakesSuggestionsOnlyForWhatIsThere) {
-    Command root = readCommandTree(app_);
-    std::string problem;
-    EXPECT_TRUE(addSuggestions(root, {{"prog group leaf", "FILE", {"a", "b"}}}, problem));
-    EXPECT_THAT(valuesOf(root.commands[0].commands[0].arguments[1]), ElementsAre("a", "b"));
-    EXPECT_FALSE(addSuggestions(root, {{"prog group leaf", "FOLDER", {"a"}}}, problem));
-    EXPECT_EQ(problem, "`prog group leaf` has no argument FOLDER");
-    EXPECT_FALSE(addSuggestions(root, {{"prog gone", "FILE", {"a"}}}, problem));
-}
-
 TEST_F(SomeProgram, HasAPageThatShowsItsTextAsItIs) {
     const std::string page = manPage(readCommandTree(app_), {"1", "2026-11-24", "some 1.0-2"}, ".SH FILES\n");
     for (const char* part : {
