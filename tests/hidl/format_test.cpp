@@ -90,6 +90,8 @@ TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
     };
     for (const Case& one : kCases) {
         SCOPED_TRACE(one.name);
+        // An emulator keeps the descriptors that do not fit into the receiver's buffer; a kernel closes them.
+        if (HIDLAUDIO_EMULATED && one.messages.back().fds.size() > kMaxDescriptors) continue;
         {
             RawPeer peer;
             for (const RawMessage& message : one.messages) EXPECT_TRUE(sendRaw(peer.control(), message));

@@ -166,6 +166,7 @@ TEST_F(KilledClientsTest, LeaveNothingBehind) {
         const sp<IProbe> probe = service.get();
         EXPECT_EQ(probe->add(1, 2), 3);
         const size_t descriptors = service.descriptors();
+        const size_t threads = service.threads();
         const auto kill = [&](int clients) {
             Helper churn({"churn", std::to_string(clients), std::to_string(seed)});
             EXPECT_EQ(churn.wait(), 0);
@@ -177,11 +178,10 @@ TEST_F(KilledClientsTest, LeaveNothingBehind) {
         // Until the allocator and the event log have what they need.
         kill(pool.clients / 5);
         const uint64_t heap = probe->heapInUse();
-        const size_t threads = service.threads();
         kill(pool.clients);
-        // Each further thread may meanwhile have taken its share of packet buffers.
-        EXPECT_LT(probe->heapInUse(), heap + 32 * 1024 + (pool.threads - 1) * 128 * 1024);
-        EXPECT_EQ(service.threads(), threads);
+        // Each thread may meanwhile have taken its share of packet buffers.
+        EXPECT_LT(probe->heapInUse(), heap + 64 * 1024 + (pool.threads - 1) * 128 * 1024);
+        EXPECT_LE(service.threads(), threads + pool.threads - 1);
     }
 }
 

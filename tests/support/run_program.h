@@ -75,8 +75,8 @@ struct Outcome {
     std::string err;
 };
 
-inline Outcome runProgram(std::vector<std::string> arguments) {
-    RunningProgram program(std::move(arguments));
+inline Outcome runProgram(std::vector<std::string> arguments, std::vector<std::string> variables = {}) {
+    RunningProgram program(std::move(arguments), std::move(variables));
     const int status = program.wait();
     return {status, program.out(), program.err()};
 }

@@ -12,14 +12,18 @@ class ScratchCommand : public TvCommand {
     ScratchCommand() { std::filesystem::create_directory(scratch_); }
 
     std::vector<std::string> commandLine(const std::vector<std::string>& arguments) const {
-        std::vector<std::string> all{"/usr/bin/env", "TMPDIR=" + scratch_, command_};
+        std::vector<std::string> all{command_};
         all.insert(all.end(), arguments.begin(), arguments.end());
         return all;
     }
 
-    Outcome runHere(const std::vector<std::string>& arguments) { return runProgram(commandLine(arguments)); }
+    std::vector<std::string> variables() const { return {"TMPDIR=" + scratch_}; }
 
-    /** The daemon itself is DAEMON. */
+    Outcome runHere(const std::vector<std::string>& arguments) {
+        return runProgram(commandLine(arguments), variables());
+    }
+
+    /** The daemon itself is started by RUN_DAEMON. */
     void useScript(const std::string& script) {
         const std::string bin = folder_ / "bin/";
         if (std::filesystem::create_directory(bin)) {
@@ -32,7 +36,12 @@ class ScratchCommand : public TvCommand {
         command_ = bin + "tv";
     }
 
-    bool leavesNothing() const { return std::filesystem::is_empty(scratch_); }
+    std::vector<std::string> leftBehind() const {
+        std::vector<std::string> files;
+        for (const auto& file : std::filesystem::recursive_directory_iterator(scratch_))
+            files.push_back(file.path());
+        return files;
+    }
 
     const std::string scratch_ = folder_ / "tmp";
 };

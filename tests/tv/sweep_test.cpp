@@ -66,7 +66,7 @@ TEST_F(Sweep, TellsWhatEachFaultChanges) {
     EXPECT_EQ(killed["files"].size(), 2U)
         << "the restart gives the TV the mode of the file, which is the old one";
     for (const json& row : sweep[0]["faults"]) EXPECT_TRUE(row["struck"]) << row;
-    EXPECT_TRUE(leavesNothing());
+    EXPECT_THAT(leftBehind(), IsEmpty());
 }
 
 TEST_F(Sweep, FlagsWhatMustNotBe) {
@@ -81,7 +81,7 @@ TEST_F(Sweep, FlagsWhatMustNotBe) {
         "write:*:EIO) export HIDLAUDIO_FAULT=write:2:dies ;;\n"
         "write:*:ENOSPC) export HIDLAUDIO_FAULT=write:2:delay=1000000 ;;\n"
         "esac\n"
-        "exec " DAEMON "\n");
+        "exec " RUN_DAEMON "\n");
     const Outcome outcome = runHere({"sweep", scenario(kTiny), "--json"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.err, HasSubstr("7 runs show what must not be"));
@@ -98,7 +98,7 @@ TEST_F(Sweep, FlagsWhatMustNotBe) {
     for (const auto& [call, fault, text] : flags)
         EXPECT_THAT(rowOf(sweep, call, fault)["flags"].dump(), HasSubstr(text));
     EXPECT_THAT(rowOf(sweep, "open", "delay=22000")["flags"], IsEmpty());
-    EXPECT_TRUE(leavesNothing());
+    EXPECT_THAT(leftBehind(), IsEmpty());
 }
 
 TEST_F(Sweep, NamesTheLineThatIsWrong) {
@@ -131,12 +131,12 @@ bool anyProcessOn(const std::string& folder) {
 TEST_F(Sweep, LeavesNothingAfterCtrlC) {
     const std::string path = scenario(kTiny);
     for (const int signal : {SIGINT, SIGKILL}) {
-        RunningProgram sweep(commandLine({"sweep", path}));
+        RunningProgram sweep(commandLine({"sweep", path}), variables());
         EXPECT_TRUE(becomesTrue([&] { return anyProcessOn(scratch_ + "/"); }));
         kill(sweep.pid(), signal);
         EXPECT_EQ(sweep.wait(), signal == SIGINT ? 1 : 128 + SIGKILL);
         if (signal == SIGINT) {
-            EXPECT_TRUE(leavesNothing());
+            EXPECT_THAT(leftBehind(), IsEmpty());
         }
         EXPECT_TRUE(becomesTrue([&] { return !anyProcessOn(scratch_ + "/"); }));
     }
@@ -151,14 +151,14 @@ TEST_F(Soak, ComesToRestWithNothingLeft) {
         EXPECT_THAT(outcome.out,
                     AllOf(HasSubstr("0.2 h of the TV's time: "), HasSubstr("the daemon at rest: ")));
     }
-    EXPECT_TRUE(leavesNothing());
+    EXPECT_THAT(leftBehind(), IsEmpty());
 }
 
 TEST_F(Soak, TellsWhatMustNotBe) {
     const std::pair<const char*, const char*> daemons[] = {
         {"exit 1", "! hidlaudio ended with status 1\n"},
-        {"HIDLAUDIO_FAULT=write:4:dies exec " DAEMON, "! crash: the daemon was ended by signal 9"},
-        {"echo Stray >>\"$HIDLAUDIO_TV/power/wake_lock\"; exec " DAEMON,
+        {"HIDLAUDIO_FAULT=write:4:dies exec " RUN_DAEMON, "! crash: the daemon was ended by signal 9"},
+        {"echo Stray >>\"$HIDLAUDIO_TV/power/wake_lock\"; exec " RUN_DAEMON,
          "! state: the wake lock Stray is held"},
     };
     for (const auto& [script, problem] : daemons) {
