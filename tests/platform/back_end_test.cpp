@@ -108,10 +108,6 @@ TEST_F(BackEnd, TakesCommands) {
     block[35] = '\xA0';
     hex[70] = 'a';
     EXPECT_EQ(setEnabledToBeCtrl(BECTRL_SPEC_HV_ENABLE, true), 0);
-    EXPECT_EQ(setEnabledToBeCtrl(BECTRL_SPEC_HV_UPMIX, false), 0);
-    EXPECT_EQ(setCalibratedDataToBeCtrl(block.data()), 0);
-    EXPECT_EQ(tv_.commands(), "32 1 01\n33 1 00\n28 36 " + hex + "\n");
-    std::filesystem::remove(tv_ / "soc/bectrl/custom_spec.log");
 
     // What can't be opened is tried for the calibration alone.
     log_.take();
@@ -120,7 +116,7 @@ TEST_F(BackEnd, TakesCommands) {
     EXPECT_EQ(logged("AudioHV").back(), "E [setEnabledToBeCtrl] HV MTAL_Init failed, Return:-4 ");
     EXPECT_EQ(setCalibratedDataToBeCtrl(block.data()), 0);
     EXPECT_EQ(logged("AudioAC").back(), "E [setCalibratedDataToBeCtrl] AC MTAL_Init failed, ret = -4 ");
-    EXPECT_EQ(tv_.commands(), "28 36 " + hex + "\n");
+    EXPECT_EQ(tv_.commands(), "32 1 01\n28 36 " + hex + "\n");
 
     tv_.fail("MTDRVCUST_dcustom_cust_spec_set", "-6 2");
     EXPECT_EQ(setEnabledToBeCtrl(BECTRL_SPEC_HV_UPMIX, true), -6);
@@ -136,24 +132,7 @@ TEST_F(BackEnd, TakesCommands) {
     EXPECT_EQ(logged("AudioHV").back(), "E [setEnabledToBeCtrl] BECtrl Boot failed [TimeOut].");
     EXPECT_EQ(setCalibratedDataToBeCtrl(block.data()), -1);
     EXPECT_EQ(logged("AudioAC").back(), "E [setCalibratedDataToBeCtrl] BECtrl Boot failed [TimeOut].");
-    EXPECT_EQ(tv_.commands(), "28 36 " + hex + "\n");
-}
-
-TEST_F(BackEnd, RefusalsOfItsDriverAreTold) {
-    const uint8_t byte = 1;
-    const auto set = [&] { return setParametersToBeCtrl(BECTRL_IOC_SET_DEVICE_PARAMETER, &byte, 1); };
-    const auto cancel = [] { return notifyCancelToBeCtrl(BECTRL_IOC_CANCEL_HRTF_PARAMETER); };
-    EXPECT_EQ(cancel(), -5) << "there is nothing to cancel";
-    tv_.behave("ioctl_fails\n");
-    EXPECT_EQ(set(), -5);
-    EXPECT_THAT(logged("AudioHV"), ElementsAre("E [notifyCancelToBeCtrl] ioctl() failed! : (-1)",
-                                               "E [setParametersToBeCtrl] ioctl() failed! : (-1)"));
-    tv_.behave("open_fails\n");
-    EXPECT_EQ(cancel(), -5);
-    EXPECT_EQ(set(), -5);
-    EXPECT_THAT(logged("AudioHV"),
-                ElementsAre("E [notifyCancelToBeCtrl] bectrl device file open failed! : (-5)",
-                            "E [setParametersToBeCtrl] bectrl device file open failed! : (-5)"));
+    EXPECT_EQ(tv_.commands(), "32 1 01\n28 36 " + hex + "\n");
 }
 
 TEST_F(BackEnd, TransferStateIsReadWholeOrNotAtAll) {

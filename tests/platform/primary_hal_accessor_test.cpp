@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/prctl.h>
 
 #include "platform/PrimaryHalAccessor.h"
 #include "tests/support/fake_hal.h"
@@ -65,13 +67,30 @@ TEST_F(PrimaryHalAccessor, TriesAgainUntilThereIsADevice) {
 }
 
 TEST_F(PrimaryHalAccessor, OutlivesAHalThatEndsWhileItOpens) {
-    const HalProcess dying([] { raise(SIGKILL); });
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t dying = fork();
+    if (dying == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const sp<FakeHal> hal = FakeHal::start();
+        hal->onOpen = [] { raise(SIGKILL); };
+        android::hardware::configureRpcThreadpool(1, true);
+        close(ready[1]);
+        android::hardware::joinRpcThreadpool();
+    }
+    close(ready[1]);
+    char byte;
+    EXPECT_EQ(read(ready[0], &byte, 1), 0) << "closed: it is registered";
+    close(ready[0]);
     inOwnProcess([&] {
         EXPECT_EQ(ask(), nullptr);
         EXPECT_THAT(logged(), testing::Not(testing::Contains(kFailed)));
         const sp<FakeHal> hal = FakeHal::start();
         EXPECT_EQ(ask(), hal->device);
     });
+    int status = 0;
+    EXPECT_EQ(waitpid(dying, &status, 0), dying);
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
 }
 
 }  // namespace

@@ -4,10 +4,6 @@
 #include <android/hardware/audio/5.0/IDevicesFactory.h>
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <functional>
 #include <string>
@@ -52,7 +48,7 @@ struct FakeDevice : IPrimaryDevice {
     }
 };
 
-/** An audio HAL in the test's own process, or the one that a HalProcess serves. */
+/** An audio HAL in the process that makes it. */
 struct FakeHal : IDevicesFactory {
     sp<FakeDevice> device = new FakeDevice;
     Result result = Result::OK;
@@ -72,40 +68,6 @@ struct FakeHal : IDevicesFactory {
         EXPECT_EQ(hal->registerAsService("default"), android::OK);
         return hal;
     }
-};
-
-/** An audio HAL in a process of its own, registered when the constructor returns; see inOwnProcess(). */
-class HalProcess {
-  public:
-    explicit HalProcess(const std::function<void()>& onOpen = [] {}) {
-        int ready[2];
-        if (pipe(ready) != 0) abort();
-        pid_ = fork();
-        if (pid_ == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            const sp<FakeHal> hal = FakeHal::start();
-            hal->onOpen = onOpen;
-            android::hardware::configureRpcThreadpool(1, true);
-            if (write(ready[1], "", 1) == 1) android::hardware::joinRpcThreadpool();
-            _exit(1);
-        }
-        close(ready[1]);
-        char byte = 0;
-        EXPECT_EQ(read(ready[0], &byte, 1), 1);
-        close(ready[0]);
-    }
-    ~HalProcess() {
-        kill();
-        waitpid(pid_, nullptr, 0);
-    }
-    HalProcess(const HalProcess&) = delete;
-    HalProcess& operator=(const HalProcess&) = delete;
-
-    /** From the test's process, or the one of a body. */
-    void kill() const { ::kill(pid_, SIGKILL); }
-
-  private:
-    pid_t pid_;
 };
 
 }  // namespace hidlaudio::test
