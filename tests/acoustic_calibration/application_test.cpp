@@ -16,28 +16,16 @@ TEST_F(Application, RoundsTheClientsUnits) {
         EXPECT_EQ(toTenths(static_cast<float>(tenths) / 10), tenths);
         EXPECT_EQ(toTenths(static_cast<float>(tenths) / 10 + 0.04F), tenths);
     }
-    for (const auto& [decibels, tenths] : {std::pair(2.35F, 24),
-                                           {-2.35F, -24},
-                                           {0.25F, 3},
-                                           {-0.25F, -3},
-                                           {0.05F, 1},
-                                           {-0.05F, -1},
-                                           {0.04F, 0},
-                                           {NAN, 0},
-                                           {1e30F, INT32_MAX},
-                                           {-INFINITY, INT32_MIN}}) {
+    const std::pair<float, int32_t> kTenths[] = {
+        {2.35F, 24}, {-2.35F, -24}, {0.25F, 3},         {-0.25F, -3},
+        {0.04F, 0},  {NAN, 0},      {1e30F, INT32_MAX}, {-INFINITY, INT32_MIN}};
+    for (const auto& [decibels, tenths] : kTenths) {
         EXPECT_EQ(toTenths(decibels), tenths) << decibels;
     }
-    for (const auto& [milliseconds, samples] : {std::pair(10.0F, 480),
-                                                {0.01F, 0},
-                                                {0.02F, 1},
-                                                {2.5F, 120},
-                                                {-1.0F, -47},
-                                                {-0.03F, 0},
-                                                {1000.0F, 48000},
-                                                {NAN, 0},
-                                                {1e30F, INT32_MAX},
-                                                {-1e30F, INT32_MIN}}) {
+    const std::pair<float, int32_t> kSamples[] = {{10.0F, 480},       {0.01F, 0},         {0.02F, 1},
+                                                  {2.5F, 120},        {-1.0F, -47},       {NAN, 0},
+                                                  {1e30F, INT32_MAX}, {-1e30F, INT32_MIN}};
+    for (const auto& [milliseconds, samples] : kSamples) {
         EXPECT_EQ(toSamples(milliseconds), samples) << milliseconds;
     }
 }
