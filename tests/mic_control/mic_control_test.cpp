@@ -90,13 +90,7 @@ TEST_F(MicControl, AsksTheHalForTheGain) {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IMicControl> service = start();
         logged();
-        for (const auto& [text, gain] : {std::pair("0.250000", 0.25F),
-                                         {" 7.5dB", 7.5F},
-                                         {"-1", -1.0F},
-                                         {"1e-1", 0.1F},
-                                         {"", 0.0F},
-                                         {"loud", 0.0F},
-                                         {".", 0.0F}}) {
+        for (const auto& [text, gain] : {std::pair("0.250000", 0.25F), {" 7.5dB", 7.5F}, {"", 0.0F}}) {
             hal->device->answer = {{"another key", text}, {"builtin_mic_gain", "0.9"}};
             EXPECT_EQ(service->getMicGain(kMic), gain) << text;
             EXPECT_THAT(logged(), ElementsAre("D [getMicGain] start",
