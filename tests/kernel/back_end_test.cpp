@@ -12,16 +12,11 @@
 #include <numeric>
 #include <thread>
 
-#include "host/kernel/clock.h"
-#include "host/kernel/log.h"
 #include "host/root/back_end_behaviour.h"
 #include "tests/support/private_tv.h"
 
 namespace hidlaudio::test {
 namespace {
-
-using host::SteppedClock;
-using namespace std::chrono_literals;
 
 constexpr unsigned long kSet[] = {0xC0106301, 0xC0106300};
 constexpr unsigned long kCancel[] = {0xC0106303, 0xC0106302};
@@ -142,50 +137,6 @@ TEST_F(BackEnd, IsReadableFromAChangeUntilTheStateWasReadAfresh) {
     EXPECT_FALSE(watch.isReadable());
     EXPECT_FALSE(other.isReadable());
     EXPECT_EQ(received(0), "(none)") << "a cancelled upload is none";
-}
-
-TEST_F(BackEnd, TakesTheTimeOfTheProgramsClock) {
-    SteppedClock clock;
-    behave("rate 1000");
-    payload_.resize(2000);
-    const Watch watch(1);
-    Argument argument = argumentOf(payload_);
-    ASSERT_EQ(command(kSet[1], &argument), 0);
-    EXPECT_EQ(stateOf(1), std::pair(1, 0));
-    clock.advance(1999ms);
-    clock.awaitPending(1);
-    EXPECT_FALSE(watch.isReadable(20)) << "a byte is missing";
-    EXPECT_EQ(command(kSet[1], &argument), EBUSY);
-    EXPECT_EQ(upload(0, "").first, 0) << "the other kind does not wait";
-    // Not read before its time.
-    payload_.back() = '!';
-    clock.advance(1ms);
-    EXPECT_EQ(watch.end(), std::pair(0, 1));
-    EXPECT_EQ(received(1), payload_);
-
-    ASSERT_EQ(command(kSet[1], &argument), 0);
-    EXPECT_EQ(command(kCancel[1], nullptr), 0);
-    EXPECT_EQ(watch.end(), std::pair(0, 3)) << "at once, though no time passes";
-    EXPECT_EQ(received(1), payload_) << "the last whole one is kept";
-}
-
-TEST_F(BackEnd, RefusesWrongCommands) {
-    const uint64_t address = reinterpret_cast<uintptr_t>(payload_.data());
-    struct Row {
-        unsigned long request;
-        Argument argument;
-        int error;
-    };
-    for (Row row : {Row{0xC0106304, {1, 0, address}, ENOTTY},
-                    {kSet[0], {1, 1, address}, EINVAL},
-                    {kSet[0], {1, 0, 0}, EFAULT},
-                    {kSet[0], {2, 0, UINT64_MAX}, EFAULT},
-                    {kCancel[0], {0, 0, 0}, EINVAL}}) {
-        EXPECT_EQ(command(row.request, &row.argument), row.error) << row.request;
-    }
-    EXPECT_EQ(command(kSet[0], nullptr), EFAULT);
-    EXPECT_EQ(command(kCancel[0], nullptr), EINVAL) << "nothing to cancel";
-    EXPECT_EQ(stateOf(0), std::pair(0, 0));
 }
 
 TEST_F(BackEnd, IsIdleAfterAProcessThatEndedInATransfer) {

@@ -3,7 +3,6 @@
 
 #include <errno.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/epoll.h>
 #include <sys/time.h>
@@ -16,41 +15,8 @@ namespace hidlaudio::test {
 namespace {
 
 using host::setClockSpeed;
-using host::SteppedClock;
 using std::chrono::steady_clock;
 using namespace std::chrono_literals;
-
-bool isReadable(int fd) {
-    pollfd entry{fd, POLLIN, 0};
-    return poll(&entry, 1, 0) == 1;
-}
-
-TEST(SteppedClock, FiresATimerWhenTimeHasPassed) {
-    SteppedClock clock;
-    const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK);
-    const itimerspec twenty{{}, {20, 0}};
-    ASSERT_EQ(timerfd_settime(timer, 0, &twenty, nullptr), 0);
-    clock.advance(19s + 999ms);
-    EXPECT_FALSE(isReadable(timer));
-    itimerspec left{};
-    ASSERT_EQ(timerfd_settime(timer, 0, &twenty, &left), 0);
-    EXPECT_EQ(left.it_value.tv_nsec, 1000000);
-    usleep(1000000);
-    EXPECT_FALSE(isReadable(timer)) << "it was armed anew";
-    clock.advance(19s);
-    pollfd entry{timer, POLLIN, 0};
-    EXPECT_EQ(poll(&entry, 1, -1), 1);
-    uint64_t expirations = 0;
-    EXPECT_EQ(read(timer, &expirations, sizeof(expirations)), 8);
-    EXPECT_EQ(expirations, 1U);
-    clock.advance(100s);
-    EXPECT_FALSE(isReadable(timer)) << "it does not repeat";
-
-    const itimerspec repeating{{1, 0}, {1, 0}};
-    EXPECT_EQ(timerfd_settime(timer, 0, &repeating, nullptr), -1) << "not what this clock can do";
-    EXPECT_EQ(errno, EINVAL);
-    EXPECT_EQ(close(timer), 0);
-}
 
 TEST(ScaledClock, MakesSleepsAndTimersFaster) {
     ASSERT_TRUE(setClockSpeed(std::string_view("5000")));

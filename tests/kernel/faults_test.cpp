@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include "host/kernel/clock.h"
-#include "host/root/call_record.h"
 #include "tests/support/run_program.h"
 
 namespace hidlaudio::test {
@@ -75,29 +74,6 @@ TEST(Faults, PassOrLastAndCountOnlyTheTvsCalls) {
     EXPECT_EQ(countedCalls("usleep"), 1U);
 }
 
-TEST(Faults, ShortCallsMoveTheBytesAllowed) {
-    const PrivateTv tv{"data"};
-    FILE* stream = fopen(kFile, "w");
-    ASSERT_NE(stream, nullptr);
-    {
-        const ScopedFault fault({"fwrite", 1, 0, false, 5});
-        EXPECT_EQ(fwrite("abcdef", 2, 3, stream), 2U) << "it tells whole items only";
-    }
-    fclose(stream);
-    EXPECT_EQ(contentOf(tv / "data/file"), "abcde");
-    makeFile(tv / "data/file", "abcdef");
-    const ScopedFault readFault({"read", 1, 0, false, 2});
-    const ScopedFault freadFault({"fread", 1, 0, false, 2});
-    stream = fopen(kFile, "r");
-    ASSERT_NE(stream, nullptr);
-    char bytes[8] = {};
-    EXPECT_EQ(fread(bytes, 1, 6, stream), 2U);
-    EXPECT_EQ(fread(bytes, 1, 6, stream), 4U) << "the next one goes on where the short one ended";
-    rewind(stream);
-    EXPECT_EQ(read(fileno(stream), bytes, 6), 2);
-    EXPECT_EQ(fclose(stream), 0);
-}
-
 TEST(Faults, AreSetByText) {
     const PrivateTv tv{"data"};
     EXPECT_EQ(injectFaults("access:2:EACCES,write:1+:short=1,usleep:1:4"), "");
@@ -128,26 +104,6 @@ TEST(Faults, AreSetByText) {
           "access:1:delay=0", "access:1:dead", "write:99999999999:EIO"}) {
         EXPECT_NE(injectFaults(wrong), "") << wrong;
     }
-}
-
-/** What a program does whose calls are recorded; the test below runs it as one. */
-TEST(Faults, DISABLED_Program) {
-    EXPECT_EQ(store(), 0);
-    errno = 5;
-    EXPECT_EQ(usleep(7), 0);
-    EXPECT_EQ(errno, 5);
-}
-
-TEST(Faults, CallsAreRecordedInOrder) {
-    const PrivateTv tv{"data"};
-    RunningProgram program(
-        {"/proc/self/exe", "--gtest_also_run_disabled_tests", "--gtest_filter=*DISABLED_Program"},
-        {"HIDLAUDIO_CALLS=" + (tv / "calls")});
-    EXPECT_EQ(program.wait(), 0) << program.out();
-    EXPECT_EQ(contentOf(tv / "calls"),
-              "kernel\topen\t/data/file\nkernel\twrite\t/data/file\nkernel\twrite\t/data/file\n"
-              "kernel\tfsync\t/data/file\nkernel\tclose\t/data/file\nkernel\tusleep\t7\n");
-    EXPECT_EQ(host::readCallRecord(tv / "calls").size(), 6U);
 }
 
 /** Starts this very program, which has all that host_kernel does at a start. */

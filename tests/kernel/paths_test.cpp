@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <errno.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "host/kernel/tv_path.h"
-#include "tests/support/private_tv.h"
+#include "host/root/tv_root.h"
 
 namespace hidlaudio::test {
 namespace {
@@ -26,26 +23,6 @@ TEST(Paths, OnlyTheTvsOwnLieBelowTheRoot) {
         EXPECT_EQ(TvPath(path).real(), path) << "must be the very same pointer";
     }
     EXPECT_EQ(TvPath(nullptr).real(), nullptr);
-}
-
-TEST(Paths, ErrnoIsThatOfTheRealCall) {
-    const PrivateTv tv{"data/folder"};
-    const auto errnoAfter = [](auto call) {
-        errno = 0;
-        EXPECT_LT(call(), 0);
-        return errno;
-    };
-    EXPECT_EQ(errnoAfter([] { return open("/data/none", O_RDONLY); }), ENOENT);
-    EXPECT_EQ(errnoAfter([] { return open("/data/folder", O_WRONLY); }), EISDIR);
-    EXPECT_EQ(errnoAfter([] { return unlink("/data/folder"); }), EISDIR);
-    EXPECT_EQ(errnoAfter([] { return open("/dev/tovi_bectrl", O_RDWR); }), ENOENT);
-    EXPECT_EQ(errnoAfter([] { return write(-1, "", 1); }), EBADF);
-
-    // What goes well leaves it alone.
-    errno = ESTALE;
-    EXPECT_EQ(access("/data/folder", F_OK), 0);
-    EXPECT_EQ(access("/", F_OK), 0);
-    EXPECT_EQ(errno, ESTALE);
 }
 
 }  // namespace
