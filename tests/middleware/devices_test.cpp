@@ -60,32 +60,11 @@ class CustomSpec : public testing::Test {
         return MTDRVCUST_dcustom_cust_spec_set(kSet, record.data(), size, flags);
     }
 
-    static int32_t get(Record& record, uint32_t size = 264) {
-        return MTDRVCUST_dcustom_cust_spec_get(kGet, record.data(), &size);
-    }
-
     std::string logged() const { return contentOf(tv_ / "soc/bectrl/custom_spec.log"); }
 
     PrivateTv tv_{"soc/bectrl", "soc/faults"};
     host::LogCapture log_;
 };
-
-TEST_F(CustomSpec, AnswersWhetherTheControllerHasBooted) {
-    Record record = recordOf(21, std::string(1, '\0'));
-    makeFile(tv_ / "soc/bectrl/boot_state", "255\n");
-    ASSERT_EQ(get(record), 0);
-    EXPECT_EQ(record[4], '\xFF');
-    const Record before = record;
-    for (const char* text : {"", "yes", "256", "-1"}) {
-        makeFile(tv_ / "soc/bectrl/boot_state", text);
-        EXPECT_NE(get(record), 0) << text;
-    }
-    makeFile(tv_ / "soc/bectrl/boot_state", "0\n");
-    EXPECT_NE(get(record, 263), 0);
-    EXPECT_EQ(record, before);
-    Record command = recordOf(32, "\x01");
-    EXPECT_NE(get(command), 0);
-}
 
 TEST_F(CustomSpec, RefusesADamagedRecord) {
     Record dirtyTail = recordOf(32, "\x01"), dirtyPayload = dirtyTail;
@@ -103,23 +82,6 @@ TEST_F(CustomSpec, RefusesADamagedRecord) {
     EXPECT_NE(MTDRVCUST_dcustom_cust_spec_set(kGet, good.data(), 264, 0), 0);
     EXPECT_NE(MTDRVCUST_dcustom_cust_spec_set(kSet, nullptr, 264, 0), 0);
     EXPECT_EQ(logged(), "(none)");
-}
-
-TEST(EepromSession, GoesThroughItsStepsInOrder) {
-    // In a process of its own: nothing takes back the steps of other tests.
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    static const PrivateTv tv{"soc/faults"};  // static: exit takes it away
-    makeFile(tv / "soc/eeprom.bin", "x");
-    const auto isOrdered = [] {
-        char byte = 0;
-        MTEEPROM_Property property;
-        const bool refusesDisorder = MTEEPROM_Init() != 0 && MTEEPROM_GetProperty(&property) != 0 &&
-                                     MTEEPROM_Init() != 0 && MTAL_Init() == 0 &&
-                                     MTEEPROM_Read(0, &byte, 1) != 0 && MTEEPROM_GetProperty(nullptr) != 0;
-        return refusesDisorder && MTEEPROM_GetProperty(&property) == 0 && MTEEPROM_Init() == 0 &&
-               MTEEPROM_Read(0, nullptr, 1) != 0 && MTEEPROM_Read(0, &byte, 1) == 0 && byte == 'x';
-    };
-    EXPECT_EXIT(exit(isOrdered() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST(Eeprom, IsAddressedByByte) {
