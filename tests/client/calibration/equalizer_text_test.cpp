@@ -175,5 +175,22 @@ TEST(EqualizerText, RefusesOrClampsWhatIsBeyondTheLimits) {
     EXPECT_EQ(clamped.calibration[0].gains[18], 9);
 }
 
+std::string repeat(const std::string& piece, size_t count) {
+    std::string text;
+    for (size_t i = 0; i < count; ++i) text += piece;
+    return text;
+}
+
+TEST(EqualizerText, MayBeHuge) {
+    constexpr size_t kMany = 200000;
+    for (const std::string& text :
+         {std::string(kMany, '['), "[" + repeat("{\"a\":", kMany), "[" + repeat("1,", kMany) + "1]",
+          "Channel:" + repeat(" X", kMany), "GraphicEQ:" + repeat("1 1;", kMany), repeat("x\n", kMany),
+          repeat("Preamp: 60\n", kMany), "Filter: ON PK " + repeat("Q 1 ", kMany),
+          "Preamp: " + std::string(kMany, '1')}) {
+        EXPECT_NE(said(import(text)), "");
+    }
+}
+
 }  // namespace
 }  // namespace hidlaudio::client
