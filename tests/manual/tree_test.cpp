@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
 
-#include "tools/manual/bash_completion.h"
 #include "tools/manual/command_tree.h"
 #include "tools/manual/man_page.h"
-#include "tools/manual/zsh_completion.h"
 
 namespace hidlaudio::manual {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -48,8 +45,6 @@ TEST_F(SomeProgram, HasAPageThatShowsItsTextAsItIs) {
     const std::string page = manPage(readCommandTree(app_), {"1", "2026-11-24", "some 1.0-2"}, ".SH FILES\n");
     for (const char* part : {
              ".TH PROG 1 \"2026-11-24\" \"some 1.0\\-2\"\n",
-             ".SH NAME\nprog \\- does things\n",
-             "\\fBprog\\fR [\\fIOPTION\\fR]\\|.\\|.\\|. \\fICOMMAND\\fR [\\fIARGUMENT\\fR]",
              ".TP\n\\fB\\-\\-tv\\fR \\fIDIR\\fR\nThe \\(dqTV\\(aqs\\(dq folder.\n",
              "\\fBprog group leaf\\fR [\\fIOPTION\\fR]\\|.\\|.\\|. \\fBon|off\\fR "
              "[\\fIFILE\\fR]\\|.\\|.\\|.\n",
@@ -66,22 +61,6 @@ TEST_F(SomeProgram, HasAPageThatShowsItsTextAsItIs) {
     }
     for (const char* part : {"secret", "hidden\\fR", "tells more", "\xC2"}) {
         EXPECT_THAT(page, Not(HasSubstr(part)));
-    }
-}
-
-TEST_F(SomeProgram, GivesOptionsOnlyToCommandsThatTakeThem) {
-    for (const bool below : {true, false}) {
-        app_.fallthrough(below);
-        for (CLI::App* command : app_.get_subcommands([](CLI::App*) { return true; }))
-            command->fallthrough(below);
-        const Command root = readCommandTree(app_);
-        const std::string options = below ? "options='--tv -h --help'" : "options='-h --help'";
-        EXPECT_THAT(bashCompletion(root),
-                    HasSubstr("'prog group')\n            commands='leaf'\n            " + options));
-        const std::string zsh = zshCompletion(root);
-        const std::string group = zsh.substr(zsh.find("_prog_group()"));
-        EXPECT_EQ(group.substr(0, group.find("_prog_group_leaf()")).find("'(--tv)--tv=") != group.npos,
-                  below);
     }
 }
 
