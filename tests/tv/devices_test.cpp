@@ -45,25 +45,6 @@ TEST_F(TvCommand, SetsAndShowsTheBackEndController) {
     EXPECT_EQ(run({"bectrl"}).status, 1);
 }
 
-TEST_F(TvCommand, MakesTheModelsEeprom) {
-    const struct {
-        std::vector<std::string> options;
-        const char* backEnd;
-        const char* segment;
-        const char* synchronized;
-    } models[] = {{{"--model", "be"}, "0x01\n", "0x45\n", "0x00\n"},
-                  {{"--model", "standard"}, "0x00\n", "0x45\n", "0x00\n"},
-                  {{"--model", "standard", "--centre-input"}, "0x00\n", "0x53\n", "0x01\n"}};
-    for (const auto& model : models) {
-        std::vector<std::string> arguments{"init", "--force"};
-        arguments.insert(arguments.end(), model.options.begin(), model.options.end());
-        mustRun(arguments);
-        EXPECT_EQ(mustRun({"eeprom", "0x1001A"}), model.backEnd);
-        EXPECT_EQ(mustRun({"eeprom", "65673"}), model.segment);
-        EXPECT_EQ(mustRun({"eeprom", "0x10116"}), model.synchronized);
-    }
-}
-
 TEST_F(TvCommand, WritesTheEepromByteByByte) {
     mustRun({"init"});
     const std::string image = tv_ + "/soc/eeprom.bin";

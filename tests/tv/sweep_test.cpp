@@ -101,24 +101,6 @@ TEST_F(Sweep, FlagsWhatMustNotBe) {
     EXPECT_THAT(leftBehind(), IsEmpty());
 }
 
-TEST_F(Sweep, NamesTheLineThatIsWrong) {
-    const std::pair<const char*, const char*> wrong[] = {
-        {"audioctl list\nls\n", ":2: a line is a command"},
-        {"audioctl list\ntv init\n", ":2: `tv init` can only be the first"},
-        {"tv boot &\n", ":1: only a command of `audioctl`"},
-        {"# nothing\n", ": the scenario has no command"},
-    };
-    for (const auto& [text, message] : wrong) {
-        const Outcome outcome = runHere({"sweep", scenario(text)});
-        EXPECT_EQ(outcome.status, 2) << text;
-        EXPECT_THAT(outcome.err, HasSubstr("/tiny.scenario" + std::string(message)));
-    }
-    const Outcome misused =
-        runHere({"sweep", scenario("tv init --model standard\naudioctl external set maybe\n")});
-    EXPECT_EQ(misused.status, 1);
-    EXPECT_THAT(misused.out, HasSubstr("/tiny.scenario:2: "));
-}
-
 /** Whether a process runs whose TV lies in the folder. */
 bool anyProcessOn(const std::string& folder) {
     for (const auto& process : std::filesystem::directory_iterator("/proc")) {
