@@ -49,7 +49,7 @@ std::string programFile(const std::string& name);
 struct Usage {
     long descriptors = 0;
     long threads = 0;
-    long memory = 0;  // in KiB of its own; 0 where a sanitizer's bookkeeping hides it
+    long memory = 0;  // in KiB of its own; 0 where a sanitizer's or an emulator's bookkeeping hides it
 };
 
 Usage usageOf(pid_t pid);

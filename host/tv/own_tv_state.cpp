@@ -17,7 +17,7 @@ constexpr char kStored[] = "/data/vendor/tovi/hidlaudio";
 constexpr const char* kStateFolders[] = {kStored,   "/soc/config", "/soc/audio_decoder", "/soc/bectrl",
                                          "/bectrl", "/proc",       "/hal/parameters",    "/power"};
 
-constexpr bool kMemoryIsAsItSeems = HIDLAUDIO_SANITIZED == 0;
+constexpr bool kMemoryIsAsItSeems = HIDLAUDIO_OWN_MEMORY != 0;
 
 long entriesOf(const std::string& folder) {
     std::error_code error;
