@@ -47,12 +47,16 @@ std::shared_ptr<Channel> Link::control() {
 
 void Link::kill() {
     mDead.store(true, std::memory_order_release);
+    // Where these are the last references, the objects that a channel holds go with it, and
+    // their proxies need the mutex.
+    std::vector<std::shared_ptr<Channel>> peerChannels;
     std::lock_guard<std::mutex> lock(mMutex);
     if (mControl != nullptr) mControl->shutdown();
     shutdownAll(mCallChannels);
     for (const std::weak_ptr<Channel>& weak : mPeerChannels) {
-        if (auto channel = weak.lock()) channel->shutdown();
+        if (auto channel = weak.lock()) peerChannels.push_back(std::move(channel));
     }
+    shutdownAll(peerChannels);
 }
 
 void Link::end() {
