@@ -135,6 +135,23 @@ TEST_F(BackEnd, TakesCommands) {
     EXPECT_EQ(tv_.commands(), "32 1 01\n28 36 " + hex + "\n");
 }
 
+TEST_F(BackEnd, RefusalsOfItsDriverAreTold) {
+    const uint8_t byte = 1;
+    const auto set = [&] { return setParametersToBeCtrl(BECTRL_IOC_SET_DEVICE_PARAMETER, &byte, 1); };
+    const auto cancel = [] { return notifyCancelToBeCtrl(BECTRL_IOC_CANCEL_HRTF_PARAMETER); };
+    EXPECT_EQ(cancel(), -5) << "there is nothing to cancel";
+    tv_.behave("ioctl_fails\n");
+    EXPECT_EQ(set(), -5);
+    EXPECT_THAT(logged("AudioHV"), ElementsAre("E [notifyCancelToBeCtrl] ioctl() failed! : (-1)",
+                                               "E [setParametersToBeCtrl] ioctl() failed! : (-1)"));
+    tv_.behave("open_fails\n");
+    EXPECT_EQ(cancel(), -5);
+    EXPECT_EQ(set(), -5);
+    EXPECT_THAT(logged("AudioHV"),
+                ElementsAre("E [notifyCancelToBeCtrl] bectrl device file open failed! : (-5)",
+                            "E [setParametersToBeCtrl] bectrl device file open failed! : (-5)"));
+}
+
 TEST_F(BackEnd, TransferStateIsReadWholeOrNotAtAll) {
     BeCtrlTransferState state{5, 6};
     const auto read = [&] { return readBeCtrlTransferState(kHrtfStateFile, state); };

@@ -62,6 +62,10 @@ TEST_F(Boot, RunsTheDaemonUntilShutdown) {
                       Not(HasSubstr("load audio interface failed"))))
         << "the audio HAL is there before the daemon looks for it";
     EXPECT_EQ(contentOf(tv_ + "/power/wake_lock"), "");
+    // The tuning file that `tv init` made, as the services read it.
+    EXPECT_THAT(runProgram({AUDIOCTL, "center", "show"}).out, HasSubstr("type: 3\nlatency: 1024 samples"));
+    EXPECT_THAT(runProgram({AUDIOCTL, "calibration", "parameters"}).out,
+                AllOf(HasSubstr("intValue1    48000 "), HasSubstr("scaledValue7 -3.5\n")));
 
     for (const auto& arguments : {std::vector<std::string>{"boot", "--background"}, {"init", "--force"}}) {
         const Outcome outcome = run(arguments);
