@@ -34,9 +34,9 @@ ScratchFolder::ScratchFolder(size_t parametersSize) {
 }
 
 ScratchFolder::~ScratchFolder() {
-    // A program that was killed a moment ago may still make a file.
+    // A program that was killed a moment ago may still make a file; on a busy machine it takes long to end.
     std::error_code error;
-    for (int i = 0; i < 200 && !path_.empty() && fs::exists(path_); ++i) {
+    for (int i = 0; i < 2000 && !path_.empty() && fs::exists(path_); ++i) {
         fs::remove_all(path_, error);
         if (error) std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
