@@ -23,7 +23,9 @@ install_packages() {
             *:*) "${root[@]}" dpkg --add-architecture "${name#*:}" ;;
         esac
     done
-    "${root[@]}" apt-get update -qq
+    # One list of many that a mirror has half copied: the packages may all be in the others.
+    "${root[@]}" apt-get update -qq ||
+        echo "Not all package lists could be fetched; trying with those that are there." >&2
     "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
