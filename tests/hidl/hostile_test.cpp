@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
+#include <sys/resource.h>
+#include <time.h>
 
+#include <chrono>
 #include <random>
 
 #include "raw_peer.h"
@@ -146,6 +149,28 @@ TEST_F(HostileTest, AServiceWithoutDescriptorsRefusesAndLives) {
     RawClient next("small");
     EXPECT_TRUE(sendRaw(next.channel, rawCall(next.object(), kMark)));
     EXPECT_EQ(positionOfReply(next.channel), 0u);
+}
+
+// Other threads may take even the descriptor that is kept for refusals.
+TEST_F(HostileTest, AServiceThatCannotEvenRefuseDoesNotSpin) {
+    const auto processorTime = [this] {
+        clockid_t clock{};
+        timespec used{};
+        clock_getcpuclockid(service_.pid(), &clock);
+        clock_gettime(clock, &used);
+        return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+    };
+    rlimit before{};
+    ASSERT_EQ(prlimit(service_.pid(), RLIMIT_NOFILE, nullptr, &before), 0);
+    const rlimit none{3, before.rlim_max};
+    ASSERT_EQ(prlimit(service_.pid(), RLIMIT_NOFILE, &none, nullptr), 0);
+    RawClient waiting;
+    const auto start = processorTime();
+    usleep(300'000);
+    EXPECT_LT(processorTime() - start, std::chrono::milliseconds(100));
+    ASSERT_EQ(prlimit(service_.pid(), RLIMIT_NOFILE, &before, nullptr), 0);
+    EXPECT_TRUE(sendRaw(waiting.channel, rawCall(waiting.object(), kMark)));
+    EXPECT_EQ(positionOfReply(waiting.channel), 0u);
 }
 
 using KilledClientsTest = HidlTest;

@@ -10,6 +10,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <thread>
+
 #include "call.h"
 #include "peer.h"
 #include "process.h"
@@ -32,13 +35,8 @@ void ListenSource::ready(Turn&) {
 void ListenSource::accept() {
     base::unique_fd socket(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (socket < 0 && (errno == EMFILE || errno == ENFILE)) {
-        // Left in the queue, the connection would wake the pool for ever: it is taken
-        // with a descriptor kept for that, and turned away.
-        ALOGE("too many clients: a connection is refused");
-        mReserve.reset();
-        socket.reset(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
-        socket.reset();
-        mReserve = openReserve();
+        refuse();
+        return;
     }
     if (socket < 0) return;
     Peer peer;
@@ -52,6 +50,20 @@ void ListenSource::accept() {
         return;
     }
     Process::self().pool().add(std::make_shared<ControlSource>(link, true));
+}
+
+void ListenSource::refuse() {
+    // Left in the queue, the connection would wake the pool for ever: it is taken
+    // with a descriptor kept for that, and turned away.
+    mReserve.reset();
+    const bool refused = base::unique_fd(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;
+    mReserve = openReserve();
+    if (refused) {
+        ALOGE("too many clients: a connection is refused");
+    } else {
+        // Another thread was faster with the descriptor: a breath until the next attempt.
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
 }
 
 void ControlSource::finish() {

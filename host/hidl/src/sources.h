@@ -18,6 +18,7 @@ class ListenSource : public Source {
 
   private:
     void accept();
+    void refuse();
 
     const base::unique_fd mSocket;
     base::unique_fd mReserve;
