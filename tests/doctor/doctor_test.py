@@ -17,7 +17,7 @@ from doctor_checks.examination import examine  # noqa: E402
 HIDL_GEN = shutil.which("hidl-gen")
 ROOMS = [file.parent.name for file in TREE.glob("*/CMakeLists.txt") if "add_room(" in file.read_text()]
 KNOWN, REGISTRY = "client/known_services.cpp", "host/tv/registry.cpp"
-EXAMINED = ["Android.bp", "CMakeLists.txt", KNOWN, "host/interfaces", "host/middleware", REGISTRY,
+EXAMINED = ["Android.bp", "CMakeLists.txt", "client", "host/interfaces", "host/middleware", "host/tv",
             "interfaces", "packaging", "service", *ROOMS]
 RC, XML, MATRIX = "packaging/hidlaudio.rc", "packaging/hidlaudio.xml", "packaging/compatibility_matrix.xml"
 POLICY, PAGE = "packaging/sepolicy/", "packaging/README.md"
@@ -51,6 +51,8 @@ FAULTS = [
     # the workstation's commands
     (KNOWN, r"^.*::IMicControl::.*\n", "", "::IMicControl (service/main.cpp"),
     (REGISTRY, r"@6\.\d::IMicControl", "@6.0::IMicControl", "names com.tovi.dtv.hardware.audio@6.0::IMic"),
+    ("client/CMakeLists.txt", r"^ *mic\.cpp\n", "", "does not build client/mic.cpp"),
+    ("client/command_line.cpp", r", addMic", "", "takes no addMic (client/commands.h"),
     # the TV's build file
     ("Android.bp", r'^ *"mic_control/MicControl.cpp",\n', "", "srcs lacks mic_control/MicControl.cpp"),
     ("Android.bp", r'srcs: \[', 'srcs: ["mic_control/gone.cpp",', "CMake builds no mic_control/gone.cpp"),
