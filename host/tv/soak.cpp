@@ -15,13 +15,12 @@
 namespace hidlaudio::host {
 namespace {
 
-constexpr unsigned kSoakClock = 360;
-
 /** What the heap keeps of a block that was freed is little more than the block. */
 constexpr size_t kParametersSize = 262144;
 
 struct Options {
     double hours = 1;
+    unsigned speed = 360;
     std::optional<uint64_t> seed;
     unsigned clients = 4;
     unsigned plan = 0;
@@ -66,9 +65,9 @@ int run(const Options& options, uint64_t seed) {
     const Interrupt interrupt;
     const ScratchFolder folder(kParametersSize);
     if (folder.path().empty()) return fail("no temporary folder can be made");
-    const auto length = std::chrono::milliseconds(std::llround(options.hours * 3600000 / kSoakClock));
+    const auto length = std::chrono::milliseconds(std::llround(options.hours * 3600000 / options.speed));
     const SoakSetup setup{folder.path(), folder.parameters(), seed, options.clients, length,
-                          kSoakClock,    options.restarts};
+                          options.speed, options.restarts};
     SoakResult result;
     PoolWork pool;
     pool.count = 1;
@@ -92,8 +91,7 @@ void addSoak(CLI::App& app, int& status) {
     CLI::App* command =
         app.add_subcommand("soak", "Let many clients use a TV for hours, and see what is left");
     command->footer(
-        "Makes a TV of its own, whose time passes " + std::to_string(kSoakClock) +
-        " times faster, and lets clients use all services,\n"
+        "Makes a TV of its own, whose time passes faster, and lets clients use all services,\n"
         "upload, cancel and die, while the controller is slow or refuses, functions of the middleware and\n"
         "of the audio HAL fail, and the audio HAL is restarted. Five times all comes to rest: then what the\n"
         "daemon has written must be whole, no wake lock held, each service there and in working order; and\n"
@@ -107,6 +105,12 @@ void addSoak(CLI::App& app, int& status) {
     command->add_option("--hours", options->hours, "How long, in the TV's time")
         ->type_name("N")
         ->check(CLI::Range(0.01, 100000.0).description(""))
+        ->capture_default_str();
+    command
+        ->add_option("--speed", options->speed,
+                     "How many times faster its time passes; fewer for a slow machine")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1000).description(""))
         ->capture_default_str();
     command->add_option("--seed", options->seed, "Which decisions are taken; otherwise any")->type_name("S");
     command->add_option("--clients", options->clients, "How many use it at a time")
