@@ -51,7 +51,7 @@ TEST_F(AudioctlTv, UploadsParameters) {
     for (const Row& row : {Row{"result 0xF3", "x", {}, 1, "ended with -1: the controller reports an error"},
                            {"", std::string(262145, 'x'), {"--chunk", "262145"}, 1, "append answered -2"},
                            {"hang", "x", {"--cancel-after", "0.5"}, 1, "ended with 1: cancelled"},
-                           {"hang", "x", {"--timeout", "0.2"}, 4, "no result"},
+                           {"hang", "x", {"--timeout", "2"}, 4, "no result"},
                            {"", "x", {"--cancel-after", "1", "--no-wait"}, 2, "--cancel-after"},
                            {"", "", {}, 2, "is empty"}}) {
         tv_.behave(row.behaviour + "\n");
