@@ -21,9 +21,9 @@ constexpr size_t kMostTried = 3;
 std::string takeName(Input& input, const Calibration& before) {
     const size_t size = std::min<size_t>(input.take<uint8_t>() % 4U, input.left());
     const std::string name(reinterpret_cast<const char*>(input.take(size)), size);
-    const bool isTaken = std::any_of(before.begin(), before.end(),
-                                     [&name](const auto& channel) { return channel.channel == name; });
-    return checkChannelName(name).empty() && !isTaken ? name : "CH_" + std::to_string(before.size());
+    const bool isUsed = std::any_of(before.begin(), before.end(),
+                                    [&name](const auto& channel) { return channel.channel == name; });
+    return checkChannelName(name).empty() && !isUsed ? name : "CH_" + std::to_string(before.size());
 }
 
 /** Any number up to `limit` either way. */

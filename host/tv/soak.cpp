@@ -108,7 +108,7 @@ void addSoak(CLI::App& app, int& status) {
         ->capture_default_str();
     command
         ->add_option("--speed", options->speed,
-                     "How many times faster its time passes; fewer for a slow machine")
+                     "How many times faster the TV's time passes; fewer for a slow machine")
         ->type_name("N")
         ->check(CLI::Range(1, 1000).description(""))
         ->capture_default_str();

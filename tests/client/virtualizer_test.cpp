@@ -48,6 +48,7 @@ TEST_F(AudioctlTv, UploadsParameters) {
         int status;
         std::string errorPart;
     };
+    // The waits are long enough for a busy machine to have begun the upload.
     for (const Row& row : {Row{"result 0xF3", "x", {}, 1, "ended with -1: the controller reports an error"},
                            {"", std::string(262145, 'x'), {"--chunk", "262145"}, 1, "append answered -2"},
                            {"hang", "x", {"--cancel-after", "0.5"}, 1, "ended with 1: cancelled"},

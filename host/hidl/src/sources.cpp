@@ -55,12 +55,14 @@ void ListenSource::accept() {
 void ListenSource::refuse() {
     // Left in the queue, the connection would wake the pool for ever: it is taken
     // with a descriptor kept for that, and turned away.
+    const bool hadReserve = mReserve.get() >= 0;
     mReserve.reset();
     const bool refused = base::unique_fd(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;
     mReserve = openReserve();
     if (refused) {
         ALOGE("too many clients: a connection is refused");
     } else {
+        if (hadReserve) ALOGE("too many clients: no descriptor is left to refuse one with, it waits");
         // Another thread was faster with the descriptor: a breath until the next attempt.
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
