@@ -12,6 +12,7 @@
 #include "acoustic_calibration/smooth_delay.h"
 #include "platform/PrimaryHalAccessor.h"
 #include "platform/back_end_boot.h"
+#include "platform/back_end_commands.h"
 #include "platform/back_end_model.h"
 #include "platform/debug_answer.h"
 #include "platform/log.h"
@@ -29,53 +30,104 @@ using platform::logError;
 constexpr int32_t kFailed = -1;
 constexpr int32_t kNoBackEnd = -2;
 
-/** Until the TV has told: one with a back-end controller. */
+/** Whether this model has a back-end controller. Assumed true until the EEPROM is read; constant afterwards.
+ */
 bool backEndModel = true;
 
-sp<IPrimaryDevice> primaryDevice;
+sp<IPrimaryDevice> primaryDevice;  // constant once the service is constructed
 
-/** The way that the calibration takes to the sound, by backEndModel. */
+/** Counts how often the calibration was switched, so that a thread notices that another one did. */
+uint32_t switches GUARDED_BY(calibrationLock) = 0;
+
+/** The offset in dB that the HAL is to know, and how often it has changed. */
+struct Offset {
+    float value = 0.0F;
+    uint32_t changes = 0;
+};
+Offset lastOffset GUARDED_BY(calibrationLock);
+
+/** How a calibration is applied, by backEndModel. `await` is to be called first, without a lock. */
 struct Path {
+    int32_t (*await)();
     int32_t (*enable)(const CalibrationRecords& records);
     int32_t (*disable)();
 };
 
 constexpr Path kPaths[] = {
-    {enableCalibrationAudioDriver, disableCalibrationAudioDriver},
-    {enableCalibrationBeCtrl, disableCalibrationBeCtrl},
+    {awaitAudioDriver, enableCalibrationAudioDriver, disableCalibrationAudioDriver},
+    {platform::awaitSetCalibratedDataToBeCtrl, enableCalibrationBeCtrl, disableCalibrationBeCtrl},
 };
 
 const Path& path() {
     return kPaths[backEndModel ? 1 : 0];
 }
 
+void logSkipped(const char* function) {
+    logError(kTag, "[%s] Skip to write enabled data, because calibration was fail.", function);
+}
+
+REQUIRES(calibrationLock) void setOffset(float value) {
+    lastOffset = {value, lastOffset.changes + 1};
+}
+
+Offset getOffset() {
+    const std::lock_guard lock(calibrationLock);
+    return lastOffset;
+}
+
+bool isSmoothDelayOn() {
+    const std::lock_guard lock(calibrationLock);
+    return smoothDelay().enabled;
+}
+
+hidl_vec<float> smoothDelayValues() {
+    const std::lock_guard lock(calibrationLock);
+    return smoothDelay().values;
+}
+
+/** Reports the offset to the HAL, and again if another thread has changed it meanwhile. */
+void publishOffset(const char* function) {
+    Offset offset;
+    do {
+        offset = getOffset();
+        publishAutoCalibOffset(function, primaryDevice, backEndModel, offset.value);
+    } while (offset.changes != getOffset().changes);
+}
+
 }  // namespace
 
 AcousticCalibration::AcousticCalibration() {
     logDebug(kTag, "[%s] start", __func__);
-    turnSmoothDelayOff();
+    {
+        const std::lock_guard lock(calibrationLock);
+        smoothDelay().enabled = false;
+    }
     if (platform::checkDtvSvcBoot() == 0) backEndModel = platform::isBeModel();
-    // Late or not, the controller may take the calibration all the same.
+    // Continue after a time-out: the controller may still take the calibration.
     if (backEndModel) platform::checkBeCtrlBoot();
     primaryDevice = platform::PrimaryHalAccessor().getHalPrimaryDevice();
     if (primaryDevice == nullptr) {
         logError(kTag, "load audio interface failed");
         return;
     }
-    publishAutoCalibOffset(__func__, primaryDevice, backEndModel, restore());
+    restore();
+    publishOffset(__func__);
     logDebug(kTag, "[%s] end", __func__);
 }
 
 Return<int32_t> AcousticCalibration::setEnabled(bool enable) {
     logDebug(kTag, "[%s] start enable:%d", __func__, enable);
-    float offset = 0.0F;
-    int32_t result = enable ? applyStored(__func__, offset) : path().disable();
-    if (result == 0) {
-        result = storeSwitch(enable);
+    CalibrationRecords records;
+    int32_t result = kFailed;
+    if (!enable || readRecords(records) == 0) {
+        result = switchTo(__func__, enable, records);
     } else {
-        logError(kTag, "[%s] Skip to write enabled data, because calibration was fail.", __func__);
+        logError(kTag, "[%s] end readCalibratedData failed", __func__);
+        logSkipped(__func__);
+        const std::lock_guard lock(calibrationLock);
+        setOffset(0.0F);
     }
-    publishAutoCalibOffset(__func__, primaryDevice, backEndModel, offset);
+    publishOffset(__func__);
     logDebug(kTag, "[%s] end Return: %d", __func__, result);
     return result;
 }
@@ -127,16 +179,17 @@ Return<int32_t> AcousticCalibration::setSmoothDelayEnabled(bool enable) {
         logError(kTag, "[%s] none BE model", __func__);
         return kNoBackEnd;
     }
-    if (enable == smoothDelay().enabled) return 0;
-    const char* const function = __func__;
-    const int32_t result = switchSmoothDelay(enable, [&] { return reapply(function); });
+    if (enable == isSmoothDelayOn()) return 0;
+    const int32_t result =
+        changeSmoothDelay(__func__, [enable](SmoothDelay& delay) { switchSmoothDelay(delay, enable); });
     logDebug(kTag, "[%s] end Return: %d", __func__, result);
     return result;
 }
 
 Return<bool> AcousticCalibration::getSmoothDelayEnabled() {
-    logDebug(kTag, "[%s] Return: %d", __func__, smoothDelay().enabled);
-    return smoothDelay().enabled;
+    const bool enabled = isSmoothDelayOn();
+    logDebug(kTag, "[%s] Return: %d", __func__, enabled);
+    return enabled;
 }
 
 Return<int32_t> AcousticCalibration::setSmoothDelay(const hidl_vec<float>& delays) {
@@ -145,33 +198,44 @@ Return<int32_t> AcousticCalibration::setSmoothDelay(const hidl_vec<float>& delay
         logError(kTag, "[%s] none BE model.", __func__);
         return kNoBackEnd;
     }
-    if (!smoothDelay().enabled) {
+    if (!isSmoothDelayOn()) {
         logDebug(kTag, "[%s] SD invalid.", __func__);
         return 0;
     }
     if (!isSmoothDelay(delays)) return kFailed;
-    const char* const function = __func__;
-    const int32_t result = replaceSmoothDelay(delays, [&] { return reapply(function); });
+    const int32_t result =
+        changeSmoothDelay(__func__, [&delays](SmoothDelay& delay) { delay.values = delays; });
     logDebug(kTag, "[%s] end Return: %d", __func__, result);
     return result;
 }
 
 Return<void> AcousticCalibration::getSmoothDelay(getSmoothDelay_cb _hidl_cb) {
     logDebug(kTag, "[%s] start", __func__);
-    _hidl_cb(smoothDelay().values);
+    _hidl_cb(smoothDelayValues());
     logDebug(kTag, "[%s] end", __func__);
     return Void();
 }
 
 Return<void> AcousticCalibration::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
-    platform::answerDebug(fd, options, []() -> platform::ServiceState {
+    platform::answerDebug(fd, options, [this]() -> platform::ServiceState {
         return {"AcousticCalibration",
                 {{"model", {platform::yesNo("back_end_controller", backEndModel)}},
                  {"smooth_delay", describeSmoothDelay()},
-                 {"persisted", describeCalibrationFiles()},
+                 {"persisted", describeFiles()},
                  {"audio_hal", {platform::yesNo("opened", primaryDevice != nullptr)}}}};
     });
     return Void();
+}
+
+std::vector<platform::StateItem> AcousticCalibration::describeFiles() {
+    std::vector<platform::StateItem> items;
+    {
+        const std::lock_guard lock(enabledLock_);
+        items = describeEnabledFile();
+    }
+    const std::lock_guard lock(dataLock_);
+    for (platform::StateItem& item : describeResultsFile()) items.push_back(std::move(item));
+    return items;
 }
 
 int32_t AcousticCalibration::readRecords(CalibrationRecords& records) {
@@ -189,37 +253,63 @@ int32_t AcousticCalibration::storeSwitch(bool enable) {
     return setEnabledData(enable);
 }
 
-/** Brings the sound to the stored state; the offset that goes with it. */
-float AcousticCalibration::restore() {
+/** Applies the stored calibration at the start. The TV's result is ignored. */
+void AcousticCalibration::restore() {
     CalibrationRecords records;
-    if (readSwitchOnBoot() != kCalibrationOn || readRecords(records) != 0) {
-        path().disable();
-        return 0.0F;
-    }
-    path().enable(records);
-    return getAutoCalibOffset(records);
+    const bool enabled = readSwitchOnBoot() == kCalibrationOn && readRecords(records) == 0;
+    const bool ready = path().await() == 0;
+    const std::lock_guard lock(calibrationLock);
+    if (ready) enabled ? path().enable(records) : path().disable();
+    setOffset(enabled ? getAutoCalibOffset(records) : 0.0F);
 }
 
-/** Applies the stored results; `offset` is theirs, even where the TV refuses them. */
-int32_t AcousticCalibration::applyStored(const char* function, float& offset) {
-    CalibrationRecords records;
-    if (readRecords(records) != 0) {
-        logError(kTag, "[%s] end readCalibratedData failed", function);
-        return kFailed;
+/**
+ * Applies the calibration or a flat sound and stores the switch if the TV accepts that. The
+ * offset is the calibration's even if the TV refuses it.
+ */
+int32_t AcousticCalibration::switchTo(const char* function, bool enable, const CalibrationRecords& records) {
+    int32_t result = path().await();
+    const std::lock_guard lock(calibrationLock);
+    if (result == 0) result = enable ? path().enable(records) : path().disable();
+    setOffset(enable ? getAutoCalibOffset(records) : 0.0F);
+    if (result != 0) {
+        logSkipped(function);
+        return result;
     }
-    const int32_t result = path().enable(records);
-    offset = getAutoCalibOffset(records);
-    return result;
+    ++switches;
+    return storeSwitch(enable);
 }
 
-/** Sends the calibration as it is stored, a flat one where it is off or cannot be read. */
-int32_t AcousticCalibration::reapply(const char* function) {
-    if (!getEnabled()) return path().disable();
-    CalibrationRecords records;
-    if (readRecords(records) == 0) return path().enable(records);
-    const int32_t result = path().disable();
-    logError(kTag, "[%s] end read NG.", function);
-    return result;
+AcousticCalibration::Stored AcousticCalibration::readStored() {
+    Stored stored{};
+    {
+        const std::lock_guard lock(calibrationLock);
+        stored.switches = switches;
+    }
+    stored.enabled = getEnabled();
+    stored.readable = stored.enabled && readRecords(stored.records) == 0;
+    return stored;
+}
+
+/**
+ * Changes the smooth delay and applies the calibration with it: a flat one if the calibration
+ * is off or cannot be read. If the TV refuses it, the smooth delay's switch goes back and its
+ * values stay. Begins again if another thread switches the calibration meanwhile.
+ */
+int32_t AcousticCalibration::changeSmoothDelay(const char* function, const Change& change) {
+    for (;;) {
+        const Stored stored = readStored();
+        int32_t result = path().await();
+        const std::lock_guard lock(calibrationLock);
+        if (stored.switches != switches) continue;
+        SmoothDelay& delay = smoothDelay();
+        const bool before = delay.enabled;
+        change(delay);
+        if (result == 0) result = stored.readable ? path().enable(stored.records) : path().disable();
+        if (stored.enabled && !stored.readable) logError(kTag, "[%s] end read NG.", function);
+        if (result != 0) delay.enabled = before;
+        return result;
+    }
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -3,9 +3,13 @@
 
 #include <com/tovi/dtv/hardware/audio/5.1/IAcousticCalibration.h>
 
+#include <functional>
 #include <mutex>
+#include <vector>
 
 #include "acoustic_calibration/calibration_data.h"
+#include "acoustic_calibration/smooth_delay.h"
+#include "platform/state_dump.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
@@ -15,18 +19,17 @@ using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 
 /**
- * The calibration of the TV's sound to the listening room. Results and switch lie in
- * files, the smooth delay and the model in the process; the object holds the locks of
- * the files alone. The methods are described in the interface; they run on the thread
- * that serves all calls.
+ * The calibration of the TV's sound to the listening room. Results and switch are kept in
+ * files, the smooth delay and the model in the process; the object holds the locks of the
+ * files. The interface describes the methods. Any thread.
  */
 class AcousticCalibration : public IAcousticCalibration {
   public:
     /**
      * Waits for the TV platform service, finds out whether the TV has a back-end
-     * controller and waits until that has booted, then brings the sound to the stored
-     * state. May block for 55 s; what goes wrong is logged. Without an audio HAL now
-     * there is none until the next start, and nothing is restored. Main thread.
+     * controller and waits until that has booted, then applies the stored calibration. May
+     * block for 55 s; failures are logged. Without an audio HAL now there is none until the
+     * next start, and nothing is restored. Main thread.
      */
     AcousticCalibration();
 
@@ -42,15 +45,26 @@ class AcousticCalibration : public IAcousticCalibration {
     Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 
   private:
+    /** The calibration as the files have it, which a smooth delay is applied with. */
+    struct Stored {
+        uint32_t switches;  // value of the counter before the files were read
+        bool enabled;
+        bool readable;  // false if `records` cannot be used
+        CalibrationRecords records;
+    };
+
+    std::vector<platform::StateItem> describeFiles();
     int32_t readRecords(CalibrationRecords& records);
     int32_t readSwitchOnBoot();
     int32_t storeSwitch(bool enable);
-    float restore();
-    int32_t applyStored(const char* function, float& offset);
-    int32_t reapply(const char* function);
+    void restore();
+    int32_t switchTo(const char* function, bool enable, const CalibrationRecords& records);
+    Stored readStored();
+    using Change = std::function<void(SmoothDelay&)>;
+    int32_t changeSmoothDelay(const char* function, const Change& change);
 
-    std::mutex dataLock_;     // of the calibration file
-    std::mutex enabledLock_;  // of the file that keeps the switch
+    std::mutex dataLock_;     // guards the calibration file
+    std::mutex enabledLock_;  // guards the file that keeps the switch
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -21,7 +21,7 @@ constexpr uint32_t kPostProcessorReady = 0x42;
 constexpr int kQueries = 50;
 constexpr timespec kInterval{0, 200000000};
 
-/** What the driver takes; as it is made, a flat sound. */
+/** Settings of the driver. Constructed as a flat sound. */
 struct DriverSettings {
     float gains[32]{};      // in dB; the last belongs to no band and stays 0
     int8_t volumeOffset{};  // in tenths of a dB
@@ -36,12 +36,18 @@ DriverSettings makeCalibratedDataForAudioDriver(const CalibrationRecords& record
     return settings;
 }
 
-/** 0 when ready, 1 after the whole wait, -1 where it cannot be asked. */
+/** Stores 0 in `answer` if the post-processor is not ready. Returns the middleware's status. */
+int32_t queryPostProcessor(uint32_t& answer) {
+    answer = 0;
+    const std::lock_guard lock(middlewareLock);
+    return MTAUDPOST_GetParameters({kPostProcessorReady, 1, &answer, {}});
+}
+
+/** Returns 0 when ready, 1 after the whole wait, -1 if the post-processor cannot be queried. */
 int32_t checkCpupostReady() {
     for (int query = 0; query < kQueries; ++query) {
         uint32_t answer = 0;
-        const MTAUDPOST_Request request{kPostProcessorReady, 1, &answer, {}};
-        if (const int32_t status = MTAUDPOST_GetParameters(request); status != 0) {
+        if (const int32_t status = queryPostProcessor(answer); status != 0) {
             logError(kTag, "[%s] MTAUDPOST_GetParameters failed!!(%d)", __func__, status);
             return -1;
         }
@@ -53,12 +59,7 @@ int32_t checkCpupostReady() {
 }
 
 int32_t setCalibratedDataToAudioDriver(const DriverSettings& settings) {
-    if (const int32_t result = platform::checkDtvSvcBoot(); result != 0) {
-        logError(kTag, "[%s] AQCtrl Boot failed [TimeOut].", __func__);
-        return result;
-    }
-    // Late or not, the driver may take the settings all the same.
-    checkCpupostReady();
+    const std::lock_guard lock(middlewareLock);
     if (const int32_t status = MTAUDDEC_Set32EqualizerBandConfig(settings.gains); status != 0) {
         logError(kTag, "[%s] MTAUDDEC_Set32EqualizerBandConfig failed. ret:%d", __func__, status);
         return status;
@@ -73,6 +74,16 @@ int32_t setCalibratedDataToAudioDriver(const DriverSettings& settings) {
 }
 
 }  // namespace
+
+int32_t awaitAudioDriver() {
+    if (const int32_t result = platform::checkDtvSvcBoot(); result != 0) {
+        logError(kTag, "[setCalibratedDataToAudioDriver] AQCtrl Boot failed [TimeOut].");
+        return result;
+    }
+    // Continue after a time-out: the driver may still take the settings.
+    checkCpupostReady();
+    return 0;
+}
 
 int32_t enableCalibrationAudioDriver(const CalibrationRecords& records) {
     return setCalibratedDataToAudioDriver(makeCalibratedDataForAudioDriver(records));

@@ -7,15 +7,15 @@
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
-/** The offset of the level that a calibration brings, of which the audio HAL is told. Main thread. */
+/** Level offset of a calibration, as reported to the audio HAL. Any thread. */
 
-/** The level in dB of the first front-left channel; 0 where there is none. */
+/** Returns the level in dB of the first front-left channel, or 0 if there is none. */
 float getAutoCalibOffset(const CalibrationRecords& records);
 
 /**
- * Tells the HAL the offset in dB, logged in the name of `function`: 12 dB more on a TV
- * without a back-end controller. Whether the HAL takes it is its own affair; a null
- * `device` is not told.
+ * Reports the offset in dB to the HAL, with 12 dB added on a TV without a back-end controller.
+ * `function` is the function name printed in the log. The HAL's result is ignored; a null
+ * `device` is skipped. Waits for the HAL: not to be called with a lock.
  */
 void publishAutoCalibOffset(const char* function,
                             const ::android::sp<::android::hardware::audio::V5_0::IPrimaryDevice>& device,

@@ -59,13 +59,13 @@ CalibrationBlock makeCalibratedDataForBeCtrl(const CalibrationRecords& records) 
     return block;
 }
 
-void updateDelayData(CalibrationBlock& block) {
+REQUIRES(calibrationLock) void updateDelayData(CalibrationBlock& block) {
     if (!isSmoothDelayInUse()) return;
     block.frontLeftDelay = toDelay(smoothDelay().values[0]);
     block.frontRightDelay = toDelay(smoothDelay().values[1]);
 }
 
-int32_t send(CalibrationBlock block) {
+REQUIRES(calibrationLock) int32_t send(CalibrationBlock block) {
     updateDelayData(block);
     return platform::setCalibratedDataToBeCtrl(&block);
 }

@@ -4,24 +4,22 @@
 #include <stdint.h>
 
 #include "acoustic_calibration/calibration_data.h"
+#include "acoustic_calibration/calibration_lock.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
 /**
- * The calibration of a TV with a back-end controller, which takes it as one block. The
- * smooth delay, while it is on, takes the place of the delays, whether the calibration
- * is on or off.
+ * The calibration of a TV with a back-end controller, which takes it as one block. While smooth
+ * delay is on, its delays replace those of the calibration, whether that is on or off. Call
+ * platform::awaitSetCalibratedDataToBeCtrl first.
  *
- * Each call waits for the TV platform service, 20 s at most, and logs what goes wrong.
- * Main thread.
- *
- * @return 0; -1 where the platform service is not ready; or the middleware's status
+ * @return the middleware's status, 0 for success; a failure is logged
  */
 
 /** Applies the equalizer and level of the front-left channel, and the delays of both front channels. */
-int32_t enableCalibrationBeCtrl(const CalibrationRecords& records);
+int32_t enableCalibrationBeCtrl(const CalibrationRecords& records) REQUIRES(calibrationLock);
 
 /** Applies a flat sound without delays. */
-int32_t disableCalibrationBeCtrl();
+int32_t disableCalibrationBeCtrl() REQUIRES(calibrationLock);
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -13,7 +13,7 @@ namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
 /**
  * The calibration results, one record a channel, and their way from the client and back
- * to it. Main thread.
+ * to it. Any thread.
  */
 
 constexpr size_t kBands = 31;

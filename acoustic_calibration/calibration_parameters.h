@@ -11,7 +11,7 @@ constexpr char kTuningFile[] = "/data/vendor/tmp/recipe/aqda.bin";
 
 /**
  * Reads the settings of the room measurement from the tuning file as it is now. Its
- * values are handed on unchecked. Main thread.
+ * values are handed on unchecked. Any thread.
  *
  * @return 0; or -1, logged in the name of `function`, where the file cannot be read or
  *     ends too early: `parameters` are then unchanged

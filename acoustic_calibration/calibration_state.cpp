@@ -30,15 +30,19 @@ std::optional<int64_t> keptChannels(const std::optional<KeptFile>& file) {
 }  // namespace
 
 std::vector<platform::StateItem> describeSmoothDelay() {
+    const std::lock_guard lock(calibrationLock);
     return {platform::yesNo("enabled", smoothDelay().enabled),
             platform::number("channels", static_cast<int64_t>(smoothDelay().values.size()))};
 }
 
-std::vector<platform::StateItem> describeCalibrationFiles() {
-    const std::optional<KeptFile> results = platform::lookAtFile(kCalibrationFile);
+std::vector<platform::StateItem> describeEnabledFile() {
     return {platform::text("enabled_file", kEnabledFile),
-            platform::number("enabled", keptSwitch(platform::lookAtFile(kEnabledFile))),
-            platform::text("results_file", kCalibrationFile),
+            platform::number("enabled", keptSwitch(platform::lookAtFile(kEnabledFile)))};
+}
+
+std::vector<platform::StateItem> describeResultsFile() {
+    const std::optional<KeptFile> results = platform::lookAtFile(kCalibrationFile);
+    return {platform::text("results_file", kCalibrationFile),
             platform::number("results_bytes", results ? std::optional(results->size) : std::nullopt),
             platform::number("results_channels", keptChannels(results))};
 }

@@ -7,12 +7,15 @@
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
-/** What can be told of the calibration without a word of its results. On the thread that serves all calls. */
+/** Descriptions of the calibration for a state dump, without its results. Any thread. */
 
-/** The process's smooth delay. */
+/** Describes the process-wide smooth delay. */
 std::vector<platform::StateItem> describeSmoothDelay();
 
-/** The two files as they are; makes none. */
-std::vector<platform::StateItem> describeCalibrationFiles();
+/** Describes the file of the switch, whose lock the caller holds. Does not create it. */
+std::vector<platform::StateItem> describeEnabledFile();
+
+/** Describes the file of the results, whose lock the caller holds. Does not create it. */
+std::vector<platform::StateItem> describeResultsFile();
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -1,21 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "acoustic_calibration/smooth_delay.h"
 
-#include <utility>
-
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 namespace {
 
-using ::android::hardware::hidl_vec;
-
 constexpr size_t kFrontChannels = 2;
-constexpr size_t kMostValues = 9;
+constexpr size_t kMaxValues = 9;
 
-SmoothDelay state;
+SmoothDelay state GUARDED_BY(calibrationLock);
 
 }  // namespace
 
-const SmoothDelay& smoothDelay() {
+SmoothDelay& smoothDelay() {
     return state;
 }
 
@@ -23,25 +19,14 @@ bool isSmoothDelayInUse() {
     return state.enabled && state.values.size() >= kFrontChannels;
 }
 
-void turnSmoothDelayOff() {
-    state.enabled = false;
+void switchSmoothDelay(SmoothDelay& delay, bool enable) {
+    if (enable == delay.enabled) return;
+    if (enable) delay.values.assign(kFrontChannels, 0.0F);
+    delay.enabled = enable;
 }
 
-int32_t switchSmoothDelay(bool enable, const Reapply& reapply) {
-    if (enable) state.values.assign(kFrontChannels, 0.0F);
-    const bool before = std::exchange(state.enabled, enable);
-    const int32_t result = reapply();
-    if (result != 0) state.enabled = before;
-    return result;
-}
-
-bool isSmoothDelay(const hidl_vec<float>& delays) {
-    return delays.size() >= kFrontChannels && delays.size() <= kMostValues;
-}
-
-int32_t replaceSmoothDelay(const hidl_vec<float>& delays, const Reapply& reapply) {
-    state.values = delays;
-    return reapply();
+bool isSmoothDelay(const ::android::hardware::hidl_vec<float>& delays) {
+    return delays.size() >= kFrontChannels && delays.size() <= kMaxValues;
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -4,39 +4,33 @@
 #include <hidl/HidlSupport.h>
 #include <stdint.h>
 
-#include <functional>
 #include <vector>
+
+#include "acoustic_calibration/calibration_lock.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
 /**
  * The delays that a client has set for the two front channels, in place of those of the
- * calibration. They live as long as the process. Main thread.
+ * calibration. They are lost when the process ends. Any thread.
  */
 struct SmoothDelay {
     bool enabled = false;
-    std::vector<float> values;  // in ms, front left and front right first; unchecked, further ones only kept
+    std::vector<float>
+        values;  // in ms, front left and front right first; unchecked, further values are only kept
 };
 
-/** The process's. */
-const SmoothDelay& smoothDelay();
+/** Returns the process-wide smooth delay. */
+SmoothDelay& smoothDelay() REQUIRES(calibrationLock);
 
 /** Whether both front channels have a smooth delay now. */
-bool isSmoothDelayInUse();
+bool isSmoothDelayInUse() REQUIRES(calibrationLock);
 
-/** Off, as every start of the service begins; the values stay. */
-void turnSmoothDelayOff();
+/** Switches the smooth delay, if it is not so already. Switching on resets both delays to 0; switching off
+ * keeps the values. */
+void switchSmoothDelay(SmoothDelay& delay, bool enable);
 
-/** Applies the calibration anew, with the smooth delay as it is. 0, or the code of what refused. */
-using Reapply = std::function<int32_t()>;
-
-/** Switches it; on begins with both delays at 0. Where reapplying fails the switch goes back. */
-int32_t switchSmoothDelay(bool enable, const Reapply& reapply);
-
-/** Whether the number of values is one that can be set: 2 to 9. */
+/** Whether the number of values is valid: 2 to 9. */
 bool isSmoothDelay(const ::android::hardware::hidl_vec<float>& delays);
-
-/** Sets the values, which stay even where reapplying fails. */
-int32_t replaceSmoothDelay(const ::android::hardware::hidl_vec<float>& delays, const Reapply& reapply);
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

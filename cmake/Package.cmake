@@ -6,7 +6,7 @@ include(GNUInstallDirs)
 # Of no use to other programs, hence in a folder of their own; where Debian has the
 # libraries of each architecture, so that no package of it calls ldconfig for them.
 set(private_libdir lib/${CMAKE_LIBRARY_ARCHITECTURE}/hidlaudio)
-set(programs hidlaudio audio_hal tv audioctl)
+set(programs hidlaudio audio_hal tv audioctl soak_client)
 set(libraries hidlbase host_middleware host_power)
 
 file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${private_libdir})

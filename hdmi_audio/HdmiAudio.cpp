@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hdmi_audio/HdmiAudio.h"
 
-#include <hidl/HidlTransportSupport.h>
-
-#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "hdmi_audio/capabilities.h"
 #include "hdmi_audio/log_tag.h"
@@ -16,14 +14,14 @@
 namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
 namespace {
 
-using ::android::hardware::interfacesEqual;
 using ::android::hardware::Void;
 using platform::logDebug;
 using platform::logError;
 
 /**
- * Takes note of how a call to a client went. One that died before its notice came must
- * stop neither the service nor the others' callbacks, and the notice cleans up after it.
+ * Examines the outcome of a call to a client and ignores it. A client that died before its
+ * death notice came must stop neither the service nor the other callbacks; the notice removes
+ * its callback.
  */
 void examine(const ::android::hardware::details::return_status& status) {
     static_cast<void>(status.isOk());
@@ -32,7 +30,7 @@ void examine(const ::android::hardware::details::return_status& status) {
 }  // namespace
 
 HdmiAudio::HdmiAudio() {
-    // Late or not, the TV may answer all the same.
+    // Continue after a time-out: the middleware may still work.
     platform::waitForDtvSvc(platform::WaitingService::HdmiAudio);
     platform::openMiddleware(platform::MiddlewareUser::HdmiAudio);
 }
@@ -67,33 +65,33 @@ Return<void> HdmiAudio::setCallback(const sp<V1_1::IHdmiAudioCallback>& callback
     }
     examine(callback->linkToDeath(this, 0));
     logDebug(kLogTag, "set callback");
-    mCallbacks.push_back(callback);
+    mCallbacks.add(callback);
     return Void();
 }
 
 Return<void> HdmiAudio::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
     platform::answerDebug(fd, options, [this]() -> platform::ServiceState {
+        const std::lock_guard<std::mutex> lock(mMutex);
         return {"HdmiAudio",
                 {{"settings", describeCapabilityKeys()},
-                 {"clients", {platform::number("callbacks", static_cast<int64_t>(callbacks().size()))}}}};
+                 {"clients", {platform::number("callbacks", static_cast<int64_t>(mCallbacks.size()))}}}};
     });
     return Void();
 }
 
 void HdmiAudio::serviceDied(uint64_t /*cookie*/, const wp<IBase>& who) {
     logError(kLogTag, "Monitored process died");
-    // The second notice of a callback that was registered twice may find it dropped.
+    // The second notice of a callback that was registered twice may find it destroyed.
     if (const sp<IBase> object = who.promote(); object != nullptr) removeCallback(object);
 }
 
-HdmiAudio::Callbacks HdmiAudio::callbacks() {
-    const std::lock_guard<std::mutex> lock(mMutex);
-    return mCallbacks;
-}
-
 void HdmiAudio::notify(const hidl_vec<hidl_string>& applied) {
-    // A copy, with the mutex free: a client may register another callback from inside its own.
-    const Callbacks registered = callbacks();
+    std::vector<CallbackList::Callback> registered;
+    {
+        // Called with the mutex free: a client may register another callback from inside its own.
+        const std::lock_guard<std::mutex> lock(mMutex);
+        registered = mCallbacks.copy();
+    }
     if (registered.empty()) return;
     logDebug(kLogTag, "issue capability changed callback event");
     for (const auto& callback : registered) examine(callback->onCapabilityChanged(applied));
@@ -102,12 +100,8 @@ void HdmiAudio::notify(const hidl_vec<hidl_string>& applied) {
 void HdmiAudio::removeCallback(const sp<IBase>& who) {
     const std::lock_guard<std::mutex> lock(mMutex);
     if (mCallbacks.empty()) return;
-    const auto isOfTheDead = [&](const sp<V1_1::IHdmiAudioCallback>& callback) {
-        if (!interfacesEqual(callback, who)) return false;
+    for (size_t removed = mCallbacks.remove(who); removed > 0; --removed)
         logDebug(kLogTag, "remove callback");
-        return true;
-    };
-    mCallbacks.erase(std::remove_if(mCallbacks.begin(), mCallbacks.end(), isOfTheDead), mCallbacks.end());
     examine(who->unlinkToDeath(this));
 }
 

@@ -5,7 +5,8 @@
 #include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 
 #include <mutex>
-#include <vector>
+
+#include "hdmi_audio/callback_list.h"
 
 namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
 
@@ -18,17 +19,15 @@ using ::android::hardware::Return;
 using ::android::hidl::base::V1_0::IBase;
 
 /**
- * The HDMI audio capabilities. The levels live in the middleware's configuration
- * store; the service keeps only the callbacks of its clients, in the order in which
- * they were registered, and drops those of a client that dies. The methods are
- * described in the interface; they run on the thread that serves all calls, as do the
- * death notices.
+ * The HDMI audio capabilities. The levels live in the middleware's configuration store; the
+ * service keeps only the callbacks of its clients, in the order in which they were registered,
+ * and drops those of a client that dies. The interface describes the methods. Any thread.
  */
 class HdmiAudio : public IHdmiAudio, public ::android::hardware::hidl_death_recipient {
   public:
     /**
      * Waits for the TV platform service and opens the middleware. May block for 20 s;
-     * what goes wrong is logged. Main thread.
+     * failures are logged. Main thread.
      */
     HdmiAudio();
 
@@ -37,18 +36,15 @@ class HdmiAudio : public IHdmiAudio, public ::android::hardware::hidl_death_reci
     Return<void> setCallback(const sp<V1_1::IHdmiAudioCallback>& callback) override;
     Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 
-    /** A client has died. Touches nothing where `who` is gone as well. */
+    /** Drops the callback `who`, whose process has died; does nothing if `who` is gone as well. */
     void serviceDied(uint64_t cookie, const wp<IBase>& who) override;
 
   private:
-    using Callbacks = std::vector<sp<V1_1::IHdmiAudioCallback>>;
-
-    Callbacks callbacks();
     void notify(const hidl_vec<hidl_string>& applied);
     void removeCallback(const sp<IBase>& who);
 
     std::mutex mMutex;
-    Callbacks mCallbacks GUARDED_BY(mMutex);  // one that was registered twice is there twice
+    CallbackList mCallbacks GUARDED_BY(mMutex);
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

@@ -105,7 +105,8 @@ int32_t write(const Group& group, const std::vector<std::string>& request) {
 hidl_vec<hidl_string> readCapabilities() {
     hidl_vec<hidl_string> capabilities;
     capabilities.resize(std::size(kGroups));
-    std::transform(std::begin(kGroups), std::end(kGroups), capabilities.begin(), read);
+    // A loop, since the order of the reads is the order of the log.
+    for (size_t i = 0; i < capabilities.size(); ++i) capabilities[i] = read(kGroups[i]);
     return capabilities;
 }
 

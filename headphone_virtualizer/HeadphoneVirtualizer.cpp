@@ -48,17 +48,17 @@ HeadphoneVirtualizer::HeadphoneVirtualizer() {
         logError(kTag, "[%s] end. HRTF is not supported.", __func__);
         return;
     }
-    // Late or not, the controller may take what comes later all the same.
+    // Continue after a time-out: the controller may still take later commands.
     platform::checkBeCtrlBootForHV();
     logDebug(kTag, "[%s] end", __func__);
 }
 
 Return<int32_t> HeadphoneVirtualizer::setVirtualizerEnabled(bool enable) {
-    return setSwitch(__func__, platform::BECTRL_SPEC_HV_ENABLE, enable, virtualizerEnabled_);
+    return setSwitch(__func__, kVirtualizer, enable);
 }
 
 Return<bool> HeadphoneVirtualizer::getVirtualizerEnabled() {
-    return getSwitch(__func__, virtualizerEnabled_);
+    return getSwitch(__func__, kVirtualizer);
 }
 
 Return<int32_t> HeadphoneVirtualizer::setVirtualizerType(const hidl_string& type) {
@@ -88,14 +88,15 @@ Return<void> HeadphoneVirtualizer::getAvailableVirtualizerTypes(getAvailableVirt
 }
 
 Return<int32_t> HeadphoneVirtualizer::setUpmixEnabled(bool enable) {
-    return setSwitch(__func__, platform::BECTRL_SPEC_HV_UPMIX, enable, upmixEnabled_);
+    return setSwitch(__func__, kUpmix, enable);
 }
 
 Return<bool> HeadphoneVirtualizer::getUpmixEnabled() {
-    return getSwitch(__func__, upmixEnabled_);
+    return getSwitch(__func__, kUpmix);
 }
 
 Return<int32_t> HeadphoneVirtualizer::allocateParameterBuffer(ParamType type, int32_t size) {
+    const std::lock_guard lock(virtualizerLock);
     logDebug(kTag, "[%s] start. ParamType=%d, size=%d", __func__, static_cast<int>(type), size);
     int32_t handle = 0;
     if (aud_hv_parameter* slot = getParamFromType(type); slot != nullptr) {
@@ -108,9 +109,11 @@ Return<int32_t> HeadphoneVirtualizer::allocateParameterBuffer(ParamType type, in
 }
 
 Return<int32_t> HeadphoneVirtualizer::discardParameterBuffer(int32_t bufferHandle) {
+    const std::lock_guard lock(virtualizerLock);
     logDebug(kTag, "[%s] start. handle=%d", __func__, bufferHandle);
     int32_t result = kHandleNotFound;
-    if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle); slot != nullptr) {
+    // A client that frees its buffer inside the callback still has a valid handle.
+    if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle, EvenIfOver::Yes); slot != nullptr) {
         logKind(__func__, *slot);
         result = discardParameterBufferInt(slot);
     }
@@ -125,6 +128,7 @@ Return<int32_t> HeadphoneVirtualizer::getMaxAppendSize() {
 }
 
 Return<int32_t> HeadphoneVirtualizer::append(int32_t bufferHandle, const hidl_vec<uint8_t>& data) {
+    const std::lock_guard lock(virtualizerLock);
     logDebug(kTag, "[%s] start. handle=%d", __func__, bufferHandle);
     int32_t result = kHandleNotFound;
     if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle); slot != nullptr) {
@@ -142,12 +146,13 @@ Return<int32_t> HeadphoneVirtualizer::append(int32_t bufferHandle, const hidl_ve
 
 Return<int32_t> HeadphoneVirtualizer::apply(int32_t bufferHandle,
                                             const sp<IHeadphoneVirtualizerCallback>& callback) {
+    const std::lock_guard lock(virtualizerLock);
     logDebug(kTag, "[%s] start. handle:%d", __func__, bufferHandle);
     aud_hv_parameter* const slot = getParamFromHandle(bufferHandle);
     if (slot == nullptr) return kHandleNotFound;
     logKind(__func__, *slot);
     if (const int32_t result = checkDataSize(slot); result != kSuccess) return result;
-    if (transferState(*slot) != TransferState::Idle || isWindingDown(*slot)) {
+    if (isUploading(*slot) || isWindingDown(*slot)) {
         logWarning(kTag, "[%s] HIDL is waiting or BeCtrl is transferring!!", __func__);
         return kBusy;
     }
@@ -166,6 +171,7 @@ Return<int32_t> HeadphoneVirtualizer::apply(int32_t bufferHandle,
 }
 
 Return<int32_t> HeadphoneVirtualizer::cancel(int32_t bufferHandle) {
+    const std::lock_guard lock(virtualizerLock);
     logDebug(kTag, "[%s] start. handle=%d", __func__, bufferHandle);
     int32_t result = kHandleNotFound;
     if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle); slot != nullptr) {
@@ -178,42 +184,47 @@ Return<int32_t> HeadphoneVirtualizer::cancel(int32_t bufferHandle) {
 
 Return<void> HeadphoneVirtualizer::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
     platform::answerDebug(fd, options, [this]() -> platform::ServiceState {
+        const std::lock_guard lock(virtualizerLock);
         return {"HeadphoneVirtualizer",
                 {{"settings",
                   {platform::yesNo("supported", hrtfSupported_),
-                   platform::yesNo("virtualizer", virtualizerEnabled_),
-                   platform::yesNo("upmix", upmixEnabled_), platform::text("type", kType)}},
+                   platform::yesNo("virtualizer", switches_[kVirtualizer]),
+                   platform::yesNo("upmix", switches_[kUpmix]), platform::text("type", kType)}},
                  {"device_buffer", describeSlot(ParamType::DEVICE)},
                  {"hrtf_buffer", describeSlot(ParamType::HRTF)}}};
     });
     return Void();
 }
 
-int32_t HeadphoneVirtualizer::setSwitch(const char* function, uint8_t command, bool enable,
-                                        bool& stored) const {
+int32_t HeadphoneVirtualizer::setSwitch(const char* function, Switch which, bool enable) {
+    constexpr uint8_t kCommands[kSwitches] = {platform::BECTRL_SPEC_HV_ENABLE,
+                                              platform::BECTRL_SPEC_HV_UPMIX};
     logDebug(kTag, "[%s] start. enable:%d", function, enable);
     if (!hrtfSupported_) {
         logError(kTag, "[%s] end. HRTF is not supported. Return:%d", function, kNotSupported);
         return kNotSupported;
     }
-    const int32_t result = platform::setEnabledToBeCtrl(command, enable);
+    int32_t result = platform::awaitSetEnabledToBeCtrl();
     if (result == 0) {
-        stored = enable;
-    } else {
-        logError(kTag, "[%s] Notification to BeCtrl failed.", function);
+        // Sent and stored under the lock, so that two threads store what the controller got last.
+        const std::lock_guard lock(virtualizerLock);
+        result = platform::setEnabledToBeCtrl(kCommands[which], enable);
+        if (result == 0) switches_[which] = enable;
     }
+    if (result != 0) logError(kTag, "[%s] Notification to BeCtrl failed.", function);
     logDebug(kTag, "[%s] end. Return:%d", function, result);
     return result;
 }
 
-bool HeadphoneVirtualizer::getSwitch(const char* function, bool stored) const {
+bool HeadphoneVirtualizer::getSwitch(const char* function, Switch which) {
     logDebug(kTag, "[%s] start", function);
     if (!hrtfSupported_) {
         logError(kTag, "[%s] end. HRTF is not supported.", function);
         return false;
     }
-    logDebug(kTag, "[%s] end. Return:%d", function, stored);
-    return stored;
+    const std::lock_guard lock(virtualizerLock);
+    logDebug(kTag, "[%s] end. Return:%d", function, switches_[which]);
+    return switches_[which];
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

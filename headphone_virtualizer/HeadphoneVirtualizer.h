@@ -3,6 +3,8 @@
 
 #include <com/tovi/dtv/hardware/audio/5.1/IHeadphoneVirtualizer.h>
 
+#include "headphone_virtualizer/virtualizer_lock.h"
+
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
 using ::android::sp;
@@ -14,16 +16,16 @@ using V5_0::IHeadphoneVirtualizerCallback;
 using V5_0::ParamType;
 
 /**
- * The headphone virtualizer. The methods are described in the interface; they run on the
- * thread that serves all calls. The switches are as the controller last accepted them
- * and start anew with the object; the buffers are the process's, since the controller
- * has room for one of each kind.
+ * The headphone virtualizer. The interface describes the methods. The switches are as the
+ * controller last accepted them and start anew with the object; the buffers belong to the
+ * process, since the controller has room for one of each kind. Any thread: a client may call
+ * from inside its callback, while the main thread serves other clients.
  */
 class HeadphoneVirtualizer : public IHeadphoneVirtualizer {
   public:
     /**
-     * Finds out whether the TV has a back-end controller, and waits until that has
-     * booted. May block for 35 s; what goes wrong is logged. Main thread.
+     * Finds out whether the TV has a back-end controller, and waits until that has booted.
+     * May block for 35 s; failures are logged. Main thread.
      */
     HeadphoneVirtualizer();
 
@@ -43,12 +45,13 @@ class HeadphoneVirtualizer : public IHeadphoneVirtualizer {
     Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 
   private:
-    int32_t setSwitch(const char* function, uint8_t command, bool enable, bool& stored) const;
-    bool getSwitch(const char* function, bool stored) const;
+    enum Switch : uint8_t { kVirtualizer, kUpmix, kSwitches };
 
-    bool hrtfSupported_ = false;
-    bool virtualizerEnabled_ = false;
-    bool upmixEnabled_ = true;
+    int32_t setSwitch(const char* function, Switch which, bool enable);
+    bool getSwitch(const char* function, Switch which);
+
+    bool hrtfSupported_ = false;  // constant once the object is constructed
+    bool switches_[kSwitches] GUARDED_BY(virtualizerLock) = {false, true};
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

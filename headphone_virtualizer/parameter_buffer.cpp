@@ -6,6 +6,8 @@
 #include "headphone_virtualizer/log_tag.h"
 #include "headphone_virtualizer/parameter_transfer.h"
 #include "headphone_virtualizer/result_code.h"
+#include "headphone_virtualizer/transfer_thread.h"
+#include "headphone_virtualizer/transfer_wait.h"
 #include "platform/log.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
@@ -18,7 +20,10 @@ int32_t allocateParameterBufferInt(aud_hv_parameter* slot, int32_t size) {
     if (isMissing(__func__, slot)) return 0;
     logDebug(kTag, "[%s] start. type=%d, handle=%d", __func__, static_cast<int>(slot->kind.type),
              slot->handle);
-    discardParameterBufferInt(slot);
+    do {
+        discardParameterBufferInt(slot);
+        // During its wait another thread may have allocated a buffer of this kind.
+    } while (slot->handle != kNoHandle);
     if (size >= 0) slot->data.reset(static_cast<uint8_t*>(malloc(static_cast<size_t>(size))));
     if (slot->data == nullptr) {
         logDebug(kTag, "[%s] malloc fail.", __func__);
@@ -34,14 +39,18 @@ int32_t allocateParameterBufferInt(aud_hv_parameter* slot, int32_t size) {
 int32_t discardParameterBufferInt(aud_hv_parameter* slot) {
     if (isMissing(__func__, slot)) return kNotSupported;
     logDebug(kTag, "[%s] star", __func__);
-    bool ended = false;
-    if (transferState(*slot) != TransferState::Idle) {
+    const std::shared_ptr<Upload> upload = slot->upload;
+    if (isUploading(*slot)) {
         logDebug(kTag, "[%s] call cancel()", __func__);
         cancelInt(*slot);
-        ended = waitSelfParamTransferThreadFinish(*slot) == 0;
+        // A call from inside a callback runs on the very thread that ends the upload.
+        if (!isTransferThreadOf(slot->kind)) waitSelfParamTransferThreadFinish(*upload);
     }
-    if (!ended && slot->handle != kNoHandle) logDebug(kTag, "[%s] release memory.", __func__);
-    initializeParameter(slot);
+    // After a wait the slot is free, or another thread's.
+    if (slot->handle != kNoHandle && slot->upload == upload) {
+        logDebug(kTag, "[%s] release memory.", __func__);
+        initializeParameter(slot);
+    }
     logDebug(kTag, "[%s] end", __func__);
     return kSuccess;
 }
@@ -50,7 +59,7 @@ int32_t appendInt(aud_hv_parameter* slot, const uint8_t* bytes, size_t count) {
     if (isMissing(__func__, slot)) return kNotSupported;
     logDebug(kTag, "[%s] start.  registered size=%u,  append accumulation=%u, data size=%zu", __func__,
              slot->registeredSize, slot->appendAccumulation, count);
-    if (transferState(*slot) != TransferState::Idle) {
+    if (isUploading(*slot)) {
         logWarning(kTag, "[%s] HIDL is waiting or BeCtrl is transferring!!", __func__);
         return kBusy;
     }

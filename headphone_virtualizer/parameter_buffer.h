@@ -8,33 +8,36 @@
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
 /**
- * A buffer's life up to its upload: made of its full size, filled from front to back,
- * dropped. On the thread that serves all calls. A null slot is logged and refused.
+ * A buffer's life up to its upload: allocated at its full size, filled from front to back,
+ * discarded. Any thread that holds the lock. A null slot is logged and refused.
  */
 
 /**
- * Makes a buffer of `size` bytes in place of the one that is there, which is discarded
+ * Allocates a buffer of `size` bytes in place of the slot's present one, which is discarded
  * first: blocks as discardParameterBufferInt does.
  *
- * @return its handle, or 0 where the memory does not grant it (or `size` is negative)
+ * @return the handle, or 0 if there is not enough memory or `size` is negative
  */
-int32_t allocateParameterBufferInt(aud_hv_parameter* slot, int32_t size);
+int32_t allocateParameterBufferInt(aud_hv_parameter* slot, int32_t size) REQUIRES(virtualizerLock);
 
 /**
- * Ends the buffer. An upload is cancelled and waited for, up to 20 s; one that lasts
- * longer is left to end by itself. Always 0, but kNotSupported for null.
- */
-int32_t discardParameterBufferInt(aud_hv_parameter* slot);
-
-/**
- * Adds bytes to the end.
+ * Frees the buffer. Cancels an upload and waits for its end, up to 20 s, with the lock
+ * released; an upload that lasts longer is left to its thread. Does not wait on the slot's own
+ * transfer thread, that is, for a call from inside the upload's callback.
  *
- * @return kSuccess; kBusy during an upload, kSizeError where they do not fit: nothing is
+ * @return kSuccess, or kNotSupported for null
+ */
+int32_t discardParameterBufferInt(aud_hv_parameter* slot) REQUIRES(virtualizerLock);
+
+/**
+ * Appends bytes.
+ *
+ * @return kSuccess; kBusy during an upload, kSizeError if the bytes do not fit: nothing is
  *     copied then
  */
-int32_t appendInt(aud_hv_parameter* slot, const uint8_t* bytes, size_t count);
+int32_t appendInt(aud_hv_parameter* slot, const uint8_t* bytes, size_t count) REQUIRES(virtualizerLock);
 
-/** kSuccess where the buffer is full, kSizeError where it is not (logged). */
-int32_t checkDataSize(const aud_hv_parameter* slot);
+/** Returns kSuccess if the buffer is full, or kSizeError, which is logged. */
+int32_t checkDataSize(const aud_hv_parameter* slot) REQUIRES(virtualizerLock);
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -2,69 +2,52 @@
 #include "headphone_virtualizer/parameter_slot.h"
 
 #include "headphone_virtualizer/log_tag.h"
+#include "headphone_virtualizer/transfer_thread.h"
 #include "platform/log.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+
 namespace {
 
 constexpr int32_t kHandleEnd = 255;
 constexpr int32_t kNoSlot = -3;
 
-aud_hv_parameter deviceSlot{kDeviceParameters};
-aud_hv_parameter hrtfSlot{kHrtfParameters};
+aud_hv_parameter deviceSlot GUARDED_BY(virtualizerLock){kDeviceParameters};
+aud_hv_parameter hrtfSlot GUARDED_BY(virtualizerLock){kHrtfParameters};
 
-/** An upload that has ended ends its buffer; to be called before anybody looks at the slots. */
-void freeEndedSlots() {
-    for (aud_hv_parameter* slot : {&deviceSlot, &hrtfSlot}) {
-        if (slot->upload && transferState(*slot) == TransferState::Idle) initializeParameter(slot);
-    }
-}
-
-void partWithUpload(aud_hv_parameter& slot) {
-    const bool ended = transferState(slot) == TransferState::Idle;
-    // Only one transfer of a kind is ever with the driver.
-    if (ended && slot.upload->hold != DriverHold::None) slot.lingering.reset();
-    if (!ended || slot.upload->hold == DriverHold::Reading) slot.lingering = slot.upload;
-    slot.upload.reset();
+/** Whether the calling thread is delivering the result of the slot's upload. */
+REQUIRES(virtualizerLock) bool isOver(const aud_hv_parameter& slot) {
+    return slot.upload != nullptr && slot.upload == slot.carried && isTransferThreadOf(slot.kind);
 }
 
 }  // namespace
 
-TransferState transferState(const aud_hv_parameter& slot) {
-    return slot.upload ? slot.upload->transferState.load() : TransferState::Idle;
-}
-
-bool isWindingDown(const aud_hv_parameter& slot) {
-    return slot.lingering && slot.lingering->transferState != TransferState::Idle;
-}
-
 aud_hv_parameter* getParamFromType(ParamType type) {
-    freeEndedSlots();
     for (aud_hv_parameter* slot : {&deviceSlot, &hrtfSlot}) {
         if (slot->kind.type == type) return slot;
     }
     return nullptr;
 }
 
-aud_hv_parameter* getParamFromHandle(int32_t handle) {
-    freeEndedSlots();
+aud_hv_parameter* getParamFromHandle(int32_t handle, EvenIfOver evenIfOver) {
     for (aud_hv_parameter* slot : {&deviceSlot, &hrtfSlot}) {
-        if (handle != kNoHandle && slot->handle == handle) return slot;
+        const bool valid = evenIfOver == EvenIfOver::Yes || !isOver(*slot);
+        if (handle != kNoHandle && slot->handle == handle && valid) return slot;
     }
     platform::logError(kTag, "[%s] handle is not found!", __func__);
     return nullptr;
-}
-
-const aud_hv_parameter& peekAtSlot(ParamType type) {
-    return type == ParamType::DEVICE ? deviceSlot : hrtfSlot;
 }
 
 aud_hv_parameter& otherSlot(const aud_hv_parameter& slot) {
     return &slot == &deviceSlot ? hrtfSlot : deviceSlot;
 }
 
+bool isUploading(const aud_hv_parameter& slot) {
+    return slot.upload != nullptr && !isOver(slot);
+}
+
 int32_t drawHandle() {
-    static int32_t counter = 0;
+    static int32_t counter GUARDED_BY(virtualizerLock) = 0;
     do {
         if (++counter >= kHandleEnd) counter = 1;
     } while (counter == hrtfSlot.handle || counter == deviceSlot.handle);
@@ -78,7 +61,9 @@ int32_t initializeParameter(aud_hv_parameter* slot) {
     slot->appendAccumulation = 0;
     slot->data.reset();
     slot->callback.clear();
-    if (slot->upload) partWithUpload(*slot);
+    // A queued upload that is given up has been cancelled: its data will not be sent.
+    if (slot->upload != nullptr && slot->upload != slot->carried) slot->upload->data.reset();
+    slot->upload.reset();
     return 0;
 }
 

@@ -5,7 +5,6 @@
 
 #include "headphone_virtualizer/log_tag.h"
 #include "headphone_virtualizer/result_code.h"
-#include "headphone_virtualizer/transfer_poll.h"
 #include "headphone_virtualizer/transfer_thread.h"
 #include "platform/log.h"
 
@@ -16,17 +15,13 @@ using platform::logDebug;
 using platform::logError;
 using platform::logWarning;
 
-bool isIdle(ParamType type) {
-    return transferState(*getParamFromType(type)) == TransferState::Idle;
-}
-
 int32_t cancelAtController(const aud_hv_parameter& slot) {
     if (platform::notifyCancelToBeCtrl(slot.kind.cancelIoctl) == 0) return kSuccess;
     logWarning(kTag, "[cancelInt] cancel failed.");
     return kNotCancelled;
 }
 
-int32_t cancelInState(const aud_hv_parameter& slot, TransferState state) {
+REQUIRES(virtualizerLock) int32_t cancelInState(const aud_hv_parameter& slot, TransferState state) {
     switch (state) {
         case TransferState::Idle:
             logWarning(kTag, "[cancelInt] cancel failed.");
@@ -44,7 +39,9 @@ int32_t cancelInState(const aud_hv_parameter& slot, TransferState state) {
 }  // namespace
 
 int32_t checkResuming() {
-    if (!isIdle(ParamType::DEVICE) || !isIdle(ParamType::HRTF)) return kSuccess;
+    for (const ParamType type : {ParamType::DEVICE, ParamType::HRTF}) {
+        if (isUploading(*getParamFromType(type))) return kSuccess;
+    }
     for (const char* file : {platform::kDeviceStateFile, platform::kHrtfStateFile}) {
         platform::BeCtrlTransferState state{};
         if (const int32_t result = platform::readBeCtrlTransferState(file, state); result != 0) {
@@ -59,15 +56,21 @@ int32_t checkResuming() {
     return kSuccess;
 }
 
+bool isWindingDown(const aud_hv_parameter& slot) {
+    return slot.carried != nullptr && !isTransferThreadOf(slot.kind);
+}
+
 bool startTransfer(aud_hv_parameter& slot) {
     const auto upload = std::make_shared<Upload>(slot.kind);
     upload->data = std::move(slot.data);
     upload->size = slot.appendAccumulation;
     upload->callback = slot.callback;
-    if (const aud_hv_parameter& other = otherSlot(slot); transferState(other) != TransferState::Idle) {
+    if (const aud_hv_parameter& other = otherSlot(slot); isUploading(other)) {
         upload->predecessor = other.upload;
     }
-    if (!startParamTransferThread(upload)) {
+    if (slot.carried != nullptr) {
+        slot.queue.push_back(upload);
+    } else if (!startParamTransferThread(slot, upload)) {
         slot.data = std::move(upload->data);
         return false;
     }
@@ -78,14 +81,10 @@ bool startTransfer(aud_hv_parameter& slot) {
 
 int32_t cancelInt(const aud_hv_parameter& slot) {
     logDebug(kTag, "[%s] start", __func__);
-    const int32_t result = cancelInState(slot, transferState(slot));
+    const TransferState state = slot.upload ? slot.upload->transferState : TransferState::Idle;
+    const int32_t result = cancelInState(slot, state);
     logDebug(kTag, "[%s] end. Return:%d", __func__, result);
     return result;
-}
-
-int32_t waitSelfParamTransferThreadFinish(const aud_hv_parameter& slot) {
-    return pollTransfer(
-        [&] { return transferState(slot) == TransferState::Idle ? int32_t{0} : kWaitTimeout; });
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

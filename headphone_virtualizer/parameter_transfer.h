@@ -5,35 +5,36 @@
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
-/**
- * The service's side of an upload: start, cancel, wait. On the thread that serves all
- * calls.
- */
+/** The service's side of an upload: start and cancel. Any thread that holds the lock. */
 
 /**
- * Whether the controller can be given an upload. While an upload of ours runs it is not
- * asked: the new one will wait.
+ * Whether the controller can be given an upload. It is not asked while an upload of ours runs:
+ * the new one will wait.
  *
- * @return kSuccess, kBusy, or kNotSupported where its state cannot be read
+ * @return kSuccess, kBusy, or kNotSupported if the controller's state cannot be read
  */
-int32_t checkResuming();
+int32_t checkResuming() REQUIRES(virtualizerLock);
 
 /**
- * Starts the upload of the slot's full buffer, which belongs to the upload's thread from
- * then on. It goes after the other kind's upload that is under way now, if there is one.
- *
- * @return false where no thread can be had: the slot is as before then
+ * Whether the kind's transfer thread still works on an upload, perhaps one that the slot has
+ * given up, so that no other upload can start. False on that thread itself: an upload that is
+ * applied from inside the callback is carried out after it.
  */
-bool startTransfer(aud_hv_parameter& slot);
+bool isWindingDown(const aud_hv_parameter& slot) REQUIRES(virtualizerLock);
 
 /**
- * Tells the slot's upload to end and returns at once; its callback tells the outcome.
+ * Starts the upload of the slot's full buffer, which belongs to the upload's thread from then
+ * on. The upload waits for the other kind's upload that is under way now, if there is one.
  *
- * @return kSuccess, or kNotCancelled where there is none or the controller refuses
+ * @return false if no thread can be created; the slot is as before then
  */
-int32_t cancelInt(const aud_hv_parameter& slot);
+bool startTransfer(aud_hv_parameter& slot) REQUIRES(virtualizerLock);
 
-/** Waits for the end of the slot's upload: 0 when there is none, -1 after 20 s. */
-int32_t waitSelfParamTransferThreadFinish(const aud_hv_parameter& slot);
+/**
+ * Asks the slot's upload to end and returns at once; the callback reports the outcome.
+ *
+ * @return kSuccess, or kNotCancelled if there is no upload or the controller refuses
+ */
+int32_t cancelInt(const aud_hv_parameter& slot) REQUIRES(virtualizerLock);
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -18,18 +18,26 @@ const char* nameOf(TransferState state) {
     return "?";
 }
 
+REQUIRES(virtualizerLock) const char* describe(const Upload* upload) {
+    return upload != nullptr ? nameOf(upload->transferState) : "none";
+}
+
+/** The upload that the slot has given up and that is not over for its thread or the driver. */
+const Upload* earlierUpload(const aud_hv_parameter& slot) {
+    return slot.carried != nullptr && slot.carried != slot.upload ? slot.carried.get() : slot.lingering.get();
+}
+
 }  // namespace
 
 std::vector<platform::StateItem> describeSlot(ParamType type) {
-    const aud_hv_parameter& slot = peekAtSlot(type);
+    const aud_hv_parameter& slot = *getParamFromType(type);
     const Upload* const upload = slot.upload.get();
-    return {
-        platform::yesNo("allocated", slot.handle != kNoHandle),
-        platform::number("size", slot.registeredSize),
-        platform::number("filled", slot.appendAccumulation),
-        platform::text("upload", upload != nullptr ? nameOf(upload->transferState) : "none"),
-        platform::yesNo("cancelled_while_waiting", upload != nullptr && upload->cancelFlag),
-        platform::text("earlier_upload", slot.lingering ? nameOf(slot.lingering->transferState) : "none")};
+    return {platform::yesNo("allocated", slot.handle != kNoHandle),
+            platform::number("size", slot.registeredSize),
+            platform::number("filled", slot.appendAccumulation),
+            platform::text("upload", describe(upload)),
+            platform::yesNo("cancelled_while_waiting", upload != nullptr && upload->cancelFlag),
+            platform::text("earlier_upload", describe(earlierUpload(slot)))};
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

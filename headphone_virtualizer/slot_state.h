@@ -4,14 +4,12 @@
 #include <vector>
 
 #include "headphone_virtualizer/parameter_kind.h"
+#include "headphone_virtualizer/virtualizer_lock.h"
 #include "platform/state_dump.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
-/**
- * How a kind's buffer and its upload stand, without a word of what is in it. An upload
- * that has ended is not tidied up by being looked at. On the thread that serves all calls.
- */
-std::vector<platform::StateItem> describeSlot(ParamType type);
+/** Describes a kind's buffer and its upload, without their contents. Any thread that holds the lock. */
+std::vector<platform::StateItem> describeSlot(ParamType type) REQUIRES(virtualizerLock);
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

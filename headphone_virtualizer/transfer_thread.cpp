@@ -5,7 +5,7 @@
 #include <pthread.h>
 
 #include "headphone_virtualizer/log_tag.h"
-#include "headphone_virtualizer/transfer_poll.h"
+#include "headphone_virtualizer/transfer_wait.h"
 #include "headphone_virtualizer/transfer_watch.h"
 #include "platform/log.h"
 
@@ -18,16 +18,11 @@ using platform::logInfo;
 
 constexpr char kThread[] = "paramTransferThread";
 
-/** What the callback is told, besides the controller's own results. */
+/** Results that the callback receives, besides the controller's own. */
 enum Outcome : int32_t { kCancelled = 1, kNotHandedOver = -2, kTimeout = -2, kNotPrepared = -3 };
 
-/** 0 when the upload before this one has ended, kCancelled, or kWaitTimeout. */
-int32_t waitOtherParamTransferThreadFinish(const Upload& other, const std::atomic<bool>& cancelFlag) {
-    return pollTransfer([&]() -> int32_t {
-        if (other.transferState == TransferState::Idle) return 0;
-        return cancelFlag ? kCancelled : kWaitTimeout;
-    });
-}
+/** Kind of the calling transfer thread; null on every other thread. */
+thread_local const ParameterKind* kindOfThisThread = nullptr;
 
 bool holdWakeLock(const char* name) {
     logDebug(kTag, "[%s] Acquire Wakelock %s", kThread, name);
@@ -49,7 +44,7 @@ void releaseWakeLock(const char* name) {
     }
 }
 
-/** What the controller made of it. A read that fails leaves the state at what it was. */
+/** Returns the controller's result. A failed read leaves the state as it was. */
 int32_t awaitOutcome(const TransferWatch& watch, Upload& upload) {
     platform::BeCtrlTransferState state{};
     for (;;) {
@@ -82,56 +77,98 @@ int32_t transfer(Upload& upload) {
     return awaitOutcome(watch, upload);
 }
 
-int32_t run(Upload& upload) {
-    if (!holdWakeLock(upload.kind.wakeLock)) return kNotPrepared;
-    if (upload.predecessor) {
-        const int32_t waited = waitOtherParamTransferThreadFinish(*upload.predecessor, upload.cancelFlag);
-        upload.predecessor.reset();
-        if (waited == kWaitTimeout) {
-            logError(kTag, "[%s] Waiting thread finish is Timeout!", kThread);
-            return kTimeout;
-        }
-        if (waited == kCancelled) {
-            logDebug(kTag, "[%s] Waiting thread finish is canceled", kThread);
-            return kCancelled;
-        }
-    }
+/** Waits for the upload's predecessor. A queued upload may have been cancelled before its thread took it. */
+int32_t awaitTurn(const Upload& upload, bool wasQueued) {
+    const std::lock_guard lock(virtualizerLock);
+    if (wasQueued && upload.cancelFlag) return kWaitCancelled;
+    return upload.predecessor ? waitOtherParamTransferThreadFinish(*upload.predecessor, upload) : 0;
+}
+
+void setTransferring(Upload& upload) {
+    const std::lock_guard lock(virtualizerLock);
     upload.transferState = TransferState::Transferring;
+}
+
+int32_t run(Upload& upload, bool wasQueued) {
+    if (!holdWakeLock(upload.kind.wakeLock)) return kNotPrepared;
+    const int32_t waited = awaitTurn(upload, wasQueued);
+    if (waited == kWaitTimeout) {
+        logError(kTag, "[%s] Waiting thread finish is Timeout!", kThread);
+        return kTimeout;
+    }
+    if (waited == kWaitCancelled) {
+        logDebug(kTag, "[%s] Waiting thread finish is canceled", kThread);
+        return kCancelled;
+    }
+    setTransferring(upload);
     return transfer(upload);
 }
 
-void tell(const sp<IHeadphoneVirtualizerCallback>& callback, int32_t result) {
+void notifyClient(const sp<IHeadphoneVirtualizerCallback>& callback, int32_t result) {
     const auto told = callback->onApplyResult(result);
     if (!told.isOk()) logError(kTag, "[%s] the client cannot be told: %d", kThread, result);
 }
 
-void finish(Upload& upload) {
-    upload.predecessor.reset();
-    if (upload.hold != DriverHold::Reading) upload.data.reset();
-    upload.callback.clear();
-    releaseWakeLock(upload.kind.wakeLock);
-    // Last: who sees it may start the next upload, which takes the same wake lock.
-    upload.transferState = TransferState::Idle;
+/** Ends the upload for everybody else. Returns the upload that the thread carries out next, or null. */
+std::shared_ptr<Upload> passOn(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload) {
+    const std::lock_guard lock(virtualizerLock);
+    upload->transferState = TransferState::Idle;
+    // Only one transfer of a kind is ever with the driver.
+    if (upload->hold != DriverHold::None) slot.lingering.reset();
+    if (upload->hold == DriverHold::Reading) slot.lingering = upload;
+    if (slot.upload == upload) initializeParameter(&slot);
+    slot.carried.reset();
+    if (!slot.queue.empty()) {
+        slot.carried = slot.queue.front();
+        slot.queue.pop_front();
+    }
+    return slot.carried;
+}
+
+std::shared_ptr<Upload> finish(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload) {
+    upload->predecessor.reset();
+    if (upload->hold != DriverHold::Reading) upload->data.reset();
+    upload->callback.clear();
+    // Before the slot is free: the next upload of this kind takes the same wake lock.
+    releaseWakeLock(upload->kind.wakeLock);
+    auto next = passOn(slot, upload);
     logDebug(kTag, "paramTransferThread finished");
+    return next;
+}
+
+std::shared_ptr<Upload> firstUpload(const aud_hv_parameter& slot) {
+    const std::lock_guard lock(virtualizerLock);
+    return slot.carried;
 }
 
 void* paramTransferThread(void* argument) {
-    const std::unique_ptr<std::shared_ptr<Upload>> upload(static_cast<std::shared_ptr<Upload>*>(argument));
-    logDebug(kTag, "[%s] start", kThread);
-    tell((*upload)->callback, run(**upload));
-    finish(**upload);
+    aud_hv_parameter& slot = *static_cast<aud_hv_parameter*>(argument);
+    kindOfThisThread = &slot.kind;
+    bool wasQueued = false;
+    for (std::shared_ptr<Upload> upload = firstUpload(slot); upload != nullptr;) {
+        logDebug(kTag, "[%s] start", kThread);
+        notifyClient(upload->callback, run(*upload, wasQueued));
+        upload = finish(slot, upload);
+        wasQueued = true;
+    }
     return nullptr;
 }
 
 }  // namespace
 
-bool startParamTransferThread(const std::shared_ptr<Upload>& upload) {
-    auto share = std::make_unique<std::shared_ptr<Upload>>(upload);
+bool startParamTransferThread(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload) {
+    slot.carried = upload;
     pthread_t thread{};
-    if (pthread_create(&thread, nullptr, paramTransferThread, share.get()) != 0) return false;
-    (void)share.release();
+    if (pthread_create(&thread, nullptr, paramTransferThread, &slot) != 0) {
+        slot.carried.reset();
+        return false;
+    }
     pthread_detach(thread);
     return true;
+}
+
+bool isTransferThreadOf(const ParameterKind& kind) {
+    return kindOfThisThread == &kind;
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -1,21 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <memory>
-
-#include "headphone_virtualizer/upload.h"
+#include "headphone_virtualizer/parameter_slot.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
 /**
- * Starts the thread that carries out the upload: it keeps the TV awake, waits for the
- * upload's predecessor, gives the controller the data, waits for what becomes of it,
- * tells the callback and lets go of data and callback. The upload is Waiting from here
- * on and Idle when all that is done, 40 s later at most unless the driver or the
- * callback blocks. Nobody has to join the thread.
+ * Starts the slot's transfer thread, which carries out `upload` and then the uploads of the
+ * slot's queue. For each of them it keeps the TV awake, waits for the upload's predecessor,
+ * gives the controller the data, waits for the result, calls the client's callback and frees
+ * data, callback and slot. That takes at most 40 s, unless the driver or the callback blocks.
+ * Nobody has to join the thread. The slot must have no thread yet.
  *
- * @return false where there can be no thread; the upload is as before then
+ * @return false if the thread cannot be created; nothing has changed then
  */
-bool startParamTransferThread(const std::shared_ptr<Upload>& upload);
+bool startParamTransferThread(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload)
+    REQUIRES(virtualizerLock);
+
+/** Whether the calling thread is the transfer thread of that kind: a call from inside a client's callback. */
+bool isTransferThreadOf(const ParameterKind& kind);
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

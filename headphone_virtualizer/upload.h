@@ -4,10 +4,10 @@
 #include <com/tovi/dtv/hardware/audio/5.0/IHeadphoneVirtualizerCallback.h>
 #include <stdlib.h>
 
-#include <atomic>
 #include <memory>
 
 #include "headphone_virtualizer/parameter_kind.h"
+#include "headphone_virtualizer/virtualizer_lock.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
@@ -20,36 +20,35 @@ struct FreeBlock {
 using Block = std::unique_ptr<uint8_t, FreeBlock>;
 
 enum class TransferState : int32_t {
-    Idle,          // there is no transfer, or it has ended
-    Waiting,       // for the other kind's transfer, or for its own thread to begin
-    Transferring,  // the controller is given the data, or works on it
+    Idle,          // the upload has ended
+    Waiting,       // for the other kind's upload, or for its own thread to begin
+    Transferring,  // the controller is given the data or works on them, or the client is told the result
 };
 
-/** What the driver does with an upload's data. */
+/** Access of the controller's driver to an upload's data. */
 enum class DriverHold : uint8_t {
-    None,     // it was never given them
-    Reading,  // it has not told that the transfer ended
+    None,     // the driver was never given the data
+    Reading,  // the driver has not reported the end of the transfer
     Done,
 };
 
 /**
- * One upload, from the client's apply() to its outcome. It is shared by its slot, its
- * thread and the other kind's upload that waits for it, and lives as long as any of them:
- * a slot that gives an upload up takes neither data nor callback from the thread, and
- * the thread never touches the slot. Its thread has it to itself but for the atomics.
+ * One upload, from the client's apply() to its end. Its slot, its thread and the other kind's
+ * upload that waits for it share it. A slot that gives up an upload takes neither data nor
+ * callback from the thread. Only the thread accesses the members, except the guarded ones.
  */
 struct Upload {
     explicit Upload(const ParameterKind& ofKind) : kind(ofKind) {}
 
     const ParameterKind& kind;
-    Block data;  // the only copy; freed as the upload ends, but for what the driver still reads
+    Block data;  // the only copy; freed when the upload ends, unless the driver still reads it
     uint32_t size = 0;
     sp<IHeadphoneVirtualizerCallback> callback;
-    std::shared_ptr<const Upload> predecessor;  // to be waited for; null for none
-    DriverHold hold = DriverHold::None;         // the thread's until the upload is Idle
+    std::shared_ptr<const Upload> predecessor;  // the other kind's upload to wait for, or null
+    DriverHold hold = DriverHold::None;
 
-    std::atomic<TransferState> transferState{TransferState::Waiting};  // written by the thread
-    std::atomic<bool> cancelFlag{false};                               // written by the service
+    TransferState transferState GUARDED_BY(virtualizerLock) = TransferState::Waiting;
+    bool cancelFlag GUARDED_BY(virtualizerLock) = false;
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -13,7 +13,7 @@ using ::android::hardware::Return;
 /**
  * The gain of the built-in microphone, which the audio HAL keeps. The object holds
  * nothing but the process's way to the HAL. The methods are described in the
- * interface; they run on the thread that serves all calls.
+ * interface; any thread may call them.
  */
 class MicControl : public IMicControl {
   public:

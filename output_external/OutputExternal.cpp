@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output_external/OutputExternal.h"
 
+#include <android-base/thread_annotations.h>
 #include <string.h>
+
+#include <mutex>
 
 #include "output_external/bitstream_mode_file.h"
 #include "platform/config_store.h"
@@ -19,6 +22,9 @@ using platform::kBitstreamOutputMode;
 using platform::kNoTag;
 using platform::logDebug;
 using platform::logError;
+
+/** Keeps the middleware and the file at the same mode. */
+std::mutex modeLock;
 
 constexpr int32_t kForcedEncodingOn = 0;
 constexpr int32_t kForcedEncodingOff = 2;
@@ -40,7 +46,7 @@ void restoreMode(const char* function) {
              mode ? "" : "prev setting not exist. ", restored, status);
 }
 
-void keepMode(const char* function, int32_t mode) {
+REQUIRES(modeLock) void keepMode(const char* function, int32_t mode) {
     ssize_t written = -1;
     if (const int error = storeBitstreamMode(mode, written); error != 0) {
         logOpenFailure(function, error);
@@ -49,8 +55,8 @@ void keepMode(const char* function, int32_t mode) {
     }
 }
 
-/** The mode of the file, without making one; nothing where no client has set any. */
-std::optional<int64_t> keptMode() {
+/** Returns the mode of the file, or `std::nullopt` if no client has set one. Does not create the file. */
+REQUIRES(modeLock) std::optional<int64_t> keptMode() {
     const std::optional<platform::KeptFile> file = platform::lookAtFile(kBitstreamModeFile);
     if (!file || file->size == 0) return std::nullopt;
     int32_t mode = 0;
@@ -60,6 +66,7 @@ std::optional<int64_t> keptMode() {
 }
 
 platform::ServiceState describe() {
+    const std::lock_guard lock(modeLock);
     return {"OutputExternal",
             {{"settings", {platform::text("bitstream_output_mode_key", kBitstreamOutputMode.name)}},
              {"persisted",
@@ -71,7 +78,7 @@ platform::ServiceState describe() {
 }  // namespace
 
 OutputExternal::OutputExternal() {
-    // Late or not, the TV may take the setting all the same.
+    // Continue after a time-out: the middleware may still take the setting.
     platform::waitForDtvSvc(platform::WaitingService::OutputExternal);
     platform::openMiddleware(platform::MiddlewareUser::OutputExternal);
     restoreMode(__func__);
@@ -80,6 +87,7 @@ OutputExternal::OutputExternal() {
 Return<int32_t> OutputExternal::setForceEncodingEnabled(bool enable) {
     logDebug(kNoTag, "[%s] start enable:%d", __func__, enable);
     const int32_t mode = enable ? kForcedEncodingOn : kForcedEncodingOff;
+    const std::lock_guard lock(modeLock);
     const int32_t status = platform::writeConfig(kBitstreamOutputMode, mode);
     if (status == 0) {
         keepMode(__func__, mode);

@@ -12,15 +12,15 @@ using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 
 /**
- * The external audio output. Holds no state: the switch lives in the middleware's
- * configuration store, its copy for the next start in a file. The methods are
- * described in the interface; they run on the thread that serves all calls.
+ * The external audio output. The object holds no state: the switch lives in the middleware's
+ * configuration store, its copy for the next start in a file. The interface describes the
+ * methods. Any thread.
  */
 class OutputExternal : public IOutputExternal {
   public:
     /**
      * Waits for the TV platform service, opens the middleware and gives it the mode
-     * of the file. May block for 20 s; what goes wrong is logged. Main thread.
+     * of the file. May block for 20 s; failures are logged. Main thread.
      */
     OutputExternal();
 

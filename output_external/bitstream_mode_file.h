@@ -10,7 +10,7 @@ namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
 
 /**
  * The file that keeps the bitstream output mode over a restart: four bytes in the
- * machine's order, or none while no client has ever set the mode. Main thread.
+ * machine's order, or none while no client has ever set the mode. One call at a time.
  */
 
 /** Where it lies. Its folder is there already; this makes the file only. */

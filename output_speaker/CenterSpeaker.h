@@ -13,7 +13,7 @@ using ::android::hardware::Return;
 /**
  * The TV as the centre speaker of an external audio system. The process finds out all
  * answers once, when the object is made, and only reports them afterwards. The methods
- * are described in the interface; they run on the thread that serves all calls.
+ * are described in the interface; any thread may call them.
  */
 class CenterSpeaker : public ICenterSpeaker {
   public:

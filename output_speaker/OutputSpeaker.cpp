@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output_speaker/OutputSpeaker.h"
 
+#include <android-base/thread_annotations.h>
+
 #include <iterator>
+#include <mutex>
 
 #include "platform/PrimaryHalAccessor.h"
 #include "platform/config_store.h"
@@ -29,22 +32,59 @@ constexpr int32_t kSpeakerWithoutSurround = 1;
 /** What the HAL calls the positions, by their number in the store. */
 constexpr const char* kHalPositions[] = {"table_top", "wall_mount"};
 
-sp<IPrimaryDevice> primaryDevice;
+sp<IPrimaryDevice> primaryDevice;  // constant once the service is constructed
+
+std::mutex positionLock;
+/** The position stored last, which the HAL is to know. */
+int32_t storedPosition GUARDED_BY(positionLock) = 0;
 
 bool isPosition(int32_t value) {
     return value >= 0 && value < static_cast<int32_t>(std::size(kHalPositions));
 }
 
-/** Whether the HAL takes it is its own affair: the position is stored all the same. */
-void tellHal(int32_t position) {
-    platform::setHalParameter(primaryDevice, "tv_position", kHalPositions[position]);
+int32_t lastPosition() {
+    const std::lock_guard lock(positionLock);
+    return storedPosition;
 }
 
-/** The stored position, with what went wrong logged. */
+/**
+ * Tells the HAL the position stored last, without the lock, since the HAL may take long. Tells
+ * it again if another thread has stored another position meanwhile. The HAL's result is ignored.
+ */
+void updateHal() {
+    int32_t told = 0;
+    do {
+        told = lastPosition();
+        platform::setHalParameter(primaryDevice, "tv_position", kHalPositions[told]);
+    } while (told != lastPosition());
+}
+
+/** Tells the HAL, at the start, the position that the middleware has kept. */
+void restorePosition(int32_t position) {
+    {
+        const std::lock_guard lock(positionLock);
+        storedPosition = position;
+    }
+    updateHal();
+}
+
+/** Stores a valid position. Returns the middleware's status. */
+int32_t storePosition(int32_t position) {
+    const std::lock_guard lock(positionLock);
+    storedPosition = position;
+    return platform::writeConfig(platform::kTvPosition, position);
+}
+
+/** Reads the stored position. Returns the middleware's status; a failure is logged. */
 int32_t readPosition(int32_t& value) {
     const int32_t status = platform::readConfig(platform::kTvPosition, value);
     if (status != 0) logError(kTag, "a_mtktvapi_config_get_value failed:ret = %d", status);
     return status;
+}
+
+int32_t readMainDelay(uint32_t& delay) {
+    const std::lock_guard lock(middlewareLock);
+    return MTAUDDEC_GetChannelMainDelaySp(&delay);
 }
 
 /** The TV's speaker selection; where it can't be read, none that matters. */
@@ -70,7 +110,7 @@ platform::ServiceState describe() {
 
 OutputSpeaker::OutputSpeaker() {
     logDebug(kTag, "[%s] start", __func__);
-    // Late or not, the TV may answer all the same.
+    // Continue after a time-out: the middleware may still work.
     platform::waitForDtvSvc(platform::WaitingService::OutputSpeaker);
     platform::openMiddleware(platform::MiddlewareUser::OutputSpeaker);
     primaryDevice = platform::PrimaryHalAccessor().getHalPrimaryDevice();
@@ -82,7 +122,7 @@ OutputSpeaker::OutputSpeaker() {
     if (readPosition(position) != 0) return;
     logDebug(kTag, "get tv position:%d", position);
     if (isPosition(position)) {
-        tellHal(position);
+        restorePosition(position);
     } else {
         logError(kTag, "a_mtktvapi_config_get_value:Illigal value = %d", position);
     }
@@ -116,9 +156,9 @@ Return<int32_t> OutputSpeaker::setTvPosition(int32_t type) {
     logDebug(kTag, "[%s] start:type = %d", __func__, type);
     if (!isPosition(type)) logWarning(kTag, "illigal argument:type = %d", type);
     const int32_t position = isPosition(type) ? type : 0;
-    const int32_t status = platform::writeConfig(platform::kTvPosition, position);
+    const int32_t status = storePosition(position);
     logDebug(kTag, "set tv position:value = %d, result = %d", position, status);
-    if (primaryDevice != nullptr) tellHal(position);
+    if (primaryDevice != nullptr) updateHal();
     logDebug(kTag, "[%s] end:ret = %d", __func__, status);
     return status;
 }
@@ -126,7 +166,7 @@ Return<int32_t> OutputSpeaker::setTvPosition(int32_t type) {
 Return<float> OutputSpeaker::getDelay() {
     logDebug(kTag, "[%s] start", __func__);
     uint32_t delay = 0;
-    if (const int32_t status = MTAUDDEC_GetChannelMainDelaySp(&delay); status != 0) {
+    if (const int32_t status = readMainDelay(delay); status != 0) {
         logError(kTag, "MTAUDDEC_GetChannelMainDelaySp failed. ret:%d", status);
         return 0.0F;
     }

@@ -15,8 +15,7 @@ using V3_1::TvPositionType;
 /**
  * The TV's own speakers. The position of the TV lives in the middleware's
  * configuration store; the audio HAL is told of it. The object holds nothing but the
- * process's way to the HAL. The methods are described in the interface; they run on
- * the thread that serves all calls.
+ * process's way to the HAL. The interface describes the methods. Any thread.
  */
 class OutputSpeaker : public IOutputSpeaker {
   public:

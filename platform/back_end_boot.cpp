@@ -25,15 +25,19 @@ constexpr BootWaiter kCalibrationWaiter{MiddlewareUser::CheckBeCtrlBoot, "AudioA
 constexpr BootWaiter kVirtualizerWaiter{MiddlewareUser::CheckBeCtrlBootForHV, "AudioHV",
                                         "checkBeCtrlBootForHV"};
 
+int32_t query(bectrl_cust_spec_record& record) {
+    uint32_t size = sizeof(record);
+    const std::lock_guard lock(middlewareLock);
+    return MTDRVCUST_dcustom_cust_spec_get(kBeCtrlGetIdentifier, &record, &size);
+}
+
 int32_t run(const BootWaiter& waiter) {
     if (openMiddleware(waiter.user) != 0) return kBootStateUnknown;
     bectrl_cust_spec_record record{};
     record.type = BECTRL_SPEC_BOOT_STATE;
     record.payloadLength = 1;
-    uint32_t size = sizeof(record);
-    for (int query = 0; query < kQueries; ++query) {
-        const int32_t status = MTDRVCUST_dcustom_cust_spec_get(kBeCtrlGetIdentifier, &record, &size);
-        if (status != 0) {
+    for (int i = 0; i < kQueries; ++i) {
+        if (const int32_t status = query(record); status != 0) {
             logError(waiter.tag, "[%s] MTDRVCUST_dcustom_cust_spec_get failed!!(%d)", waiter.name, status);
             return kBootStateUnknown;
         }

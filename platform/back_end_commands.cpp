@@ -15,21 +15,24 @@ namespace {
 constexpr char kCalibrationTag[] = "AudioAC";
 constexpr char kVirtualizerTag[] = "AudioHV";
 
-void logNotReady(const char* tag, const char* function) {
-    logError(tag, "[%s] BECtrl Boot failed [TimeOut].", function);
+/** Logs a wait that has failed in the name of the command that it was for. */
+int32_t checkReady(int32_t result, const char* tag, const char* command) {
+    if (result != 0) logError(tag, "[%s] BECtrl Boot failed [TimeOut].", command);
+    return result;
 }
 
 int32_t send(const bectrl_cust_spec_record& record) {
+    const std::lock_guard lock(middlewareLock);
     return MTDRVCUST_dcustom_cust_spec_set(kBeCtrlSetIdentifier, &record, sizeof(record), 0);
 }
 
 }  // namespace
 
+int32_t awaitSetEnabledToBeCtrl() {
+    return checkReady(checkDtvSvcBootForHV(), kVirtualizerTag, "setEnabledToBeCtrl");
+}
+
 int32_t setEnabledToBeCtrl(uint8_t type, bool enable) {
-    if (const int32_t result = checkDtvSvcBootForHV(); result != 0) {
-        logNotReady(kVirtualizerTag, __func__);
-        return result;
-    }
     bectrl_cust_spec_record record{};
     record.type = type;
     record.payloadLength = 1;
@@ -43,11 +46,11 @@ int32_t setEnabledToBeCtrl(uint8_t type, bool enable) {
     return status;
 }
 
+int32_t awaitSetCalibratedDataToBeCtrl() {
+    return checkReady(checkDtvSvcBoot(), kCalibrationTag, "setCalibratedDataToBeCtrl");
+}
+
 int32_t setCalibratedDataToBeCtrl(const void* block) {
-    if (const int32_t result = checkDtvSvcBoot(); result != 0) {
-        logNotReady(kCalibrationTag, __func__);
-        return result;
-    }
     bectrl_cust_spec_record record{};
     record.type = BECTRL_SPEC_AC_DATA;
     record.payloadLength = kCalibrationBlockSize;

@@ -7,28 +7,34 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * The commands to the back-end audio controller. Each waits first for the TV platform
- * service, up to 20 s where that is not ready, and logs what goes wrong. Main thread.
+ * The commands to the back-end audio controller. A command has two steps, so that a caller
+ * need not hold its lock over the first one, which waits up to 20 s for the TV platform
+ * service. Failures are logged. Any thread.
  */
 
-/** The size of what the controller takes as its calibration, in bytes. */
+/** Size of the controller's calibration block in bytes. */
 constexpr size_t kCalibrationBlockSize = 36;
+
+/** Waits until setEnabledToBeCtrl can be called. Returns 0, or -5 after a time-out. */
+int32_t awaitSetEnabledToBeCtrl();
 
 /**
  * Switches the headphone virtualizer (`type` BECTRL_SPEC_HV_ENABLE) or its up-mix
  * (BECTRL_SPEC_HV_UPMIX).
  *
- * @return 0; -5 where the TV platform service is not ready; or the status of the
- *     middleware that could not be opened or refused the command
+ * @return 0, or the status of the middleware that cannot be opened or refuses the command
  */
 int32_t setEnabledToBeCtrl(uint8_t type, bool enable);
 
+/** Waits until setCalibratedDataToBeCtrl can be called. Returns 0, or -1 after a time-out. */
+int32_t awaitSetCalibratedDataToBeCtrl();
+
 /**
- * Gives the controller its calibration. The command is tried even where the middleware
- * could not be opened.
+ * Gives the controller its calibration. The command is tried even if the middleware cannot be
+ * opened.
  *
  * @param block kCalibrationBlockSize bytes
- * @return 0; -1 where the TV platform service is not ready; or the middleware's status
+ * @return the middleware's status, 0 for success
  */
 int32_t setCalibratedDataToBeCtrl(const void* block);
 

@@ -5,7 +5,7 @@ namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
  * Whether the TV has a back-end audio controller, which its EEPROM tells. Each asks
- * the EEPROM anew and logs what fails. Main thread.
+ * the EEPROM anew and logs what fails. Any thread.
  */
 
 /** The acoustic calibration's check: a TV whose EEPROM cannot be read has one. */

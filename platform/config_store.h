@@ -7,8 +7,8 @@ namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
  * The middleware's configuration store: signed 32-bit values that the TV keeps, by
- * key. Other components of the TV change them too, so every read asks the store. To
- * be called from the main thread, with the middleware opened.
+ * key. Other components of the TV change them too, so every read asks the store. Any
+ * thread, once the middleware is opened.
  */
 
 /** A value that the daemon reads. */

@@ -7,7 +7,7 @@ namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
  * The TV's EEPROM, which tells what the model has. The factory writes it; the daemon
- * only reads, single bytes. Main thread, with the middleware opened along with the
+ * only reads, single bytes. Any thread, with the middleware opened along with the
  * driver layer.
  */
 

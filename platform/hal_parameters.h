@@ -9,7 +9,7 @@ namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
  * Single parameters of the audio HAL's primary device, texts by key. Each call waits
- * for the HAL's answer, on the thread that serves all calls. A HAL that has ended
+ * for the HAL's answer, without a lock of the caller. A HAL that has ended
  * counts as one that refuses. `device` must not be null.
  */
 

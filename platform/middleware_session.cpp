@@ -9,16 +9,16 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 namespace {
 
-int32_t openAlone() {
+REQUIRES(middlewareLock) int32_t openAlone() {
     return MTAL_InitExCb(nullptr);
 }
 
-int32_t openWithPlaybackControl() {
+REQUIRES(middlewareLock) int32_t openWithPlaybackControl() {
     IMtkPb_Ctrl_Init();
     return openAlone();
 }
 
-int32_t openWithDrivers() {
+REQUIRES(middlewareLock) int32_t openWithDrivers() {
     DRV_Init();
     return MTAL_Init();
 }
@@ -65,7 +65,10 @@ void logFailure(const Opening& opening, int32_t status) {
 
 int32_t openMiddleware(MiddlewareUser user) {
     const Opening& opening = kOpenings[static_cast<size_t>(user)];
-    const int32_t status = opening.open();
+    const int32_t status = [&] {
+        const std::lock_guard lock(middlewareLock);
+        return opening.open();
+    }();
     if (status != 0) {
         logFailure(opening, status);
     } else if (opening.success != nullptr) {

@@ -24,7 +24,7 @@ enum class MiddlewareUser {
  * Opens the middleware's connection in the way that `user` needs it (with the
  * playback control, with the driver layer, or by itself) and logs the outcome in its
  * words. Each user opens for itself, as often as it needs: the middleware counts on
- * no closing. Main thread.
+ * no closing. Any thread.
  *
  * @return the middleware's status, 0 for success
  */

@@ -8,7 +8,7 @@ namespace com::tovi::dtv::hardware::audio::platform {
 /**
  * The wait for the TV platform service (dtv_svc), which leaves a marker file once it
  * answers the middleware. Each wait blocks for some 20 s at most, not at all where
- * the marker is there, and logs in its caller's own words. Main thread.
+ * the marker is there, and logs in its caller's own words. Any thread, without a lock.
  */
 
 /** The services whose constructor waits before it opens the middleware. */

@@ -3,6 +3,8 @@
 
 #include <stdio.h>
 
+#include "platform/version.h"
+
 namespace com::tovi::dtv::hardware::audio::platform {
 namespace {
 
@@ -53,7 +55,7 @@ StateItem text(const char* name, std::string_view value) {
 }
 
 std::string toText(const ServiceState& state) {
-    std::string text = std::string(state.service) + "\n";
+    std::string text = std::string(state.service) + " (hidlaudio " + kVersion + ")\n";
     for (const StateSection& section : state.sections) {
         text += "  " + section.name + "\n";
         for (const StateItem& item : section.items) {
@@ -65,7 +67,7 @@ std::string toText(const ServiceState& state) {
 }
 
 std::string toJson(const ServiceState& state) {
-    std::string json = R"({"service":)" + quote(state.service);
+    std::string json = R"({"service":)" + quote(state.service) + R"(,"version":)" + quote(kVersion);
     for (const StateSection& section : state.sections) {
         json += "," + quote(section.name) + ":" + sectionAsJson(section);
     }

@@ -11,9 +11,8 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * The state of a service for whoever looks for a fault: named values in named sections,
- * in the order in which they are read best. Names are of letters, digits and '_'. Any
- * thread.
+ * The state of a service, for finding a fault: named values in named sections, in the order
+ * in which they are read best. Names consist of letters, digits and '_'. Any thread.
  */
 struct StateItem {
     enum class Kind { Literal, Text, Unknown };
@@ -38,10 +37,10 @@ StateItem yesNo(const char* name, bool value);
 StateItem number(const char* name, std::optional<int64_t> value);
 StateItem text(const char* name, std::string_view value);
 
-/** The state for a person: an item a line, indented below its section. */
+/** Returns the state for a person: service and version, then an item a line, indented below its section. */
 std::string toText(const ServiceState& state);
 
-/** The state for a program: one JSON object and a newline; an unknown value is null. */
+/** Returns the state for a program: one JSON object and a newline; an unknown value is null. */
 std::string toJson(const ServiceState& state);
 
 /**

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <hidl/HidlTransportSupport.h>
 
-#include <algorithm>
 #include <array>
 #include <iterator>
 
@@ -69,8 +68,7 @@ using Objects = std::array<sp<IBase>, std::size(kServices)>;
 
 Objects constructServices() {
     Objects objects;
-    std::transform(std::begin(kServices), std::end(kServices), objects.begin(),
-                   [](const Service& service) { return service.construct(); });
+    for (size_t i = 0; i < objects.size(); ++i) objects[i] = kServices[i].construct();
     return objects;
 }
 
@@ -87,8 +85,13 @@ bool registerServices(const Objects& objects) {
 /** Serves until the process is killed; coming back means that it could not. */
 int serve() {
     logDebug(kTag, "########## HIDL server side: main() is called:");
+    // Constructors may wait for the audio HAL to be registered. That wait starts the process's
+    // thread pool, which has by default one thread of its own: without this call that thread
+    // would stay and serve beside the main thread.
+    ::android::hardware::configureRpcThreadpool(1, true);
     const Objects objects = constructServices();
-    // One thread for all calls of all services, so that none of them is concurrent.
+    // One thread, this one, serves all calls of all services. Repeated here because the
+    // configuration that holds when the pool is joined must not depend on what a constructor did.
     ::android::hardware::configureRpcThreadpool(1, true);
     if (registerServices(objects)) {
         ::android::hardware::joinRpcThreadpool();

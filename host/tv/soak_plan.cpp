@@ -41,6 +41,10 @@ constexpr const char* kClientCommands[] = {
     "audioctl virtualizer upload device parameters.bin --cancel-after 0.01",
     "audioctl virtualizer upload hrtf parameters.bin --cancel-after 0.03",
     "audioctl ping -n 100",
+    "soak_client",
+    "soak_client",
+    "soak_client",
+    "soak_client",
 };
 
 /**
@@ -83,9 +87,9 @@ std::vector<std::string> wordsOf(const char* text) {
     return words;
 }
 
-/** One that ends by itself only if it is told to. */
-bool runsForEver(const Decision& decision) {
-    return decision.command.back() == "watch";
+/** Whether the command ends only when it is killed. */
+bool runsForever(const Decision& decision) {
+    return decision.command.back() == "watch" || decision.command[0] == "soak_client";
 }
 
 }  // namespace
@@ -121,7 +125,12 @@ Decision SoakPlan::next() {
     decision.command = wordsOf(kClientCommands[random(std::size(kClientCommands))]);
     const bool isKilled = random(kKilledOf) == 0;
     const uint64_t life = 1 + random(kLongestLife);
-    if (isKilled || runsForEver(decision)) decision.kill = std::chrono::milliseconds(life);
+    if (isKilled || runsForever(decision)) decision.kill = std::chrono::milliseconds(life);
+    if (decision.command[0] == "soak_client") {
+        decision.command.push_back(std::to_string(random(1000000)));
+        // It calls many times; a short life would be over before its first upload.
+        decision.kill *= 10;
+    }
     return decision;
 }
 

@@ -162,6 +162,18 @@ TEST_F(HdmiAudioClients, AreToldAlthoughOneBeforeThemDies) {
     EXPECT_THAT(after->told(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
 }
 
+// Each callback is removed by a death notice of its own. If that took longer the more there are,
+// the daemon would serve nobody for minutes.
+TEST_F(HdmiAudioClients, RegisterThousandsOfCallbacksAndDie) {
+    constexpr size_t kCallbacks = 16000;
+    const auto many = registered(std::to_string(kCallbacks).c_str());
+    many->die();
+    auto setting = std::async(std::launch::async, [&] { return set({"ARC_DD_PLUS"}); });
+    EXPECT_EQ(setting.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    EXPECT_EQ(setting.get(), 0);
+    EXPECT_TRUE(becomesTrue([&] { return count(removal_) == kCallbacks + 1; }));
+}
+
 // A number goes along with each change: the service passes on whatever begins as a capability.
 TEST_F(HdmiAudioClients, ComeAndGoAtRandom) {
     constexpr int kClients = 200;

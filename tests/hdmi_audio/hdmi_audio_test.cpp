@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
 
+#include <functional>
+#include <utility>
+
 #include "hdmi_audio/HdmiAudio.h"
 #include "host/kernel/log.h"
 #include "tests/support/log_text.h"
@@ -20,11 +23,11 @@ using Names = std::vector<std::string>;
 struct Callback : V1_1::IHdmiAudioCallback {
     android::hardware::Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
         changes.emplace_back(names.begin(), names.end());
-        if (service != nullptr && !service->setCallback(this).isOk()) abort();
+        if (inside) std::exchange(inside, nullptr)();
         return android::hardware::Void();
     }
     std::vector<Names> changes;
-    sp<V3_1::IHdmiAudio> service;  // where it is to be registered once more from inside
+    std::function<void()> inside;  // what the client does from inside its next call
 };
 
 /** A call that tells of those, or none where there is nothing to tell. */
@@ -243,7 +246,8 @@ TEST_F(HdmiAudio, KeepsCallbacksUntilTheirClientDies) {
     for (const sp<Callback>& callback : {first, second, first}) {
         EXPECT_TRUE(service_->setCallback(callback).isOk());
     }
-    first->service = service_;  // registers itself once more, which counts from the next change on
+    // Registers itself once more, which counts from the next change on.
+    first->inside = [&] { EXPECT_TRUE(service_->setCallback(first).isOk()); };
     EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
     EXPECT_EQ(first->changes.size(), 2U);
     EXPECT_EQ(second->changes.size(), 1U);
@@ -255,7 +259,7 @@ TEST_F(HdmiAudio, KeepsCallbacksUntilTheirClientDies) {
     EXPECT_THAT(logged(), ElementsAre("E Monitored process died")) << "nothing is left of that object";
     service_->serviceDied(7, first);
     EXPECT_THAT(logged(), ElementsAre("E Monitored process died", "D remove callback", "D remove callback",
-                                      "D remove callback", "D remove callback"));
+                                      "D remove callback"));
     service_->serviceDied(0, first);
     EXPECT_THAT(logged(), ElementsAre("E Monitored process died"));
     EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
@@ -267,6 +271,22 @@ TEST_F(HdmiAudio, KeepsCallbacksUntilTheirClientDies) {
     logged();
     EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
     EXPECT_THAT(logged(), testing::Not(testing::Contains("D issue capability changed callback event")));
+}
+
+TEST_F(HdmiAudio, ServesAClientFromInsideItsCallback) {
+    const sp<Callback> caller = new Callback;
+    const sp<Callback> dying = new Callback;
+    for (const auto& callback : {caller, dying}) EXPECT_TRUE(service_->setCallback(callback).isOk());
+    caller->inside = [&] {
+        EXPECT_EQ(set({"ARC_DD_ATMOS"}), 0);
+        EXPECT_EQ(get()[0], "ARC_DD_ATMOS");
+        service_->serviceDied(0, dying);  // a second thread may deliver the notice meanwhile
+    };
+    EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
+    EXPECT_THAT(caller->changes, ElementsAre(Names{"ARC_DD_PLUS"}, Names{"ARC_DD_ATMOS"}));
+    EXPECT_THAT(dying->changes, ElementsAre(Names{"ARC_DD_ATMOS"}, Names{"ARC_DD_PLUS"}));
+    EXPECT_EQ(set({"ARC_DD_NONE"}), 0);
+    EXPECT_EQ(dying->changes.size(), 2U);
 }
 
 TEST_F(HdmiAudio, ServesATvThatCannotBeOpened) {

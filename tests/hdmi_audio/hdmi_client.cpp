@@ -2,6 +2,7 @@
 #include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 #include <signal.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -20,6 +21,10 @@ void print(const hidl_vec<hidl_string>& names) {
     printf("\n");
     fflush(stdout);
 }
+
+struct Silent : IHdmiAudioCallback {
+    Return<void> onCapabilityChanged(const hidl_vec<hidl_string>&) override { return Void(); }
+};
 
 /** Prints what it is told. */
 struct Printer : IHdmiAudioCallback {
@@ -40,13 +45,17 @@ struct Stopper : Printer {
 
 }  // namespace
 
-/** Registers a callback of that kind ("print", "twice", "stop"), prints "ready", and lives on. */
+/** Registers callbacks: "print", "twice" or "stop", or as many silent ones as the number says. Prints "ready"
+ * and lives on. */
 int main(int, char** argv) {
     const sp<IHdmiAudio> service = IHdmiAudio::getService();
     if (service == nullptr) return 1;
     sp<IHdmiAudioCallback> callback = new Printer;
     if (strcmp(argv[1], "stop") == 0) callback = new Stopper;
     const int times = strcmp(argv[1], "twice") == 0 ? 2 : 1;
+    for (int i = atoi(argv[1]); i > 0; --i) {
+        if (!service->setCallback(new Silent).isOk()) return 1;
+    }
     for (int i = 0; i < times; ++i) {
         if (!service->setCallback(callback).isOk()) return 1;
     }

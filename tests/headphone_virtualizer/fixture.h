@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -33,6 +34,7 @@ constexpr int32_t kUntold = 99;
 class Callback : public V5_0::IHeadphoneVirtualizerCallback {
   public:
     Return<void> onApplyResult(int32_t result) override {
+        if (inside_) inside_(result);
         std::unique_lock lock(mutex_);
         results_.push_back(result);
         changed_.notify_all();
@@ -60,10 +62,14 @@ class Callback : public V5_0::IHeadphoneVirtualizerCallback {
         changed_.notify_all();
     }
 
+    /** What the client does from inside the call. Set before apply(). */
+    void doInside(std::function<void(int32_t)> action) { inside_ = std::move(action); }
+
     /** Has the call fail as that of a client that is gone. */
     void die() { dead_ = true; }
 
   private:
+    std::function<void(int32_t)> inside_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<int32_t> results_;

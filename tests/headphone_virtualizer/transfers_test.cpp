@@ -330,6 +330,86 @@ TEST_F(Transfers, ThatComeLateTouchNoNewBuffer) {
     }
 }
 
+// The platform serves a call from inside the callback on the thread that makes the callback.
+TEST_F(Transfers, ServeTheirClientFromInsideItsCallback) {
+    const auto begin = std::chrono::steady_clock::now();
+    const auto during = [&](const auto& action) {
+        const sp<Callback> callback = new Callback;
+        const int32_t handle = fill(ParamType::DEVICE, "old");
+        callback->doInside([&](int32_t) { action(handle); });
+        EXPECT_EQ(service_->apply(handle, callback), 0);
+        EXPECT_EQ(callback->await(), 0);
+    };
+    const auto applyNext = [&](const std::string& bytes, const sp<Callback>& callback) {
+        const int32_t next = fill(ParamType::DEVICE, bytes);
+        EXPECT_GT(next, 0);
+        EXPECT_EQ(service_->apply(next, callback), 0);
+        return next;
+    };
+    during([&](int32_t handle) { EXPECT_EQ(service_->discardParameterBuffer(handle), 0); });
+    loggedUntil(kFinished);
+    during([&](int32_t handle) {
+        EXPECT_EQ(append(handle, ""), -1);
+        EXPECT_EQ(service_->apply(handle, callback_), -1);
+        EXPECT_EQ(service_->cancel(handle), -1);
+    });
+    loggedUntil(kFinished);
+    // The next upload of the kind begins when the callback has returned.
+    during([&](int32_t) {
+        applyNext("new", callback_);
+        EXPECT_TRUE(callback_->results().empty());
+    });
+    EXPECT_EQ(callback_->await(), 0);
+    const auto lines = loggedUntil(kFinished, 2);
+    EXPECT_EQ(tv_.received(UploadKind::Device), "new");
+    EXPECT_LT(std::find(lines.begin(), lines.end(), kFinished),
+              std::find(lines.rbegin(), lines.rend(), "I [paramTransferThread] Acquire Wakelock completed.")
+                  .base());
+    // One that is cancelled, discarded or replaced before it begins, and one after it.
+    const sp<Callback> cancelled = new Callback;
+    const sp<Callback> discarded = new Callback;
+    const sp<Callback> replaced = new Callback;
+    during([&](int32_t) {
+        EXPECT_EQ(service_->cancel(applyNext("x", cancelled)), 0);
+        EXPECT_EQ(service_->discardParameterBuffer(applyNext("y", discarded)), 0);
+        applyNext("z", replaced);
+        applyNext("last", other_);
+    });
+    EXPECT_EQ(other_->await(), 0);
+    for (const auto& callback : {cancelled, discarded, replaced})
+        EXPECT_EQ(callback->results(), std::vector{1});
+    EXPECT_EQ(tv_.received(UploadKind::Device), "last");
+    loggedUntil(kFinished, 5);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 19s) << "a call waited for its own thread";
+    EXPECT_EQ(contentOf(tv_ / "power/wake_lock"), "");
+}
+
+TEST_F(Transfers, OfTheOtherKindAreAppliedFromInsideACallback) {
+    callback_->doInside([&](int32_t) {
+        EXPECT_EQ(service_->apply(fill(ParamType::HRTF, "hrtf"), other_), 0);
+        EXPECT_EQ(other_->await(), 0) << "although this callback has not returned";
+    });
+    EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, "device"), callback_), 0);
+    EXPECT_EQ(callback_->await(), 0);
+    EXPECT_EQ(tv_.received(UploadKind::Hrtf), "hrtf");
+    loggedUntil(kFinished, 2);
+}
+
+TEST_F(Transfers, AreNotRepeatedByAnApplyThatComesAsTheyEnd) {
+    for (int i = 0; i < 100; ++i) {
+        const sp<Callback> callback = new Callback;
+        const int32_t handle = fill(ParamType::DEVICE, "bytes");
+        EXPECT_EQ(service_->apply(handle, callback), 0);
+        int32_t again = 0;
+        do {
+            again = i % 2 == 0 ? int32_t{service_->apply(handle, callback)} : append(handle, "x");
+        } while (again == -3);
+        ASSERT_EQ(again, -1) << i;
+        EXPECT_EQ(callback->results().size(), 1U);
+        ASSERT_EQ(tv_.received(UploadKind::Device), "bytes");
+    }
+}
+
 TEST_F(Transfers, NeedAWakeLock) {
     fs::remove_all(tv_ / "power");
     EXPECT_EQ(upload(ParamType::DEVICE, "x"), -3);

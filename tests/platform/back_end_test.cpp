@@ -128,11 +128,10 @@ TEST_F(BackEnd, TakesCommands) {
 
     std::filesystem::remove(tv_ / "data/vendor/tmp/dtv_svc_is_ready");
     const SteppedClock clock;
-    EXPECT_EQ(setEnabledToBeCtrl(BECTRL_SPEC_HV_UPMIX, true), -5);
+    EXPECT_EQ(awaitSetEnabledToBeCtrl(), -5);
     EXPECT_EQ(logged("AudioHV").back(), "E [setEnabledToBeCtrl] BECtrl Boot failed [TimeOut].");
-    EXPECT_EQ(setCalibratedDataToBeCtrl(block.data()), -1);
+    EXPECT_EQ(awaitSetCalibratedDataToBeCtrl(), -1);
     EXPECT_EQ(logged("AudioAC").back(), "E [setCalibratedDataToBeCtrl] BECtrl Boot failed [TimeOut].");
-    EXPECT_EQ(tv_.commands(), "32 1 01\n28 36 " + hex + "\n");
 }
 
 TEST_F(BackEnd, RefusalsOfItsDriverAreTold) {

@@ -107,8 +107,9 @@ TEST_F(DumpTest, EachServiceTellsItsStateAndKeepsIt) {
         const json told = state(name);
         ASSERT_TRUE(told.is_object()) << name;
         EXPECT_EQ(told["service"], bareName);
-        EXPECT_GE(told.size(), 2U) << told;
-        EXPECT_THAT(tell(service(name)), testing::StartsWith(bareName + "\n  "));
+        EXPECT_EQ(told["version"], VERSION);
+        EXPECT_GE(told.size(), 3U) << told;
+        EXPECT_THAT(tell(service(name)), testing::StartsWith(bareName + " (hidlaudio " VERSION ")\n  "));
         EXPECT_THAT(tell(service(name), {"--json", "--help"}), HasSubstr("  --json  "));
         EXPECT_EQ(state(name), told);
     }

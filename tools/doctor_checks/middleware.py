@@ -13,7 +13,7 @@ FAULTS = "host/middleware/functions.h"
 def load_functions(tree):
     """{name: line} of the vendor's functions that the daemon declares."""
     code = tree.code(HEADER)
-    matches = re.finditer(r"^\w+ \*?(\w+)\([^)]*\);", code, re.MULTILINE)
+    matches = re.finditer(r"^\w+ \*?(\w+)\([^)]*\)(?:\s+REQUIRES\(\w+\))?;", code, re.MULTILINE)
     return {match[1]: line_of(code, match.start()) for match in matches}
 
 

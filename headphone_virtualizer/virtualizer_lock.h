@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <android-base/thread_annotations.h>
+
+#include <mutex>
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+
+/**
+ * Guards the switches, both parameter slots and the state of their uploads. Held over short
+ * calls of the middleware and the driver, never over a wait or a call to a client: a client
+ * may call the service from inside its callback, and is then served on the transfer thread.
+ */
+inline std::mutex virtualizerLock;
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
+#include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
+#include <com/tovi/dtv/hardware/audio/4.0/ICenterSpeaker.h>
+#include <com/tovi/dtv/hardware/audio/5.1/IAcousticCalibration.h>
+#include <com/tovi/dtv/hardware/audio/5.1/IHeadphoneVirtualizer.h>
+#include <com/tovi/dtv/hardware/audio/6.1/IMicControl.h>
+#include <com/tovi/dtv/hardware/audio/6.1/IOutputSpeaker.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <iterator>
+#include <random>
+
+/**
+ * A client that calls all services at random, from its main thread and from inside its
+ * callbacks. It ends with 0 when the service does, and with 1 if an answer cannot be right.
+ */
+namespace {
+
+using namespace com::tovi::dtv::hardware::audio;
+using android::sp;
+using android::hardware::hidl_handle;
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+using android::hardware::Void;
+using V5_0::ParamType;
+
+constexpr int32_t kMaxHandle = 254;
+constexpr int32_t kMaxSize = 300000;
+constexpr int32_t kMaxAppend = 262144;
+constexpr int kMaxDepth = 3;
+
+struct Services {
+    sp<V3_1::IHdmiAudio> hdmi = V3_1::IHdmiAudio::getService();
+    sp<V3_1::IOutputExternal> external = V3_1::IOutputExternal::getService();
+    sp<V6_1::IOutputSpeaker> speaker = V6_1::IOutputSpeaker::getService();
+    sp<V5_1::IAcousticCalibration> calibration = V5_1::IAcousticCalibration::getService();
+    sp<V4_0::ICenterSpeaker> center = V4_0::ICenterSpeaker::getService();
+    sp<V5_1::IHeadphoneVirtualizer> virtualizer = V5_1::IHeadphoneVirtualizer::getService();
+    sp<V6_1::IMicControl> mic = V6_1::IMicControl::getService();
+};
+
+Services* services = nullptr;
+thread_local std::minstd_rand generator;
+thread_local int depth = 0;  // of callbacks that the calling thread is in
+thread_local bool inUploadCallback = false;
+
+int32_t below(int32_t count) {
+    return static_cast<int32_t>(generator() % static_cast<uint32_t>(count));
+}
+
+/** Returns the value of an answer. Ends the process if there is none, or if it cannot be right. */
+template <typename T>
+T valueOf(const Return<T>& answer, const char* method, bool (*isRight)(T)) {
+    if (!answer.isOk()) _exit(0);
+    const T value = answer;
+    if (isRight(value)) return value;
+    fprintf(stderr, "soak_client: %s answered %g\n", method, static_cast<double>(value));
+    _exit(1);
+}
+
+void examine(const android::hardware::details::return_status& answer) {
+    if (!answer.isOk()) _exit(0);
+}
+
+void act();
+void upload(ParamType kind);
+
+/** Calls the services from inside a callback, a few levels deep at most. */
+void actInside() {
+    if (depth >= kMaxDepth) return;
+    ++depth;
+    for (int32_t i = below(3); i > 0; --i) act();
+    --depth;
+}
+
+/** Most clients use the callback to start the next upload of its kind. */
+class UploadCallback : public V5_0::IHeadphoneVirtualizerCallback {
+  public:
+    explicit UploadCallback(ParamType kind) : kind_(kind) {}
+
+    Return<void> onApplyResult(int32_t result) override {
+        if (result < -3 || result > 1) {
+            fprintf(stderr, "soak_client: onApplyResult(%d)\n", result);
+            _exit(1);
+        }
+        const bool before = inUploadCallback;
+        inUploadCallback = true;
+        actInside();
+        if (below(2) != 0) upload(kind_);
+        inUploadCallback = before;
+        return Void();
+    }
+
+  private:
+    const ParamType kind_;
+};
+
+struct HdmiCallback : V1_1::IHdmiAudioCallback {
+    Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
+        if (names.size() == 0) _exit(1);
+        actInside();
+        return Void();
+    }
+};
+
+ParamType anyKind() {
+    return static_cast<ParamType>(below(2));
+}
+
+bool isUploadResult(int32_t result) {
+    return result >= -5 && result <= 0;
+}
+
+int32_t allocate(ParamType kind, int32_t size) {
+    return valueOf<int32_t>(services->virtualizer->allocateParameterBuffer(kind, size),
+                            "allocateParameterBuffer",
+                            [](int32_t handle) { return handle > 0 && handle <= kMaxHandle; });
+}
+
+int32_t append(int32_t handle, int32_t size) {
+    const hidl_vec<uint8_t> data(static_cast<size_t>(size));
+    return valueOf<int32_t>(services->virtualizer->append(handle, data), "append", isUploadResult);
+}
+
+int32_t apply(int32_t handle, ParamType kind) {
+    return valueOf<int32_t>(services->virtualizer->apply(handle, new UploadCallback(kind)), "apply",
+                            isUploadResult);
+}
+
+void upload(ParamType kind) {
+    const int32_t size = below(below(4) == 0 ? kMaxSize : 64);
+    const int32_t handle = allocate(kind, size);
+    int32_t result = 0;
+    for (int32_t sent = 0; sent < size && result == 0; sent += kMaxAppend) {
+        result = append(handle, std::min(size - sent, kMaxAppend));
+    }
+    if (result != 0) return;
+    result = apply(handle, kind);
+    // Again, so that the upload ends now and then while the service looks at the buffer.
+    for (int tries = below(4); tries > 0 && (result == 0 || result == -3); --tries)
+        result = apply(handle, kind);
+}
+
+void uploadAny() {
+    upload(anyKind());
+}
+
+void discard() {
+    valueOf<int32_t>(services->virtualizer->discardParameterBuffer(1 + below(kMaxHandle)),
+                     "discardParameterBuffer", isUploadResult);
+}
+
+void cancel() {
+    for (int32_t handle = 1; handle < 4; ++handle) {
+        valueOf<int32_t>(services->virtualizer->cancel(handle), "cancel", isUploadResult);
+    }
+}
+
+void appendAnywhere() {
+    append(1 + below(kMaxHandle), below(60000));
+}
+
+void switchVirtualizer() {
+    examine(services->virtualizer->setVirtualizerEnabled(below(2) != 0));
+    examine(services->virtualizer->getUpmixEnabled());
+}
+
+/**
+ * Not from inside an upload's callback: that occupies this client's only callback thread, and
+ * another client's callback may in turn be waiting for it.
+ */
+void setCapabilities() {
+    if (inUploadCallback) return;
+    const hidl_vec<hidl_string> names{below(2) != 0 ? "ARC_DD_PLUS" : "ARC_DD_NONE", "ARC_MP4AAC_5_1"};
+    examine(services->hdmi->setAudioCapabilities(names));
+}
+
+void getCapabilities() {
+    examine(services->hdmi->getAudioCapabilities([](const hidl_vec<hidl_string>& names) {
+        if (names.size() != 3) _exit(1);
+    }));
+}
+
+void setCallback() {
+    static std::atomic<int> set{0};
+    if (++set < 4) examine(services->hdmi->setCallback(new HdmiCallback));
+}
+
+void useExternal() {
+    examine(services->external->setForceEncodingEnabled(below(2) != 0));
+    examine(services->external->getForceEncodingEnabled());
+}
+
+void useSpeaker() {
+    examine(services->speaker->setTvPosition(below(2)));
+    examine(services->speaker->getTvPosition());
+}
+
+void useCalibration() {
+    const auto& service = services->calibration;
+    examine(service->setEnabled(below(2) != 0));
+    examine(service->setSmoothDelayEnabled(below(2) != 0));
+    examine(service->setSmoothDelay({static_cast<float>(below(5)), 1.0F, 2.0F}));
+    examine(service->getSmoothDelay([](const hidl_vec<float>& delays) {
+        if (delays.size() != 0 && delays.size() != 2 && delays.size() != 3) _exit(1);
+    }));
+    examine(service->getCalibratedData([](const hidl_vec<V3_0::calibratedData>&) {}));
+}
+
+void useMicAndCenter() {
+    examine(services->mic->setMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC", 0.5F));
+    examine(services->center->isCenterSpeakerInputAvailable());
+}
+
+void dump() {
+    static const int file = memfd_create("dump", MFD_CLOEXEC);
+    native_handle_t* const handle = native_handle_create(1, 0);
+    handle->data[0] = file;
+    examine(services->virtualizer->debug(hidl_handle(handle), {}));
+    native_handle_delete(handle);
+}
+
+constexpr void (*kActions[])() = {
+    uploadAny,         uploadAny,      uploadAny,       discard,         cancel,
+    switchVirtualizer, appendAnywhere, setCapabilities, getCapabilities, setCallback,
+    useExternal,       useSpeaker,     useCalibration,  useMicAndCenter, dump};
+
+void act() {
+    kActions[below(static_cast<int32_t>(std::size(kActions)))]();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        fprintf(stderr, "usage: soak_client SEED\n");
+        return 2;
+    }
+    generator.seed(static_cast<uint32_t>(strtoul(argv[1], nullptr, 10)));
+    Services found;
+    const bool complete = found.hdmi != nullptr && found.external != nullptr && found.speaker != nullptr &&
+                          found.calibration != nullptr && found.center != nullptr &&
+                          found.virtualizer != nullptr && found.mic != nullptr;
+    if (!complete) {
+        fprintf(stderr, "soak_client: not every service is registered\n");
+        return 3;
+    }
+    services = &found;
+    for (;;) act();
+}
