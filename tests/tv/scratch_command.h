@@ -27,7 +27,8 @@ class ScratchCommand : public TvCommand {
     void useScript(const std::string& script) {
         const std::string bin = folder_ / "bin/";
         if (std::filesystem::create_directory(bin)) {
-            for (const char* program : {TV_COMMAND, AUDIO_HAL, AUDIOCTL}) std::filesystem::copy(program, bin);
+            for (const char* program : {TV_COMMAND, AUDIO_HAL, AUDIOCTL, SOAK_CLIENT})
+                std::filesystem::copy(program, bin);
             const auto share = std::filesystem::path(TV_COMMAND).parent_path().parent_path() / "share";
             std::filesystem::create_directory_symlink(share, folder_ / "share");
         }
