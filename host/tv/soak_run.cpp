@@ -31,8 +31,8 @@ constexpr int kParts = 5;
 constexpr auto kAnswerLimit = 60s;
 constexpr auto kRestLimit = 5s;
 constexpr int kTries = 5;
-/** Growth that pools and a fragmented heap may cause, in KiB. */
-constexpr long kMemorySlack = 1024;
+/** Growth that pools and the heaps of three threads that serve calls may cause, in KiB. */
+constexpr long kMemorySlack = 3072;
 /** Two transfer threads may call the audio HAL beside the main thread: its link keeps a channel for each. */
 constexpr long kDescriptorSlack = 4;
 
