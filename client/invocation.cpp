@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "invocation.h"
 
-#include <stdlib.h>
-
 #include <filesystem>
 #include <string>
 
+#include "host/root/number_argument.h"
 #include "host/root/tv_root.h"
 
 namespace hidlaudio::client {
@@ -14,17 +13,8 @@ namespace {
 constexpr double kShortestSeconds = 0.001;
 constexpr double kLongestSeconds = 86400;
 
-std::string checkFolder(const std::string& given) {
-    return given.empty() ? "must not be empty" : "";
-}
-
-// Also refuses what CLI11 takes for a number: nan and inf.
 std::string checkSeconds(const std::string& given) {
-    char* end = nullptr;
-    const double seconds = strtod(given.c_str(), &end);
-    const bool accepted =
-        *end == '\0' && !given.empty() && seconds >= kShortestSeconds && seconds <= kLongestSeconds;
-    return accepted ? "" : "\"" + given + "\" is no number of seconds from 0.001 to 86400";
+    return host::checkNumber(given, kShortestSeconds, kLongestSeconds);
 }
 
 bool tvExists() {
@@ -51,6 +41,10 @@ std::string namesOfSubcommands(const CLI::App& app) {
 
 }  // namespace
 
+std::string checkNotEmpty(const std::string& given) {
+    return given.empty() ? "must not be empty" : "";
+}
+
 void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>& body) {
     command->footer(command->get_footer() +
                     "\n\nAll commands take --tv, --json and --timeout, too: `audioctl --help` tells.");
@@ -67,7 +61,7 @@ void addCommonOptions(CLI::App& app, Invocation& invocation) {
            "The TV's folder; otherwise $HIDLAUDIO_TV, else hidlaudio/tv under $XDG_STATE_HOME\n"
            "(~/.local/state)")
         ->type_name("DIR")
-        ->check(checkFolder);
+        ->check(checkNotEmpty);
     app.add_flag("--json", invocation.json, "Print the result as JSON, for programs");
     app.add_option("--timeout", invocation.timeout,
                    "How long to wait for each answer of a service, 0.001 to 86400 seconds; otherwise 30")

@@ -31,6 +31,9 @@ void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>
  */
 void addCommonOptions(CLI::App& app, Invocation& invocation);
 
+/** "", or why the text of an option that names something is refused. */
+std::string checkNotEmpty(const std::string& given);
+
 /** Tells the user what is wrong with the command line and what is accepted; kWrongUsage. */
 int wrongUsage(const CLI::App& app, const CLI::ParseError& error);
 

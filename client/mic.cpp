@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "host/root/number_argument.h"
 #include "service_call.h"
 
 namespace hidlaudio::client {
@@ -19,12 +20,8 @@ using android::hardware::hidl_vec;
 using android::hardware::Return;
 using com::tovi::dtv::hardware::audio::V6_1::IMicControl;
 
-/** Also refuses what CLI11 takes for a number: nan. */
 std::string checkScale(const std::string& text) {
-    char* end = nullptr;
-    const double scale = strtod(text.c_str(), &end);
-    const bool accepted = !text.empty() && *end == '\0' && scale >= 0 && scale <= 1;
-    return accepted ? "" : "\"" + text + "\" is no gain; accepted are numbers from 0.0 to 1.0";
+    return host::checkNumber(text, 0, 1);
 }
 
 int gain(const Invocation& invocation, const std::string& device) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "host/root/number_argument.h"
 #include "known_services.h"
 #include "service_call.h"
 
@@ -98,7 +99,7 @@ void addPing(CLI::App& app, Invocation& invocation) {
         ->check(checkServiceName);
     command->add_option("-n", arguments->count, "How many calls to measure, 1 to 1000000; otherwise 100")
         ->type_name("COUNT")
-        ->check(CLI::Range(1, 1000000).description(""));
+        ->check([](const std::string& given) { return host::checkInteger(given, 1, 1000000); });
     command->footer(
         "Prints the shortest, the median and the longest time in microseconds; one more call before them\n"
         "is not counted. The daemon's services share one thread: a call waits for those of other clients.\n"

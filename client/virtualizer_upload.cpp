@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "apply_result.h"
+#include "host/root/number_argument.h"
 #include "progress.h"
 #include "service_call.h"
 
@@ -254,11 +255,11 @@ void addVirtualizerUpload(CLI::App* parent, Invocation& invocation) {
         ->add_option("--chunk", options->chunk,
                      "How many to send at a time; otherwise what the service takes")
         ->type_name("BYTES")
-        ->check(CLI::Range(1, INT32_MAX).description(""));
+        ->check([](const std::string& given) { return host::checkInteger(given, 1, INT32_MAX); });
     CLI::Option* after =
         command->add_option("--cancel-after", options->cancelAfter, "Cancel it once it has run that long")
             ->type_name("SECONDS")
-            ->check(CLI::Range(0.0, 86400.0).description(""));
+            ->check([](const std::string& given) { return host::checkNumber(given, 0, 86400); });
     command->add_flag("--no-wait", options->noWait, "Return once it has begun")->excludes(after);
     command->footer(
         "Ends when the controller has answered: with status 0 where it has taken the parameters, else with\n"

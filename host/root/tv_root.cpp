@@ -17,9 +17,13 @@ std::string environment(const char* name) {
     return value != nullptr ? value : "";
 }
 
+bool isAbsolute(const std::string& path) {
+    return !path.empty() && path[0] == '/';
+}
+
 std::string homeDirectory() {
     std::string home = environment("HOME");
-    if (home.empty()) {
+    if (!isAbsolute(home)) {
         const passwd* user = getpwuid(getuid());
         home = user != nullptr ? user->pw_dir : "/";
     }
@@ -39,7 +43,7 @@ std::string tvRoot() {
     std::string root = environment(kRootVariable);
     if (!root.empty()) return absolute(root);
     std::string state = environment("XDG_STATE_HOME");
-    if (state.empty()) state = homeDirectory() + "/.local/state";
+    if (!isAbsolute(state)) state = homeDirectory() + "/.local/state";
     return absolute(state + "/hidlaudio/tv");
 }
 

@@ -8,8 +8,10 @@ namespace hidlaudio::host {
 /**
  * The folder that holds the state of the virtual TV this process belongs to:
  * $HIDLAUDIO_TV, else hidlaudio/tv under $XDG_STATE_HOME, else under
- * ~/.local/state. Absolute, without a trailing slash; it need not exist.
- * Reads the environment at each call; any thread, but not beside a setenv.
+ * ~/.local/state. A relative $XDG_STATE_HOME is ignored, as the XDG rules for base
+ * directories demand; so is a relative $HOME. The result is absolute, without a
+ * trailing slash; the folder need not exist. Reads the environment at each call;
+ * any thread, but not beside a setenv.
  */
 std::string tvRoot();
 

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "commands.h"
+#include "host/root/number_argument.h"
 #include "scratch_folder.h"
 #include "soak_plan.h"
 #include "soak_run.h"
@@ -104,25 +105,27 @@ void addSoak(CLI::App& app, int& status) {
         "  tv soak --hours 24 --clients 8");
     command->add_option("--hours", options->hours, "How long, in the TV's time")
         ->type_name("N")
-        ->check(CLI::Range(0.01, 100000.0).description(""))
+        ->check([](const std::string& given) { return checkNumber(given, 0.01, 100000); })
         ->capture_default_str();
     command
         ->add_option("--speed", options->speed,
                      "How many times faster the TV's time passes; fewer for a slow machine")
         ->type_name("N")
-        ->check(CLI::Range(1, 1000).description(""))
+        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); })
         ->capture_default_str();
-    command->add_option("--seed", options->seed, "Which decisions are taken; otherwise any")->type_name("S");
+    command->add_option("--seed", options->seed, "Which decisions are taken; otherwise any")
+        ->type_name("S")
+        ->check([](const std::string& given) { return checkInteger(given, 0, UINT64_MAX); });
     command->add_option("--clients", options->clients, "How many use it at a time")
         ->type_name("K")
-        ->check(CLI::Range(1, 100).description(""))
+        ->check([](const std::string& given) { return checkInteger(given, 1, 100); })
         ->capture_default_str();
     command->add_flag("--restarts", options->restarts,
                       "Kill the daemon five times on the way; then its growth is not measured");
     command
         ->add_option("--plan", options->plan, "Only print the first N decisions of each; 0 is what is around")
         ->type_name("N")
-        ->check(CLI::Range(1, 1000000).description(""));
+        ->check([](const std::string& given) { return checkInteger(given, 1, 1000000); });
     command->callback([options, &status] { status = soak(*options); });
 }
 

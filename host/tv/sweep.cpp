@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "commands.h"
+#include "host/root/number_argument.h"
 #include "scratch_folder.h"
 #include "sweep_report.h"
 #include "sweep_row.h"
@@ -215,7 +216,7 @@ void addSweep(CLI::App& app, int& status) {
     command->add_option("SCENARIO", options->scenarios, "What is run")->type_name("");
     command->add_option("-j,--jobs", options->jobs, "How many runs at a time; otherwise four a processor")
         ->type_name("N")
-        ->check(CLI::Range(1, 1000).description(""));
+        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
     command->add_flag("--json", options->json, "Print all that was found as JSON");
     command->add_flag("--flagged", options->onlyFlagged, "Print only what must not be");
     command->add_flag("--list", options->list, "List the scenarios");

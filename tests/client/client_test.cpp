@@ -152,10 +152,27 @@ TEST_F(Audioctl, RefusesWrongUsage) {
                {{"wait", "list"}, 2, "", "external  " + std::string(kExternal)},
                {{"wait", "external/"}, 2, "", "\"external/\" is no service"},
                {{"wait", "a@1.0::IFoo!"}, 2, "", "is no service"},
-               {{"list", "--timeout", "0"}, 2, "", "0.001 to 86400"},
-               {{"list", "--timeout", "nan"}, 2, "", "0.001 to 86400"},
                {{"wait", "--tv", tv_ / "nosuch"}, 2, "", "nosuch is no TV"}});
     EXPECT_FALSE(std::filesystem::exists(tv_ / "nosuch"));
+    const std::pair<std::vector<std::string>, std::string> numbers[] = {
+        {{"list", "--timeout"}, "no number from 0.001 to 86400"},
+        {{"virtualizer", "upload", "hrtf", "file", "--cancel-after"}, "no number from 0 to 86400"},
+        {{"virtualizer", "upload", "hrtf", "file", "--chunk"}, "no number from 1 to 2147483647"},
+        {{"ping", "-n"}, "no number from 1 to 1000000"},
+        {{"mic", "gain"}, "no number from 0 to 1"},
+        {{"calibration", "load", "file", "--level"}, "no number from -9 to 9"},
+        {{"calibration", "load", "file", "--delay"}, "no number from 0 to 10"},
+        {{"calibration", "smooth-delay", "set", "1"}, "no number of milliseconds from -682 to 682"},
+    };
+    for (const auto& [command, range] : numbers) {
+        for (const char* number : {"", "nan", "inf", "1e999", "1x", "99999999999999999999999"}) {
+            std::vector<std::string> words = command;
+            words.emplace_back(number);
+            const Outcome outcome = run(words);
+            EXPECT_EQ(outcome.status, 2) << testing::PrintToString(words);
+            EXPECT_THAT(outcome.err, HasSubstr(range)) << testing::PrintToString(words);
+        }
+    }
 }
 
 }  // namespace

@@ -142,6 +142,48 @@ TEST_F(TvCommand, RefusesWrongUsage) {
     EXPECT_THAT(run({"fault", "setParameters", "5"}).err, HasSubstr("0 OK, 1 NOT_INITIALIZED, 2 INVALID_"));
 }
 
+TEST_F(TvCommand, RefusesWhatIsNoNumberInItsRange) {
+    struct Row {
+        const char* command;
+        std::vector<std::string> accepted;
+        bool whole = true;  // takes whole numbers only
+    };
+    const Row rows[] = {
+        {"soak --plan 1 --hours", {"0.01", "1e5"}, false},
+        {"soak --plan 1 --seed", {"0", "18446744073709551615"}},
+        {"soak --plan 1 --speed", {"1", "1000"}},
+        {"soak --plan 1 --clients", {"1"}},
+        {"soak --plan", {"1"}},
+        {"sweep --list --jobs", {"1", "1000"}},
+    };
+    for (const Row& row : rows) {
+        const auto statusWith = [&](const std::string& number) {
+            std::vector<std::string> words = wordsOf(row.command);
+            words.push_back(number);
+            return run(words).status;
+        };
+        for (const std::string& number : row.accepted)
+            EXPECT_EQ(statusWith(number), 0) << row.command << number;
+        std::vector<std::string> refused{
+            "", "-1", "nan", "-nan", "inf", "-inf", "1e999", "1x", "99999999999999999999999"};
+        if (row.whole) refused.insert(refused.end(), {"1.5", "1e1"});
+        for (const std::string& number : refused)
+            EXPECT_EQ(statusWith(number), 2) << row.command << " " << number;
+    }
+}
+
+TEST_F(TvCommand, IgnoresARelativeStateFolder) {
+    const std::string home = folder_ / "home";
+    const std::pair<std::string, std::string> states[] = {{"relative", home + "/.local/state"},
+                                                          {"", home + "/.local/state"},
+                                                          {folder_ / "state", folder_ / "state"}};
+    for (const auto& [given, used] : states) {
+        const Outcome outcome =
+            runProgram({command_, "show"}, {"HIDLAUDIO_TV=", "HOME=" + home, "XDG_STATE_HOME=" + given});
+        EXPECT_THAT(outcome.err, HasSubstr(used + "/hidlaudio/tv is no TV")) << given;
+    }
+}
+
 TEST_F(TvCommand, ChangesValuesAndFaults) {
     mustRun({"init"});
     mustRun({"config", "g_audio__tv_position", "-2147483648"});
