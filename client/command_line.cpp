@@ -10,7 +10,7 @@ reads prints {"value": ...} and one that sets prints {"result": N}, N being the 
 
 Exit status:
   0  done
-  1  the service answered with an error, which standard error explains
+  1  the service answered with an error, or the result cannot be written; standard error tells why
   2  wrong usage, or no TV
   3  the service is not there, or ended before it answered
   4  no answer in time

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "host/root/standard_streams.h"
 #include "service_call.h"
 
 namespace hidlaudio::client {
@@ -191,7 +192,7 @@ int Watch::print(const Names& names) const {
     std::string text;
     for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
     printValue(mInvocation, names, text);
-    return finish(kDone);
+    return host::flushOutput() ? kDone : kRefused;
 }
 
 void endWatching(int) {

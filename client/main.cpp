@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <stdio.h>
+
 #include <exception>
+#include <sstream>
 
 #include "commands.h"
+#include "host/root/standard_streams.h"
 #include "log_filter.h"
 
 namespace hidlaudio::client {
@@ -15,9 +19,13 @@ int runCommand(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return error.get_exit_code() == 0 ? finish(app.exit(error)) : wrongUsage(app, error);
+        if (error.get_exit_code() != 0) return wrongUsage(app, error);
+        std::ostringstream help;
+        const int status = app.exit(error, help);
+        fputs(help.str().c_str(), stdout);
+        return status;
     }
-    return finish(invocation.status);
+    return invocation.status;
 }
 
 }  // namespace
@@ -25,8 +33,9 @@ int runCommand(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using namespace hidlaudio::client;
+    hidlaudio::host::openMissingStandardDescriptors();
     try {
-        return runCommand(argc, argv);
+        return hidlaudio::host::finishOutput("audioctl", runCommand(argc, argv));
     } catch (const std::exception& error) {
         return fail(kRefused, error.what());
     }

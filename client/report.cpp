@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "report.h"
 
-#include <errno.h>
 #include <stdio.h>
-#include <string.h>
 
 #include <nlohmann/json.hpp>
 
@@ -43,11 +41,6 @@ int reportResult(const Invocation& invocation, const char* method, int32_t resul
         if (known.result == result) otherwise = known.meaning;
     }
     return fail(kRefused, std::string(method) + " answered " + std::to_string(result) + ": " + otherwise);
-}
-
-int finish(int status) {
-    if (fflush(stdout) == 0 && ferror(stdout) == 0) return status;
-    return fail(kRefused, std::string("the result cannot be written: ") + strerror(errno));
 }
 
 }  // namespace hidlaudio::client

@@ -14,7 +14,7 @@ struct Invocation;
 /** The exit statuses of `audioctl`. */
 enum ExitStatus {
     kDone = 0,
-    kRefused = 1,     // the service answered with an error, or the call did not go through
+    kRefused = 1,     // the service answered with an error, the call failed, or output cannot be written
     kWrongUsage = 2,  // a wrong argument, a bad input file, or no TV
     kNoService = 3,   // the service is not there, or ended during the call
     kTimedOut = 4,
@@ -45,8 +45,5 @@ struct ResultMeaning {
  */
 int reportResult(const Invocation& invocation, const char* method, int32_t result,
                  std::initializer_list<ResultMeaning> meanings, const char* otherwise);
-
-/** Writes out what was printed; `status`, or kRefused (told) where it cannot be written. */
-int finish(int status);
 
 }  // namespace hidlaudio::client

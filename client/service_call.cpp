@@ -8,6 +8,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "host/root/standard_streams.h"
 #include "host/root/tv_root.h"
 
 namespace hidlaudio::client {
@@ -45,7 +46,7 @@ Deadline::Deadline(const Invocation& invocation, const std::string& service) {
     const double seconds = invocation.timeout.value_or(kAnswerSeconds);
     snprintf(expiredMessage, sizeof(expiredMessage), "audioctl: no answer from %.400s within %g s\n",
              service.c_str(), seconds);
-    fflush(stdout);  // what was printed is not lost when the time is over
+    host::flushOutput();  // what was printed is not lost when the time is over
     takeAlarms();
     setTimer(seconds);
 }

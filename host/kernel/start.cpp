@@ -7,6 +7,7 @@
 
 #include "clock.h"
 #include "faults.h"
+#include "host/root/standard_streams.h"
 #include "log.h"
 
 namespace hidlaudio::host {
@@ -29,6 +30,7 @@ std::string environment(const char* name) {
 
 /** Before any of the program's own constructors, which may log and sleep already. */
 extern "C" __attribute__((constructor(101))) void hidlaudio_host_kernel_start() {
+    openMissingStandardDescriptors();
     startLog();
     const std::string speed = environment(kClockVariable);
     if (!speed.empty() && !setClockSpeed(std::string_view(speed))) {

@@ -12,7 +12,7 @@ void addCommandLine(CLI::App& app, int& status) {
     app.footer(
         "Exit status:\n"
         "  0  done\n"
-        "  1  it failed\n"
+        "  1  it failed, or the output cannot be written\n"
         "  2  wrong usage, or no TV\n"
         "\n"
         "`tv COMMAND --help` tells more about a command.");
@@ -24,6 +24,7 @@ void addCommandLine(CLI::App& app, int& status) {
            "(~/.local/state)")
         ->type_name("DIR")
         ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
+    app.set_version_flag("--version", "tv " HIDLAUDIO_VERSION, "Print the version and exit");
     for (const auto add : {addInit, addBoot, addShutdown, addShow, addConfig, addEeprom, addFault, addBectrl,
                            addLog, addSweep, addSoak}) {
         add(app, status);

@@ -18,7 +18,7 @@ int showLog(bool follow) {
     if (!log.anyLog()) note("no log yet: the TV at " + tvRoot() + " was never booted");
     bool readable = log.print();
     while (follow && readable && !interrupt.cameWithin(50)) readable = log.print();
-    return readable ? kDone : fail("the log cannot be printed");
+    return kDone;  // main reports output that could not be written
 }
 
 }  // namespace

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "log_tail.h"
 
-#include <poll.h>
 #include <stdio.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
 
+#include "host/root/standard_streams.h"
 #include "programs.h"
 
 namespace hidlaudio::host {
@@ -34,12 +33,6 @@ int64_t readFrom(const std::string& path, int64_t start, Use use) {
         end += file.gcount();
     }
     return end;
-}
-
-/** A pipe tells its end only to who writes or asks, and a log may be silent for long. */
-bool isOutputRead() {
-    pollfd output{STDOUT_FILENO, 0, 0};
-    return poll(&output, 1, 0) <= 0 || (output.revents & (POLLERR | POLLNVAL)) == 0;
 }
 
 std::string lastLinesOf(const std::string& text, size_t count) {
@@ -70,7 +63,8 @@ bool LogTail::print() {
         file.printed = readFrom(file.path, file.printed,
                                 [](const char* piece, size_t size) { fwrite(piece, 1, size, stdout); });
     }
-    return fflush(stdout) == 0 && ferror(stdout) == 0 && isOutputRead();
+    // A log may stay silent for long, so no write would notice that the reader has gone.
+    return flushOutput() && isOutputRead();
 }
 
 std::string LogTail::lastLines(size_t count) const {

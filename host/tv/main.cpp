@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <stdio.h>
+
 #include <exception>
+#include <sstream>
 #include <string>
 
 #include "commands.h"
+#include "host/root/standard_streams.h"
 #include "host/root/tv_root.h"
 #include "terminal.h"
 
@@ -18,7 +22,10 @@ int runCommand(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kDone : kWrongUsage;
+        std::ostringstream help;
+        const int code = app.exit(error, help);
+        fputs(help.str().c_str(), stdout);
+        return code == 0 ? kDone : kWrongUsage;
     }
     return status;
 }
@@ -27,9 +34,11 @@ int runCommand(int argc, char** argv) {
 }  // namespace hidlaudio::host
 
 int main(int argc, char** argv) {
+    using namespace hidlaudio::host;
+    openMissingStandardDescriptors();
     try {
-        return hidlaudio::host::runCommand(argc, argv);
+        return finishOutput("tv", runCommand(argc, argv));
     } catch (const std::exception& error) {
-        return hidlaudio::host::fail(error.what());
+        return fail(error.what());
     }
 }

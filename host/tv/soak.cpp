@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "host/root/number_argument.h"
+#include "host/root/standard_streams.h"
 #include "scratch_folder.h"
 #include "soak_plan.h"
 #include "soak_run.h"
@@ -81,7 +82,7 @@ int soak(const Options& options) {
     std::random_device device;
     const uint64_t seed = options.seed ? *options.seed : device();
     printf("seed %llu\n", static_cast<unsigned long long>(seed));
-    fflush(stdout);
+    flushOutput();
     return options.plan != 0 ? printPlan(options, seed) : run(options, seed);
 }
 

@@ -9,6 +9,7 @@
 
 #include "commands.h"
 #include "host/root/number_argument.h"
+#include "host/root/standard_streams.h"
 #include "scratch_folder.h"
 #include "sweep_report.h"
 #include "sweep_row.h"
@@ -153,7 +154,7 @@ int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
             all.push_back(toJson(result));
         } else {
             printTable(result, options.onlyFlagged);
-            fflush(stdout);
+            flushOutput();
         }
     }
     if (options.json)

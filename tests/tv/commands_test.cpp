@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <signal.h>
 #include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "tests/support/run_redirected.h"
 #include "tests/tv/tv_command.h"
 
 namespace hidlaudio::test {
@@ -170,6 +172,49 @@ TEST_F(TvCommand, RefusesWhatIsNoNumberInItsRange) {
         for (const std::string& number : refused)
             EXPECT_EQ(statusWith(number), 2) << row.command << " " << number;
     }
+}
+
+TEST_F(TvCommand, OutputThatCannotBeWrittenIsAnError) {
+    EXPECT_THAT(mustRun({"--version"}), testing::StartsWith("tv "));
+    mustRun({"init"});
+    mustRun({"fault", "DRV_Init", "1"});
+    makeFile(tv_ + "/log/hidlaudio.log", std::string(100000, 'x'));
+    for (const char* command :
+         {"--help", "--version", "bectrl --help", "show", "show --json", "config",
+          "config g_audio__tv_position", "fault", "fault DRV_Init", "bectrl", "eeprom 0", "log", "shutdown",
+          "init --force", "sweep --list", "soak --plan 1"}) {
+        std::vector<std::string> arguments = wordsOf(command);
+        arguments.insert(arguments.begin(), command_);
+        RunningProgram program(arguments, {}, "/dev/full");
+        EXPECT_EQ(program.wait(), 1) << command;
+        EXPECT_THAT(program.err(), HasSubstr("tv: standard output cannot be written")) << command;
+    }
+    EXPECT_EQ(RunningProgram({command_, "fault", "MTAL_Init"}, {}, "/dev/full").wait(), 0)
+        << "prints nothing";
+}
+
+TEST_F(TvCommand, OutputThatNobodyReadsNeedsNoMessage) {
+    mustRun({"init"});
+    makeFile(tv_ + "/log/hidlaudio.log", std::string(1000000, 'x'));
+    for (const bool ignoresSignal : {false, true}) {
+        for (const char* command : {"log", "show --json", "--help"}) {
+            std::vector<std::string> arguments = wordsOf(command);
+            arguments.insert(arguments.begin(), command_);
+            const int status = runRedirected(arguments, [&] {
+                signal(SIGPIPE, ignoresSignal ? SIG_IGN : SIG_DFL);
+                sendToNobody(STDOUT_FILENO);
+                sendToFile(STDERR_FILENO, folder_ / "errors");
+            });
+            EXPECT_EQ(status, ignoresSignal ? 1 : 128 + SIGPIPE) << command;
+        }
+    }
+    // Ends although the log is silent.
+    makeFile(tv_ + "/log/hidlaudio.log");
+    runRedirected({command_, "log", "-f"}, [&] {
+        sendToNobody(STDOUT_FILENO);
+        sendToFile(STDERR_FILENO, folder_ / "errors");
+    });
+    EXPECT_EQ(contentOf(folder_ / "errors"), "");
 }
 
 TEST_F(TvCommand, IgnoresARelativeStateFolder) {
