@@ -16,15 +16,15 @@
 #include "calibration/calibration_table.h"
 #include "calibration_commands.h"
 #include "calibration_service.h"
-#include "host/root/value_file.h"
+#include "output_file.h"
 
 namespace hidlaudio::client {
 namespace {
 
 int writeFile(const Invocation& invocation, const std::string& path, const std::string& content) {
-    const int error = host::writeValueFile(path, content);
-    if (error != 0) return fail(kRefused, path + " cannot be written: " + strerror(error));
-    return reportResult(invocation, "", 0, {}, "");
+    const std::string problem = writeOutputFile(path, content);
+    if (!problem.empty()) return fail(kRefused, problem);
+    return path == kStandardOutput ? kDone : reportResult(invocation, "", 0, {}, "");
 }
 
 /** A service hands out what its file holds, be it good or not. */
@@ -74,12 +74,13 @@ int plot(const Invocation& invocation, const std::string& svgPath) {
 void addCalibrationSave(CLI::App* parent, Invocation& invocation) {
     const auto path = std::make_shared<std::string>();
     CLI::App* command = parent->add_subcommand("save", "Write the stored results as a calibration file");
-    command->add_option("FILE", *path, "The file, which is replaced; otherwise standard output")
-        ->type_name("");
+    command->add_option("FILE", *path, "The file, which is replaced; - or nothing is standard output")
+        ->type_name("")
+        ->check(checkNotEmpty);
     command->footer(
-        "`audioctl calibration load` takes the file. With --json: {\"result\":0}, and {\"value\":[...]} "
-        "without\n"
-        "FILE.\n"
+        "An existing file is replaced whole or not at all, and keeps its permissions. Links are followed. A\n"
+        "device, a pipe or /dev/fd/N is written to. `audioctl calibration load` reads the file.\n"
+        "With --json: {\"result\":0}, and {\"value\":[...]} without FILE.\n"
         "\n"
         "Example:\n"
         "  audioctl calibration save room.json");
@@ -89,10 +90,11 @@ void addCalibrationSave(CLI::App* parent, Invocation& invocation) {
 void addCalibrationPlot(CLI::App* parent, Invocation& invocation) {
     const auto path = std::make_shared<std::string>();
     CLI::App* command = parent->add_subcommand("plot", "Show the stored equalizers");
-    command->add_option("--svg", *path, "Draw them into that file instead, which is replaced")
+    command
+        ->add_option("--svg", *path,
+                     "Draw them into that file instead, which is replaced; - is standard output")
         ->type_name("FILE")
-        ->check(
-            [](const std::string& given) { return std::string(given.empty() ? "must not be empty" : ""); });
+        ->check(checkNotEmpty);
     command->footer(
         "As wide as the terminal allows, 80 columns in a pipe; in ASCII where the locale has no UTF-8.\n"
         "With --json the value is what `audioctl calibration save` writes.\n"

@@ -110,12 +110,11 @@ void addDump(CLI::App& app, Invocation& invocation) {
             ->type_name("")
             ->check(checkServiceName);
     CLI::Option* all = command->add_flag("--all", arguments->all, "Gather all that a bug report needs");
-    CLI::Option* output =
-        command->add_option("--output", arguments->output, "The file for that, which is replaced")
-            ->type_name("FILE")
-            ->check([](const std::string& given) {
-                return std::string(given.empty() ? "must not be empty" : "");
-            });
+    CLI::Option* output = command
+                              ->add_option("--output", arguments->output,
+                                           "The file for that, which is replaced; - is standard output")
+                              ->type_name("FILE")
+                              ->check(checkNotEmpty);
     all->needs(output)->excludes(services);
     output->needs(all);
     command->footer(kFooter + describeKnownServices() +

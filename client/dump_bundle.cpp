@@ -2,7 +2,6 @@
 #include "dump_bundle.h"
 
 #include <android-base/stringprintf.h>
-#include <string.h>
 #include <sys/utsname.h>
 #include <time.h>
 
@@ -11,7 +10,7 @@
 #include <vector>
 
 #include "host/root/tv_root.h"
-#include "host/root/value_file.h"
+#include "output_file.h"
 #include "registered_services.h"
 #include "service_state.h"
 #include "tv_evidence.h"
@@ -122,8 +121,9 @@ int writeDumpBundle(const Invocation& invocation, const std::string& path) {
     bundle["tv_state"] = readTvState(seconds);
     bundle["logs"] = readEndsOfLogs();
     const std::string text = bundle.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-    if (const int error = host::writeValueFile(path, text); error != 0)
-        return fail(kRefused, path + " cannot be written: " + strerror(error));
+    if (const std::string problem = writeOutputFile(path, text); !problem.empty())
+        return fail(kRefused, problem);
+    if (path == kStandardOutput) return status;
     if (invocation.json) {
         printJson({{"result", status}});
     } else {

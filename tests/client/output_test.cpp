@@ -16,6 +16,7 @@ using AudioctlOutput = AudioctlTv;
 TEST_F(AudioctlOutput, ThatCannotBeWrittenIsAnError) {
     makeFile(tv_ / "room", "GraphicEQ: 20 1");
     makeFile(tv_ / "set", "parameters");
+    std::filesystem::create_symlink("/dev/full", tv_ / "full");
     const auto daemon = startDaemon();
     EXPECT_EQ(run({"calibration", "load", tv_ / "room", "--json"}).status, 0);
     const Words commands[] = {
@@ -29,6 +30,7 @@ TEST_F(AudioctlOutput, ThatCannotBeWrittenIsAnError) {
         {"ping", "-n", "1"},
         {"dump"},
         {"dump", "external", "--json"},
+        {"dump", "--all", "--output", "-"},
         {"dump", "--all", "--output", tv_ / "report", "--json"},
         {"hdmi", "get"},
         {"external", "get"},
@@ -41,8 +43,10 @@ TEST_F(AudioctlOutput, ThatCannotBeWrittenIsAnError) {
         {"calibration", "status"},
         {"calibration", "on", "--json"},
         {"calibration", "save"},
+        {"calibration", "save", "-"},
         {"calibration", "save", tv_ / "room.json", "--json"},
         {"calibration", "plot"},
+        {"calibration", "plot", "--svg", "-"},
         {"calibration", "parameters"},
         {"calibration", "smooth-delay"},
         {"calibration", "load", tv_ / "room"},
@@ -64,6 +68,33 @@ TEST_F(AudioctlOutput, ThatCannotBeWrittenIsAnError) {
     }
     // Nothing was printed, so nothing failed.
     EXPECT_EQ(RunningProgram(commandLine({"external", "set", "on"}), {}, "/dev/full").wait(), 0);
+    for (const Words& command : {Words{"calibration", "save", tv_ / "full"},
+                                 {"calibration", "plot", "--svg", tv_ / "full"},
+                                 {"dump", "--all", "--output", tv_ / "full"}}) {
+        const Outcome outcome = run(command);
+        EXPECT_EQ(outcome.status, 1) << command[0];
+        EXPECT_THAT(outcome.err, HasSubstr("full cannot be written: No space left")) << command[0];
+        EXPECT_TRUE(std::filesystem::is_symlink(tv_ / "full")) << command[0];
+    }
+}
+
+TEST_F(AudioctlOutput, GoesWhereTheUserSays) {
+    const auto daemon = startDaemon();
+    EXPECT_EQ(run({"calibration", "save", "-"}).out, "[]\n");
+    EXPECT_FALSE(std::filesystem::exists("-"));
+    // Not /dev/stdout itself: a program in error that runs as root would replace it.
+    std::filesystem::create_symlink("/proc/self/fd/1", tv_ / "stdout");
+    for (const std::string& path :
+         {tv_ / "stdout", std::string("/dev/fd/1"), std::string("/proc/self/fd/1")}) {
+        makeFile(tv_ / "log", "first\n");
+        EXPECT_EQ(runRedirected(commandLine({"calibration", "save", path, "--json"}),
+                                [&] { sendToFile(STDOUT_FILENO, tv_ / "log"); }),
+                  0);
+        EXPECT_EQ(contentOf(tv_ / "log"), "first\n[]\n{\"result\":0}\n") << path;
+    }
+    expectAll({{{"calibration", "save", ""}, 2, "", "must not be empty"},
+               {{"calibration", "plot", "--svg", ""}, 2, "", "must not be empty"},
+               {{"dump", "--all", "--output", ""}, 2, "", "must not be empty"}});
 }
 
 TEST_F(AudioctlOutput, ThatIsClosedNeverGoesIntoTheTransport) {
@@ -116,7 +147,7 @@ TEST_F(AudioctlOutput, ThatIsClosedNeverGoesIntoTheTransport) {
 TEST_F(AudioctlOutput, ThatNobodyReadsEndsTheCommandSilently) {
     const auto daemon = startDaemon();
     for (const bool ignoresSignal : {false, true}) {
-        for (const Words& command : {Words{"list"}, {"dump"}, {"--help"}, {"calibration", "save"}}) {
+        for (const Words& command : {Words{"list"}, {"dump"}, {"--help"}, {"calibration", "save", "-"}}) {
             const int status = runRedirected(commandLine(command), [&] {
                 signal(SIGPIPE, ignoresSignal ? SIG_IGN : SIG_DFL);
                 sendToNobody(STDOUT_FILENO);
