@@ -27,19 +27,27 @@ constexpr char kFooter[] =
 * a calibration file, as `audioctl calibration save` makes it: a JSON list of channels
     [{"channel":"FL", "level":-3.0, "delay":1.5, "equalizer":[31 gains]}, ...]
   with dB, ms, and the gains of the third octaves from 20 Hz to 20 kHz; all of it is needed
-* an equalizer as room-correction programs export it, with lines such as
+* an equalizer: a text for Equalizer APO, also as AutoEq writes it, or the filter settings that REW
+  exports as text, with lines such as
     GraphicEQ: 20 -1.5; 25 0; 40 2.5
     Filter 1: ON PK Fc 63 Hz Gain -3.0 dB Q 4.3
     Preamp: -6 dB
     Delay: 2.5 ms
     Channel: L R
   Between the points of a GraphicEQ lie straight lines over the logarithm of the frequency; peaks (PK,
-  PEQ) and shelves (LS, LSC, HS, HSC, with half their gain at Fc and a Q of 0.71 unless it is given)
-  count with their response at 48 kHz at each band's centre. All of them add up. Preamp is the level.
-  Channel is for the lines that follow; L is FL and R is FR. Numbers may have a decimal comma.
+  PEQ) and shelves count with their response at 48 kHz at each band's centre. All of them add up.
+  Preamp is the level. Channel is for the lines that follow; L is FL and R is FR. Numbers may have a
+  decimal comma.
+  Shelves may have a Q or a slope (LSC 6dB); otherwise the slope is 10.8 dB per octave. LSC, HSC, and
+  REW's LS Q and HS Q have half their gain at Fc. For LS and HS, Fc is the corner, as in Equalizer APO:
+  a note gives the frequency of half the gain.
 
-Each line that cannot be used is named, with the reason. A fault, or a value beyond -9 to 9 dB or 0 to
-10 ms, means that nothing is sent, with status 2; --clamp takes the nearest level or gain.
+Each line that cannot be used is named, with the reason. A text is refused as a whole if it has
+conditions (If), sections, or other commands that change the meaning of its lines (Device, Include,
+Copy, ...), if none of a channel's filters can be used, or if it is a CamillaDSP configuration.
+
+A fault, or a value beyond -9 to 9 dB or 0 to 10 ms, means that nothing is sent, with status 2; --clamp
+takes the nearest level or gain. --dry-run needs a TV only with --keep.
 
 First the values are shown that a TV with a back-end controller rounds: to 0.1 dB, and to samples at
 48 kHz. (Others round the level only, and have no delay.) Then the service stores the results in place
@@ -186,10 +194,13 @@ void addCalibrationLoad(CLI::App* parent, Invocation& invocation) {
     command->add_flag("--keep", options->keep, "Keep the stored results of other channels");
     command->add_flag("--dry-run", options->dryRun, "Show what would be stored, and send nothing");
     command->footer(kFooter);
-    onRun(command, invocation, [&invocation, options, channels] {
-        const int status = takeChannels(*channels, *options);
-        return status != kDone ? status : load(invocation, *options);
-    });
+    onRun(
+        command, invocation,
+        [&invocation, options, channels] {
+            const int status = takeChannels(*channels, *options);
+            return status != kDone ? status : load(invocation, *options);
+        },
+        [options] { return !options->dryRun || options->keep; });
 }
 
 }  // namespace hidlaudio::client

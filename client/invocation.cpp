@@ -45,12 +45,14 @@ std::string checkNotEmpty(const std::string& given) {
     return given.empty() ? "must not be empty" : "";
 }
 
-void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>& body) {
+void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>& body,
+           const std::function<bool()>& needsTv) {
     command->footer(command->get_footer() +
                     "\n\nAll commands take --tv, --json and --timeout, too: `audioctl --help` tells.");
-    command->callback([&invocation, body] {
-        invocation.status =
-            tvExists() ? body() : fail(kWrongUsage, host::tvRoot() + " is no TV: `tv init` makes one");
+    command->callback([&invocation, body, needsTv] {
+        invocation.status = !needsTv() || tvExists()
+                                ? body()
+                                : fail(kWrongUsage, host::tvRoot() + " is no TV: `tv init` makes one");
     });
 }
 

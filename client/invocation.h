@@ -20,10 +20,13 @@ struct Invocation {
 };
 
 /**
- * Makes `body` what `command` does where there is a TV; its return value is the exit
- * status. After the command's footer was set, which it completes.
+ * Makes `body`, which returns the exit status, the action of `command`. Before it runs,
+ * `needsTv` decides whether there must be a TV. Call it after the command's footer was set,
+ * which it completes.
  */
-void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>& body);
+void onRun(
+    CLI::App* command, Invocation& invocation, const std::function<int()>& body,
+    const std::function<bool()>& needsTv = [] { return true; });
 
 /**
  * The options of every subcommand, accepted before and after its name, and

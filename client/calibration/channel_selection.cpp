@@ -16,6 +16,19 @@ struct Alias {
 constexpr Alias kAliases[] = {{"l", "FL"}, {"1", "FL"}, {"r", "FR"}, {"2", "FR"}};
 constexpr char kAll[] = "all";
 
+/** What programs call the channels, besides the aliases. */
+constexpr const char* kKnown[] = {"FL", "FR", "C", "LFE", "SUB", "RL", "RR", "RC", "SL", "SR"};
+
+bool isKnown(const std::string& channel) {
+    return std::find(std::begin(kKnown), std::end(kKnown), channel) != std::end(kKnown);
+}
+
+std::string unknownChannel(const std::string& channel) {
+    std::string names = "L, R";
+    for (const char* known : kKnown) names += std::string(", ") + known;
+    return "channel " + quote(channel) + " is unknown; known are " + names + ", and those of --channel";
+}
+
 bool contains(const std::vector<std::string>& channels, const std::string& channel) {
     return std::find(channels.begin(), channels.end(), channel) != channels.end();
 }
@@ -23,8 +36,8 @@ bool contains(const std::vector<std::string>& channels, const std::string& chann
 void addChannels(const TextLine& line, std::vector<std::string>& channels) {
     for (const std::string& word : splitWords(line.body)) {
         const std::string channel = channelOf(word);
-        const bool wanted = word != kAll && checkChannelName(channel).empty() && !contains(channels, channel);
-        if (wanted && channels.size() < kMostChannels) channels.push_back(channel);
+        if (isKnown(channel) && !contains(channels, channel) && channels.size() < kMostChannels)
+            channels.push_back(channel);
     }
 }
 
@@ -50,18 +63,20 @@ std::vector<std::string> channelsNamedIn(std::string_view text) {
     return channels;
 }
 
-Selection selectChannels(const TextLine& line, const std::vector<std::string>& channels, LineNotes& notes) {
+Selection selectChannels(const TextLine& line, const std::vector<std::string>& channels, LineNotes& notes,
+                         LineNotes& faults) {
     Selection selected;
     for (const std::string& word : splitWords(line.body)) {
         const std::string channel = channelOf(word);
         const auto found = std::find(channels.begin(), channels.end(), channel);
-        const std::string reason = checkChannelName(channel);
         if (word == kAll) {
             selected.set();
         } else if (found != channels.end()) {
             selected.set(static_cast<size_t>(found - channels.begin()));
+        } else if (isKnown(channel)) {
+            notes.add(line.number, "channel " + channel + " is not loaded");
         } else {
-            notes.add(line.number, reason.empty() ? "channel " + channel + " is not loaded" : reason);
+            faults.add(line.number, unknownChannel(channel));
         }
     }
     return selected;

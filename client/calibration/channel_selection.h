@@ -18,13 +18,15 @@ using Selection = std::bitset<kMostChannels>;
 /** The channel that a user means by a word: L and 1 are FL, R and 2 are FR, others in upper case. */
 std::string channelOf(std::string_view word);
 
-/** The channels that the "Channel:" lines of a text name, in order; at most kMostChannels. */
+/** The channels that the "Channel:" lines of a text name, in order: the known ones, at most kMostChannels. */
 std::vector<std::string> channelsNamedIn(std::string_view text);
 
 /**
- * Those of `channels` that a "Channel:" line selects; ALL is all of them. Names that cannot
- * be used are noted.
+ * Those of `channels` that a "Channel:" line selects; ALL is all of them. Notes known
+ * channels that are not among them. Any other name is a fault: the lines that follow would
+ * go to no channel, or to a wrong one.
  */
-Selection selectChannels(const TextLine& line, const std::vector<std::string>& channels, LineNotes& notes);
+Selection selectChannels(const TextLine& line, const std::vector<std::string>& channels, LineNotes& notes,
+                         LineNotes& faults);
 
 }  // namespace hidlaudio::client

@@ -18,7 +18,7 @@ struct TextOptions {
 };
 
 /**
- * Reads the equalizer of a room-correction program: a line each of
+ * Reads the equalizer of a room-correction program, lines such as
  *
  *   Channel: L R      for the lines that follow; all channels before the first of them
  *   Preamp: -6 dB     adds up to the level
@@ -27,8 +27,9 @@ struct TextOptions {
  *   Filter 1: ...     those that are on
  *
  * and comments ('#'). Numbers have a point or a comma. Lines that cannot be used are noted
- * with number and reason; a text without any that can has a fault. Takes time and memory in
- * proportion to the text.
+ * with number and reason. A text has a fault if it has conditions, sections or other commands
+ * that decide what its lines mean, if a channel's filters are all unusable, or if no line can
+ * be used. Takes time and memory in proportion to the text.
  */
 Reading readEqualizerText(std::string_view text, const TextOptions& options);
 

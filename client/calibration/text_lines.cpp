@@ -23,6 +23,7 @@ TextLine takeLine(std::string_view& text, size_t& number) {
     TextLine line;
     line.number = ++number;
     line.whole = trim(text.substr(0, end));
+    if (!line.whole.empty()) line.indent = static_cast<size_t>(line.whole.data() - text.data());
     const size_t colon = line.whole.substr(0, kLongestKeyword).find(':');
     if (colon != std::string_view::npos) {
         line.keyword = keywordOf(line.whole.substr(0, colon));

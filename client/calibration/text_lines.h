@@ -11,6 +11,7 @@ namespace hidlaudio::client {
 /** A line of an equalizer's text. */
 struct TextLine {
     size_t number = 0;       // from 1
+    size_t indent = 0;       // blanks at its start
     std::string_view whole;  // without blanks at its ends
     std::string keyword;     // in lower case, "filter" for "Filter 12:"; "" where there is none
     std::string_view body;   // behind the colon

@@ -92,6 +92,13 @@ TEST_F(AudioctlCalibration, SendsNothingFromAFileWithFaults) {
         EXPECT_EQ(outcome.status, row.status) << row.content.substr(0, 40) << outcome.err;
         EXPECT_THAT(outcome.err, HasSubstr(row.errorPart));
     }
+    makeFile(path_, "GraphicEQ: 40 1");
+    for (const auto& [options, status] :
+         {std::pair(std::vector<std::string>{"--dry-run"}, 0), {{"--dry-run", "--keep"}, 2}, {{}, 2}}) {
+        std::vector<std::string> words{"calibration", "load", path_, "--tv", tv_ / "nosuch"};
+        words.insert(words.end(), options.begin(), options.end());
+        EXPECT_EQ(run(words).status, status) << testing::PrintToString(words);
+    }
     expectAll({{{"calibration", "load", tv_ / "none"}, 2, "", "none: No such file"},
                {{"calibration", "status"}, 3, "", "IAcousticCalibration/default is not registered"}});
 }

@@ -59,15 +59,22 @@ TEST(EqualizerText, UnderstandsFilters) {
         {"ON PEQ Fc 63,5Hz Gain +2,5dB Q 1,25", FilterShape::Peak, 63.5, 2.5, 1.25},
         {"ON PK Q 2 Gain 1 Fc 100", FilterShape::Peak, 100, 1, 2},
         {"ON PK Fc 1000 Hz Gain 6 dB BW Oct 1", FilterShape::Peak, 1000, 6, 1.4110},
-        {"ON LS Fc 100 Hz Gain 6 dB", FilterShape::LowShelf, 100, 6, 0.70711},
+        {"ON LSC Fc 100 Hz Gain 6 dB", FilterShape::LowShelf, 100, 6, 0.66881},
         {"ON HSC Fc 8000 Hz Gain -2 dB Q 0.5", FilterShape::HighShelf, 8000, -2, 0.5},
+        {"ON HSC 12 dB Fc 8000 Hz Gain -2 dB", FilterShape::HighShelf, 8000, -2, 0.70711},
+        {"ON LS Q Fc 100 Hz Gain 6 dB Q 0.5", FilterShape::LowShelf, 100, 6, 0.5},
+        // The corner is where the slope, 12 dB per octave or 40 dB per decade, reaches the gain.
+        {"ON LS 12dB Fc 100 Hz Gain 12 dB", FilterShape::LowShelf, 141.254, 12, 0.70711},
+        {"ON LS Fc 100 Hz Gain -12 dB Q 0.70711", FilterShape::LowShelf, 141.254, -12, 0.70711},
+        {"ON HS 12dB Fc 100 Hz Gain 12 dB", FilterShape::HighShelf, 70.795, 12, 0.70711},
+        {"ON HS Fc 100 Hz Gain 6 dB", FilterShape::HighShelf, 82.540, 6, 0.66881},
     };
     for (const Row& row : rows) {
         const FilterLine line = parseFilter(row.text);
         EXPECT_EQ(line.on, row.frequency > 0) << row.text << line.reason;
         if (!line.on) continue;
         EXPECT_EQ(line.filter.shape, row.shape) << row.text;
-        EXPECT_EQ(line.filter.frequency, row.frequency) << row.text;
+        EXPECT_THAT(line.filter.frequency, DoubleNear(row.frequency, 1e-3)) << row.text;
         EXPECT_EQ(line.filter.gain, row.gain) << row.text;
         EXPECT_THAT(line.filter.q, DoubleNear(row.q, 1e-3)) << row.text;
     }
@@ -83,7 +90,8 @@ TEST(EqualizerText, AddsUpPerChannel) {
         "Delay: 1.5 ms\r\n"
         "channel: r c\r\n"
         "Preamp: 1\r\n"
-        "Filter: ON HS Fc 1000 Hz Gain 4 dB\r\n"
+        "Filter: ON HSC Fc 1000 Hz Gain 4 dB\r\n"
+        "Device: all\r\n"
         "Channel: all\r\n"
         "Filter 3: ON PK Fc 1000 Hz Gain -1 dB Q 2");
     EXPECT_EQ(said(reading), "");
@@ -111,8 +119,13 @@ TEST(EqualizerText, NamesEachLineThatItCannotUse) {
         {"Dated: today \x1b[2J", "\"Dated: today ?[2J\" is not understood"},
         {"Filter 2: OFF PK Fc 50 Hz Gain 3 dB Q 1", "the filter is off"},
         {"Filter 2: ON LP Fc 50 Hz", "type \"lp\" is no peak or shelf"},
-        {"Filter 2: ON LS 6dB Fc 50 Hz Gain 3 dB", "\"6\" in a filter is not understood"},
+        {"Filter 2: ON PK 6dB Fc 50 Hz Gain 3 dB", "\"6\" in a filter is not understood"},
+        {"Filter 2: ON LSC 24dB Fc 50 Hz Gain 40 dB", "no shelf of that gain is so steep"},
+        {"Filter 2: ON LSC 6dB Fc 50 Hz Gain 20 dB Q 1", "has a slope and a width"},
+        {"Filter 2: ON LS 0.1dB Fc 50 Hz Gain 60 dB", "at no frequency from 1 to 23999 Hz"},
+        {"Filter 2: ON LS Fc 100 Hz Gain 6 dB", "half the gain is at 121 Hz; the type LSC has that at Fc"},
         {"Filter 2: ON PK Fc 50 Hz Gain 3 dB", "neither \"Q\" nor \"BW Oct\""},
+        {"Filter 2: ON LS Q Fc 50 Hz Gain 3 dB", "neither \"Q\" nor \"BW Oct\""},
         {"Filter 2: ON PK Fc 50 Hz Q 3", "has no \"Gain\""},
         {"Filter 2: ON PK Fc 50 Fc 60 Gain 1 Q 3", "\"fc\" is given twice"},
         {"Filter 2: ON PK Fc 50 Hz Gain", "nothing behind \"gain\""},
@@ -126,10 +139,9 @@ TEST(EqualizerText, NamesEachLineThatItCannotUse) {
         {"GraphicEQ: ;", "has no points"},
         {"Preamp: 1e999", "no gain in dB"},
         {"Delay: 48 samples", "no delay in ms"},
-        {"Channel: SUBWOOFER", "\"SUBWOOFER\" is no channel name"},
     };
     for (const Row& row : rows) {
-        const Reading reading = import("Preamp: 1 dB\n\n" + std::string(row.line));
+        const Reading reading = import("Preamp: 1 dB\nGraphicEQ: 20 0\n" + std::string(row.line));
         EXPECT_THAT(reading.faults, IsEmpty()) << row.line;
         EXPECT_THAT(reading.notes, ElementsAre(AllOf(HasSubstr("line 3: "), HasSubstr(row.reason))))
             << row.line;
@@ -137,9 +149,49 @@ TEST(EqualizerText, NamesEachLineThatItCannotUse) {
     }
     EXPECT_THAT(import("Preamp: 1\rFilter: OFF\rFilter: OFF\r\n\nFilter: ON None").notes,
                 ElementsAre("lines 2 to 3: the filter is off", "line 5: the filter is off"));
-    for (const char* useless : {"", "Channel: L", "Preamp: x"})
+    for (const char* useless : {"", "Channel: L", "Preamp: x", "filters: {a: {type: Gain}}"})
         EXPECT_THAT(said(import(useless)), HasSubstr("is neither JSON nor has it"));
     EXPECT_THAT(said(import("\xFF\xFE[")), HasSubstr("UTF-16"));
+}
+
+TEST(EqualizerText, RefusesATextThatMeansSomethingElseThanItsLines) {
+    struct Row {
+        const char* text;
+        const char* fault;
+    };
+    const Row rows[] = {
+        {"If: sampleRate == 48000", "line 3: \"If: sampleRate == 48000\": conditions are not evaluated"},
+        {"ElseIf: 1\nElse:\nEndIf:", "line 5: \"EndIf:\": conditions are not evaluated"},
+        {"  Device: Speakers", "line 3: \"Device: Speakers\": the lines are for some devices only"},
+        {"Stage: pre-mix", "line 3: \"Stage: pre-mix\": the lines are for a part"},
+        {"Include: peace.txt", "line 3: \"Include: peace.txt\": other files are not read"},
+        {"Copy: L=0.5*L+0.5*R", "line 3: \"Copy: L=0.5*L+0.5*R\": channels cannot be mixed"},
+        {"Convolution: room.wav", "line 3: \"Convolution: room.wav\": impulse responses"},
+        {"[Speakers]\nPreAmp=-3", "line 3: \"[Speakers]\" begins a section"},
+        {"room:\n# indented\n\n  delay: 5", "line 3: \"room:\" begins a section"},
+        {"pipeline:\n- type: Filter", "line 3: \"pipeline:\" begins a section of a CamillaDSP configuration"},
+        {"Channel: Foo", "line 3: channel \"FOO\" is unknown; known are L, R, FL, "},
+        {"Channel: L SUBWOOFER", "line 3: channel \"SUBWOOFER\" is unknown"},
+        {"Channel:", "line 3: no channel behind"},
+    };
+    for (const Row& row : rows) {
+        const Reading reading =
+            import("Preamp: -3 dB\nFilter: ON PK Fc 63 Gain -3 Q 4\n" + std::string(row.text),
+                   {{"FL", "C"}, {}, {}});
+        EXPECT_THAT(reading.faults, testing::Contains(HasSubstr(row.fault))) << row.text;
+    }
+    EXPECT_THAT(import("Preamp: -3 dB\nFilter: ON LP Fc 50 Hz\nGraphicEQ: x").faults,
+                ElementsAre("none of the filters for FL, FR can be used"));
+    EXPECT_THAT(import("Channel: L\nGraphicEQ: 20 1\nChannel: C\nPreamp: 1\nFilter: ON LP Fc 50 Hz").faults,
+                ElementsAre("none of the filters for C can be used"));
+    EXPECT_THAT(import("devices:\n  samplerate: 48000\nfilters:\n  a:\n    type: Delay\n    parameters:\n"
+                       "      delay: 5.5\n      unit: mm\n")
+                    .faults,
+                ElementsAre(HasSubstr("line 1: \"devices:\" begins a section of a CamillaDSP")));
+    EXPECT_EQ(said(import("Notes:\n  of 3 July\nFilter 1: OFF PK\nFilter 2: ON None")),
+              "line 1: \"Notes:\" is not understood\nline 2: \"of 3 July\" is not understood\nlines 3 to 4: "
+              "the filter is off\n")
+        << "REW's header";
 }
 
 TEST(EqualizerText, TakesTheUsersOptions) {
