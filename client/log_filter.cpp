@@ -6,16 +6,17 @@
 #include "report.h"
 
 namespace hidlaudio::client {
-namespace {
-
-void logErrors(const __android_logger_data* data, const char* message) {
-    if (data->priority >= ANDROID_LOG_ERROR) note(message);
-}
-
-}  // namespace
 
 void showOnlyErrorsOfLog() {
-    __android_log_set_logger(logErrors);
+    // Older versions of liblog pass the text beside the record, newer ones in it.
+    __android_log_set_logger([](const auto* record, auto... text) {
+        if (record->priority < ANDROID_LOG_ERROR) return;
+        if constexpr (sizeof...(text) == 0) {
+            note(record->message);
+        } else {
+            note(text...);
+        }
+    });
 }
 
 }  // namespace hidlaudio::client

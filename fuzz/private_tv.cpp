@@ -22,7 +22,7 @@ void removeTv() {
 }  // namespace
 
 void silenceLog() {
-    __android_log_set_logger([](const __android_logger_data*, const char*) {});
+    __android_log_set_logger([](const auto*, auto...) {});
 }
 
 void makePrivateTv() {

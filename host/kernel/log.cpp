@@ -60,22 +60,29 @@ void print(int priority, const char* tag, const char* message) {
     if (text != usual) free(text);
 }
 
-void logMessage(const __android_logger_data* data, const char* message) {
+void logMessage(int priority, const char* tag, const char* message) {
     {
         const std::lock_guard lock(captureMutex());
         if (innermostCapture != nullptr) {
-            innermostCapture->add({data->priority, data->tag, message});
+            innermostCapture->add({priority, tag, message});
             return;
         }
     }
-    print(data->priority, data->tag, message);
+    print(priority, tag, message);
 }
 
 }  // namespace
 
 void startLog() {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-    __android_log_set_logger(logMessage);
+    // Older versions of liblog pass the text beside the record, newer ones in it.
+    __android_log_set_logger([](const auto* record, auto... text) {
+        if constexpr (sizeof...(text) == 0) {
+            logMessage(record->priority, record->tag, record->message);
+        } else {
+            logMessage(record->priority, record->tag, text...);
+        }
+    });
 }
 
 LogCapture::LogCapture() {
