@@ -8,6 +8,16 @@
 #include <sys/types.h>
 #include <time.h>
 
+// If time_t is wider than a long, calls with times are compiled to other functions of libc.
+#if defined(__USE_TIME_BITS64) && __TIMESIZE == 32
+#pragma redefine_extname __real_ioctl __real___ioctl_time64
+#pragma redefine_extname __wrap_ioctl __wrap___ioctl_time64
+#pragma redefine_extname __real_nanosleep __real___nanosleep64
+#pragma redefine_extname __wrap_nanosleep __wrap___nanosleep64
+#pragma redefine_extname __real_timerfd_settime __real___timerfd_settime64
+#pragma redefine_extname __wrap_timerfd_settime __wrap___timerfd_settime64
+#endif
+
 /**
  * The calls behind the wrapped ones, by the names that the linker gives them. The
  * plain lseek takes a long as its offset, whatever off_t is in this file's build.
@@ -42,4 +52,3 @@ int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
                           void* argument);
 int __real_nanosleep(const timespec* request, timespec* remainder);
 }
-static_assert(sizeof(time_t) == sizeof(long), "calls with longer times have names of their own, not wrapped");
