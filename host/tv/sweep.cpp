@@ -86,8 +86,9 @@ SweepRow rowOf(const std::string& answer, bool whole, const SweptFault& fault) {
     return row;
 }
 
-std::string dump(const SweepRow& row) {
-    return nlohmann::json(row).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+template <typename Answer>
+std::string dump(const Answer& answer) {
+    return nlohmann::json(answer).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 /** In a worker's process. */
@@ -124,19 +125,42 @@ bool sweepFaults(Sweep& sweep, const Scenario& scenario, const RunResult& untouc
     return doAll(pool, sweep.interrupt);
 }
 
-/** False where the user interrupted it. */
-bool sweepScenario(Sweep& sweep, const Scenario& scenario, SweepResult& result) {
+/** In a worker's process. */
+SweepResult sweepScenario(Sweep& sweep, const Scenario& scenario) {
+    SweepResult result;
     result.scenario = scenario.name;
     if (const std::string problem = makeModel(sweep, scenario); !problem.empty()) {
         result.broken.push_back(scenario.path + ": tv init: " + problem);
-        return true;
+        return result;
     }
     const RunSetup setup = setUp(sweep, scenario);
     const RunResult untouched = runScenario(scenario, setup);
     clearAway(setup.folder);
     result.calls = untouched.calls.size();
     result.broken = problemsUntouched(scenario, untouched);
-    return !result.broken.empty() || sweepFaults(sweep, scenario, untouched, result);
+    // The pool ends this process if the user interrupts the sweep.
+    if (result.broken.empty()) sweepFaults(sweep, scenario, untouched, result);
+    return result;
+}
+
+SweepResult resultOf(const std::string& answer, bool whole, const Scenario& scenario) {
+    const nlohmann::json json = nlohmann::json::parse(answer, nullptr, false);
+    if (whole && json.is_object()) return json.get<SweepResult>();
+    return {scenario.name, 0, {scenario.path + ": the sweep itself crashed"}, {}};
+}
+
+/**
+ * Sweeps in a worker: the programs of the untouched run end with it, even if this process is
+ * killed. False if the user interrupted it.
+ */
+bool sweepInWorker(Sweep& sweep, const Scenario& scenario, SweepResult& result) {
+    PoolWork pool;
+    pool.count = 1;
+    pool.work = [&](size_t) { return dump(sweepScenario(sweep, scenario)); };
+    pool.done = [&](size_t, const std::string& answer, bool whole) {
+        result = resultOf(answer, whole, scenario);
+    };
+    return doAll(pool, sweep.interrupt);
 }
 
 int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
@@ -148,7 +172,7 @@ int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
     size_t flagged = 0;
     for (const Scenario& scenario : scenarios) {
         SweepResult result;
-        if (!sweepScenario(sweep, scenario, result)) return fail("interrupted");
+        if (!sweepInWorker(sweep, scenario, result)) return fail("interrupted");
         flagged += flaggedIn(result);
         if (options.json) {
             all.push_back(toJson(result));

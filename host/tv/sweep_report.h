@@ -17,6 +17,8 @@ struct SweepResult {
     std::vector<SweepRow> rows;
 };
 
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SweepResult, scenario, calls, broken, rows)
+
 /** How many runs, and broken untouched ones, show what must not be. */
 size_t flaggedIn(const SweepResult& result);
 

@@ -101,10 +101,12 @@ TEST_F(Sweep, FlagsWhatMustNotBe) {
     EXPECT_THAT(leftBehind(), IsEmpty());
 }
 
-/** Whether a process runs whose TV lies in the folder. */
-bool anyProcessOn(const std::string& folder) {
+/** Whether a process runs whose TV lies in the folder, and whose command ends with `end`. */
+bool anyProcessOn(const std::string& folder, const std::string& end = "") {
     for (const auto& process : std::filesystem::directory_iterator("/proc")) {
-        if (contentOf(process.path() / "environ").find("HIDLAUDIO_TV=" + folder) != std::string::npos)
+        const std::string command = contentOf(process.path() / "cmdline");
+        if (contentOf(process.path() / "environ").find("HIDLAUDIO_TV=" + folder) != std::string::npos &&
+            command.find(end + '\0') != std::string::npos)
             return true;
     }
     return false;
@@ -114,7 +116,8 @@ TEST_F(Sweep, LeavesNothingAfterCtrlC) {
     const std::string path = scenario(kTiny);
     for (const int signal : {SIGINT, SIGKILL}) {
         RunningProgram sweep(commandLine({"sweep", path}), variables());
-        EXPECT_TRUE(becomesTrue([&] { return anyProcessOn(scratch_ + "/"); }));
+        // The daemon of the untouched run, which comes first.
+        EXPECT_TRUE(becomesTrue([&] { return anyProcessOn(scratch_ + "/", "/hidlaudio"); }));
         kill(sweep.pid(), signal);
         EXPECT_EQ(sweep.wait(), signal == SIGINT ? 1 : 128 + SIGKILL);
         if (signal == SIGINT) {
