@@ -1,0 +1,9 @@
+# Run by cpack between installing and packing: gives each folder the mode of Debian's policy.
+# cpack makes them under the umask of its caller.
+file(GLOB_RECURSE paths LIST_DIRECTORIES true ${CPACK_TEMPORARY_DIRECTORY}/*)
+foreach(path ${paths})
+  if(IS_DIRECTORY ${path})
+    file(CHMOD ${path} DIRECTORY_PERMISSIONS
+      OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  endif()
+endforeach()
