@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 #include <signal.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
+
+#include <string>
 
 namespace {
 
@@ -16,10 +17,10 @@ using android::hardware::Void;
 using com::tovi::dtv::hardware::audio::V1_1::IHdmiAudioCallback;
 using com::tovi::dtv::hardware::audio::V3_1::IHdmiAudio;
 
-void print(const hidl_vec<hidl_string>& names) {
-    for (size_t i = 0; i < names.size(); ++i) printf("%s%s", i == 0 ? "" : " ", names[i].c_str());
-    printf("\n");
-    fflush(stdout);
+/** Writes the line at once: the main thread and a callback's thread may write at the same time. */
+void print(const std::string& line) {
+    const std::string text = line + "\n";
+    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
 }
 
 struct Silent : IHdmiAudioCallback {
@@ -29,7 +30,9 @@ struct Silent : IHdmiAudioCallback {
 /** Prints what it is told. */
 struct Printer : IHdmiAudioCallback {
     Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
-        print(names);
+        std::string line;
+        for (const hidl_string& name : names) line += (line.empty() ? "" : " ") + std::string(name);
+        print(line);
         return Void();
     }
 };
@@ -59,8 +62,6 @@ int main(int, char** argv) {
     for (int i = 0; i < times; ++i) {
         if (!service->setCallback(callback).isOk()) return 1;
     }
-    // Changes may have come before: whoever waits for them must find whole lines.
-    printf("ready\n");
-    fflush(stdout);
+    print("ready");
     for (;;) pause();
 }
