@@ -69,7 +69,7 @@ TEST_F(AudioctlHdmi, WatchesWithoutHoldingUpTheService) {
     const auto daemon = startDaemon();
     const std::string fifo = tv_ / "fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    const RunningProgram reader({"/bin/sh", "-c", "exec sleep 60 <" + fifo});
+    const RunningProgram reader({"/bin/sh", "-c", "exec sleep 60 <\"$0\"", fifo});
     RunningProgram watcher(commandLine({"hdmi", "watch"}), {}, fifo);
     awaitTimes(watcher, kWatching, 1);
     std::vector<std::string> command = {"hdmi", "set", "ARC_DD_PLUS"};

@@ -136,14 +136,14 @@ TEST_F(Boot, InForegroundEndsWithAnothersShutdown) {
 }
 
 TEST_F(Boot, StartsNoDaemonWithoutTheAudioHal) {
-    useScript("echo > " + tv_ + "/started; exec sleep 1000");
+    useScript("echo >\"$HIDLAUDIO_TV/started\"; exec sleep 1000");
     useScript("echo broken; exit 3", "audio_hal");
     for (const auto& arguments : {std::vector<std::string>{"boot"}, {"boot", "--background"}}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.err, AllOf(HasSubstr("audio_hal ended with status 3"), HasSubstr("broken\n")));
     }
-    useScript("echo $$ > " + tv_ + "/waiting; exec sleep 1000", "audio_hal");
+    useScript("echo $$ >\"$HIDLAUDIO_TV/waiting\"; exec sleep 1000", "audio_hal");
     RunningProgram boot({command_, "boot"});
     ASSERT_TRUE(becomesTrue([&] { return std::atoi(contentOf(tv_ + "/waiting").c_str()) > 0; }));
     const pid_t hal = std::atoi(contentOf(tv_ + "/waiting").c_str());

@@ -5,6 +5,9 @@
 
 namespace hidlaudio::test {
 
+/** Runs the daemon itself in a shell script. Its path is in the environment, so that it needs no quoting. */
+#define RUN_DAEMON EMULATOR " \"$DAEMON\""
+
 /** `tv` with temporary files of its own, and with a shell script in the daemon's place where a test wants it.
  */
 class ScratchCommand : public TvCommand {
@@ -17,7 +20,7 @@ class ScratchCommand : public TvCommand {
         return all;
     }
 
-    std::vector<std::string> variables() const { return {"TMPDIR=" + scratch_}; }
+    std::vector<std::string> variables() const { return {"TMPDIR=" + scratch_, "DAEMON=" DAEMON}; }
 
     Outcome runHere(const std::vector<std::string>& arguments) {
         return runProgram(commandLine(arguments), variables());
