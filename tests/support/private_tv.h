@@ -9,6 +9,7 @@
 #include <iterator>
 #include <string>
 
+#include "becomes_true.h"
 #include "host/root/tv_root.h"
 
 namespace hidlaudio::test {
@@ -17,13 +18,18 @@ namespace hidlaudio::test {
 class PrivateFolder {
   public:
     PrivateFolder() {
-        std::string name = testing::TempDir() + "hidlaudio.XXXXXX";
+        std::string name = std::filesystem::temp_directory_path() / "hidlaudio.XXXXXX";
         if (mkdtemp(name.data()) == nullptr) abort();
         path_ = name;
     }
     ~PrivateFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
+        // A thread of the back-end controller's driver may still write its last state.
+        std::error_code error;
+        EXPECT_TRUE(becomesTrue([&] {
+            std::filesystem::remove_all(path_, error);
+            return !error;
+        })) << path_
+            << ": " << error.message();
     }
     PrivateFolder(const PrivateFolder&) = delete;
     PrivateFolder& operator=(const PrivateFolder&) = delete;
