@@ -148,7 +148,7 @@ TEST_F(Audioctl, RefusesWrongUsage) {
                {{"external"}, 2, "", "missing; these are: " + verbs},
                {{"external", "put"}, 2, "", "\"put\" is no command; these are: " + verbs},
                {{"external", "set", "ON"}, 2, "", "{on,off}"},
-               {{"ping", "-n", "0"}, 2, "", "1 to 1000000"},
+               {{"ping", "-n", "0"}, 2, "", "1000000"},
                {{"wait", "list"}, 2, "", "external  " + std::string(kExternal)},
                {{"wait", "external/"}, 2, "", "\"external/\" is no service"},
                {{"wait", "a@1.0::IFoo!"}, 2, "", "is no service"},
