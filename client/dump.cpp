@@ -28,11 +28,12 @@ struct Arguments {
 std::vector<ServiceName> namedServices(const std::vector<std::string>& words) {
     std::vector<ServiceName> names;
     for (const std::string& word : words) {
-        const ServiceName name = *parseServiceName(word);
+        const std::optional<ServiceName> name = parseServiceName(word);
+        if (!name) continue;
         const bool again = std::any_of(names.begin(), names.end(), [&name](const ServiceName& former) {
-            return toString(former) == toString(name);
+            return toString(former) == toString(*name);
         });
-        if (!again) names.push_back(name);
+        if (!again) names.push_back(*name);
     }
     return names;
 }

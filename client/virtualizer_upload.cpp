@@ -195,18 +195,18 @@ int awaitEnd(Upload& upload) {
 int report(const Upload& upload, const std::optional<int32_t>& result) {
     const double time = seconds(Clock::now() - upload.begin);
     const size_t size = upload.data.size();
+    const int32_t code = result.value_or(0);
     if (upload.invocation.json) {
         printJson({{"handle", upload.handle},
                    {"bytes", size},
                    {"seconds", std::round(time * 1e6) / 1e6},
                    {"result", result ? nlohmann::json(*result) : nlohmann::json(nullptr)}});
-    } else if (result.value_or(0) == 0) {
+    } else if (code == 0) {
         printf("%s %zu bytes in %.3f s, %.1f MiB/s%s\n", result ? "uploaded" : "sent", size, time,
                static_cast<double>(size) / time / 1048576, result ? "" : "; the upload goes on");
     }
-    if (result.value_or(0) == 0) return kDone;
-    return fail(kRefused,
-                StringPrintf("the upload ended with %d: %s", *result, wordsFor(kEndMeanings, *result)));
+    if (code == 0) return kDone;
+    return fail(kRefused, StringPrintf("the upload ended with %d: %s", code, wordsFor(kEndMeanings, code)));
 }
 
 int run(Upload& upload) {

@@ -86,7 +86,9 @@ std::vector<ServiceName> parseAll(const std::vector<std::string>& texts) {
     if (texts.empty()) return knownServices();
     std::vector<ServiceName> services;
     services.reserve(texts.size());
-    for (const std::string& text : texts) services.push_back(*parseServiceName(text));
+    for (const std::string& text : texts) {
+        if (const auto service = parseServiceName(text)) services.push_back(*service);
+    }
     return services;
 }
 

@@ -112,7 +112,8 @@ int writeAtOnce(int fd, std::string_view text) {
                                               [fd](const Target& known) { return known.is(fd); });
     if (target == std::end(kTargets)) return EOPNOTSUPP;
     while (!text.empty()) {
-        const ssize_t taken = target->write(fd, text.data(), std::min(text.size(), kPiece));
+        const std::string_view piece = text.substr(0, kPiece);
+        const ssize_t taken = target->write(fd, piece.data(), piece.size());
         if (taken < 0) return errno;
         if (taken == 0) return EAGAIN;
         text.remove_prefix(static_cast<size_t>(taken));

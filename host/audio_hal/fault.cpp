@@ -19,18 +19,17 @@ std::optional<Result> injectedResult(const char* operation, const char* on) {
     recordCall(kHalCalls, operation, on);
     const std::string folder = tvRoot() + kHalFaultFolder;
     std::optional<int32_t> status;
-    int error = takeFault(folder, operation, status);
+    const int error = takeFault(folder, operation, status);
     if (error == 0 && !status) return std::nullopt;
-    if (error == 0 && !isHalResult(*status)) error = ERANGE;
-    if (error != 0) {
+    if (error != 0 || !status || !isHalResult(*status)) {
         __android_log_print(
             ANDROID_LOG_ERROR, kLogTag,
             "%s/%s is no usable fault (RESULT from 0 to 4, RESULT COUNT, or RESULT COUNT PASS): %s",
-            folder.c_str(), operation, strerror(error));
+            folder.c_str(), operation, strerror(error != 0 ? error : ERANGE));
         return Result::INVALID_STATE;
     }
     __android_log_print(ANDROID_LOG_WARN, kLogTag, "%s answers %s, as it was told to", operation,
-                        kHalResults[*status].data());
+                        std::string(kHalResults[*status]).c_str());
     return static_cast<Result>(*status);
 }
 

@@ -20,7 +20,7 @@ void print(UploadKind kind, const BackEndBehaviour& behaviour) {
     for (size_t i = 0; i < std::size(kBackEndSettings); ++i) {
         const auto setting = static_cast<BackEndSetting>(i);
         if (!infoOf(setting).perKind) continue;
-        printf("%s %s %s\n", nameOf(kind), infoOf(setting).name.data(),
+        printf("%s %s %s\n", nameOf(kind), std::string(infoOf(setting).name).c_str(),
                formatValue(setting, behaviour.value(kind, setting)).c_str());
     }
 }

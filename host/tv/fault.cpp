@@ -99,7 +99,7 @@ int fault(const Text& name, const Text& value, const Text& count, const Text& pa
             kWrongUsage);
     }
     if (shallClear) return clear(name);
-    if (!value) return print(name);
+    if (!name || !value) return print(name);
     return set(*name, joined(*value, count, pass));
 }
 

@@ -92,11 +92,12 @@ std::string dump(const Answer& answer) {
 }
 
 /** In a worker's process. */
-SweepRow sweepOne(const Scenario& scenario, const RunResult& untouched, const RunSetup& setup) {
+SweepRow sweepOne(const Scenario& scenario, const RunResult& untouched, const RunSetup& setup,
+                  const SweptFault& fault) {
     SweepRow row;
     for (int i = 0; i < kTries && !row.struck; ++i) {
         clearAway(setup.folder);
-        row = compareRuns(scenario, untouched, *setup.fault, runScenario(scenario, setup));
+        row = compareRuns(scenario, untouched, fault, runScenario(scenario, setup));
     }
     return row;
 }
@@ -116,7 +117,7 @@ bool sweepFaults(Sweep& sweep, const Scenario& scenario, const RunResult& untouc
     PoolWork pool;
     pool.count = faults.size();
     pool.jobs = sweep.options.jobs;
-    pool.work = [&](size_t i) { return dump(sweepOne(scenario, untouched, setups[i])); };
+    pool.work = [&](size_t i) { return dump(sweepOne(scenario, untouched, setups[i], faults[i])); };
     pool.done = [&](size_t i, const std::string& answer, bool whole) {
         result.rows[i] = rowOf(answer, whole, faults[i]);
         clearAway(setups[i].folder);

@@ -61,8 +61,10 @@ std::vector<RecordedCall> callsOf(const Run& run, const char* program, unsigned 
     return calls;
 }
 
-bool strikesNow(const Run& run) {
-    return run.setup.fault && run.setup.fault->call.boot == run.boots;
+/** The fault that is injected in this start of the daemon, or `nullptr`. */
+const SweptFault* faultNow(const Run& run) {
+    const auto& fault = run.setup.fault;
+    return fault && fault->call.boot == run.boots ? &*fault : nullptr;
 }
 
 void prepareFolders(Run& run) {
@@ -92,8 +94,9 @@ void noteEnding(Run& run, const std::string& how) {
 void startOnce(Run& run) {
     const std::string record = recordOf(run, "daemon", run.boots);
     std::vector<std::string> variables{std::string(kCallsVariable) + "=" + record};
-    variables.push_back("HIDLAUDIO_FAULT=" + (strikesNow(run) ? faultVariable(*run.setup.fault) : ""));
-    if (strikesNow(run)) writeFaultFile(run.tv, *run.setup.fault);
+    const SweptFault* const fault = faultNow(run);
+    variables.push_back("HIDLAUDIO_FAULT=" + (fault != nullptr ? faultVariable(*fault) : ""));
+    if (fault != nullptr) writeFaultFile(run.tv, *fault);
     const std::string problem = startDaemon(run.tv, variables);
     ++run.boots;
     if (problem.empty()) return;

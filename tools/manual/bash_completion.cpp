@@ -108,6 +108,7 @@ std::string commandBranches(const Command& command, const Accepted& above) {
         if (!isHelp(option)) add(below, option);
     }
     std::vector<std::string> names;
+    names.reserve(command.commands.size());
     for (const Command& child : command.commands) names.push_back(nameOf(child));
     std::string branches = "        " + shellWord(command.path) + ")\n";
     branches += "            commands=" + shellWord(joinWords(names)) + "\n";
