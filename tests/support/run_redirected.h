@@ -12,7 +12,7 @@
 namespace hidlaudio::test {
 
 /**
- * Runs a program in a process in which `redirect` has changed descriptors and signals. Returns
+ * Runs a program in a process in which `redirect` has changed descriptors, signals or variables. Returns
  * its exit status, or 128 + n if signal n ended it.
  */
 template <typename Redirect>
