@@ -63,11 +63,6 @@ int moveBytes(const Transfer& transfer, uint64_t from, uint64_t to) {
 
 }  // namespace
 
-void OwnedDescriptor::reset(int fd) {
-    if (fd_ >= 0) close(fd_);
-    fd_ = fd;
-}
-
 int runTransfer(Transfer& transfer) {
     const uint64_t piece = std::clamp<uint64_t>(transfer.rate / kPiecesPerSecond, 1, kLargestPiece);
     for (uint64_t moved = 0; moved < transfer.size;) {

@@ -8,23 +8,9 @@
 
 #include "clock_calls.h"
 #include "host/root/back_end_files.h"
+#include "host/root/owned_descriptor.h"
 
 namespace hidlaudio::host {
-
-/** A descriptor that is closed with the object. */
-class OwnedDescriptor {
-  public:
-    explicit OwnedDescriptor(int fd = -1) : fd_(fd) {}
-    ~OwnedDescriptor() { reset(); }
-    OwnedDescriptor(const OwnedDescriptor&) = delete;
-    OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
-
-    int get() const { return fd_; }
-    void reset(int fd = -1);
-
-  private:
-    int fd_;
-};
 
 /** A transfer to the back-end controller, from its command to its end. */
 struct Transfer {

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <unistd.h>
 
 #include <string>
 
 #include "clock.h"
 #include "faults.h"
+#include "host/root/call_record.h"
 #include "host/root/standard_streams.h"
 #include "log.h"
 
@@ -37,6 +39,8 @@ extern "C" __attribute__((constructor(101))) void hidlaudio_host_kernel_start() 
         refuse(std::string(kClockVariable) + "=" + speed + ": must be a whole number from 1 to " +
                std::to_string(kFastestClock) + ", how many times faster time passes");
     }
+    if (const int error = callRecordError(); error != 0)
+        refuse(std::string(kCallsVariable) + "=" + environment(kCallsVariable) + ": " + strerror(error));
     const std::string wrong = injectFaults(environment(kFaultVariable));
     if (!wrong.empty()) refuse(std::string(kFaultVariable) + ": " + wrong);
 }

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "host/root/back_end_files.h"
+#include "host/root/regular_file.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
 #include "injected_fault.h"
@@ -88,7 +89,7 @@ std::string describe(const CustomSpecRecord& record) {
 int32_t appendToLog(const CustomSpecRecord& record) {
     const std::string path = tvRoot() + kCustomSpecLog;
     const std::string line = describe(record);
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    const int fd = openRegularFile(path, O_WRONLY | O_CREAT | O_APPEND);
     if (fd < 0) return failOn(path, strerror(errno));
     // One write, so that the lines of two processes do not mix.
     const ssize_t written = write(fd, line.data(), line.size());

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <string>
 
+#include "host/root/regular_file.h"
 #include "host/root/tv_root.h"
 #include "injected_fault.h"
 #include "log.h"
@@ -31,7 +32,7 @@ int32_t mistake(const char* text) {
 
 /** Reads all of `length` bytes. Returns 0, an errno, or ENODATA where the image is too short. */
 int readImage(const std::string& path, uint32_t address, void* destination, uint32_t length) {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const int fd = openRegularFile(path, O_RDONLY);
     if (fd < 0) return errno;
     const ssize_t bytes = TEMP_FAILURE_RETRY(pread(fd, destination, length, static_cast<off_t>(address)));
     const int error = bytes < 0 ? errno : 0;

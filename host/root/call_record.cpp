@@ -11,22 +11,35 @@
 namespace hidlaudio::host {
 namespace {
 
-/** -1 where there is no record. Stays open: a record must not depend on the descriptors that are left. */
-int openRecord() {
+struct Record {
+    int fd = -1;
+    int error = 0;
+};
+
+/** Stays open: a record must not depend on the descriptors that are left. */
+Record openRecord() {
     const char* path = getenv(kCallsVariable);
-    if (path == nullptr || *path == '\0') return -1;
-    return open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (path == nullptr || *path == '\0') return {};
+    // Does not wait for a reader of a named pipe; once open, it is written whole.
+    const int fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0644);
+    if (fd < 0) return {-1, errno};
+    fcntl(fd, F_SETFL, O_APPEND);
+    return {fd, 0};
 }
 
-int record() {
-    static const int fd = openRecord();
-    return fd;
+const Record& record() {
+    static const Record theRecord = openRecord();
+    return theRecord;
 }
 
 }  // namespace
 
+int callRecordError() {
+    return record().error;
+}
+
 bool recordsCalls() {
-    return record() >= 0;
+    return record().fd >= 0;
 }
 
 void recordCall(std::string_view source, std::string_view call, std::string_view on) {
@@ -35,7 +48,7 @@ void recordCall(std::string_view source, std::string_view call, std::string_view
     std::string line;
     line.append(source).append("\t").append(call).append("\t").append(on).append("\n");
     // One write, so that the lines of two programs do not mix.
-    (void)!write(record(), line.data(), line.size());
+    (void)!write(record().fd, line.data(), line.size());
     errno = kept;
 }
 

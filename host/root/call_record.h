@@ -24,6 +24,9 @@ constexpr std::string_view kHalCalls = "hal";
 /** Whether there is a record; the environment is looked at once. */
 bool recordsCalls();
 
+/** 0, or the errno that keeps the file from being written. */
+int callRecordError();
+
 /** Adds a line; leaves errno alone. Does nothing where there is no record. */
 void recordCall(std::string_view source, std::string_view call, std::string_view on);
 

@@ -3,8 +3,9 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <inttypes.h>
 #include <stdio.h>
-#include <stdlib.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,16 +13,15 @@
 #include <charconv>
 #include <filesystem>
 
+#include "owned_descriptor.h"
+#include "regular_file.h"
+
 namespace hidlaudio::host {
 namespace {
 
 constexpr size_t kLongestName = 128;
 
 int readAll(int fd, std::string& content) {
-    struct stat status {};
-    if (fstat(fd, &status) != 0) return errno;
-    if (S_ISDIR(status.st_mode)) return EISDIR;
-    if (!S_ISREG(status.st_mode)) return EINVAL;
     std::string bytes(kLargestValueFile + 1, '\0');
     size_t length = 0;
     while (length < bytes.size()) {
@@ -48,6 +48,23 @@ int writeAll(int fd, const std::string& content) {
     return fchmod(fd, 0644) == 0 ? 0 : errno;
 }
 
+/** A name beside the file that no other writer uses. */
+std::string temporaryFor(const std::filesystem::path& file) {
+    uint64_t number = 0;
+    while (getrandom(&number, sizeof(number), 0) != sizeof(number)) {
+    }
+    char end[20];
+    snprintf(end, sizeof(end), ".%016" PRIx64, number);
+    return (file.parent_path() / ("." + file.filename().string() + end)).string();
+}
+
+/** Gives a name to a file that was opened without one. Returns 0, or an errno: EEXIST if the name is taken.
+ */
+int giveName(int fd, const std::string& path) {
+    const std::string unnamed = "/proc/self/fd/" + std::to_string(fd);
+    return linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
+}
+
 bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
@@ -70,21 +87,24 @@ std::optional<Number> parse(std::string_view text) {
 }  // namespace
 
 int readValueFile(const std::string& path, std::string& content) {
-    // Non-blocking: a named pipe in the file's place must not hold the caller up.
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) return errno;
-    const int error = readAll(fd, content);
-    close(fd);
-    return error;
+    const OwnedDescriptor fd(openRegularFile(path, O_RDONLY));
+    return fd.get() < 0 ? errno : readAll(fd.get(), content);
 }
 
 int writeValueFile(const std::string& path, const std::string& content) {
     const std::filesystem::path file(path);
-    std::string temporary = (file.parent_path() / ("." + file.filename().string() + ".XXXXXX")).string();
-    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0) return errno;
-    int error = writeAll(fd, content);
-    if (close(fd) != 0 && error == 0) error = errno;
+    const std::string temporary = temporaryFor(file);
+    OwnedDescriptor fd(open(file.parent_path().c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600));
+    // Not every file system can make a file without a name.
+    const bool named = fd.get() < 0;
+    if (named) fd.reset(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (fd.get() < 0) return errno;
+    int error = writeAll(fd.get(), content);
+    if (error == 0 && !named) {
+        error = giveName(fd.get(), path);
+        if (error != EEXIST) return error;
+        error = giveName(fd.get(), temporary);
+    }
     if (error == 0 && rename(temporary.c_str(), path.c_str()) != 0) error = errno;
     if (error != 0) unlink(temporary.c_str());
     return error;

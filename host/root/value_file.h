@@ -20,15 +20,15 @@ constexpr size_t kLargestValueFile = 65536;
 
 /**
  * Reads the whole of a regular file of at most kLargestValueFile bytes. Returns 0,
- * or the errno of what failed (EFBIG, EISDIR, EINVAL for no regular file);
- * `content` is then unchanged.
+ * or the errno of what failed (EFBIG, or as openRegularFile()); `content` is then
+ * unchanged.
  */
 int readValueFile(const std::string& path, std::string& content);
 
 /**
- * Replaces a file, or makes it, through a temporary file beside it whose name
- * begins with a dot. Returns 0, or the errno of what failed; the old content is
- * then untouched and the temporary file gone.
+ * Replaces a file, or makes it. A link in its place is replaced, too. Returns 0, or
+ * the errno of what failed; the old content is then untouched. The new content has no
+ * name while it is written, and a name that begins with a dot while it replaces a file.
  */
 int writeValueFile(const std::string& path, const std::string& content);
 

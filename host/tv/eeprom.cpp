@@ -28,7 +28,7 @@ std::optional<uint32_t> parseNumber(const std::string& text, uint32_t largest) {
 int failAt(uint32_t address, int error) {
     char at[32];
     snprintf(at, sizeof(at), " at address 0x%X", address);
-    return fail(fileError(tvRoot() + "/soc/eeprom.bin" + at, error));
+    return fail(fileError(tvRoot() + "/soc/eeprom.bin", error) + at);
 }
 
 int print(uint32_t address) {

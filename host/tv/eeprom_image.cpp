@@ -7,14 +7,14 @@
 
 #include <string>
 
+#include "host/root/regular_file.h"
 #include "host/root/tv_root.h"
 
 namespace hidlaudio::host {
 namespace {
 
 int openImage(int flags) {
-    const std::string path = tvRoot() + "/soc/eeprom.bin";
-    return open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0644);
+    return openRegularFile(tvRoot() + "/soc/eeprom.bin", flags);
 }
 
 /** What a transfer of one byte came to, as an errno; closes the descriptor. */

@@ -2,7 +2,6 @@
 #include "terminal.h"
 
 #include <stdio.h>
-#include <string.h>
 
 namespace hidlaudio::host {
 
@@ -13,10 +12,6 @@ int fail(const std::string& message, ExitStatus status) {
 
 void note(const std::string& message) {
     fprintf(stderr, "tv: %s\n", message.c_str());
-}
-
-std::string fileError(const std::string& path, int error) {
-    return path + ": " + strerror(error);
 }
 
 }  // namespace hidlaudio::host

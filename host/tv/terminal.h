@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "host/root/regular_file.h"  // fileError()
+
 namespace hidlaudio::host {
 
 /** The exit statuses of `tv`. */
@@ -17,8 +19,5 @@ int fail(const std::string& message, ExitStatus status = kFailed);
 
 /** Tells the user on standard error what he may want to know, though it was done. */
 void note(const std::string& message);
-
-/** "path: what the errno means". */
-std::string fileError(const std::string& path, int error);
 
 }  // namespace hidlaudio::host
