@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/root/number_argument.h"
+#include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
 
 namespace hidlaudio::client {
@@ -17,9 +18,11 @@ std::string checkSeconds(const std::string& given) {
     return host::checkNumber(given, kShortestSeconds, kLongestSeconds);
 }
 
-bool tvExists() {
+/** Why the TV cannot be used; empty if it can. */
+std::string problemOfTv() {
     std::error_code ignored;
-    return std::filesystem::is_directory(host::tvRoot(), ignored);
+    const bool exists = std::filesystem::is_directory(host::tvRoot(), ignored);
+    return exists ? host::registryProblem(host::tvRoot()) : host::tvRoot() + " is no TV: `tv init` makes one";
 }
 
 const CLI::App* deepestParsed(const CLI::App* app, std::string* path) {
@@ -50,9 +53,8 @@ void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>
     command->footer(command->get_footer() +
                     "\n\nAll commands take --tv, --json and --timeout, too: `audioctl --help` tells.");
     command->callback([&invocation, body, needsTv] {
-        invocation.status = !needsTv() || tvExists()
-                                ? body()
-                                : fail(kWrongUsage, host::tvRoot() + " is no TV: `tv init` makes one");
+        const std::string problem = needsTv() ? problemOfTv() : "";
+        invocation.status = problem.empty() ? body() : fail(kWrongUsage, problem);
     });
 }
 

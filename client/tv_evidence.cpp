@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "host/root/regular_file.h"
 #include "host/root/tv_root.h"
 
 namespace hidlaudio::client {
@@ -114,9 +115,13 @@ ordered_json readTvState(double seconds) {
 
 ordered_json readEndsOfLogs() {
     ordered_json logs = ordered_json::object();
-    std::error_code ignored;
+    const std::string folder = host::tvRoot() + "/log";
+    std::error_code error, ignored;
     std::vector<std::filesystem::path> paths;
-    for (const auto& entry : std::filesystem::directory_iterator(host::tvRoot() + "/log", ignored))
+    const std::filesystem::directory_iterator entries(folder, error);
+    if (error && error != std::errc::no_such_file_or_directory)
+        return failure(host::fileError(folder, error.value()));
+    for (const auto& entry : entries)
         if (entry.is_regular_file(ignored) && entry.path().extension() == ".log")
             paths.push_back(entry.path());
     std::sort(paths.begin(), paths.end());

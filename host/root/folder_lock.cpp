@@ -9,7 +9,7 @@
 namespace hidlaudio::host {
 
 FolderLock::FolderLock(const std::string& folder)
-    : fd_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    : fd_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)) {
     if (fd_ < 0) {
         error_ = errno;
         return;

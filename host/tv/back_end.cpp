@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
 
@@ -44,8 +45,9 @@ std::string describe(const UploadState& upload) {
 }
 
 std::vector<std::string> customSpecCommands() {
-    std::ifstream file(tvRoot() + kCustomSpecLog);
     std::vector<std::string> lines;
+    if (!fileProblem(tvRoot(), kCustomSpecLog).empty()) return lines;
+    std::ifstream file(tvRoot() + kCustomSpecLog);
     for (std::string line; std::getline(file, line);) lines.push_back(line);
     return lines;
 }

@@ -4,6 +4,8 @@
 #include <memory>
 
 #include "commands.h"
+#include "host/root/folder_lock.h"
+#include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
 #include "programs.h"
 #include "terminal.h"
@@ -26,6 +28,9 @@ int init(const Options& options) {
     if (content == FolderContent::Tv && !options.force) {
         return fail(tvRoot() + " holds a TV already; --force makes it anew, and what it has stored is lost");
     }
+    if (const std::string problem = rootProblem(tvRoot()); !problem.empty()) return fail(problem);
+    // `tv boot` holds the lock while it starts a program.
+    const FolderLock lock(tvRoot() + kRunFolder);
     if (anyRunning()) return fail("the TV at " + tvRoot() + " is running; `tv shutdown` ends it");
     std::string failed;
     if (const int error = makeTv({options.model == "be", options.centreInput}, failed); error != 0) {

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
 #include <memory>
 
 #include "commands.h"
+#include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
 #include "interrupt.h"
 #include "log_tail.h"
@@ -15,9 +18,13 @@ int showLog(bool follow) {
     if (!openTv()) return kWrongUsage;
     const Interrupt interrupt;
     LogTail log(LogTail::From::Start);
+    if (const std::string problem = log.problem(); !problem.empty()) return fail(problem);
     if (!log.anyLog()) note("no log yet: the TV at " + tvRoot() + " was never booted");
     bool readable = log.print();
-    while (follow && readable && !interrupt.cameWithin(50)) readable = log.print();
+    while (follow && readable && !interrupt.cameWithin(50)) {
+        if (access((tvRoot() + kModelFile).c_str(), F_OK) != 0) return fail(tvRoot() + " was deleted");
+        readable = log.print();
+    }
     return kDone;  // main reports output that could not be written
 }
 

@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "log_tail.h"
 
+#include <errno.h>
+#include <fcntl.h>
 #include <stdio.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <fstream>
 
+#include "host/root/owned_descriptor.h"
+#include "host/root/regular_file.h"
 #include "host/root/standard_streams.h"
+#include "host/root/tv_check.h"
+#include "host/root/tv_root.h"
 #include "programs.h"
 
 namespace hidlaudio::host {
@@ -21,16 +26,17 @@ int64_t sizeOf(const std::string& path) {
     return stat(path.c_str(), &status) == 0 ? status.st_size : 0;
 }
 
-/** Hands the bytes of a file from `start` to `use`, piece by piece; returns where it ended. */
+/** Passes the bytes of a file from `start` on to `use`, piece by piece. Returns the offset after the last
+ * one. */
 template <typename Use>
 int64_t readFrom(const std::string& path, int64_t start, Use use) {
-    std::ifstream file(path, std::ios::binary);
-    file.seekg(start);
+    const OwnedDescriptor file(openRegularFile(path, O_RDONLY));
     char piece[8192];
     int64_t end = start;
-    while (file.read(piece, sizeof(piece)) || file.gcount() > 0) {
-        use(piece, static_cast<size_t>(file.gcount()));
-        end += file.gcount();
+    ssize_t count = 0;
+    while (file.get() >= 0 && (count = pread(file.get(), piece, sizeof(piece), end)) > 0) {
+        use(piece, static_cast<size_t>(count));
+        end += count;
     }
     return end;
 }
@@ -83,6 +89,16 @@ bool LogTail::anyLog() const {
         struct stat status {};
         return stat(file.path.c_str(), &status) == 0;
     });
+}
+
+std::string LogTail::problem() const {
+    for (const File& file : files_) {
+        std::string problem = fileProblem(tvRoot(), file.path.substr(tvRoot().size()));
+        if (!problem.empty()) return problem;
+        const OwnedDescriptor log(openRegularFile(file.path, O_RDONLY));
+        if (log.get() < 0 && errno != ENOENT) return fileError(file.path, errno);
+    }
+    return "";
 }
 
 }  // namespace hidlaudio::host

@@ -23,6 +23,9 @@ class LogTail {
     /** Whether any program has a log yet. */
     bool anyLog() const;
 
+    /** Why a log that is there cannot be read; empty if all can. */
+    std::string problem() const;
+
   private:
     struct File {
         std::string path;

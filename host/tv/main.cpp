@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <stdio.h>
+#include <sys/stat.h>
 
 #include <exception>
 #include <sstream>
@@ -36,6 +37,8 @@ int runCommand(int argc, char** argv) {
 int main(int argc, char** argv) {
     using namespace hidlaudio::host;
     openMissingStandardDescriptors();
+    // No other user may write the files that this makes.
+    umask(umask(0) | S_IWGRP | S_IWOTH);
     try {
         return finishOutput("tv", runCommand(argc, argv));
     } catch (const std::exception& error) {

@@ -7,6 +7,7 @@
 #include "audio_state.h"
 #include "back_end.h"
 #include "commands.h"
+#include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
 #include "programs.h"
 #include "terminal.h"
@@ -194,6 +195,8 @@ void addShow(CLI::App& app, int& status) {
         const std::optional<TvModel> model = openTv();
         status = model ? kDone : kWrongUsage;
         if (!model) return;
+        // What cannot be read looks as if it were not there.
+        if (const std::string problem = contentProblem(tvRoot()); !problem.empty()) note(problem);
         if (*json) {
             printJson(*model);
         } else {

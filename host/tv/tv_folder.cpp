@@ -11,6 +11,7 @@
 #include "host/audio_hal/operations.h"
 #include "host/middleware/config_keys.h"
 #include "host/root/back_end_files.h"
+#include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
 #include "terminal.h"
@@ -22,11 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::ordered_json;
 
-constexpr char kModelFile[] = "/tv.json";
 constexpr int kFormat = 1;
-
-/** What a TV's folder may hold beside its tv.json. */
-constexpr const char* kParts[] = {"/data", "/soc", "/bectrl", "/proc", "/hal", "/power", "/run", "/log"};
 
 struct Folder {
     const char* path;
@@ -87,7 +84,7 @@ int makeFolder(const std::string& path, mode_t mode) {
 }
 
 int removeParts(const std::string& root, std::string& failed) {
-    for (const char* part : kParts) {
+    for (const char* part : kTvParts) {
         failed = root + part;
         std::error_code error;
         fs::remove_all(failed, error);
@@ -155,6 +152,13 @@ int makeTv(const TvModel& model, std::string& failed) {
 
 std::optional<TvModel> openTv() {
     const std::string path = tvRoot() + kModelFile;
+    std::error_code unknown;
+    const bool isTv = fs::symlink_status(path, unknown).type() != fs::file_type::not_found;
+    // A folder that is no TV is nobody's business.
+    if (const std::string problem = isTv ? foldersProblem(tvRoot()) : ""; !problem.empty()) {
+        note(problem);
+        return std::nullopt;
+    }
     std::string text;
     if (const int error = readValueFile(path, text); error != 0) {
         if (error != ENOENT && error != ENOTDIR) {

@@ -110,6 +110,28 @@ TEST_F(RegistryTest, ATvMayLieFarDown) {
     EXPECT_EQ(probe->add(1, 2), 3);
 }
 
+TEST_F(RegistryTest, ARegistryThatCannotBeUsedIsAnError) {
+    const std::string before = host::tvRoot();
+    const PrivateFolder tv;
+    const std::string registry = tv / "run/hwbinder";
+    host::setTvRoot(tv.path());
+    const auto expectError = [&] {
+        const auto ignore = [](const auto&) {};
+        const auto manager = android::hardware::defaultServiceManager();
+        EXPECT_THAT(errorOf(manager->list(ignore)), testing::HasSubstr(registry));
+        EXPECT_THAT(errorOf(manager->debugDump(ignore)), testing::HasSubstr(registry));
+        EXPECT_THAT(errorOf(manager->listByInterface("x", ignore)), testing::HasSubstr(registry));
+    };
+    EXPECT_THAT(listed(), ElementsAre()) << "a TV that was never booted has none";
+    makeFile(registry);
+    expectError();
+    std::filesystem::remove(registry);
+    std::filesystem::create_directory(registry);
+    chmod(registry.c_str(), 0777);
+    expectError();
+    host::setTvRoot(before);
+}
+
 TEST_F(RegistryTest, ADamagedEntryIsNoService) {
     Service service;
     const std::string entry = host::tvRoot() + "/run/hwbinder/com.tovi.test.probe@1.1::IProbe~default";
@@ -121,6 +143,10 @@ TEST_F(RegistryTest, ADamagedEntryIsNoService) {
         EXPECT_EQ(service.get(), nullptr);
         EXPECT_EQ(ParentProbe::getService()->add(1, 2), 3);
     }
+    std::filesystem::remove(entry);
+    ASSERT_EQ(mkfifo(entry.c_str(), 0600), 0);
+    EXPECT_EQ(service.get(), nullptr) << "and nobody waits for a writer";
+    std::filesystem::remove(entry);
     makeFile(entry, good);
     EXPECT_EQ(service.get()->add(1, 2), 3);
 }

@@ -22,10 +22,19 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "host/root/regular_file.h"
+#include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
+#include "host/root/value_file.h"
 
 namespace android::hardware::transport {
 namespace {
+
+using hidlaudio::host::fileError;
+using hidlaudio::host::kRegistryFolder;
+using hidlaudio::host::kRunFolder;
+using hidlaudio::host::openRegularFile;
+using hidlaudio::host::tvRoot;
 
 constexpr char kSocketSuffix[] = ".sock";
 constexpr char kAliveSuffix[] = ".alive";
@@ -69,22 +78,26 @@ std::string pathOf(const std::string& name) {
     return registryDirectory() + "/" + name;
 }
 
+int openFolder(int mode) {
+    return open(registryDirectory().c_str(), mode | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
 // One writer at a time, whatever process.
 base::unique_fd lockRegistry() {
-    base::unique_fd lock(open(pathOf(kLockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    base::unique_fd lock(openRegularFile(pathOf(kLockFile), O_RDWR | O_CREAT, 0600));
     if (lock >= 0) flock(lock.get(), LOCK_EX);
     return lock;
 }
 
 bool isAlive(const std::string& socket) {
-    base::unique_fd alive(open(pathOf(socket + kAliveSuffix).c_str(), O_RDONLY | O_CLOEXEC));
+    base::unique_fd alive(openRegularFile(pathOf(socket + kAliveSuffix), O_RDONLY));
     return alive >= 0 && flock(alive.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 // A socket's address holds 107 bytes; the way through an open folder is short
 // wherever the TV lies.
 bool addressOf(const std::string& name, base::unique_fd* directory, sockaddr_un* address) {
-    directory->reset(open(registryDirectory().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    directory->reset(openFolder(O_PATH));
     if (*directory < 0) return false;
     const std::string path = base::StringPrintf("/proc/self/fd/%d/%s", directory->get(), name.c_str());
     if (path.size() >= sizeof(address->sun_path)) return false;
@@ -115,10 +128,10 @@ std::string formatEntry(const RegistryEntry& entry) {
 bool readEntry(const std::string& file, RegistryEntry* entry) {
     std::string text;
     const size_t split = file.find('~');
-    if (split == std::string::npos || file.front() == '.' || !base::ReadFileToString(pathOf(file), &text)) {
-        return false;
-    }
-    if (!parseEntry(text, entry)) {
+    if (split == std::string::npos || file.front() == '.') return false;
+    const int error = hidlaudio::host::readValueFile(pathOf(file), text);
+    if (error == ENOENT || error == ENOTDIR) return false;
+    if (error != 0 || !parseEntry(text, entry)) {
         ALOGW("%s is no registry entry", pathOf(file).c_str());
         return false;
     }
@@ -165,24 +178,38 @@ bool writeEntry(const RegistryEntry& entry) {
     return false;
 }
 
+// Makes the folder. Nothing is made or changed below a folder that is not this user's alone.
+std::string problemOfMaking() {
+    const std::string root = tvRoot();
+    std::error_code ignored;
+    std::filesystem::create_directories(root, ignored);
+    std::string problem = hidlaudio::host::rootProblem(root);
+    for (const char* folder : {kRunFolder, kRegistryFolder}) {
+        const std::string path = root + folder;
+        if (problem.empty() && mkdir(path.c_str(), 0700) != 0 && errno != EEXIST)
+            problem = fileError(path, errno);
+        if (problem.empty()) problem = hidlaudio::host::folderProblem(path);
+    }
+    if (!problem.empty()) return problem;
+    base::unique_fd directory(openFolder(O_RDONLY));
+    // Sockets and entries are for this user only.
+    return directory >= 0 && fchmod(directory.get(), 0700) == 0 ? "" : fileError(registryDirectory(), errno);
+}
+
 }  // namespace
 
 std::string registryDirectory() {
-    return hidlaudio::host::tvRoot() + "/run/hwbinder";
+    return tvRoot() + kRegistryFolder;
 }
 
 bool makeRegistry() {
-    const std::string directory = registryDirectory();
-    std::error_code error;
-    std::filesystem::create_directories(directory, error);
-    struct stat status {};
-    // Sockets and entries are for this user; a folder of somebody else's is no place for them.
-    if (stat(directory.c_str(), &status) == 0 && status.st_uid == geteuid() &&
-        chmod(directory.c_str(), 0700) == 0) {
-        return true;
-    }
-    ALOGE("can't use %s as the service registry: %s", directory.c_str(), strerror(errno));
-    return false;
+    const std::string problem = problemOfMaking();
+    if (!problem.empty()) ALOGE("can't use the service registry: %s", problem.c_str());
+    return problem.empty();
+}
+
+std::string registryProblem() {
+    return hidlaudio::host::registryProblem(tvRoot());
 }
 
 bool registryNameFits(const std::string& interface, const std::string& instance) {
@@ -192,7 +219,7 @@ bool registryNameFits(const std::string& interface, const std::string& instance)
 base::unique_fd registryListen(const std::string& name, base::unique_fd* alive) {
     base::unique_fd lock = lockRegistry();
     sweepWithLock();
-    base::unique_fd held(open(pathOf(name + kAliveSuffix).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    base::unique_fd held(openRegularFile(pathOf(name + kAliveSuffix), O_RDWR | O_CREAT, 0600));
     base::unique_fd socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     base::unique_fd directory;
     sockaddr_un address;

@@ -37,8 +37,11 @@ struct RegistryEntry {
 /** The registry's folder; not made by this. */
 std::string registryDirectory();
 
-/** Makes the folder, for its user only; false (logged) where that can't be. */
+/** Makes the folder, for its user only; false (logged) if that fails or others could write in it. */
 bool makeRegistry();
+
+/** Why the registry cannot be read, naming the folder; empty if it can, or does not exist. */
+std::string registryProblem();
 
 /** A listening socket of that name, and the locked file beside it; negative (logged) on failure. */
 base::unique_fd registryListen(const std::string& name, base::unique_fd* alive);

@@ -26,6 +26,13 @@ constexpr DebugInfo::Architecture kArchitecture = DebugInfo::Architecture::IS_64
 constexpr DebugInfo::Architecture kArchitecture = DebugInfo::Architecture::IS_32BIT;
 #endif
 
+/** An error if the registry cannot be read: it must not look as if no service were registered. */
+Status registryStatus() {
+    const std::string problem = transport::registryProblem();
+    return problem.empty() ? Status::ok()
+                           : Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, problem.c_str());
+}
+
 /** The registry's files as the platform's service manager. An object of each process. */
 class ServiceManager : public IServiceManager {
   public:
@@ -43,6 +50,7 @@ class ServiceManager : public IServiceManager {
     }
 
     Return<void> list(list_cb callback) override {
+        if (const Status status = registryStatus(); !status.isOk()) return status;
         std::vector<hidl_string> names;
         for (const auto& entry : transport::registryList())
             names.emplace_back(entry.interface + "/" + entry.instance);
@@ -51,6 +59,7 @@ class ServiceManager : public IServiceManager {
     }
 
     Return<void> listByInterface(const hidl_string& fqName, listByInterface_cb callback) override {
+        if (const Status status = registryStatus(); !status.isOk()) return status;
         std::vector<hidl_string> names;
         for (const auto& entry : transport::registryList()) {
             if (fqName == entry.interface.c_str()) names.emplace_back(entry.instance);
@@ -65,6 +74,7 @@ class ServiceManager : public IServiceManager {
     }
 
     Return<void> debugDump(debugDump_cb callback) override {
+        if (const Status status = registryStatus(); !status.isOk()) return status;
         std::vector<InstanceDebugInfo> infos;
         for (const auto& entry : transport::registryList()) {
             InstanceDebugInfo info{};
