@@ -125,6 +125,7 @@ int main() {
         return 1;
     }
     hidlaudio::host::setTvRoot(root);
+    std::ofstream(root + "/tv.json") << "";
     fs::create_directories(root + "/data/vendor/tmp");
     std::ofstream(root + "/data/vendor/tmp/dtv_svc_is_ready") << "";
     printf("%-52s %10s %10s %8s %8s\n", "", "first us", "second us", "ratio", "wanted");

@@ -83,6 +83,7 @@ void makeTv() {
     fs::create_directories(gRoot / "data/vendor/tmp");
     fs::create_directories(gRoot / "data/vendor/tovi/hidlaudio");
     fs::create_directories(gRoot / "soc/config");
+    std::ofstream(gRoot / "tv.json") << "";
     std::ofstream(gRoot / "data/vendor/tmp/dtv_svc_is_ready") << "";
     std::ofstream(gRoot / "soc/config/g_audio__bitstream_output_mode") << "0\n";
 }

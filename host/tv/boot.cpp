@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <errno.h>
 #include <stdio.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "back_end.h"
 #include "commands.h"
 #include "host/root/folder_lock.h"
+#include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
 #include "interrupt.h"
@@ -32,9 +35,11 @@ constexpr size_t kLastLines = 10;
 struct Started {
     std::string program;
     Process process;
+    bool isChild = true;  // false: it ran already
 };
 
 struct Boot {
+    bool background = false;
     LogTail log{LogTail::From::End};
     std::vector<Started> started;
 };
@@ -45,14 +50,46 @@ int clearWakeLocks() {
     return lock.error() != 0 ? lock.error() : writeValueFile(tvRoot() + "/power/wake_lock", "");
 }
 
-/** Why the programs cannot be started now; empty if they can. */
-std::string whatStandsAgainst(bool hasBackEnd) {
-    for (const std::string program : kPrograms) {
-        if (const auto process = runningProgram(program)) {
-            return "the TV is running already: " + program + " is process " + std::to_string(process->pid);
-        }
-        if (access(fileOf(program).c_str(), X_OK) != 0) return fileError(fileOf(program), errno);
+/** Makes run/ and log/, which may be deleted while nothing runs. Returns an empty string, or why it cannot.
+ */
+std::string makeFolders() {
+    for (const auto& [folder, mode] : {std::pair("/run", 0700), std::pair("/log", 0755)}) {
+        const std::string path = tvRoot() + folder;
+        if (mkdir(path.c_str(), mode) != 0 && errno != EEXIST) return fileError(path, errno);
     }
+    return "";
+}
+
+std::string describe(const std::string& program, const Process& process) {
+    return program + " is process " + std::to_string(process.pid);
+}
+
+/**
+ * Notes the programs that run already, to be kept. Returns an empty string, or why the others cannot be
+ * started beside them.
+ */
+std::string findRunning(Boot& boot) {
+    std::string running;
+    std::string missing;
+    bool inOrder = true;
+    for (const char* program : kPrograms) {
+        if (const auto process = runningProgram(program)) {
+            running += (running.empty() ? "" : ", ") + describe(program, *process);
+            boot.started.push_back({program, *process, false});
+            inOrder = inOrder && missing.empty();
+        } else if (missing.empty()) {
+            missing = program;
+        }
+    }
+    if (missing.empty()) return "the TV is running already: " + running;
+    return inOrder ? ""
+                   : missing + " does not run, and can only be started before the others (" + running +
+                         "); `tv shutdown` ends these";
+}
+
+/** Brings the TV into the state of one that was just switched on. Returns an empty string, or why it cannot.
+ */
+std::string prepare(bool hasBackEnd) {
     if (const int error = clearWakeLocks(); error != 0)
         return fileError(tvRoot() + "/power/wake_lock", error);
     std::string failed;
@@ -60,11 +97,27 @@ std::string whatStandsAgainst(bool hasBackEnd) {
     return error == 0 ? "" : fileError(failed, error);
 }
 
+/** Why the programs cannot be started now; empty if they can. */
+std::string whatStandsAgainst(bool hasBackEnd, Boot& boot) {
+    std::string reason = findRunning(boot);
+    if (reason.empty()) reason = contentProblem(tvRoot());
+    for (const std::string program : kPrograms) {
+        if (reason.empty() && access(fileOf(program).c_str(), X_OK) != 0)
+            reason = fileError(fileOf(program), errno);
+    }
+    return reason.empty() ? prepare(hasBackEnd) : reason;
+}
+
+std::optional<Ending> endingOf(const Started& one) {
+    if (one.isChild) return endingOf(one.process);
+    return isRunning(one.process) ? std::nullopt : std::optional(Ending{false, "has ended"});
+}
+
 /** How one of the programs has ended, if any has; rather one that nobody asked to. */
 std::optional<Ending> anyEnding(const Boot& boot) {
     std::optional<Ending> found;
     for (const Started& one : boot.started) {
-        const auto ending = endingOf(one.process);
+        const auto ending = endingOf(one);
         if (!ending || (found && ending->asked)) continue;
         found = Ending{ending->asked, one.program + " " + ending->how};
     }
@@ -89,23 +142,28 @@ std::string awaitServices(const Boot& boot, const Interrupt& interrupt) {
     return "";
 }
 
-/** Starts the program and notes it in `boot`. Returns an empty string, or why not. */
+/** Starts the program, unless it runs, and notes it in `boot`. Returns an empty string, or why not. */
 std::string start(const std::string& program, Boot& boot) {
+    for (const Started& one : boot.started) {
+        if (one.program == program) return "";
+    }
     Process process;
-    const int error = startProgram(program, process);
-    if (error == 0) boot.started.push_back({program, process});
-    return error == 0 ? "" : fileError(fileOf(program), error);
+    std::string reason = startProgram(program, !boot.background, process);
+    if (reason.empty()) boot.started.push_back({program, process});
+    return reason;
 }
 
 /**
- * Starts every program or none, each once those before it serve: the daemon looks
- * for the audio HAL as it starts, and never again. Returns an empty string, or why
- * not.
+ * Starts the programs that do not run, each once those before it serve: the daemon
+ * looks for the audio HAL as it starts, and never again. Ends all if one fails.
+ * Returns an empty string, or why not.
  */
 std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
+    std::string reason = makeFolders();
+    if (!reason.empty()) return reason;
     const FolderLock lock(tvRoot() + "/run");
     if (lock.error() != 0) return fileError(tvRoot() + "/run", lock.error());
-    std::string reason = whatStandsAgainst(hasBackEnd);
+    reason = whatStandsAgainst(hasBackEnd, boot);
     if (!reason.empty()) return reason;
     for (const char* program : kPrograms) {
         reason = awaitServices(boot, interrupt);
@@ -124,7 +182,8 @@ int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
         return fail(reason);
     }
     for (const Started& one : boot.started)
-        printf("%s runs, process %d\n", one.program.c_str(), one.process.pid);
+        printf("%s %s, process %d\n", one.program.c_str(), one.isChild ? "runs" : "was running",
+               one.process.pid);
     return kDone;
 }
 
@@ -143,6 +202,7 @@ int bootTv(bool background) {
     if (!model) return kWrongUsage;
     const Interrupt interrupt;
     Boot boot;
+    boot.background = background;
     const std::string reason = startAll(model->backEnd, boot, interrupt);
     if (!reason.empty()) return fail(reason);
     return background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
@@ -155,9 +215,10 @@ void addBoot(CLI::App& app, int& status) {
     CLI::App* command = app.add_subcommand("boot", "Start the TV's programs");
     command->footer(
         "Starts the programs that lie beside `tv`, with their output appended to log/<program>.log, and\n"
-        "shows the log until Ctrl-C, which shuts the TV down again. HIDLAUDIO_CLOCK=50 makes the time\n"
-        "of the programs pass fifty times faster; HIDLAUDIO_FAULT=write:3:ENOSPC makes their third\n"
-        "write fail.");
+        "shows the log until Ctrl-C, which shuts the TV down again. A program that runs already is kept,\n"
+        "if the others can be started after it. In the foreground, the programs also end if `tv` is killed.\n"
+        "HIDLAUDIO_CLOCK=50 makes the time of the programs pass fifty times faster;\n"
+        "HIDLAUDIO_FAULT=write:3:ENOSPC makes their third write fail.");
     command->add_flag("--background", *background, "Return once every service is registered");
     command->callback([background, &status] { status = bootTv(*background); });
 }

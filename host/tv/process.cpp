@@ -4,8 +4,8 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <string.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +14,9 @@
 #include <fstream>
 #include <sstream>
 #include <thread>
+
+#include "host/root/owned_descriptor.h"
+#include "host/root/program_lock.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -24,26 +27,44 @@ using std::chrono::steady_clock;
 constexpr milliseconds kPollInterval{5};
 constexpr milliseconds kKillPatience{2000};
 
-void addActions(posix_spawn_file_actions_t& actions, const std::string& log) {
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, log.c_str(), O_WRONLY | O_CREAT | O_APPEND,
-                                     0644);
-    posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-    posix_spawn_file_actions_addchdir_np(&actions, "/");
+/** The errno of a call that failed goes through the pipe to the parent. */
+[[noreturn]] void failIn(int report, int error) {
+    (void)!write(report, &error, sizeof(error));
+    _exit(127);
 }
 
 /** Signals as a program finds them at a boot, whatever this one blocks or ignores. */
-void addAttributes(posix_spawnattr_t& attributes) {
-    sigset_t none, all;
+void resetSignals() {
+    for (int number = 1; number < NSIG; ++number) signal(number, SIG_DFL);
+    sigset_t none;
     sigemptyset(&none);
-    sigfillset(&all);
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-    posix_spawnattr_setflags(&attributes,
-                             POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/**
+ * Becomes the program. Descriptors are closed by the exec and not before: one of them may hold the lock of
+ * the run/ folder, which so stays locked until this process holds the program's own lock.
+ */
+[[noreturn]] void becomeProgram(const ProcessSetup& setup, pid_t parent, int report) {
+    setsid();
+    resetSignals();
+    if (setup.endsWithCaller) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() != parent) _exit(127);
+    }
+    const auto lock = static_cast<unsigned>(setup.lock);
+    close_range(STDERR_FILENO + 1, lock - 1, CLOSE_RANGE_CLOEXEC);
+    close_range(lock + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    fcntl(setup.lock, F_SETFD, 0);
+    if (const int error = takeProgramLock(setup.lock); error != 0) failIn(report, error);
+    dup2(setup.log, STDOUT_FILENO);
+    dup2(setup.log, STDERR_FILENO);
+    const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    if (null < 0 || dup2(null, STDIN_FILENO) < 0 || chdir("/") != 0) failIn(report, errno);
+    std::string name = std::filesystem::path(setup.path).filename();
+    char* arguments[] = {name.data(), nullptr};
+    execv(setup.path.c_str(), arguments);
+    failIn(report, errno);
 }
 
 bool endsWithin(const Process& process, milliseconds patience) {
@@ -79,17 +100,20 @@ bool isRunning(const Process& process) {
     return found && found->startTime == process.startTime;
 }
 
-int startProcess(const std::string& path, const std::string& log, Process& process) {
-    posix_spawn_file_actions_t actions;
-    posix_spawnattr_t attributes;
-    addActions(actions, log);
-    addAttributes(attributes);
-    std::string name = std::filesystem::path(path).filename();
-    char* arguments[] = {name.data(), nullptr};
-    pid_t pid = 0;
-    const int error = posix_spawn(&pid, path.c_str(), &actions, &attributes, arguments, environ);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
+int startProcess(const ProcessSetup& setup, Process& process) {
+    int report[2];
+    if (pipe2(report, O_CLOEXEC) != 0) return errno;
+    const OwnedDescriptor reading(report[0]);
+    OwnedDescriptor writing(report[1]);
+    const pid_t parent = getpid();
+    const pid_t pid = fork();
+    if (pid < 0) return errno;
+    if (pid == 0) becomeProgram(setup, parent, writing.get());
+    writing.reset();
+    int error = 0;
+    while (read(reading.get(), &error, sizeof(error)) < 0 && errno == EINTR) {
+    }
+    if (error != 0) waitpid(pid, nullptr, 0);
     if (error == 0) process = findProcess(pid).value_or(Process{pid, 0});
     return error;
 }

@@ -21,12 +21,19 @@ std::optional<Process> findProcess(pid_t pid);
 
 bool isRunning(const Process& process);
 
+struct ProcessSetup {
+    std::string path;
+    int log = -1;                 // open for appending; gets the program's output
+    int lock = -1;                // of openProgramLock(); the program holds the lock from its first moment on
+    bool endsWithCaller = false;  // it is killed if this process ends
+};
+
 /**
- * Starts `path` without arguments, with the same environment and none of this
- * process's descriptors, in a session of its own and at "/", its output appended to
- * the file `log`. Returns 0, or an errno.
+ * Starts the program without arguments, with the same environment and no other
+ * descriptors of this process, in a session of its own and at "/". Returns 0, or an
+ * errno: EBUSY if another process holds the lock.
  */
-int startProcess(const std::string& path, const std::string& log, Process& process);
+int startProcess(const ProcessSetup& setup, Process& process);
 
 enum class Stopped { ByRequest, ByForce, No };
 

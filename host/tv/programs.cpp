@@ -1,25 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "programs.h"
 
+#include <errno.h>
+#include <fcntl.h>
 #include <stdio.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <iterator>
-#include <sstream>
 
+#include "host/root/owned_descriptor.h"
+#include "host/root/program_lock.h"
 #include "host/root/tv_root.h"
-#include "host/root/value_file.h"
 #include "terminal.h"
 
 namespace hidlaudio::host {
 namespace {
 
 constexpr std::chrono::milliseconds kPatience{1000};
-
-std::string noteOf(const std::string& program) {
-    return tvRoot() + "/run/" + program + ".pid";
-}
 
 bool stopProgram(const std::string& program) {
     const std::optional<Process> process = runningProgram(program);
@@ -32,7 +29,6 @@ bool stopProgram(const std::string& program) {
         if (stopped == Stopped::ByForce) note(program + " did not end when asked to and was killed");
         printf("%s stopped\n", program.c_str());
     }
-    unlink(noteOf(program).c_str());
     return true;
 }
 
@@ -47,13 +43,11 @@ std::string fileOf(const std::string& program) {
 }
 
 std::optional<Process> runningProgram(const std::string& program) {
-    std::string text;
-    if (readValueFile(noteOf(program), text) != 0) return std::nullopt;
-    std::istringstream fields(text);
-    Process process;
-    if (!(fields >> process.pid >> process.startTime) || process.pid <= 0) return std::nullopt;
-    if (!isRunning(process)) return std::nullopt;
-    return process;
+    const pid_t holder = programLockHolder(program);
+    if (holder == 0) return std::nullopt;
+    std::optional<Process> process = findProcess(holder);
+    // Else the holder has ended, and another process may have its number.
+    return programLockHolder(program) == holder ? process : std::nullopt;
 }
 
 bool anyRunning() {
@@ -61,12 +55,14 @@ bool anyRunning() {
                        [](const char* program) { return runningProgram(program).has_value(); });
 }
 
-int startProgram(const std::string& program, Process& process) {
-    if (const int error = startProcess(fileOf(program), logOf(program), process); error != 0) return error;
-    const std::string line = std::to_string(process.pid) + " " + std::to_string(process.startTime) + "\n";
-    const int error = writeValueFile(noteOf(program), line);
-    if (error != 0) stopProcess(process, kPatience);
-    return error;
+std::string startProgram(const std::string& program, bool endsWithCaller, Process& process) {
+    const OwnedDescriptor log(openRegularFile(logOf(program), O_WRONLY | O_CREAT | O_APPEND));
+    if (log.get() < 0) return fileError(logOf(program), errno);
+    const OwnedDescriptor lock(openProgramLock(program));
+    if (lock.get() < 0) return fileError(programLockFile(program), errno);
+    const int error = startProcess({fileOf(program), log.get(), lock.get(), endsWithCaller}, process);
+    if (error == EBUSY) return program + " is running already";
+    return error == 0 ? "" : fileError(fileOf(program), error);
 }
 
 bool stopPrograms() {

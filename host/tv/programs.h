@@ -20,19 +20,22 @@ std::string logOf(const std::string& program);
 /** The file that the program is started from. */
 std::string fileOf(const std::string& program);
 
-/** The process of the program that `tv boot` started on the TV at tvRoot(), if it still runs. */
+/** The process that runs the program on the TV at tvRoot(), whoever has started it: the holder of its lock.
+ */
 std::optional<Process> runningProgram(const std::string& program);
 
 /** Whether any of the TV's programs runs. */
 bool anyRunning();
 
-/** Starts the program and notes its process in run/<program>.pid. Returns 0, or an errno; nothing runs then.
+/**
+ * Starts the program; with `endsWithCaller` it is killed if this process ends. Returns an empty string, or
+ * why it could not be started.
  */
-int startProgram(const std::string& program, Process& process);
+std::string startProgram(const std::string& program, bool endsWithCaller, Process& process);
 
 /**
- * Ends the TV's programs, the last started first, and takes their notes away.
- * Tells the user about each. False if one could not be ended.
+ * Ends the TV's programs, the last started first, and tells the user about each.
+ * False if one could not be ended.
  */
 bool stopPrograms();
 

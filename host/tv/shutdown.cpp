@@ -26,7 +26,7 @@ int shutdown() {
 void addShutdown(CLI::App& app, int& status) {
     CLI::App* command = app.add_subcommand("shutdown", "End the TV's programs");
     command->footer(
-        "Asks each program that `tv boot` started to end, and kills one that has not after a second.\n"
+        "Asks each program that runs on the TV to end, and kills one that has not after a second.\n"
         "What the TV has stored stays.");
     command->callback([&status] { status = shutdown(); });
 }

@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "host/root/program_lock.h"
 #include "tests/support/run_program.h"
 
 namespace hidlaudio::test {
@@ -50,8 +51,8 @@ TEST_F(Installed, RunsTheTv) {
     }
     EXPECT_EQ(run("audioctl", {"external", "get"}).out, "on\n");
     // Of the programs that run, each is the installed one, with the installed libraries.
-    const std::string pid = contentOf(folder_ / "tv/run/hidlaudio.pid");
-    const std::string maps = contentOf("/proc/" + pid.substr(0, pid.find(' ')) + "/maps");
+    const std::string pid = std::to_string(host::programLockHolder("hidlaudio"));
+    const std::string maps = contentOf("/proc/" + pid + "/maps");
     for (const char* file :
          {"/bin/hidlaudio", "/libhidlbase.so", "/libhost_middleware.so", "/libhost_power.so"})
         EXPECT_THAT(maps, HasSubstr(file));

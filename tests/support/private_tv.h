@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -18,6 +19,8 @@ namespace hidlaudio::test {
 class PrivateFolder {
   public:
     PrivateFolder() {
+        // Programs of the TV refuse folders that others may write.
+        umask(umask(0) | S_IWGRP | S_IWOTH);
         std::string name = std::filesystem::temp_directory_path() / "hidlaudio.XXXXXX";
         if (mkdtemp(name.data()) == nullptr) abort();
         path_ = name;
@@ -59,6 +62,7 @@ class PrivateTv : public PrivateFolder {
   public:
     explicit PrivateTv(std::initializer_list<const char*> folders) {
         for (const char* folder : folders) std::filesystem::create_directories(*this / folder);
+        makeFile(*this / "tv.json");
         host::setTvRoot(path());
     }
 };

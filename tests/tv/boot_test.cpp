@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <signal.h>
 
+#include <optional>
+#include <random>
+
+#include "host/root/program_lock.h"
 #include "tests/support/becomes_true.h"
+#include "tests/support/process_state.h"
 #include "tests/tv/tv_command.h"
 
 namespace hidlaudio::test {
 namespace {
 
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -31,8 +37,8 @@ class Boot : public TvCommand {
         std::filesystem::permissions(folder_ / ("bin/" + program), std::filesystem::perms::owner_all);
     }
 
-    std::string noteOfDaemon() const { return contentOf(tv_ + "/run/hidlaudio.pid"); }
-    pid_t daemon() const { return std::atoi(noteOfDaemon().c_str()); }
+    /** The daemon's process; 0 if it does not run. */
+    static pid_t daemon() { return host::programLockHolder("hidlaudio"); }
 
     /** A process that has ended may stay in the table until its new parent has looked. */
     static bool runs(pid_t pid) {
@@ -74,7 +80,7 @@ TEST_F(Boot, RunsTheDaemonUntilShutdown) {
     }
     EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("hidlaudio stopped\naudio_hal stopped"));
     EXPECT_FALSE(runs(pid));
-    EXPECT_EQ(noteOfDaemon(), "(none)");
+    EXPECT_EQ(daemon(), 0);
     EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("nothing runs"));
 }
 
@@ -92,7 +98,7 @@ TEST_F(Boot, ReportsADaemonThatEnds) {
             EXPECT_THAT(background ? outcome.err : outcome.out, HasSubstr("line 12\n"));
             EXPECT_THAT(background ? outcome.err : "", Not(HasSubstr("line 2\n")))
                 << "its last lines are enough";
-            EXPECT_EQ(noteOfDaemon(), "(none)");
+            EXPECT_EQ(daemon(), 0);
         }
     }
 }
@@ -153,18 +159,80 @@ TEST_F(Boot, StartsNoDaemonWithoutTheAudioHal) {
     EXPECT_EQ(contentOf(tv_ + "/started"), "(none)");
 }
 
-TEST_F(Boot, IsNotMisledByAnOldNote) {
+TEST_F(Boot, KilledAtAnyMomentLeavesNoUnknownProgram) {
     useDaemon();
-    // A process of that number runs, but it is this test's: another start time.
-    const std::string note = std::to_string(getpid()) + " 1\n";
-    for (const std::string& text : {note, std::string("1\n"), std::string("x"), std::string("-1 5\n")}) {
-        makeFile(tv_ + "/run/hidlaudio.pid", text);
-        EXPECT_THAT(mustRun({"show"}), HasSubstr("not running")) << text;
-        EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("nothing runs")) << text;
+    std::minstd_rand random(11);
+    constexpr int kKills = HIDLAUDIO_EMULATED != 0 ? 6 : 40;
+    for (int i = 0; i < kKills; ++i) {
+        const bool background = i % 2 == 0;
+        {
+            std::vector<std::string> arguments{command_, "boot"};
+            if (background) arguments.push_back("--background");
+            const RunningProgram boot(arguments);
+            usleep(std::uniform_int_distribution<useconds_t>(0, 30000)(random));
+        }  // kills it
+        if (!background) {
+            EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << "they end with it";
+        } else if (i % 4 == 0) {
+            const Outcome next = run({"boot", "--background"});
+            EXPECT_TRUE(next.status == 0 || next.err.find("running already") != std::string::npos)
+                << next.err;
+            EXPECT_THAT(processesOn(tv_), ElementsAre("audio_hal\n", "hidlaudio\n"));
+        }
+        mustRun({"shutdown"});
+        EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << "attempt " << i;
     }
-    makeFile(tv_ + "/run/hidlaudio.pid", note);
+}
+
+TEST_F(Boot, ProgramsEndWhenTheTvIsDeleted) {
+    useDaemon();
+    for (const char* deleted : {"/run/hwbinder", "/run", ""}) {
+        mustRun({"boot", "--background"});
+        EXPECT_EQ(countOf("task", daemon()), 1U) << "nothing watches by a thread";
+        std::optional<RunningProgram> follower;
+        if (std::string(deleted).empty()) follower.emplace(std::vector<std::string>{command_, "log", "-f"});
+        if (follower) {
+            EXPECT_TRUE(becomesTrue([&] { return !follower->out().empty(); }));
+        }
+        std::filesystem::remove_all(tv_ + deleted);
+        EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << deleted;
+    }
+}
+
+TEST_F(Boot, StartsAProgramThatHasEndedAlone) {
+    useDaemon();
     mustRun({"boot", "--background"});
-    EXPECT_NE(daemon(), getpid());
+    const pid_t hal = host::programLockHolder("audio_hal");
+    const Outcome second = runProgram({DAEMON});
+    EXPECT_EQ(second.status, 2);
+    EXPECT_THAT(second.err, HasSubstr("already, as process " + std::to_string(daemon())));
+
+    const auto killProgram = [](const char* program) {
+        kill(host::programLockHolder(program), SIGKILL);
+        EXPECT_TRUE(becomesTrue([&] { return host::programLockHolder(program) == 0; }));
+    };
+    killProgram("hidlaudio");
+    EXPECT_THAT(mustRun({"boot", "--background"}), HasSubstr("audio_hal was running, process"));
+    EXPECT_NE(daemon(), 0);
+    EXPECT_EQ(host::programLockHolder("audio_hal"), hal);
+    // The daemon looks for the HAL only as it starts.
+    killProgram("audio_hal");
+    const Outcome refused = run({"boot", "--background"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, AllOf(HasSubstr("audio_hal does not run"),
+                                   HasSubstr("hidlaudio is process " + std::to_string(daemon()))));
+    mustRun({"shutdown"});
+    // In the foreground, the end of one that ran before ends the other, too.
+    useScript("exec sleep 1000", "hidlaudio");
+    RunningProgram hal2({AUDIO_HAL});
+    ASSERT_TRUE(becomesTrue([&] { return host::programLockHolder("audio_hal") != 0; }));
+    RunningProgram boot({command_, "boot"});
+    ASSERT_TRUE(becomesTrue([&] { return daemon() != 0; }));
+    kill(hal2.pid(), SIGKILL);
+    hal2.wait();
+    EXPECT_EQ(boot.wait(), 1);
+    EXPECT_THAT(boot.err(), HasSubstr("audio_hal has ended"));
+    EXPECT_THAT(processesOn(tv_), ElementsAre());
 }
 
 }  // namespace

@@ -123,7 +123,7 @@ TEST_F(Sweep, LeavesNothingAfterCtrlC) {
         if (signal == SIGINT) {
             EXPECT_THAT(leftBehind(), IsEmpty());
         }
-        EXPECT_TRUE(becomesTrue([&] { return !anyProcessOn(scratch_ + "/"); }));
+        EXPECT_TRUE(becomesTrue([&] { return processesOn(scratch_ + "/").empty(); }));
     }
 }
 

@@ -4,9 +4,22 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/support/run_program.h"
 
 namespace hidlaudio::test {
+
+/** The names of the processes whose TV lies in the folder, sorted. */
+inline std::vector<std::string> processesOn(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& process : std::filesystem::directory_iterator("/proc")) {
+        if (contentOf(process.path() / "environ").find("HIDLAUDIO_TV=" + folder) != std::string::npos)
+            names.push_back(contentOf(process.path() / "comm"));
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
 /** A folder in which a test runs `tv` on the TV in its subfolder "tv". */
 class TvCommand : public testing::Test {

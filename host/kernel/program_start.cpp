@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <errno.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <signal.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "host/root/program_lock.h"
+#include "host/root/regular_file.h"
+#include "host/root/tv_check.h"
+#include "host/root/tv_root.h"
+#include "real_calls.h"
+
+/**
+ * The start of a program that is part of a virtual TV: it needs a TV, runs once on it, and ends when the TV
+ * is deleted. Compiled into each program with its name in HIDLAUDIO_PROGRAM.
+ */
+namespace hidlaudio::host {
+namespace {
+
+constexpr char kProgram[] = HIDLAUDIO_PROGRAM;
+
+/** For the signal handler, which may not allocate memory. */
+struct Watched {
+    char lock[PATH_MAX];
+    char registry[PATH_MAX];
+    struct stat status;
+} watched;
+
+[[noreturn]] void refuse(const std::string& reason) {
+    dprintf(STDERR_FILENO, "%s: %s\n", kProgram, reason.c_str());
+    _exit(2);
+}
+
+std::string problemOfTv(const std::string& root) {
+    const std::string model = root + kModelFile;
+    struct stat status {};
+    if (lstat(model.c_str(), &status) != 0)
+        return root + " is no TV; `tv init` makes one, HIDLAUDIO_TV names another";
+    return contentProblem(root);
+}
+
+void makeFolder(const std::string& path) {
+    if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) refuse(fileError(path, errno));
+}
+
+/** Returns the descriptor of the lock's file, which stays open. */
+int lockProgram(const std::string& root) {
+    const int fd = openProgramLock(kProgram);
+    const int error = fd < 0 ? errno : takeProgramLock(fd);
+    if (error == EBUSY)
+        refuse("runs on " + root + " already, as process " + std::to_string(programLockHolder(kProgram)));
+    if (error != 0) refuse(fileError(programLockFile(kProgram), error));
+    return fd;
+}
+
+bool isTvThere() {
+    struct stat status {};
+    return stat(watched.lock, &status) == 0 && status.st_ino == watched.status.st_ino &&
+           status.st_dev == watched.status.st_dev && __real_access(watched.registry, F_OK) == 0;
+}
+
+[[noreturn]] void endWithoutTv() {
+    constexpr char kMessage[] = HIDLAUDIO_PROGRAM ": ends, because the TV's run/ was deleted\n";
+    (void)!__real_write(STDERR_FILENO, kMessage, sizeof(kMessage) - 1);
+    _exit(1);
+}
+
+/** Something was deleted in run/. */
+void onDeletion(int) {
+    const int kept = errno;
+    if (!isTvThere()) endWithoutTv();
+    errno = kept;
+}
+
+void takeSignal() {
+    struct sigaction action {};
+    action.sa_handler = onDeletion;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGIO, &action, nullptr);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGIO);
+    sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+/**
+ * Makes the kernel send SIGIO when something is deleted in run/, which costs no thread and no waking up. A
+ * kernel that cannot lets the program run until it is shut down.
+ */
+void watchTv(const std::string& root, int lock) {
+    snprintf(watched.lock, sizeof(watched.lock), "%s", programLockFile(kProgram).c_str());
+    snprintf(watched.registry, sizeof(watched.registry), "%s", (root + kRegistryFolder).c_str());
+    fstat(lock, &watched.status);
+    takeSignal();
+    // Stays open: the folder is watched as long as the descriptor exists.
+    const int folder = open((root + kRunFolder).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (folder >= 0) fcntl(folder, F_NOTIFY, DN_DELETE | DN_RENAME | DN_MULTISHOT);
+    if (!isTvThere()) endWithoutTv();
+}
+
+}  // namespace
+
+/** After the start of the log, and before any of the program's own constructors. */
+extern "C" __attribute__((constructor(102))) void hidlaudio_host_program_start() {
+    umask(umask(0) | S_IWGRP | S_IWOTH);
+    const std::string root = tvRoot();
+    if (const std::string problem = problemOfTv(root); !problem.empty()) refuse(problem);
+    makeFolder(root + kRunFolder);
+    makeFolder(root + kRegistryFolder);
+    watchTv(root, lockProgram(root));
+}
+
+}  // namespace hidlaudio::host
