@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <hwbinder/ProcessState.h>
+
 #include <algorithm>
 #include <atomic>
 #include <future>
@@ -47,6 +49,11 @@ TEST_F(ThreadsTest, OnlyTheJoiningThreadServesAndNotBefore) {
     EXPECT_EQ(servingThread(probe), service.pid());
 }
 
+TEST_F(ThreadsTest, ALargerPoolServesBeforeTheCallerJoins) {
+    Service service({3, "default", 0, false});
+    EXPECT_NE(servingThread(service.get()), service.pid());
+}
+
 TEST_F(ThreadsTest, APoolServesAsManyCallsAtOnceAsItHasThreads) {
     for (const size_t size : {1u, 3u}) {
         SCOPED_TRACE(size);
@@ -69,9 +76,14 @@ TEST_F(ThreadsTest, APoolServesAsManyCallsAtOnceAsItHasThreads) {
 }
 
 TEST_F(ThreadsTest, MisuseEndsTheProcess) {
+    const auto start = [] { android::hardware::ProcessState::self()->startThreadPool(); };
     EXPECT_DEATH(joinRpcThreadpool(), "configureRpcThreadpool");
     EXPECT_DEATH(configureRpcThreadpool(0, true), "pool");
     EXPECT_DEATH((configureRpcThreadpool(1, false), joinRpcThreadpool()), "configureRpcThreadpool");
+    EXPECT_DEATH((configureRpcThreadpool(2, true), start(), configureRpcThreadpool(1, true)), "shrunk");
+    // Not less than was configured before, though one thread runs.
+    EXPECT_EXIT((start(), configureRpcThreadpool(0, false), configureRpcThreadpool(2, false), _exit(0)),
+                testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ThreadsTest, ACallbackFromTheServingThreadRunsOnTheThreadThatWaits) {

@@ -107,6 +107,9 @@ void Pool::endTurn(Source& source) {
 void Pool::configure(size_t maxThreads, bool callerJoins) {
     if (maxThreads == 0 && callerJoins) details::logAlwaysFatal("A pool of no threads can't be joined.");
     std::lock_guard<std::mutex> lock(mMutex);
+    if (mStarted && maxThreads < mMaxThreads)
+        details::logAlwaysFatal("Binder threadpool cannot be shrunk after starting.");
+    mConfigured = true;
     mMaxThreads = maxThreads;
     mCallerJoins = callerJoins;
     if (maxThreads > 1) shareWithLock();
@@ -127,7 +130,14 @@ bool Pool::started() {
     return mStarted || mCallerJoins;
 }
 
+// How many threads the pool may have beside the one that the caller gives.
+size_t Pool::spawnLimitWithLock() const {
+    if (!mConfigured) return 1;
+    return mCallerJoins ? mMaxThreads - 1 : mMaxThreads;
+}
+
 void Pool::spawnWithLock() {
+    ++mSpawned;
     addThreadWithLock();
     SignalsBlocked blocked;
     std::thread([this] { serve(); }).detach();
@@ -137,7 +147,7 @@ void Pool::start() {
     std::lock_guard<std::mutex> lock(mMutex);
     if (mStarted) return;
     mStarted = true;
-    if (!mCallerJoins && mMaxThreads > 0) spawnWithLock();
+    if (mSpawned < spawnLimitWithLock()) spawnWithLock();
 }
 
 void Pool::join() {
@@ -154,7 +164,7 @@ void Pool::join() {
 void Pool::spawnIfAllBusy() {
     if (!mOneShot.load(std::memory_order_relaxed) || mIdle.load() > 0) return;
     std::lock_guard<std::mutex> lock(mMutex);
-    if (mThreads < mMaxThreads) spawnWithLock();
+    if (mSpawned < spawnLimitWithLock()) spawnWithLock();
 }
 
 void Pool::serve() {

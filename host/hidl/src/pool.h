@@ -70,6 +70,7 @@ class Pool {
     uint64_t nextKey();
     void spawnWithLock() REQUIRES(mMutex);
     void spawnIfAllBusy();
+    size_t spawnLimitWithLock() const REQUIRES(mMutex);
     void addThreadWithLock() REQUIRES(mMutex);
     void shareWithLock() REQUIRES(mMutex);
     void endTurn(Source& source);
@@ -79,8 +80,10 @@ class Pool {
     std::mutex mMutex;
     std::unordered_map<uint64_t, std::shared_ptr<Source>> mSources GUARDED_BY(mMutex);
     uint64_t mKeys GUARDED_BY(mMutex) = 0;
-    size_t mMaxThreads GUARDED_BY(mMutex) = 1;
+    size_t mMaxThreads GUARDED_BY(mMutex) = 0;  // as configured; 0 and not configured: start() spawns one
     size_t mThreads GUARDED_BY(mMutex) = 0;
+    size_t mSpawned GUARDED_BY(mMutex) = 0;  // of mThreads, those that no caller has joined
+    bool mConfigured GUARDED_BY(mMutex) = false;
     bool mCallerJoins GUARDED_BY(mMutex) = false;
     bool mStarted GUARDED_BY(mMutex) = false;
     std::atomic<size_t> mIdle{0};

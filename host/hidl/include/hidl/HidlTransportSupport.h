@@ -13,12 +13,15 @@
 namespace android::hardware {
 
 /**
- * Says how many threads serve incoming calls and death notices in this process.
- * Before the first service is registered; aborts on (0, true).
+ * Sets how many threads serve incoming calls and death notices in this process. Call it
+ * before anything that starts the pool: registering a service, passing an object to another
+ * process, linkToDeath, waiting for a service. An unconfigured pool starts with one thread,
+ * which stays whatever is configured later. Aborts on (0, true), and if a started pool would
+ * get fewer threads than were configured before.
  *
- * @param maxThreads     at most so many, the joining one included
- * @param callerWillJoin the caller will give its thread with joinRpcThreadpool();
- *                       nothing is served before that
+ * @param maxThreads     maximum number of threads, including the caller's
+ * @param callerWillJoin whether one of them is the caller's, given with joinRpcThreadpool().
+ *                       With a maximum of 1, nothing is served before that
  */
 void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin);
 
