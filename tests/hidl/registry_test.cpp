@@ -2,6 +2,9 @@
 #include <hidl/ServiceManagement.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <future>
+
 #include "fixture.h"
 #include "host/root/tv_root.h"
 
@@ -88,15 +91,36 @@ TEST_F(RegistryTest, TheNewestOfANameWinsAndOldProxiesGoOn) {
     EXPECT_THAT(listed(), ElementsAre(kParent + "default", kChild + "default"));
 }
 
-TEST_F(RegistryTest, AReplacedObjectGoesOnceItsNameWasTakenAgain) {
-    wp<Probe> first;
-    for (const uint32_t number : {1u, 2u, 3u}) {
+TEST_F(RegistryTest, AReplacedObjectIsReleasedAtOnce) {
+    wp<Probe> previous;
+    for (const uint32_t number : {1u, 2u}) {
         const sp<Probe> probe = new Probe(number);
-        if (number == 1) first = probe;
         EXPECT_EQ(probe->registerAsService("taken"), android::OK);
+        EXPECT_EQ(previous.promote(), nullptr);
         EXPECT_EQ(IProbe::getService("taken")->number(), number);
-        EXPECT_EQ(first.promote() != nullptr, number < 3);  // a client may just have found it
+        previous = probe;
     }
+}
+
+// A client may have read the entry of an object that is gone when it asks for it.
+TEST_F(RegistryTest, ALookUpFindsANameThatChangesHandsMeanwhile) {
+    Service service({3});
+    const sp<IProbe> probe = service.get();
+    const auto lookUp = [&service] {
+        for (int i = 0; i < 300; ++i) {
+            const sp<IProbe> found = service.get();
+            ASSERT_NE(found, nullptr);
+            EXPECT_EQ(errorOf(found->number()), "");
+        }
+    };
+    std::vector<std::future<void>> clients;
+    for (int i = 0; i < 2; ++i) clients.push_back(std::async(std::launch::async, lookUp));
+    const auto areDone = [&clients] {
+        return std::all_of(clients.begin(), clients.end(), [](const auto& client) {
+            return client.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+        });
+    };
+    while (!areDone()) ASSERT_EQ(probe->registerAnother("default", 2), android::OK);
 }
 
 TEST_F(RegistryTest, ATvMayLieFarDown) {

@@ -41,9 +41,12 @@ class ThreadsTest : public HidlTest {
 
 TEST_F(ThreadsTest, OnlyTheJoiningThreadServesAndNotBefore) {
     Service service({1, "default", 0, false});
-    const sp<IProbe> probe = service.get();
-    EXPECT_EQ(errorOf(probe->note(1, nullptr)), "");
+    // The look-up itself asks the service.
+    auto found = std::async(std::launch::async, [&service] { return service.get(); });
+    EXPECT_EQ(found.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     service.letGo();
+    const sp<IProbe> probe = found.get();
+    EXPECT_EQ(errorOf(probe->note(1, nullptr)), "");
     EXPECT_TRUE(logged(probe, "note 1"));
     EXPECT_THAT(eventsOf(probe), ElementsAre("joined", "note 1"));
     EXPECT_EQ(servingThread(probe), service.pid());

@@ -6,6 +6,7 @@
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/Static.h>
 #include <log/log.h>
+#include <string.h>
 
 #include <new>
 
@@ -42,13 +43,13 @@ std::string getDescriptor(IBase* interface) {
 
 Return<bool> canCastInterface(IBase* interface, const char* castTo, bool emitError) {
     if (interface == nullptr) return false;
+    if (strcmp(castTo, IBase::descriptor) == 0) return true;
     bool found = false;
     Return<void> called = interface->interfaceChain([&](const hidl_vec<hidl_string>& chain) {
         for (const hidl_string& name : chain) found = found || name == castTo;
     });
     if (called.isOk()) return found;
-    if (emitError) return Status::fromStatusT(DEAD_OBJECT);
-    return false;
+    return emitError ? StatusOf<void, bool>(called) : Return<bool>(false);
 }
 
 }  // namespace details

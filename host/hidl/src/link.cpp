@@ -235,23 +235,31 @@ bool Link::sendWaitingReleases() {
     return !mAwaitsRoom;
 }
 
+// A call may overtake the peer's kAcquire for its object. The object must then stay, even if it
+// loses its registration before that message is read.
 sp<BHwBinder> Link::target(uint64_t object) {
     {
         std::lock_guard<std::mutex> lock(mMutex);
         auto found = mExports.find(object);
         if (found != mExports.end()) return found->second.binder;
     }
-    return Process::self().registered(object);
+    return exportRegistered(object, 0);
 }
 
 void Link::acquire(uint64_t object) {
+    exportRegistered(object, 1);
+}
+
+sp<BHwBinder> Link::exportRegistered(uint64_t object, uint32_t references) {
     sp<BHwBinder> binder = Process::self().registered(object);
-    if (binder == nullptr) return;
     std::lock_guard<std::mutex> lock(mMutex);
-    if (mEnded) return;
+    auto found = mExports.find(object);
+    if (found != mExports.end()) binder = found->second.binder;
+    if (binder == nullptr || mEnded) return binder;
     Export& entry = mExports[object];
     entry.binder = binder;
-    ++entry.count;
+    entry.count += references;
+    return binder;
 }
 
 bool Link::release(uint64_t object, uint32_t count) {

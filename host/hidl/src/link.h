@@ -84,6 +84,7 @@ class Link : public std::enable_shared_from_this<Link> {
         uint32_t count = 0;
     };
 
+    sp<BHwBinder> exportRegistered(uint64_t object, uint32_t references);
     status_t flushReleases(Channel& control) REQUIRES(mControlMutex);
     void awaitRoom(const Channel& control) REQUIRES(mControlMutex);
     bool waitForRoom();

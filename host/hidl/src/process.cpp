@@ -72,21 +72,17 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
     for (RegistryEntry& entry : entries) entry.socket = mSocketName;
     mRegistered[binder->exportId()] = binder;
     const bool added = registryAdd(entries);
-    if (added) nameWithLock(entries);
+    if (added) {
+        for (const RegistryEntry& entry : entries)
+            mNames[entry.interface + "/" + entry.instance] = entry.object;
+    }
     replaced = takeUnnamedWithLock();
     return added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
 }
 
-void Process::nameWithLock(const std::vector<RegistryEntry>& entries) {
-    for (const RegistryEntry& entry : entries) {
-        Holders& holders = mNames[entry.interface + "/" + entry.instance];
-        if (holders.present != entry.object) holders = {entry.object, holders.present};
-    }
-}
-
 std::vector<sp<BHwBinder>> Process::takeUnnamedWithLock() {
     std::set<uint64_t> named;
-    for (const auto& [name, holders] : mNames) named.insert({holders.present, holders.previous});
+    for (const auto& [name, object] : mNames) named.insert(object);
     std::vector<sp<BHwBinder>> taken;
     for (auto it = mRegistered.begin(); it != mRegistered.end();) {
         const bool stays = named.count(it->first) != 0;

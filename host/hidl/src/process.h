@@ -34,7 +34,7 @@ class Process {
      */
     status_t registerService(const sp<BHwBinder>& binder, const std::vector<std::string>& interfaces,
                              const std::string& instance);
-    /** The object that a registry entry names; null where its process is gone. */
+    /** The object that a registry entry names, or null if its process, or here its registration, is gone. */
     sp<IBinder> find(const RegistryEntry& entry);
     /** Our registered object of that number, null where there is none. */
     sp<BHwBinder> registered(uint64_t object);
@@ -48,15 +48,6 @@ class Process {
     bool admitsChannel(const Link& link);
 
   private:
-    /**
-     * Numbers of the objects that have and had a name. A client may have read the entry of
-     * the one before: that one is kept until the name changes hands again.
-     */
-    struct Holders {
-        uint64_t present = 0;
-        uint64_t previous = 0;
-    };
-
     // A process needs one link to another. All that it can have is a third of the
     // descriptors that a process usually gets.
     static constexpr size_t kMaxLinksOfPeer = 64;
@@ -65,7 +56,6 @@ class Process {
     Process();
     bool listen() REQUIRES(mMutex);
     std::vector<std::shared_ptr<Link>> linksFrom(pid_t peer);
-    void nameWithLock(const std::vector<RegistryEntry>& entries) REQUIRES(mMutex);
     std::vector<sp<BHwBinder>> takeUnnamedWithLock() REQUIRES(mMutex);
     std::shared_ptr<Link> linkTo(const RegistryEntry& entry);
     std::shared_ptr<Link> connect(const RegistryEntry& entry);
@@ -77,7 +67,7 @@ class Process {
     std::string mSocketName GUARDED_BY(mMutex);
     base::unique_fd mAlive GUARDED_BY(mMutex);
     std::map<uint64_t, sp<BHwBinder>> mRegistered GUARDED_BY(mMutex);
-    std::map<std::string, Holders> mNames GUARDED_BY(mMutex);           // by interface and instance
+    std::map<std::string, uint64_t> mNames GUARDED_BY(mMutex);  // the object, by interface and instance
     std::map<uint64_t, std::weak_ptr<Link>> mLinks GUARDED_BY(mMutex);  // by the peer's name
     // Of links that we made, by their number.
     std::map<uint64_t, std::weak_ptr<ControlSource>> mConnected GUARDED_BY(mMutex);

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
 #include <hwbinder/ProcessState.h>
+#include <log/log.h>
 
 #include <memory>
 
@@ -33,15 +36,51 @@ Status registryStatus() {
                            : Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, problem.c_str());
 }
 
+// Looked up again if the registration changed hands after its entry was read.
+sp<IBinder> findRegistered(const std::string& interface, const std::string& instance) {
+    transport::RegistryEntry tried;
+    transport::RegistryEntry entry;
+    while (transport::registryFind(interface, instance, &entry)) {
+        sp<IBinder> binder = transport::Process::self().find(entry);
+        const bool isSame = entry.process == tried.process && entry.object == tried.object;
+        if (binder != nullptr || isSame) return binder;
+        tried = entry;
+    }
+    return nullptr;
+}
+
+// The interfaces that a service implements, without the base of all.
+std::vector<std::string> namesOf(IBase& service) {
+    std::vector<std::string> names;
+    const Return<void> called = service.interfaceChain([&names](const hidl_vec<hidl_string>& chain) {
+        for (const hidl_string& name : chain) {
+            if (name != IBase::descriptor) names.push_back(name);
+        }
+    });
+    if (!called.isOk()) names.clear();
+    return names;
+}
+
 /** The registry's files as the platform's service manager. An object of each process. */
 class ServiceManager : public IServiceManager {
   public:
     Return<sp<IBase>> get(const hidl_string& fqName, const hidl_string& name) override {
-        return sp<IBase>(fromBinder<IBase, BpHwBase, BnHwBase>(details::findService(fqName, name)));
+        return sp<IBase>(fromBinder<IBase, BpHwBase, BnHwBase>(findRegistered(fqName, name)));
     }
 
     Return<bool> add(const hidl_string& name, const sp<IBase>& service) override {
-        return details::registerAsServiceInternal(service, name) == OK;
+        if (service == nullptr) return false;
+        const sp<IBinder> binder = getOrCreateCachedBinder(service.get());
+        if (binder == nullptr || binder->localBinder() == nullptr) {
+            ALOGE("only an object of this process can be registered");
+            return false;
+        }
+        const std::vector<std::string> names = namesOf(*service);
+        if (names.empty()) return false;
+        if (transport::Process::self().registerService(binder->localBinder(), names, name) != OK)
+            return false;
+        ProcessState::self()->startThreadPool();
+        return true;
     }
 
     Return<Transport> getTransport(const hidl_string& fqName, const hidl_string& name) override {

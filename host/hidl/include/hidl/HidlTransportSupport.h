@@ -50,24 +50,27 @@ template <typename IChild, typename IParent, typename BpChild>
 Return<sp<IChild>> castInterface(sp<IParent> parent, const char* childIndicator, bool emitError) {
     if (parent == nullptr) return sp<IChild>();
     Return<bool> canCast = canCastInterface(parent.get(), childIndicator, emitError);
-    if (!canCast.isOk()) return Status::fromStatusT(DEAD_OBJECT);
+    if (!canCast.isOk()) return StatusOf<bool, sp<IChild>>(canCast);
     if (!canCast) return sp<IChild>();
     if (!parent->isRemote()) return sp<IChild>(static_cast<IChild*>(parent.get()));
     return sp<IChild>(new BpChild(getOrCreateCachedBinder(parent.get())));
 }
 
-/** The service registered as `instance` of the interface `descriptor`, null where there is none. */
-sp<IBinder> findService(const std::string& descriptor, const std::string& instance);
+/**
+ * Returns the service registered as `instance` of the interface `descriptor`, which has answered
+ * that it implements that interface: the look-up waits while the service is busy.
+ *
+ * Returns nullptr if `getStub` is set: a workstation loads no implementation into the caller.
+ */
+sp<hidl::base::V1_0::IBase> getRawServiceInternal(const std::string& descriptor, const std::string& instance,
+                                                  bool retry, bool getStub);
 
 template <typename BpType, typename IType = typename BpType::Pure>
-sp<IType> getServiceInternal(const std::string& instance, bool /*retry*/, bool getStub) {
-    // No implementation is loaded into the asking process on a workstation.
-    if (getStub) return nullptr;
-    sp<IBinder> binder = findService(IType::descriptor, instance);
-    if (binder == nullptr) return nullptr;
-    if (binder->localBinder() == nullptr) return new BpType(binder);
-    auto* stub = dynamic_cast<hidl::base::V1_0::BnHwBase*>(binder.get());
-    return stub != nullptr ? static_cast<IType*>(stub->getImpl().get()) : nullptr;
+sp<IType> getServiceInternal(const std::string& instance, bool retry, bool getStub) {
+    sp<hidl::base::V1_0::IBase> base = getRawServiceInternal(IType::descriptor, instance, retry, getStub);
+    if (base == nullptr) return nullptr;
+    if (base->isRemote()) return new BpType(getOrCreateCachedBinder(base.get()));
+    return static_cast<IType*>(base.get());
 }
 
 /**

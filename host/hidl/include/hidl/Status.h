@@ -51,6 +51,9 @@ class Status final {
 
 std::ostream& operator<<(std::ostream& stream, const Status& status);
 
+template <typename T>
+class Return;
+
 namespace details {
 
 /**
@@ -90,6 +93,9 @@ class return_status {
     }
 
   private:
+    template <typename From, typename To>
+    friend Return<To> StatusOf(const Return<From>& failed);
+
     [[noreturn]] void unexamined() const;
     [[noreturn]] void failed() const;
 
@@ -133,5 +139,15 @@ class [[nodiscard]] Return<void> : public details::return_status {
 static inline Return<void> Void() {
     return Return<void>();
 }
+
+namespace details {
+
+/** The error of one call as the result of another. */
+template <typename From, typename To>
+Return<To> StatusOf(const Return<From>& failed) {
+    return Return<To>(failed.mStatus);
+}
+
+}  // namespace details
 
 }  // namespace android::hardware
