@@ -77,6 +77,14 @@ int fetch(const Arguments&) {
     return 0;
 }
 
+// Waits for a service, with a pool that was configured for this thread alone or not at all.
+int await(const Arguments& arguments) {
+    if (arguments.at(0) == "1") android::hardware::configureRpcThreadpool(1, true);
+    say("asking");
+    say(ParentProbe::getService() != nullptr ? "found" : "not found");
+    sleepForEver();
+}
+
 // What a client may be at when it is killed.
 [[noreturn]] void live(uint32_t seed) {
     std::minstd_rand random(seed);
@@ -120,7 +128,7 @@ int churn(const Arguments& arguments) {
 }
 
 constexpr std::pair<const char*, int (*)(const Arguments&)> kRoles[] = {
-    {"serve", serve}, {"hold", hold}, {"hang", hang}, {"fetch", fetch}, {"churn", churn},
+    {"serve", serve}, {"hold", hold}, {"hang", hang}, {"fetch", fetch}, {"await", await}, {"churn", churn},
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <vector>
@@ -29,6 +30,7 @@ class RegistrySource : public Source {
 
     void add(const std::string& interface, const std::string& instance,
              const sp<IServiceNotification>& callback);
+    void remove(const sp<IServiceNotification>& callback);
 
   private:
     struct Wanted {
@@ -87,6 +89,12 @@ void RegistrySource::add(const std::string& interface, const std::string& instan
     }
 }
 
+void RegistrySource::remove(const sp<IServiceNotification>& callback) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const auto isIts = [&callback](const Wanted& wanted) { return wanted.callback == callback; };
+    mWanted.erase(std::remove_if(mWanted.begin(), mWanted.end(), isIts), mWanted.end());
+}
+
 void RegistrySource::ready(Turn&) {
     alignas(inotify_event) char events[4096];
     while (read(mWatch.get(), events, sizeof(events)) > 0) {
@@ -117,21 +125,30 @@ std::shared_ptr<RegistrySource> watchRegistry() {
     return source;
 }
 
+// The process's source, made at the first call that can make it; nullptr if the registry can't be watched.
+std::shared_ptr<RegistrySource> registrySource() {
+    static std::mutex* const starting = new std::mutex();
+    static std::shared_ptr<RegistrySource>* const source = new std::shared_ptr<RegistrySource>();
+    std::lock_guard<std::mutex> lock(*starting);
+    if (*source == nullptr) *source = watchRegistry();
+    return *source;
+}
+
 }  // namespace
 
 bool notifyOfRegistrations(const std::string& interface, const std::string& instance,
                            const sp<IServiceNotification>& callback) {
-    static std::mutex* const starting = new std::mutex();
-    static std::shared_ptr<RegistrySource>* const source = new std::shared_ptr<RegistrySource>();
     if (callback == nullptr) return false;
-    {
-        std::lock_guard<std::mutex> lock(*starting);
-        if (*source == nullptr) *source = watchRegistry();
-        if (*source == nullptr) return false;
-    }
+    const std::shared_ptr<RegistrySource> source = registrySource();
+    if (source == nullptr) return false;
     Process::self().pool().start();
-    (*source)->add(interface, instance, callback);
+    source->add(interface, instance, callback);
     return true;
+}
+
+void endNotifications(const sp<IServiceNotification>& callback) {
+    const std::shared_ptr<RegistrySource> source = registrySource();
+    if (source != nullptr) source->remove(callback);
 }
 
 }  // namespace android::hardware::transport

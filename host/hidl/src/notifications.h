@@ -17,4 +17,7 @@ namespace android::hardware::transport {
 bool notifyOfRegistrations(const std::string& interface, const std::string& instance,
                            const sp<hidl::manager::V1_0::IServiceNotification>& callback);
 
+/** Ends what was asked for with `callback`; a notice that is under way may still come. */
+void endNotifications(const sp<hidl::manager::V1_0::IServiceNotification>& callback);
+
 }  // namespace android::hardware::transport

@@ -1,53 +1,125 @@
 // SPDX-License-Identifier: Apache-2.0
 #define LOG_TAG "HidlServiceManagement"
 
+#include <android-base/thread_annotations.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
 #include <log/log.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+#include "manifest.h"
+#include "notifications.h"
 
 namespace android::hardware::details {
 namespace {
 
 using hidl::base::V1_0::IBase;
+using hidl::manager::V1_0::IServiceNotification;
+using transport::Declaration;
 
-/** The registered object of that name, or nullptr; it has answered that it implements `descriptor`. */
-sp<IBase> lookUp(const std::string& descriptor, const std::string& instance) {
+struct LookUp {
+    sp<IBase> service;          // it has answered that it implements the interface
+    bool mayComeLater = false;  // none is registered, or the process has died
+};
+
+LookUp lookUp(const std::string& descriptor, const std::string& instance) {
     const char* const interface = descriptor.c_str();
     const char* const name = instance.c_str();
     sp<IBase> dead;
     for (;;) {
         sp<IBase> service = defaultServiceManager()->get(descriptor, instance);
-        if (service == nullptr) return nullptr;
+        if (service == nullptr) return {nullptr, true};
         const Return<bool> fits = canCastInterface(service.get(), interface, true);
-        if (fits.isOk() && fits) return service;
+        if (fits.isOk() && fits) return {service, false};
         if (fits.isOk()) {
             ALOGE("getService: received incompatible service for %s/%s.", interface, name);
-            return nullptr;
+            return {nullptr, false};
         }
         if (!fits.isDeadObject()) {
             ALOGW("getService: unable to call into hwbinder service for %s/%s.", interface, name);
-            return nullptr;
+            return {nullptr, false};
         }
         // An object that was replaced during the look-up may be gone: its successor is asked then.
         if (dead != nullptr && interfacesEqual(dead, service)) {
             ALOGW("getService: found dead hwbinder service for %s/%s.", interface, name);
-            return nullptr;
+            return {nullptr, true};
         }
         dead = service;
     }
 }
 
+/** Waits for a registration, up to a second at a time. */
+class Waiter : public IServiceNotification {
+  public:
+    /** To be called before each look-up: a registration after it ends the next wait. */
+    void reset() {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mIsRegistered = false;
+    }
+
+    void wait(const std::string& interface, const std::string& instance) {
+        std::unique_lock<std::mutex> lock(mMutex);
+        const base::ScopedLockAssertion held(mMutex);
+        const auto isRegistered = [this]() REQUIRES(mMutex) { return mIsRegistered; };
+        if (mRegistered.wait_for(lock, std::chrono::seconds(1), isRegistered)) return;
+        ALOGW("Waited one second for %s/%s", interface.c_str(), instance.c_str());
+    }
+
+    Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mIsRegistered = true;
+        mRegistered.notify_one();
+        return Void();
+    }
+
+  private:
+    std::mutex mMutex;
+    std::condition_variable mRegistered;
+    bool mIsRegistered GUARDED_BY(mMutex) = false;
+};
+
+// Asking for the notification starts the process's pool. If the pool has no thread to deliver it,
+// the service is found within a second.
+sp<IBase> awaitService(const std::string& descriptor, const std::string& instance) {
+    const sp<Waiter> waiter = new Waiter();
+    transport::notifyOfRegistrations(descriptor, instance, waiter);
+    LookUp found;
+    for (;;) {
+        waiter->reset();
+        found = lookUp(descriptor, instance);
+        if (found.service != nullptr || !found.mayComeLater) break;
+        ALOGI("getService: Trying again for %s/%s...", descriptor.c_str(), instance.c_str());
+        waiter->wait(descriptor, instance);
+    }
+    transport::endNotifications(waiter);
+    return found.service;
+}
+
 }  // namespace
 
-sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string& instance, bool /*retry*/,
+sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string& instance, bool retry,
                                 bool getStub) {
     if (getStub) return nullptr;
-    return lookUp(descriptor, instance);
+    const Declaration declaration = transport::declarationOf(descriptor, instance);
+    if (declaration == Declaration::Undeclared) return nullptr;
+    const LookUp found = lookUp(descriptor, instance);
+    const bool waits = found.mayComeLater && retry && declaration == Declaration::Declared;
+    return waits ? awaitService(descriptor, instance) : found.service;
 }
 
 status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& name) {
     if (service == nullptr) return UNEXPECTED_NULL;
+    const std::string descriptor = getDescriptor(service.get());
+    if (transport::declarationOf(descriptor, name) == Declaration::Undeclared) {
+        ALOGE("Service %s/%s must be in VINTF manifest in order to register/get.", descriptor.c_str(),
+              name.c_str());
+        return UNKNOWN_ERROR;
+    }
     const Return<bool> added = defaultServiceManager()->add(name, service);
     return added.isOk() && added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
 }

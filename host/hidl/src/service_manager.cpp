@@ -9,6 +9,7 @@
 
 #include <memory>
 
+#include "manifest.h"
 #include "notifications.h"
 #include "process.h"
 #include "registry.h"
@@ -84,8 +85,12 @@ class ServiceManager : public IServiceManager {
     }
 
     Return<Transport> getTransport(const hidl_string& fqName, const hidl_string& name) override {
+        const transport::Declaration declaration = transport::declarationOf(fqName, name);
         transport::RegistryEntry entry;
-        return transport::registryFind(fqName, name, &entry) ? Transport::HWBINDER : Transport::EMPTY;
+        const bool isReachable = declaration == transport::Declaration::NoManifest
+                                     ? transport::registryFind(fqName, name, &entry)
+                                     : declaration == transport::Declaration::Declared;
+        return isReachable ? Transport::HWBINDER : Transport::EMPTY;
     }
 
     Return<void> list(list_cb callback) override {

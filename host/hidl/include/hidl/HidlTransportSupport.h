@@ -60,7 +60,11 @@ Return<sp<IChild>> castInterface(sp<IParent> parent, const char* childIndicator,
  * Returns the service registered as `instance` of the interface `descriptor`, which has answered
  * that it implements that interface: the look-up waits while the service is busy.
  *
- * Returns nullptr if `getStub` is set: a workstation loads no implementation into the caller.
+ * @param retry   whether to wait, in real time, for a service that the TV's manifest declares and
+ *                that is not registered; waiting starts the process's thread pool
+ * @param getStub gives nullptr: a workstation loads no implementation into the caller
+ * @return nullptr if the service is not registered, or if there is a manifest that does not
+ *         declare it
  */
 sp<hidl::base::V1_0::IBase> getRawServiceInternal(const std::string& descriptor, const std::string& instance,
                                                   bool retry, bool getStub);
@@ -74,10 +78,11 @@ sp<IType> getServiceInternal(const std::string& instance, bool retry, bool getSt
 }
 
 /**
- * Registers `service` as `name` under every interface it implements.
+ * Registers `service` as `name` under every interface that it implements. If the TV has a
+ * manifest, it must declare the most derived one; the others are registered along with it.
  *
- * @return OK; UNEXPECTED_NULL for no service; UNKNOWN_ERROR where the name is
- *         unusable or the registry cannot be written
+ * @return OK; UNEXPECTED_NULL for no service; UNKNOWN_ERROR if the name is undeclared or
+ *         unusable, or the registry cannot be written
  */
 status_t registerAsServiceInternal(const sp<hidl::base::V1_0::IBase>& service, const std::string& name);
 
