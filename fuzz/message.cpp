@@ -34,9 +34,9 @@ void touch(const void* data, size_t size) {
     for (size_t i = 0; i < size; ++i) (void)static_cast<const volatile uint8_t*>(data)[i];
 }
 
-/** The parent that the record at hand may name. */
+/** The parent that the record at hand may name: none, or data at an aligned offset. */
 size_t parentOf(uint8_t parent) {
-    return parent % 4 == 0 ? kNoParent : parent / 4U;
+    return parent % 4 == 0 ? kNoParent : parent / 4U * 8U;
 }
 
 /** One read; false where there was nothing of the kind. */

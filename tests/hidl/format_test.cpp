@@ -251,9 +251,10 @@ TEST_F(FormatTest, BulkDataLiesInItsBlockAndAligned) {
         RawClient peer;
         RawMessage call = rawCall(object_, one.method, [&one](Parcel& parcel) {
             const uint32_t structure[4] = {0, 0, 2048, 0};
-            size_t ignored = 0;
-            parcel.writeBuffer(structure, sizeof(structure), &ignored);
-            for (uint32_t word : {2048u, 0u, 0u, one.place}) parcel.writeUint32(word);
+            size_t handle = 0;
+            parcel.writeBuffer(structure, sizeof(structure), &handle);
+            for (uint32_t word : {2048u, static_cast<uint32_t>(handle), 0u, one.place})
+                parcel.writeUint32(word);
         });
         call.header.bulkSize = 4096;
         call.header.flags = kNewBulkMemory;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <hidl/HidlInternal.h>
 #include <hwbinder/Parcel.h>
 #include <string.h>
 
@@ -24,6 +25,7 @@ namespace {
 
 constexpr size_t kWordSize = 4;
 constexpr size_t kRecordDataAlignment = 8;
+constexpr size_t kPointerSize = sizeof(details::hidl_pointer<char>);
 
 constexpr size_t alignUp(size_t value, size_t alignment) {
     return (value + alignment - 1) & ~(alignment - 1);
@@ -41,7 +43,6 @@ Parcel::~Parcel() = default;
 
 void Parcel::startReading() {
     mPosition = 0;
-    mBuffersRead = 0;
 }
 
 // Room for `size` bytes at the next aligned place, null once the parcel is too large.
@@ -210,7 +211,17 @@ status_t Parcel::writeRecord(const void* data, size_t size, uint32_t parent, uin
         if (place == nullptr) return FAILED_TRANSACTION;
         if (size > 0) memcpy(place, data, size);
     }
-    *handle = mOut.bufferCount++;
+    *handle = mOut.bodySize - (bulk ? 0 : size);
+    return OK;
+}
+
+// Clears the pointer at `offset` of the structure `parent`. The receiver sets its own pointers;
+// addresses of this process must not leave it.
+status_t Parcel::clearPointer(size_t parent, size_t offset) {
+    if (mOut.tooLarge) return FAILED_TRANSACTION;
+    if (parent > mOut.bodySize || offset > mOut.bodySize - parent) return BAD_VALUE;
+    if (mOut.bodySize - parent - offset < kPointerSize) return BAD_VALUE;
+    memset(mOut.buffer.data() + kHeaderSize + parent + offset, 0, kPointerSize);
     return OK;
 }
 
@@ -225,7 +236,7 @@ status_t Parcel::readRecord(size_t size, uint32_t parent, uint32_t parentOffset,
     if (record.place != kInline && (!plain || record.place % kBulkAlignment != 0)) return BAD_VALUE;
     *data = record.place == kInline ? take(size, kRecordDataAlignment) : mIn.bulk.at(record.place, size);
     if (*data == nullptr) return NOT_ENOUGH_DATA;
-    *handle = mBuffersRead++;
+    *handle = mPosition - (record.place == kInline ? size : 0);
     return OK;
 }
 
@@ -235,6 +246,8 @@ status_t Parcel::writeBuffer(const void* data, size_t size, size_t* handle) {
 
 status_t Parcel::writeEmbeddedBuffer(const void* data, size_t size, size_t* handle, size_t parent,
                                      size_t parentOffset, bool plain) {
+    const status_t status = clearPointer(parent, parentOffset);
+    if (status != OK) return status;
     return writeRecord(data, size, static_cast<uint32_t>(parent), static_cast<uint32_t>(parentOffset), handle,
                        plain);
 }
@@ -325,8 +338,10 @@ status_t Parcel::readNativeHandleNoDup(const native_handle_t** handle) const {
 
 // The structure that holds the handle is written before it and read back field by
 // field, so that where it lies needs no record of its own.
-status_t Parcel::writeEmbeddedNativeHandle(const native_handle_t* handle, size_t, size_t) {
-    return writeNativeHandleNoDup(handle);
+status_t Parcel::writeEmbeddedNativeHandle(const native_handle_t* handle, size_t parent,
+                                           size_t parentOffset) {
+    const status_t status = clearPointer(parent, parentOffset);
+    return status == OK ? writeNativeHandleNoDup(handle) : status;
 }
 
 status_t Parcel::readEmbeddedNativeHandle(size_t, size_t, const native_handle_t** handle) const {

@@ -61,7 +61,8 @@ class Parcel {
     const char* readCString() const;
 
     /**
-     * Writes a structure. `*handle` names it as the parent of buffers that it refers to.
+     * Writes a structure. `*handle` identifies it as the parent of the buffers that its
+     * pointers refer to. The pointers themselves are cleared when those buffers are written.
      */
     status_t writeBuffer(const void* data, size_t size, size_t* handle);
     /**
@@ -108,6 +109,7 @@ class Parcel {
     uint8_t* reserve(size_t size, size_t alignment);
     status_t writeRecord(const void* data, size_t size, uint32_t parent, uint32_t parentOffset,
                          size_t* handle, bool plain);
+    status_t clearPointer(size_t parent, size_t offset);
     status_t readRecord(size_t size, uint32_t parent, uint32_t parentOffset, size_t* handle,
                         const void** data, bool plain) const;
     const uint8_t* take(size_t size, size_t alignment) const;
@@ -116,7 +118,6 @@ class Parcel {
     mutable transport::OutgoingBody mOut;
     mutable transport::IncomingMessage mIn;
     mutable size_t mPosition = 0;
-    mutable uint32_t mBuffersRead = 0;
 };
 
 }  // namespace android::hardware

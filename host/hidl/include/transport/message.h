@@ -65,7 +65,6 @@ struct OutgoingBody {
     PacketBuffer buffer;
     size_t bodySize = 0;
     size_t bulkSize = 0;
-    uint32_t bufferCount = 0;
     bool tooLarge = false;
     std::array<BulkPiece, kMaxBulkPieces> bulk;  // the first bulkCount of them
     size_t bulkCount = 0;

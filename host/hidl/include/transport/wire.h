@@ -40,10 +40,11 @@
  *     |       |       |offset |       |
  *     +-------+-------+-------+-------+----------
  *
- * `parent` counts the records of the message, kNoParent for a structure that stands
- * alone. `place` is kInline where the data follows, else where in the bulk block it
- * lies. An object is its index among the references, kNullObject for none. A native
- * handle is its number of descriptors (-1 for null), of integers, the integers.
+ * `parent` is the offset of the parent's data in the body, or kNoParent for a structure
+ * that stands alone. Each pointer in the data is zero: the receiver sets its own. `place`
+ * is kInline if the data follows, otherwise the offset of the data in the bulk block. An
+ * object is its index among the references, kNullObject for none. A native handle is its
+ * number of descriptors (-1 for null), of integers, the integers.
  *
  * *Bulk*: vectors of plain numbers beyond kBulkThreshold go through memory that the
  * sender shares, as a block of it; so does a body too large for a packet (kBodyInBulk),
@@ -114,7 +115,7 @@ struct BufferRecord {
 };
 static_assert(sizeof(BufferRecord) == 16);
 
-constexpr uint32_t kWireVersion = 1;
+constexpr uint32_t kWireVersion = 2;
 constexpr uint32_t kNoParent = 0xffffffff;
 constexpr uint32_t kInline = 0xffffffff;
 constexpr uint32_t kNullObject = 0xffffffff;
