@@ -80,6 +80,12 @@ TEST_F(ValuesTest, ManyTextsComeBackUnchanged) {
 
 TEST_F(ValuesTest, ATransactionHasALimit) {
     const auto bytes = [](size_t kiB) { return hidl_vec<uint8_t>(kiB * kKiB); };
+    // Empty strings, with the head, the object and the padded content of each.
+    const auto texts = [](size_t kiB) {
+        hidl_vec<hidl_vec<hidl_string>> list(1);
+        list[0].resize(kiB * kKiB / (16 + 48 + 8));
+        return list;
+    };
     const auto number = [](size_t kiB) { return static_cast<uint32_t>(kiB * kKiB); };
     bool called = false;
     const auto result = [&called](const auto&) { called = true; };
@@ -94,6 +100,7 @@ TEST_F(ValuesTest, ATransactionHasALimit) {
         {1012, 1016, true,
          [&](size_t n) { return errorOf(probe_->echoText(std::string(n * kKiB, 't'), result)); }},
         {1012, 1016, true, [&](size_t n) { return errorOf(probe_->makeText(number(n), result)); }},
+        {1014, 1016, true, [&](size_t n) { return errorOf(probe_->echoTexts(texts(n), result)); }},
         {506, 508, false, [&](size_t n) { return errorOf(probe_->takeBytes(bytes(n))); }},
     };
     for (const auto& one : kCases) {

@@ -31,6 +31,13 @@ constexpr size_t alignUp(size_t value, size_t alignment) {
     return (value + alignment - 1) & ~(alignment - 1);
 }
 
+// Bytes that parts of a parcel take on the platform; see Parcel.
+constexpr size_t kBufferObject = 40;
+constexpr size_t kInterfaceObject = 24;
+constexpr size_t kDescriptorArrayObject = 32;
+constexpr size_t kObjectEntry = 8;
+constexpr size_t kBufferAlignment = 8;
+
 template <typename T>
 constexpr size_t alignmentOf() {
     return sizeof(T) < kWordSize ? kWordSize : sizeof(T);
@@ -71,8 +78,18 @@ const uint8_t* Parcel::take(size_t size, size_t alignment) const {
     return mIn.body + start;
 }
 
+void Parcel::weighBuffer(size_t size) {
+    mOut.weight += kBufferObject + kObjectEntry + alignUp(size, kBufferAlignment);
+}
+
 template <typename T>
 status_t Parcel::writePrimitive(T value) {
+    mOut.weight += alignUp(sizeof(T), kWordSize);
+    return put(value);
+}
+
+template <typename T>
+status_t Parcel::put(T value) {
     uint8_t* place = reserve(sizeof(T), alignmentOf<T>());
     if (place == nullptr) return FAILED_TRANSACTION;
     memcpy(place, &value, sizeof(T));
@@ -167,6 +184,7 @@ status_t Parcel::readBool(bool* value) const {
 
 status_t Parcel::writeCString(const char* text) {
     const size_t size = strlen(text) + 1;
+    mOut.weight += alignUp(size, kWordSize);
     uint8_t* place = reserve(size, kWordSize);
     if (place == nullptr) return FAILED_TRANSACTION;
     memcpy(place, text, size);
@@ -196,6 +214,7 @@ status_t Parcel::writeRecord(const void* data, size_t size, uint32_t parent, uin
                              size_t* handle, bool plain) {
     const bool bulk = plain && size > kBulkThreshold && mOut.bulkCount < OutgoingBody::kMaxBulkPieces;
     if (size > kTransactionLimit) mOut.tooLarge = true;
+    weighBuffer(size);
     uint8_t* place = reserve(sizeof(BufferRecord), kWordSize);
     if (place == nullptr) return FAILED_TRANSACTION;
     BufferRecord record{static_cast<uint32_t>(size), parent, parentOffset, kInline};
@@ -263,13 +282,14 @@ status_t Parcel::readEmbeddedBuffer(size_t size, size_t* handle, size_t parent, 
 }
 
 status_t Parcel::writeStrongBinder(const sp<IBinder>& binder) {
-    if (binder == nullptr) return writeUint32(kNullObject);
+    mOut.weight += kInterfaceObject + (binder != nullptr ? kObjectEntry : 0);
+    if (binder == nullptr) return put(kNullObject);
     if (mOut.objects.size() >= kMaxObjects) {
         mOut.tooLarge = true;
         return FAILED_TRANSACTION;
     }
     mOut.objects.push_back(binder);
-    return writeUint32(static_cast<uint32_t>(mOut.objects.size() - 1));
+    return put(static_cast<uint32_t>(mOut.objects.size() - 1));
 }
 
 status_t Parcel::readNullableStrongBinder(sp<IBinder>* binder) const {
@@ -291,7 +311,8 @@ status_t Parcel::readStrongBinder(sp<IBinder>* binder) const {
 }
 
 status_t Parcel::writeNativeHandleNoDup(const native_handle_t* handle) {
-    if (handle == nullptr) return writeInt32(-1);
+    mOut.weight += sizeof(uint64_t);  // the handle's size
+    if (handle == nullptr) return put(int32_t{-1});
     if (handle->numFds < 0 || handle->numInts < 0 || handle->numInts > NATIVE_HANDLE_MAX_INTS)
         return BAD_VALUE;
     const auto fdCount = static_cast<size_t>(handle->numFds);
@@ -299,10 +320,12 @@ status_t Parcel::writeNativeHandleNoDup(const native_handle_t* handle) {
         mOut.tooLarge = true;
         return FAILED_TRANSACTION;
     }
-    status_t status = writeInt32(handle->numFds);
-    if (status == OK) status = writeInt32(handle->numInts);
-    if (status != OK) return status;
     const size_t intBytes = static_cast<size_t>(handle->numInts) * sizeof(int);
+    weighBuffer(sizeof(native_handle_t) + fdCount * sizeof(int) + intBytes);
+    mOut.weight += kDescriptorArrayObject + kObjectEntry;
+    status_t status = put(int32_t{handle->numFds});
+    if (status == OK) status = put(int32_t{handle->numInts});
+    if (status != OK) return status;
     uint8_t* place = reserve(intBytes, kWordSize);
     if (place == nullptr) return FAILED_TRANSACTION;
     memcpy(place, handle->data + fdCount, intBytes);

@@ -19,6 +19,20 @@ namespace android::hardware {
  * be, and so does the call. Readers check every size against what was received:
  * NOT_ENOUGH_DATA at the end, BAD_VALUE where the record is not the one that was
  * asked for. What a reader points to lives as long as the parcel.
+ *
+ * The size of a transaction is that of the same parcel on the platform, which lays it out
+ * in another way than the packets of this transport:
+ *
+ *     number, bool             its size, at least 4
+ *     text (interface's name)  length + 1, rounded up to 4
+ *     buffer                   40 for its object + 8 for the object's entry in the list of
+ *                              objects + its size, rounded up to 8
+ *     interface                24 + 8; null: 24
+ *     native handle            8 for its size + a buffer of 12 bytes, descriptors and
+ *                              integers (4 each) + 32 + 8 for its descriptors; null: 8
+ *
+ * A structure is a buffer, and so is the content of each string and vector in it, whose
+ * head takes 16 bytes of the structure. The sum is rounded up to 8.
  */
 class Parcel {
   public:
@@ -102,8 +116,11 @@ class Parcel {
     void startReading();
 
   private:
+    void weighBuffer(size_t size);
     template <typename T>
     status_t writePrimitive(T value);
+    template <typename T>
+    status_t put(T value);
     template <typename T>
     status_t readPrimitive(T* value) const;
     uint8_t* reserve(size_t size, size_t alignment);

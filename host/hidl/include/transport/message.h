@@ -65,6 +65,7 @@ struct OutgoingBody {
     PacketBuffer buffer;
     size_t bodySize = 0;
     size_t bulkSize = 0;
+    size_t weight = 0;  // what was written takes in a parcel of the platform (Parcel.h)
     bool tooLarge = false;
     std::array<BulkPiece, kMaxBulkPieces> bulk;  // the first bulkCount of them
     size_t bulkCount = 0;
@@ -72,8 +73,8 @@ struct OutgoingBody {
     std::vector<int> fds;  // borrowed from the native handles that were written
 
     const uint8_t* body() const { return buffer.data() + kHeaderSize; }
-    /** What the message takes of the receiver's transaction space. */
-    size_t transactionSize() const { return bodySize + bulkSize + objects.size() * sizeof(ObjectReference); }
+    /** What the message takes of the receiver's buffer. */
+    size_t transactionSize() const { return (weight + 7) & ~size_t{7}; }
 };
 
 /** A block of the other process's shared memory, given back when this is destroyed. */
