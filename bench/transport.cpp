@@ -27,8 +27,8 @@ using hidlaudio::bench::timed;
 namespace {
 
 // What a call of one integer takes on the wire, header included.
-constexpr size_t kSmallRequest = 80;
-constexpr size_t kSmallAnswer = 40;
+constexpr size_t kSmallRequest = 88;
+constexpr size_t kSmallAnswer = 48;
 constexpr size_t kBulk = 256 * 1024;
 constexpr int kTurns = 15;
 constexpr int kSmallOperations = 4000;

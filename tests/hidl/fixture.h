@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -71,6 +72,11 @@ class Helper {
         std::string line;
         for (char c; read(mOutput.get(), &c, 1) == 1 && c != '\n';) line += c;
         return line;
+    }
+    /** Whether there is output to read. */
+    bool hasOutput() const {
+        pollfd poll{mOutput.get(), POLLIN, 0};
+        return ::poll(&poll, 1, 0) == 1;
     }
     void letGo() { EXPECT_EQ(write(mInput.get(), "g", 1), 1); }
     void kill() {

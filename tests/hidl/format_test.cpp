@@ -42,14 +42,6 @@ RawMessage referring(RawMessage message, uint64_t object, uint32_t owner, uint32
     return message;
 }
 
-/** Shared memory as bulk data lies in it, but for the given faults. */
-unique_fd bulkMemory(size_t size = kBulkMemorySize, int seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) {
-    unique_fd memory(memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    EXPECT_EQ(ftruncate(memory.get(), static_cast<off_t>(size)), 0);
-    EXPECT_EQ(fcntl(memory.get(), F_ADD_SEALS, seals), 0);
-    return memory;
-}
-
 TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
     const int null = null_.get();
     const RawMessage hello = rawMessage(kHello, 77, kWireVersion);
@@ -57,6 +49,12 @@ TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
     const RawMessage acquire = rawMessage(kAcquire, object_);
     RawMessage note = rawCall(object_, kNote, [](Parcel& parcel) { parcel.writeInt32(1); });
     note.header.flags = kOneway;
+    const unique_fd page = sealedMemory(4096);
+    const unique_fd unsealed = sealedMemory(4096, 0);
+    const unique_fd larger = sealedMemory(8192);
+    const int memory = page.get();
+    const RawMessage space = rawMessage(kReceiveSpace);
+    const RawMessage twoPages = withFds(space, {memory, memory}, 2);
     const Case kCases[] = {
         {"another version", {rawMessage(kHello, 77, kWireVersion + 1)}},
         {"no hello", {note}},
@@ -86,6 +84,16 @@ TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
         {"unknown object of ours", {hello, referring(note, 999, kReceiversObject)}},
         {"an owner that is neither", {hello, referring(note, 1, 3)}},
         {"a reference with more", {hello, referring(note, 1, kSendersObject, 1)}},
+        {"room beyond the limit", {with(hello, [](auto& m) { m.header.room = kTransactionLimit + 1; })}},
+        {"more in the header", {with(hello, [](auto& m) { m.header.reserved = 1; })}},
+        {"receive buffer without memory", {hello, space}},
+        {"receive buffer of one page", {hello, withFds(space, {memory}, 1)}},
+        {"receive buffer of three", {hello, withFds(space, {memory, memory, memory}, 3)}},
+        {"receive buffer on a device", {hello, withFds(space, {memory, null}, 2)}},
+        {"receive buffer that may shrink", {hello, withFds(space, {memory, unsealed.get()}, 2)}},
+        {"receive buffer too large", {hello, withFds(space, {memory, larger.get()}, 2)}},
+        {"no slot of it", {hello, with(twoPages, [](auto& m) { m.header.code = kSpaceSlots; })}},
+        {"receive buffer twice", {hello, twoPages, twoPages}},
         {"bulk without memory", {hello, with(note, [](auto& m) { m.header.bulkSize = 64; })}},
     };
     for (const Case& one : kCases) {
@@ -109,10 +117,10 @@ TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
 
 TEST_F(FormatTest, WhoBreaksThatOfACallChannelLosesTheConnection) {
     const RawMessage announcement = rawMessage(kDescriptorsFollow);
-    const unique_fd memory = bulkMemory();
-    const unique_fd unsealed = bulkMemory(kBulkMemorySize, 0);
-    const unique_fd shorter = bulkMemory(4096);
-    const unique_fd readOnly = bulkMemory(kBulkMemorySize, F_SEAL_SHRINK | F_SEAL_FUTURE_WRITE);
+    const unique_fd memory = sealedMemory(kBulkMemorySize);
+    const unique_fd unsealed = sealedMemory(kBulkMemorySize, 0);
+    const unique_fd shorter = sealedMemory(4096);
+    const unique_fd readOnly = sealedMemory(kBulkMemorySize, F_SEAL_SHRINK | F_SEAL_FUTURE_WRITE);
     const auto giving = [this](const unique_fd& given) {
         RawMessage message = withFds(call_, {given.get()}, 0);
         message.header.flags = kNewBulkMemory;
@@ -135,6 +143,8 @@ TEST_F(FormatTest, WhoBreaksThatOfACallChannelLosesTheConnection) {
         {"a reply that nobody waits for", {rawMessage(kReply)}},
         {"a reply after the reply", {call_, rawMessage(kReply)}},
         {"hello", {rawMessage(kHello, 1, kWireVersion)}},
+        {"a receive buffer", {rawMessage(kReceiveSpace)}},
+        {"a refusal", {rawMessage(kRefused)}},
         {"oneway", {with(call_, [](auto& m) { m.header.flags = kOneway; })}},
         {"no reply was to be read", {rawMessage(kReplyRead)}},
         {"two announcements", {announcement, announcement}},
@@ -233,7 +243,7 @@ TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
 
 // Bytes in shared memory are read in place: nothing but plain data, and only where it may lie.
 TEST_F(FormatTest, BulkDataLiesInItsBlockAndAligned) {
-    const unique_fd memory = bulkMemory();
+    const unique_fd memory = sealedMemory(kBulkMemorySize);
     const struct {
         ProbeMethod method;
         uint32_t place;

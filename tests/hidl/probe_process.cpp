@@ -85,6 +85,19 @@ int await(const Arguments& arguments) {
     sleepForEver();
 }
 
+// Sends so many bytes once it is let go, and reports what came of it.
+int sendBytes(const Arguments& arguments) {
+    const sp<ParentProbe> probe = ParentProbe::getService();
+    const hidl_vec<uint8_t> bytes(std::stoul(arguments.at(0)));
+    if (probe->add(1, 2).withDefault(0) != 3) return 1;
+    say("ready");
+    char go;
+    if (read(STDIN_FILENO, &go, 1) != 1) return 1;
+    const Return<void> sent = probe->echoBytes(bytes, [](const auto&) {});
+    say(sent.isOk() ? "sent" : sent.description());
+    return 0;
+}
+
 // What a client may be at when it is killed.
 [[noreturn]] void live(uint32_t seed) {
     std::minstd_rand random(seed);
@@ -128,7 +141,8 @@ int churn(const Arguments& arguments) {
 }
 
 constexpr std::pair<const char*, int (*)(const Arguments&)> kRoles[] = {
-    {"serve", serve}, {"hold", hold}, {"hang", hang}, {"fetch", fetch}, {"await", await}, {"churn", churn},
+    {"serve", serve}, {"hold", hold},      {"hang", hang},   {"fetch", fetch},
+    {"await", await}, {"send", sendBytes}, {"churn", churn},
 };
 
 }  // namespace

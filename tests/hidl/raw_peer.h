@@ -3,6 +3,7 @@
 
 #include <hwbinder/Parcel.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <sys/time.h>
 #include <transport/wire.h>
 
@@ -109,11 +110,28 @@ inline bool sendRaw(int socket, const RawMessage& message) {
     return sendRaw(socket, packet.data(), packet.size(), message.fds);
 }
 
-/** The next packet; nothing where the peer has closed, or none comes. Its descriptors are lost. */
-inline std::optional<RawMessage> receiveRaw(int socket) {
+/**
+ * The next packet; nothing where the peer has closed, or none comes.
+ *
+ * @param fds its descriptors, which are closed otherwise
+ */
+inline std::optional<RawMessage> receiveRaw(int socket, std::vector<unique_fd>* fds = nullptr) {
     std::vector<uint8_t> packet(kMaxPacket);
-    const ssize_t size = recv(socket, packet.data(), packet.size(), 0);
+    iovec part{packet.data(), packet.size()};
+    alignas(cmsghdr) char control[CMSG_SPACE(16 * sizeof(int))];
+    msghdr header{};
+    header.msg_iov = &part;
+    header.msg_iovlen = 1;
+    header.msg_control = control;
+    header.msg_controllen = fds != nullptr ? sizeof(control) : 0;
+    const ssize_t size = recvmsg(socket, &header, MSG_CMSG_CLOEXEC);
     if (size < static_cast<ssize_t>(kHeaderSize)) return std::nullopt;
+    const cmsghdr* rights = CMSG_FIRSTHDR(&header);
+    for (size_t i = 0; rights != nullptr && CMSG_LEN(i * sizeof(int)) < rights->cmsg_len; ++i) {
+        int fd = -1;
+        memcpy(&fd, CMSG_DATA(rights) + i * sizeof(int), sizeof(fd));
+        fds->emplace_back(fd);
+    }
     RawMessage message;
     memcpy(&message.header, packet.data(), kHeaderSize);
     message.body.assign(packet.begin() + kHeaderSize, packet.begin() + size);
@@ -143,6 +161,14 @@ inline uint32_t positionOfReply(int socket) {
     if (reply && reply->body.size() >= sizeof(words)) memcpy(words, reply->body.data(), sizeof(words));
     EXPECT_EQ(words[0], 0u);
     return words[1];
+}
+
+/** Memory as a peer may share it, unless the seals are others. */
+inline unique_fd sealedMemory(size_t size, int seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) {
+    unique_fd memory(memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    EXPECT_EQ(ftruncate(memory.get(), static_cast<off_t>(size)), 0);
+    EXPECT_EQ(fcntl(memory.get(), F_ADD_SEALS, seals), 0);
+    return memory;
 }
 
 /** A client that speaks the transport by hand. */

@@ -101,6 +101,11 @@ status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
         IncomingMessage& message = reply->incoming();
         const Channel::Received received = receiveSpinning(channel, &message);
         if (received == Channel::Received::Closed) break;
+        if (received == Channel::Received::Message && message.header.type == kReceiveSpace &&
+            link.takeReceiveSpace(&message)) {
+            message.attachments.reset();
+            continue;
+        }
         const bool understood = received == Channel::Received::Message && link.resolve(&message) &&
                                 (message.header.type == kReply || message.header.type == kCall);
         if (!understood) {
@@ -115,7 +120,9 @@ status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
         }
         if (bringsObjectsHome(message)) sayRead(link, channel);
         reply->startReading();
-        return static_cast<status_t>(message.header.code);
+        const auto status = static_cast<status_t>(message.header.code);
+        if (status == FAILED_TRANSACTION) ReceiveSpace::own().audit();
+        return status;
     }
     link.kill();
     return DEAD_OBJECT;
@@ -123,7 +130,6 @@ status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
 
 status_t sendOnewayCall(Link& link, MessageHeader header, OutgoingBody& body,
                         const std::vector<ObjectReference>& references) {
-    if (body.transactionSize() > kTransactionLimit / 2) return FAILED_TRANSACTION;
     header.flags |= kOneway;
     const status_t status = link.sendOneway(header, body, references);
     // A receiver that is this far behind has no room for more, as on the platform.
@@ -134,7 +140,7 @@ status_t sendOnewayCall(Link& link, MessageHeader header, OutgoingBody& body,
 // that only a peer that does not keep to the order leaves no room.
 status_t sendOrKill(Link& link, Channel& channel, const MessageHeader& header, OutgoingBody& body,
                     const std::vector<ObjectReference>& references) {
-    status_t status = channel.send(header, body, references);
+    status_t status = link.send(channel, header, body, references);
     if (status == WOULD_BLOCK || status == DEAD_OBJECT) {
         link.kill();
         status = DEAD_OBJECT;
@@ -216,6 +222,7 @@ status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& da
                                     : static_cast<status_t>(DEAD_OBJECT);
     }
     if (status != OK) link.takeBack(references);
+    if (status == FAILED_TRANSACTION) link.reportRefusal();
     if (status != OK || oneway) return status;
     return waitReply(link, *channel, reply);
 }

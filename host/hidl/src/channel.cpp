@@ -33,6 +33,7 @@ bool isHeaderSane(const MessageHeader& header) {
     return header.type >= kHello && header.type <= kLastMessageType &&
            (header.flags & ~kAllMessageFlags) == 0 && header.objectCount <= kMaxObjects &&
            header.fdCount <= kMaxDescriptors && header.bodySize <= kTransactionLimit &&
+           header.room <= kTransactionLimit && header.reserved == 0 &&
            (bodyKind || (header.bodySize == 0 && header.objectCount == 0 && header.bulkSize == 0));
 }
 
@@ -88,10 +89,8 @@ status_t Channel::sendPacket(const void* data, size_t size, const std::vector<in
     return status;
 }
 
-status_t Channel::send(MessageHeader header, int fd) {
+status_t Channel::send(MessageHeader header, const std::vector<int>& fds) {
     header.processor = ownProcessor();
-    std::vector<int> fds;
-    if (fd >= 0) fds.push_back(fd);
     header.fdCount = static_cast<uint16_t>(fds.size());
     return sendPacket(&header, sizeof(header), fds);
 }
@@ -118,7 +117,6 @@ status_t Channel::fillBulk(MessageHeader* header, const OutgoingBody& body, size
 
 status_t Channel::send(MessageHeader header, OutgoingBody& body,
                        const std::vector<ObjectReference>& references) {
-    if (body.tooLarge || body.transactionSize() > kTransactionLimit) return FAILED_TRANSACTION;
     header.processor = ownProcessor();
     header.bodySize = static_cast<uint32_t>(body.bodySize);
     if (body.buffer.capacity() == 0) body.buffer = PacketBuffer::ofSize(kMaxPacket);

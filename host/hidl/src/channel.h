@@ -38,8 +38,8 @@ class Channel {
      */
     status_t send(MessageHeader header, OutgoingBody& body, const std::vector<ObjectReference>& references);
 
-    /** Sends a message without body, with a descriptor where `fd` is one. */
-    status_t send(MessageHeader header, int fd = -1);
+    /** Sends a message without body. */
+    status_t send(MessageHeader header, const std::vector<int>& fds = {});
 
     /**
      * Takes the next message. Its layout is checked, its references are not yet

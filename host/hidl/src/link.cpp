@@ -8,6 +8,8 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 #include "call.h"
 #include "process.h"
@@ -18,6 +20,9 @@ namespace android::hardware::transport {
 namespace {
 
 std::atomic<uint64_t> gLinks{0};
+
+constexpr int kRoomAttempts = 50;
+constexpr std::chrono::microseconds kRoomPause{100};
 
 MessageHeader controlMessage(MessageType type, uint64_t target, uint32_t code = 0) {
     MessageHeader header{};
@@ -39,6 +44,11 @@ Link::Link(base::unique_fd control, pid_t pid, uid_t uid)
       peerPid(pid),
       peerUid(uid),
       mControl(std::make_shared<Channel>(std::move(control), Channel::Kind::Control)) {}
+
+Link::~Link() {
+    if (SpaceShare* share = mShare.exchange(nullptr)) share->close();
+    delete mPeerSpace.load();
+}
 
 std::shared_ptr<Channel> Link::control() {
     std::lock_guard<std::mutex> lock(mMutex);
@@ -78,6 +88,7 @@ void Link::end() {
             if (proxy != nullptr) proxies.push_back(proxy);
         }
     }
+    if (SpaceShare* share = mShare.exchange(nullptr)) share->close();
     // Objects may do anything in their destructors: none goes under the mutex.
     exports.clear();
     for (const sp<BpHwBinder>& proxy : proxies) proxy->sendObituary();
@@ -98,12 +109,12 @@ status_t Link::flushReleases(Channel& control) {
     return OK;
 }
 
-status_t Link::sendControl(const MessageHeader& header, int fd) {
+status_t Link::sendControl(const MessageHeader& header, const std::vector<int>& fds) {
     std::lock_guard<std::mutex> lock(mControlMutex);
     const std::shared_ptr<Channel> channel = control();
     if (channel == nullptr) return DEAD_OBJECT;
     const status_t status = flushReleases(*channel);
-    return status == OK ? channel->send(header, fd) : status;
+    return status == OK ? channel->send(header, fds) : status;
 }
 
 status_t Link::sendOneway(const MessageHeader& header, OutgoingBody& body,
@@ -112,7 +123,66 @@ status_t Link::sendOneway(const MessageHeader& header, OutgoingBody& body,
     const std::shared_ptr<Channel> channel = control();
     if (channel == nullptr) return DEAD_OBJECT;
     const status_t status = flushReleases(*channel);
-    return status == OK ? channel->send(header, body, references) : status;
+    return status == OK ? send(*channel, header, body, references) : status;
+}
+
+// Claims room at the peer, and notes it in the header. A caller goes on as soon as its answer
+// has come, perhaps before the callee gives back the room of that call: it gets some time.
+status_t Link::claimRoom(MessageHeader* header, uint32_t size) {
+    PeerSpace* space = size > kMaxUncounted ? mPeerSpace.load() : nullptr;
+    if (space == nullptr) return OK;
+    const bool oneway = (header->flags & kOneway) != 0;
+    PeerSpace::Claim claim = space->claim(size, oneway);
+    const bool waits = header->type == kCall && !oneway;
+    for (int i = 0; claim == PeerSpace::Claim::Refused && waits && i < kRoomAttempts; ++i) {
+        std::this_thread::sleep_for(kRoomPause);
+        claim = space->claim(size, oneway);
+    }
+    if (claim == PeerSpace::Claim::Refused) return FAILED_TRANSACTION;
+    if (claim == PeerSpace::Claim::Granted) header->room = size;
+    return OK;
+}
+
+status_t Link::send(Channel& channel, MessageHeader header, OutgoingBody& body,
+                    const std::vector<ObjectReference>& references) {
+    const bool oneway = (header.flags & kOneway) != 0;
+    const size_t size = body.transactionSize();
+    if (body.tooLarge || size > (oneway ? kTransactionLimit / 2 : kTransactionLimit))
+        return FAILED_TRANSACTION;
+    status_t status = claimRoom(&header, static_cast<uint32_t>(size));
+    if (status != OK) return status;
+    status = channel.send(header, body, references);
+    if (status != OK && header.room > 0) mPeerSpace.load()->giveBack(header.room, oneway);
+    return status;
+}
+
+void Link::reportRefusal() {
+    PeerSpace* space = mPeerSpace;
+    uint32_t look = 0;
+    if (space != nullptr && space->reportDue(&look)) (void)sendControl(controlMessage(kRefused, 0, look));
+}
+
+void Link::giveReceiveSpace(Channel& channel) {
+    if (mShare.load() != nullptr) return;
+    SpaceShare* share = ReceiveSpace::own().open(peerPid);
+    if (share == nullptr) return;
+    mShare = share;  // before the peer can claim anything
+    if (channel.send(controlMessage(kReceiveSpace, 0, share->slot()), ReceiveSpace::own().descriptors()) ==
+        OK)
+        return;
+    mShare = nullptr;
+    share->close();
+}
+
+bool Link::takeReceiveSpace(IncomingMessage* message) {
+    if (message->fdCount() != 2 || mPeerSpace.load() != nullptr) return false;
+    const std::vector<base::unique_fd>& fds = message->attachments->fds;
+    const uint32_t slot = message->header.code;
+    if (!PeerSpace::isSane(fds[0], fds[1], slot)) return false;
+    mPeerSpace = PeerSpace::map(fds[0], fds[1], slot).release();
+    if (mPeerSpace.load() == nullptr)
+        ALOGE("no address space left: calls to process %d are not counted", peerPid);
+    return true;
 }
 
 // Until the peer reads its control channel; false where it is gone.
@@ -130,7 +200,7 @@ std::shared_ptr<Channel> Link::makeCallChannel() {
     base::unique_fd near(ends[0]);
     base::unique_fd far(ends[1]);
     status_t status;
-    while ((status = sendControl(controlMessage(kNewCallChannel, 0), far)) == WOULD_BLOCK) {
+    while ((status = sendControl(controlMessage(kNewCallChannel, 0), {far.get()})) == WOULD_BLOCK) {
         if (!waitForRoom()) return nullptr;
     }
     if (status != OK) return nullptr;
@@ -311,6 +381,13 @@ void Link::takeBack(const std::vector<ObjectReference>& references) {
 }
 
 bool Link::resolve(IncomingMessage* message) {
+    const uint32_t room = message->header.room;
+    SpaceShare* share = room > 0 ? mShare.load() : nullptr;
+    if (share != nullptr) {
+        const bool oneway = (message->header.flags & kOneway) != 0;
+        share->take(room, oneway);
+        message->room = Room(share, room, oneway);
+    }
     if (message->header.objectCount == 0) return true;
     Attachments& attachments = *message->attachments;
     for (const ObjectReference& reference : attachments.references) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "channel.h"
+#include "receive_space.h"
 
 namespace android::hardware::transport {
 
@@ -23,6 +24,7 @@ namespace android::hardware::transport {
 class Link : public std::enable_shared_from_this<Link> {
   public:
     Link(base::unique_fd control, pid_t peerPid, uid_t peerUid);
+    ~Link();
 
     /** Tells this process's links apart; never used again. */
     const uint64_t number;
@@ -40,7 +42,13 @@ class Link : public std::enable_shared_from_this<Link> {
     std::shared_ptr<Channel> control();
 
     /** Sends on the control channel, after the releases that wait; WOULD_BLOCK as Channel. */
-    status_t sendControl(const MessageHeader& header, int fd = -1);
+    status_t sendControl(const MessageHeader& header, const std::vector<int>& fds = {});
+    /**
+     * Sends a call or reply on `channel`, as Channel does, if the peer's receive buffer has
+     * room for it; otherwise FAILED_TRANSACTION.
+     */
+    status_t send(Channel& channel, MessageHeader header, OutgoingBody& body,
+                  const std::vector<ObjectReference>& references);
     status_t sendOneway(const MessageHeader& header, OutgoingBody& body,
                         const std::vector<ObjectReference>& references);
 
@@ -52,6 +60,14 @@ class Link : public std::enable_shared_from_this<Link> {
     bool addPeerChannel(const std::shared_ptr<Channel>& channel);
     /** How many of those there are. */
     size_t peerChannels() const;
+
+    /** Tells the peer of this process's receive buffer, on `channel`, once. */
+    void giveReceiveSpace(Channel& channel);
+    /** The peer told us of its own; false if that is not as it must be. */
+    bool takeReceiveSpace(IncomingMessage* message);
+    bool knowsReceiveSpace() const { return mPeerSpace.load() != nullptr; }
+    /** A call failed: tells the peer if that was for lack of room. */
+    void reportRefusal();
 
     /** The peer's object `object`. @param known references that the peer counts for it */
     sp<BpHwBinder> proxy(uint64_t object, uint32_t known);
@@ -75,7 +91,9 @@ class Link : public std::enable_shared_from_this<Link> {
     status_t reference(const std::vector<sp<IBinder>>& objects, std::vector<ObjectReference>* references);
     /** The message with these references was not sent. */
     void takeBack(const std::vector<ObjectReference>& references);
-    /** Finds the objects of a received message; false where it names what does not exist. */
+    /**
+     * Counts a received message and finds its objects; false where it names what does not exist.
+     */
     bool resolve(IncomingMessage* message);
 
   private:
@@ -85,12 +103,15 @@ class Link : public std::enable_shared_from_this<Link> {
     };
 
     sp<BHwBinder> exportRegistered(uint64_t object, uint32_t references);
+    status_t claimRoom(MessageHeader* header, uint32_t size);
     status_t flushReleases(Channel& control) REQUIRES(mControlMutex);
     void awaitRoom(const Channel& control) REQUIRES(mControlMutex);
     bool waitForRoom();
     std::shared_ptr<Channel> makeCallChannel();
 
     std::atomic<bool> mDead{false};
+    std::atomic<SpaceShare*> mShare{nullptr};  // of this process's receive buffer
+    std::atomic<PeerSpace*> mPeerSpace{nullptr};
     std::mutex mControlMutex;  // sending on the control channel
     std::unordered_map<uint64_t, uint32_t> mPendingReleases GUARDED_BY(mControlMutex);
     bool mAwaitsRoom GUARDED_BY(mControlMutex) = false;

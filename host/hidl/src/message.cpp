@@ -6,6 +6,7 @@
 #include <transport/message.h>
 
 #include "bulk.h"
+#include "receive_space.h"
 
 namespace android::hardware::transport {
 namespace {
@@ -66,6 +67,10 @@ const uint8_t* BulkView::at(size_t offset, size_t size) const {
 
 void BulkView::giveBack() {
     mMapping->giveBack(mBlock);
+}
+
+void Room::release() {
+    mShare->release(mSize, mOneway);
 }
 
 Attachments::~Attachments() {

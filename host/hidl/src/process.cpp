@@ -162,6 +162,7 @@ std::shared_ptr<Link> Process::connect(const RegistryEntry& entry) {
     hello.code = kWireVersion;
     hello.target = mName;
     if (link->sendControl(hello) != OK) return nullptr;
+    link->giveReceiveSpace(*link->control());
     auto source = std::make_shared<ControlSource>(link, false);
     mPool.add(source);
     std::lock_guard<std::mutex> lock(mMutex);

@@ -94,6 +94,11 @@ bool ControlSource::handle(IncomingMessage&& message, Turn& turn) {
             return hello(header);
         case kNewCallChannel:
             return newCallChannel(std::move(message));
+        case kReceiveSpace:
+            return mLink->takeReceiveSpace(&message);
+        case kRefused:
+            ReceiveSpace::own().audit(header.code);
+            return true;
         case kAcquire:
             mLink->acquire(header.target);
             return true;
@@ -123,6 +128,9 @@ bool ControlSource::newCallChannel(IncomingMessage&& message) {
     if (!isPacketSocket(socket)) return false;
     auto channel = std::make_shared<Channel>(std::move(socket), Channel::Kind::Call);
     if (!Process::self().admitsChannel(*mLink) || !mLink->addPeerChannel(channel)) return false;
+    // Before the pool may answer calls on the channel. A client that has no thread for its
+    // control channel reads this before its first reply.
+    if (mLink->knowsReceiveSpace()) mLink->giveReceiveSpace(*channel);
     Process::self().pool().add(std::make_shared<CallSource>(mLink, channel));
     return true;
 }

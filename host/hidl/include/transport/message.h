@@ -17,6 +17,7 @@
 namespace android::hardware::transport {
 
 class BulkMapping;
+class SpaceShare;
 
 /**
  * Memory for one packet or body. Those of packet size come from a small store of
@@ -108,6 +109,30 @@ class BulkView {
     size_t mSize = 0;
 };
 
+/** What a received message takes of the process's receive buffer, until this is destroyed. */
+class Room {
+  public:
+    Room() = default;
+    Room(SpaceShare* share, uint32_t size, bool oneway) : mShare(share), mSize(size), mOneway(oneway) {}
+    Room(Room&& other) noexcept { *this = std::move(other); }
+    Room& operator=(Room&& other) noexcept {
+        std::swap(mShare, other.mShare);
+        std::swap(mSize, other.mSize);
+        std::swap(mOneway, other.mOneway);
+        return *this;
+    }
+    ~Room() {
+        if (mShare != nullptr) release();
+    }
+
+  private:
+    void release();
+
+    SpaceShare* mShare = nullptr;
+    uint32_t mSize = 0;
+    bool mOneway = false;
+};
+
 /** What few messages carry beside their body. */
 struct Attachments {
     std::vector<ObjectReference> references;
@@ -132,6 +157,7 @@ struct IncomingMessage {
     const uint8_t* body = nullptr;
     size_t bodySize = 0;
     BulkView bulk;
+    Room room;
     std::unique_ptr<Attachments> attachments;
 
     Attachments& attach() {

@@ -4,6 +4,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <atomic>
+
 /**
  * The wire format between two processes of the virtual TV.
  *
@@ -13,14 +15,15 @@
  * SOCK_SEQPACKET: one message is one packet, whole or not at all, and no peer can
  * leave half a message behind. Integers are little-endian.
  *
- *      0       4   5   6       8      12      14      16              24      28      32
- *     +-------+---+---+-------+-------+-------+-------+---------------+-------+-------+----
- *     | body  |typ|flg|objects| code  |  fds  |process| target object | bulk  | bulk  | body ...
- *     | size  |   |   | count |       | count |  or   |               |offset | size  |
- *     +-------+---+---+-------+-------+-------+-------+---------------+-------+-------+----
+ *      0       4   5   6       8      12      14      16              24      28      32      36      40
+ *     +-------+---+---+-------+-------+-------+-------+---------------+-------+-------+-------+-------+----
+ *     | body  |typ|flg|objects| code  |  fds  |process| target object | bulk  | bulk  | room  |   0   | body
+ *     | size  |   |   | count |       | count |  or   |               |offset | size  |       |       | ...
+ *     +-------+---+---+-------+-------+-------+-------+---------------+-------+-------+-------+-------+----
  *
  * `processor` is the one on which the sender ran: a receiver on another looks for the
- * next message for a while before it sleeps (spin.h). Nothing else depends on it.
+ * next message for a while before it sleeps (spin.h). Nothing else depends on it. `room`
+ * is what the sender has claimed of the receiver's buffer for this message.
  *
  * The body is followed by `objects count` references of 16 bytes:
  *
@@ -58,10 +61,33 @@
  *
  * *Descriptors* need a slower way to receive. The packet kDescriptorsFollow announces
  * that the next packet of the channel carries some.
+ *
+ * *The receive buffer* of a process has room for kTransactionLimit bytes (half of them for
+ * oneway calls) of all messages to it that are sent and not yet handled. Their sizes are
+ * those of the platform (Parcel.h); the smallest are not counted. Nothing lies in that
+ * buffer: it is two pages of numbers, which a process shares with its peers by
+ * kReceiveSpace. Each link has a slot in both. All totals run from the beginning, modulo
+ * 2^32:
+ *
+ *     claims (the peers write)      books (only the receiver can write)
+ *                                  +-------+-------+
+ *                                  | slots | look  |
+ *                                  | used  |       |
+ *     +-------+-------+            +-------+-------+-------+-------+
+ *     |claimed|claimed|            |counts |released|released| 0   |
+ *     |  all  |oneway |            |0 or 1 |  all   |oneway  |     |
+ *     +-------+-------+            +-------+-------+-------+-------+
+ *      ...                          ...
+ *
+ * In flight are `claimed - released` of all slots that count. A sender adds the size to
+ * `claimed` of its slot and sends if the sum fits, otherwise it subtracts the size again and
+ * the call fails. The receiver adds `room` to `released` when the message is handled. A
+ * caller that is refused says so by kRefused, with `look` as it was then; receive_space.h
+ * tells what for.
  */
 namespace android::hardware::transport {
 
-constexpr size_t kHeaderSize = 32;
+constexpr size_t kHeaderSize = 40;
 
 enum MessageType : uint8_t {
     kHello = 1,       // first on a control channel: code = kWireVersion, target = the process
@@ -71,9 +97,11 @@ enum MessageType : uint8_t {
     kCall,            // call channel, or control channel with kOneway
     kReply,           // call channel: code = transport status
     kDescriptorsFollow,
-    kReplyRead,  // call channel: the reply that brought objects home was read
+    kReplyRead,     // call channel: the reply that brought objects home was read
+    kReceiveSpace,  // once a link and direction: two descriptors, books and claims; code = the slot
+    kRefused,       // control: a call found no room; code = the look
 };
-constexpr uint8_t kLastMessageType = kReplyRead;
+constexpr uint8_t kLastMessageType = kRefused;
 
 enum MessageFlags : uint8_t {
     kOneway = 1,
@@ -93,10 +121,12 @@ struct MessageHeader {
     uint64_t target;
     uint32_t bulkOffset;
     uint32_t bulkSize;
+    uint32_t room;
+    uint32_t reserved;
 };
 static_assert(sizeof(MessageHeader) == kHeaderSize);
 static_assert(offsetof(MessageHeader, code) == 8 && offsetof(MessageHeader, target) == 16 &&
-              offsetof(MessageHeader, bulkOffset) == 24);
+              offsetof(MessageHeader, bulkOffset) == 24 && offsetof(MessageHeader, room) == 32);
 
 enum ObjectOwner : uint32_t { kSendersObject = 1, kReceiversObject = 2 };
 
@@ -115,6 +145,31 @@ struct BufferRecord {
 };
 static_assert(sizeof(BufferRecord) == 16);
 
+/** What is counted of the messages in flight: all of them, and the oneway calls among them. */
+enum SpaceTotal : size_t { kAllMessages, kOnewayMessages, kSpaceTotals };
+
+constexpr size_t kSpaceSlots = 252;
+
+struct SpaceClaims {
+    struct Slot {
+        std::atomic<uint32_t> claimed[kSpaceTotals];
+    };
+    Slot slots[kSpaceSlots];
+};
+
+struct SpaceBooks {
+    struct Slot {
+        std::atomic<uint32_t> counts;
+        std::atomic<uint32_t> released[kSpaceTotals];
+        uint32_t reserved;
+    };
+    std::atomic<uint32_t> slotsUsed;
+    std::atomic<uint32_t> look;
+    Slot slots[kSpaceSlots];
+};
+static_assert(sizeof(SpaceClaims::Slot) == 8 && sizeof(SpaceBooks::Slot) == 16 &&
+              offsetof(SpaceBooks, slots) == 8);
+
 constexpr uint32_t kWireVersion = 2;
 constexpr uint32_t kNoParent = 0xffffffff;
 constexpr uint32_t kInline = 0xffffffff;
@@ -124,11 +179,14 @@ constexpr uint32_t kNullObject = 0xffffffff;
 constexpr size_t kMaxPacket = 32 * 1024;
 /** Plain data up to here is cheaper in the packet. */
 constexpr size_t kBulkThreshold = 4 * 1024;
-/** The platform's transaction space of a process; a oneway call may take half of it. */
+/** The receive buffer of a process; oneway calls may take half of it. */
 constexpr size_t kTransactionLimit = 1024 * 1024 - 2 * 4096;
 /** What one message may carry; far above any interface, below the kernel's 253. */
 constexpr size_t kMaxDescriptors = 128;
 constexpr size_t kMaxObjects = 1024;
+
+/** Messages up to this size are not counted: many of them are still little, and are to be fast. */
+constexpr size_t kMaxUncounted = 512;
 
 /**
  * Shared memory of a sender: room for one transaction and what alignment costs, beside
