@@ -29,7 +29,7 @@ void serveAll() {
 android::base::unique_fd connectToService() {
     SocketPair sockets;
     auto link = std::make_shared<Link>(std::move(sockets.far), getpid(), getuid());
-    Process::self().pool().add(std::make_shared<ControlSource>(link, true));
+    ControlSource::watch(link, true);
     return std::move(sockets.near);
 }
 

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <random>
 
+#include "offer.h"
 #include "raw_peer.h"
 
 namespace hidlaudio::test {
@@ -37,7 +38,7 @@ TEST_F(HostileTest, WhoIsSilentOrDoesNotReadStopsNobody) {
         RawClient hasty;
         for (int i = 0; i < 10; ++i) EXPECT_TRUE(sendRaw(hasty.channel, rawCall(hasty.object(), kMark)));
     }
-    expectUnharmed(4);
+    expectUnharmed(7);
 }
 
 // Calls that nest for ever, each made from within the callback of the one before.
@@ -171,6 +172,16 @@ TEST_F(HostileTest, AServiceThatCannotEvenRefuseDoesNotSpin) {
     ASSERT_EQ(prlimit(service_.pid(), RLIMIT_NOFILE, &before, nullptr), 0);
     EXPECT_TRUE(sendRaw(waiting.channel, rawCall(waiting.object(), kMark)));
     EXPECT_EQ(positionOfReply(waiting.channel), 0u);
+}
+
+// Whatever descriptors a process has sent, nothing of them is left once it has ended.
+TEST_F(HostileTest, DescriptorsOfADeadProcessAreClosed) {
+    for (const std::string& name : offerNames()) {
+        SCOPED_TRACE(name);
+        for (int i = 0; i < 3; ++i) EXPECT_EQ(Helper({"offer", name}).wait(), 0);
+        expectUnharmed();
+        EXPECT_EQ(errorOf(probe_->setCallback(nullptr)), "");
+    }
 }
 
 using KilledClientsTest = HidlTest;

@@ -11,6 +11,7 @@
 #include <deque>
 #include <random>
 
+#include "offer.h"
 #include "probe.h"
 
 // The processes around a test: services, and clients that are killed or many.
@@ -98,6 +99,10 @@ int sendBytes(const Arguments& arguments) {
     return 0;
 }
 
+int offerDescriptors(const Arguments& arguments) {
+    _exit(offer(arguments.at(0)) ? 0 : 1);
+}
+
 // What a client may be at when it is killed.
 [[noreturn]] void live(uint32_t seed) {
     std::minstd_rand random(seed);
@@ -141,8 +146,8 @@ int churn(const Arguments& arguments) {
 }
 
 constexpr std::pair<const char*, int (*)(const Arguments&)> kRoles[] = {
-    {"serve", serve}, {"hold", hold},      {"hang", hang},   {"fetch", fetch},
-    {"await", await}, {"send", sendBytes}, {"churn", churn},
+    {"serve", serve}, {"hold", hold},      {"hang", hang},           {"fetch", fetch},
+    {"await", await}, {"send", sendBytes}, {"offer", offerDescriptors}, {"churn", churn},
 };
 
 }  // namespace

@@ -32,6 +32,7 @@ enum ProbeMethod : uint32_t {
     kWait = 15,
     kAnswerThenWait = 16,
     kCallBack = 18,
+    kCallBackFromThread = 19,
 };
 
 /** A message as a peer may make it: nothing in the header follows from the rest by itself. */

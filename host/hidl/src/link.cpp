@@ -69,6 +69,11 @@ void Link::kill() {
     shutdownAll(peerChannels);
 }
 
+void Link::hangUp() {
+    const std::shared_ptr<Channel> channel = control();
+    if (channel != nullptr) channel->shutdown();
+}
+
 void Link::end() {
     kill();
     std::unordered_map<uint64_t, Export> exports;

@@ -34,6 +34,11 @@ class Link : public std::enable_shared_from_this<Link> {
     bool dead() const { return mDead.load(std::memory_order_acquire); }
     /** Wakes everything that waits for the peer; the pool then ends the link. */
     void kill();
+    /**
+     * The peer's process has ended. Closes the control channel; what the peer has sent on it
+     * is still read.
+     */
+    void hangUp();
     /** For the pool, once: gives the peer's objects up and tells who asked to be told. */
     void end();
     bool ended();

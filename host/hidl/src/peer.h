@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <sys/types.h>
 
 namespace android::hardware::transport {
@@ -14,7 +15,13 @@ struct Peer {
 /** False where the peer is another user's, or the kernel does not tell. */
 bool peerOf(int socket, Peer* peer);
 
-/** Whether a descriptor that a peer sent is a socket as call channels are. */
-bool isPacketSocket(int fd);
+/**
+ * Whether a descriptor that the process `peer` sent is a socket as call channels are: one end
+ * of a pair that this process made.
+ */
+bool isChannelOf(int fd, pid_t peer);
+
+/** A descriptor that becomes readable when the process ends; negative, with errno, on failure. */
+base::unique_fd openProcess(pid_t pid);
 
 }  // namespace android::hardware::transport

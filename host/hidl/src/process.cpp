@@ -163,8 +163,7 @@ std::shared_ptr<Link> Process::connect(const RegistryEntry& entry) {
     hello.target = mName;
     if (link->sendControl(hello) != OK) return nullptr;
     link->giveReceiveSpace(*link->control());
-    auto source = std::make_shared<ControlSource>(link, false);
-    mPool.add(source);
+    auto source = ControlSource::watch(link, false);
     std::lock_guard<std::mutex> lock(mMutex);
     mLinks[entry.process] = link;
     mConnected[link->number] = source;

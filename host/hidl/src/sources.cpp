@@ -49,7 +49,7 @@ void ListenSource::accept() {
         ALOGE("process %d has too many connections: one is refused", peer.pid);
         return;
     }
-    Process::self().pool().add(std::make_shared<ControlSource>(link, true));
+    ControlSource::watch(link, true);
 }
 
 void ListenSource::refuse() {
@@ -68,8 +68,31 @@ void ListenSource::refuse() {
     }
 }
 
+void PeerSource::ready(Turn& turn) {
+    turn.forget();
+    Process::self().pool().remove(*this);
+    mLink->hangUp();
+}
+
+std::shared_ptr<ControlSource> ControlSource::watch(const std::shared_ptr<Link>& link, bool expectsHello) {
+    std::shared_ptr<PeerSource> peer;
+    base::unique_fd process = openProcess(link->peerPid);
+    if (process >= 0) {
+        peer = std::make_shared<PeerSource>(link, std::move(process));
+        Process::self().pool().add(peer);
+    } else if (errno == ESRCH) {
+        link->hangUp();  // it ended before it was accepted
+    } else {
+        ALOGW("can't watch process %d: %s", link->peerPid, strerror(errno));
+    }
+    auto control = std::make_shared<ControlSource>(link, peer, expectsHello);
+    Process::self().pool().add(control);
+    return control;
+}
+
 void ControlSource::finish() {
     if (mFinished.exchange(true)) return;
+    if (mPeer != nullptr) Process::self().pool().remove(*mPeer);
     Process::self().pool().remove(*this);
     Process::self().forget(*mLink);
     mLink->end();
@@ -125,7 +148,7 @@ bool ControlSource::hello(const MessageHeader& header) {
 bool ControlSource::newCallChannel(IncomingMessage&& message) {
     if (message.fdCount() != 1) return false;
     base::unique_fd& socket = message.attachments->fds.front();
-    if (!isPacketSocket(socket)) return false;
+    if (!isChannelOf(socket, mLink->peerPid)) return false;
     auto channel = std::make_shared<Channel>(std::move(socket), Channel::Kind::Call);
     if (!Process::self().admitsChannel(*mLink) || !mLink->addPeerChannel(channel)) return false;
     // Before the pool may answer calls on the channel. A client that has no thread for its

@@ -24,12 +24,38 @@ class ListenSource : public Source {
     base::unique_fd mReserve;
 };
 
+/**
+ * The process of a link's peer. Closes the control channel when the process ends: its sockets
+ * need not close then, because another process, or this one, may hold the other ends.
+ */
+class PeerSource : public Source {
+  public:
+    PeerSource(std::shared_ptr<Link> link, base::unique_fd process)
+        : mLink(std::move(link)), mProcess(std::move(process)) {}
+    int fd() const override { return mProcess.get(); }
+    void ready(Turn& turn) override;
+
+  private:
+    const std::shared_ptr<Link> mLink;
+    const base::unique_fd mProcess;
+};
+
 /** A link's control channel. Ends the link when the channel does. */
 class ControlSource : public Source {
   public:
-    /** @param expectsHello the peer connected to us and has yet to say who it is */
-    ControlSource(std::shared_ptr<Link> link, bool expectsHello)
-        : mLink(std::move(link)), mControl(mLink->control()), mExpectsHello(expectsHello) {}
+    /**
+     * Has the pool watch the link and its peer.
+     *
+     * @param expectsHello the peer connected to us and has yet to say who it is
+     */
+    static std::shared_ptr<ControlSource> watch(const std::shared_ptr<Link>& link, bool expectsHello);
+
+    /** @param peer the link's peer, which the pool watches already; may be null */
+    ControlSource(std::shared_ptr<Link> link, std::shared_ptr<PeerSource> peer, bool expectsHello)
+        : mLink(std::move(link)),
+          mPeer(std::move(peer)),
+          mControl(mLink->control()),
+          mExpectsHello(expectsHello) {}
     int fd() const override { return mControl->fd(); }
     void ready(Turn& turn) override;
     const std::shared_ptr<Link>& link() const { return mLink; }
@@ -44,6 +70,7 @@ class ControlSource : public Source {
     bool oneway(IncomingMessage&& message, Turn& turn);
 
     const std::shared_ptr<Link> mLink;
+    const std::shared_ptr<PeerSource> mPeer;
     const std::shared_ptr<Channel> mControl;
     bool mExpectsHello;
     std::atomic<bool> mFinished{false};
