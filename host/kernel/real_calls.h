@@ -10,12 +10,12 @@
 
 // If time_t is wider than a long, calls with times are compiled to other functions of libc.
 #if defined(__USE_TIME_BITS64) && __TIMESIZE == 32
-#pragma redefine_extname __real_ioctl __real___ioctl_time64
-#pragma redefine_extname __wrap_ioctl __wrap___ioctl_time64
-#pragma redefine_extname __real_nanosleep __real___nanosleep64
-#pragma redefine_extname __wrap_nanosleep __wrap___nanosleep64
-#pragma redefine_extname __real_timerfd_settime __real___timerfd_settime64
-#pragma redefine_extname __wrap_timerfd_settime __wrap___timerfd_settime64
+#define __real_ioctl __real___ioctl_time64
+#define __wrap_ioctl __wrap___ioctl_time64
+#define __real_nanosleep __real___nanosleep64
+#define __wrap_nanosleep __wrap___nanosleep64
+#define __real_timerfd_settime __real___timerfd_settime64
+#define __wrap_timerfd_settime __wrap___timerfd_settime64
 #endif
 
 /**
