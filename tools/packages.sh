@@ -26,7 +26,7 @@ install_packages() {
     # One list of many that a mirror has half copied: the packages may all be in the others.
     "${root[@]}" apt-get update -qq ||
         echo "Not all package lists could be fetched; trying with those that are there." >&2
-    "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+    "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
 # A name without an architecture is not installed by being there for another one alone.
