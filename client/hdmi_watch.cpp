@@ -2,6 +2,8 @@
 #include "hdmi_watch.h"
 
 #include <android-base/thread_annotations.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
@@ -159,7 +161,7 @@ int Watch::handle(const Event& event) {
 
 int Watch::handleStart() {
     const Deadline deadline(mInvocation, mName);
-    const sp<IHdmiAudio> service = IHdmiAudio::getService();
+    const sp<IHdmiAudio> service = IHdmiAudio::tryGetService();
     // It may have gone again, or be the one that was there when its start was asked for.
     if (service == nullptr || interfacesEqual(service, mService)) return kDone;
     return follow(service);

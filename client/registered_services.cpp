@@ -2,6 +2,7 @@
 #include "registered_services.h"
 
 #include <android-base/stringprintf.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
 

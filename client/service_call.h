@@ -33,13 +33,14 @@ int examine(const android::hardware::details::return_status& returned, const std
 
 /**
  * Runs `use` on the "default" service of an interface, all of it within one Deadline;
- * the exit status that it returns, or kNoService.
+ * the exit status that it returns, or kNoService. A service that is not registered is reported
+ * at once; getService would wait for it.
  */
 template <typename Interface, typename Use>
 int withService(const Invocation& invocation, Use use) {
     const std::string name = std::string(Interface::descriptor) + "/default";
     const Deadline deadline(invocation, name);
-    const android::sp<Interface> service = Interface::getService();
+    const android::sp<Interface> service = Interface::tryGetService();
     return service != nullptr ? use(*service, name) : noService(name);
 }
 

@@ -4,6 +4,7 @@
 #include <android-base/stringprintf.h>
 #include <android-base/unique_fd.h>
 #include <android/hidl/base/1.0/IBase.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
 #include <cutils/native_handle.h>
 #include <errno.h>
 #include <fcntl.h>

@@ -234,7 +234,7 @@ int start(const Invocation& invocation, const Options& options) {
     sp<IHeadphoneVirtualizer> service;
     {
         const Deadline deadline(invocation, name);
-        service = IHeadphoneVirtualizer::getService();
+        service = IHeadphoneVirtualizer::tryGetService();
     }
     if (service == nullptr) return noService(name);
     Upload upload{invocation, options, service, name, std::move(data), 0, nullptr};

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android-base/stringprintf.h>
 #include <android-base/thread_annotations.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <hidl/ServiceManagement.h>
 
 #include <chrono>

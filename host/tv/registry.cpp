@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "registry.h"
 
+#include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/ServiceManagement.h>
 
 #include <algorithm>

@@ -41,6 +41,7 @@ TEST_F(Audioctl, ReadsAndSetsTheExternalOutput) {
 
 TEST_F(Audioctl, ExplainsWhatTheServiceDoesNotDo) {
     const std::string missing = std::string(kExternal) + "/default is not registered";
+    makeFile(tv_ / "manifest", std::string(kExternal) + "/default\n");  // for which getService would wait
     const auto service = serve({"external"});
     expectAll({{{"external", "format", "huge"}, 0, "", ""},
                {{"external", "formats"}, 1, "", "FAILED_TRANSACTION"},

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android/hidl/manager/1.0/IServiceManager.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
 #include <com/tovi/dtv/hardware/audio/5.1/IAcousticCalibration.h>

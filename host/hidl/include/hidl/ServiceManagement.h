@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <android/hidl/manager/1.0/IServiceManager.h>
 #include <utils/StrongPointer.h>
+
+namespace android::hidl::manager::V1_0 {
+struct IServiceManager;  // as on the platform: who calls it includes its header
+}
 
 namespace android::hardware {
 
