@@ -1,13 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android/hardware/audio/5.0/IDevicesFactory.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputEncodingStatusListener.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IOutputExternal.h>
+#include <com/tovi/dtv/hardware/audio/4.0/ICenterSpeaker.h>
 #include <com/tovi/dtv/hardware/audio/5.1/IAcousticCalibration.h>
+#include <com/tovi/dtv/hardware/audio/5.1/IHeadphoneVirtualizer.h>
 #include <com/tovi/dtv/hardware/audio/6.1/IMicControl.h>
 #include <com/tovi/dtv/hardware/audio/6.1/IOutputSpeaker.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <hidl/ServiceManagement.h>
 
+#include <chrono>
+#include <future>
 #include <sstream>
 
 #include "tests/support/becomes_true.h"
@@ -18,8 +25,12 @@ namespace {
 
 using namespace com::tovi::dtv::hardware::audio;
 using namespace com::tovi::dtv::hardware::audio::V3_1;
+using namespace std::chrono_literals;
+using android::hardware::audio::V5_0::IDevicesFactory;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 constexpr char kMainCalled[] = "D HidlAudio: ########## HIDL server side: main() is called:";
 constexpr char kNoHal[] = "E hidlaudio: load audio interface failed";
@@ -39,9 +50,47 @@ std::vector<std::string> logOf(const RunningProgram& daemon) {
     return lines;
 }
 
+constexpr char kMicrophone[] = "AUDIO_DEVICE_IN_BUILTIN_MIC";
+
+/** The newest interface of each service. */
+const std::vector<std::string> kServices = {
+    IHdmiAudio::descriptor,
+    IOutputEncodingStatusListener::descriptor,
+    IOutputExternal::descriptor,
+    V6_1::IOutputSpeaker::descriptor,
+    V5_1::IAcousticCalibration::descriptor,
+    V4_0::ICenterSpeaker::descriptor,
+    V6_1::IMicControl::descriptor,
+    V5_1::IHeadphoneVirtualizer::descriptor,
+};
+
+std::vector<std::string> registeredServices() {
+    std::vector<std::string> names;
+    const auto keep = [&names](const auto& list) { names.assign(list.begin(), list.end()); };
+    EXPECT_TRUE(android::hardware::defaultServiceManager()->list(keep).isOk());
+    return names;
+}
+
+bool hasLogged(const RunningProgram& daemon, const std::string& text) {
+    return becomesTrue([&] { return daemon.err().find(text) != std::string::npos; });
+}
+
 class Daemon : public testing::Test {
   protected:
     void switchTvOn() { makeFile(tv_ / "data/vendor/tmp/dtv_svc_is_ready"); }
+
+    /** Makes the TV's manifest. */
+    void declare(const std::vector<std::string>& interfaces) const {
+        std::string manifest;
+        for (const std::string& interface : interfaces) manifest += interface + "/default\n";
+        makeFile(tv_ / "manifest", manifest);
+    }
+
+    void declareAllAndHal() const {
+        std::vector<std::string> interfaces = kServices;
+        interfaces.emplace_back(IDevicesFactory::descriptor);
+        declare(interfaces);
+    }
 
     PrivateTv tv_{"data/vendor/tmp", "data/vendor/tovi/hidlaudio", "soc/config", "soc/faults"};
 };
@@ -73,7 +122,7 @@ TEST_F(Daemon, KeepsTheCalibrationThroughAKill) {
     makeFile(offset);
     makeFile(tv_ / "hal/parameters/ac_offset");
     const RunningProgram hal({AUDIO_HAL});
-    awaitService<android::hardware::audio::V5_0::IDevicesFactory>();
+    awaitService<IDevicesFactory>();
     {
         const RunningProgram daemon({DAEMON});
         // A client of the first version reaches the same object.
@@ -97,25 +146,68 @@ TEST_F(Daemon, OutlivesTheHal) {
     makeFile(tv_ / "soc/audio_decoder/volume_offset");
     makeFile(tv_ / "hal/parameters/builtin_mic_gain", "0.25\n");
     RunningProgram hal({AUDIO_HAL});
-    awaitService<android::hardware::audio::V5_0::IDevicesFactory>();
+    awaitService<IDevicesFactory>();
     const RunningProgram daemon({DAEMON});
     const auto mic = awaitService<V6_1::IMicControl>();
-    EXPECT_EQ(mic->getMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC"), 0.25F);
+    EXPECT_EQ(mic->getMicGain(kMicrophone), 0.25F);
     kill(hal.pid(), SIGKILL);
     EXPECT_EQ(hal.wait(), 128 + SIGKILL);
-    EXPECT_EQ(mic->getMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC"), 0.0F);
-    EXPECT_EQ(mic->setMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC", 0.5F), -1);
+    EXPECT_EQ(mic->getMicGain(kMicrophone), 0.0F);
+    EXPECT_EQ(mic->setMicGain(kMicrophone, 0.5F), -1);
     EXPECT_THAT(daemon.err(), HasSubstr("E MicControl: setParameters failed"));
-    EXPECT_EQ(mic->getMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC"), 0.0F) << "once more";
+    EXPECT_EQ(mic->getMicGain(kMicrophone), 0.0F) << "once more";
     EXPECT_EQ(awaitService<V6_1::IOutputSpeaker>()->setTvPosition(1), 0);
     EXPECT_EQ(contentOf(tv_ / "soc/config/g_audio__tv_position"), "1\n");
     EXPECT_EQ(awaitService<V5_1::IAcousticCalibration>()->setEnabled(false), 0);
 }
 
+constexpr char kWaitsForHal[] =
+    "W HidlServiceManagement: Waited one second for android.hardware.audio@5.0::IDevicesFactory/default";
+
+TEST_F(Daemon, ServesOneCallAtATimeIfTheHalComesLate) {
+    switchTvOn();
+    declareAllAndHal();
+    makeFile(tv_ / "hal/parameters/builtin_mic_gain");
+    const RunningProgram daemon({DAEMON});
+    ASSERT_TRUE(hasLogged(daemon, kWaitsForHal));
+    const RunningProgram hal({AUDIO_HAL});
+    const auto mic = awaitService<V6_1::IMicControl>();
+    const auto external = awaitService<IOutputExternal>();
+    kill(hal.pid(), SIGSTOP);
+    auto blocked = std::async(std::launch::async, [&] { return mic->setMicGain(kMicrophone, 0.5F) == 0; });
+    EXPECT_TRUE(hasLogged(daemon, "[setMicGain] start"));
+    auto other = std::async(std::launch::async, [&] { return bool{external->getForceEncodingEnabled()}; });
+    EXPECT_EQ(other.wait_for(200ms), std::future_status::timeout) << "served by another thread meanwhile";
+    kill(hal.pid(), SIGCONT);
+    EXPECT_TRUE(blocked.get());
+    EXPECT_TRUE(other.get());
+}
+
+TEST_F(Daemon, RegistersNothingWhileItWaitsForADeclaredHal) {
+    switchTvOn();
+    declareAllAndHal();
+    RunningProgram daemon({DAEMON});
+    EXPECT_TRUE(hasLogged(daemon, kWaitsForHal));
+    EXPECT_THAT(registeredServices(), IsEmpty());
+    kill(daemon.pid(), SIGTERM);
+    EXPECT_EQ(daemon.wait(), 128 + SIGTERM);
+}
+
+TEST_F(Daemon, ServesEverythingElseIfTheHalIsUndeclared) {
+    switchTvOn();
+    declare(kServices);
+    EXPECT_EQ(RunningProgram({AUDIO_HAL}).wait(), 1) << "it cannot be registered";
+    const RunningProgram daemon({DAEMON});
+    EXPECT_EQ(awaitService<V6_1::IMicControl>()->setMicGain(kMicrophone, 0.5F), -1);
+    EXPECT_TRUE(awaitService<IOutputExternal>()->getForceEncodingEnabled());
+    const std::vector<std::string> registered = registeredServices();
+    for (const std::string& interface : kServices) EXPECT_THAT(registered, Contains(interface + "/default"));
+    EXPECT_TRUE(hasLogged(daemon, "E AudioOutSp: load audio interface failed"));
+}
+
 TEST_F(Daemon, ServesOnlyOnceTheTvIsReady) {
     const RunningProgram daemon({DAEMON});
-    EXPECT_TRUE(
-        becomesTrue([&] { return daemon.err().find("waiting dtv_svc>>>>> count:3") != std::string::npos; }));
+    EXPECT_TRUE(hasLogged(daemon, "waiting dtv_svc>>>>> count:3"));
     EXPECT_EQ(IOutputEncodingStatusListener::getService(), nullptr);
     switchTvOn();
     EXPECT_TRUE(awaitService<IOutputExternal>()->getForceEncodingEnabled());
