@@ -14,6 +14,7 @@
 #include "commands.h"
 #include "host/root/folder_lock.h"
 #include "host/root/tv_check.h"
+#include "host/root/number_argument.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
 #include "interrupt.h"
@@ -29,7 +30,7 @@ namespace {
 using std::chrono::steady_clock;
 
 /** The daemon may wait 20 s for each of five things before it serves. */
-constexpr std::chrono::seconds kLongestStart{180};
+constexpr unsigned kLongestStart = 180;
 constexpr size_t kLastLines = 10;
 
 struct Started {
@@ -38,8 +39,14 @@ struct Started {
     bool isChild = true;  // false: it ran already
 };
 
+struct Options {
+    bool background = false;
+    unsigned timeout = kLongestStart;  // in seconds, for the services of each program
+};
+
 struct Boot {
     bool background = false;
+    unsigned timeout = kLongestStart;
     LogTail log{LogTail::From::End};
     std::vector<Started> started;
 };
@@ -129,14 +136,27 @@ bool allRegistered(const Boot& boot) {
                        [](const Started& one) { return servicesRegistered(one.program, one.process.pid); });
 }
 
+std::string withLog(const Boot& boot, const std::string& reason) {
+    return reason + ". The last lines of the log:\n" + boot.log.lastLines(kLastLines);
+}
+
+/** Names the programs that have not registered all of their services, and the first of these. */
+std::string describeTimeout(const Boot& boot) {
+    std::string text;
+    for (const Started& one : boot.started) {
+        const std::vector<std::string> missing = missingServices(one.program, one.process.pid);
+        if (missing.empty()) continue;
+        text += (text.empty() ? "" : ", ") + one.program + " has not registered " + describeMissing(missing);
+    }
+    return text + " within " + std::to_string(boot.timeout) + " s";
+}
+
 /** Waits until what was started has registered its services. Returns an empty string, or why not. */
 std::string awaitServices(const Boot& boot, const Interrupt& interrupt) {
-    const auto deadline = steady_clock::now() + kLongestStart;
+    const auto deadline = steady_clock::now() + std::chrono::seconds(boot.timeout);
     while (!allRegistered(boot)) {
-        if (const auto ending = anyEnding(boot)) {
-            return ending->how + ". The last lines of the log:\n" + boot.log.lastLines(kLastLines);
-        }
-        if (steady_clock::now() > deadline) return "the services did not come up; see `tv log`";
+        if (const auto ending = anyEnding(boot)) return withLog(boot, ending->how);
+        if (steady_clock::now() > deadline) return withLog(boot, describeTimeout(boot));
         if (interrupt.cameWithin(10)) return "interrupted";
     }
     return "";
@@ -197,21 +217,22 @@ int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     return stopped ? kDone : kFailed;
 }
 
-int bootTv(bool background) {
+int bootTv(const Options& options) {
     const std::optional<TvModel> model = openTv();
     if (!model) return kWrongUsage;
     const Interrupt interrupt;
     Boot boot;
-    boot.background = background;
+    boot.background = options.background;
+    boot.timeout = options.timeout;
     const std::string reason = startAll(model->backEnd, boot, interrupt);
     if (!reason.empty()) return fail(reason);
-    return background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
+    return options.background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
 }
 
 }  // namespace
 
 void addBoot(CLI::App& app, int& status) {
-    const auto background = std::make_shared<bool>(false);
+    const auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("boot", "Start the TV's programs");
     command->footer(
         "Starts the programs that lie beside `tv`, with their output appended to log/<program>.log, and\n"
@@ -219,8 +240,13 @@ void addBoot(CLI::App& app, int& status) {
         "if the others can be started after it. In the foreground, the programs also end if `tv` is killed.\n"
         "HIDLAUDIO_CLOCK=50 makes the time of the programs pass fifty times faster;\n"
         "HIDLAUDIO_FAULT=write:3:ENOSPC makes their third write fail.");
-    command->add_flag("--background", *background, "Return once every service is registered");
-    command->callback([background, &status] { status = bootTv(*background); });
+    command->add_flag("--background", options->background, "Return once every service is registered");
+    command
+        ->add_option("--timeout", options->timeout,
+                     "How long to wait for the services of each program, 1 to 86400 (default: 180)")
+        ->type_name("SECONDS")
+        ->check([](const std::string& given) { return checkInteger(given, 1, 86400); });
+    command->callback([options, &status] { status = bootTv(*options); });
 }
 
 }  // namespace hidlaudio::host

@@ -47,8 +47,8 @@ void addInit(CLI::App& app, int& status) {
     CLI::App* command = app.add_subcommand("init", "Make a new TV");
     command->footer(
         "Makes the folder of a TV with everything that one holds at the factory: the configuration\n"
-        "store, the readiness marker, an empty data partition. A folder that holds anything but a TV\n"
-        "is never touched.");
+        "store, the readiness marker, an empty data partition, and a manifest that declares the services\n"
+        "of its programs. A folder that holds anything but a TV is never touched.");
     command->add_option("--model", options->model, "be: with a back-end audio controller; standard: without")
         ->type_name("MODEL")
         ->check(CLI::IsMember({"be", "standard"}))

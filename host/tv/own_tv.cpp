@@ -28,28 +28,39 @@ std::string contentOf(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string awaitServices(const std::string& program, pid_t& pid) {
-    const auto deadline = steady_clock::now() + kLongestStart;
-    while (!servicesRegistered(program, pid)) {
-        if (const auto status = statusWithin(pid, 2ms)) {
-            pid = 0;
-            return program + " " + describe(*status);
-        }
-        if (steady_clock::now() > deadline) return program + " does not register its services";
-    }
-    return "";
-}
-
-std::string start(const OwnTv& tv, const std::string& program, std::vector<std::string> variables,
+std::string spawn(const OwnTv& tv, const std::string& program, std::vector<std::string> variables,
                   pid_t& pid) {
     setTvRoot(tv.root);
     variables.push_back("HIDLAUDIO_CLOCK=" + std::to_string(tv.clock));
     const ChildSetup setup{{programFile(program)}, variables, logOf(program), logOf(program), "/"};
-    if (const int error = startChild(setup, pid); error != 0) {
-        pid = 0;
-        return programFile(program) + ": " + strerror(error);
+    const int error = startChild(setup, pid);
+    if (error != 0) pid = 0;
+    return error == 0 ? "" : programFile(program) + ": " + strerror(error);
+}
+
+std::string restartEndedHal(OwnTv& tv) {
+    if (tv.hal == 0 || !statusWithin(tv.hal, 0ms)) return "";
+    return spawn(tv, "audio_hal", tv.halVariables, tv.hal);
+}
+
+std::string awaitServices(OwnTv& tv, const std::string& program, pid_t& pid) {
+    const auto deadline = steady_clock::now() + kLongestStart;
+    for (;;) {
+        const std::vector<std::string> missing = missingServices(program, pid);
+        if (missing.empty()) return "";
+        if (const auto status = statusWithin(pid, 2ms)) {
+            pid = 0;
+            return program + " " + describe(*status);
+        }
+        if (const std::string problem = restartEndedHal(tv); !problem.empty()) return problem;
+        if (steady_clock::now() > deadline) return program + " does not register " + describeMissing(missing);
     }
-    return awaitServices(program, pid);
+}
+
+std::string start(OwnTv& tv, const std::string& program, const std::vector<std::string>& variables,
+                  pid_t& pid) {
+    const std::string problem = spawn(tv, program, variables, pid);
+    return problem.empty() ? awaitServices(tv, program, pid) : problem;
 }
 
 void stop(pid_t& pid) {
@@ -76,6 +87,7 @@ std::string makeOwnTv(OwnTv& tv, const std::vector<std::string>& options) {
 }
 
 std::string startHal(OwnTv& tv, const std::vector<std::string>& variables) {
+    tv.halVariables = variables;
     return start(tv, "audio_hal", variables, tv.hal);
 }
 

@@ -19,7 +19,8 @@ struct OwnTv {
     std::string folder;  // where the commands run, with the files that they take
     pid_t hal = 0;       // 0: it does not run
     pid_t daemon = 0;
-    unsigned clock = 1;  // how much faster the programs' time passes
+    unsigned clock = 1;                       // how much faster the programs' time passes
+    std::vector<std::string> halVariables{};  // that the HAL was started with
 };
 
 /** Makes the TV by `tv init` with these options. Returns an empty string, or why not. */
@@ -27,7 +28,8 @@ std::string makeOwnTv(OwnTv& tv, const std::vector<std::string>& options);
 
 /**
  * Starts the audio HAL, then the daemon, with the further variables each, and waits until
- * all services are registered. Returns an empty string, or how it went wrong: what runs
+ * all services are registered. A HAL that ends while the daemon starts is started again, as the
+ * TV does: the daemon waits for it. Returns an empty string, or how it went wrong: what runs
  * then stays.
  */
 std::string startHal(OwnTv& tv, const std::vector<std::string>& variables);

@@ -5,52 +5,61 @@
 #include <hidl/ServiceManagement.h>
 
 #include <algorithm>
-#include <iterator>
-#include <string_view>
+#include <set>
+
+#include "daemon_services.h"
 
 namespace hidlaudio::host {
 namespace {
 
-using android::hardware::hidl_vec;
-using Entry = android::hidl::manager::V1_0::IServiceManager::InstanceDebugInfo;
+constexpr const char* kHalServices[] = {"android.hardware.audio@5.0::IDevicesFactory/default"};
 
-constexpr std::string_view kInstance = "default";
+std::vector<std::string> servicesOf(const std::string& program) {
+    if (program == "audio_hal") return {std::begin(kHalServices), std::end(kHalServices)};
+    return {std::begin(kDaemonServices), std::end(kDaemonServices)};
+}
 
-struct Service {
-    std::string_view program;
-    std::string_view interface;
-};
-
-/** The newest version of each; the older ones are registered along with it. */
-constexpr Service kServices[] = {
-    {"audio_hal", "android.hardware.audio@5.0::IDevicesFactory"},
-    {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IHdmiAudio"},
-    {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingStatusListener"},
-    {"hidlaudio", "com.tovi.dtv.hardware.audio@3.1::IOutputExternal"},
-    {"hidlaudio", "com.tovi.dtv.hardware.audio@6.1::IOutputSpeaker"},
-    {"hidlaudio", "com.tovi.dtv.hardware.audio@5.1::IAcousticCalibration"},
-    {"hidlaudio", "com.tovi.dtv.hardware.audio@4.0::ICenterSpeaker"},
-    {"hidlaudio", "com.tovi.dtv.hardware.audio@5.1::IHeadphoneVirtualizer"},
-    {"hidlaudio", "com.tovi.dtv.hardware.audio@6.1::IMicControl"},
-};
-
-bool isIn(const hidl_vec<Entry>& entries, const Service& service, pid_t pid) {
-    return std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) {
-        return service.interface == entry.interfaceName.c_str() && kInstance == entry.instanceName.c_str() &&
-               entry.pid == pid;
+std::set<std::string> namesRegisteredBy(pid_t pid) {
+    std::set<std::string> names;
+    const auto result = android::hardware::defaultServiceManager()->debugDump([&](const auto& entries) {
+        for (const auto& entry : entries) {
+            if (entry.pid == pid)
+                names.insert(std::string(entry.interfaceName) + "/" + std::string(entry.instanceName));
+        }
     });
+    if (!result.isOk()) names.clear();
+    return names;
 }
 
 }  // namespace
 
+std::string factoryManifest() {
+    std::string text =
+        "# The services that this TV declares, one INTERFACE/INSTANCE per line. A line also declares the\n"
+        "# older minor versions. A program can neither register nor find a service that is not declared.\n"
+        "# getService waits for a declared service that is not registered yet.\n";
+    for (const char* program : {"audio_hal", "hidlaudio"}) {
+        text += "\n";
+        for (const std::string& service : servicesOf(program)) text += service + "\n";
+    }
+    return text;
+}
+
+std::vector<std::string> missingServices(const std::string& program, pid_t pid) {
+    std::vector<std::string> missing = servicesOf(program);
+    const std::set<std::string> registered = namesRegisteredBy(pid);
+    const auto isRegistered = [&](const std::string& service) { return registered.count(service) != 0; };
+    missing.erase(std::remove_if(missing.begin(), missing.end(), isRegistered), missing.end());
+    return missing;
+}
+
 bool servicesRegistered(const std::string& program, pid_t pid) {
-    bool registered = false;
-    const auto result = android::hardware::defaultServiceManager()->debugDump([&](const auto& entries) {
-        registered = std::all_of(std::begin(kServices), std::end(kServices), [&](const Service& service) {
-            return service.program != program || isIn(entries, service, pid);
-        });
-    });
-    return result.isOk() && registered;
+    return missingServices(program, pid).empty();
+}
+
+std::string describeMissing(const std::vector<std::string>& missing) {
+    if (missing.size() == 1) return missing.front();
+    return missing.front() + " and " + std::to_string(missing.size() - 1) + " more";
 }
 
 }  // namespace hidlaudio::host

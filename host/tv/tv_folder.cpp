@@ -11,9 +11,11 @@
 #include "host/audio_hal/operations.h"
 #include "host/middleware/config_keys.h"
 #include "host/root/back_end_files.h"
+#include "host/root/manifest_file.h"
 #include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
+#include "registry.h"
 #include "terminal.h"
 #include "tuning_file.h"
 
@@ -58,7 +60,8 @@ struct File {
 };
 
 std::vector<File> factoryFiles() {
-    std::vector<File> files{{"/data/vendor/tmp/dtv_svc_is_ready", ""},
+    std::vector<File> files{{kManifestFile, factoryManifest()},
+                            {"/data/vendor/tmp/dtv_svc_is_ready", ""},
                             {"/data/vendor/tmp/recipe/aqda.bin", makeTuningFile()},
                             {"/soc/audio_decoder/channel_main_delay_sp", "20\n"},
                             {"/soc/audio_post/ready", "1\n"},

@@ -16,7 +16,7 @@ from doctor_checks.examination import examine  # noqa: E402
 
 HIDL_GEN = shutil.which("hidl-gen")
 ROOMS = [file.parent.name for file in TREE.glob("*/CMakeLists.txt") if "add_room(" in file.read_text()]
-KNOWN, REGISTRY = "client/known_services.cpp", "host/tv/registry.cpp"
+KNOWN = "client/known_services.cpp"
 EXAMINED = ["Android.bp", "CMakeLists.txt", "client", "host/interfaces", "host/middleware", "host/tv",
             "interfaces", "packaging", "service", *ROOMS]
 RC, XML, MATRIX = "packaging/hidlaudio.rc", "packaging/hidlaudio.xml", "packaging/compatibility_matrix.xml"
@@ -50,7 +50,7 @@ FAULTS = [
      "IMicControl is registered twice"),
     # the workstation's commands
     (KNOWN, r"^.*::IMicControl::.*\n", "", "::IMicControl (service/main.cpp"),
-    (REGISTRY, r"@6\.\d::IMicControl", "@6.0::IMicControl", "names com.tovi.dtv.hardware.audio@6.0::IMic"),
+    (KNOWN, r"V\d_\d::IMicControl", "V6_0::IMicControl", "names com.tovi.dtv.hardware.audio@6.0::IMic"),
     ("client/CMakeLists.txt", r"^ *mic\.cpp\n", "", "does not build client/mic.cpp"),
     ("client/command_line.cpp", r", addMic", "", "takes no addMic (client/commands.h"),
     # the TV's build file
@@ -156,7 +156,7 @@ FAULTS = [
 ]
 
 # Files without which nothing works: gone, or no text, is a finding like any other.
-NEEDED = [RC, XML, MATRIX, PAGE, KNOWN, REGISTRY, "Android.bp", "service/main.cpp", "service/CMakeLists.txt",
+NEEDED = [RC, XML, MATRIX, PAGE, KNOWN, "Android.bp", "service/main.cpp", "service/CMakeLists.txt",
           "interfaces/current.txt", "interfaces/Android.bp", "interfaces/6.1/Android.bp", "CMakeLists.txt",
           "platform/soc_middleware.h", "host/middleware/functions.h", POLICY + "file_contexts",
           POLICY + "genfs_contexts", POLICY + "hwservice_contexts", POLICY + "hidlaudio.te"]

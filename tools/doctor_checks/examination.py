@@ -22,7 +22,7 @@ def examine(root, hidl_gen=None):
     functions = middleware.load_functions(tree)
     middleware.check_page(tree, functions, code.paths)
     middleware.check_virtual_tv(tree, functions)
-    workstation.check_lists(tree, services)
+    workstation.check_known_services(tree, services)
     workstation.check_commands(tree)
     return sorted(set(tree.findings))
 

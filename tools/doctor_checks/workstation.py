@@ -1,35 +1,29 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The workstation's commands know each service in its newest version, and leave nothing of their own out."""
+"""`audioctl` knows each service in its newest version; it and `tv` leave nothing of their own out."""
 import re
 from pathlib import PurePath
 
 from .interfaces import MAIN, full_name
-from .tree import PACKAGE, line_of
+from .tree import line_of
 
-# The file, how it names a service, and the row to add.
-LISTS = (
-    ("client/known_services.cpp", r"\bV(\d+)_(\d+)::(\w+)::descriptor",
-     '{{"SHORT-NAME", audio::V{version}::{name}::descriptor}},'),
-    ("host/tv/registry.cpp", rf'"{re.escape(PACKAGE)}@(\d+)\.(\d+)::(\w+)"', '{{"hidlaudio", "{full}"}},'),
-)
+KNOWN = "client/known_services.cpp"
 
 
-def check_lists(tree, services):
-    """Each list holds the registered services and no others."""
+def check_known_services(tree, services):
+    """`audioctl` knows the registered services and no others."""
     newest = {service.chain[0]: service.line for service in services}
-    for file, pattern, row in LISTS:
-        code = tree.code(file)
-        listed = {(f"{match[1]}.{match[2]}", match[3]): line_of(code, match.start())
-                  for match in re.finditer(pattern, code)}
-        for key, line in newest.items():
-            if key not in listed:
-                version = key[0].replace(".", "_")
-                tree.find(file, 1, f"lacks {full_name(*key)} ({MAIN}:{line})",
-                          f"write: {row.format(version=version, name=key[1], full=full_name(*key))}")
-        for key, line in listed.items():
-            if key not in newest:
-                tree.find(file, line, f"names {full_name(*key)}, which is registered by no row of {MAIN}",
-                          "name the newest version, or remove the row")
+    code = tree.code(KNOWN)
+    known = {(f"{match[1]}.{match[2]}", match[3]): line_of(code, match.start())
+             for match in re.finditer(r"\bV(\d+)_(\d+)::(\w+)::descriptor", code)}
+    for key, line in newest.items():
+        if key not in known:
+            version = key[0].replace(".", "_")
+            tree.find(KNOWN, 1, f"lacks {full_name(*key)} ({MAIN}:{line})",
+                      f'write: {{"SHORT-NAME", audio::V{version}::{key[1]}::descriptor}},')
+    for key, line in known.items():
+        if key not in newest:
+            tree.find(KNOWN, line, f"names {full_name(*key)}, which is registered by no row of {MAIN}",
+                      "name the newest version, or remove the row")
 
 
 def check_commands(tree):
