@@ -22,12 +22,12 @@ using nlohmann::json;
 
 struct IntField {
     const char* name;
-    int32_t calibrationParameters::*value;
+    int32_t calibrationParameters::* value;
 };
 
 struct FloatField {
     const char* name;
-    float calibrationParameters::*value;
+    float calibrationParameters::* value;
 };
 
 constexpr IntField kInts[] = {

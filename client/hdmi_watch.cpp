@@ -203,7 +203,7 @@ void endWatching(int) {
 
 /** Also where whoever started this program has them ignored or blocked, as a shell's "&" does. */
 void endOnSignals() {
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = endWatching;
     sigset_t signals;
     sigemptyset(&signals);

@@ -33,7 +33,7 @@ fs::path folderOf(const fs::path& path) {
 
 /** A link in /proc leads to an open file, whatever name its text shows. */
 bool isInProc(const fs::path& path) {
-    struct statfs status {};
+    struct statfs status{};
     return statfs(folderOf(path).c_str(), &status) == 0 && status.f_type == PROC_SUPER_MAGIC;
 }
 
@@ -113,7 +113,7 @@ std::string writeTarget(const fs::path& target, const std::string& content) {
     if (isInProc(target)) return writeThrough(target, content);
     const unique_fd fd(open(target.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
     if (!fd.ok()) return errno == ENOENT ? replaceFile(target, nullptr, content) : strerror(errno);
-    struct stat status {};
+    struct stat status{};
     if (fstat(fd.get(), &status) != 0) return strerror(errno);
     return S_ISREG(status.st_mode) ? replaceFile(target, &status, content) : writeTo(fd.get(), content);
 }

@@ -30,7 +30,7 @@ void setTimer(double seconds) {
 }
 
 void takeAlarms() {
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = expire;
     sigaction(SIGALRM, &action, nullptr);
     // Whoever started this program may have blocked it.

@@ -102,10 +102,7 @@ int maxAppend(const Invocation& invocation) {
 }
 
 CLI::Option* addOptional(CLI::App* command, const char* name, const char* help) {
-    return command
-        ->add_option_function<std::string>(
-            name, [](const std::string&) {}, help)
-        ->type_name("");
+    return command->add_option_function<std::string>(name, [](const std::string&) {}, help)->type_name("");
 }
 
 void addSwitches(CLI::App* parent, Invocation& invocation) {

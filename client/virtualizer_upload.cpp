@@ -105,7 +105,7 @@ Clock::duration duration(double time) {
 
 /** Reads all of the file, which must have content; the exit status. */
 int readFile(const std::string& path, Bytes& bytes) {
-    struct stat status {};
+    struct stat status{};
     if (stat(path.c_str(), &status) != 0) return fail(kWrongUsage, path + ": " + strerror(errno));
     if (!S_ISREG(status.st_mode)) return fail(kWrongUsage, path + " is no regular file");
     if (status.st_size == 0) return fail(kWrongUsage, path + " is empty: there is nothing to upload");

@@ -9,7 +9,7 @@ namespace com::tovi::dtv::hardware::audio::platform {
 namespace {
 
 std::optional<KeptFile> look(int fd) {
-    struct stat status {};
+    struct stat status{};
     if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     KeptFile file{status.st_size, {}};
     if (read(fd, file.start, sizeof(file.start)) < 0) return std::nullopt;

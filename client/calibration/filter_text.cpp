@@ -43,7 +43,7 @@ struct Setting {
     const char* before;  // a word that may stand before the number
     const char* after;   // one that may stand behind it
     Quantity (*read)(std::string_view text);
-    std::optional<double> Values::*value;
+    std::optional<double> Values::* value;
 };
 
 Quantity readCentre(std::string_view text) {

@@ -56,8 +56,7 @@ std::vector<std::string> splitWords(std::string_view text) {
 
 std::string printable(std::string_view text) {
     std::string result(text.substr(0, kLongestQuote));
-    std::replace_if(
-        result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    std::replace_if(result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     return result + (text.size() > kLongestQuote ? "..." : "");
 }
 

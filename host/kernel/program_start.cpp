@@ -38,7 +38,7 @@ struct Watched {
 
 std::string problemOfTv(const std::string& root) {
     const std::string model = root + kModelFile;
-    struct stat status {};
+    struct stat status{};
     if (lstat(model.c_str(), &status) != 0)
         return root + " is no TV; `tv init` makes one, HIDLAUDIO_TV names another";
     return contentProblem(root);
@@ -59,7 +59,7 @@ int lockProgram(const std::string& root) {
 }
 
 bool isTvThere() {
-    struct stat status {};
+    struct stat status{};
     return stat(watched.lock, &status) == 0 && status.st_ino == watched.status.st_ino &&
            status.st_dev == watched.status.st_dev && __real_access(watched.registry, F_OK) == 0;
 }
@@ -78,7 +78,7 @@ void onDeletion(int) {
 }
 
 void takeSignal() {
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = onDeletion;
     action.sa_flags = SA_RESTART;
     sigaction(SIGIO, &action, nullptr);

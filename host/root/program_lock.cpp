@@ -13,7 +13,7 @@ namespace {
 
 /** Of the whole file. */
 struct flock writeLock() {
-    struct flock lock {};
+    struct flock lock{};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
     return lock;

@@ -23,7 +23,7 @@ const char* kindOf(mode_t mode) {
 int openRegularFile(const std::string& path, int flags, mode_t mode) {
     if ((flags & O_ACCMODE) != O_RDONLY) flags |= O_NOFOLLOW;
     OwnedDescriptor fd(open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode));
-    struct stat status {};
+    struct stat status{};
     if (fd.get() < 0 || fstat(fd.get(), &status) != 0) return -1;
     if (S_ISREG(status.st_mode)) return fd.release();
     fd.reset();
@@ -32,7 +32,7 @@ int openRegularFile(const std::string& path, int flags, mode_t mode) {
 }
 
 std::string irregularityOf(const std::string& path) {
-    struct stat status {};
+    struct stat status{};
     const char* const kind = lstat(path.c_str(), &status) == 0 ? kindOf(status.st_mode) : nullptr;
     return kind == nullptr ? "" : path + " is " + kind + ", not a regular file";
 }

@@ -58,7 +58,7 @@ std::string problemBelow(const std::string& root, const std::string& folder, Fil
         const std::string name = entry->d_name;
         if (name == "." || name == "..") continue;
         const std::string path = folder + "/" + name;
-        struct stat status {};
+        struct stat status{};
         // Programs that run replace and remove files.
         if (lstat(path.c_str(), &status) != 0) continue;
         std::string problem;
@@ -87,13 +87,13 @@ std::string problemOf(const std::string& root, Files files) {
 }  // namespace
 
 std::string folderProblem(const std::string& path) {
-    struct stat status {};
+    struct stat status{};
     if (lstat(path.c_str(), &status) == 0) return problemOfFolder(path, status);
     return errno == ENOENT ? "" : fileError(path, errno);
 }
 
 std::string rootProblem(const std::string& root) {
-    struct stat status {};
+    struct stat status{};
     if (lstat(root.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return folderProblem(root);
     if (status.st_uid != geteuid() && status.st_uid != 0) return root + " is a link of another user";
     if (stat(root.c_str(), &status) != 0) return root + " is a link that leads nowhere";
@@ -102,7 +102,7 @@ std::string rootProblem(const std::string& root) {
 
 std::string fileProblem(const std::string& root, const std::string& name) {
     const std::string path = root + name;
-    struct stat status {};
+    struct stat status{};
     if (lstat(path.c_str(), &status) == 0) return problemOfFile(root, path, status);
     return errno == ENOENT ? "" : fileError(path, errno);
 }

@@ -28,10 +28,7 @@ void addSoak(CLI::App& app, int& status);
 
 /** A positional argument that may be left out; given() tells it from an empty one. */
 inline CLI::Option* addText(CLI::App* command, const char* name, const char* help) {
-    return command
-        ->add_option_function<std::string>(
-            name, [](const std::string&) {}, help)
-        ->type_name("");
+    return command->add_option_function<std::string>(name, [](const std::string&) {}, help)->type_name("");
 }
 
 /** What the user gave for the argument. Once the command line was parsed. */

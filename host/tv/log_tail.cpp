@@ -22,7 +22,7 @@ namespace {
 constexpr int64_t kLastWords = 16384;
 
 int64_t sizeOf(const std::string& path) {
-    struct stat status {};
+    struct stat status{};
     return stat(path.c_str(), &status) == 0 ? status.st_size : 0;
 }
 
@@ -86,7 +86,7 @@ std::string LogTail::lastLines(size_t count) const {
 
 bool LogTail::anyLog() const {
     return std::any_of(files_.begin(), files_.end(), [](const File& file) {
-        struct stat status {};
+        struct stat status{};
         return stat(file.path.c_str(), &status) == 0;
     });
 }

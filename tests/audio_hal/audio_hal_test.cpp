@@ -25,9 +25,7 @@ class AudioHal : public testing::Test {
     std::pair<sp<IPrimaryDevice>, Result> open() {
         std::pair<sp<IPrimaryDevice>, Result> opened{nullptr, Result::NOT_INITIALIZED};
         EXPECT_TRUE(
-            factory_->openPrimaryDevice([&](Result result, const auto& device) {
-                        opened = {device, result};
-                    })
+            factory_->openPrimaryDevice([&](Result result, const auto& device) { opened = {device, result}; })
                 .isOk());
         return opened;
     }

@@ -47,7 +47,7 @@ class OutputFile : public testing::Test {
     }
 
     mode_t modeOf(const std::string& name) {
-        struct stat status {};
+        struct stat status{};
         return stat((folder_ / name).c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
     }
 

@@ -114,9 +114,7 @@ int offerDescriptors(const Arguments& arguments) {
         [&] { (void)probe->echoBytes(bytes, [](const auto&) {}).isOk(); },
         [&] { (void)probe->setCallback(new Callback()).isOk(); },
         [&] { (void)probe->callBack(1, [](int32_t, int32_t) {}).isOk(); },
-        [&] {
-            (void)probe->passCallbacks({new Callback(), nullptr}, [](const auto&, bool) {}).isOk();
-        },
+        [&] { (void)probe->passCallbacks({new Callback(), nullptr}, [](const auto&, bool) {}).isOk(); },
         [&] { probe->note(1, nullptr).isOk(); },
         [&] { std::thread([&] { (void)probe->add(1, 2).isOk(); }).join(); },
     };
@@ -146,8 +144,14 @@ int churn(const Arguments& arguments) {
 }
 
 constexpr std::pair<const char*, int (*)(const Arguments&)> kRoles[] = {
-    {"serve", serve}, {"hold", hold},      {"hang", hang},           {"fetch", fetch},
-    {"await", await}, {"send", sendBytes}, {"offer", offerDescriptors}, {"churn", churn},
+    {"serve", serve},
+    {"hold", hold},
+    {"hang", hang},
+    {"fetch", fetch},
+    {"await", await},
+    {"send", sendBytes},
+    {"offer", offerDescriptors},
+    {"churn", churn},
 };
 
 }  // namespace

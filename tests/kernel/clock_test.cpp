@@ -40,7 +40,7 @@ TEST(ScaledClock, MakesSleepsAndTimersFaster) {
 }
 
 TEST(ScaledClock, TellsWhatAnInterruptedSleepHasLeft) {
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = [](int) {};
     sigaction(SIGALRM, &action, nullptr);
     // Repeating, so that one that comes before the sleep begins does no harm.

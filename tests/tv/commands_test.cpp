@@ -39,7 +39,7 @@ TEST_F(TvCommand, MakesATvAndShowsIt) {
                 AllOf(HasSubstr("\nandroid.hardware.audio@5.0::IDevicesFactory/default\n"),
                       HasSubstr("\ncom.tovi.dtv.hardware.audio@1.1::IHdmiAudio/default\n"),
                       HasSubstr("\ncom.tovi.dtv.hardware.audio@6.1::IOutputSpeaker/default\n")));
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(stat((tv_ + "/run/hwbinder").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0700U) << "the services are for the same user only";
 

@@ -48,7 +48,7 @@ TEST_F(TvCommand, SetsAndShowsTheBackEndController) {
 TEST_F(TvCommand, WritesTheEepromByteByByte) {
     mustRun({"init"});
     const std::string image = tv_ + "/soc/eeprom.bin";
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(stat(image.c_str(), &status), 0);
     EXPECT_EQ(status.st_size, 0x20000);
     std::string expected = contentOf(image);

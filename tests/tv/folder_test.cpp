@@ -43,7 +43,7 @@ class Folder : public TvCommand {
     }
 
     static mode_t modeOf(const std::string& path) {
-        struct stat status {};
+        struct stat status{};
         return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
     }
 };

@@ -28,7 +28,7 @@ std::shared_ptr<BulkMapping> BulkMapping::ofPeer(int fd) {
     // Memory that its owner can cut short would kill the reader with SIGBUS.
     const int seals = fcntl(fd, F_GET_SEALS);
     if (seals < 0 || (seals & F_SEAL_SHRINK) == 0) return nullptr;
-    struct stat status {};
+    struct stat status{};
     if (fstat(fd, &status) != 0 || static_cast<uint64_t>(status.st_size) != kBulkMemorySize) return nullptr;
     uint8_t* base = mapShared(fd);
     return base != nullptr ? std::make_shared<BulkMapping>(base) : nullptr;

@@ -42,7 +42,7 @@ void* makeShared(const char* name, int seals, base::unique_fd* fd) {
 
 bool isSealedPage(int fd) {
     const int seals = fcntl(fd, F_GET_SEALS);
-    struct stat status {};
+    struct stat status{};
     return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 && fstat(fd, &status) == 0 && status.st_size == kPage;
 }
 
