@@ -42,7 +42,7 @@ int use() {
 HEADER = """
 #pragma once
 #include <hidl/HidlTransportSupport.h>
-inline auto find() { return ::android::hardware::details::findService("a", "b"); }  // foreign
+inline bool isPlain() { return ::android::hardware::details::kIsPlainData<int>; }  // foreign
 """
 FOREIGN = """
 #include <hwbinder/Parcel.h>  // foreign

@@ -91,8 +91,7 @@ TEST_F(SpaceTest, OnewayCallsShareHalfOfIt) {
         EXPECT_THAT(sendOneway(300'000), HasSubstr(kRefusal));
         EXPECT_EQ(sendOneway(200'000), "");
     }
-    EXPECT_EQ(probe_->add(1, 2), 3);
-    EXPECT_EQ(sendOneway(500'000), "");
+    EXPECT_TRUE(becomesTrue([&] { return sendOneway(500'000).empty(); }));
 }
 
 TEST_F(SpaceTest, RepliesShareTheBufferOfTheClient) {

@@ -160,116 +160,112 @@ TEST_F(Boot, StartsNoDaemonWithoutTheAudioHal) {
     EXPECT_EQ(contentOf(tv_ + "/started"), "(none)");
 }
 
+TEST_F(Boot, NamesTheServicesThatAreNotRegisteredInTime) {
+    const auto expectTimeout = [this](const std::string& reason) {
+        const Outcome outcome = run({"boot", "--background", "--timeout", "1"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, AllOf(HasSubstr(reason), HasSubstr("within 1 s"), HasSubstr("err\n")));
+        EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("nothing runs"));
+    };
+    useScript(kTalking);
+    expectTimeout("hidlaudio has not registered com.tovi.dtv.hardware.audio@1.1::IHdmiAudio/default and ");
+    useScript(kTalking, "audio_hal");
+    expectTimeout("audio_hal has not registered android.hardware.audio@5.0::IDevicesFactory/default within");
+    for (const char* wrong : {"0", "x", "86401"}) EXPECT_EQ(run({"boot", "--timeout", wrong}).status, 2);
+}
+
+TEST_F(Boot, StartsNothingThatTheManifestDoesNotDeclare) {
+    useDaemon();
+    const std::string manifest = contentOf(tv_ + "/manifest");
+    const std::pair<std::string, std::string> refusals[] = {
+        {std::regex_replace(manifest, std::regex("android.hardware.audio.*"), ""),
+         "android.hardware.audio@5.0::IDevicesFactory/default must be in VINTF manifest"},
+        {std::regex_replace(manifest, std::regex(".*@6.1::IMicControl/default"), ""),
+         "com.tovi.dtv.hardware.audio@6.1::IMicControl/default must be in VINTF manifest"},
+        {"# nothing\nIMicControl\n" + manifest, tv_ + "/manifest:2: \"IMicControl\" is not a service"}};
+    for (const auto& [changed, reason] : refusals) {
+        makeFile(tv_ + "/manifest", changed);
+        const Outcome outcome = run({"boot", "--background"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr(reason));
+    }
+}
+
 TEST_F(Boot, KilledAtAnyMomentLeavesNoUnknownProgram) {
-    TEST_F(Boot, NamesTheServicesThatAreNotRegisteredInTime) {
-        const auto expectTimeout = [this](const std::string& reason) {
-            const Outcome outcome = run({"boot", "--background", "--timeout", "1"});
-            EXPECT_EQ(outcome.status, 1);
-            EXPECT_THAT(outcome.err, AllOf(HasSubstr(reason), HasSubstr("within 1 s"), HasSubstr("err\n")));
-            EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("nothing runs"));
-        };
-        useScript(kTalking);
-        expectTimeout(
-            "hidlaudio has not registered com.tovi.dtv.hardware.audio@1.1::IHdmiAudio/default and ");
-        useScript(kTalking, "audio_hal");
-        expectTimeout(
-            "audio_hal has not registered android.hardware.audio@5.0::IDevicesFactory/default within");
-        for (const char* wrong : {"0", "x", "86401"}) EXPECT_EQ(run({"boot", "--timeout", wrong}).status, 2);
-    }
-
-    TEST_F(Boot, StartsNothingThatTheManifestDoesNotDeclare) {
-        useDaemon();
-        const std::string manifest = contentOf(tv_ + "/manifest");
-        const std::pair<std::string, std::string> refusals[] = {
-            {std::regex_replace(manifest, std::regex("android.hardware.audio.*"), ""),
-             "android.hardware.audio@5.0::IDevicesFactory/default must be in VINTF manifest"},
-            {std::regex_replace(manifest, std::regex(".*@6.1::IMicControl/default"), ""),
-             "com.tovi.dtv.hardware.audio@6.1::IMicControl/default must be in VINTF manifest"},
-            {"# nothing\nIMicControl\n" + manifest, tv_ + "/manifest:2: \"IMicControl\" is not a service"}};
-        for (const auto& [changed, reason] : refusals) {
-            makeFile(tv_ + "/manifest", changed);
-            const Outcome outcome = run({"boot", "--background"});
-            EXPECT_EQ(outcome.status, 1);
-            EXPECT_THAT(outcome.err, HasSubstr(reason));
+    useDaemon();
+    std::minstd_rand random(11);
+    constexpr int kKills = HIDLAUDIO_EMULATED != 0 ? 6 : 40;
+    for (int i = 0; i < kKills; ++i) {
+        const bool background = i % 2 == 0;
+        {
+            std::vector<std::string> arguments{command_, "boot"};
+            if (background) arguments.push_back("--background");
+            const RunningProgram boot(arguments);
+            usleep(std::uniform_int_distribution<useconds_t>(0, 30000)(random));
+        }  // kills it
+        if (!background) {
+            EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << "they end with it";
+        } else if (i % 4 == 0) {
+            const Outcome next = run({"boot", "--background"});
+            EXPECT_TRUE(next.status == 0 || next.err.find("running already") != std::string::npos)
+                << next.err;
+            EXPECT_THAT(processesOn(tv_), ElementsAre("audio_hal\n", "hidlaudio\n"));
         }
-    }
-
-    TEST_F(Boot, IsNotMisledByAnOldNote) {
-        useDaemon();
-        std::minstd_rand random(11);
-        constexpr int kKills = HIDLAUDIO_EMULATED != 0 ? 6 : 40;
-        for (int i = 0; i < kKills; ++i) {
-            const bool background = i % 2 == 0;
-            {
-                std::vector<std::string> arguments{command_, "boot"};
-                if (background) arguments.push_back("--background");
-                const RunningProgram boot(arguments);
-                usleep(std::uniform_int_distribution<useconds_t>(0, 30000)(random));
-            }  // kills it
-            if (!background) {
-                EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << "they end with it";
-            } else if (i % 4 == 0) {
-                const Outcome next = run({"boot", "--background"});
-                EXPECT_TRUE(next.status == 0 || next.err.find("running already") != std::string::npos)
-                    << next.err;
-                EXPECT_THAT(processesOn(tv_), ElementsAre("audio_hal\n", "hidlaudio\n"));
-            }
-            mustRun({"shutdown"});
-            EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << "attempt " << i;
-        }
-    }
-
-    TEST_F(Boot, ProgramsEndWhenTheTvIsDeleted) {
-        useDaemon();
-        for (const char* deleted : {"/run/hwbinder", "/run", ""}) {
-            mustRun({"boot", "--background"});
-            EXPECT_EQ(countOf("task", daemon()), 1U) << "nothing watches by a thread";
-            std::optional<RunningProgram> follower;
-            if (std::string(deleted).empty())
-                follower.emplace(std::vector<std::string>{command_, "log", "-f"});
-            if (follower) {
-                EXPECT_TRUE(becomesTrue([&] { return !follower->out().empty(); }));
-            }
-            std::filesystem::remove_all(tv_ + deleted);
-            EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << deleted;
-        }
-    }
-
-    TEST_F(Boot, StartsAProgramThatHasEndedAlone) {
-        useDaemon();
-        mustRun({"boot", "--background"});
-        const pid_t hal = host::programLockHolder("audio_hal");
-        const Outcome second = runProgram({DAEMON});
-        EXPECT_EQ(second.status, 2);
-        EXPECT_THAT(second.err, HasSubstr("already, as process " + std::to_string(daemon())));
-
-        const auto killProgram = [](const char* program) {
-            kill(host::programLockHolder(program), SIGKILL);
-            EXPECT_TRUE(becomesTrue([&] { return host::programLockHolder(program) == 0; }));
-        };
-        killProgram("hidlaudio");
-        EXPECT_THAT(mustRun({"boot", "--background"}), HasSubstr("audio_hal was running, process"));
-        EXPECT_NE(daemon(), 0);
-        EXPECT_EQ(host::programLockHolder("audio_hal"), hal);
-        // The daemon looks for the HAL only as it starts.
-        killProgram("audio_hal");
-        const Outcome refused = run({"boot", "--background"});
-        EXPECT_EQ(refused.status, 1);
-        EXPECT_THAT(refused.err, AllOf(HasSubstr("audio_hal does not run"),
-                                       HasSubstr("hidlaudio is process " + std::to_string(daemon()))));
         mustRun({"shutdown"});
-        // In the foreground, the end of one that ran before ends the other, too.
-        useScript("exec sleep 1000", "hidlaudio");
-        RunningProgram hal2({AUDIO_HAL});
-        ASSERT_TRUE(becomesTrue([&] { return host::programLockHolder("audio_hal") != 0; }));
-        RunningProgram boot({command_, "boot"});
-        ASSERT_TRUE(becomesTrue([&] { return daemon() != 0; }));
-        kill(hal2.pid(), SIGKILL);
-        hal2.wait();
-        EXPECT_EQ(boot.wait(), 1);
-        EXPECT_THAT(boot.err(), HasSubstr("audio_hal has ended"));
-        EXPECT_THAT(processesOn(tv_), ElementsAre());
+        EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << "attempt " << i;
     }
+}
+
+TEST_F(Boot, ProgramsEndWhenTheTvIsDeleted) {
+    useDaemon();
+    for (const char* deleted : {"/run/hwbinder", "/run", ""}) {
+        mustRun({"boot", "--background"});
+        EXPECT_EQ(countOf("task", daemon()), 1U) << "nothing watches by a thread";
+        std::optional<RunningProgram> follower;
+        if (std::string(deleted).empty()) follower.emplace(std::vector<std::string>{command_, "log", "-f"});
+        if (follower) {
+            EXPECT_TRUE(becomesTrue([&] { return !follower->out().empty(); }));
+        }
+        std::filesystem::remove_all(tv_ + deleted);
+        EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << deleted;
+    }
+}
+
+TEST_F(Boot, StartsAProgramThatHasEndedAlone) {
+    useDaemon();
+    mustRun({"boot", "--background"});
+    const pid_t hal = host::programLockHolder("audio_hal");
+    const Outcome second = runProgram({DAEMON});
+    EXPECT_EQ(second.status, 2);
+    EXPECT_THAT(second.err, HasSubstr("already, as process " + std::to_string(daemon())));
+
+    const auto killProgram = [](const char* program) {
+        kill(host::programLockHolder(program), SIGKILL);
+        EXPECT_TRUE(becomesTrue([&] { return host::programLockHolder(program) == 0; }));
+    };
+    killProgram("hidlaudio");
+    EXPECT_THAT(mustRun({"boot", "--background"}), HasSubstr("audio_hal was running, process"));
+    EXPECT_NE(daemon(), 0);
+    EXPECT_EQ(host::programLockHolder("audio_hal"), hal);
+    // The daemon looks for the HAL only as it starts.
+    killProgram("audio_hal");
+    const Outcome refused = run({"boot", "--background"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, AllOf(HasSubstr("audio_hal does not run"),
+                                   HasSubstr("hidlaudio is process " + std::to_string(daemon()))));
+    mustRun({"shutdown"});
+    // In the foreground, the end of one that ran before ends the other, too.
+    useScript("exec sleep 1000", "hidlaudio");
+    RunningProgram hal2({AUDIO_HAL});
+    ASSERT_TRUE(becomesTrue([&] { return host::programLockHolder("audio_hal") != 0; }));
+    RunningProgram boot({command_, "boot"});
+    ASSERT_TRUE(becomesTrue([&] { return daemon() != 0; }));
+    kill(hal2.pid(), SIGKILL);
+    hal2.wait();
+    EXPECT_EQ(boot.wait(), 1);
+    EXPECT_THAT(boot.err(), HasSubstr("audio_hal has ended"));
+    EXPECT_THAT(processesOn(tv_), ElementsAre());
+}
 
 }  // namespace
 }  // namespace hidlaudio::test
