@@ -261,7 +261,6 @@ TEST_F(ThreadsTest, CallsOfAllClientsAreServedInOrderOfArrival) {
     }
 }
 
-// A client that was answered early and calls again comes behind those that wait already.
 /** Whether a client that got its answer early is served after another one that called before. */
 bool isServedLast() {
     Service service;
