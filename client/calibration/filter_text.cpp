@@ -150,8 +150,8 @@ FilterLine refuse(const std::string& reason) {
 /** NaN if no filter has that width. */
 double qOf(const Values& values) {
     if (values.q) return *values.q;
-    if (values.bandwidth) return qOfBandwidth(*values.bandwidth, *values.frequency);
-    return qOfSlope(values.slope.value_or(kDefaultSlope), *values.gain);
+    if (values.bandwidth) return qOfBandwidth(*values.bandwidth, values.frequency.value_or(0));
+    return qOfSlope(values.slope.value_or(kDefaultSlope), values.gain.value_or(0));
 }
 
 /** Moves a shelf from its corner, at the filter's frequency, to its centre. */
@@ -159,8 +159,9 @@ FilterLine moveToCentre(Filter filter) {
     const bool low = filter.shape == FilterShape::LowShelf;
     const double factor = centreOverCorner(filter.q, filter.gain);
     filter.frequency = low ? filter.frequency * factor : filter.frequency / factor;
-    if (!(filter.frequency >= kLowestCentre && filter.frequency <= kHighestCentre))
-        return refuse("the shelf has half its gain at no frequency from 1 to 23999 Hz");
+    // False for NaN as well.
+    const bool isValid = filter.frequency >= kLowestCentre && filter.frequency <= kHighestCentre;
+    if (!isValid) return refuse("the shelf has half its gain at no frequency from 1 to 23999 Hz");
     char note[160];
     snprintf(note, sizeof(note),
              "Fc is the corner of the shelf, as in Equalizer APO, and half the gain is at %.0f Hz; the type "

@@ -11,8 +11,9 @@ namespace {
 /** False unless all of `text` is one number that fits `value`. */
 template <typename Number>
 bool parseAll(std::string_view text, Number& value) {
-    const char* const end = text.data() + text.size();
-    const auto [stopped, error] = std::from_chars(text.data(), end, value);
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    const auto [stopped, error] = std::from_chars(begin, end, value);
     return error == std::errc() && stopped == end;
 }
 

@@ -57,7 +57,7 @@ std::string problemBelow(const std::string& root, const std::string& folder, Fil
     while (const dirent* entry = readdir(directory.get())) {
         const std::string name = entry->d_name;
         if (name == "." || name == "..") continue;
-        const std::string path = folder + "/" + name;
+        const std::string path = std::string(folder).append("/").append(name);
         struct stat status{};
         // Programs that run replace and remove files.
         if (lstat(path.c_str(), &status) != 0) continue;

@@ -20,7 +20,7 @@ struct OwnTv {
     pid_t hal = 0;       // 0: it does not run
     pid_t daemon = 0;
     unsigned clock = 1;                       // how much faster the programs' time passes
-    std::vector<std::string> halVariables{};  // that the HAL was started with
+    std::vector<std::string> halVariables;  // that the HAL was started with
 };
 
 /** Makes the TV by `tv init` with these options. Returns an empty string, or why not. */
