@@ -19,8 +19,9 @@ struct OwnTv {
     std::string folder;  // where the commands run, with the files that they take
     pid_t hal = 0;       // 0: it does not run
     pid_t daemon = 0;
-    unsigned clock = 1;                       // how much faster the programs' time passes
-    std::vector<std::string> halVariables;  // that the HAL was started with
+    unsigned clock = 1;  // how much faster the programs' time passes
+    std::vector<std::string>
+        halVariables{};  // NOLINT: that the HAL was started with; may be left out of a list
 };
 
 /** Makes the TV by `tv init` with these options. Returns an empty string, or why not. */
