@@ -20,8 +20,8 @@ struct OwnTv {
     pid_t hal = 0;       // 0: it does not run
     pid_t daemon = 0;
     unsigned clock = 1;  // how much faster the programs' time passes
-    std::vector<std::string>
-        halVariables{};  // NOLINT: that the HAL was started with; may be left out of a list
+    // What the HAL was started with.
+    std::vector<std::string> halVariables{};  // NOLINT(readability-redundant-member-init): g++ wants it
 };
 
 /** Makes the TV by `tv init` with these options. Returns an empty string, or why not. */
