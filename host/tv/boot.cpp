@@ -60,7 +60,7 @@ int clearWakeLocks() {
 /** Makes run/ and log/, which may be deleted while nothing runs. Returns an empty string, or why it cannot.
  */
 std::string makeFolders() {
-    for (const auto& [folder, mode] : {std::pair("/run", 0700), std::pair("/log", 0755)}) {
+    for (const auto& [folder, mode] : {std::pair("/run", 0700U), std::pair("/log", 0755U)}) {
         const std::string path = tvRoot() + folder;
         if (mkdir(path.c_str(), mode) != 0 && errno != EEXIST) return fileError(path, errno);
     }
