@@ -30,9 +30,7 @@ class ManifestTest : public HidlTest {
         return transport == IServiceManager::Transport::HWBINDER;
     }
 
-    static status_t registerProbe(const std::string& instance) {
-        return sp<Probe>(new Probe(1))->registerAsService(instance);
-    }
+    static status_t registerProbe() { return sp<Probe>(new Probe(1))->registerAsService("default"); }
 
     /** Asks for the service on a thread of its own. */
     static std::future<sp<IProbe>> ask(const std::string& instance) {
@@ -79,7 +77,7 @@ TEST_F(ManifestTest, AWrongOneDeclaresNothingAndIsNamed) {
         SCOPED_TRACE(line);
         declare(kProbe + "\n" + line + "\n");
         testing::internal::CaptureStderr();
-        EXPECT_EQ(registerProbe("default"), android::UNKNOWN_ERROR);
+        EXPECT_EQ(registerProbe(), android::UNKNOWN_ERROR);
         EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(path_ + ":2: \"" + line + "\" is not"));
         EXPECT_FALSE(isDeclared("com.tovi.test.probe@1.1::IProbe", "default"));
     }
@@ -93,11 +91,11 @@ TEST_F(ManifestTest, AWrongOneDeclaresNothingAndIsNamed) {
 TEST_F(ManifestTest, RegistrationNeedsTheMostDerivedInterface) {
     declare("com.tovi.test.probe@1.0::IProbe/default\ncom.tovi.test.probe@1.1::IProbe/declared\n");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(registerProbe("default"), android::UNKNOWN_ERROR);
+    EXPECT_EQ(registerProbe(), android::UNKNOWN_ERROR);
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 HasSubstr("Service " + kProbe + " must be in VINTF manifest in order to register/get."));
-    EXPECT_EQ(registerProbe("declared"), android::OK);
-    EXPECT_NE(IProbe::getService("declared"), nullptr);
+    const Service service({1, "declared"});
+    EXPECT_NE(service.get(), nullptr);
     EXPECT_NE(ParentProbe::getService("declared"), nullptr);
     EXPECT_EQ(IProbe::getService("undeclared"), nullptr);
     EXPECT_EQ(IProbe::tryGetService("undeclared"), nullptr);
@@ -119,7 +117,7 @@ TEST_F(ManifestTest, ALookUpWaitsAndHearsOfTheRegistrationAtOnce) {
         EXPECT_EQ(IProbe::tryGetService(name), nullptr);
         std::future<sp<IProbe>> asked = ask(name);
         EXPECT_TRUE(isWaiting(asked));
-        EXPECT_EQ(registerProbe(name), android::OK);
+        const Service service({1, name});
         EXPECT_NE(asked.get(), nullptr);
     }
     const std::string log = testing::internal::GetCapturedStderr();
@@ -151,11 +149,12 @@ TEST_F(ManifestTest, WaitingStartsThePoolUnlessItWasConfigured) {
     Helper unconfigured({"await", "0"});
     Helper configured({"await", "1"});
     for (Helper* helper : {&unconfigured, &configured}) EXPECT_EQ(helper->readLine(), "asking");
-    const auto hasOneMore = [&] { return unconfigured.threads() == configured.threads() + 1; };
-    EXPECT_TRUE(becomesTrue(hasOneMore));
+    // A sanitizer may add a thread of its own once there are two.
+    const auto hasMore = [&] { return unconfigured.threads() > configured.threads(); };
+    EXPECT_TRUE(becomesTrue(hasMore));
     const Service service;
     for (Helper* helper : {&unconfigured, &configured}) EXPECT_EQ(helper->readLine(), "found");
-    EXPECT_TRUE(hasOneMore());
+    EXPECT_TRUE(hasMore());
 }
 
 }  // namespace

@@ -109,8 +109,9 @@ TEST_F(RegistryTest, ALookUpFindsANameThatChangesHandsMeanwhile) {
     const sp<IProbe> probe = service.get();
     const auto lookUp = [&service] {
         for (int i = 0; i < 300; ++i) {
-            // It has answered once. It may be replaced again before another call.
-            ASSERT_NE(service.get(), nullptr);
+            const sp<IProbe> found = service.get();
+            ASSERT_NE(found, nullptr);
+            EXPECT_EQ(errorOf(found->number()), "");
         }
     };
     std::vector<std::future<void>> clients;

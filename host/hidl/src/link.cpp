@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <log/log.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -30,6 +31,11 @@ MessageHeader controlMessage(MessageType type, uint64_t target, uint32_t code = 
     header.code = code;
     header.target = target;
     return header;
+}
+
+bool isEmpty(int socket) {
+    pollfd poll{socket, POLLIN, 0};
+    return ::poll(&poll, 1, 0) == 0;
 }
 
 template <typename T>
@@ -310,48 +316,49 @@ bool Link::sendWaitingReleases() {
     return !mAwaitsRoom;
 }
 
-// A call may overtake the peer's kAcquire for its object. The object must then stay, even if it
-// loses its registration before that message is read.
+Link::Export* Link::exportWithLock(uint64_t object) {
+    auto found = mExports.find(object);
+    if (found != mExports.end()) return &found->second;
+    sp<BHwBinder> registered = mEnded ? nullptr : Process::self().registered(object);
+    if (registered == nullptr) return nullptr;
+    mUnreferenced.insert(object);
+    return &mExports.insert({object, {registered, 0}}).first->second;
+}
+
 sp<BHwBinder> Link::target(uint64_t object) {
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto found = mExports.find(object);
-        if (found != mExports.end()) return found->second.binder;
-    }
-    return exportRegistered(object, 0);
+    std::lock_guard<std::mutex> lock(mMutex);
+    const Export* found = exportWithLock(object);
+    return found != nullptr ? found->binder : nullptr;
 }
 
 void Link::acquire(uint64_t object) {
-    exportRegistered(object, 1);
-}
-
-sp<BHwBinder> Link::exportRegistered(uint64_t object, uint32_t references) {
-    sp<BHwBinder> binder = Process::self().registered(object);
     std::lock_guard<std::mutex> lock(mMutex);
-    auto found = mExports.find(object);
-    if (found != mExports.end()) binder = found->second.binder;
-    if (binder == nullptr || mEnded) return binder;
-    Export& entry = mExports[object];
-    entry.binder = binder;
-    entry.count += references;
-    return binder;
+    Export* found = exportWithLock(object);
+    if (found != nullptr) ++found->count;
 }
 
 bool Link::release(uint64_t object, uint32_t count) {
-    sp<BHwBinder> released;  // goes after the mutex is free
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto found = mExports.find(object);
-        if (found == mExports.end())
-            return count > 0;  // it was never acquired: taken off the registry meanwhile
-        if (count == 0 || count > found->second.count) return false;
-        found->second.count -= count;
-        if (found->second.count == 0) {
-            released = found->second.binder;
-            mExports.erase(found);
-        }
-    }
+    std::lock_guard<std::mutex> lock(mMutex);
+    auto found = mExports.find(object);
+    if (found == mExports.end() || found->second.count == 0)
+        return count > 0;  // it was never acquired: taken off the registry meanwhile
+    if (count == 0 || count > found->second.count) return false;
+    found->second.count -= count;
+    if (found->second.count == 0) mUnreferenced.insert(object);
     return true;
+}
+
+void Link::dropUnreferenced() {
+    std::vector<sp<BHwBinder>> dropped;  // goes after the mutex is free
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mUnreferenced.empty() || mControl == nullptr || !isEmpty(mControl->fd())) return;
+    for (const uint64_t object : mUnreferenced) {
+        auto found = mExports.find(object);
+        if (found == mExports.end() || found->second.count > 0) continue;
+        dropped.push_back(std::move(found->second.binder));
+        mExports.erase(found);
+    }
+    mUnreferenced.clear();
 }
 
 status_t Link::reference(const std::vector<sp<IBinder>>& objects, std::vector<ObjectReference>* references) {
@@ -383,6 +390,7 @@ void Link::takeBack(const std::vector<ObjectReference>& references) {
     for (const ObjectReference& reference : references) {
         if (reference.owner == kSendersObject) release(reference.object, 1);
     }
+    dropUnreferenced();
 }
 
 bool Link::resolve(IncomingMessage* message) {

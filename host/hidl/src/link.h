@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "channel.h"
@@ -88,6 +89,12 @@ class Link : public std::enable_shared_from_this<Link> {
     /** The peer took or gave back references to our object. False where it cannot have had them. */
     void acquire(uint64_t object);
     bool release(uint64_t object, uint32_t count);
+    /**
+     * Gives up our objects to which the peer has no reference, if the control channel is empty. A call
+     * may have overtaken a kAcquire on that channel: until it is read, the object must stay, even if
+     * it has lost its registration. For the pool, after each control message.
+     */
+    void dropUnreferenced();
 
     /**
      * Writes `objects` as the peer knows them and counts what it will hold.
@@ -107,7 +114,8 @@ class Link : public std::enable_shared_from_this<Link> {
         uint32_t count = 0;
     };
 
-    sp<BHwBinder> exportRegistered(uint64_t object, uint32_t references);
+    /** The entry of one of our objects; made without references for one that is registered. */
+    Export* exportWithLock(uint64_t object) REQUIRES(mMutex);
     status_t claimRoom(MessageHeader* header, uint32_t size);
     status_t flushReleases(Channel& control) REQUIRES(mControlMutex);
     void awaitRoom(const Channel& control) REQUIRES(mControlMutex);
@@ -128,6 +136,7 @@ class Link : public std::enable_shared_from_this<Link> {
     bool mEnded GUARDED_BY(mMutex) = false;
     std::shared_ptr<Channel> mControl GUARDED_BY(mMutex);
     std::unordered_map<uint64_t, Export> mExports GUARDED_BY(mMutex);
+    std::unordered_set<uint64_t> mUnreferenced GUARDED_BY(mMutex);  // of mExports, perhaps without references
     std::unordered_map<uint64_t, wp<BpHwBinder>> mProxies GUARDED_BY(mMutex);
     std::vector<std::shared_ptr<Channel>> mCallChannels GUARDED_BY(mMutex);
     // Of mCallChannels, those without a thread.

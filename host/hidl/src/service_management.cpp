@@ -15,7 +15,7 @@
 #include "manifest.h"
 #include "notifications.h"
 
-namespace android::hardware::details {
+namespace android::hardware {
 namespace {
 
 using hidl::base::V1_0::IBase;
@@ -34,7 +34,7 @@ LookUp lookUp(const std::string& descriptor, const std::string& instance) {
     for (;;) {
         sp<IBase> service = defaultServiceManager()->get(descriptor, instance);
         if (service == nullptr) return {nullptr, true};
-        const Return<bool> fits = canCastInterface(service.get(), interface, true);
+        const Return<bool> fits = details::canCastInterface(service.get(), interface, true);
         if (fits.isOk() && fits) return {service, false};
         if (fits.isOk()) {
             ALOGE("getService: received incompatible service for %s/%s.", interface, name);
@@ -102,6 +102,8 @@ sp<IBase> awaitService(const std::string& descriptor, const std::string& instanc
 
 }  // namespace
 
+namespace details {
+
 sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string& instance, bool retry,
                                 bool getStub) {
     if (getStub) return nullptr;
@@ -124,4 +126,5 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
     return added.isOk() && added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
 }
 
-}  // namespace android::hardware::details
+}  // namespace details
+}  // namespace android::hardware

@@ -102,7 +102,10 @@ void ControlSource::ready(Turn& turn) {
     IncomingMessage message;
     const Channel::Received received = mControl->receive(&message, false);
     if (received == Channel::Received::Nothing) return;
-    if (received == Channel::Received::Message && handle(std::move(message), turn)) return;
+    if (received == Channel::Received::Message && handle(std::move(message), turn)) {
+        mLink->dropUnreferenced();
+        return;
+    }
     if (received != Channel::Received::Closed)
         ALOGE("process %d broke the transport's format", mLink->peerPid);
     turn.forget();
