@@ -42,7 +42,7 @@ std::vector<ServiceName> namedServices(const std::vector<std::string>& words) {
 int registeredServices(double seconds, std::vector<ServiceName>& names) {
     std::vector<RegisteredService> services;
     const int status = findRegisteredServices(seconds, services);
-    if (status != kDone && status != kTimedOut) return status;
+    if (status != kDone && services.empty()) return status;
     keepMostDerived(services);
     for (const RegisteredService& service : services)
         if (service.object != nullptr) names.push_back(service.name);

@@ -95,7 +95,7 @@ std::vector<AskedState> askAll(const std::vector<RegisteredService>& services, d
 int addServices(double seconds, ordered_json& bundle) {
     std::vector<RegisteredService> services;
     int status = findRegisteredServices(seconds, services);
-    if (status != kDone && status != kTimedOut) bundle["services_error"] = "the registry cannot be read";
+    if (status != kDone && services.empty()) bundle["services_error"] = "the registry cannot be read";
     keepMostDerived(services);
     const std::vector<AskedState> states = askAll(services, seconds);
     bundle["services"] = ordered_json::array();

@@ -62,7 +62,7 @@ void printArray(const std::vector<RegisteredService>& services) {
 int run(const Invocation& invocation, bool all) {
     std::vector<RegisteredService> services;
     const int status = findRegisteredServices(invocation.timeout.value_or(kListSeconds), services);
-    if (status != kDone && status != kTimedOut) return status;
+    if (status != kDone && services.empty()) return status;
     if (!all) keepMostDerived(services);
     if (invocation.json) {
         printArray(services);
@@ -83,7 +83,7 @@ void addList(CLI::App& app, Invocation& invocation) {
     command->footer(
         "Each service is asked for its interface chain, the most derived interface first. One that does not\n"
         "answer within --timeout (otherwise 5 s) is listed with \"?\" (null with --json) for each name that\n"
-        "it has, and the exit status is 4.\n"
+        "it has, and the exit status is 4. It is 1 if one could not be asked, which is listed likewise.\n"
         "\n"
         "With --json: [{\"interface\": ..., \"instance\": ..., \"pid\": ..., \"process\": ..., \"chain\": "
         "[...]}]");

@@ -28,6 +28,7 @@ using Clock = std::chrono::steady_clock;
 
 struct Answer {
     bool gone = false;
+    std::string error;  // why the service could not be asked
     sp<IBase> object;
     std::vector<std::string> chain;
 };
@@ -36,12 +37,18 @@ Answer ask(const ServiceName& name) {
     Answer answer;
     const Return<sp<IBase>> found =
         android::hardware::defaultServiceManager()->get(name.interface, name.instance);
-    if (found.isOk()) answer.object = found;
+    if (!found.isOk()) {
+        answer.error = found.description();
+        return answer;
+    }
+    answer.object = found;
     answer.gone = answer.object == nullptr;
     if (answer.gone) return answer;
     const Return<void> called = answer.object->interfaceChain(
         [&answer](const hidl_vec<hidl_string>& chain) { answer.chain.assign(chain.begin(), chain.end()); });
-    answer.gone = !called.isOk() && called.isDeadObject();
+    if (called.isOk()) return answer;
+    answer.gone = called.isDeadObject();
+    answer.error = called.description();
     return answer;
 }
 
@@ -88,6 +95,8 @@ int findRegisteredServices(double seconds, std::vector<RegisteredService>& servi
         const bool inTime = answers[i].wait_until(end) == std::future_status::ready;
         const Answer answer = inTime ? answers[i].get() : Answer{};
         if (!inTime) status = noAnswer(named[i].name, seconds);
+        if (!answer.gone && !answer.error.empty())
+            status = fail(kRefused, "the call to " + toString(named[i].name) + " failed: " + answer.error);
         if (!answer.gone) services.push_back({named[i].name, named[i].pid, answer.object, answer.chain});
     }
     return status;

@@ -24,8 +24,9 @@ struct RegisteredService {
 /**
  * Fills in every registered name, in their order, but those whose process ends meanwhile.
  * All are asked at once for their chain, and none is waited for longer than `seconds`.
- * Returns kDone; kTimedOut (told to the user) where some did not answer in time, which
- * are there nevertheless; another status where the names cannot be had.
+ * Returns kDone; otherwise reports to the user why some did not answer in time (kTimedOut)
+ * or could not be asked, which are there nevertheless. None is there if the names cannot be
+ * had.
  */
 int findRegisteredServices(double seconds, std::vector<RegisteredService>& services);
 

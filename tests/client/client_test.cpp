@@ -101,6 +101,25 @@ TEST_F(Audioctl, ListsServices) {
     EXPECT_EQ(RunningProgram(commandLine({"list"}), {}, "/dev/full").wait(), 1);
 }
 
+// With few descriptors it may list a part, or nothing; it must not look like all there is.
+TEST_F(Audioctl, ListsNoPartOfTheServicesAsIfItWereAll) {
+    const auto service = serve({"external"});
+    bool failed = false;
+    for (int descriptors = 4; descriptors < 24; ++descriptors) {
+        SCOPED_TRACE(descriptors);
+        const std::string limited = "ulimit -n " + std::to_string(descriptors) + " && exec \"$@\"";
+        const Outcome outcome =
+            runProgram({"/bin/sh", "-c", limited, "sh", AUDIOCTL, "list", "--json", "--all"});
+        const json list = json::parse(outcome.out, nullptr, false);
+        const bool complete = list.size() == 2 && list[0]["chain"] != nullptr && list[1]["chain"] != nullptr;
+        EXPECT_EQ(outcome.status == 0, complete) << outcome.out << outcome.err;
+        if (outcome.status == 0) continue;
+        failed = true;
+        EXPECT_THAT(outcome.err, AnyOf(HasSubstr("Too many open files"), HasSubstr("shared libraries")));
+    }
+    EXPECT_TRUE(failed);
+}
+
 TEST_F(Audioctl, WaitsUntilAllAreRegistered) {
     auto stale = serve({"external"});
     kill(stale->pid(), SIGKILL);

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/HidlTransportSupport.h>
+#include <hidl/ServiceManagement.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/prctl.h>
@@ -86,6 +88,20 @@ int await(const Arguments& arguments) {
     sleepForEver();
 }
 
+// Looks a service up without calling it, calls it, and reports what came of that.
+int find(const Arguments&) {
+    const Return<sp<IBase>> found =
+        android::hardware::defaultServiceManager()->get(ParentProbe::descriptor, "default");
+    const sp<IBase> service = found.isOk() ? sp<IBase>(found) : nullptr;
+    if (service == nullptr) {
+        say("no service: " + found.description());
+        return 0;
+    }
+    const Return<void> called = service->ping();
+    say(called.isOk() ? "" : called.description());
+    return 0;
+}
+
 // Sends so many bytes once it is let go, and reports what came of it.
 int sendBytes(const Arguments& arguments) {
     const sp<ParentProbe> probe = ParentProbe::getService();
@@ -149,6 +165,7 @@ constexpr std::pair<const char*, int (*)(const Arguments&)> kRoles[] = {
     {"hang", hang},
     {"fetch", fetch},
     {"await", await},
+    {"find", find},
     {"send", sendBytes},
     {"offer", offerDescriptors},
     {"churn", churn},

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+#include "shortage.h"
+
 namespace android::hardware::transport {
 namespace {
 
@@ -24,12 +26,18 @@ BulkMapping::~BulkMapping() {
     munmap(mBase, kBulkMemorySize);
 }
 
-std::shared_ptr<BulkMapping> BulkMapping::ofPeer(int fd) {
-    // Memory that its owner can cut short would kill the reader with SIGBUS.
+bool BulkMapping::isSane(int fd) {
+    // Memory that its owner can cut short would kill the reader with SIGBUS. A device or a
+    // descriptor without the right to write can't be mapped.
     const int seals = fcntl(fd, F_GET_SEALS);
-    if (seals < 0 || (seals & F_SEAL_SHRINK) == 0) return nullptr;
     struct stat status{};
-    if (fstat(fd, &status) != 0 || static_cast<uint64_t>(status.st_size) != kBulkMemorySize) return nullptr;
+    return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 &&
+           (seals & (F_SEAL_WRITE | F_SEAL_FUTURE_WRITE)) == 0 &&
+           (fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDWR && fstat(fd, &status) == 0 &&
+           static_cast<uint64_t>(status.st_size) == kBulkMemorySize;
+}
+
+std::shared_ptr<BulkMapping> BulkMapping::ofPeer(int fd) {
     uint8_t* base = mapShared(fd);
     return base != nullptr ? std::make_shared<BulkMapping>(base) : nullptr;
 }
@@ -49,10 +57,14 @@ bool BulkMapping::holds(size_t block, size_t size) {
            size <= kBulkMemorySize - kBulkAlignment - block;
 }
 
-bool BulkSender::allocate(size_t size, size_t* block) {
+status_t BulkSender::allocate(size_t size, size_t* block) {
     if (mMapping == nullptr) {
         mMapping = BulkMapping::create(&mUndelivered);
-        if (mMapping == nullptr) return false;
+        if (mMapping == nullptr) {
+            noteShortage("no shared memory for a large message", errno);
+            const int shortage = takeShortage();
+            return shortage != 0 ? shortage : static_cast<status_t>(NO_MEMORY);
+        }
     }
     auto free = [this](const Block& candidate) { return !mMapping->inUse(candidate.begin); };
     mBlocks.erase(std::remove_if(mBlocks.begin(), mBlocks.end(), free), mBlocks.end());
@@ -65,11 +77,11 @@ bool BulkSender::allocate(size_t size, size_t* block) {
         if (mAtTop) begin = kBulkMemorySize - needed;
     }
     const size_t lowest = mBlocks.empty() ? kBulkMemorySize : next->begin;
-    if (needed > lowest && !findHighest(needed, &next, &begin)) return false;
+    if (needed > lowest && !findHighest(needed, &next, &begin)) return FAILED_TRANSACTION;
     mBlocks.insert(next, {begin, begin + needed});
     mMapping->claim(begin);
     *block = begin;
-    return true;
+    return OK;
 }
 
 // Where a block fits as high as can be: next to one at the bottom, it leaves the

@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <transport/wire.h>
+#include <utils/Errors.h>
 
 #include <atomic>
 #include <memory>
@@ -15,9 +16,11 @@ namespace android::hardware::transport {
 /** A mapping of shared memory for bulk data, its blocks' words included. */
 class BulkMapping {
   public:
-    /** Maps memory of the other process; null where it may shrink or is not of the agreed size. */
+    /** Whether memory of the other process is of the agreed size and may not shrink. */
+    static bool isSane(int fd);
+    /** Maps memory of the other process; null, with errno, if the system gives no address space. */
     static std::shared_ptr<BulkMapping> ofPeer(int fd);
-    /** Makes memory of our own to share; null where the system gives none. */
+    /** Makes memory of our own to share; null, with errno, if the system gives none. */
     static std::shared_ptr<BulkMapping> create(base::unique_fd* fd);
 
     explicit BulkMapping(uint8_t* base) : mBase(base) {}
@@ -52,8 +55,8 @@ static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<u
  */
 class BulkSender {
   public:
-    /** A block for `size` bytes; false where calls in flight hold the space, or the system gives none. */
-    bool allocate(size_t size, size_t* block);
+    /** A block for `size` bytes. FAILED_TRANSACTION if calls in flight hold the space, or a shortage. */
+    status_t allocate(size_t size, size_t* block);
     uint8_t* blockData(size_t block) { return mMapping->blockData(block); }
     /** Descriptor of the memory while the receiver does not have it, else -1. */
     int undelivered() const { return mUndelivered.get(); }

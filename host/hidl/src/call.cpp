@@ -71,16 +71,18 @@ Channel* nestedChannel(const Link& link) {
     return found != frames.rend() ? (*found)->channel : nullptr;
 }
 
-std::shared_ptr<Channel> ownChannel(Link& link) {
+status_t ownChannel(Link& link, std::shared_ptr<Channel>* channel) {
     std::vector<OwnChannel>& channels = thread().channels;
     for (const OwnChannel& own : channels) {
-        if (own.linkNumber == link.number) return own.channel.lock();
+        if (own.linkNumber != link.number) continue;
+        *channel = own.channel.lock();
+        if (*channel != nullptr) return OK;
     }
     auto gone = [](const OwnChannel& own) { return own.channel.expired(); };
     channels.erase(std::remove_if(channels.begin(), channels.end(), gone), channels.end());
-    std::shared_ptr<Channel> channel = link.takeCallChannel();
-    if (channel != nullptr) channels.push_back({link.number, link.weak_from_this(), channel});
-    return channel;
+    const status_t status = link.takeCallChannel(channel);
+    if (status == OK) channels.push_back({link.number, link.weak_from_this(), *channel});
+    return status;
 }
 
 bool bringsObjectsHome(const IncomingMessage& message) {
@@ -96,11 +98,19 @@ void sayRead(Link& link, Channel& channel) {
     if (channel.send(header) != OK) link.kill();
 }
 
+// What a call comes to whose channel the peer has closed.
+status_t closed(Link& link, Channel& channel) {
+    const status_t status =
+        nestedChannel(link) == &channel ? static_cast<status_t>(DEAD_OBJECT) : link.lostCallChannel(channel);
+    if (status == DEAD_OBJECT) link.kill();
+    return status;
+}
+
 status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
     for (;;) {
         IncomingMessage& message = reply->incoming();
         const Channel::Received received = receiveSpinning(channel, &message);
-        if (received == Channel::Received::Closed) break;
+        if (received == Channel::Received::Closed) return closed(link, channel);
         if (received == Channel::Received::Message && message.header.type == kReceiveSpace &&
             link.takeReceiveSpace(&message)) {
             message.attachments.reset();
@@ -119,6 +129,7 @@ status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
             continue;
         }
         if (bringsObjectsHome(message)) sayRead(link, channel);
+        if (message.incomplete) return FAILED_TRANSACTION;
         reply->startReading();
         const auto status = static_cast<status_t>(message.header.code);
         if (status == FAILED_TRANSACTION) ReceiveSpace::own().audit();
@@ -138,14 +149,12 @@ status_t sendOnewayCall(Link& link, MessageHeader header, OutgoingBody& body,
 
 // The peer's thread takes each message of this channel before the next is due, so
 // that only a peer that does not keep to the order leaves no room.
-status_t sendOrKill(Link& link, Channel& channel, const MessageHeader& header, OutgoingBody& body,
+status_t sendInTurn(Link& link, Channel& channel, const MessageHeader& header, OutgoingBody& body,
                     const std::vector<ObjectReference>& references) {
-    status_t status = link.send(channel, header, body, references);
-    if (status == WOULD_BLOCK || status == DEAD_OBJECT) {
-        link.kill();
-        status = DEAD_OBJECT;
-    }
-    return status;
+    const status_t status = link.send(channel, header, body, references);
+    if (status != WOULD_BLOCK) return status;
+    link.kill();
+    return DEAD_OBJECT;
 }
 
 void sendStatus(Link& link, Channel& channel, status_t status) {
@@ -170,8 +179,9 @@ void sendReply(Link& link, Channel& channel, Parcel& reply) {
         MessageHeader header{};
         header.type = kReply;
         keepPeersObjects(channel, body);
-        status = sendOrKill(link, channel, header, body, references);
+        status = sendInTurn(link, channel, header, body, references);
         if (status != OK) link.takeBack(references);
+        if (status == DEAD_OBJECT) link.kill();
     }
     if (status != OK && status != DEAD_OBJECT) sendStatus(link, channel, status);
 }
@@ -192,7 +202,9 @@ struct Answer {
 
 }  // namespace
 
-status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
+namespace {
+
+status_t callLiving(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
                     bool oneway) {
     if (link.dead()) return DEAD_OBJECT;
     OutgoingBody& body = data.outgoing();
@@ -215,11 +227,11 @@ status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& da
     } else {
         channel = nestedChannel(link);
         if (channel == nullptr) {
-            own = ownChannel(link);
+            status = ownChannel(link, &own);
             channel = own.get();
         }
-        status = channel != nullptr ? sendOrKill(link, *channel, header, body, references)
-                                    : static_cast<status_t>(DEAD_OBJECT);
+        if (status == OK) status = sendInTurn(link, *channel, header, body, references);
+        if (status == DEAD_OBJECT && channel != nullptr) status = closed(link, *channel);
     }
     if (status != OK) link.takeBack(references);
     if (status == FAILED_TRANSACTION) link.reportRefusal();
@@ -227,10 +239,18 @@ status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& da
     return waitReply(link, *channel, reply);
 }
 
+}  // namespace
+
+status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
+                    bool oneway) {
+    const status_t status = callLiving(link, object, code, data, reply, oneway);
+    return status == DEAD_OBJECT ? link.reasonOfEnd() : status;
+}
+
 void serveCall(const std::shared_ptr<Link>& link, Channel& channel, Parcel& data, Turn* turn) {
     const MessageHeader& header = data.incoming().header;
     sp<BHwBinder> target = link->target(header.target);
-    if (target == nullptr || thread().frames.size() >= kMaxDepth) {
+    if (target == nullptr || thread().frames.size() >= kMaxDepth || data.incoming().incomplete) {
         sendStatus(*link, channel, target == nullptr ? DEAD_OBJECT : FAILED_TRANSACTION);
         return;
     }

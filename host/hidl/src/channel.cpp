@@ -7,6 +7,7 @@
 #include <string.h>
 #include <sys/socket.h>
 
+#include "shortage.h"
 #include "spin.h"
 
 namespace android::hardware::transport {
@@ -54,9 +55,28 @@ bool Channel::waitWritable() {
     return (poll.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
 }
 
+bool Channel::closesWithin(int milliseconds) const {
+    pollfd poll{mSocket.get(), POLLRDHUP, 0};
+    int count;
+    while ((count = ::poll(&poll, 1, milliseconds)) < 0 && errno == EINTR) {
+    }
+    return count > 0;
+}
+
+bool Channel::peek(MessageHeader* header) const {
+    ssize_t size;
+    do {
+        size = recv(mSocket.get(), header, sizeof(*header), MSG_PEEK | MSG_DONTWAIT);
+    } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
+    return size == sizeof(*header);
+}
+
 status_t Channel::sendPlain(const void* data, size_t size) {
-    const status_t status = statusOfSend(::send(mSocket.get(), data, size, kSendFlags));
-    if (status == OK) mAnnounced = false;
+    return sent(statusOfSend(::send(mSocket.get(), data, size, kSendFlags)));
+}
+
+status_t Channel::sent(status_t status) {
+    if (status == OK) mAnnounced = mTellBulkLost = false;
     return status;
 }
 
@@ -84,13 +104,17 @@ status_t Channel::sendPacket(const void* data, size_t size, const std::vector<in
     rights->cmsg_type = SCM_RIGHTS;
     rights->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
     memcpy(CMSG_DATA(rights), fds.data(), fds.size() * sizeof(int));
-    const status_t status = statusOfSend(sendmsg(mSocket.get(), &message, kSendFlags));
-    if (status == OK) mAnnounced = false;
-    return status;
+    return sent(statusOfSend(sendmsg(mSocket.get(), &message, kSendFlags)));
+}
+
+// What each message says beside its content.
+void Channel::stamp(MessageHeader* header) {
+    header->processor = ownProcessor();
+    if (mTellBulkLost) header->flags |= kBulkMemoryLost;
 }
 
 status_t Channel::send(MessageHeader header, const std::vector<int>& fds) {
-    header.processor = ownProcessor();
+    stamp(&header);
     header.fdCount = static_cast<uint16_t>(fds.size());
     return sendPacket(&header, sizeof(header), fds);
 }
@@ -101,7 +125,8 @@ status_t Channel::fillBulk(MessageHeader* header, const OutgoingBody& body, size
                            std::vector<int>* fds) {
     size_t block = 0;
     const size_t size = skip + body.bulkSize;
-    if (!mBulkSender.allocate(size, &block)) return FAILED_TRANSACTION;
+    const status_t status = mBulkSender.allocate(size, &block);
+    if (status != OK) return status;
     uint8_t* data = mBulkSender.blockData(block);
     for (size_t i = 0; i < body.bulkCount; ++i) {
         memcpy(data + skip + body.bulk[i].offset, body.bulk[i].data, body.bulk[i].size);
@@ -117,7 +142,7 @@ status_t Channel::fillBulk(MessageHeader* header, const OutgoingBody& body, size
 
 status_t Channel::send(MessageHeader header, OutgoingBody& body,
                        const std::vector<ObjectReference>& references) {
-    header.processor = ownProcessor();
+    stamp(&header);
     header.bodySize = static_cast<uint32_t>(body.bodySize);
     if (body.buffer.capacity() == 0) body.buffer = PacketBuffer::ofSize(kMaxPacket);
     const size_t packetSize = kHeaderSize + body.bodySize;
@@ -181,16 +206,23 @@ ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
             message->attach().fds.emplace_back(fd);
         }
     }
-    // Descriptors that did not fit are lost: an impossible size makes it malformed.
-    return (header.msg_flags & MSG_CTRUNC) != 0 ? static_cast<ssize_t>(kMaxPacket + 1) : size;
+    if ((header.msg_flags & MSG_CTRUNC) == 0) return size;
+    // Descriptors that did not fit are lost: an impossible size makes it malformed. If there was
+    // room for more, it is this process that could not have more.
+    if (message->fdCount() > kMaxDescriptors) return static_cast<ssize_t>(kMaxPacket + 1);
+    noteShortage("descriptors that came with a message are lost", EMFILE);
+    message->incomplete = true;
+    return size;
 }
 
 Channel::Received Channel::receive(IncomingMessage* message, bool wait) {
     if (message->buffer.capacity() != kMaxPacket) message->buffer = PacketBuffer::ofSize(kMaxPacket);
+    message->incomplete = false;
     bool announced = mDescriptorsFollow;
     for (;;) {
         const ssize_t size = receivePacket(message, wait);
-        if (size < 0 && errno == EINTR) continue;
+        // The peer may have closed with messages unread: what it has sent before still comes.
+        if (size < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
         if (size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return Received::Nothing;
         if (size <= 0) return Received::Closed;
         if (!check(message, static_cast<size_t>(size))) return Received::Malformed;
@@ -212,11 +244,18 @@ Channel::Received Channel::receive(IncomingMessage* message, bool wait) {
 
 bool Channel::attachMemory(IncomingMessage* message) {
     if ((message->header.flags & kNewBulkMemory) == 0) return true;
-    if (mPeerBulk != nullptr || message->fdCount() == 0) return false;
-    std::vector<base::unique_fd>& fds = message->attachments->fds;
-    mPeerBulk = BulkMapping::ofPeer(fds.front());
-    fds.erase(fds.begin());
-    return mPeerBulk != nullptr;
+    if (mPeerBulk != nullptr) return false;
+    if (message->fdCount() > 0) {
+        std::vector<base::unique_fd>& fds = message->attachments->fds;
+        if (!BulkMapping::isSane(fds.front())) return false;
+        mPeerBulk = BulkMapping::ofPeer(fds.front());
+        if (mPeerBulk == nullptr) noteShortage("a peer's shared memory can't be mapped", errno);
+        fds.erase(fds.begin());
+    } else if (!message->incomplete) {
+        return false;
+    }
+    mPeerBulkLost = mTellBulkLost = mPeerBulk == nullptr;
+    return true;
 }
 
 // Finds the message's body and references, in the packet or as a copy of what lies
@@ -227,6 +266,11 @@ bool Channel::attachBulk(IncomingMessage* message) {
     message->body = message->buffer.data() + kHeaderSize;
     message->bodySize = header.bodySize;
     if (header.bulkSize == 0) return !bodyInBulk;
+    if (mPeerBulk == nullptr && mPeerBulkLost) {
+        message->incomplete = true;
+        if (bodyInBulk) message->body = nullptr;
+        return true;
+    }
     if (mPeerBulk == nullptr || !BulkMapping::holds(header.bulkOffset, header.bulkSize)) return false;
 
     size_t skip = 0;
@@ -248,6 +292,7 @@ bool Channel::check(IncomingMessage* message, size_t packetSize) {
     const MessageHeader& header = message->header;
     if (!isHeaderSane(header)) return false;
     noteSender(header.processor);
+    if ((header.flags & kBulkMemoryLost) != 0) mBulkSender = BulkSender();
     const bool bodyAlone = header.flags == 0 && header.objectCount == 0 && header.fdCount == 0 &&
                            header.bulkSize == 0 && message->attachments == nullptr;
     if (bodyAlone) {
@@ -257,8 +302,9 @@ bool Channel::check(IncomingMessage* message, size_t packetSize) {
     }
     const size_t inPacket = (header.flags & kBodyInBulk) != 0 ? 0 : header.bodySize + referencesSize(header);
     if (packetSize != kHeaderSize + inPacket || !attachMemory(message)) return false;
-    if (message->fdCount() != header.fdCount || !attachBulk(message)) return false;
-    if (header.objectCount > 0) {
+    if (!message->incomplete && message->fdCount() != header.fdCount) return false;
+    if (!attachBulk(message)) return false;
+    if (header.objectCount > 0 && message->body != nullptr) {
         std::vector<ObjectReference>& references = message->attach().references;
         references.resize(header.objectCount);
         memcpy(references.data(), message->body + header.bodySize, referencesSize(header));

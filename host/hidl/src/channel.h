@@ -51,11 +51,17 @@ class Channel {
 
     /** Waits until the peer reads; false where it is gone. */
     bool waitWritable();
+    /** Whether the peer closes the channel within so many milliseconds, or has. Any thread. */
+    bool closesWithin(int milliseconds) const;
+    /** Reads the next message's header and leaves the message; false if there is none. Any thread. */
+    bool peek(MessageHeader* header) const;
 
     /** Objects of the peer's that travel home in a reply: kept until the peer's next packet. */
     std::vector<sp<IBinder>> heldUntilNext;
 
   private:
+    void stamp(MessageHeader* header);
+    status_t sent(status_t status);
     status_t sendPlain(const void* data, size_t size);
     status_t sendPacket(const void* data, size_t size, const std::vector<int>& fds);
     status_t sendBody(MessageHeader header, OutgoingBody& body,
@@ -70,6 +76,8 @@ class Channel {
     const Kind mKind;
     bool mDescriptorsFollow = false;  // the peer has announced some
     bool mAnnounced = false;          // we have, and the peer still waits for the message
+    bool mPeerBulkLost = false;       // there was no address space or descriptor for it
+    bool mTellBulkLost = false;       // and the peer does not know
     BulkSender mBulkSender;
     std::shared_ptr<BulkMapping> mPeerBulk;
 };

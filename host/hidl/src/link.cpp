@@ -15,6 +15,7 @@
 #include "call.h"
 #include "process.h"
 #include "proxy.h"
+#include "shortage.h"
 #include "sources.h"
 
 namespace android::hardware::transport {
@@ -24,6 +25,9 @@ std::atomic<uint64_t> gLinks{0};
 
 constexpr int kRoomAttempts = 50;
 constexpr std::chrono::microseconds kRoomPause{100};
+
+// A process that ends closes all its sockets within a moment.
+constexpr int kEndPatience = 1000;  // milliseconds
 
 MessageHeader controlMessage(MessageType type, uint64_t target, uint32_t code = 0) {
     MessageHeader header{};
@@ -73,6 +77,20 @@ void Link::kill() {
         if (auto channel = weak.lock()) peerChannels.push_back(std::move(channel));
     }
     shutdownAll(peerChannels);
+}
+
+status_t Link::reasonOfEnd() {
+    const std::shared_ptr<Channel> channel = control();
+    MessageHeader header{};
+    // Without a thread of the pool nobody else reads what the peer said.
+    if (channel != nullptr && channel->peek(&header) && header.type == kTurnedAway) turnAway(header.code);
+    return mReason;
+}
+
+void Link::turnAway(uint32_t status) {
+    const auto reason = static_cast<status_t>(status);
+    if (reason >= OK || mReason.exchange(reason) == reason) return;
+    ALOGE("process %d can't serve this one: %s", peerPid, strerror(-reason));
 }
 
 void Link::hangUp() {
@@ -186,13 +204,13 @@ void Link::giveReceiveSpace(Channel& channel) {
 }
 
 bool Link::takeReceiveSpace(IncomingMessage* message) {
+    if (message->incomplete) return true;
     if (message->fdCount() != 2 || mPeerSpace.load() != nullptr) return false;
     const std::vector<base::unique_fd>& fds = message->attachments->fds;
     const uint32_t slot = message->header.code;
     if (!PeerSpace::isSane(fds[0], fds[1], slot)) return false;
     mPeerSpace = PeerSpace::map(fds[0], fds[1], slot).release();
-    if (mPeerSpace.load() == nullptr)
-        ALOGE("no address space left: calls to process %d are not counted", peerPid);
+    if (mPeerSpace.load() == nullptr) noteShortage("calls to a process are not counted", errno);
     return true;
 }
 
@@ -202,37 +220,49 @@ bool Link::waitForRoom() {
     return channel != nullptr && channel->waitWritable();
 }
 
-std::shared_ptr<Channel> Link::makeCallChannel() {
+status_t Link::makeCallChannel(std::shared_ptr<Channel>* channel) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        ALOGE("no socket pair for a call: %s", strerror(errno));
-        return nullptr;
+        const int error = errno;
+        ALOGE("no socket pair for a call: %s", strerror(error));
+        return -error;
     }
     base::unique_fd near(ends[0]);
     base::unique_fd far(ends[1]);
     status_t status;
     while ((status = sendControl(controlMessage(kNewCallChannel, 0), {far.get()})) == WOULD_BLOCK) {
-        if (!waitForRoom()) return nullptr;
+        if (!waitForRoom()) return DEAD_OBJECT;
     }
-    if (status != OK) return nullptr;
-    return std::make_shared<Channel>(std::move(near), Channel::Kind::Call);
+    if (status == OK) *channel = std::make_shared<Channel>(std::move(near), Channel::Kind::Call);
+    return status;
 }
 
-std::shared_ptr<Channel> Link::takeCallChannel() {
+status_t Link::takeCallChannel(std::shared_ptr<Channel>* channel) {
     {
         std::lock_guard<std::mutex> lock(mMutex);
         if (!mIdleChannels.empty()) {
-            std::shared_ptr<Channel> channel = mIdleChannels.back();
+            *channel = mIdleChannels.back();
             mIdleChannels.pop_back();
-            return channel;
+            return OK;
         }
     }
-    std::shared_ptr<Channel> channel = makeCallChannel();
-    if (channel == nullptr) return nullptr;
+    const status_t status = makeCallChannel(channel);
+    if (status != OK) return status;
     std::lock_guard<std::mutex> lock(mMutex);
-    if (dead()) return nullptr;
-    mCallChannels.push_back(channel);
-    return channel;
+    if (dead()) return DEAD_OBJECT;
+    mCallChannels.push_back(*channel);
+    return OK;
+}
+
+status_t Link::lostCallChannel(const Channel& channel) {
+    const std::shared_ptr<Channel> control = this->control();
+    if (dead() || control == nullptr || control->closesWithin(kEndPatience)) return DEAD_OBJECT;
+    ALOGE("process %d has closed a call channel, perhaps for lack of a descriptor: the call fails", peerPid);
+    std::lock_guard<std::mutex> lock(mMutex);
+    const auto isIt = [&channel](const auto& one) { return one.get() == &channel; };
+    mCallChannels.erase(std::remove_if(mCallChannels.begin(), mCallChannels.end(), isIt),
+                        mCallChannels.end());
+    return FAILED_TRANSACTION;
 }
 
 void Link::giveBackCallChannel(const std::shared_ptr<Channel>& channel) {
@@ -279,7 +309,9 @@ sp<BpHwBinder> Link::registeredProxy(uint64_t object) {
     while ((status = sendControl(controlMessage(kAcquire, object))) == WOULD_BLOCK) {
         if (!waitForRoom()) return nullptr;
     }
-    return status == OK ? proxy(object, 1) : nullptr;
+    if (status == OK) return proxy(object, 1);
+    // Calls on it will return the reason.
+    return reasonOfEnd() != DEAD_OBJECT ? proxy(object, 0) : nullptr;
 }
 
 void Link::forgetProxy(uint64_t object, const BpHwBinder* proxy, uint32_t known) {
@@ -401,7 +433,7 @@ bool Link::resolve(IncomingMessage* message) {
         share->take(room, oneway);
         message->room = Room(share, room, oneway);
     }
-    if (message->header.objectCount == 0) return true;
+    if (message->attachments == nullptr) return true;
     Attachments& attachments = *message->attachments;
     for (const ObjectReference& reference : attachments.references) {
         if (reference.reserved != 0) return false;

@@ -40,6 +40,10 @@ class Link : public std::enable_shared_from_this<Link> {
      * is still read.
      */
     void hangUp();
+    /** DEAD_OBJECT, or the shortage for which the peer ended this connection. */
+    status_t reasonOfEnd();
+    /** The peer ends this connection for that reason. */
+    void turnAway(uint32_t status);
     /** For the pool, once: gives the peer's objects up and tells who asked to be told. */
     void end();
     bool ended();
@@ -58,8 +62,13 @@ class Link : public std::enable_shared_from_this<Link> {
     status_t sendOneway(const MessageHeader& header, OutgoingBody& body,
                         const std::vector<ObjectReference>& references);
 
-    /** A channel for a thread to call the peer on; null where the peer is gone. */
-    std::shared_ptr<Channel> takeCallChannel();
+    /** A channel for a thread to call the peer on; DEAD_OBJECT if the peer is gone, or a shortage. */
+    status_t takeCallChannel(std::shared_ptr<Channel>* channel);
+    /**
+     * The peer has closed that call channel. DEAD_OBJECT if it is gone; FAILED_TRANSACTION if the
+     * channel alone is lost: the next call may get another.
+     */
+    status_t lostCallChannel(const Channel& channel);
     void giveBackCallChannel(const std::shared_ptr<Channel>& channel);
 
     /** A channel on which the peer calls us; false where the link is dead. */
@@ -120,9 +129,10 @@ class Link : public std::enable_shared_from_this<Link> {
     status_t flushReleases(Channel& control) REQUIRES(mControlMutex);
     void awaitRoom(const Channel& control) REQUIRES(mControlMutex);
     bool waitForRoom();
-    std::shared_ptr<Channel> makeCallChannel();
+    status_t makeCallChannel(std::shared_ptr<Channel>* channel);
 
     std::atomic<bool> mDead{false};
+    std::atomic<status_t> mReason{DEAD_OBJECT};
     std::atomic<SpaceShare*> mShare{nullptr};  // of this process's receive buffer
     std::atomic<PeerSpace*> mPeerSpace{nullptr};
     std::mutex mControlMutex;  // sending on the control channel

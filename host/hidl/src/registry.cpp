@@ -26,6 +26,7 @@
 #include "host/root/tv_check.h"
 #include "host/root/tv_root.h"
 #include "host/root/value_file.h"
+#include "shortage.h"
 
 namespace android::hardware::transport {
 namespace {
@@ -91,6 +92,10 @@ base::unique_fd lockRegistry() {
 
 bool isAlive(const std::string& socket) {
     base::unique_fd alive(openRegularFile(pathOf(socket + kAliveSuffix), O_RDONLY));
+    if (alive < 0 && isShortage(errno)) {
+        noteShortage("can't look whether a service lives", errno);
+        return true;  // and take nothing away
+    }
     return alive >= 0 && flock(alive.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
@@ -131,6 +136,10 @@ bool readEntry(const std::string& file, RegistryEntry* entry) {
     if (split == std::string::npos || file.front() == '.') return false;
     const int error = hidlaudio::host::readValueFile(pathOf(file), text);
     if (error == ENOENT || error == ENOTDIR) return false;
+    if (isShortage(error)) {
+        noteShortage("can't read the service registry", error);
+        return false;
+    }
     if (error != 0 || !parseEntry(text, entry)) {
         ALOGW("%s is no registry entry", pathOf(file).c_str());
         return false;
@@ -143,7 +152,10 @@ bool readEntry(const std::string& file, RegistryEntry* entry) {
 std::vector<std::string> filesOf(const std::string& directory) {
     std::vector<std::string> files;
     DIR* dir = opendir(directory.c_str());
-    if (dir == nullptr) return files;
+    if (dir == nullptr) {
+        noteShortage("can't read the service registry", errno);
+        return files;
+    }
     while (const dirent* item = readdir(dir)) files.emplace_back(item->d_name);
     closedir(dir);
     std::sort(files.begin(), files.end());
@@ -238,7 +250,10 @@ base::unique_fd registryConnect(const std::string& name) {
     base::unique_fd socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     base::unique_fd directory;
     sockaddr_un address;
-    if (socket < 0 || !addressOf(name, &directory, &address)) return base::unique_fd();
+    if (socket < 0 || !addressOf(name, &directory, &address)) {
+        noteShortage("can't connect to a service", errno);
+        return base::unique_fd();
+    }
     int result;
     do {
         result = connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address));

@@ -32,7 +32,13 @@ LookUp lookUp(const std::string& descriptor, const std::string& instance) {
     const char* const name = instance.c_str();
     sp<IBase> dead;
     for (;;) {
-        sp<IBase> service = defaultServiceManager()->get(descriptor, instance);
+        const Return<sp<IBase>> answer = defaultServiceManager()->get(descriptor, instance);
+        if (!answer.isOk()) {
+            ALOGE("getService: defaultServiceManager()->get returns %s for %s/%s.",
+                  answer.description().c_str(), interface, name);
+            return {nullptr, false};
+        }
+        sp<IBase> service = answer;
         if (service == nullptr) return {nullptr, true};
         const Return<bool> fits = details::canCastInterface(service.get(), interface, true);
         if (fits.isOk() && fits) return {service, false};

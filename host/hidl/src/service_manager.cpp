@@ -14,6 +14,7 @@
 #include "notifications.h"
 #include "process.h"
 #include "registry.h"
+#include "shortage.h"
 
 namespace android::hardware {
 namespace {
@@ -63,11 +64,31 @@ std::vector<std::string> namesOf(IBase& service) {
     return names;
 }
 
+/** Why the last look-up may have missed something. */
+Status shortage() {
+    return Status::fromStatusT(transport::takeShortage());
+}
+
+/** All registered services; an error if the registry cannot be read, or this process could not see them all. */
+Status listEntries(std::vector<transport::RegistryEntry>* entries) {
+    const Status readable = registryStatus();
+    if (!readable.isOk()) return readable;
+    (void)transport::takeShortage();
+    *entries = transport::registryList();
+    return shortage();
+}
+
 /** The registry's files as the platform's service manager. An object of each process. */
 class ServiceManager : public IServiceManager {
   public:
     Return<sp<IBase>> get(const hidl_string& fqName, const hidl_string& name) override {
-        return sp<IBase>(fromBinder<IBase, BpHwBase, BnHwBase>(findRegistered(fqName, name)));
+        (void)transport::takeShortage();
+        const sp<IBinder> binder = findRegistered(fqName, name);
+        if (binder == nullptr) {
+            const Status status = shortage();
+            if (!status.isOk()) return status;
+        }
+        return sp<IBase>(fromBinder<IBase, BpHwBase, BnHwBase>(binder));
     }
 
     Return<bool> add(const hidl_string& name, const sp<IBase>& service) override {
@@ -95,18 +116,21 @@ class ServiceManager : public IServiceManager {
     }
 
     Return<void> list(list_cb callback) override {
-        if (const Status status = registryStatus(); !status.isOk()) return status;
+        std::vector<transport::RegistryEntry> entries;
+        const Status status = listEntries(&entries);
+        if (!status.isOk()) return status;
         std::vector<hidl_string> names;
-        for (const auto& entry : transport::registryList())
-            names.emplace_back(entry.interface + "/" + entry.instance);
+        for (const auto& entry : entries) names.emplace_back(entry.interface + "/" + entry.instance);
         callback(names);
         return Void();
     }
 
     Return<void> listByInterface(const hidl_string& fqName, listByInterface_cb callback) override {
-        if (const Status status = registryStatus(); !status.isOk()) return status;
+        std::vector<transport::RegistryEntry> entries;
+        const Status status = listEntries(&entries);
+        if (!status.isOk()) return status;
         std::vector<hidl_string> names;
-        for (const auto& entry : transport::registryList()) {
+        for (const auto& entry : entries) {
             if (fqName == entry.interface.c_str()) names.emplace_back(entry.instance);
         }
         callback(names);
@@ -119,9 +143,11 @@ class ServiceManager : public IServiceManager {
     }
 
     Return<void> debugDump(debugDump_cb callback) override {
-        if (const Status status = registryStatus(); !status.isOk()) return status;
+        std::vector<transport::RegistryEntry> entries;
+        const Status status = listEntries(&entries);
+        if (!status.isOk()) return status;
         std::vector<InstanceDebugInfo> infos;
-        for (const auto& entry : transport::registryList()) {
+        for (const auto& entry : entries) {
             InstanceDebugInfo info{};
             info.interfaceName = entry.interface;
             info.instanceName = entry.instance;

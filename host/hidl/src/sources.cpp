@@ -16,6 +16,7 @@
 #include "call.h"
 #include "peer.h"
 #include "process.h"
+#include "shortage.h"
 
 namespace android::hardware::transport {
 namespace {
@@ -35,7 +36,7 @@ void ListenSource::ready(Turn&) {
 void ListenSource::accept() {
     base::unique_fd socket(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (socket < 0 && (errno == EMFILE || errno == ENFILE)) {
-        refuse();
+        refuse(errno);
         return;
     }
     if (socket < 0) return;
@@ -52,14 +53,21 @@ void ListenSource::accept() {
     ControlSource::watch(link, true);
 }
 
-void ListenSource::refuse() {
+void ListenSource::refuse(int error) {
     // Left in the queue, the connection would wake the pool for ever: it is taken
     // with a descriptor kept for that, and turned away.
     const bool hadReserve = mReserve.get() >= 0;
     mReserve.reset();
-    const bool refused = base::unique_fd(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;
+    base::unique_fd refused(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    const bool isRefused = refused >= 0;
+    if (isRefused) {
+        MessageHeader header{};
+        header.type = kTurnedAway;
+        header.code = static_cast<uint32_t>(-error);
+        (void)Channel(std::move(refused), Channel::Kind::Control).send(header);
+    }
     mReserve = openReserve();
-    if (refused) {
+    if (isRefused) {
         ALOGE("too many clients: a connection is refused");
     } else {
         if (hadReserve) ALOGE("too many clients: no descriptor is left to refuse one with, it waits");
@@ -106,10 +114,20 @@ void ControlSource::ready(Turn& turn) {
         mLink->dropUnreferenced();
         return;
     }
-    if (received != Channel::Received::Closed)
+    if (received != Channel::Received::Closed && !mShort)
         ALOGE("process %d broke the transport's format", mLink->peerPid);
     turn.forget();
     finish();
+}
+
+bool ControlSource::endForShortage() {
+    MessageHeader header{};
+    header.type = kTurnedAway;
+    header.code = static_cast<uint32_t>(takeShortage());
+    ALOGE("the connection of process %d ends for that reason", mLink->peerPid);
+    (void)mLink->sendControl(header);
+    mShort = true;
+    return false;
 }
 
 bool ControlSource::handle(IncomingMessage&& message, Turn& turn) {
@@ -122,6 +140,9 @@ bool ControlSource::handle(IncomingMessage&& message, Turn& turn) {
             return newCallChannel(std::move(message));
         case kReceiveSpace:
             return mLink->takeReceiveSpace(&message);
+        case kTurnedAway:
+            mLink->turnAway(header.code);
+            return true;
         case kRefused:
             ReceiveSpace::own().audit(header.code);
             return true;
@@ -149,6 +170,7 @@ bool ControlSource::hello(const MessageHeader& header) {
 }
 
 bool ControlSource::newCallChannel(IncomingMessage&& message) {
+    if (message.incomplete) return true;  // the peer finds its end closed
     if (message.fdCount() != 1) return false;
     base::unique_fd& socket = message.attachments->fds.front();
     if (!isChannelOf(socket, mLink->peerPid)) return false;
@@ -163,8 +185,10 @@ bool ControlSource::newCallChannel(IncomingMessage&& message) {
 
 bool ControlSource::oneway(IncomingMessage&& message, Turn& turn) {
     if (!mLink->resolve(&message)) return false;
+    // Nobody waits for an answer. But later messages would lie in memory that was lost.
+    if (message.incomplete) return (message.header.flags & kNewBulkMemory) == 0 || endForShortage();
     sp<BHwBinder> target = mLink->target(message.header.target);
-    if (target == nullptr) return true;  // gone meanwhile; nobody waits for an answer
+    if (target == nullptr) return true;  // gone meanwhile
     const Enqueued enqueued = enqueueOneway(*target, mLink, std::move(message), shared_from_this());
     if (enqueued == Enqueued::Stops) {
         turn.forget();

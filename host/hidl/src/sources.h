@@ -18,7 +18,7 @@ class ListenSource : public Source {
 
   private:
     void accept();
-    void refuse();
+    void refuse(int error);
 
     const base::unique_fd mSocket;
     base::unique_fd mReserve;
@@ -68,11 +68,13 @@ class ControlSource : public Source {
     bool hello(const MessageHeader& header);
     bool newCallChannel(IncomingMessage&& message);
     bool oneway(IncomingMessage&& message, Turn& turn);
+    bool endForShortage();
 
     const std::shared_ptr<Link> mLink;
     const std::shared_ptr<PeerSource> mPeer;
     const std::shared_ptr<Channel> mControl;
     bool mExpectsHello;
+    bool mShort = false;  // ended for lack of a descriptor or of address space
     std::atomic<bool> mFinished{false};
 };
 

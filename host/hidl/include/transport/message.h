@@ -157,6 +157,7 @@ struct IncomingMessage {
     const uint8_t* body = nullptr;
     size_t bodySize = 0;
     BulkView bulk;
+    bool incomplete = false;  // this process had no descriptor or address space for what came with it
     Room room;
     std::unique_ptr<Attachments> attachments;
 

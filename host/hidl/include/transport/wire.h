@@ -62,6 +62,10 @@
  * *Descriptors* need a slower way to receive. The packet kDescriptorsFollow announces
  * that the next packet of the channel carries some.
  *
+ * A receiver that has no descriptor or address space left fails the call that brought them.
+ * If it was shared memory, its next packet has kBulkMemoryLost, and the sender makes new;
+ * for that of a control channel, which is not always read, it ends the link (kTurnedAway).
+ *
  * *The receive buffer* of a process has room for kTransactionLimit bytes (half of them for
  * oneway calls) of all messages to it that are sent and not yet handled. Their sizes are
  * those of the platform (Parcel.h); the smallest are not counted. Nothing lies in that
@@ -100,15 +104,17 @@ enum MessageType : uint8_t {
     kReplyRead,     // call channel: the reply that brought objects home was read
     kReceiveSpace,  // once a link and direction: two descriptors, books and claims; code = the slot
     kRefused,       // control: a call found no room; code = the look
+    kTurnedAway,    // control: the sender ends the connection for a shortage; code = which, a status
 };
-constexpr uint8_t kLastMessageType = kRefused;
+constexpr uint8_t kLastMessageType = kTurnedAway;
 
 enum MessageFlags : uint8_t {
     kOneway = 1,
     kNewBulkMemory = 2,  // the first descriptor is the sender's shared memory
     kBodyInBulk = 4,
+    kBulkMemoryLost = 8,  // the sender could not take the receiver's shared memory
 };
-constexpr uint8_t kAllMessageFlags = kOneway | kNewBulkMemory | kBodyInBulk;
+constexpr uint8_t kAllMessageFlags = kOneway | kNewBulkMemory | kBodyInBulk | kBulkMemoryLost;
 
 struct MessageHeader {
     uint32_t bodySize;
