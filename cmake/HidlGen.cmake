@@ -21,6 +21,11 @@ set(HIDL_GEN_ROOTS
 set(HIDL_READ_COUNTS
   [[s/readUint64(\(&(\w+)\).\s*if \(_hidl_err != ::android::OK\) \{[^}]*\}\s*\S+\.resize\(\2\))/readCount\1/g]]
   CACHE INTERNAL "For sed, with -E and -z")
+# This hidl-gen's proxies refuse a call without result callback. Those of the platform call the
+# empty function, which ends the client.
+set(HIDL_NULL_CALLBACKS
+  [[s/\s*if \(_hidl_cb == nullptr\) \{[^}]*EX_ILLEGAL_ARGUMENT[^}]*\}//g]]
+  CACHE INTERNAL "Likewise")
 
 function(hidl_package target)
   cmake_parse_arguments(ARG "" "PACKAGE;ROOT" "VERSIONS;ROOTS;HAL_DEPENDS" ${ARGN})
@@ -58,7 +63,7 @@ function(hidl_package target)
       OUTPUT ${version_sources} ${version_headers}
       COMMAND ${HIDL_GEN} -o ${HIDL_GEN_DIR} -Lc++-headers ${roots} ${fqname}
       COMMAND ${HIDL_GEN} -o ${HIDL_GEN_DIR} -Lc++-sources ${roots} ${fqname}
-      COMMAND sed -i -z -E "${HIDL_READ_COUNTS}" ${version_sources}
+      COMMAND sed -i -z -E -e "${HIDL_READ_COUNTS}" -e "${HIDL_NULL_CALLBACKS}" ${version_sources}
       DEPENDS ${all_hal}
       COMMENT "hidl-gen ${fqname}"
       VERBATIM)
