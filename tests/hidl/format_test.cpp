@@ -215,6 +215,9 @@ TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
         {"another interface", otherInterface, android::BAD_TYPE},
         {"another type", otherType, android::OK},
         {"no arguments", rawCall(object_, kAdd), NOT_ENOUGH_DATA},
+        {"no text", rawCall(object_, kEchoText), BAD_VALUE},
+        {"no bytes", rawCall(object_, kEchoBytes), BAD_VALUE},
+        {"no interface", rawCall(object_, kSetCallback), android::BAD_TYPE},
         {"half of the arguments", rawCall(object_, kAdd, integers({1})), NOT_ENOUGH_DATA},
         {"a oneway method", rawCall(object_, kNote, integers({1, -1})), android::UNKNOWN_ERROR},
         {"an object not sent", rawCall(object_, kSetCallback, integers({5})), BAD_VALUE},
@@ -249,11 +252,9 @@ TEST_F(FormatTest, BulkDataLiesInItsBlockAndAligned) {
         uint32_t place;
         status_t status;
     } kCases[] = {
-        {kEchoBytes, 0, android::OK},
-        {kEchoBytes, 64, android::OK},
+        {kEchoBytes, 0, android::OK},       {kEchoBytes, 64, android::OK},
         {kEchoBytes, 65, BAD_VALUE},  // a vector of wider numbers would be read astray
-        {kEchoBytes, 4096 - 64, NOT_ENOUGH_DATA},
-        {kEchoBytes, UINT32_MAX - 63, NOT_ENOUGH_DATA},
+        {kEchoBytes, 4096 - 64, BAD_VALUE}, {kEchoBytes, UINT32_MAX - 63, BAD_VALUE},
         {kEchoText, 0, BAD_VALUE},
     };
     for (const auto& one : kCases) {

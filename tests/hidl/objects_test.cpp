@@ -144,12 +144,12 @@ TEST_F(ObjectsTest, ReferencesGivenBackToABusyClientAreNotForgotten) {
 TEST_F(ObjectsTest, AnObjectIsNotPassedOnToAThirdProcess) {
     Service other({1, "other"});
     const sp<IProbeCallback> foreign = sp<IProbeCallback>(other.get()->makeCallback());
-    EXPECT_THAT(errorOf(probe_->setCallback(foreign)), HasSubstr("Function not implemented"));
+    EXPECT_THAT(errorOf(probe_->setCallback(foreign)), HasSubstr("INVALID_OPERATION"));
     EXPECT_EQ(sp<IProbeCallback>(probe_->getCallback()), nullptr);
 
     EXPECT_EQ(errorOf(probe_->setCallback(new Callback())), "");
     Helper third({"fetch"});
-    EXPECT_THAT(third.readLine(), HasSubstr("Function not implemented"));
+    EXPECT_THAT(third.readLine(), HasSubstr("INVALID_OPERATION"));
     EXPECT_EQ(third.wait(), 0);
     EXPECT_EQ(probe_->add(1, 2), 3);
 }

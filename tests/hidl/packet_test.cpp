@@ -127,8 +127,8 @@ TEST_F(PacketTest, ATransactionWeighsWhatItsParcelTakesOnThePlatform) {
     constexpr size_t kObject = 48;  // of a buffer, with its entry
     constexpr size_t kHead = 16;    // of a string or a vector
     constexpr size_t kItem = 56;    // a string, two vectors, a bool, an enumeration
-    // Without content: four strings, of which each has its NUL, and seven vectors.
-    constexpr size_t kEverything = sizeof(Everything) + 4 * (kObject + 8) + 7 * kObject;
+    // Without content: eight strings, of which each has its NUL, and seven vectors.
+    constexpr size_t kEverything = sizeof(Everything) + 8 * (kObject + 8) + 7 * kObject;
     hidl_handle file;
     file.setTo(newHandle({1, 2}), true);
     const Item item{"channel", {1, 2, 3}, {"", "12345678"}, true, Colour::RED};

@@ -18,7 +18,7 @@ constexpr uint32_t kInSharedMemory = kBulkThreshold + 1;
 
 const auto kFails = HasSubstr("FAILED_TRANSACTION");
 const auto kNoDescriptor = HasSubstr("Too many open files");
-const auto kNoMemory = HasSubstr("Cannot allocate memory");
+const auto kNoMemory = HasSubstr("NO_MEMORY");
 
 /** Takes a resource from a process while this lives. */
 class Limited {

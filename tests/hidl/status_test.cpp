@@ -40,6 +40,13 @@ TEST_F(StatusTest, ExaminedErrorsAndSuccessesAreFine) {
     EXPECT_EQ(second, 8);
 }
 
+TEST_F(StatusTest, ErrorsHaveTheirNamesAsText) {
+    EXPECT_EQ(Status::fromStatusT(android::BAD_VALUE).description(),
+              "Status(EX_TRANSACTION_FAILED): 'BAD_VALUE: '");
+    EXPECT_THAT(Status::fromStatusT(android::TIMED_OUT).description(), HasSubstr("TIMED_OUT"));
+    EXPECT_THAT(Status::fromStatusT(-EMFILE).description(), HasSubstr("Too many open files"));
+}
+
 TEST_F(StatusTest, AServiceThatBreaksTheRulesOfResultsEnds) {
     std::string answers;
     const auto add = [&answers](const auto& text) { answers += text; };

@@ -269,8 +269,14 @@ bool isServedLast() {
     Client other;
     const RawMessage call = rawCall(early.object(), kAnswerThenWait,
                                     [&gate](auto& parcel) { parcel.writeNativeHandleNoDup(gate.handle()); });
+    // Both packets are there before the service reads one: in two steps, the channel would be
+    // ready twice, and once too often.
+    Gate busyGate;
+    auto busy = waitAt(service.get(), 0, &busyGate);
     EXPECT_TRUE(sendRaw(early.channel, rawMessage(kDescriptorsFollow)));
     EXPECT_TRUE(sendRaw(early.channel, call));
+    busyGate.open();
+    EXPECT_EQ(busy.get(), "");
     EXPECT_EQ(statusOfReply(early.channel), android::OK);
     gate.awaitEntry();
     other.send();

@@ -4,12 +4,14 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <sstream>
 
 #include "fixture.h"
 
 namespace hidlaudio::test {
 namespace {
 
+using android::hardware::hidl_array;
 using com::tovi::test::probe::V1_0::Colour;
 using com::tovi::test::probe::V1_0::Item;
 using testing::HasSubstr;
@@ -20,6 +22,10 @@ using ValuesTest = ServedTest;
 
 Everything extremes() {
     const Item item{"item", {1.5f, -2.5f}, {"", "note"}, true, Colour::GREEN};
+    hidl_array<int16_t, 2, 3> grid;
+    for (int16_t i = 0; i < 6; ++i) grid.data()[i] = i;
+    hidl_array<hidl_string, 2, 2> names;
+    names[1][0] = "of the second row";
     return Everything{true,
                       INT8_MIN,
                       UINT8_MAX,
@@ -41,7 +47,9 @@ Everything extremes() {
                       std::vector<double>(2000, 0.1),
                       {{}, {1}, {2, 3}, std::vector<int32_t>(3000, 7), {}},
                       {item, Item{}, item},
-                      {{"a", "b"}, {}, {hidl_string()}}};
+                      {{"a", "b"}, {}, {hidl_string()}},
+                      grid,
+                      names};
 }
 
 TEST_F(ValuesTest, EveryTypeComesBackUnchanged) {
@@ -51,6 +59,47 @@ TEST_F(ValuesTest, EveryTypeComesBackUnchanged) {
         EXPECT_EQ(toString(same), toString(value));
         EXPECT_EQ(same, value);
     }
+}
+
+// Types of the interface language as the platform's library has them.
+TEST_F(ValuesTest, StringsCompareAndPrintUpToTheirFirstNul) {
+    const hidl_string whole("a\0b", 3);
+    const hidl_string other("a\0c", 3);
+    EXPECT_EQ(whole, other);
+    EXPECT_FALSE(whole < other || other < whole || whole != "a");
+    EXPECT_NE(std::string(whole), std::string(other));
+    std::ostringstream stream;
+    stream << whole << hidl_string("!");
+    EXPECT_EQ(stream.str(), "a!");
+    hidl_string external;
+    external.setToExternal("text", 4);
+    EXPECT_DEATH(external.setToExternal("text", 3), "must end with a NUL");
+}
+
+TEST_F(ValuesTest, AMovedVectorStillRefersToItsElements) {
+    hidl_vec<hidl_string> texts = {"first", "second"};
+    const hidl_vec<hidl_string> moved = std::move(texts);
+    EXPECT_EQ(texts.size(), 2u);  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(texts.data(), moved.data());
+    EXPECT_TRUE(moved.contains("second"));
+    EXPECT_EQ(moved.find("second"), moved.begin() + 1);
+    EXPECT_FALSE(moved.contains("third"));
+    const std::unique_ptr<hidl_string[]> copies(texts.releaseData());
+    EXPECT_NE(copies.get(), moved.data());
+    EXPECT_EQ(copies[1], "second");
+    hidl_vec<hidl_string> own = {"own"};
+    const hidl_string* data = own.data();
+    const std::unique_ptr<hidl_string[]> released(own.releaseData());
+    EXPECT_EQ(released.get(), data);
+}
+
+TEST_F(ValuesTest, ValuesAsText) {
+    using android::hardware::toString;
+    EXPECT_EQ(toString(true) + toString(false), "10");
+    EXPECT_EQ(toString(hidl_handle()), "0");
+    EXPECT_EQ(toString(extremes().grid), "[2][3]{{0, 1, 2}, {3, 4, 5}}");
+    EXPECT_THAT(toString(Everything{}), HasSubstr(".flags =  (0)"));
+    EXPECT_THAT(toString(extremes()), HasSubstr("TWO (0x3)"));
 }
 
 TEST_F(ValuesTest, BytesOfEverySizeComeBackUnchanged) {

@@ -247,14 +247,14 @@ status_t Parcel::clearPointer(size_t parent, size_t offset) {
 status_t Parcel::readRecord(size_t size, uint32_t parent, uint32_t parentOffset, size_t* handle,
                             const void** data, bool plain) const {
     const uint8_t* place = take(sizeof(BufferRecord), kWordSize);
-    if (place == nullptr) return NOT_ENOUGH_DATA;
+    if (place == nullptr) return BAD_VALUE;
     BufferRecord record;
     memcpy(&record, place, sizeof(record));
     if (record.size != size || record.parent != parent || record.parentOffset != parentOffset)
         return BAD_VALUE;
     if (record.place != kInline && (!plain || record.place % kBulkAlignment != 0)) return BAD_VALUE;
     *data = record.place == kInline ? take(size, kRecordDataAlignment) : mIn.bulk.at(record.place, size);
-    if (*data == nullptr) return NOT_ENOUGH_DATA;
+    if (*data == nullptr) return BAD_VALUE;
     *handle = mPosition - (record.place == kInline ? size : 0);
     return OK;
 }
@@ -294,8 +294,7 @@ status_t Parcel::writeStrongBinder(const sp<IBinder>& binder) {
 
 status_t Parcel::readNullableStrongBinder(sp<IBinder>* binder) const {
     uint32_t index = 0;
-    status_t status = readUint32(&index);
-    if (status != OK) return status;
+    if (readUint32(&index) != OK) return BAD_TYPE;
     if (index == kNullObject) {
         *binder = nullptr;
         return OK;

@@ -2,15 +2,17 @@
 #include <hidl/Status.h>
 #include <string.h>
 
+#include <algorithm>
+
 namespace android::hardware {
 namespace {
 
-struct ExceptionName {
+struct Name {
     int32_t code;
     const char* name;
 };
 
-constexpr ExceptionName kExceptionNames[] = {
+constexpr Name kExceptionNames[] = {
     {Status::EX_NONE, "EX_NONE"},
     {Status::EX_SECURITY, "EX_SECURITY"},
     {Status::EX_BAD_PARCELABLE, "EX_BAD_PARCELABLE"},
@@ -22,29 +24,45 @@ constexpr ExceptionName kExceptionNames[] = {
     {Status::EX_TRANSACTION_FAILED, "EX_TRANSACTION_FAILED"},
 };
 
-std::string exceptionName(int32_t code) {
-    for (const ExceptionName& entry : kExceptionNames) {
-        if (entry.code == code) return entry.name;
-    }
-    return std::to_string(code);
+// Debian's libutils declares statusToString and does not have it.
+constexpr Name kErrorNames[] = {
+    {OK, "OK"},
+    {UNKNOWN_ERROR, "UNKNOWN_ERROR"},
+    {NO_MEMORY, "NO_MEMORY"},
+    {INVALID_OPERATION, "INVALID_OPERATION"},
+    {BAD_VALUE, "BAD_VALUE"},
+    {BAD_TYPE, "BAD_TYPE"},
+    {NAME_NOT_FOUND, "NAME_NOT_FOUND"},
+    {PERMISSION_DENIED, "PERMISSION_DENIED"},
+    {NO_INIT, "NO_INIT"},
+    {ALREADY_EXISTS, "ALREADY_EXISTS"},
+    {DEAD_OBJECT, "DEAD_OBJECT"},
+    {FAILED_TRANSACTION, "FAILED_TRANSACTION"},
+    {BAD_INDEX, "BAD_INDEX"},
+    {NOT_ENOUGH_DATA, "NOT_ENOUGH_DATA"},
+    {WOULD_BLOCK, "WOULD_BLOCK"},
+    {TIMED_OUT, "TIMED_OUT"},
+    {UNKNOWN_TRANSACTION, "UNKNOWN_TRANSACTION"},
+    {FDS_NOT_ALLOWED, "FDS_NOT_ALLOWED"},
+    {UNEXPECTED_NULL, "UNEXPECTED_NULL"},
+};
+
+template <size_t SIZE>
+const char* nameOf(const Name (&names)[SIZE], int32_t code) {
+    const Name* found =
+        std::find_if(names, names + SIZE, [code](const Name& entry) { return entry.code == code; });
+    return found != names + SIZE ? found->name : nullptr;
 }
 
-// Debian's libutils declares statusToString and does not have it.
+std::string exceptionName(int32_t code) {
+    const char* name = nameOf(kExceptionNames, code);
+    return name != nullptr ? name : std::to_string(code);
+}
+
 std::string errorText(status_t error) {
-    switch (error) {
-        case UNKNOWN_ERROR:
-            return "UNKNOWN_ERROR";
-        case BAD_TYPE:
-            return "BAD_TYPE";
-        case FAILED_TRANSACTION:
-            return "FAILED_TRANSACTION";
-        case DEAD_OBJECT:
-            return "DEAD_OBJECT";
-        case UNKNOWN_TRANSACTION:
-            return "UNKNOWN_TRANSACTION";
-        default:
-            return error < 0 && error > -4096 ? strerror(-error) : std::to_string(error);
-    }
+    const char* name = nameOf(kErrorNames, error);
+    if (name != nullptr) return name;
+    return error < 0 && error > -4096 ? strerror(-error) : std::to_string(error);
 }
 
 }  // namespace

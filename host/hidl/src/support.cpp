@@ -8,6 +8,7 @@
 #include <stdio.h>
 
 #include <new>
+#include <ostream>
 
 namespace android::hardware {
 
@@ -24,7 +25,7 @@ bool debuggable() {
 
 std::string toHexStringFromBits(uint64_t bits) {
     char text[24];
-    snprintf(text, sizeof(text), "0x%" PRIx64, bits);
+    snprintf(text, sizeof(text), "%#" PRIx64, bits);
     return text;
 }
 
@@ -145,6 +146,7 @@ void hidl_string::clear() {
 
 void hidl_string::setToExternal(const char* text, size_t length) {
     if (length >= UINT32_MAX) details::logAlwaysFatal("A string can't hold so many bytes.");
+    if (text[length] != '\0') details::logAlwaysFatal("A string must end with a NUL.");
     clear();
     mBuffer = text;
     mSize = static_cast<uint32_t>(length);
@@ -170,17 +172,21 @@ void hidl_string::moveFrom(hidl_string&& other) {
     other.clear();
 }
 
+std::ostream& operator<<(std::ostream& stream, const hidl_string& text) {
+    return stream << text.c_str();
+}
+
 std::string toString(const hidl_string& value) {
     return "\"" + std::string(value) + "\"";
 }
 
 std::string toString(bool value) {
-    return value ? "true" : "false";
+    return value ? "1" : "0";
 }
 
 std::string toString(const hidl_handle& value) {
     const native_handle_t* handle = value.getNativeHandle();
-    if (handle == nullptr) return "nullptr";
+    if (handle == nullptr) return "0";
     return "native_handle of " + std::to_string(handle->numFds) + " fds and " +
            std::to_string(handle->numInts) + " ints";
 }

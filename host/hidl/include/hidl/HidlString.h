@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include <iosfwd>
 #include <string>
 
 namespace android::hardware {
@@ -34,7 +35,10 @@ struct hidl_string {
     bool empty() const { return mSize == 0; }
     void clear();
 
-    /** Refers to `text`, which must outlive this string. `length` leaves out the NUL. */
+    /**
+     * Refers to `text`, which must outlive this string. `length` leaves out the NUL; aborts if
+     * there is none.
+     */
     void setToExternal(const char* text, size_t length);
 
     /** Where the pointer lies in this structure. */
@@ -51,8 +55,9 @@ struct hidl_string {
 };
 static_assert(sizeof(hidl_string) == 16, "the layout travels");
 
+// As on the platform, comparisons and streams see the text up to its first NUL.
 inline bool operator==(const hidl_string& a, const hidl_string& b) {
-    return a.size() == b.size() && memcmp(a.c_str(), b.c_str(), a.size()) == 0;
+    return strcmp(a.c_str(), b.c_str()) == 0;
 }
 inline bool operator==(const hidl_string& a, const char* b) {
     return strcmp(a.c_str(), b) == 0;
@@ -72,5 +77,7 @@ inline bool operator!=(const char* a, const hidl_string& b) {
 inline bool operator<(const hidl_string& a, const hidl_string& b) {
     return strcmp(a.c_str(), b.c_str()) < 0;
 }
+
+std::ostream& operator<<(std::ostream& stream, const hidl_string& text);
 
 }  // namespace android::hardware

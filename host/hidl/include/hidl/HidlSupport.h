@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -82,13 +83,33 @@ struct hidl_memory {
     hidl_string mName;
 };
 
+/** A fixed array of several dimensions as a type of the interface language. */
+template <typename T, size_t SIZE, size_t... SIZES>
+struct hidl_array {
+    using Row = hidl_array<T, SIZES...>;
+
+    /** All elements, row by row. */
+    T* data() { return mRows[0].data(); }
+    const T* data() const { return mRows[0].data(); }
+    Row& operator[](size_t index) { return mRows[index]; }
+    const Row& operator[](size_t index) const { return mRows[index]; }
+    static constexpr auto size() { return std::make_tuple(SIZE, SIZES...); }
+
+    bool operator==(const hidl_array& other) const {
+        return std::equal(std::begin(mRows), std::end(mRows), std::begin(other.mRows));
+    }
+    bool operator!=(const hidl_array& other) const { return !(*this == other); }
+
+  private:
+    Row mRows[SIZE];
+};
+
 /**
- * A fixed array as a type of the interface language. It is read from the braced
- * arrays that hidl-gen writes, hence the constructor from an array reference: g++
- * lets no temporary array decay to a pointer.
+ * An array of one dimension. It is read from the braced arrays that hidl-gen writes, hence
+ * the constructor from an array reference: g++ lets no temporary array decay to a pointer.
  */
 template <typename T, size_t SIZE>
-struct hidl_array {
+struct hidl_array<T, SIZE> {
     hidl_array() = default;
     hidl_array(const T* source) { std::copy(source, source + SIZE, mBuffer); }    // NOLINT
     hidl_array(const T (&source)[SIZE]) : hidl_array(&source[0]) {}               // NOLINT
@@ -171,8 +192,20 @@ std::string toString(const hidl_vec<T>& value) {
 }
 
 template <typename T, size_t SIZE>
-std::string toString(const hidl_array<T, SIZE>& value) {
-    return "[" + std::to_string(SIZE) + "]" + toStringOfRange(value.data(), value.data() + SIZE);
+std::string elementsToString(const hidl_array<T, SIZE>& value) {
+    return toStringOfRange(value.data(), value.data() + SIZE);
+}
+
+template <typename T, size_t SIZE, size_t... SIZES>
+std::string elementsToString(const hidl_array<T, SIZE, SIZES...>& value) {
+    std::string text;
+    for (size_t i = 0; i < SIZE; ++i) text += (i == 0 ? "{" : ", ") + elementsToString(value[i]);
+    return text + "}";
+}
+
+template <typename T, size_t... SIZES>
+std::string toString(const hidl_array<T, SIZES...>& value) {
+    return (... + ("[" + std::to_string(SIZES) + "]")) + elementsToString(value);
 }
 
 static_assert(sizeof(hidl_handle) == 16 && sizeof(hidl_memory) == 40,

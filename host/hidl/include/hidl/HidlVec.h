@@ -48,9 +48,7 @@ struct hidl_vec {
         mBuffer = other.data();
         mSize = other.mSize;
         mOwnsBuffer = other.mOwnsBuffer;
-        other.mBuffer = nullptr;
-        other.mSize = 0;
-        other.mOwnsBuffer = false;
+        other.mOwnsBuffer = false;  // it goes on referring to the elements, as on the platform
         return *this;
     }
     hidl_vec& operator=(const std::vector<T>& other) {
@@ -72,6 +70,13 @@ struct hidl_vec {
         mOwnsBuffer = shouldOwn;
     }
 
+    /** Gives the elements, copied if they are external ones, to the caller, to be deleted with delete[]. */
+    T* releaseData() {
+        if (!mOwnsBuffer && mSize > 0) resize(mSize);
+        mOwnsBuffer = false;
+        return data();
+    }
+
     T* data() { return mBuffer; }
     const T* data() const { return mBuffer; }
     size_t size() const { return mSize; }
@@ -86,12 +91,16 @@ struct hidl_vec {
     const_iterator cbegin() const { return data(); }
     const_iterator cend() const { return data() + mSize; }
 
+    iterator find(const T& value) { return std::find(begin(), end(), value); }
+    const_iterator find(const T& value) const { return std::find(begin(), end(), value); }
+    bool contains(const T& value) const { return find(value) != end(); }
+
     /** Keeps the elements that fit; new ones are value-initialised. */
     void resize(size_t size) {
         checkSize(size);
         hidl_vec grown;
         grown.allocate(size);
-        std::move(begin(), begin() + std::min(size, this->size()), grown.begin());
+        std::copy(begin(), begin() + std::min(size, this->size()), grown.begin());
         *this = std::move(grown);
     }
 

@@ -16,9 +16,10 @@ namespace android::hardware {
  * them. A parcel is either written (then sent) or received (then read). One thread.
  *
  * Writers give FAILED_TRANSACTION once the parcel is larger than any transaction may
- * be, and so does the call. Readers check every size against what was received:
- * NOT_ENOUGH_DATA at the end, BAD_VALUE where the record is not the one that was
- * asked for. What a reader points to lives as long as the parcel.
+ * be, and so does the call. Readers check every size against what was received. At the
+ * end, numbers and handles give NOT_ENOUGH_DATA, buffers BAD_VALUE, interfaces BAD_TYPE;
+ * so does BAD_VALUE a buffer that is not the one asked for. What a reader points to lives
+ * as long as the parcel.
  *
  * The size of a transaction is that of the same parcel on the platform, which lays it out
  * in another way than the packets of this transport:
