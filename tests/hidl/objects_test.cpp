@@ -118,11 +118,16 @@ TEST_F(ObjectsTest, PassingReferencesBackAndForthLeavesNothingBehind) {
         }
         EXPECT_TRUE(allEnd()) << alive_ << " are still held";
     };
-    pass(100);
-    const uint64_t before = probe_->heapInUse();
-    pass(1000);
-    // A leak of every reference would be ten times as much; the allocator keeps some itself.
-    EXPECT_LT(probe_->heapInUse(), before + 64 * 1024);
+    // A leak makes each pass grow, one of 16 bytes a round as well. What the service keeps for
+    // the largest number of references that it has seen at a time, grows in some.
+    const auto growth = [&] {
+        const uint64_t before = probe_->heapInUse();
+        pass(1000);
+        return static_cast<int64_t>(probe_->heapInUse() - before);
+    };
+    int64_t least = growth();
+    for (int i = 0; i < 9 && least >= 16 * 1000; ++i) least = std::min(least, growth());
+    EXPECT_LT(least, 16 * 1000);
 }
 
 // The client's only pool thread is in a callback, so that what the service gives
