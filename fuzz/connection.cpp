@@ -102,6 +102,8 @@ struct Service {
 
     Service() {
         makePrivateTv();
+        // The descriptors of what all links share are there from the beginning.
+        ReceiveSpace::own().open(getpid())->close();
         // Nobody joins: the inputs are served on this thread.
         android::hardware::configureRpcThreadpool(1, true);
         require(probe->registerAsService("default") == android::OK);

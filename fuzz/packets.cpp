@@ -12,6 +12,7 @@ namespace {
 using namespace android::hardware::transport;  // NOLINT: the wire's names are what this file is about
 
 constexpr size_t kMostReferences = 8;
+constexpr uint32_t kRoomUnit = 40'000;
 constexpr size_t kMostFds = 4;
 
 int sharedMemory(size_t size, int seals) {
@@ -40,7 +41,7 @@ struct Layout {
     uint8_t references;
     uint8_t fds;
     uint8_t bulk;
-    uint8_t changes;
+    uint8_t changes;  // above three bits for their number: the room that the message claims
     uint8_t padding;
     uint32_t code;
     uint16_t bodySize;
@@ -115,6 +116,7 @@ Packet takeMessage(Input& input, uint64_t object, const char* token, int far) {
     header.flags = layout.flags;
     header.code = layout.code;
     header.target = layout.object == 0 ? object : layout.object;
+    header.room = layout.changes / 8U * kRoomUnit;
     std::vector<ObjectReference> references(layout.references % kMostReferences);
     for (ObjectReference& reference : references) {
         const auto number = input.take<uint16_t>();

@@ -31,9 +31,9 @@ struct SocketPair {
 };
 
 /**
- * A descriptor of the kind that `kind` tells: nothing, null device, shared memory as a
- * peer's must be or of which the peer can cut off a part, or a call channel's far end. All but the
- * last are the process's for its whole life.
+ * A descriptor of the kind that `kind` tells: shared memory as a peer's must be, null device,
+ * a call channel's far end, memory of which the peer can cut off a part, a page of memory.
+ * All but the channel are the process's for its whole life.
  */
 int descriptor(uint8_t kind, int far);
 

@@ -206,7 +206,7 @@ void addConnections(const Corpus& corpus, const std::vector<std::pair<std::strin
         corpus.add("connection", name, start + before + to + message(call, kCall, 0) + end);
         corpus.add("message", name,
                    bytesOf({oneway, 1 + (before.empty() ? 0 : 1)}) + (before.empty() ? "" : announcement) +
-                       message(call, kCall, 0) + bytesOf({2, 0, 0, 0, 3, 16, 0, 0, 4, 1, 0, 4}));
+                       message(call, kCall, 0) + bytesOf({2, 0, 0, 0, 3, 16, 0, 0, 4, 5, 0, 13}));
     }
     const auto find = [&](const char* wanted) -> const Call& {
         return std::find_if(calls.begin(), calls.end(), [=](const auto& c) { return c.first == wanted; })
@@ -239,6 +239,19 @@ void addConnections(const Corpus& corpus, const std::vector<std::pair<std::strin
     Call claim{8, bytesOf({0, 0, 0, 0x10, 0, 0, 0, 0}), "", 0, 0};
     corpus.add("parcel", "more-callbacks-than-there-are", bytesOf({0, 8, 0, 0, 0}) + claim.arguments);
     corpus.add("connection", "more-callbacks-than-there-are", start + to + message(claim, kCall, 0) + end);
+    // On the control channel: books and claims, each a page. The answer is on the next channel.
+    const Bytes space = bytesOf(
+        {kToControl | kMessageStep, kReceiveSpace, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 4, 4});
+    Bytes claiming = message(find("text"), kCall, 0);
+    claiming[6] = 8;
+    corpus.add("connection", "receive-buffer",
+               bytesOf({kHelloStep, 3}) + space + bytesOf({kChannelStep}) + to + claiming + end);
+    corpus.add("connection", "no-room",
+               start + bytesOf({kControlStep, kRefused, 0, 0, kControlStep, kTurnedAway, 0, 0}) + end);
+    corpus.add("connection", "memory-lost",
+               start + to + message(find("make-large-bytes"), kCall, 0) +
+                   bytesOf({kServeStep, kChannelStep}) + to +
+                   message(find("make-large-bytes"), kCall, kBulkMemoryLost) + end);
     corpus.add("connection", "no-hello", bytesOf({kChannelStep}) + end);
 }
 

@@ -196,8 +196,8 @@ std::string elementsToString(const hidl_array<T, SIZE>& value) {
     return toStringOfRange(value.data(), value.data() + SIZE);
 }
 
-template <typename T, size_t SIZE, size_t... SIZES>
-std::string elementsToString(const hidl_array<T, SIZE, SIZES...>& value) {
+template <typename T, size_t SIZE, size_t NEXT, size_t... SIZES>
+std::string elementsToString(const hidl_array<T, SIZE, NEXT, SIZES...>& value) {
     std::string text;
     for (size_t i = 0; i < SIZE; ++i) text += (i == 0 ? "{" : ", ") + elementsToString(value[i]);
     return text + "}";
