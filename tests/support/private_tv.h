@@ -15,13 +15,16 @@
 
 namespace hidlaudio::test {
 
-/** A folder of the test's own, gone with everything in it when the test ends. */
+/**
+ * A folder of the test's own, gone with everything in it when the test ends. It has a space in its
+ * path, as a user's folder may have.
+ */
 class PrivateFolder {
   public:
     PrivateFolder() {
         // Programs of the TV refuse folders that others may write.
         umask(umask(0) | S_IWGRP | S_IWOTH);
-        std::string name = std::filesystem::temp_directory_path() / "hidlaudio.XXXXXX";
+        std::string name = std::filesystem::temp_directory_path() / "hidl audio.XXXXXX";
         if (mkdtemp(name.data()) == nullptr) abort();
         path_ = name;
     }
