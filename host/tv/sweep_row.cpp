@@ -87,8 +87,6 @@ long keptUploads(const RunResult& run, const Excuses& excuses) {
 
 Usage allowedUsage(const RunResult& untouched, const Excuses& excuses, const RunResult& run) {
     Usage allowed = untouched.usage;
-    // A daemon that waited for the audio HAL goes on watching the registry.
-    allowed.descriptors += 1;
     allowed.memory += kMemorySlack + keptUploads(run, excuses) * static_cast<long>(kParametersSize / 1024);
     return allowed;
 }

@@ -28,16 +28,20 @@ class RegistrySource : public Source {
     int fd() const override { return mWatch.get(); }
     void ready(Turn& turn) override;
 
-    void add(const std::string& interface, const std::string& instance,
-             const sp<IServiceNotification>& callback);
-    void remove(const sp<IServiceNotification>& callback);
-
-  private:
     struct Wanted {
         std::string interface;
         std::string instance;
         sp<IServiceNotification> callback;
     };
+
+    /** Adds a request. Returns the registrations that exist already, which are no news later. */
+    std::vector<RegistryEntry> add(const Wanted& wanted);
+    /** Removes the requests of a callback. Returns whether none is left. */
+    bool remove(const sp<IServiceNotification>& callback);
+    /** Calls the callback. */
+    static void tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting);
+
+  private:
     // A registration is the same one while the same object of the same process holds the name.
     using Registration = std::pair<uint64_t, uint64_t>;
 
@@ -46,7 +50,6 @@ class RegistrySource : public Source {
         return wanted.interface == entry.interface &&
                (wanted.instance.empty() || wanted.instance == entry.instance);
     }
-    static void tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting);
 
     const base::unique_fd mWatch;
     std::mutex mMutex;
@@ -70,29 +73,23 @@ void RegistrySource::tell(const Wanted& wanted, const RegistryEntry& entry, bool
     if (!told.isOk()) ALOGW("nobody to tell of %s: %s", entry.interface.c_str(), told.description().c_str());
 }
 
-void RegistrySource::add(const std::string& interface, const std::string& instance,
-                         const sp<IServiceNotification>& callback) {
-    const Wanted wanted{interface, instance, callback};
+std::vector<RegistryEntry> RegistrySource::add(const Wanted& wanted) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mWanted.push_back(wanted);
     std::vector<RegistryEntry> present;
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mWanted.push_back(wanted);
-        present = registryList();
-        // What this caller is told now is no news later.
-        for (const RegistryEntry& entry : present) {
-            if (matches(wanted, entry))
-                mKnown[entry.interface + "/" + entry.instance] = {entry.process, entry.object};
-        }
+    for (const RegistryEntry& entry : registryList()) {
+        if (!matches(wanted, entry)) continue;
+        mKnown[entry.interface + "/" + entry.instance] = {entry.process, entry.object};
+        present.push_back(entry);
     }
-    for (const RegistryEntry& entry : present) {
-        if (matches(wanted, entry)) tell(wanted, entry, true);
-    }
+    return present;
 }
 
-void RegistrySource::remove(const sp<IServiceNotification>& callback) {
+bool RegistrySource::remove(const sp<IServiceNotification>& callback) {
     std::lock_guard<std::mutex> lock(mMutex);
     const auto isIts = [&callback](const Wanted& wanted) { return wanted.callback == callback; };
     mWanted.erase(std::remove_if(mWanted.begin(), mWanted.end(), isIts), mWanted.end());
+    return mWanted.empty();
 }
 
 void RegistrySource::ready(Turn&) {
@@ -125,13 +122,15 @@ std::shared_ptr<RegistrySource> watchRegistry() {
     return source;
 }
 
-// The process's source, made at the first call that can make it; nullptr if the registry can't be watched.
-std::shared_ptr<RegistrySource> registrySource() {
-    static std::mutex* const starting = new std::mutex();
-    static std::shared_ptr<RegistrySource>* const source = new std::shared_ptr<RegistrySource>();
-    std::lock_guard<std::mutex> lock(*starting);
-    if (*source == nullptr) *source = watchRegistry();
-    return *source;
+// The source of the process; null while nobody wants to be notified.
+struct CurrentSource {
+    std::mutex mutex;
+    std::shared_ptr<RegistrySource> source GUARDED_BY(mutex);
+};
+
+CurrentSource& current() {
+    static auto* const theCurrent = new CurrentSource();
+    return *theCurrent;
 }
 
 }  // namespace
@@ -139,16 +138,25 @@ std::shared_ptr<RegistrySource> registrySource() {
 bool notifyOfRegistrations(const std::string& interface, const std::string& instance,
                            const sp<IServiceNotification>& callback) {
     if (callback == nullptr) return false;
-    const std::shared_ptr<RegistrySource> source = registrySource();
-    if (source == nullptr) return false;
+    const RegistrySource::Wanted wanted{interface, instance, callback};
+    std::vector<RegistryEntry> present;
+    {
+        std::lock_guard<std::mutex> lock(current().mutex);
+        if (current().source == nullptr) current().source = watchRegistry();
+        if (current().source == nullptr) return false;
+        present = current().source->add(wanted);
+    }
     Process::self().pool().start();
-    source->add(interface, instance, callback);
+    for (const RegistryEntry& entry : present) RegistrySource::tell(wanted, entry, true);
     return true;
 }
 
 void endNotifications(const sp<IServiceNotification>& callback) {
-    const std::shared_ptr<RegistrySource> source = registrySource();
-    if (source != nullptr) source->remove(callback);
+    std::lock_guard<std::mutex> lock(current().mutex);
+    std::shared_ptr<RegistrySource>& source = current().source;
+    if (source == nullptr || !source->remove(callback)) return;
+    Process::self().pool().remove(*source);
+    source.reset();
 }
 
 }  // namespace android::hardware::transport
