@@ -11,6 +11,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <random>
 
@@ -45,8 +47,9 @@ struct Services {
 };
 
 Services* services = nullptr;
-thread_local std::minstd_rand generator;
-thread_local int depth = 0;  // of callbacks that the calling thread is in
+std::atomic<uint32_t> nextSeed{0};
+thread_local std::minstd_rand generator(nextSeed++);  // each thread has numbers of its own
+thread_local int depth = 0;                           // of callbacks that the calling thread is in
 thread_local bool inUploadCallback = false;
 
 int32_t below(int32_t count) {
@@ -241,7 +244,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "usage: soak_client SEED\n");
         return 2;
     }
-    generator.seed(static_cast<uint32_t>(strtoul(argv[1], nullptr, 10)));
+    nextSeed = static_cast<uint32_t>(strtoul(argv[1], nullptr, 10));
     Services found;
     const bool complete = found.hdmi != nullptr && found.external != nullptr && found.speaker != nullptr &&
                           found.calibration != nullptr && found.center != nullptr &&

@@ -31,10 +31,12 @@ constexpr int kParts = 5;
 constexpr auto kAnswerLimit = 60s;
 constexpr auto kRestLimit = 5s;
 constexpr int kTries = 5;
-/** Growth that pools and the heaps of three threads that serve calls may cause, in KiB. */
-constexpr long kMemorySlack = 3072;
-/** Two transfer threads may call the audio HAL beside the main thread: its link keeps a channel for each. */
-constexpr long kDescriptorSlack = 4;
+/** Growth that pools and a fragmented heap may cause, in KiB. */
+constexpr long kMemorySlack = 1024;
+/** Two transfer threads may call the audio HAL beside the main thread: its link keeps a socket for each. */
+constexpr long kDescriptorSlack = 2;
+/** One heap for all threads, so that what the heap keeps does not depend on the thread that asked for it. */
+constexpr char kOneHeap[] = "MALLOC_ARENA_MAX=1";
 
 /** A client, or what is around the service. */
 struct Actor {
@@ -212,7 +214,7 @@ void killDaemon(Soak& soak) {
     soak.daemonKilled = true;
     for (const std::string& file : persistedFiles()) soak.excuses.cutOff.insert(file);
     ++soak.result.restarts;
-    const std::string problem = startDaemon(soak.tv, {});
+    const std::string problem = startDaemon(soak.tv, {kOneHeap});
     if (!problem.empty()) complain(soak, problem);
 }
 
@@ -245,7 +247,7 @@ std::string start(Soak& soak) {
     if (!fs::exists(soak.tv.folder + "/room.json")) return scenarioFolder() + "/room.json is missing";
     if (std::string problem = makeOwnTv(soak.tv, {"--centre-input"}); !problem.empty()) return problem;
     if (std::string problem = startHal(soak.tv, {}); !problem.empty()) return problem;
-    return startDaemon(soak.tv, {});
+    return startDaemon(soak.tv, {kOneHeap});
 }
 
 void soakParts(Soak& soak) {
