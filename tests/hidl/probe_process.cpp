@@ -160,14 +160,8 @@ int churn(const Arguments& arguments) {
 }
 
 constexpr std::pair<const char*, int (*)(const Arguments&)> kRoles[] = {
-    {"serve", serve},
-    {"hold", hold},
-    {"hang", hang},
-    {"fetch", fetch},
-    {"await", await},
-    {"find", find},
-    {"send", sendBytes},
-    {"offer", offerDescriptors},
+    {"serve", serve}, {"hold", hold}, {"hang", hang},      {"fetch", fetch},
+    {"await", await}, {"find", find}, {"send", sendBytes}, {"offer", offerDescriptors},
     {"churn", churn},
 };
 

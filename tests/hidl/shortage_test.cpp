@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/ServiceManagement.h>
 #include <sys/resource.h>
 

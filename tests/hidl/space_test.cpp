@@ -91,6 +91,8 @@ TEST_F(SpaceTest, OnewayCallsShareHalfOfIt) {
         EXPECT_THAT(sendOneway(300'000), HasSubstr(kRefusal));
         EXPECT_EQ(sendOneway(200'000), "");
     }
+    EXPECT_EQ(probe_->add(1, 2), 3);
+    // The room of a oneway call is given back after it, perhaps beside the next call.
     EXPECT_TRUE(becomesTrue([&] { return sendOneway(500'000).empty(); }));
 }
 
@@ -154,7 +156,7 @@ TEST_F(SpaceTest, ClaimsOfAPeerThatIsGoneCountForNothing) {
     EXPECT_EQ(send(kLargest), "");
 }
 
-// With what it may write, a peer can refuse room to others for a moment, not for long.
+// A peer that writes false claims can make calls of other peers fail for a short time only.
 TEST_F(SpaceTest, ClaimsThatNoMessageFollowsAreNotCountedForLong) {
     const auto recovers = [this] { return becomesTrue([this] { return send(250'000).empty(); }); };
     {
