@@ -10,7 +10,7 @@ namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
  * slot's queue. For each of them it keeps the TV awake, waits for the upload's predecessor,
  * gives the controller the data, waits for the result, calls the client's callback and frees
  * data, callback and slot. That takes at most 40 s, unless the driver or the callback blocks.
- * Nobody has to join the thread. The slot must have no thread yet.
+ * The thread is detached. The slot must not have a transfer thread yet.
  *
  * @return false if the thread cannot be created; nothing has changed then
  */

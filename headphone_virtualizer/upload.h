@@ -22,7 +22,7 @@ using Block = std::unique_ptr<uint8_t, FreeBlock>;
 enum class TransferState : int32_t {
     Idle,          // the upload has ended
     Waiting,       // for the other kind's upload, or for its own thread to begin
-    Transferring,  // the controller is given the data or works on them, or the client is told the result
+    Transferring,  // from the hand-over to the controller until the client's callback has returned
 };
 
 /** Access of the controller's driver to an upload's data. */

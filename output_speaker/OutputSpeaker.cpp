@@ -59,7 +59,7 @@ void updateHal() {
     } while (told != lastPosition());
 }
 
-/** Tells the HAL, at the start, the position that the middleware has kept. */
+/** Sends the position that the middleware stores to the HAL. Called once, by the constructor. */
 void restorePosition(int32_t position) {
     {
         const std::lock_guard lock(positionLock);

@@ -34,7 +34,7 @@ bool anyRunning();
 std::string startProgram(const std::string& program, bool endsWithCaller, Process& process);
 
 /**
- * Ends the TV's programs, the last started first, and tells the user about each.
+ * Ends the TV's programs, the last started first, and prints a line for each.
  * False if one could not be ended.
  */
 bool stopPrograms();

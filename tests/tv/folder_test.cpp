@@ -16,7 +16,7 @@ using testing::HasSubstr;
 
 namespace fs = std::filesystem;
 
-/** What lies in the TV's folder in place of what must be there. */
+/** A TV whose files and folders a test replaces by objects of other kinds. */
 class Folder : public TvCommand {
   protected:
     Folder() { alarm(120); }

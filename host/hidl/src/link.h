@@ -78,7 +78,7 @@ class Link : public std::enable_shared_from_this<Link> {
 
     /** Tells the peer of this process's receive buffer, on `channel`, once. */
     void giveReceiveSpace(Channel& channel);
-    /** The peer told us of its own; false if that is not as it must be. */
+    /** Maps the receive buffer that the peer announces. Returns false if the message is malformed. */
     bool takeReceiveSpace(IncomingMessage* message);
     bool knowsReceiveSpace() const { return mPeerSpace.load() != nullptr; }
     /** A call failed: tells the peer if that was for lack of room. */
@@ -113,7 +113,8 @@ class Link : public std::enable_shared_from_this<Link> {
     /** The message with these references was not sent. */
     void takeBack(const std::vector<ObjectReference>& references);
     /**
-     * Counts a received message and finds its objects; false where it names what does not exist.
+     * Counts a received message and resolves its object references. Returns false if one of them
+     * is unknown.
      */
     bool resolve(IncomingMessage* message);
 

@@ -127,7 +127,7 @@ class PeerSpace {
     /** The message was not sent after all. */
     void giveBack(uint32_t size, bool oneway);
 
-    /** Whether the receiver should be told of a refusal; `*look` goes with the notice. */
+    /** Returns whether to report a refused claim now. Stores the `look` that the report must carry. */
     bool reportDue(uint32_t* look);
 
   private:

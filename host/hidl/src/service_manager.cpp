@@ -69,7 +69,8 @@ Status shortage() {
     return Status::fromStatusT(transport::takeShortage());
 }
 
-/** All registered services; an error if the registry cannot be read, or this process could not see them all. */
+/** All registered services; an error if the registry cannot be read, or this process could not see them all.
+ */
 Status listEntries(std::vector<transport::RegistryEntry>* entries) {
     const Status readable = registryStatus();
     if (!readable.isOk()) return readable;

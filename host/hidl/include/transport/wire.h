@@ -86,8 +86,8 @@
  * In flight are `claimed - released` of all slots that count. A sender adds the size to
  * `claimed` of its slot and sends if the sum fits, otherwise it subtracts the size again and
  * the call fails. The receiver adds `room` to `released` when the message is handled. A
- * caller that is refused says so by kRefused, with `look` as it was then; receive_space.h
- * tells what for.
+ * caller whose claim is refused sends kRefused with the `look` that it read; the receiver then
+ * checks the claims (ReceiveSpace::audit).
  */
 namespace android::hardware::transport {
 
