@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "bare_socket.h"
-#include "host/root/tv_root.h"
+#include "host/tv_files/tv_root.h"
 #include "measure.h"
 
 namespace {

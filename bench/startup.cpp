@@ -14,7 +14,7 @@
 #include <fstream>
 #include <string>
 
-#include "host/root/tv_root.h"
+#include "host/tv_files/tv_root.h"
 #include "measure.h"
 
 namespace {

@@ -12,7 +12,7 @@
 
 #include "bare_socket.h"
 #include "bench_service.h"
-#include "host/root/tv_root.h"
+#include "host/tv_files/tv_root.h"
 #include "measure.h"
 
 using android::hardware::hidl_string;

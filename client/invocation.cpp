@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <string>
 
-#include "host/root/number_argument.h"
-#include "host/root/tv_check.h"
-#include "host/root/tv_root.h"
+#include "host/program/number_argument.h"
+#include "host/tv_files/tv_check.h"
+#include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::client {
 namespace {

@@ -5,7 +5,7 @@
 #include <functional>
 #include <optional>
 
-#include "report.h"
+#include "client/terminal/report.h"
 
 namespace hidlaudio::client {
 

@@ -4,9 +4,9 @@
 #include <exception>
 #include <sstream>
 
+#include "client/terminal/log_filter.h"
 #include "commands.h"
-#include "host/root/standard_streams.h"
-#include "log_filter.h"
+#include "host/program/standard_streams.h"
 
 namespace hidlaudio::client {
 namespace {

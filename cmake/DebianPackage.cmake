@@ -26,7 +26,6 @@ execute_process(COMMAND date -u -R -d ${HIDLAUDIO_DATE} OUTPUT_VARIABLE changelo
   OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 set(changelog ${CMAKE_BINARY_DIR}/debian/changelog)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/changelog.in ${changelog} @ONLY)
-find_program(GZIP gzip REQUIRED)
 add_custom_command(OUTPUT ${changelog}.gz COMMAND ${GZIP} -9nkf ${changelog} DEPENDS ${changelog} VERBATIM)
 add_custom_target(changelog ALL DEPENDS ${changelog}.gz)
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/copyright ${changelog}.gz DESTINATION ${CMAKE_INSTALL_DOCDIR})

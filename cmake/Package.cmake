@@ -6,7 +6,7 @@ include(GNUInstallDirs)
 # Of no use to other programs, hence in a folder of their own; where Debian has the
 # libraries of each architecture, so that no package of it calls ldconfig for them.
 set(private_libdir lib/${CMAKE_LIBRARY_ARCHITECTURE}/hidlaudio)
-set(programs hidlaudio audio_hal tv audioctl soak_client)
+set(programs hidlaudio audio_hal tv tv_stress audioctl soak_client)
 set(libraries hidlbase host_middleware host_power)
 
 file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${private_libdir})
@@ -17,17 +17,17 @@ set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO
 # `tv boot` starts the programs that lie beside `tv`.
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private_libdir})
-install(DIRECTORY host/tv/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/hidlaudio)
+install(DIRECTORY host/stress/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/hidlaudio)
 install(FILES README.md ARCHITECTURE.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-if(TARGET manual)
-  set(made ${HIDLAUDIO_MANUAL_DIR})
-  install(FILES ${made}/audioctl.1.gz ${made}/tv.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-  install(FILES ${made}/audio_hal.8.gz ${made}/hidlaudio.8.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
-  foreach(command audioctl tv)
-    install(FILES ${made}/${command}.bash RENAME ${command}
-      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-    install(FILES ${made}/_${command} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
-  endforeach()
-endif()
+foreach(page ${HIDLAUDIO_PAGES})
+  string(REGEX MATCH "[18][.]gz$" section ${page})
+  string(SUBSTRING ${section} 0 1 section)
+  install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
+endforeach()
+# bash looks for the name of the command.
+foreach(command audioctl tv tv_stress)
+  install(FILES tools/manual/completion.bash RENAME ${command}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endforeach()
 
 include(cmake/DebianPackage.cmake)

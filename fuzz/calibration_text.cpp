@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "client/calibration/calibration.h"
-#include "client/calibration/import.h"
+#include "client/calibration/import/import.h"
 #include "input.h"
 
 namespace {

@@ -3,9 +3,9 @@
 
 #include "client/calibration/applied_values.h"
 #include "client/calibration/calibration_file.h"
-#include "client/calibration/calibration_plot.h"
-#include "client/calibration/calibration_svg.h"
-#include "client/calibration/calibration_table.h"
+#include "client/calibration/display/calibration_plot.h"
+#include "client/calibration/display/calibration_svg.h"
+#include "client/calibration/display/calibration_table.h"
 #include "input.h"
 
 namespace {

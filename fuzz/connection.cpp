@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include "echo_services.h"
-#include "host/hidl/src/process.h"
-#include "host/hidl/src/sources.h"
+#include "host/hidl/src/threads/process.h"
+#include "host/hidl/src/threads/sources.h"
 #include "packets.h"
 #include "private_tv.h"
 

@@ -3,7 +3,7 @@
 
 #include <com/tovi/dtv/hardware/audio/5.1/IAcousticCalibration.h>
 
-#include "tests/hidl/probe.h"
+#include "tests/host/hidl/probe.h"
 
 namespace hidlaudio::fuzz {
 

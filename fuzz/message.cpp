@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <sanitizer/asan_interface.h>
 
-#include "host/hidl/src/channel.h"
+#include "host/hidl/src/connection/channel.h"
 #include "packets.h"
 #include "private_tv.h"
 

@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "echo_services.h"
-#include "host/hidl/src/bulk.h"
+#include "host/hidl/src/connection/bulk.h"
 #include "input.h"
 #include "private_tv.h"
 

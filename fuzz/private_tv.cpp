@@ -8,7 +8,7 @@
 
 #include <filesystem>
 
-#include "host/root/tv_root.h"
+#include "host/tv_files/tv_root.h"
 #include "input.h"
 
 namespace hidlaudio::fuzz {

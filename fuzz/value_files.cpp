@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <string_view>
 
-#include "host/root/back_end_behaviour.h"
-#include "host/root/fault_file.h"
-#include "host/root/tv_root.h"
-#include "host/root/value_file.h"
+#include "host/tv_files/back_end_behaviour.h"
+#include "host/tv_files/fault_file.h"
+#include "host/tv_files/tv_root.h"
+#include "host/tv_files/value_file.h"
 #include "input.h"
 #include "private_tv.h"
 

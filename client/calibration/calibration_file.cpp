@@ -5,9 +5,9 @@
 #include <nlohmann/json.hpp>
 
 #include "calibration_json.h"
+#include "client/calibration/import/text_lines.h"
+#include "client/calibration/import/text_tokens.h"
 #include "json_syntax.h"
-#include "text_lines.h"
-#include "words.h"
 
 namespace hidlaudio::client {
 namespace {

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "calibration.h"
-#include "words.h"
+#include "client/calibration/import/text_tokens.h"
 
 namespace hidlaudio::client {
 namespace {

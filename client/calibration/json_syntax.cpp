@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "words.h"
+#include "client/calibration/import/text_tokens.h"
 
 namespace hidlaudio::client {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <errno.h>
 
-#include "host/root/tv_root.h"
-#include "host/root/value_file.h"
+#include "host/tv_files/tv_root.h"
+#include "host/tv_files/value_file.h"
 #include "operations.h"
 
 namespace hidlaudio::host {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "fault.h"
-#include "host/root/value_file.h"
+#include "host/tv_files/value_file.h"
 #include "log.h"
 #include "parameters.h"
 

@@ -11,7 +11,7 @@
 
 #include <utility>
 
-#include "real_calls.h"
+#include "host/kernel/calls/real_calls.h"
 
 namespace hidlaudio::host {
 namespace {

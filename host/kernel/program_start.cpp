@@ -9,11 +9,11 @@
 
 #include <string>
 
-#include "host/root/program_lock.h"
-#include "host/root/regular_file.h"
-#include "host/root/tv_check.h"
-#include "host/root/tv_root.h"
-#include "real_calls.h"
+#include "host/kernel/calls/real_calls.h"
+#include "host/tv_files/program_lock.h"
+#include "host/tv_files/regular_file.h"
+#include "host/tv_files/tv_check.h"
+#include "host/tv_files/tv_root.h"
 
 /**
  * The start of a program that is part of a virtual TV: it needs a TV, runs once on it, and ends when the TV

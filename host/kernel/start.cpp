@@ -6,10 +6,10 @@
 
 #include <string>
 
-#include "clock.h"
-#include "faults.h"
-#include "host/root/call_record.h"
-#include "host/root/standard_streams.h"
+#include "host/kernel/clock/clock.h"
+#include "host/kernel/faults/faults.h"
+#include "host/program/standard_streams.h"
+#include "host/tv_files/call_record.h"
 #include "log.h"
 
 namespace hidlaudio::host {

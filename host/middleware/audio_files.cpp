@@ -4,8 +4,8 @@
 #include <android/log.h>
 #include <string.h>
 
-#include "host/root/tv_root.h"
-#include "host/root/value_file.h"
+#include "host/tv_files/tv_root.h"
+#include "host/tv_files/value_file.h"
 #include "log.h"
 #include "status.h"
 

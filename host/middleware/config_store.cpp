@@ -6,8 +6,8 @@
 #include <string>
 
 #include "config_keys.h"
-#include "host/root/tv_root.h"
-#include "host/root/value_file.h"
+#include "host/tv_files/tv_root.h"
+#include "host/tv_files/value_file.h"
 #include "injected_fault.h"
 #include "log.h"
 #include "platform/soc_middleware.h"

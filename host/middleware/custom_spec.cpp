@@ -10,10 +10,10 @@
 #include <algorithm>
 #include <string>
 
-#include "host/root/back_end_files.h"
-#include "host/root/regular_file.h"
-#include "host/root/tv_root.h"
-#include "host/root/value_file.h"
+#include "host/tv_files/back_end_files.h"
+#include "host/tv_files/regular_file.h"
+#include "host/tv_files/tv_root.h"
+#include "host/tv_files/value_file.h"
 #include "injected_fault.h"
 #include "log.h"
 #include "platform/soc_middleware.h"

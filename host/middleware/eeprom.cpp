@@ -8,8 +8,8 @@
 #include <atomic>
 #include <string>
 
-#include "host/root/regular_file.h"
-#include "host/root/tv_root.h"
+#include "host/tv_files/regular_file.h"
+#include "host/tv_files/tv_root.h"
 #include "injected_fault.h"
 #include "log.h"
 #include "platform/soc_middleware.h"

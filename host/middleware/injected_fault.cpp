@@ -4,9 +4,9 @@
 #include <android/log.h>
 #include <string.h>
 
-#include "host/root/call_record.h"
-#include "host/root/fault_file.h"
-#include "host/root/tv_root.h"
+#include "host/tv_files/call_record.h"
+#include "host/tv_files/fault_file.h"
+#include "host/tv_files/tv_root.h"
 #include "log.h"
 #include "status.h"
 

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "host/root/call_record.h"
-#include "host/root/fault_file.h"
-#include "host/root/folder_lock.h"
-#include "host/root/tv_root.h"
-#include "host/root/value_file.h"
+#include "host/tv_files/call_record.h"
+#include "host/tv_files/fault_file.h"
+#include "host/tv_files/folder_lock.h"
+#include "host/tv_files/tv_root.h"
+#include "host/tv_files/value_file.h"
 
 namespace hidlaudio::host {
 namespace {

@@ -2,9 +2,21 @@
 #include <string>
 
 #include "commands.h"
-#include "host/root/tv_root.h"
+#include "host/program/terminal.h"
+#include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::host {
+namespace {
+
+/** A command that is now one of `tv_stress`: takes any arguments and names the new command. */
+void addMoved(CLI::App& app, int& status, const std::string& name) {
+    CLI::App* command = app.add_subcommand(name, "Moved to tv_stress")->group("")->prefix_command();
+    command->set_help_flag();
+    command->callback(
+        [name, &status] { status = fail("`tv " + name + "` is now `tv_stress " + name + "`", kWrongUsage); });
+}
+
+}  // namespace
 
 void addCommandLine(CLI::App& app, int& status) {
     app.name("tv");
@@ -25,10 +37,12 @@ void addCommandLine(CLI::App& app, int& status) {
         ->type_name("DIR")
         ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
     app.set_version_flag("--version", "tv " HIDLAUDIO_VERSION, "Print the version and exit");
-    for (const auto add : {addInit, addBoot, addShutdown, addShow, addConfig, addEeprom, addFault, addBectrl,
-                           addLog, addSweep, addSoak}) {
+    for (const auto add :
+         {addInit, addBoot, addShutdown, addShow, addConfig, addEeprom, addFault, addBectrl, addLog}) {
         add(app, status);
     }
+    addMoved(app, status, "sweep");
+    addMoved(app, status, "soak");
 }
 
 }  // namespace hidlaudio::host

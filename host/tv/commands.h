@@ -23,8 +23,6 @@ void addEeprom(CLI::App& app, int& status);
 void addFault(CLI::App& app, int& status);
 void addBectrl(CLI::App& app, int& status);
 void addLog(CLI::App& app, int& status);
-void addSweep(CLI::App& app, int& status);
-void addSoak(CLI::App& app, int& status);
 
 /** A positional argument that may be left out; given() tells it from an empty one. */
 inline CLI::Option* addText(CLI::App* command, const char* name, const char* help) {

@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tests/client/audioctl.h"
+#include "audioctl.h"
 
 namespace hidlaudio::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "tests/client/audioctl.h"
+#include "audioctl.h"
 
 namespace hidlaudio::test {
 namespace {

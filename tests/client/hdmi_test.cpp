@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <sys/stat.h>
 
-#include "tests/client/audioctl.h"
+#include "audioctl.h"
 #include "tests/support/sanitizers.h"
 
 namespace hidlaudio::test {

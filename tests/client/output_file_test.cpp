@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "client/output_file.h"
+#include "client/terminal/output_file.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <signal.h>
 
-#include "tests/client/audioctl.h"
+#include "audioctl.h"
 #include "tests/support/process_state.h"
 #include "tests/support/run_redirected.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/client/audioctl.h"
+#include "audioctl.h"
 
 namespace hidlaudio::test {
 namespace {

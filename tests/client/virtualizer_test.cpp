@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <nlohmann/json.hpp>
 
-#include "tests/client/audioctl.h"
+#include "audioctl.h"
 
 namespace hidlaudio::test {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <stdint.h>
 
-#include "host/root/back_end_files.h"
+#include "host/tv_files/back_end_files.h"
 #include "private_tv.h"
 
 namespace hidlaudio::test {

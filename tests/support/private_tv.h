@@ -11,7 +11,7 @@
 #include <string>
 
 #include "becomes_true.h"
-#include "host/root/tv_root.h"
+#include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::test {
 

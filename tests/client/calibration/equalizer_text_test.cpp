@@ -2,8 +2,8 @@
 #include <cmath>
 #include <complex>
 
-#include "client/calibration/biquad_response.h"
-#include "client/calibration/filter_text.h"
+#include "client/calibration/display/biquad_response.h"
+#include "client/calibration/import/filter_text.h"
 #include "reading.h"
 
 namespace hidlaudio::client {

@@ -4,9 +4,9 @@
 #include <cmath>
 
 #include "client/calibration/applied_values.h"
-#include "client/calibration/calibration_plot.h"
-#include "client/calibration/calibration_svg.h"
-#include "client/calibration/calibration_table.h"
+#include "client/calibration/display/calibration_plot.h"
+#include "client/calibration/display/calibration_svg.h"
+#include "client/calibration/display/calibration_table.h"
 
 namespace hidlaudio::client {
 namespace {

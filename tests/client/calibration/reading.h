@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "client/calibration/import.h"
+#include "client/calibration/import/import.h"
 
 namespace hidlaudio::client {
 

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "dump_bundle.h"
+
+#include <android-base/stringprintf.h>
+#include <sys/utsname.h>
+#include <time.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "client/services/registered_services.h"
+#include "client/terminal/output_file.h"
+#include "host/tv_files/tv_root.h"
+#include "service_dump.h"
+#include "tv_diagnostics.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using nlohmann::ordered_json;
+
+std::string timeNow() {
+    const time_t now = time(nullptr);
+    tm parts{};
+    gmtime_r(&now, &parts);
+    char text[32];
+    strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return text;
+}
+
+ordered_json describeSystem() {
+    utsname system{};
+    uname(&system);
+    return std::string(system.sysname) + " " + system.release + " " + system.machine;
+}
+
+/** The interfaces of a service with the hash of each, as far as it told them. */
+ordered_json describeChain(const RegisteredService& service, const std::vector<std::string>& hashes) {
+    ordered_json chain = ordered_json::array();
+    for (size_t i = 0; i < service.chain.size(); ++i) {
+        chain.push_back({{"interface", service.chain[i]},
+                         {"hash", i < hashes.size() ? ordered_json(hashes[i]) : ordered_json(nullptr)}});
+    }
+    return chain;
+}
+
+ordered_json describe(const RegisteredService& service, const AskedState& asked) {
+    ordered_json entry = {{"interface", service.name.interface},
+                          {"instance", service.name.instance},
+                          {"pid", service.pid},
+                          {"process", processName(service.pid)},
+                          {"chain", describeChain(service, asked.hashes)}};
+    if (asked.status == kDone) {
+        entry["state"] = asJson(asked);
+    } else {
+        entry["error"] = asked.error;
+        if (!asked.text.empty()) entry["text"] = asked.text;
+    }
+    return entry;
+}
+
+/** The known services that are not there, however they are named in the registry. */
+ordered_json namesOfMissing(const std::vector<RegisteredService>& services) {
+    ordered_json missing = ordered_json::array();
+    for (const ServiceName& name : knownServices()) {
+        const bool there = std::any_of(services.begin(), services.end(), [&](const RegisteredService& one) {
+            return one.name.interface == name.interface && one.name.instance == name.instance;
+        });
+        if (!there) missing.push_back(toString(name));
+    }
+    return missing;
+}
+
+/** States, in the order of the services; those that did not even tell their chain are not asked again. */
+std::vector<AskedState> askAll(const std::vector<RegisteredService>& services, double seconds) {
+    std::vector<ServiceName> names;
+    for (const RegisteredService& service : services)
+        if (service.object != nullptr) names.push_back(service.name);
+    const std::vector<AskedState> answers = askStates(names, {"--json"}, true, seconds);
+    auto answer = answers.begin();
+    std::vector<AskedState> states;
+    for (const RegisteredService& service : services) {
+        if (service.object != nullptr) {
+            states.push_back(*answer++);
+        } else {
+            states.push_back(
+                {kTimedOut, android::base::StringPrintf("no answer within %g s", seconds), "", {}});
+        }
+    }
+    return states;
+}
+
+/** Adds the services to the bundle; what kept some of them from being complete. */
+int addServices(double seconds, ordered_json& bundle) {
+    std::vector<RegisteredService> services;
+    int status = findRegisteredServices(seconds, services);
+    if (status != kDone && services.empty()) bundle["services_error"] = "the registry cannot be read";
+    keepMostDerived(services);
+    const std::vector<AskedState> states = askAll(services, seconds);
+    bundle["services"] = ordered_json::array();
+    for (size_t i = 0; i < services.size(); ++i) {
+        bundle["services"].push_back(describe(services[i], states[i]));
+        if (states[i].status == kDone) continue;
+        if (services[i].object != nullptr) note(toString(services[i].name) + ": " + states[i].error);
+        if (status == kDone) status = states[i].status;
+    }
+    bundle["missing_services"] = namesOfMissing(services);
+    return status;
+}
+
+}  // namespace
+
+int writeDumpBundle(const Invocation& invocation, const std::string& path) {
+    const double seconds = invocation.timeout.value_or(kAnswerSeconds);
+    ordered_json bundle = {{"made", timeNow()},
+                           {"audioctl", HIDLAUDIO_VERSION},
+                           {"system", describeSystem()},
+                           {"tv", host::tvRoot()}};
+    const int status = addServices(seconds, bundle);
+    bundle["tv_state"] = readTvState(seconds);
+    bundle["logs"] = readEndsOfLogs();
+    const std::string text = bundle.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    if (const std::string problem = writeOutputFile(path, text); !problem.empty())
+        return fail(kRefused, problem);
+    if (path == kStandardOutput) return status;
+    if (invocation.json) {
+        printJson({{"result", status}});
+    } else {
+        note(path + " is written" + (status == kDone ? "" : ", and names what is missing in it"));
+    }
+    return status;
+}
+
+}  // namespace hidlaudio::client

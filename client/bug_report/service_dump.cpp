@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "service_dump.h"
+
+#include <android-base/stringprintf.h>
+#include <android-base/unique_fd.h>
+#include <android/hidl/base/1.0/IBase.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <cutils/native_handle.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <hidl/ServiceManagement.h>
+#include <poll.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <future>
+#include <iterator>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+namespace hidlaudio::client {
+namespace {
+
+using android::sp;
+using android::base::unique_fd;
+using android::hardware::hidl_array;
+using android::hardware::hidl_handle;
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+using android::hidl::base::V1_0::IBase;
+using Clock = std::chrono::steady_clock;
+
+/** What a call that may never return is given and leaves; shared with it for that reason. */
+struct Question {
+    ServiceName name;
+    hidl_vec<hidl_string> options;
+    bool wantsHashes = false;
+    unique_fd output;  // where the service writes
+    std::promise<AskedState> answer;
+    unique_fd unanswered;  // closed when it has answered
+};
+
+using Hash = hidl_array<uint8_t, 32>;
+
+std::string asHex(const Hash& hash) {
+    std::string digits;
+    for (size_t i = 0; i < Hash::size(); ++i) digits += android::base::StringPrintf("%02x", hash[i]);
+    return digits;
+}
+
+/** Whether the call was answered; otherwise `asked` tells. */
+bool examined(const android::hardware::details::return_status& returned, AskedState& asked) {
+    if (returned.isOk()) return true;
+    const bool dead = returned.isDeadObject();
+    asked.status = dead ? kNoService : kRefused;
+    asked.error = dead ? "it ended before it answered" : "the call failed: " + returned.description();
+    return false;
+}
+
+void ask(Question& question, AskedState& asked) {
+    Return<sp<IBase>> found =
+        android::hardware::defaultServiceManager()->get(question.name.interface, question.name.instance);
+    const sp<IBase> object = found.withDefault(nullptr);
+    if (object == nullptr) {
+        asked.status = kNoService;
+        asked.error = "it is not registered";
+        return;
+    }
+    const auto takeHashes = [&asked](const hidl_vec<Hash>& chain) {
+        for (const Hash& hash : chain) asked.hashes.push_back(asHex(hash));
+    };
+    if (question.wantsHashes && !examined(object->getHashChain(takeHashes), asked)) return;
+    native_handle_t* const native = native_handle_create(1, 0);
+    if (native == nullptr) return;
+    native->data[0] = question.output.get();
+    examined(object->debug(hidl_handle(native), question.options), asked);
+    native_handle_delete(native);
+}
+
+void askOnThread(const std::shared_ptr<Question>& question) {
+    std::thread([question] {
+        AskedState asked;
+        ask(*question, asked);
+        question->answer.set_value(std::move(asked));
+        question->unanswered.reset();
+    }).detach();
+}
+
+int millisecondsUntil(Clock::time_point end) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+    return static_cast<int>(std::max<int64_t>(left, 0));
+}
+
+/** Takes what is there. */
+void drain(int fd, std::string& text) {
+    char buffer[4096];
+    for (;;) {
+        const ssize_t size = read(fd, buffer, sizeof(buffer));
+        if (size < 0 && errno == EINTR) continue;
+        if (size <= 0) return;
+        const size_t room = kLargestState - text.size();
+        text.append(buffer, std::min(room, static_cast<size_t>(size)));
+    }
+}
+
+/** Reads until `answered` comes to its end, or the time is over. A service may keep its end of `output` open.
+ */
+void readUntilAnswered(int output, int answered, Clock::time_point end, std::string& text) {
+    pollfd ready[] = {{output, POLLIN, 0}, {answered, POLLIN, 0}};
+    while (Clock::now() < end && ready[1].revents == 0) {
+        if (poll(ready, std::size(ready), millisecondsUntil(end)) < 0) ready[1].revents = 0;
+        drain(output, text);
+    }
+}
+
+AskedState askState(const std::shared_ptr<Question>& question, Clock::time_point end, double seconds) {
+    unique_fd output, answered;
+    if (!android::base::Pipe(&output, &question->output) || fcntl(output.get(), F_SETFL, O_NONBLOCK) != 0 ||
+        !android::base::Pipe(&answered, &question->unanswered))
+        return {kRefused, std::string("no pipe can be had: ") + strerror(errno), "", {}};
+    std::future<AskedState> answer = question->answer.get_future();
+    askOnThread(question);
+    std::string text;
+    readUntilAnswered(output.get(), answered.get(), end, text);
+    AskedState asked{kTimedOut, android::base::StringPrintf("no answer within %g s", seconds), "", {}};
+    if (answer.wait_until(end) == std::future_status::ready) asked = answer.get();
+    asked.text = std::move(text);
+    return asked;
+}
+
+}  // namespace
+
+nlohmann::ordered_json asJson(const AskedState& asked) {
+    if (asked.status != kDone) return {{"error", asked.error}};
+    if (asked.text.empty()) return nullptr;
+    auto state = nlohmann::ordered_json::parse(asked.text, nullptr, false);
+    return state.is_discarded() ? nlohmann::ordered_json(asked.text) : state;
+}
+
+std::vector<AskedState> askStates(const std::vector<ServiceName>& names,
+                                  const std::vector<std::string>& options, bool hashes, double seconds) {
+    const auto limit = std::chrono::duration<double>(seconds);
+    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
+    std::vector<std::future<AskedState>> answers;
+    answers.reserve(names.size());
+    for (const ServiceName& name : names) {
+        const auto question = std::make_shared<Question>();
+        question->name = name;
+        question->options = hidl_vec<hidl_string>(options.begin(), options.end());
+        question->wantsHashes = hashes;
+        answers.push_back(std::async(std::launch::async, askState, question, end, seconds));
+    }
+    std::vector<AskedState> states;
+    states.reserve(answers.size());
+    for (std::future<AskedState>& answer : answers) states.push_back(answer.get());
+    return states;
+}
+
+}  // namespace hidlaudio::client

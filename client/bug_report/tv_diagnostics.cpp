@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tv_diagnostics.h"
+
+#include <android-base/unique_fd.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <string.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "host/tv_files/regular_file.h"
+#include "host/tv_files/tv_root.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using android::base::unique_fd;
+using nlohmann::ordered_json;
+using Clock = std::chrono::steady_clock;
+
+constexpr size_t kLastLines = 200;
+constexpr std::streamoff kLastBytes = 65536;
+constexpr char kTvProgram[] = "tv";
+
+std::string besideThisProgram(const std::string& program) {
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() / program;
+}
+
+/** Starts a program whose output goes to `output`; its process, or -1 with errno. */
+pid_t start(const std::string& program, std::vector<const char*> arguments, int output) {
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    pid_t pid = -1;
+    const int error =
+        posix_spawn(&pid, program.c_str(), &actions, nullptr, const_cast<char**>(arguments.data()), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    errno = error;
+    return error == 0 ? pid : -1;
+}
+
+/** Reads to the end; false where that does not come in time. */
+bool readAll(int fd, Clock::time_point end, std::string& text) {
+    for (;;) {
+        pollfd ready{fd, POLLIN, 0};
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+        if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) == 0) return false;
+        char buffer[4096];
+        const ssize_t size = read(fd, buffer, sizeof(buffer));
+        if (size == 0) return true;
+        if (size > 0) text.append(buffer, static_cast<size_t>(size));
+    }
+}
+
+ordered_json failure(const std::string& message) {
+    return {{"error", message}};
+}
+
+std::string lastPartOf(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    const std::streamoff size = file.tellg();
+    file.seekg(std::max<std::streamoff>(size - kLastBytes, 0));
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::string> lastLines(const std::string& text) {
+    std::vector<std::string> lines;
+    size_t end = text.size();
+    if (end > 0 && text[end - 1] == '\n') --end;
+    while (end > 0 && lines.size() < kLastLines) {
+        const size_t before = text.rfind('\n', end - 1);
+        const size_t begin = before == std::string::npos ? 0 : before + 1;
+        lines.push_back(text.substr(begin, end - begin));
+        end = begin > 0 ? begin - 1 : 0;
+    }
+    std::reverse(lines.begin(), lines.end());
+    return lines;
+}
+
+}  // namespace
+
+ordered_json readTvState(double seconds) {
+    const std::string program = besideThisProgram(kTvProgram);
+    unique_fd output, input;
+    if (!android::base::Pipe(&output, &input)) return failure(std::string("no pipe: ") + strerror(errno));
+    const pid_t pid = start(program, {kTvProgram, "show", "--json"}, input.get());
+    if (pid < 0) return failure(program + ": " + strerror(errno));
+    input.reset();
+    const auto limit = std::chrono::duration<double>(seconds);
+    std::string text;
+    const bool complete =
+        readAll(output.get(), Clock::now() + std::chrono::duration_cast<Clock::duration>(limit), text);
+    if (!complete) kill(pid, SIGKILL);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    if (!complete) return failure(program + " did not tell in time");
+    auto state = ordered_json::parse(text, nullptr, false);
+    if (state.is_discarded() || status != 0) return failure(program + " could not tell");
+    return state;
+}
+
+ordered_json readEndsOfLogs() {
+    ordered_json logs = ordered_json::object();
+    const std::string folder = host::tvRoot() + "/log";
+    std::error_code error, ignored;
+    std::vector<std::filesystem::path> paths;
+    const std::filesystem::directory_iterator entries(folder, error);
+    if (error && error != std::errc::no_such_file_or_directory)
+        return failure(host::fileError(folder, error.value()));
+    for (const auto& entry : entries)
+        if (entry.is_regular_file(ignored) && entry.path().extension() == ".log")
+            paths.push_back(entry.path());
+    std::sort(paths.begin(), paths.end());
+    for (const auto& path : paths) logs[path.filename().string()] = lastLines(lastPartOf(path));
+    return logs;
+}
+
+}  // namespace hidlaudio::client

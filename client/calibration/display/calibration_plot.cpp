@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "calibration_plot.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "client/calibration/decimal.h"
+
+namespace hidlaudio::client {
+namespace {
+
+constexpr size_t kRows = 6;  // above 0 dB, and as many below
+constexpr size_t kLeft = 7;  // "  +4.5 "
+constexpr size_t kWidestBand = 4;
+constexpr size_t kLabelRoom = 6;  // "1.25k", and a gap
+
+/** How a row of a bar looks that is filled by a little, by half, and wholly. */
+struct Blocks {
+    const char* up[3];
+    const char* down[3];
+    const char* line;
+    const char* tick;
+};
+
+constexpr Blocks kUtf8 = {{"▁", "▄", "█"}, {"▔", "▀", "█"}, "─", "┴"};
+constexpr Blocks kAscii = {{".", "o", "#"}, {"'", "o", "#"}, "-", "+"};
+
+struct Plot {
+    const Gains& gains;
+    const Blocks& blocks;
+    double decibelsPerRow;
+    size_t bandWidth;
+};
+
+/** What a bar that is `height` rows long shows in a row, which begins `from` rows from the line. */
+const char* cellOf(double height, double from, const char* const (&blocks)[3]) {
+    const double filled = height - from;
+    if (filled >= 0.75) return blocks[2];
+    if (filled >= 0.25) return blocks[1];
+    return from == 0 && filled > 0 ? blocks[0] : " ";
+}
+
+/** A band's cell, and a gap to the next where there is room. */
+std::string bandText(const Plot& plot, const char* cell, const char* gap) {
+    std::string text;
+    for (size_t i = 0; i + 1 < plot.bandWidth; ++i) text += cell;
+    return plot.bandWidth == 1 ? cell : text + gap;
+}
+
+std::string withoutEnd(std::string line) {
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line + "\n";
+}
+
+/** A row beside the line: `row` counts from it, `sign` is 1 above and -1 below. */
+std::string rowText(const Plot& plot, size_t row, int sign) {
+    const double end = sign * static_cast<double>(row + 1) * plot.decibelsPerRow;
+    std::string label = row % 2 == 1 ? signedText(end, 1) : "";
+    std::string line = std::string(kLeft - 1 - label.size(), ' ') + label + " ";
+    for (const double gain : plot.gains) {
+        const double height = std::isfinite(gain) ? sign * gain / plot.decibelsPerRow : 0;
+        line += bandText(
+            plot, cellOf(height, static_cast<double>(row), sign > 0 ? plot.blocks.up : plot.blocks.down),
+            " ");
+    }
+    return withoutEnd(line);
+}
+
+/** Which bands have a label: all, each octave or each second one, as there is room. */
+bool hasLabel(const Plot& plot, size_t band) {
+    const size_t step = kLabelRoom <= plot.bandWidth * 3 ? 3 : 6;
+    return band % step == 2;
+}
+
+std::string lineText(const Plot& plot) {
+    std::string line = "  0 dB ";
+    for (size_t band = 0; band < kBands; ++band) {
+        const char* middle = hasLabel(plot, band) ? plot.blocks.tick : plot.blocks.line;
+        line += bandText(plot, std::isfinite(plot.gains[band]) ? middle : "?", plot.blocks.line);
+    }
+    return line + "\n";
+}
+
+std::string labelsText(const Plot& plot) {
+    std::string line = "    Hz ";
+    for (size_t band = 0; band < kBands; ++band) {
+        if (!hasLabel(plot, band)) continue;
+        line.resize(std::max(line.size(), kLeft + band * plot.bandWidth), ' ');
+        line += bandLabel(band);
+    }
+    return line + "\n";
+}
+
+}  // namespace
+
+double scaleOf(const Gains& gains) {
+    double largest = 0;
+    for (const double gain : gains) {
+        if (std::isfinite(gain)) largest = std::max(largest, std::fabs(gain));
+    }
+    double scale = 3;
+    while (scale < largest) scale = scale < 9 ? scale + 3 : scale * 2;
+    return scale;
+}
+
+std::string plotGains(const Gains& gains, const Terminal& terminal) {
+    const size_t room = terminal.columns > kLeft ? (terminal.columns - kLeft) / kBands : 0;
+    const Plot plot{gains, terminal.utf8 ? kUtf8 : kAscii, scaleOf(gains) / static_cast<double>(kRows),
+                    std::clamp(room, size_t{1}, kWidestBand)};
+    std::string text;
+    for (size_t row = kRows; row-- > 0;) text += rowText(plot, row, 1);
+    text += lineText(plot);
+    for (size_t row = 0; row < kRows; ++row) text += rowText(plot, row, -1);
+    return text + labelsText(plot);
+}
+
+}  // namespace hidlaudio::client

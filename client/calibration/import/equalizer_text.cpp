@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "equalizer_text.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "channel_selection.h"
+#include "client/calibration/decimal.h"
+#include "filter_text.h"
+#include "graphic_eq_text.h"
+#include "parse_number.h"
+#include "text_lines.h"
+#include "text_tokens.h"
+
+namespace hidlaudio::client {
+namespace {
+
+constexpr double kLargestTextDelay = 10000;  // ms
+
+/** A text on its way into a calibration. */
+struct Import {
+    const TextOptions& options;
+    std::vector<std::string> channels;
+    Calibration calibration;
+    Selection selected;  // by the last "Channel:" line
+    Selection touched;   // by a line that was used
+    Selection filtered;  // by a filter or curve that was understood
+    Selection wanted;    // by any filter or curve
+    LineNotes notes, faults;
+};
+
+/** Calls `change` on each selected channel. */
+template <typename Change>
+void changeSelected(Import& import, Change change) {
+    for (size_t i = 0; i < import.calibration.size(); ++i) {
+        if (import.selected[i]) change(import.calibration[i]);
+    }
+    import.touched |= import.selected;
+}
+
+void addGains(Import& import, const Gains& gains) {
+    changeSelected(import, [&gains](ChannelCalibration& channel) {
+        for (size_t band = 0; band < kBands; ++band) channel.gains[band] += gains[band];
+    });
+    import.filtered |= import.selected;
+}
+
+std::string takeChannel(Import& import, const TextLine& line) {
+    import.selected = selectChannels(line, import.channels, import.notes, import.faults);
+    if (line.body.empty()) import.faults.add(line.number, "no channel behind \"Channel:\"");
+    return "";
+}
+
+/** The one number of a line, with or without its unit. */
+std::vector<std::string> numberOf(const TextLine& line, const char* unit) {
+    std::vector<std::string> words = splitWords(line.body);
+    if (words.size() == 2 && words[1] == unit) words.pop_back();
+    return words;
+}
+
+std::string takePreamp(Import& import, const TextLine& line) {
+    if (import.options.level) return "--level takes the place of the preamplifier";
+    const std::vector<std::string> words = numberOf(line, "db");
+    if (words.size() != 1) return quote(line.body) + " is no gain in dB";
+    const Quantity gain = readGain(words[0]);
+    if (!gain.reason.empty()) return gain.reason;
+    changeSelected(import, [&gain](ChannelCalibration& channel) { channel.level += gain.value; });
+    return "";
+}
+
+std::string takeDelay(Import& import, const TextLine& line) {
+    if (import.options.delay) return "--delay takes the place of the delay";
+    const std::vector<std::string> words = numberOf(line, "ms");
+    if (words.size() != 1) return quote(line.body) + " is no delay in ms";
+    const Quantity delay = readQuantity("delay", words[0], 0, kLargestTextDelay);
+    if (!delay.reason.empty()) return delay.reason;
+    changeSelected(import, [&delay](ChannelCalibration& channel) { channel.delay += delay.value; });
+    return "";
+}
+
+std::string takeGraphicEq(Import& import, const TextLine& line) {
+    Gains gains{};
+    import.wanted |= import.selected;
+    std::string reason = parseGraphicEq(line.body, gains);
+    if (reason.empty()) addGains(import, gains);
+    return reason;
+}
+
+/** A filter between two bands, or narrower than one, hardly shows at their centres. */
+void noteIfMissed(Import& import, const TextLine& line, const Filter& filter, const Gains& gains) {
+    double most = 0;
+    for (const double gain : gains) most = std::fabs(gain) > std::fabs(most) ? gain : most;
+    if (std::fabs(most) >= std::fabs(filter.gain) / 2) return;
+    import.notes.add(line.number, "of the filter's " + signedText(filter.gain, 1) + " dB the bands take " +
+                                      signedText(most, 1) + " dB: it lies between them");
+}
+
+std::string takeFilter(Import& import, const TextLine& line) {
+    import.wanted |= import.selected;
+    const FilterLine parsed = parseFilter(line.body);
+    if (!parsed.reason.empty()) return parsed.reason;
+    if (!parsed.note.empty()) import.notes.add(line.number, parsed.note);
+    Gains gains{};
+    for (size_t band = 0; band < kBands && parsed.on; ++band)
+        gains[band] = responseAt(parsed.filter, bandCentre(band));
+    addGains(import, gains);
+    if (!parsed.on) return "the filter is off";
+    noteIfMissed(import, line, parsed.filter, gains);
+    return "";
+}
+
+struct Keyword {
+    const char* name;
+    std::string (*take)(Import& import, const TextLine& line);
+};
+
+constexpr Keyword kKeywords[] = {{"channel", takeChannel},
+                                 {"preamp", takePreamp},
+                                 {"delay", takeDelay},
+                                 {"graphiceq", takeGraphicEq},
+                                 {"filter", takeFilter}};
+
+struct Command {
+    const char* name;
+    const char* reason;
+};
+
+constexpr char kCondition[] = "conditions are not evaluated: keep only the lines that apply";
+
+/** Commands without which the other lines mean something else. */
+constexpr Command kRefusedCommands[] = {
+    {"if", kCondition},
+    {"elseif", kCondition},
+    {"else", kCondition},
+    {"endif", kCondition},
+    {"eval", "expressions are not evaluated"},
+    {"device", "the lines are for some devices only: keep those that are for the TV"},
+    {"stage", "the lines are for a part of the processing only: keep those that are for the TV"},
+    {"include", "other files are not read: insert the lines of that file"},
+    {"copy", "channels cannot be mixed"},
+    {"convolution", "impulse responses are not supported"},
+    {"loudnesscorrection", "loudness correction is not supported"},
+    {"vstplugin", "plug-ins are not supported"},
+};
+
+/** Why the line makes the whole text useless, or "". */
+std::string refusalOf(const TextLine& line) {
+    if (line.whole.front() == '[') return quote(line.whole) + " begins a section, which is not understood";
+    for (const Command& command : kRefusedCommands) {
+        const bool forAll = line.keyword == "device" && lowerCase(line.body) == "all";
+        if (line.keyword == command.name && !forAll) return quote(line.whole) + ": " + command.reason;
+    }
+    return "";
+}
+
+/** "" if the line was used, else why not. */
+std::string takeTextLine(Import& import, const TextLine& line) {
+    if (line.keyword == "device") return "";  // all devices
+    for (const Keyword& keyword : kKeywords) {
+        if (line.keyword != keyword.name) continue;
+        if (keyword.take != takeChannel && import.selected.none()) return "none of its channels is loaded";
+        return keyword.take(import, line);
+    }
+    return quote(line.whole) + " is not understood";
+}
+
+bool isBlankOrComment(const TextLine& line) {
+    return line.whole.empty() || line.whole.front() == '#';
+}
+
+/** Whether `line` belongs to a section that `before` begins, as in YAML. Notes may go on anyhow. */
+bool isSection(const TextLine& before, const TextLine& line) {
+    if (before.keyword.empty() || !before.body.empty() || before.keyword == "notes") return false;
+    return line.indent > before.indent || line.whole.substr(0, 2) == "- ";
+}
+
+std::string describeSection(const TextLine& heading) {
+    constexpr std::string_view kCamillaDsp[] = {"devices", "filters", "mixers", "processors", "pipeline"};
+    const bool known =
+        std::find(std::begin(kCamillaDsp), std::end(kCamillaDsp), heading.keyword) != std::end(kCamillaDsp);
+    return quote(heading.whole) +
+           (known ? " begins a section of a CamillaDSP configuration, which is not supported: write its "
+                    "filters as \"Filter:\" lines"
+                  : " begins a section, which is not understood");
+}
+
+/** Takes the lines of the text up to the first section: what follows in that are no lines of this format. */
+void takeText(Import& import, std::string_view text) {
+    TextLine before;
+    for (size_t number = 0; !text.empty();) {
+        const TextLine line = takeLine(text, number);
+        if (isBlankOrComment(line)) continue;
+        if (isSection(before, line)) return import.faults.add(before.number, describeSection(before));
+        before = line;
+        const std::string refusal = refusalOf(line);
+        if (!refusal.empty()) import.faults.add(line.number, refusal);
+        const std::string reason = refusal.empty() ? takeTextLine(import, line) : "";
+        if (!reason.empty()) import.notes.add(line.number, reason);
+    }
+}
+
+std::vector<std::string> chooseChannels(std::string_view text, const TextOptions& options) {
+    std::vector<std::string> channels = options.channels;
+    if (channels.empty()) channels = channelsNamedIn(text);
+    if (channels.empty()) channels = {"FL", "FR"};
+    return channels;
+}
+
+/** To what a file shows: no filter is meant more finely than a thousandth of a dB. */
+void roundGains(Calibration& calibration) {
+    for (ChannelCalibration& channel : calibration) {
+        for (double& gain : channel.gains) gain = std::round(gain * 1000) / 1000 + 0.0;
+    }
+}
+
+Reading finish(const Import& import) {
+    Reading reading{import.calibration, import.faults.messages(), import.notes.messages()};
+    const bool nothingUsed = import.touched.none() && (import.wanted & ~import.filtered).none();
+    if (nothingUsed && reading.faults.empty())
+        reading.faults.emplace_back(
+            "is neither JSON nor has it a \"GraphicEQ:\" or \"Filter:\" line that can be used");
+    std::string useless;
+    for (size_t i = 0; i < import.channels.size(); ++i) {
+        const std::string& channel = import.channels[i];
+        if (import.wanted[i] && !import.filtered[i])
+            useless += (useless.empty() ? "" : ", ") + channel;
+        else if (!import.touched[i] && !nothingUsed)
+            reading.notes.push_back("nothing in it is for " + channel + ", which becomes flat");
+    }
+    if (!useless.empty()) reading.faults.push_back("none of the filters for " + useless + " can be used");
+    return reading;
+}
+
+}  // namespace
+
+Reading readEqualizerText(std::string_view text, const TextOptions& options) {
+    text = withoutMark(text);
+    Import import{options, chooseChannels(text, options), {}, Selection().set(), {}, {}, {}, {}, {}};
+    import.channels.resize(std::min(import.channels.size(), kMostChannels));
+    for (const std::string& channel : import.channels) {
+        import.calibration.push_back({channel, options.level.value_or(0), options.delay.value_or(0), {}});
+    }
+    takeText(import, text);
+    roundGains(import.calibration);
+    return finish(import);
+}
+
+}  // namespace hidlaudio::client

@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filter_text.h"
+
+#include <stdio.h>
+
+#include <cmath>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "parse_number.h"
+#include "text_tokens.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using Words = std::vector<std::string>;
+
+constexpr double kLowestCentre = 1;
+constexpr double kHighestCentre = kSamplingRate / 2 - 1;
+constexpr double kDefaultSlope = 0.9 * 12;  // dB per octave
+
+struct Type {
+    const char* name;
+    FilterShape shape;
+    bool needsWidth;  // Q or BW Oct
+    bool corner;      // Fc is the corner of the shelf, not its centre
+};
+
+constexpr Type kTypes[] = {
+    {"pk", FilterShape::Peak, true, false},       {"peq", FilterShape::Peak, true, false},
+    {"ls", FilterShape::LowShelf, false, true},   {"hs", FilterShape::HighShelf, false, true},
+    {"lsc", FilterShape::LowShelf, false, false}, {"hsc", FilterShape::HighShelf, false, false},
+    {"ls q", FilterShape::LowShelf, true, false}, {"hs q", FilterShape::HighShelf, true, false},
+};
+
+struct Values {
+    std::optional<double> frequency, gain, q, bandwidth, slope;
+};
+
+struct Setting {
+    const char* name;
+    const char* before;  // a word that may stand before the number
+    const char* after;   // one that may stand behind it
+    Quantity (*read)(std::string_view text);
+    std::optional<double> Values::* value;
+};
+
+Quantity readCentre(std::string_view text) {
+    return readFrequency(text, kLowestCentre, kHighestCentre);
+}
+
+Quantity readQ(std::string_view text) {
+    return readQuantity("Q", text, 0.01, 100);
+}
+
+Quantity readSlope(std::string_view text) {
+    return readQuantity("slope", text, 0.1, 24);
+}
+
+Quantity readBandwidth(std::string_view text) {
+    return readQuantity("bandwidth", text, 0.01, 10);
+}
+
+constexpr Setting kSettings[] = {{"fc", "", "hz", readCentre, &Values::frequency},
+                                 {"gain", "", "db", readGain, &Values::gain},
+                                 {"q", "", "", readQ, &Values::q},
+                                 {"bw", "oct", "", readBandwidth, &Values::bandwidth}};
+
+const Setting* findSetting(const std::string& name) {
+    for (const Setting& setting : kSettings) {
+        if (name == setting.name) return &setting;
+    }
+    return nullptr;
+}
+
+const Type* findType(const std::string& name) {
+    for (const Type& type : kTypes) {
+        if (name == type.name) return &type;
+    }
+    return nullptr;
+}
+
+/** Finds the type whose name stands at `next`, and moves that behind it; nullptr if it is unknown. */
+const Type* takeType(const Words& words, size_t& next) {
+    const std::string& name = words[next++];
+    // "LS Q Fc 100 Hz", not "LS Q 0.7 Fc 100 Hz".
+    const bool hasQ = next < words.size() && words[next] == "q" &&
+                      (next + 1 == words.size() || findSetting(words[next + 1]) != nullptr);
+    const Type* type = hasQ ? findType(name + " q") : nullptr;
+    if (type == nullptr) return findType(name);
+    ++next;
+    return type;
+}
+
+/** Takes a shelf's slope, "6 dB", if one stands at `next`; "" or why it cannot. */
+std::string takeSlope(const Words& words, size_t& next, Values& values) {
+    if (next + 1 >= words.size() || words[next + 1] != "db") return "";
+    const Quantity slope = readSlope(words[next]);
+    values.slope = slope.value;
+    next += 2;
+    return slope.reason;
+}
+
+/** Takes the setting whose name stands at `next`, and moves that behind it; "" or why it cannot. */
+std::string takeSetting(const Words& words, size_t& next, Values& values) {
+    const Setting* setting = findSetting(words[next]);
+    if (setting == nullptr) return quote(words[next]) + " in a filter is not understood";
+    if (values.*setting->value) return quote(words[next]) + " is given twice";
+    ++next;
+    if (next < words.size() && words[next] == setting->before) ++next;
+    if (next == words.size()) return "nothing behind " + quote(setting->name);
+    const Quantity quantity = setting->read(words[next]);
+    values.*setting->value = quantity.value;
+    ++next;
+    if (next < words.size() && words[next] == setting->after) ++next;
+    return quantity.reason;
+}
+
+/** The quality whose peak is that many octaves wide between the points of half its gain. */
+double qOfBandwidth(double octaves, double frequency) {
+    const double angle = 2 * std::acos(-1.0) * frequency / kSamplingRate;
+    return 1 / (2 * std::sinh(std::log(2.0) / 2 * octaves * angle / std::sin(angle)));
+}
+
+/**
+ * A + 1/A of a shelf with the amplitude A = 10^(gain/40). The shelf's Q and its slope S, which
+ * is 1 at 12 dB per octave, obey 1/Q^2 = (A + 1/A)(1/S - 1) + 2.
+ */
+double sumOfAmplitudes(double gain) {
+    const double amplitude = std::pow(10.0, gain / 40);
+    return amplitude + 1 / amplitude;
+}
+
+/** NaN if no shelf of that gain is so steep. */
+double qOfSlope(double slope, double gain) {
+    return 1 / std::sqrt(sumOfAmplitudes(gain) * (12 / slope - 1) + 2);
+}
+
+/** How many times the corner frequency of a low shelf its centre is. */
+double centreOverCorner(double q, double gain) {
+    const double inverseSlope = (1 / (q * q) - 2) / sumOfAmplitudes(gain) + 1;
+    return std::pow(10.0, std::fabs(gain) / 80 * inverseSlope);
+}
+
+FilterLine refuse(const std::string& reason) {
+    return {false, {}, reason, ""};
+}
+
+/** NaN if no filter has that width. */
+double qOf(const Values& values) {
+    if (values.q) return *values.q;
+    if (values.bandwidth) return qOfBandwidth(*values.bandwidth, values.frequency.value_or(0));
+    return qOfSlope(values.slope.value_or(kDefaultSlope), values.gain.value_or(0));
+}
+
+/** Moves a shelf from its corner, at the filter's frequency, to its centre. */
+FilterLine moveToCentre(Filter filter) {
+    const bool low = filter.shape == FilterShape::LowShelf;
+    const double factor = centreOverCorner(filter.q, filter.gain);
+    filter.frequency = low ? filter.frequency * factor : filter.frequency / factor;
+    // False for NaN as well.
+    const bool isValid = filter.frequency >= kLowestCentre && filter.frequency <= kHighestCentre;
+    if (!isValid) return refuse("the shelf has half its gain at no frequency from 1 to 23999 Hz");
+    char note[160];
+    snprintf(note, sizeof(note),
+             "Fc is the corner of the shelf, as in Equalizer APO, and half the gain is at %.0f Hz; the type "
+             "%sC has that at Fc",
+             filter.frequency, low ? "LS" : "HS");
+    return {true, filter, "", note};
+}
+
+FilterLine makeFilter(const Type& type, const Values& values) {
+    if (!values.frequency) return refuse("the filter has no \"Fc\"");
+    if (!values.gain) return refuse("the filter has no \"Gain\"");
+    if (values.q && values.bandwidth) return refuse("the filter has both \"Q\" and \"BW Oct\"");
+    if (values.slope && (values.q || values.bandwidth)) return refuse("the filter has a slope and a width");
+    if (type.needsWidth && !values.q && !values.bandwidth)
+        return refuse("the filter has neither \"Q\" nor \"BW Oct\"");
+    const Filter filter{type.shape, *values.frequency, *values.gain, qOf(values)};
+    if (!(filter.q > 0)) return refuse("no shelf of that gain is so steep");
+    return type.corner ? moveToCentre(filter) : FilterLine{true, filter, "", ""};
+}
+
+}  // namespace
+
+FilterLine parseFilter(std::string_view text) {
+    const Words words = splitWords(text);
+    if (words.empty() || (words[0] != "on" && words[0] != "off"))
+        return refuse("a filter begins with ON or OFF");
+    if (words[0] == "off" || (words.size() == 2 && words[1] == "none")) return {};
+    if (words.size() == 1) return refuse("the filter has no type");
+    size_t next = 1;
+    const Type* type = takeType(words, next);
+    if (type == nullptr) {
+        return refuse("a filter of type " + quote(words[1]) +
+                      " is no peak or shelf, which alone are supported");
+    }
+    Values values;
+    std::string reason = type->shape != FilterShape::Peak ? takeSlope(words, next, values) : "";
+    while (next < words.size() && reason.empty()) reason = takeSetting(words, next, values);
+    return reason.empty() ? makeFilter(*type, values) : refuse(reason);
+}
+
+}  // namespace hidlaudio::client

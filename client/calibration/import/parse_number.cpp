@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "parse_number.h"
+
+#include <optional>
+
+#include "client/calibration/decimal.h"
+#include "text_tokens.h"
+
+namespace hidlaudio::client {
+namespace {
+
+constexpr double kLargestTextGain = 60;
+
+}  // namespace
+
+Quantity readQuantity(std::string_view what, std::string_view text, double least, double most) {
+    const std::optional<double> value = parseDecimal(text);
+    if (value && *value >= least && *value <= most) return {*value, ""};
+    return {0, std::string(what) + " " + quote(text) + " is no number from " + shortText(least) + " to " +
+                   shortText(most)};
+}
+
+Quantity readGain(std::string_view text) {
+    return readQuantity("gain", text, -kLargestTextGain, kLargestTextGain);
+}
+
+Quantity readFrequency(std::string_view text, double least, double most) {
+    if (hasUnclearComma(text))
+        return {0, "frequency " + quote(text) + " may have thousands or decimals behind its comma"};
+    return readQuantity("frequency", text, least, most);
+}
+
+}  // namespace hidlaudio::client

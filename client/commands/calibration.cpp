@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <stdio.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "calibration_commands.h"
+#include "client/calibration/calibration_json.h"
+#include "client/calibration/display/calibration_table.h"
+#include "client/commands.h"
+#include "client/services/calibration_service.h"
+#include "client/services/service_call.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using android::hardware::Return;
+using nlohmann::json;
+
+/** Switching waits 20 s at most for the TV's platform, and 10 s more for its audio post-processor. */
+constexpr double kSwitchSeconds = 45;
+
+json summaryOf(const ChannelCalibration& channel) {
+    json summary = toJson(channel);
+    const auto [least, most] = std::minmax_element(summary["equalizer"].begin(), summary["equalizer"].end());
+    summary["equalizer"] = {{"min", *least}, {"max", *most}};
+    return summary;
+}
+
+int printStatus(const Invocation& invocation, bool enabled, const Calibration& calibration) {
+    if (invocation.json) {
+        json channels = json::array();
+        for (const ChannelCalibration& channel : calibration) channels.push_back(summaryOf(channel));
+        return printValue(invocation, {{"enabled", enabled}, {"channels", channels}}, "");
+    }
+    printf("%s\n%s", enabled ? "on" : "off", summarize(calibration).c_str());
+    if (calibration.empty()) note("no results are stored");
+    return kDone;
+}
+
+int status(const Invocation& invocation) {
+    return withService<CalibrationService>(
+        invocation, [&](CalibrationService& service, const std::string& name) {
+            const Return<bool> enabled = service.getEnabled();
+            if (const int failed = examine(enabled, name); failed != kDone) return failed;
+            Calibration calibration;
+            const int failed = readStored(service, name, calibration);
+            return failed != kDone ? failed : printStatus(invocation, enabled, calibration);
+        });
+}
+
+int setEnabled(const Invocation& invocation, bool enable) {
+    Invocation patient = invocation;
+    patient.timeout = invocation.timeout.value_or(kSwitchSeconds);
+    return withService<CalibrationService>(patient, [&](CalibrationService& service,
+                                                        const std::string& name) {
+        const Return<int32_t> result = service.setEnabled(enable);
+        if (const int failed = examine(result, name); failed != kDone) return failed;
+        return reportResult(
+            invocation, "setEnabled", result,
+            {{-1, enable ? "no results are stored (`audioctl calibration load` does), the TV's platform is "
+                           "not ready, or the switch cannot be stored"
+                         : "the TV's platform is not ready, or the switch cannot be stored"}},
+            "the TV's audio driver or middleware refused; the switch is as before");
+    });
+}
+
+void addStatus(CLI::App* parent, Invocation& invocation) {
+    CLI::App* command = parent->add_subcommand("status", "Print whether it is on, and what is stored");
+    command->footer(
+        "\"off\" also where the service cannot read its files; its log then tells.\n"
+        "The TV takes equalizer and level from the channel FL, for both sides, and delays from FL and FR.\n"
+        "With --json: {\"enabled\":..., \"channels\":[...]}; `audioctl calibration save` gives all bands.");
+    onRun(command, invocation, [&invocation] { return status(invocation); });
+}
+
+void addSwitch(CLI::App* parent, Invocation& invocation, bool enable) {
+    CLI::App* command = parent->add_subcommand(
+        enable ? "on" : "off", enable ? "Apply the stored results" : "Apply a flat equalizer without delays");
+    command->footer(
+        std::string(enable ? "Once more after each `load`: what is loaded is only stored.\n" : "") +
+        "The service restores the switch at every start. It waits for the TV where that starts up: "
+        "--timeout\n"
+        "is 45 s if it is not given.");
+    onRun(command, invocation, [&invocation, enable] { return setEnabled(invocation, enable); });
+}
+
+}  // namespace
+
+void addCalibration(CLI::App& app, Invocation& invocation) {
+    CLI::App* calibration = app.add_subcommand("calibration", "The sound's adjustment to the room");
+    calibration->footer(
+        "Examples:\n"
+        "  audioctl calibration load room.json\n"
+        "  audioctl calibration on\n"
+        "  audioctl calibration plot --svg room.svg");
+    calibration->require_subcommand(1);
+    addStatus(calibration, invocation);
+    addSwitch(calibration, invocation, true);
+    addSwitch(calibration, invocation, false);
+    for (const auto add : {addCalibrationLoad, addCalibrationSave, addCalibrationPlot,
+                           addCalibrationParameters, addSmoothDelay})
+        add(calibration, invocation);
+}
+
+}  // namespace hidlaudio::client

@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "hdmi_watch.h"
+
+#include <android-base/thread_annotations.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
+#include <hidl/HidlTransportSupport.h>
+#include <hidl/ServiceManagement.h>
+#include <signal.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "client/services/service_call.h"
+#include "host/program/standard_streams.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using android::sp;
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::interfacesEqual;
+using android::hardware::Return;
+using android::hardware::Void;
+using android::hidl::base::V1_0::IBase;
+using android::hidl::manager::V1_0::IServiceNotification;
+using com::tovi::dtv::hardware::audio::V1_1::IHdmiAudioCallback;
+using com::tovi::dtv::hardware::audio::V3_1::IHdmiAudio;
+using Names = std::vector<std::string>;
+
+struct Event {
+    enum class Kind { Changed, Registered, Ended } kind;
+    Names names;          // that were set
+    uint64_t cookie = 0;  // of the service that ended
+};
+
+/**
+ * What the service, its registration and its death tell on the thread of the pool, for
+ * the main thread: nobody there waits until a line is printed, or a service found.
+ */
+class Events : public virtual android::RefBase {
+  public:
+    void add(Event event) {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mEvents.push_back(std::move(event));
+        mAdded.notify_one();
+    }
+
+    Event next() {
+        std::unique_lock<std::mutex> lock(mMutex);
+        const android::base::ScopedLockAssertion held(mMutex);
+        mAdded.wait(lock, [this]() REQUIRES(mMutex) { return !mEvents.empty(); });
+        Event event = std::move(mEvents.front());
+        mEvents.pop_front();
+        return event;
+    }
+
+  private:
+    std::mutex mMutex;
+    std::condition_variable mAdded;
+    std::deque<Event> mEvents GUARDED_BY(mMutex);
+};
+
+class Changes : public IHdmiAudioCallback {
+  public:
+    explicit Changes(const sp<Events>& events) : mEvents(events) {}
+    Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
+        mEvents->add({Event::Kind::Changed, Names(names.begin(), names.end())});
+        return Void();
+    }
+
+  private:
+    const sp<Events> mEvents;
+};
+
+class Starts : public IServiceNotification {
+  public:
+    explicit Starts(const sp<Events>& events) : mEvents(events) {}
+    Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
+        mEvents->add({Event::Kind::Registered, {}});
+        return Void();
+    }
+
+  private:
+    const sp<Events> mEvents;
+};
+
+class Ends : public android::hardware::hidl_death_recipient {
+  public:
+    explicit Ends(const sp<Events>& events) : mEvents(events) {}
+    void serviceDied(uint64_t cookie, const android::wp<IBase>&) override {
+        mEvents->add({Event::Kind::Ended, {}, cookie});
+    }
+
+  private:
+    const sp<Events> mEvents;
+};
+
+/** The service that is being watched, if any, and what it and its successors tell. Main thread. */
+class Watch {
+  public:
+    explicit Watch(const Invocation& invocation) : mInvocation(invocation) {}
+
+    int run();
+
+  private:
+    int askForStarts();
+    int follow(const sp<IHdmiAudio>& service);
+    int handle(const Event& event);
+    int handleStart();
+    int handleFailure(const android::hardware::details::return_status& call);
+    void handleEnd(uint64_t cookie);
+    int print(const Names& names) const;
+
+    const Invocation& mInvocation;
+    const std::string mName = std::string(IHdmiAudio::descriptor) + "/default";
+    const sp<Events> mEvents = new Events;
+    const sp<Changes> mChanges = new Changes(mEvents);
+    const sp<Starts> mStarts = new Starts(mEvents);
+    const sp<Ends> mEnds = new Ends(mEvents);
+    sp<IHdmiAudio> mService;
+    uint64_t mCookie = 0;  // of the link to its death: a late notice shall not speak for the next one
+};
+
+int Watch::run() {
+    if (const int status = askForStarts(); status != kDone) return status;
+    if (const int status = handleStart(); status != kDone) return status;
+    if (mService == nullptr) return noService(mName);
+    for (;;) {
+        if (const int status = handle(mEvents->next()); status != kDone) return status;
+    }
+}
+
+int Watch::askForStarts() {
+    const Return<bool> asked = android::hardware::defaultServiceManager()->registerForNotifications(
+        IHdmiAudio::descriptor, "default", mStarts);
+    if (const int status = examine(asked, "the service manager"); status != kDone) return status;
+    return asked ? kDone : fail(kRefused, "the service manager cannot tell of " + mName);
+}
+
+int Watch::handle(const Event& event) {
+    switch (event.kind) {
+        case Event::Kind::Changed:
+            return print(event.names);
+        case Event::Kind::Registered:
+            return handleStart();
+        case Event::Kind::Ended:
+            handleEnd(event.cookie);
+            break;
+    }
+    return kDone;
+}
+
+int Watch::handleStart() {
+    const Deadline deadline(mInvocation, mName);
+    const sp<IHdmiAudio> service = IHdmiAudio::tryGetService();
+    // It may have gone again, or be the one that was there when its start was asked for.
+    if (service == nullptr || interfacesEqual(service, mService)) return kDone;
+    return follow(service);
+}
+
+int Watch::follow(const sp<IHdmiAudio>& service) {
+    mService = service;
+    const Return<bool> linked = service->linkToDeath(mEnds, ++mCookie);
+    if (!linked.isOk()) return handleFailure(linked);
+    const Return<void> registered = service->setCallback(mChanges);
+    if (!registered.isOk()) return handleFailure(registered);
+    note("watching " + mName + "; Ctrl-C ends it");
+    return kDone;
+}
+
+/** One that has just started may have ended again. */
+int Watch::handleFailure(const android::hardware::details::return_status& call) {
+    if (!call.isDeadObject()) return examine(call, mName);
+    handleEnd(mCookie);
+    return kDone;
+}
+
+void Watch::handleEnd(uint64_t cookie) {
+    if (cookie != mCookie || mService == nullptr) return;
+    mService = nullptr;
+    note(mName + " has ended; waiting for it to start again");
+}
+
+int Watch::print(const Names& names) const {
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
+    printValue(mInvocation, names, text);
+    return host::flushOutput() ? kDone : kRefused;
+}
+
+void endWatching(int) {
+    _exit(kDone);
+}
+
+/** Also where whoever started this program has them ignored or blocked, as a shell's "&" does. */
+void endOnSignals() {
+    struct sigaction action{};
+    action.sa_handler = endWatching;
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        sigaction(signal, &action, nullptr);
+        sigaddset(&signals, signal);
+    }
+    sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+}  // namespace
+
+int watchHdmi(const Invocation& invocation) {
+    endOnSignals();
+    return Watch(invocation).run();
+}
+
+}  // namespace hidlaudio::client

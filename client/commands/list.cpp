@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <stdio.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "client/commands.h"
+#include "client/services/registered_services.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using nlohmann::json;
+
+// A list is for looking around: what hangs shall not hold up the rest for long.
+constexpr double kListSeconds = 5;
+
+using Row = std::array<std::string, 4>;
+
+// Most names of a chain are of the service's own package, which is told already.
+std::string chainText(const RegisteredService& service) {
+    const std::string package = service.name.interface.substr(0, service.name.interface.find('@'));
+    std::string text;
+    for (const std::string& name : service.chain) {
+        const bool samePackage = name.compare(0, package.size() + 1, package + "@") == 0;
+        text += (text.empty() ? "" : " > ") + (samePackage ? name.substr(package.size()) : name);
+    }
+    return text.empty() ? "?" : text;
+}
+
+void printTable(const std::vector<RegisteredService>& services) {
+    std::vector<Row> rows = {{"INTERFACE", "INSTANCE", "PROCESS", "INTERFACE CHAIN"}};
+    for (const RegisteredService& service : services) {
+        rows.push_back({service.name.interface, service.name.instance,
+                        std::to_string(service.pid) + " " + processName(service.pid), chainText(service)});
+    }
+    std::array<int, 3> widths{};
+    for (const Row& row : rows) {
+        for (size_t i = 0; i < widths.size(); ++i)
+            widths[i] = std::max(widths[i], static_cast<int>(row[i].size()));
+    }
+    for (const Row& row : rows) {
+        printf("%-*s  %-*s  %-*s  %s\n", widths[0], row[0].c_str(), widths[1], row[1].c_str(), widths[2],
+               row[2].c_str(), row[3].c_str());
+    }
+}
+
+void printArray(const std::vector<RegisteredService>& services) {
+    json list = json::array();
+    for (const RegisteredService& service : services) {
+        list.push_back({{"interface", service.name.interface},
+                        {"instance", service.name.instance},
+                        {"pid", service.pid},
+                        {"process", processName(service.pid)},
+                        {"chain", service.chain.empty() ? json() : json(service.chain)}});
+    }
+    printJson(list);
+}
+
+int run(const Invocation& invocation, bool all) {
+    std::vector<RegisteredService> services;
+    const int status = findRegisteredServices(invocation.timeout.value_or(kListSeconds), services);
+    if (status != kDone && services.empty()) return status;
+    if (!all) keepMostDerived(services);
+    if (invocation.json) {
+        printArray(services);
+    } else if (services.empty()) {
+        note("no service is registered; `tv boot` starts the services");
+    } else {
+        printTable(services);
+    }
+    return status;
+}
+
+}  // namespace
+
+void addList(CLI::App& app, Invocation& invocation) {
+    const auto all = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand("list", "List the registered services and their processes");
+    command->add_flag("--all", *all, "Also the names that services have only as heirs of older interfaces");
+    command->footer(
+        "Each service is asked for its interface chain, the most derived interface first. One that does not\n"
+        "answer within --timeout (otherwise 5 s) is listed with \"?\" (null with --json) for each name that\n"
+        "it has, and the exit status is 4. It is 1 if one could not be asked, which is listed likewise.\n"
+        "\n"
+        "With --json: [{\"interface\": ..., \"instance\": ..., \"pid\": ..., \"process\": ..., \"chain\": "
+        "[...]}]");
+    onRun(command, invocation, [&invocation, all] { return run(invocation, *all); });
+}
+
+}  // namespace hidlaudio::client

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <android-base/stringprintf.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <hidl/ServiceManagement.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "client/commands.h"
+#include "client/services/known_services.h"
+#include "client/services/service_call.h"
+#include "host/program/number_argument.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using android::base::StringPrintf;
+using android::hardware::Return;
+using android::hidl::base::V1_0::IBase;
+
+/** Round-trip times in microseconds, in ascending order; at least one. */
+using Times = std::vector<double>;
+
+double median(const Times& times) {
+    const size_t middle = times.size() / 2;
+    return times.size() % 2 == 1 ? times[middle] : (times[middle - 1] + times[middle]) / 2;
+}
+
+int ping(const Invocation& invocation, IBase& service, const std::string& name, double* microseconds) {
+    const Deadline deadline(invocation, name);
+    const auto begin = std::chrono::steady_clock::now();
+    const Return<void> answered = service.ping();
+    *microseconds =
+        std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
+    return examine(answered, name);
+}
+
+int measure(const Invocation& invocation, IBase& service, const std::string& name, Times& times) {
+    // The first call also opens a way to the service, which is not what is asked for.
+    double unused;
+    int status = ping(invocation, service, name, &unused);
+    for (size_t i = 0; i < times.size() && status == kDone; ++i) {
+        status = ping(invocation, service, name, &times[i]);
+    }
+    std::sort(times.begin(), times.end());
+    return status;
+}
+
+int print(const Invocation& invocation, const std::string& name, const Times& times) {
+    const std::string text =
+        StringPrintf("%s: %zu %s, min %.1f, median %.1f, max %.1f µs", name.c_str(), times.size(),
+                     times.size() == 1 ? "call" : "calls", times.front(), median(times), times.back());
+    return printValue(invocation,
+                      {{"service", name},
+                       {"count", times.size()},
+                       {"min_us", times.front()},
+                       {"median_us", median(times)},
+                       {"max_us", times.back()}},
+                      text);
+}
+
+android::sp<IBase> find(const Invocation& invocation, const ServiceName& service, int* status) {
+    const std::string name = toString(service);
+    const Deadline deadline(invocation, name);
+    const Return<android::sp<IBase>> found =
+        android::hardware::defaultServiceManager()->get(service.interface, service.instance);
+    *status = examine(found, "the service manager");
+    if (*status != kDone) return nullptr;
+    android::sp<IBase> object = found;
+    if (object == nullptr) *status = noService(name);
+    return object;
+}
+
+int run(const Invocation& invocation, const ServiceName& service, size_t count) {
+    int status = kDone;
+    const android::sp<IBase> object = find(invocation, service, &status);
+    if (object == nullptr) return status;
+    const std::string name = toString(service);
+    Times times(count);
+    status = measure(invocation, *object, name, times);
+    return status == kDone ? print(invocation, name, times) : status;
+}
+
+}  // namespace
+
+void addPing(CLI::App& app, Invocation& invocation) {
+    struct Arguments {
+        std::string service = "external";
+        size_t count = 100;
+    };
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* command = app.add_subcommand("ping", "Measure the round-trip time of a call to a service");
+    command
+        ->add_option("SERVICE", arguments->service,
+                     "The service, by a full or short name; otherwise external")
+        ->type_name("")
+        ->check(checkServiceName);
+    command->add_option("-n", arguments->count, "How many calls to measure, 1 to 1000000; otherwise 100")
+        ->type_name("COUNT")
+        ->check([](const std::string& given) { return host::checkInteger(given, 1, 1000000); });
+    command->footer(
+        "Prints the shortest, the median and the longest time in microseconds; one more call before them\n"
+        "is not counted. The daemon's services share one thread: a call waits for those of other clients.\n"
+        "\n"
+        "Short names:\n" +
+        describeKnownServices() +
+        "\n\nExamples:\n"
+        "  audioctl ping\n"
+        "  audioctl ping -n 10000 listener\n"
+        "  audioctl ping android.hardware.audio@5.0::IDevicesFactory/default");
+    onRun(command, invocation, [&invocation, arguments] {
+        return run(invocation, *parseServiceName(arguments->service), arguments->count);
+    });
+}
+
+}  // namespace hidlaudio::client

@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "virtualizer_upload.h"
+
+#include <android-base/stringprintf.h>
+#include <com/tovi/dtv/hardware/audio/5.1/IHeadphoneVirtualizer.h>
+#include <errno.h>
+#include <stdint.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <fstream>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "client/services/apply_result.h"
+#include "client/services/service_call.h"
+#include "client/terminal/progress.h"
+#include "host/program/number_argument.h"
+
+namespace hidlaudio::client {
+namespace {
+
+using android::sp;
+using android::base::StringPrintf;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+using com::tovi::dtv::hardware::audio::V5_0::ParamType;
+using com::tovi::dtv::hardware::audio::V5_1::IHeadphoneVirtualizer;
+using Clock = std::chrono::steady_clock;
+using Bytes = std::vector<uint8_t>;
+
+/** The service tells the end of an upload after 40 s at most. */
+constexpr double kLongestUpload = 60;
+
+struct Options {
+    std::string kind;
+    std::string file;
+    int32_t chunk = 0;  // 0: as much as the service takes
+    std::optional<double> cancelAfter;
+    bool noWait = false;
+};
+
+/** An upload under way. */
+struct Upload {
+    const Invocation& invocation;
+    const Options& options;
+    sp<IHeadphoneVirtualizer> service;
+    std::string name;
+    Bytes data;
+    int32_t handle = 0;
+    sp<ApplyResult> end;
+    Clock::time_point begin = Clock::now();
+
+    /** Makes a call that answers a number; the exit status. */
+    template <typename Call>
+    int call(int32_t& answer, Call make) const {
+        const Deadline deadline(invocation, name);
+        const Return<int32_t> returned = make();
+        const int status = examine(returned, name);
+        if (status == kDone) answer = returned;
+        return status;
+    }
+};
+
+struct Meaning {
+    int32_t result;
+    const char* words;
+};
+
+constexpr Meaning kCallMeanings[] = {
+    {-1, "the buffer is gone: another client has made one of this kind"},
+    {-2, "too much data for one call or for the buffer"},
+    {-3, "busy: an upload is under way"},
+    {-5, "not supported: the back-end controller cannot be asked"},
+};
+
+constexpr Meaning kEndMeanings[] = {
+    {0, "the controller has taken the parameters"},
+    {1, "cancelled"},
+    {-1, "the controller reports an error of its own"},
+    {-2, "it took longer than 20 s, could not be handed over, or the controller's report is unknown"},
+    {-3, "it could not be prepared, or the controller has given it up"},
+};
+
+template <size_t size>
+const char* wordsFor(const Meaning (&meanings)[size], int32_t result) {
+    for (const Meaning& known : meanings) {
+        if (known.result == result) return known.words;
+    }
+    return "an unknown result";
+}
+
+double seconds(Clock::duration time) {
+    return std::chrono::duration<double>(time).count();
+}
+
+Clock::duration duration(double time) {
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(time));
+}
+
+/** Reads all of the file, which must have content; the exit status. */
+int readFile(const std::string& path, Bytes& bytes) {
+    struct stat status{};
+    if (stat(path.c_str(), &status) != 0) return fail(kWrongUsage, path + ": " + strerror(errno));
+    if (!S_ISREG(status.st_mode)) return fail(kWrongUsage, path + " is no regular file");
+    if (status.st_size == 0) return fail(kWrongUsage, path + " is empty: there is nothing to upload");
+    if (status.st_size > INT32_MAX)
+        return fail(kWrongUsage, path + ": at most 2147483647 bytes can be uploaded");
+    bytes.resize(static_cast<size_t>(status.st_size));
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(status.st_size)))
+        return kDone;
+    return fail(kWrongUsage,
+                path + " cannot be read: " + (errno != 0 ? strerror(errno) : "it became shorter"));
+}
+
+int refused(const char* method, int32_t result) {
+    return fail(kRefused,
+                StringPrintf("%s answered %d: %s", method, result, wordsFor(kCallMeanings, result)));
+}
+
+int allocate(Upload& upload) {
+    const ParamType kind = upload.options.kind == "hrtf" ? ParamType::HRTF : ParamType::DEVICE;
+    const int status = upload.call(upload.handle, [&] {
+        return upload.service->allocateParameterBuffer(kind, static_cast<int32_t>(upload.data.size()));
+    });
+    if (status != kDone || upload.handle != 0) return status;
+    return fail(kRefused, "allocateParameterBuffer answered 0: the service has no memory for that much");
+}
+
+int chooseChunk(const Upload& upload, size_t& chunk) {
+    int32_t largest = upload.options.chunk;
+    int status = kDone;
+    if (largest == 0) status = upload.call(largest, [&] { return upload.service->getMaxAppendSize(); });
+    if (status == kDone && largest <= 0) status = refused("getMaxAppendSize", largest);
+    chunk = static_cast<size_t>(largest);
+    return status;
+}
+
+int sendAll(Upload& upload) {
+    size_t chunk = 0;
+    int status = chooseChunk(upload, chunk);
+    Progress progress(upload.data.size());
+    for (size_t sent = 0; sent < upload.data.size() && status == kDone;) {
+        const size_t size = std::min(chunk, upload.data.size() - sent);
+        hidl_vec<uint8_t> piece;
+        piece.setToExternal(upload.data.data() + sent, size);
+        int32_t result = 0;
+        status = upload.call(result, [&] { return upload.service->append(upload.handle, piece); });
+        if (status == kDone && result != 0) status = refused("append", result);
+        sent += size;
+        progress.show(sent);
+    }
+    return status;
+}
+
+int apply(Upload& upload) {
+    upload.end = new ApplyResult;
+    const Return<bool> linked = upload.service->linkToDeath(upload.end, 0);
+    if (!linked.isOk() || !linked) return fail(kNoService, upload.name + " ended before it answered");
+    int32_t result = 0;
+    const int status = upload.call(result, [&] { return upload.service->apply(upload.handle, upload.end); });
+    return status == kDone && result != 0 ? refused("apply", result) : status;
+}
+
+int cancel(Upload& upload) {
+    int32_t result = 0;
+    const int status = upload.call(result, [&] { return upload.service->cancel(upload.handle); });
+    if (status == kDone && result != 0) {
+        note(StringPrintf("cancel answered %d: there is nothing to cancel, or the controller refuses",
+                          result));
+    }
+    return status;
+}
+
+/** Waits for the end, and cancels on the way if the user wants that; the exit status. */
+int awaitEnd(Upload& upload) {
+    const double limit = upload.invocation.timeout.value_or(kLongestUpload);
+    const auto start = Clock::now();
+    if (upload.options.cancelAfter && !upload.end->wait(start + duration(*upload.options.cancelAfter))) {
+        if (const int status = cancel(upload); status != kDone) return status;
+    }
+    const double extra = upload.options.cancelAfter.value_or(0);
+    if (upload.end->wait(start + duration(limit + extra))) return kDone;
+    return fail(kTimedOut, StringPrintf("no result from %s within %g s", upload.name.c_str(), limit));
+}
+
+/** Prints what has become of the upload. */
+int report(const Upload& upload, const std::optional<int32_t>& result) {
+    const double time = seconds(Clock::now() - upload.begin);
+    const size_t size = upload.data.size();
+    const int32_t code = result.value_or(0);
+    if (upload.invocation.json) {
+        printJson({{"handle", upload.handle},
+                   {"bytes", size},
+                   {"seconds", std::round(time * 1e6) / 1e6},
+                   {"result", result ? nlohmann::json(*result) : nlohmann::json(nullptr)}});
+    } else if (code == 0) {
+        printf("%s %zu bytes in %.3f s, %.1f MiB/s%s\n", result ? "uploaded" : "sent", size, time,
+               static_cast<double>(size) / time / 1048576, result ? "" : "; the upload goes on");
+    }
+    if (code == 0) return kDone;
+    return fail(kRefused, StringPrintf("the upload ended with %d: %s", code, wordsFor(kEndMeanings, code)));
+}
+
+int run(Upload& upload) {
+    int status = allocate(upload);
+    if (status != kDone) return status;
+    status = sendAll(upload);
+    if (status == kDone) status = apply(upload);
+    if (status == kRefused) {
+        // The client has no more use for it, and it holds the service's memory.
+        int32_t ignored = 0;
+        upload.call(ignored, [&] { return upload.service->discardParameterBuffer(upload.handle); });
+    }
+    if (status != kDone) return status;
+    if (upload.options.noWait) return report(upload, std::nullopt);
+    status = awaitEnd(upload);
+    if (status != kDone) return status;
+    const std::optional<int32_t> result = upload.end->result();
+    return result ? report(upload, result) : fail(kNoService, upload.name + " ended before the upload did");
+}
+
+int start(const Invocation& invocation, const Options& options) {
+    Bytes data;
+    if (const int status = readFile(options.file, data); status != kDone) return status;
+    const std::string name = std::string(IHeadphoneVirtualizer::descriptor) + "/default";
+    sp<IHeadphoneVirtualizer> service;
+    {
+        const Deadline deadline(invocation, name);
+        service = IHeadphoneVirtualizer::tryGetService();
+    }
+    if (service == nullptr) return noService(name);
+    Upload upload{invocation, options, service, name, std::move(data), 0, nullptr};
+    return run(upload);
+}
+
+}  // namespace
+
+void addVirtualizerUpload(CLI::App* parent, Invocation& invocation) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* command = parent->add_subcommand("upload", "Upload parameters to the back-end controller");
+    command->add_option("device|hrtf", options->kind, "The kind of parameters")
+        ->type_name("")
+        ->required()
+        ->check(CLI::IsMember({"device", "hrtf"}).description(""));
+    command->add_option("FILE", options->file, "What to upload, byte for byte")->type_name("")->required();
+    command
+        ->add_option("--chunk", options->chunk,
+                     "How many to send at a time; otherwise what the service takes")
+        ->type_name("BYTES")
+        ->check([](const std::string& given) { return host::checkInteger(given, 1, INT32_MAX); });
+    CLI::Option* after =
+        command->add_option("--cancel-after", options->cancelAfter, "Cancel it once it has run that long")
+            ->type_name("SECONDS")
+            ->check([](const std::string& given) { return host::checkNumber(given, 0, 86400); });
+    command->add_flag("--no-wait", options->noWait, "Return once it has begun")->excludes(after);
+    command->footer(
+        "Ends when the controller has answered: with status 0 where it has taken the parameters, else with\n"
+        "status 1 and the reason. Another upload of the same kind, by whomever, is cancelled.\n"
+        "--timeout is the time for each answer, and for the upload itself, which otherwise is 60 s.\n"
+        "With --json: {\"handle\":..., \"bytes\":..., \"seconds\":..., \"result\":...}; the result is null\n"
+        "with --no-wait.\n"
+        "\n"
+        "Examples:\n"
+        "  audioctl virtualizer upload hrtf set.bin\n"
+        "  audioctl virtualizer upload device set.bin --chunk 4096 --cancel-after 1.5");
+    onRun(command, invocation, [&invocation, options] { return start(invocation, *options); });
+}
+
+}  // namespace hidlaudio::client

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "proxy.h"
+
+#include <android-base/unique_fd.h>
+#include <sys/eventfd.h>
+
+#include <algorithm>
+
+#include "host/hidl/src/connection/call.h"
+#include "host/hidl/src/connection/peer_connection.h"
+#include "host/hidl/src/threads/process.h"
+#include "host/hidl/src/threads/sources.h"
+
+namespace android::hardware {
+
+BpHwBinder::BpHwBinder(std::shared_ptr<transport::Link> link, uint64_t object)
+    : mLink(std::move(link)), mObject(object) {}
+
+BpHwBinder::~BpHwBinder() {
+    mLink->forgetProxy(mObject, this, mKnown);
+}
+
+status_t BpHwBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
+                              TransactCallback) {
+    return transport::callRemote(*mLink, mObject, code, data, reply, (flags & FLAG_ONEWAY) != 0);
+}
+
+status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient, void*, uint32_t) {
+    if (recipient == nullptr) return BAD_VALUE;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (mObituarySent) return DEAD_OBJECT;
+        mRecipients.push_back(recipient);
+    }
+    // The link's end tells those that it finds here; nobody tells one that comes after it.
+    return mLink->ended() ? sendObituaryLater() : static_cast<status_t>(OK);
+}
+
+status_t BpHwBinder::sendObituaryLater() {
+    base::unique_fd due(eventfd(1, EFD_CLOEXEC));
+    if (due < 0) return UNKNOWN_ERROR;
+    transport::Process::self().pool().add(std::make_shared<transport::ObituarySource>(this, std::move(due)));
+    return OK;
+}
+
+status_t BpHwBinder::unlinkToDeath(const wp<DeathRecipient>& recipient, void*, uint32_t,
+                                   wp<DeathRecipient>* outRecipient) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mObituarySent) return DEAD_OBJECT;
+    auto found = std::find(mRecipients.begin(), mRecipients.end(), recipient);
+    if (found == mRecipients.end()) return NAME_NOT_FOUND;
+    if (outRecipient != nullptr) *outRecipient = *found;
+    mRecipients.erase(found);
+    return OK;
+}
+
+void BpHwBinder::sendObituary() {
+    std::vector<wp<DeathRecipient>> recipients;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        // Where there is nobody to tell, the next recipient is still to be told.
+        if (mRecipients.empty()) return;
+        mObituarySent = true;
+        recipients.swap(mRecipients);
+    }
+    for (const wp<DeathRecipient>& weak : recipients) {
+        sp<DeathRecipient> recipient = weak.promote();
+        if (recipient != nullptr) recipient->binderDied(this);
+    }
+}
+
+}  // namespace android::hardware

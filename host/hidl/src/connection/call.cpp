@@ -1,0 +1,344 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include "call.h"
+
+#include <hwbinder/IPCThreadState.h>
+#include <log/log.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "host/hidl/src/threads/process.h"
+#include "host/hidl/src/threads/spin.h"
+
+namespace android::hardware::transport {
+namespace {
+
+// A call that this thread serves. Until it is answered, the caller's thread waits on
+// `channel` and serves what is sent there.
+struct Frame {
+    Link* link;
+    Channel* channel;
+    bool answered;
+};
+
+// Peers may call each other back and forth; a peer that never ends must not take
+// the stack.
+constexpr size_t kMaxDepth = 64;
+
+// Oneway calls of an object that may wait in this process; more stay in the socket,
+// until that takes no more and the sender is told.
+constexpr size_t kMostWaitingOneways = 256;
+
+struct OwnChannel {
+    uint64_t linkNumber;
+    std::weak_ptr<Link> link;
+    std::weak_ptr<Channel> channel;
+};
+
+struct ThreadState {
+    std::vector<Frame*> frames;
+    std::vector<OwnChannel> channels;
+
+    ~ThreadState() {
+        for (const OwnChannel& own : channels) {
+            auto link = own.link.lock();
+            auto channel = own.channel.lock();
+            if (link != nullptr && channel != nullptr) link->giveBackCallChannel(channel);
+        }
+    }
+};
+
+ThreadState& thread() {
+    static thread_local ThreadState state;
+    return state;
+}
+
+class ScopedFrame {
+  public:
+    explicit ScopedFrame(Frame* frame) { thread().frames.push_back(frame); }
+    ~ScopedFrame() { thread().frames.pop_back(); }
+    ScopedFrame(const ScopedFrame&) = delete;
+    ScopedFrame& operator=(const ScopedFrame&) = delete;
+};
+
+// The channel on which a thread of the peer already waits for this one.
+Channel* nestedChannel(const Link& link) {
+    const std::vector<Frame*>& frames = thread().frames;
+    auto waits = [&link](const Frame* frame) { return frame->link == &link && !frame->answered; };
+    auto found = std::find_if(frames.rbegin(), frames.rend(), waits);
+    return found != frames.rend() ? (*found)->channel : nullptr;
+}
+
+status_t ownChannel(Link& link, std::shared_ptr<Channel>* channel) {
+    std::vector<OwnChannel>& channels = thread().channels;
+    for (const OwnChannel& own : channels) {
+        if (own.linkNumber != link.number) continue;
+        *channel = own.channel.lock();
+        if (*channel != nullptr) return OK;
+    }
+    auto gone = [](const OwnChannel& own) { return own.channel.expired(); };
+    channels.erase(std::remove_if(channels.begin(), channels.end(), gone), channels.end());
+    const status_t status = link.takeCallChannel(channel);
+    if (status == OK) channels.push_back({link.number, link.weak_from_this(), *channel});
+    return status;
+}
+
+bool bringsObjectsHome(const IncomingMessage& message) {
+    if (message.attachments == nullptr) return false;
+    const std::vector<ObjectReference>& references = message.attachments->references;
+    return std::any_of(references.begin(), references.end(),
+                       [](const ObjectReference& one) { return one.owner == kReceiversObject; });
+}
+
+void sayRead(Link& link, Channel& channel) {
+    MessageHeader header{};
+    header.type = kReplyRead;
+    if (channel.send(header) != OK) link.kill();
+}
+
+// What a call comes to whose channel the peer has closed.
+status_t closed(Link& link, Channel& channel) {
+    const status_t status =
+        nestedChannel(link) == &channel ? static_cast<status_t>(DEAD_OBJECT) : link.lostCallChannel(channel);
+    if (status == DEAD_OBJECT) link.kill();
+    return status;
+}
+
+status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
+    for (;;) {
+        IncomingMessage& message = reply->incoming();
+        const Channel::Received received = receiveSpinning(channel, &message);
+        if (received == Channel::Received::Closed) return closed(link, channel);
+        if (received == Channel::Received::Message && message.header.type == kReceiveSpace &&
+            link.takeReceiveSpace(&message)) {
+            message.attachments.reset();
+            continue;
+        }
+        const bool understood = received == Channel::Received::Message && link.resolve(&message) &&
+                                (message.header.type == kReply || message.header.type == kCall);
+        if (!understood) {
+            ALOGE("process %d broke the transport's format", link.peerPid);
+            break;
+        }
+        if (message.header.type == kCall) {
+            Parcel data;
+            data.incoming() = std::move(message);
+            serveCall(link.shared_from_this(), channel, data, nullptr);
+            continue;
+        }
+        if (bringsObjectsHome(message)) sayRead(link, channel);
+        if (message.incomplete) return FAILED_TRANSACTION;
+        reply->startReading();
+        const auto status = static_cast<status_t>(message.header.code);
+        if (status == FAILED_TRANSACTION) ReceiveSpace::own().audit();
+        return status;
+    }
+    link.kill();
+    return DEAD_OBJECT;
+}
+
+status_t sendOnewayCall(Link& link, MessageHeader header, OutgoingBody& body,
+                        const std::vector<ObjectReference>& references) {
+    header.flags |= kOneway;
+    const status_t status = link.sendOneway(header, body, references);
+    // A receiver that is this far behind has no room for more, as on the platform.
+    return status == WOULD_BLOCK ? static_cast<status_t>(FAILED_TRANSACTION) : status;
+}
+
+// The peer's thread takes each message of this channel before the next is due, so
+// that only a peer that does not keep to the order leaves no room.
+status_t sendInTurn(Link& link, Channel& channel, const MessageHeader& header, OutgoingBody& body,
+                    const std::vector<ObjectReference>& references) {
+    const status_t status = link.send(channel, header, body, references);
+    if (status != WOULD_BLOCK) return status;
+    link.kill();
+    return DEAD_OBJECT;
+}
+
+void sendStatus(Link& link, Channel& channel, status_t status) {
+    MessageHeader header{};
+    header.type = kReply;
+    header.code = static_cast<uint32_t>(status);
+    const status_t sent = channel.send(header);
+    if (sent != OK) link.kill();
+}
+
+void keepPeersObjects(Channel& channel, const OutgoingBody& body) {
+    for (const sp<IBinder>& object : body.objects) {
+        if (object->remoteBinder() != nullptr) channel.heldUntilNext.push_back(object);
+    }
+}
+
+void sendReply(Link& link, Channel& channel, Parcel& reply) {
+    OutgoingBody& body = reply.outgoing();
+    std::vector<ObjectReference> references;
+    status_t status = link.reference(body.objects, &references);
+    if (status == OK) {
+        MessageHeader header{};
+        header.type = kReply;
+        keepPeersObjects(channel, body);
+        status = sendInTurn(link, channel, header, body, references);
+        if (status != OK) link.takeBack(references);
+        if (status == DEAD_OBJECT) link.kill();
+    }
+    if (status != OK && status != DEAD_OBJECT) sendStatus(link, channel, status);
+}
+
+// How the served method's results leave, from within it or after it.
+struct Answer {
+    Link& link;
+    Channel& channel;
+    Frame& frame;
+    Turn* turn;
+
+    void send(Parcel& results) {
+        frame.answered = true;
+        sendReply(link, channel, results);
+        if (turn != nullptr) turn->end();
+    }
+};
+
+}  // namespace
+
+namespace {
+
+status_t callLiving(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
+                    bool oneway) {
+    if (link.dead()) return DEAD_OBJECT;
+    OutgoingBody& body = data.outgoing();
+    if (body.tooLarge) return FAILED_TRANSACTION;
+    MessageHeader header{};
+    header.type = kCall;
+    header.code = code;
+    header.target = object;
+    std::vector<ObjectReference> references;
+    status_t status = link.reference(body.objects, &references);
+    if (status != OK) return status;
+    // Whoever passes out an object serves it, and hears when it is given back. The
+    // generated code sees to it only for arguments that are interfaces themselves.
+    if (!references.empty()) Process::self().pool().start();
+
+    std::shared_ptr<Channel> own;
+    Channel* channel = nullptr;
+    if (oneway) {
+        status = sendOnewayCall(link, header, body, references);
+    } else {
+        channel = nestedChannel(link);
+        if (channel == nullptr) {
+            status = ownChannel(link, &own);
+            channel = own.get();
+        }
+        if (status == OK) status = sendInTurn(link, *channel, header, body, references);
+        if (status == DEAD_OBJECT && channel != nullptr) status = closed(link, *channel);
+    }
+    if (status != OK) link.takeBack(references);
+    if (status == FAILED_TRANSACTION) link.reportRefusal();
+    if (status != OK || oneway) return status;
+    return waitReply(link, *channel, reply);
+}
+
+}  // namespace
+
+status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
+                    bool oneway) {
+    const status_t status = callLiving(link, object, code, data, reply, oneway);
+    return status == DEAD_OBJECT ? link.reasonOfEnd() : status;
+}
+
+void serveCall(const std::shared_ptr<Link>& link, Channel& channel, Parcel& data, Turn* turn) {
+    const MessageHeader& header = data.incoming().header;
+    sp<BHwBinder> target = link->target(header.target);
+    if (target == nullptr || thread().frames.size() >= kMaxDepth || data.incoming().incomplete) {
+        sendStatus(*link, channel, target == nullptr ? DEAD_OBJECT : FAILED_TRANSACTION);
+        return;
+    }
+    Frame frame{link.get(), &channel, false};
+    ScopedFrame scope(&frame);
+    data.startReading();
+    Parcel reply;
+    Answer answer{*link, channel, frame, turn};
+    // A reference is small enough for the function object to hold it in place.
+    const status_t status =
+        target->transact(header.code, data, &reply, 0, [&answer](Parcel& results) { answer.send(results); });
+    if (frame.answered) return;
+    if (status == OK) {
+        answer.send(reply);
+    } else {
+        frame.answered = true;
+        sendStatus(*link, channel, status);
+    }
+}
+
+Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<Link>& link, IncomingMessage&& message,
+                       const std::shared_ptr<Source>& source) {
+    OnewayQueue& queue = target.onewayQueue();
+    std::lock_guard<std::mutex> lock(queue.mutex);
+    queue.pending.push_back({link, std::move(message)});
+    if (!queue.serving) {
+        queue.serving = true;
+        return Enqueued::MustServe;
+    }
+    if (queue.pending.size() < kMostWaitingOneways) return Enqueued::Waits;
+    queue.stopped.push_back(source);
+    return Enqueued::Stops;
+}
+
+void serveOneways(const sp<BHwBinder>& target) {
+    OnewayQueue& queue = target->onewayQueue();
+    for (;;) {
+        OnewayQueue::Pending next;
+        std::vector<std::shared_ptr<Source>> resumed;
+        {
+            std::lock_guard<std::mutex> lock(queue.mutex);
+            queue.serving = !queue.pending.empty();
+            if (!queue.serving) return;
+            next = std::move(queue.pending.front());
+            queue.pending.pop_front();
+            if (queue.pending.size() < kMostWaitingOneways / 2) resumed.swap(queue.stopped);
+        }
+        for (const auto& source : resumed) Process::self().pool().resume(*source);
+        Frame frame{next.link.get(), nullptr, true};
+        ScopedFrame scope(&frame);
+        const uint32_t code = next.message.header.code;
+        Parcel data;
+        Parcel reply;
+        data.incoming() = std::move(next.message);
+        data.startReading();
+        (void)target->transact(code, data, &reply, IBinder::FLAG_ONEWAY, [](Parcel&) {});
+    }
+}
+
+bool caller(pid_t* pid, uid_t* uid) {
+    const std::vector<Frame*>& frames = thread().frames;
+    if (frames.empty()) return false;
+    *pid = frames.back()->link->peerPid;
+    *uid = frames.back()->link->peerUid;
+    return true;
+}
+
+}  // namespace android::hardware::transport
+
+namespace android::hardware {
+
+IPCThreadState* IPCThreadState::self() {
+    static IPCThreadState state;
+    return &state;
+}
+
+pid_t IPCThreadState::getCallingPid() const {
+    pid_t pid = getpid();
+    uid_t uid = 0;
+    (void)transport::caller(&pid, &uid);
+    return pid;
+}
+
+uid_t IPCThreadState::getCallingUid() const {
+    pid_t pid = 0;
+    uid_t uid = getuid();
+    (void)transport::caller(&pid, &uid);
+    return uid;
+}
+
+}  // namespace android::hardware

@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "channel.h"
+
+#include <errno.h>
+#include <hwbinder/IBinder.h>
+#include <poll.h>
+#include <string.h>
+#include <sys/socket.h>
+
+#include "host/hidl/src/threads/spin.h"
+#include "shortage.h"
+
+namespace android::hardware::transport {
+namespace {
+
+constexpr int kSendFlags = MSG_NOSIGNAL | MSG_DONTWAIT;
+
+constexpr size_t alignUp(size_t value) {
+    return (value + kBulkAlignment - 1) & ~(kBulkAlignment - 1);
+}
+
+status_t statusOfSend(ssize_t sent) {
+    if (sent >= 0) return OK;
+    if (errno == EAGAIN || errno == EWOULDBLOCK) return WOULD_BLOCK;
+    // The kernel refuses what no peer could ever take; the peer lives.
+    if (errno == EMSGSIZE || errno == ETOOMANYREFS || errno == EBADF || errno == ENOBUFS || errno == ENOMEM) {
+        return FAILED_TRANSACTION;
+    }
+    return DEAD_OBJECT;
+}
+
+bool isHeaderSane(const MessageHeader& header) {
+    const bool bodyKind = header.type == kCall || header.type == kReply;
+    return header.type >= kHello && header.type <= kLastMessageType &&
+           (header.flags & ~kAllMessageFlags) == 0 && header.objectCount <= kMaxObjects &&
+           header.fdCount <= kMaxDescriptors && header.bodySize <= kTransactionLimit &&
+           header.room <= kTransactionLimit && header.reserved == 0 &&
+           (bodyKind || (header.bodySize == 0 && header.objectCount == 0 && header.bulkSize == 0));
+}
+
+size_t referencesSize(const MessageHeader& header) {
+    return header.objectCount * sizeof(ObjectReference);
+}
+
+}  // namespace
+
+void Channel::shutdown() {
+    ::shutdown(mSocket.get(), SHUT_RDWR);
+}
+
+bool Channel::waitWritable() {
+    pollfd poll{mSocket.get(), POLLOUT, 0};
+    while (::poll(&poll, 1, -1) < 0 && errno == EINTR) {
+    }
+    return (poll.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
+}
+
+bool Channel::closesWithin(int milliseconds) const {
+    pollfd poll{mSocket.get(), POLLRDHUP, 0};
+    int count;
+    while ((count = ::poll(&poll, 1, milliseconds)) < 0 && errno == EINTR) {
+    }
+    return count > 0;
+}
+
+bool Channel::peek(MessageHeader* header) const {
+    ssize_t size;
+    do {
+        size = recv(mSocket.get(), header, sizeof(*header), MSG_PEEK | MSG_DONTWAIT);
+    } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
+    return size == sizeof(*header);
+}
+
+status_t Channel::sendPlain(const void* data, size_t size) {
+    return sent(statusOfSend(::send(mSocket.get(), data, size, kSendFlags)));
+}
+
+status_t Channel::sent(status_t status) {
+    if (status == OK) mAnnounced = mTellBulkLost = false;
+    return status;
+}
+
+status_t Channel::sendPacket(const void* data, size_t size, const std::vector<int>& fds) {
+    if (fds.empty()) return sendPlain(data, size);
+    // The peer still waits for descriptors that could not be sent: once is enough.
+    if (mKind == Kind::Call && !mAnnounced) {
+        MessageHeader announcement{};
+        announcement.type = kDescriptorsFollow;
+        announcement.processor = ownProcessor();
+        status_t status =
+            statusOfSend(::send(mSocket.get(), &announcement, sizeof(announcement), kSendFlags));
+        if (status != OK) return status;
+        mAnnounced = true;
+    }
+    alignas(cmsghdr) char control[CMSG_SPACE((kMaxDescriptors + 1) * sizeof(int))] = {};
+    iovec part{const_cast<void*>(data), size};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = CMSG_SPACE(fds.size() * sizeof(int));
+    cmsghdr* rights = CMSG_FIRSTHDR(&message);
+    rights->cmsg_level = SOL_SOCKET;
+    rights->cmsg_type = SCM_RIGHTS;
+    rights->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
+    memcpy(CMSG_DATA(rights), fds.data(), fds.size() * sizeof(int));
+    return sent(statusOfSend(sendmsg(mSocket.get(), &message, kSendFlags)));
+}
+
+// What each message says beside its content.
+void Channel::stamp(MessageHeader* header) {
+    header->processor = ownProcessor();
+    if (mTellBulkLost) header->flags |= kBulkMemoryLost;
+}
+
+status_t Channel::send(MessageHeader header, const std::vector<int>& fds) {
+    stamp(&header);
+    header.fdCount = static_cast<uint16_t>(fds.size());
+    return sendPacket(&header, sizeof(header), fds);
+}
+
+// Copies the message's large parts to shared memory; `skip` bytes at the block's
+// beginning are the caller's.
+status_t Channel::fillBulk(MessageHeader* header, const OutgoingBody& body, size_t skip,
+                           std::vector<int>* fds) {
+    size_t block = 0;
+    const size_t size = skip + body.bulkSize;
+    const status_t status = mBulkSender.allocate(size, &block);
+    if (status != OK) return status;
+    uint8_t* data = mBulkSender.blockData(block);
+    for (size_t i = 0; i < body.bulkCount; ++i) {
+        memcpy(data + skip + body.bulk[i].offset, body.bulk[i].data, body.bulk[i].size);
+    }
+    header->bulkOffset = static_cast<uint32_t>(block);
+    header->bulkSize = static_cast<uint32_t>(size);
+    if (mBulkSender.undelivered() >= 0) {
+        header->flags |= kNewBulkMemory;
+        fds->insert(fds->begin(), mBulkSender.undelivered());
+    }
+    return OK;
+}
+
+status_t Channel::send(MessageHeader header, OutgoingBody& body,
+                       const std::vector<ObjectReference>& references) {
+    stamp(&header);
+    header.bodySize = static_cast<uint32_t>(body.bodySize);
+    if (body.buffer.capacity() == 0) body.buffer = PacketBuffer::ofSize(kMaxPacket);
+    const size_t packetSize = kHeaderSize + body.bodySize;
+    if (references.empty() && body.fds.empty() && body.bulkSize == 0 && packetSize <= kMaxPacket) {
+        memcpy(body.buffer.data(), &header, sizeof(header));
+        return sendPlain(body.buffer.data(), packetSize);
+    }
+    std::vector<int> fds = body.fds;
+    header.objectCount = static_cast<uint16_t>(references.size());
+    header.fdCount = static_cast<uint16_t>(fds.size());
+    return sendBody(header, body, references, fds);
+}
+
+status_t Channel::sendBody(MessageHeader header, OutgoingBody& body,
+                           const std::vector<ObjectReference>& references, std::vector<int>& fds) {
+    const size_t referenceBytes = references.size() * sizeof(ObjectReference);
+    const bool bodyInBulk = kHeaderSize + body.bodySize + referenceBytes > kMaxPacket;
+    const bool usesBulk = bodyInBulk || body.bulkSize > 0;
+    if (usesBulk) {
+        const size_t skip = bodyInBulk ? alignUp(body.bodySize + referenceBytes) : 0;
+        const status_t status = fillBulk(&header, body, skip, &fds);
+        if (status != OK) return status;
+    }
+    uint8_t* tail = body.buffer.data() + kHeaderSize + body.bodySize;
+    size_t packetSize = kHeaderSize + body.bodySize + referenceBytes;
+    if (bodyInBulk) {
+        header.flags |= kBodyInBulk;
+        uint8_t* block = mBulkSender.blockData(header.bulkOffset);
+        memcpy(block, body.buffer.data() + kHeaderSize, body.bodySize);
+        tail = block + body.bodySize;
+        packetSize = kHeaderSize;
+    }
+    if (referenceBytes > 0) memcpy(tail, references.data(), referenceBytes);
+    memcpy(body.buffer.data(), &header, sizeof(header));
+    const status_t status = sendPacket(body.buffer.data(), packetSize, fds);
+    if (usesBulk) mBulkSender.sent(header.bulkOffset, status == OK);
+    return status;
+}
+
+ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
+    const int flags = MSG_TRUNC | (wait ? 0 : MSG_DONTWAIT);
+    uint8_t* data = message->buffer.data();
+    if (mKind == Kind::Call && !mDescriptorsFollow) return recv(mSocket.get(), data, kMaxPacket, flags);
+
+    alignas(cmsghdr) char control[CMSG_SPACE((kMaxDescriptors + 1) * sizeof(int))];
+    iovec part{data, kMaxPacket};
+    msghdr header{};
+    header.msg_iov = &part;
+    header.msg_iovlen = 1;
+    header.msg_control = control;
+    header.msg_controllen = sizeof(control);
+    const ssize_t size = recvmsg(mSocket.get(), &header, flags | MSG_CMSG_CLOEXEC);
+    if (size < 0) return size;
+    mDescriptorsFollow = false;
+    for (cmsghdr* c = CMSG_FIRSTHDR(&header); c != nullptr; c = CMSG_NXTHDR(&header, c)) {
+        if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SCM_RIGHTS) continue;
+        const size_t count = (c->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+        for (size_t i = 0; i < count; ++i) {
+            int fd = -1;
+            memcpy(&fd, CMSG_DATA(c) + i * sizeof(int), sizeof(fd));
+            message->attach().fds.emplace_back(fd);
+        }
+    }
+    if ((header.msg_flags & MSG_CTRUNC) == 0) return size;
+    // Descriptors that did not fit are lost: an impossible size makes it malformed. If there was
+    // room for more, it is this process that could not have more.
+    if (message->fdCount() > kMaxDescriptors) return static_cast<ssize_t>(kMaxPacket + 1);
+    noteShortage("descriptors that came with a message are lost", EMFILE);
+    message->incomplete = true;
+    return size;
+}
+
+Channel::Received Channel::receive(IncomingMessage* message, bool wait) {
+    if (message->buffer.capacity() != kMaxPacket) message->buffer = PacketBuffer::ofSize(kMaxPacket);
+    message->incomplete = false;
+    bool announced = mDescriptorsFollow;
+    for (;;) {
+        const ssize_t size = receivePacket(message, wait);
+        // The peer may have closed with messages unread: what it has sent before still comes.
+        if (size < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
+        if (size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return Received::Nothing;
+        if (size <= 0) return Received::Closed;
+        if (!check(message, static_cast<size_t>(size))) return Received::Malformed;
+        if (message->header.type == kReplyRead) {
+            // Once a reply, or a peer could keep this loop busy.
+            if (heldUntilNext.empty()) return Received::Malformed;
+            heldUntilNext.clear();
+            continue;
+        }
+        heldUntilNext.clear();
+        if (message->header.type != kDescriptorsFollow) return Received::Message;
+        // One announcement a message, or a peer could keep this loop busy.
+        if (announced || mKind != Kind::Call) return Received::Malformed;
+        announced = true;
+        mDescriptorsFollow = true;
+        message->attachments.reset();
+    }
+}
+
+bool Channel::attachMemory(IncomingMessage* message) {
+    if ((message->header.flags & kNewBulkMemory) == 0) return true;
+    if (mPeerBulk != nullptr) return false;
+    if (message->fdCount() > 0) {
+        std::vector<base::unique_fd>& fds = message->attachments->fds;
+        if (!BulkMapping::isSane(fds.front())) return false;
+        mPeerBulk = BulkMapping::ofPeer(fds.front());
+        if (mPeerBulk == nullptr) noteShortage("a peer's shared memory can't be mapped", errno);
+        fds.erase(fds.begin());
+    } else if (!message->incomplete) {
+        return false;
+    }
+    mPeerBulkLost = mTellBulkLost = mPeerBulk == nullptr;
+    return true;
+}
+
+// Finds the message's body and references, in the packet or as a copy of what lies
+// in shared memory, and the plain data beside them.
+bool Channel::attachBulk(IncomingMessage* message) {
+    const MessageHeader& header = message->header;
+    const bool bodyInBulk = (header.flags & kBodyInBulk) != 0;
+    message->body = message->buffer.data() + kHeaderSize;
+    message->bodySize = header.bodySize;
+    if (header.bulkSize == 0) return !bodyInBulk;
+    if (mPeerBulk == nullptr && mPeerBulkLost) {
+        message->incomplete = true;
+        if (bodyInBulk) message->body = nullptr;
+        return true;
+    }
+    if (mPeerBulk == nullptr || !BulkMapping::holds(header.bulkOffset, header.bulkSize)) return false;
+
+    size_t skip = 0;
+    if (bodyInBulk) {
+        const size_t copied = header.bodySize + referencesSize(header);
+        skip = alignUp(copied);
+        if (skip > header.bulkSize) return false;
+        message->buffer = PacketBuffer::ofSize(kHeaderSize + copied);
+        message->body = message->buffer.data() + kHeaderSize;
+        memcpy(message->buffer.data() + kHeaderSize, mPeerBulk->blockData(header.bulkOffset), copied);
+    }
+    message->bulk = BulkView(mPeerBulk, header.bulkOffset, skip, header.bulkSize - skip);
+    return true;
+}
+
+bool Channel::check(IncomingMessage* message, size_t packetSize) {
+    if (packetSize < kHeaderSize || packetSize > kMaxPacket) return false;
+    memcpy(&message->header, message->buffer.data(), kHeaderSize);
+    const MessageHeader& header = message->header;
+    if (!isHeaderSane(header)) return false;
+    noteSender(header.processor);
+    if ((header.flags & kBulkMemoryLost) != 0) mBulkSender = BulkSender();
+    const bool bodyAlone = header.flags == 0 && header.objectCount == 0 && header.fdCount == 0 &&
+                           header.bulkSize == 0 && message->attachments == nullptr;
+    if (bodyAlone) {
+        message->body = message->buffer.data() + kHeaderSize;
+        message->bodySize = header.bodySize;
+        return packetSize == kHeaderSize + header.bodySize;
+    }
+    const size_t inPacket = (header.flags & kBodyInBulk) != 0 ? 0 : header.bodySize + referencesSize(header);
+    if (packetSize != kHeaderSize + inPacket || !attachMemory(message)) return false;
+    if (!message->incomplete && message->fdCount() != header.fdCount) return false;
+    if (!attachBulk(message)) return false;
+    if (header.objectCount > 0 && message->body != nullptr) {
+        std::vector<ObjectReference>& references = message->attach().references;
+        references.resize(header.objectCount);
+        memcpy(references.data(), message->body + header.bodySize, referencesSize(header));
+    }
+    return true;
+}
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,451 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include "peer_connection.h"
+
+#include <fcntl.h>
+#include <log/log.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "call.h"
+#include "host/hidl/src/api/proxy.h"
+#include "host/hidl/src/threads/process.h"
+#include "host/hidl/src/threads/sources.h"
+#include "shortage.h"
+
+namespace android::hardware::transport {
+namespace {
+
+std::atomic<uint64_t> gLinks{0};
+
+constexpr int kRoomAttempts = 50;
+constexpr std::chrono::microseconds kRoomPause{100};
+
+// A process that ends closes all its sockets within a moment.
+constexpr int kEndPatience = 1000;  // milliseconds
+
+MessageHeader controlMessage(MessageType type, uint64_t target, uint32_t code = 0) {
+    MessageHeader header{};
+    header.type = type;
+    header.code = code;
+    header.target = target;
+    return header;
+}
+
+bool isEmpty(int socket) {
+    pollfd poll{socket, POLLIN, 0};
+    return ::poll(&poll, 1, 0) == 0;
+}
+
+template <typename T>
+void shutdownAll(const std::vector<T>& channels) {
+    for (const auto& channel : channels) channel->shutdown();
+}
+
+}  // namespace
+
+Link::Link(base::unique_fd control, pid_t pid, uid_t uid)
+    : number(++gLinks),
+      peerPid(pid),
+      peerUid(uid),
+      mControl(std::make_shared<Channel>(std::move(control), Channel::Kind::Control)) {}
+
+Link::~Link() {
+    if (SpaceShare* share = mShare.exchange(nullptr)) share->close();
+    delete mPeerSpace.load();
+}
+
+std::shared_ptr<Channel> Link::control() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mControl;
+}
+
+void Link::kill() {
+    mDead.store(true, std::memory_order_release);
+    // Where these are the last references, the objects that a channel holds go with it, and
+    // their proxies need the mutex.
+    std::vector<std::shared_ptr<Channel>> peerChannels;
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mControl != nullptr) mControl->shutdown();
+    shutdownAll(mCallChannels);
+    for (const std::weak_ptr<Channel>& weak : mPeerChannels) {
+        if (auto channel = weak.lock()) peerChannels.push_back(std::move(channel));
+    }
+    shutdownAll(peerChannels);
+}
+
+status_t Link::reasonOfEnd() {
+    const std::shared_ptr<Channel> channel = control();
+    MessageHeader header{};
+    // Without a thread of the pool nobody else reads what the peer said.
+    if (channel != nullptr && channel->peek(&header) && header.type == kTurnedAway) turnAway(header.code);
+    return mReason;
+}
+
+void Link::turnAway(uint32_t status) {
+    const auto reason = static_cast<status_t>(status);
+    if (reason >= OK || mReason.exchange(reason) == reason) return;
+    ALOGE("process %d can't serve this one: %s", peerPid, strerror(-reason));
+}
+
+void Link::hangUp() {
+    const std::shared_ptr<Channel> channel = control();
+    if (channel != nullptr) channel->shutdown();
+}
+
+void Link::end() {
+    kill();
+    std::unordered_map<uint64_t, Export> exports;
+    std::vector<std::shared_ptr<Channel>> channels;
+    std::shared_ptr<Channel> control;
+    std::vector<sp<BpHwBinder>> proxies;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mEnded = true;
+        // Whoever keeps a dead peer's object keeps this link, and shall keep no descriptor.
+        control.swap(mControl);
+        exports.swap(mExports);
+        channels.swap(mCallChannels);
+        mIdleChannels.clear();
+        for (const auto& [object, weak] : mProxies) {
+            sp<BpHwBinder> proxy = weak.promote();
+            if (proxy != nullptr) proxies.push_back(proxy);
+        }
+    }
+    if (SpaceShare* share = mShare.exchange(nullptr)) share->close();
+    // Objects may do anything in their destructors: none goes under the mutex.
+    exports.clear();
+    for (const sp<BpHwBinder>& proxy : proxies) proxy->sendObituary();
+}
+
+bool Link::ended() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mEnded;
+}
+
+status_t Link::flushReleases(Channel& control) {
+    while (!mPendingReleases.empty()) {
+        const auto [object, count] = *mPendingReleases.begin();
+        const status_t status = control.send(controlMessage(kRelease, object, count));
+        if (status != OK) return status;
+        mPendingReleases.erase(mPendingReleases.begin());
+    }
+    return OK;
+}
+
+status_t Link::sendControl(const MessageHeader& header, const std::vector<int>& fds) {
+    std::lock_guard<std::mutex> lock(mControlMutex);
+    const std::shared_ptr<Channel> channel = control();
+    if (channel == nullptr) return DEAD_OBJECT;
+    const status_t status = flushReleases(*channel);
+    return status == OK ? channel->send(header, fds) : status;
+}
+
+status_t Link::sendOneway(const MessageHeader& header, OutgoingBody& body,
+                          const std::vector<ObjectReference>& references) {
+    std::lock_guard<std::mutex> lock(mControlMutex);
+    const std::shared_ptr<Channel> channel = control();
+    if (channel == nullptr) return DEAD_OBJECT;
+    const status_t status = flushReleases(*channel);
+    return status == OK ? send(*channel, header, body, references) : status;
+}
+
+// Claims room at the peer, and notes it in the header. A caller goes on as soon as its answer
+// has come, perhaps before the callee gives back the room of that call: it gets some time.
+status_t Link::claimRoom(MessageHeader* header, uint32_t size) {
+    PeerSpace* space = size > kMaxUncounted ? mPeerSpace.load() : nullptr;
+    if (space == nullptr) return OK;
+    const bool oneway = (header->flags & kOneway) != 0;
+    PeerSpace::Claim claim = space->claim(size, oneway);
+    const bool waits = header->type == kCall && !oneway;
+    for (int i = 0; claim == PeerSpace::Claim::Refused && waits && i < kRoomAttempts; ++i) {
+        std::this_thread::sleep_for(kRoomPause);
+        claim = space->claim(size, oneway);
+    }
+    if (claim == PeerSpace::Claim::Refused) return FAILED_TRANSACTION;
+    if (claim == PeerSpace::Claim::Granted) header->room = size;
+    return OK;
+}
+
+status_t Link::send(Channel& channel, MessageHeader header, OutgoingBody& body,
+                    const std::vector<ObjectReference>& references) {
+    const bool oneway = (header.flags & kOneway) != 0;
+    const size_t size = body.transactionSize();
+    if (body.tooLarge || size > (oneway ? kTransactionLimit / 2 : kTransactionLimit))
+        return FAILED_TRANSACTION;
+    status_t status = claimRoom(&header, static_cast<uint32_t>(size));
+    if (status != OK) return status;
+    status = channel.send(header, body, references);
+    if (status != OK && header.room > 0) mPeerSpace.load()->giveBack(header.room, oneway);
+    return status;
+}
+
+void Link::reportRefusal() {
+    PeerSpace* space = mPeerSpace;
+    uint32_t look = 0;
+    if (space != nullptr && space->reportDue(&look)) (void)sendControl(controlMessage(kRefused, 0, look));
+}
+
+void Link::giveReceiveSpace(Channel& channel) {
+    if (mShare.load() != nullptr) return;
+    SpaceShare* share = ReceiveSpace::own().open(peerPid);
+    if (share == nullptr) return;
+    mShare = share;  // before the peer can claim anything
+    if (channel.send(controlMessage(kReceiveSpace, 0, share->slot()), ReceiveSpace::own().descriptors()) ==
+        OK)
+        return;
+    mShare = nullptr;
+    share->close();
+}
+
+bool Link::takeReceiveSpace(IncomingMessage* message) {
+    if (message->incomplete) return true;
+    if (message->fdCount() != 2 || mPeerSpace.load() != nullptr) return false;
+    const std::vector<base::unique_fd>& fds = message->attachments->fds;
+    const uint32_t slot = message->header.code;
+    if (!PeerSpace::isSane(fds[0], fds[1], slot)) return false;
+    mPeerSpace = PeerSpace::map(fds[0], fds[1], slot).release();
+    if (mPeerSpace.load() == nullptr) noteShortage("calls to a process are not counted", errno);
+    return true;
+}
+
+// Until the peer reads its control channel; false where it is gone.
+bool Link::waitForRoom() {
+    const std::shared_ptr<Channel> channel = control();
+    return channel != nullptr && channel->waitWritable();
+}
+
+status_t Link::makeCallChannel(std::shared_ptr<Channel>* channel) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        const int error = errno;
+        ALOGE("no socket pair for a call: %s", strerror(error));
+        return -error;
+    }
+    base::unique_fd near(ends[0]);
+    base::unique_fd far(ends[1]);
+    status_t status;
+    while ((status = sendControl(controlMessage(kNewCallChannel, 0), {far.get()})) == WOULD_BLOCK) {
+        if (!waitForRoom()) return DEAD_OBJECT;
+    }
+    if (status == OK) *channel = std::make_shared<Channel>(std::move(near), Channel::Kind::Call);
+    return status;
+}
+
+status_t Link::takeCallChannel(std::shared_ptr<Channel>* channel) {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (!mIdleChannels.empty()) {
+            *channel = mIdleChannels.back();
+            mIdleChannels.pop_back();
+            return OK;
+        }
+    }
+    const status_t status = makeCallChannel(channel);
+    if (status != OK) return status;
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (dead()) return DEAD_OBJECT;
+    mCallChannels.push_back(*channel);
+    return OK;
+}
+
+status_t Link::lostCallChannel(const Channel& channel) {
+    const std::shared_ptr<Channel> control = this->control();
+    if (dead() || control == nullptr || control->closesWithin(kEndPatience)) return DEAD_OBJECT;
+    ALOGE("process %d has closed a call channel, perhaps for lack of a descriptor: the call fails", peerPid);
+    std::lock_guard<std::mutex> lock(mMutex);
+    const auto isIt = [&channel](const auto& one) { return one.get() == &channel; };
+    mCallChannels.erase(std::remove_if(mCallChannels.begin(), mCallChannels.end(), isIt),
+                        mCallChannels.end());
+    return FAILED_TRANSACTION;
+}
+
+void Link::giveBackCallChannel(const std::shared_ptr<Channel>& channel) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (!mEnded) mIdleChannels.push_back(channel);
+}
+
+bool Link::addPeerChannel(const std::shared_ptr<Channel>& channel) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    auto gone = [](const std::weak_ptr<Channel>& weak) { return weak.expired(); };
+    mPeerChannels.erase(std::remove_if(mPeerChannels.begin(), mPeerChannels.end(), gone),
+                        mPeerChannels.end());
+    if (dead()) return false;
+    mPeerChannels.push_back(channel);
+    return true;
+}
+
+size_t Link::peerChannels() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const auto open = [](const std::weak_ptr<Channel>& weak) { return !weak.expired(); };
+    return static_cast<size_t>(std::count_if(mPeerChannels.begin(), mPeerChannels.end(), open));
+}
+
+sp<BpHwBinder> Link::proxy(uint64_t object, uint32_t known) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    wp<BpHwBinder>& weak = mProxies[object];
+    sp<BpHwBinder> proxy = weak.promote();
+    if (proxy == nullptr) {
+        proxy = new BpHwBinder(shared_from_this(), object);
+        weak = proxy;
+    }
+    proxy->addKnown(known);
+    return proxy;
+}
+
+sp<BpHwBinder> Link::registeredProxy(uint64_t object) {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto entry = mProxies.find(object);
+        sp<BpHwBinder> found = entry != mProxies.end() ? entry->second.promote() : nullptr;
+        if (found != nullptr) return found;
+    }
+    status_t status;
+    while ((status = sendControl(controlMessage(kAcquire, object))) == WOULD_BLOCK) {
+        if (!waitForRoom()) return nullptr;
+    }
+    if (status == OK) return proxy(object, 1);
+    // Calls on it will return the reason.
+    return reasonOfEnd() != DEAD_OBJECT ? proxy(object, 0) : nullptr;
+}
+
+void Link::forgetProxy(uint64_t object, const BpHwBinder* proxy, uint32_t known) {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto found = mProxies.find(object);
+        if (found != mProxies.end() && found->second.unsafe_get() == proxy) mProxies.erase(found);
+    }
+    if (dead() || known == 0) return;
+    bool tooMany = false;
+    {
+        std::lock_guard<std::mutex> lock(mControlMutex);
+        const std::shared_ptr<Channel> channel = control();
+        if (channel == nullptr) return;
+        mPendingReleases[object] += known;
+        if (flushReleases(*channel) == WOULD_BLOCK) awaitRoom(*channel);
+        tooMany = mPendingReleases.size() > kMaxPendingReleases;
+    }
+    if (tooMany) kill();
+}
+
+void Link::awaitRoom(const Channel& control) {
+    if (mAwaitsRoom) return;
+    base::unique_fd own(fcntl(control.fd(), F_DUPFD_CLOEXEC, 0));
+    if (own < 0) return;  // then the releases go with a later message
+    mAwaitsRoom = true;
+    Process::self().pool().add(std::make_shared<ReleaseSource>(shared_from_this(), std::move(own)));
+}
+
+bool Link::sendWaitingReleases() {
+    std::lock_guard<std::mutex> lock(mControlMutex);
+    const std::shared_ptr<Channel> channel = control();
+    mAwaitsRoom = channel != nullptr && flushReleases(*channel) == WOULD_BLOCK;
+    return !mAwaitsRoom;
+}
+
+Link::Export* Link::exportWithLock(uint64_t object) {
+    auto found = mExports.find(object);
+    if (found != mExports.end()) return &found->second;
+    sp<BHwBinder> registered = mEnded ? nullptr : Process::self().registered(object);
+    if (registered == nullptr) return nullptr;
+    mUnreferenced.insert(object);
+    return &mExports.insert({object, {registered, 0}}).first->second;
+}
+
+sp<BHwBinder> Link::target(uint64_t object) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const Export* found = exportWithLock(object);
+    return found != nullptr ? found->binder : nullptr;
+}
+
+void Link::acquire(uint64_t object) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    Export* found = exportWithLock(object);
+    if (found != nullptr) ++found->count;
+}
+
+bool Link::release(uint64_t object, uint32_t count) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    auto found = mExports.find(object);
+    if (found == mExports.end() || found->second.count == 0)
+        return count > 0;  // it was never acquired: taken off the registry meanwhile
+    if (count == 0 || count > found->second.count) return false;
+    found->second.count -= count;
+    if (found->second.count == 0) mUnreferenced.insert(object);
+    return true;
+}
+
+void Link::dropUnreferenced() {
+    std::vector<sp<BHwBinder>> dropped;  // goes after the mutex is free
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mUnreferenced.empty() || mControl == nullptr || !isEmpty(mControl->fd())) return;
+    for (const uint64_t object : mUnreferenced) {
+        auto found = mExports.find(object);
+        if (found == mExports.end() || found->second.count > 0) continue;
+        dropped.push_back(std::move(found->second.binder));
+        mExports.erase(found);
+    }
+    mUnreferenced.clear();
+}
+
+status_t Link::reference(const std::vector<sp<IBinder>>& objects, std::vector<ObjectReference>* references) {
+    for (const sp<IBinder>& binder : objects) {
+        BpHwBinder* remote = binder->remoteBinder();
+        if (remote != nullptr && remote->link().get() != this) {
+            ALOGE("an object of process %d can't be passed on to process %d", remote->link()->peerPid,
+                  peerPid);
+            takeBack(*references);
+            references->clear();
+            return INVALID_OPERATION;
+        }
+        if (remote != nullptr) {
+            references->push_back({remote->object(), kReceiversObject, 0});
+            continue;
+        }
+        BHwBinder* local = binder->localBinder();
+        const uint64_t object = local->exportId();
+        references->push_back({object, kSendersObject, 0});
+        std::lock_guard<std::mutex> lock(mMutex);
+        Export& entry = mExports[object];
+        entry.binder = local;
+        ++entry.count;
+    }
+    return OK;
+}
+
+void Link::takeBack(const std::vector<ObjectReference>& references) {
+    for (const ObjectReference& reference : references) {
+        if (reference.owner == kSendersObject) release(reference.object, 1);
+    }
+    dropUnreferenced();
+}
+
+bool Link::resolve(IncomingMessage* message) {
+    const uint32_t room = message->header.room;
+    SpaceShare* share = room > 0 ? mShare.load() : nullptr;
+    if (share != nullptr) {
+        const bool oneway = (message->header.flags & kOneway) != 0;
+        share->take(room, oneway);
+        message->room = Room(share, room, oneway);
+    }
+    if (message->attachments == nullptr) return true;
+    Attachments& attachments = *message->attachments;
+    for (const ObjectReference& reference : attachments.references) {
+        if (reference.reserved != 0) return false;
+        if (reference.owner == kSendersObject) {
+            attachments.objects.push_back(proxy(reference.object, 1));
+        } else {
+            sp<BHwBinder> own = reference.owner == kReceiversObject ? target(reference.object) : nullptr;
+            if (own == nullptr) return false;
+            attachments.objects.push_back(own);
+        }
+    }
+    return true;
+}
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include "receive_space.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <log/log.h>
+#include <string.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "host/hidl/src/threads/spin.h"
+
+namespace android::hardware::transport {
+namespace {
+
+constexpr size_t kPage = 4096;
+static_assert(sizeof(SpaceBooks) <= kPage && sizeof(SpaceClaims) <= kPage);
+static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<uint32_t>) == 4,
+              "the totals are shared between processes");
+
+constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
+constexpr int64_t kReportInterval = 50'000'000;  // nanoseconds
+
+// Senders that claim the same room at once all step back; one of the next attempts succeeds.
+constexpr int kClaimAttempts = 32;
+
+/** Memory to share; writable by this mapping alone if `seals` has F_SEAL_FUTURE_WRITE. */
+void* makeShared(const char* name, int seals, base::unique_fd* fd) {
+    fd->reset(memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (*fd < 0 || ftruncate(*fd, kPage) != 0) return nullptr;
+    void* memory = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED, *fd, 0);
+    if (memory == MAP_FAILED) return nullptr;
+    if (fcntl(*fd, F_ADD_SEALS, seals) == 0) return memory;
+    munmap(memory, kPage);
+    return nullptr;
+}
+
+bool isSealedPage(int fd) {
+    const int seals = fcntl(fd, F_GET_SEALS);
+    struct stat status{};
+    return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 && fstat(fd, &status) == 0 && status.st_size == kPage;
+}
+
+}  // namespace
+
+uint32_t SpaceShare::slot() const {
+    return static_cast<uint32_t>(this - mSpace->mShares);
+}
+
+void SpaceShare::take(uint32_t size, bool oneway) {
+    mTaken[kAllMessages] += size;
+    if (oneway) mTaken[kOnewayMessages] += size;
+}
+
+void SpaceShare::release(uint32_t size, bool oneway) {
+    SpaceBooks::Slot& book = mSpace->mBooks->slots[slot()];
+    book.released[kAllMessages] += size;
+    if (oneway) book.released[kOnewayMessages] += size;
+    if (mClosed) mSpace->retireIfIdle(*this);
+}
+
+void SpaceShare::close() {
+    SpaceClaims::Slot& claims = mSpace->mClaims->slots[slot()];
+    for (size_t total = 0; total < kSpaceTotals; ++total) claims.claimed[total] = mTaken[total].load();
+    mClosed = true;
+    mSpace->retireIfIdle(*this);
+}
+
+bool SpaceShare::idle() const {
+    return mTaken[kAllMessages] == mSpace->mBooks->slots[slot()].released[kAllMessages];
+}
+
+ReceiveSpace& ReceiveSpace::own() {
+    static ReceiveSpace* const space = new ReceiveSpace();
+    return *space;
+}
+
+bool ReceiveSpace::makeMemory() {
+    if (mBooks != nullptr) return true;
+    void* claims = makeShared("hidl-space-claims", kSeals, &mClaimsFd);
+    void* books = makeShared("hidl-space-books", kSeals | F_SEAL_FUTURE_WRITE, &mBooksFd);
+    if (claims == nullptr || books == nullptr) {
+        ALOGE("no memory to share the receive buffer, calls to this process are not counted: %s",
+              strerror(errno));
+        if (claims != nullptr) munmap(claims, kPage);
+        if (books != nullptr) munmap(books, kPage);
+        return false;
+    }
+    mClaims = static_cast<SpaceClaims*>(claims);
+    mBooks = static_cast<SpaceBooks*>(books);
+    return true;
+}
+
+SpaceShare* ReceiveSpace::open(pid_t peer) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (!makeMemory()) return nullptr;
+    SpaceShare* share = std::find_if(std::begin(mShares), std::end(mShares),
+                                     [](const SpaceShare& one) { return !one.mInUse; });
+    if (share == std::end(mShares)) return nullptr;
+    share->mSpace = this;
+    share->mInUse = true;
+    share->mPeer = peer;
+    share->mAudit = {};
+    const uint32_t slot = share->slot();
+    SpaceBooks::Slot& book = mBooks->slots[slot];
+    // An earlier peer may still write to its slot: what it wrote so far counts for nothing.
+    for (size_t total = 0; total < kSpaceTotals; ++total) {
+        const uint32_t claimed = mClaims->slots[slot].claimed[total];
+        share->mTaken[total] = claimed;
+        book.released[total] = claimed;
+    }
+    share->mClosed = false;
+    book.counts = mExcluded < kMaxExcluded ? 1 : 0;
+    if (mBooks->slotsUsed <= slot) mBooks->slotsUsed = slot + 1;
+    return share;
+}
+
+std::vector<int> ReceiveSpace::descriptors() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return {mBooksFd.get(), mClaimsFd.get()};
+}
+
+void ReceiveSpace::retireIfIdle(SpaceShare& share) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (!share.mInUse || !share.mClosed || !share.idle()) return;
+    mBooks->slots[share.slot()].counts = 0;
+    share.mInUse = false;
+}
+
+void ReceiveSpace::audit(std::optional<uint32_t> look) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const int64_t now = nowNanoseconds();
+    if (mBooks == nullptr || now - mLastAudit < kReportInterval) return;
+    if (look.has_value() && *look != mBooks->look) return;
+    mLastAudit = now;
+    for (SpaceShare& share : mShares) {
+        if (share.mInUse && !share.mClosed) auditShare(share);
+    }
+    ++mBooks->look;
+}
+
+void ReceiveSpace::auditShare(SpaceShare& share) {
+    SpaceShare::Audit& audit = share.mAudit;
+    bool misses = false;
+    bool waits = false;
+    for (size_t total = 0; total < kSpaceTotals; ++total) {
+        const uint32_t claimed = mClaims->slots[share.slot()].claimed[total];
+        const uint32_t taken = share.mTaken[total];
+        misses = misses || (audit.known && static_cast<int32_t>(audit.claimed[total] - taken) > 0);
+        waits = waits || static_cast<int32_t>(claimed - taken) > 0;
+        audit.claimed[total] = claimed;
+    }
+    audit.known = true;
+    audit.misses = misses ? audit.misses + 1 : 0;
+    audit.waits = waits ? audit.waits + 1 : 0;
+    std::atomic<uint32_t>& counts = mBooks->slots[share.slot()].counts;
+    if ((audit.misses < kMaxMisses && audit.waits < kMaxWaits) || counts == 0) return;
+    counts = 0;
+    ++mExcluded;
+    ALOGE(
+        "room in the receive buffer is claimed for messages of process %d that do not come: they are not "
+        "counted any more",
+        share.mPeer);
+}
+
+bool PeerSpace::isSane(int books, int claims, uint32_t slot) {
+    // Memory that its owner can cut short would kill the reader with SIGBUS.
+    return slot < kSpaceSlots && isSealedPage(books) && isSealedPage(claims);
+}
+
+std::unique_ptr<PeerSpace> PeerSpace::map(int books, int claims, uint32_t slot) {
+    void* book = mmap(nullptr, kPage, PROT_READ, MAP_SHARED, books, 0);
+    void* claim = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED, claims, 0);
+    if (book != MAP_FAILED && claim != MAP_FAILED) {
+        return std::make_unique<PeerSpace>(static_cast<SpaceBooks*>(book), static_cast<SpaceClaims*>(claim),
+                                           slot);
+    }
+    if (book != MAP_FAILED) munmap(book, kPage);
+    if (claim != MAP_FAILED) munmap(claim, kPage);
+    return nullptr;
+}
+
+PeerSpace::~PeerSpace() {
+    munmap(const_cast<SpaceBooks*>(&mBooks), kPage);
+    munmap(&mClaims, kPage);
+}
+
+uint32_t PeerSpace::inFlight(SpaceTotal total) const {
+    uint32_t sum = 0;
+    const size_t slots = std::min<size_t>(mBooks.slotsUsed, kSpaceSlots);
+    for (size_t slot = 0; slot < slots; ++slot) {
+        const SpaceBooks::Slot& book = mBooks.slots[slot];
+        if (book.counts == 0) continue;
+        const uint32_t claimed = mClaims.slots[slot].claimed[total];
+        const auto room = static_cast<int32_t>(claimed - book.released[total]);
+        sum += static_cast<uint32_t>(std::clamp<int32_t>(room, 0, 2 * kTransactionLimit));
+    }
+    return sum;
+}
+
+bool PeerSpace::fits(uint32_t size, bool oneway) const {
+    return inFlight(kAllMessages) + size <= kTransactionLimit &&
+           (!oneway || inFlight(kOnewayMessages) + size <= kTransactionLimit / 2);
+}
+
+void PeerSpace::add(uint32_t size, bool oneway) {
+    mClaims.slots[mSlot].claimed[kAllMessages] += size;
+    if (oneway) mClaims.slots[mSlot].claimed[kOnewayMessages] += size;
+}
+
+PeerSpace::Claim PeerSpace::claim(uint32_t size, bool oneway) {
+    if (mBooks.slots[mSlot].counts == 0) return Claim::NotCounted;
+    for (int attempt = 0; attempt < kClaimAttempts; ++attempt) {
+        if (attempt > 0 && !fits(size, oneway)) continue;
+        add(size, oneway);
+        if (fits(0, oneway)) return Claim::Granted;
+        giveBack(size, oneway);
+    }
+    mRefused = true;
+    return Claim::Refused;
+}
+
+void PeerSpace::giveBack(uint32_t size, bool oneway) {
+    add(0 - size, oneway);
+}
+
+bool PeerSpace::reportDue(uint32_t* look) {
+    if (!mRefused.exchange(false)) return false;
+    const int64_t now = nowNanoseconds();
+    int64_t last = mLastReport;
+    if (now - last < kReportInterval || !mLastReport.compare_exchange_strong(last, now)) return false;
+    *look = mBooks.look;
+    return true;
+}
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include "notifications.h"
+
+#include <android-base/thread_annotations.h>
+#include <log/log.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "host/hidl/src/threads/process.h"
+#include "registry.h"
+
+namespace android::hardware::transport {
+namespace {
+
+using hidl::manager::V1_0::IServiceNotification;
+
+/** Watches the registry's folder: an entry appears, or is replaced, by a rename. */
+class RegistrySource : public Source {
+  public:
+    explicit RegistrySource(base::unique_fd watch) : mWatch(std::move(watch)) {}
+    int fd() const override { return mWatch.get(); }
+    void ready(Turn& turn) override;
+
+    struct Wanted {
+        std::string interface;
+        std::string instance;
+        sp<IServiceNotification> callback;
+    };
+
+    /** Adds a request. Returns the registrations that exist already, which are no news later. */
+    std::vector<RegistryEntry> add(const Wanted& wanted);
+    /** Removes the requests of a callback. Returns whether none is left. */
+    bool remove(const sp<IServiceNotification>& callback);
+    /** Calls the callback. */
+    static void tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting);
+
+  private:
+    // A registration is the same one while the same object of the same process holds the name.
+    using Registration = std::pair<uint64_t, uint64_t>;
+
+    std::vector<RegistryEntry> takeNews() REQUIRES(mMutex);
+    static bool matches(const Wanted& wanted, const RegistryEntry& entry) {
+        return wanted.interface == entry.interface &&
+               (wanted.instance.empty() || wanted.instance == entry.instance);
+    }
+
+    const base::unique_fd mWatch;
+    std::mutex mMutex;
+    std::vector<Wanted> mWanted GUARDED_BY(mMutex);
+    std::map<std::string, Registration> mKnown GUARDED_BY(mMutex);
+};
+
+std::vector<RegistryEntry> RegistrySource::takeNews() {
+    std::vector<RegistryEntry> news;
+    for (const RegistryEntry& entry : registryList()) {
+        const Registration registration{entry.process, entry.object};
+        Registration& known = mKnown[entry.interface + "/" + entry.instance];
+        if (known != registration) news.push_back(entry);
+        known = registration;
+    }
+    return news;
+}
+
+void RegistrySource::tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting) {
+    Return<void> told = wanted.callback->onRegistration(entry.interface, entry.instance, preexisting);
+    if (!told.isOk()) ALOGW("nobody to tell of %s: %s", entry.interface.c_str(), told.description().c_str());
+}
+
+std::vector<RegistryEntry> RegistrySource::add(const Wanted& wanted) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mWanted.push_back(wanted);
+    std::vector<RegistryEntry> present;
+    for (const RegistryEntry& entry : registryList()) {
+        if (!matches(wanted, entry)) continue;
+        mKnown[entry.interface + "/" + entry.instance] = {entry.process, entry.object};
+        present.push_back(entry);
+    }
+    return present;
+}
+
+bool RegistrySource::remove(const sp<IServiceNotification>& callback) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const auto isIts = [&callback](const Wanted& wanted) { return wanted.callback == callback; };
+    mWanted.erase(std::remove_if(mWanted.begin(), mWanted.end(), isIts), mWanted.end());
+    return mWanted.empty();
+}
+
+void RegistrySource::ready(Turn&) {
+    alignas(inotify_event) char events[4096];
+    while (read(mWatch.get(), events, sizeof(events)) > 0) {
+    }
+    std::vector<Wanted> wanted;
+    std::vector<RegistryEntry> news;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        wanted = mWanted;
+        news = takeNews();
+    }
+    for (const RegistryEntry& entry : news) {
+        for (const Wanted& one : wanted) {
+            if (matches(one, entry)) tell(one, entry, false);
+        }
+    }
+}
+
+std::shared_ptr<RegistrySource> watchRegistry() {
+    if (!makeRegistry()) return nullptr;
+    base::unique_fd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (watch < 0 || inotify_add_watch(watch.get(), registryDirectory().c_str(), IN_MOVED_TO) < 0) {
+        ALOGE("can't watch %s: %s", registryDirectory().c_str(), strerror(errno));
+        return nullptr;
+    }
+    auto source = std::make_shared<RegistrySource>(std::move(watch));
+    Process::self().pool().add(source);
+    return source;
+}
+
+// The source of the process; null while nobody wants to be notified.
+struct CurrentSource {
+    std::mutex mutex;
+    std::shared_ptr<RegistrySource> source GUARDED_BY(mutex);
+};
+
+CurrentSource& current() {
+    static auto* const theCurrent = new CurrentSource();
+    return *theCurrent;
+}
+
+}  // namespace
+
+bool notifyOfRegistrations(const std::string& interface, const std::string& instance,
+                           const sp<IServiceNotification>& callback) {
+    if (callback == nullptr) return false;
+    const RegistrySource::Wanted wanted{interface, instance, callback};
+    std::vector<RegistryEntry> present;
+    {
+        std::lock_guard<std::mutex> lock(current().mutex);
+        if (current().source == nullptr) current().source = watchRegistry();
+        if (current().source == nullptr) return false;
+        present = current().source->add(wanted);
+    }
+    Process::self().pool().start();
+    for (const RegistryEntry& entry : present) RegistrySource::tell(wanted, entry, true);
+    return true;
+}
+
+void endNotifications(const sp<IServiceNotification>& callback) {
+    std::lock_guard<std::mutex> lock(current().mutex);
+    std::shared_ptr<RegistrySource>& source = current().source;
+    if (source == nullptr || !source->remove(callback)) return;
+    Process::self().pool().remove(*source);
+    source.reset();
+}
+
+}  // namespace android::hardware::transport

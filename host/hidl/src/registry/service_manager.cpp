@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include <android/hidl/base/1.0/BpHwBase.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <hidl/HidlTransportSupport.h>
+#include <hidl/ServiceManagement.h>
+#include <hwbinder/ProcessState.h>
+#include <log/log.h>
+
+#include <memory>
+
+#include "host/hidl/src/connection/shortage.h"
+#include "host/hidl/src/threads/process.h"
+#include "manifest.h"
+#include "notifications.h"
+#include "registry.h"
+
+namespace android::hardware {
+namespace {
+
+using hidl::base::V1_0::BnHwBase;
+using hidl::base::V1_0::BpHwBase;
+using hidl::base::V1_0::DebugInfo;
+using hidl::base::V1_0::IBase;
+using hidl::manager::V1_0::IServiceManager;
+using hidl::manager::V1_0::IServiceNotification;
+
+#if defined(__LP64__)
+constexpr DebugInfo::Architecture kArchitecture = DebugInfo::Architecture::IS_64BIT;
+#else
+constexpr DebugInfo::Architecture kArchitecture = DebugInfo::Architecture::IS_32BIT;
+#endif
+
+/** An error if the registry cannot be read: it must not look as if no service were registered. */
+Status registryStatus() {
+    const std::string problem = transport::registryProblem();
+    return problem.empty() ? Status::ok()
+                           : Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, problem.c_str());
+}
+
+// Looked up again if the registration changed hands after its entry was read.
+sp<IBinder> findRegistered(const std::string& interface, const std::string& instance) {
+    transport::RegistryEntry tried;
+    transport::RegistryEntry entry;
+    while (transport::registryFind(interface, instance, &entry)) {
+        sp<IBinder> binder = transport::Process::self().find(entry);
+        const bool isSame = entry.process == tried.process && entry.object == tried.object;
+        if (binder != nullptr || isSame) return binder;
+        tried = entry;
+    }
+    return nullptr;
+}
+
+// The interfaces that a service implements, without the base of all.
+std::vector<std::string> namesOf(IBase& service) {
+    std::vector<std::string> names;
+    const Return<void> called = service.interfaceChain([&names](const hidl_vec<hidl_string>& chain) {
+        for (const hidl_string& name : chain) {
+            if (name != IBase::descriptor) names.push_back(name);
+        }
+    });
+    if (!called.isOk()) names.clear();
+    return names;
+}
+
+/** Why the last look-up may have missed something. */
+Status shortage() {
+    return Status::fromStatusT(transport::takeShortage());
+}
+
+/** All registered services; an error if the registry cannot be read, or this process could not see them all.
+ */
+Status listEntries(std::vector<transport::RegistryEntry>* entries) {
+    const Status readable = registryStatus();
+    if (!readable.isOk()) return readable;
+    (void)transport::takeShortage();
+    *entries = transport::registryList();
+    return shortage();
+}
+
+/** The registry's files as the platform's service manager. An object of each process. */
+class ServiceManager : public IServiceManager {
+  public:
+    Return<sp<IBase>> get(const hidl_string& fqName, const hidl_string& name) override {
+        (void)transport::takeShortage();
+        const sp<IBinder> binder = findRegistered(fqName, name);
+        if (binder == nullptr) {
+            const Status status = shortage();
+            if (!status.isOk()) return status;
+        }
+        return sp<IBase>(fromBinder<IBase, BpHwBase, BnHwBase>(binder));
+    }
+
+    Return<bool> add(const hidl_string& name, const sp<IBase>& service) override {
+        if (service == nullptr) return false;
+        const sp<IBinder> binder = getOrCreateCachedBinder(service.get());
+        if (binder == nullptr || binder->localBinder() == nullptr) {
+            ALOGE("only an object of this process can be registered");
+            return false;
+        }
+        const std::vector<std::string> names = namesOf(*service);
+        if (names.empty()) return false;
+        if (transport::Process::self().registerService(binder->localBinder(), names, name) != OK)
+            return false;
+        ProcessState::self()->startThreadPool();
+        return true;
+    }
+
+    Return<Transport> getTransport(const hidl_string& fqName, const hidl_string& name) override {
+        const transport::Declaration declaration = transport::declarationOf(fqName, name);
+        transport::RegistryEntry entry;
+        const bool isReachable = declaration == transport::Declaration::NoManifest
+                                     ? transport::registryFind(fqName, name, &entry)
+                                     : declaration == transport::Declaration::Declared;
+        return isReachable ? Transport::HWBINDER : Transport::EMPTY;
+    }
+
+    Return<void> list(list_cb callback) override {
+        std::vector<transport::RegistryEntry> entries;
+        const Status status = listEntries(&entries);
+        if (!status.isOk()) return status;
+        std::vector<hidl_string> names;
+        for (const auto& entry : entries) names.emplace_back(entry.interface + "/" + entry.instance);
+        callback(names);
+        return Void();
+    }
+
+    Return<void> listByInterface(const hidl_string& fqName, listByInterface_cb callback) override {
+        std::vector<transport::RegistryEntry> entries;
+        const Status status = listEntries(&entries);
+        if (!status.isOk()) return status;
+        std::vector<hidl_string> names;
+        for (const auto& entry : entries) {
+            if (fqName == entry.interface.c_str()) names.emplace_back(entry.instance);
+        }
+        callback(names);
+        return Void();
+    }
+
+    Return<bool> registerForNotifications(const hidl_string& fqName, const hidl_string& name,
+                                          const sp<IServiceNotification>& callback) override {
+        return transport::notifyOfRegistrations(fqName, name, callback);
+    }
+
+    Return<void> debugDump(debugDump_cb callback) override {
+        std::vector<transport::RegistryEntry> entries;
+        const Status status = listEntries(&entries);
+        if (!status.isOk()) return status;
+        std::vector<InstanceDebugInfo> infos;
+        for (const auto& entry : entries) {
+            InstanceDebugInfo info{};
+            info.interfaceName = entry.interface;
+            info.instanceName = entry.instance;
+            info.pid = entry.pid;
+            info.arch = kArchitecture;
+            infos.push_back(info);
+        }
+        callback(infos);
+        return Void();
+    }
+
+    Return<void> registerPassthroughClient(const hidl_string&, const hidl_string&) override { return Void(); }
+};
+
+}  // namespace
+
+sp<IServiceManager> defaultServiceManager() {
+    static sp<IServiceManager>* const manager = new sp<IServiceManager>(new ServiceManager());
+    return *manager;
+}
+
+}  // namespace android::hardware

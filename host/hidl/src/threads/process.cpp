@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "HidlTransport"
+
+#include "process.h"
+
+#include <log/log.h>
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <set>
+
+#include "host/hidl/src/api/proxy.h"
+#include "host/hidl/src/connection/peer.h"
+#include "sources.h"
+
+namespace android::hardware::transport {
+namespace {
+
+uint64_t randomName() {
+    uint64_t name = 0;
+    while (getrandom(&name, sizeof(name), 0) != sizeof(name)) {
+    }
+    return name;
+}
+
+std::string socketName(uint64_t process) {
+    char name[64];
+    snprintf(name, sizeof(name), "%d-%08x.sock", getpid(), static_cast<unsigned>(process >> 32));
+    return name;
+}
+
+}  // namespace
+
+Process& Process::self() {
+    static Process* const process = new Process();
+    return *process;
+}
+
+Process::Process() : mName(randomName()) {}
+
+bool Process::listen() {
+    if (!mSocketName.empty()) return true;
+    if (!makeRegistry()) return false;
+    const std::string name = socketName(mName);
+    base::unique_fd socket = registryListen(name, &mAlive);
+    if (socket < 0) return false;
+    mSocketName = name;
+    mPool.add(std::make_shared<ListenSource>(std::move(socket)));
+    return true;
+}
+
+status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector<std::string>& interfaces,
+                                  const std::string& instance) {
+    std::vector<RegistryEntry> entries;
+    for (const std::string& interface : interfaces) {
+        if (!registryNameFits(interface, instance)) {
+            ALOGE("'%s' is no name for a service of %s", instance.c_str(), interface.c_str());
+            return UNKNOWN_ERROR;
+        }
+        RegistryEntry entry;
+        entry.interface = interface;
+        entry.instance = instance;
+        entry.implements = interfaces.front();
+        entry.pid = getpid();
+        entry.process = mName;
+        entry.object = binder->exportId();
+        entries.push_back(entry);
+    }
+    std::vector<sp<BHwBinder>> replaced;  // goes after the mutex is free
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (!listen()) return UNKNOWN_ERROR;
+    for (RegistryEntry& entry : entries) entry.socket = mSocketName;
+    mRegistered[binder->exportId()] = binder;
+    const bool added = registryAdd(entries);
+    if (added) {
+        for (const RegistryEntry& entry : entries)
+            mNames[entry.interface + "/" + entry.instance] = entry.object;
+    }
+    replaced = takeUnnamedWithLock();
+    return added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
+}
+
+std::vector<sp<BHwBinder>> Process::takeUnnamedWithLock() {
+    std::set<uint64_t> named;
+    for (const auto& [name, object] : mNames) named.insert(object);
+    std::vector<sp<BHwBinder>> taken;
+    for (auto it = mRegistered.begin(); it != mRegistered.end();) {
+        const bool stays = named.count(it->first) != 0;
+        if (!stays) taken.push_back(it->second);
+        it = stays ? std::next(it) : mRegistered.erase(it);
+    }
+    return taken;
+}
+
+sp<BHwBinder> Process::registered(uint64_t object) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    auto found = mRegistered.find(object);
+    return found != mRegistered.end() ? found->second : nullptr;
+}
+
+void Process::remember(uint64_t process, const std::shared_ptr<Link>& link) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mLinks[process] = link;
+}
+
+void Process::forget(const Link& link) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    for (auto it = mLinks.begin(); it != mLinks.end();) {
+        auto known = it->second.lock();
+        it = known == nullptr || known.get() == &link ? mLinks.erase(it) : std::next(it);
+    }
+    mConnected.erase(link.number);
+    mAccepted.erase(link.number);
+}
+
+std::vector<std::shared_ptr<Link>> Process::linksFrom(pid_t peer) {
+    std::vector<std::shared_ptr<Link>> links;
+    std::lock_guard<std::mutex> lock(mMutex);
+    for (const auto& [number, weak] : mAccepted) {
+        auto link = weak.lock();
+        if (link != nullptr && link->peerPid == peer) links.push_back(std::move(link));
+    }
+    return links;
+}
+
+bool Process::admit(const std::shared_ptr<Link>& link) {
+    if (linksFrom(link->peerPid).size() >= kMaxLinksOfPeer) return false;
+    std::lock_guard<std::mutex> lock(mMutex);
+    mAccepted[link->number] = link;
+    return true;
+}
+
+bool Process::admitsChannel(const Link& link) {
+    size_t channels = link.peerChannels();
+    for (const auto& other : linksFrom(link.peerPid)) {
+        if (other.get() != &link) channels += other->peerChannels();
+    }
+    return channels < kMaxChannelsOfPeer;
+}
+
+// Where no pool runs, nothing else notices that a server has gone.
+void Process::endDeadLinks() {
+    if (mPool.started()) return;
+    std::vector<std::shared_ptr<ControlSource>> dead;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        for (const auto& [number, weak] : mConnected) {
+            auto source = weak.lock();
+            if (source != nullptr && source->link()->dead()) dead.push_back(source);
+        }
+    }
+    for (const auto& source : dead) source->finish();
+}
+
+std::shared_ptr<Link> Process::connect(const RegistryEntry& entry) {
+    base::unique_fd socket = registryConnect(entry.socket);
+    Peer peer;
+    if (socket < 0 || !peerOf(socket, &peer) || peer.pid != entry.pid) return nullptr;
+    auto link = std::make_shared<Link>(std::move(socket), peer.pid, peer.uid);
+    MessageHeader hello{};
+    hello.type = kHello;
+    hello.code = kWireVersion;
+    hello.target = mName;
+    (void)link->sendControl(hello);  // whether that went well shows when the link is used
+    link->giveReceiveSpace(*link->control());
+    auto source = ControlSource::watch(link, false);
+    std::lock_guard<std::mutex> lock(mMutex);
+    mLinks[entry.process] = link;
+    mConnected[link->number] = source;
+    return link;
+}
+
+std::shared_ptr<Link> Process::linkTo(const RegistryEntry& entry) {
+    // One thread at a time, so that there is one link to a process, and an object of
+    // it is one object here.
+    static std::mutex* const connecting = new std::mutex();
+    std::lock_guard<std::mutex> one(*connecting);
+    endDeadLinks();
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto found = mLinks.find(entry.process);
+        auto link = found != mLinks.end() ? found->second.lock() : nullptr;
+        if (link != nullptr && !link->dead() && link->peerPid == entry.pid) return link;
+    }
+    return connect(entry);
+}
+
+sp<IBinder> Process::find(const RegistryEntry& entry) {
+    if (entry.process == mName) return registered(entry.object);
+    std::shared_ptr<Link> link = linkTo(entry);
+    return link != nullptr ? link->registeredProxy(entry.object) : nullptr;
+}
+
+}  // namespace android::hardware::transport

@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "back_end_driver.h"
+
+#include <android-base/thread_annotations.h>
+#include <android/log.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/eventfd.h>
+#include <sys/file.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
+#include <list>
+#include <memory>
+#include <mutex>
+
+#include "back_end_log.h"
+#include "back_end_transfer.h"
+#include "host/kernel/calls/real_calls.h"
+#include "host/tv_files/back_end_behaviour.h"
+#include "host/tv_files/tv_root.h"
+#include "transfer_state.h"
+
+namespace hidlaudio::host {
+namespace {
+
+constexpr std::string_view kDevice = "/dev/tovi_bectrl";
+constexpr uint8_t kInProgress = 1;
+constexpr uint8_t kResultFailed = 0x02;
+constexpr uint8_t kResultCancelled = 0x03;
+
+/** What a set command points to, whatever the word size of the program. */
+struct SetArgument {
+    uint32_t count;
+    uint32_t zero;
+    uint64_t address;
+};
+static_assert(sizeof(SetArgument) == 16, "the commands' codes carry this size");
+
+struct Command {
+    uint32_t request;
+    UploadKind kind;
+    bool isSet;
+};
+
+constexpr Command kCommands[] = {
+    {0xC0106300, UploadKind::Hrtf, true},
+    {0xC0106301, UploadKind::Device, true},
+    {0xC0106302, UploadKind::Hrtf, false},
+    {0xC0106303, UploadKind::Device, false},
+};
+
+struct Driver {
+    std::mutex mutex;  // the transfers, and the order of what becomes of one kind
+    std::list<Transfer> transfers GUARDED_BY(mutex);
+};
+
+/** Never destroyed: a transfer may outlive the program's main(). */
+Driver& driver() {
+    static Driver& theDriver = *new Driver;
+    return theDriver;
+}
+
+using Lock = std::lock_guard<std::mutex>;
+
+int failWith(int error) {
+    errno = error;
+    return -1;
+}
+
+/** Logs what cannot be used: whoever wrote it did not want the usual behaviour. */
+bool readBehaviour(std::vector<BehaviourLine>& lines) {
+    std::string problem;
+    if (readBehaviourLines(tvRoot(), lines, problem)) return true;
+    __android_log_print(ANDROID_LOG_ERROR, kBackEndTag, "%s", problem.c_str());
+    return false;
+}
+
+/**
+ * Makes what came the last upload. It stays as the incoming one, too, until the end is
+ * told: a program that is killed before that has a transfer that is seen to be cut off.
+ */
+int keepReceived(const std::string& incoming, const std::string& received) {
+    const std::string temporary = received + ".new";
+    unlink(temporary.c_str());
+    if (link(incoming.c_str(), temporary.c_str()) != 0) return errno;
+    return rename(temporary.c_str(), received.c_str()) == 0 ? 0 : errno;
+}
+
+/** Takes a transfer that has ended out, and tells how it did. */
+void finish(std::list<Transfer>::iterator transfer, int error) {
+    const std::string incoming = transfer->root + incomingFile(transfer->kind);
+    const Lock lock(driver().mutex);
+    if (transfer->cancelled) error = ECANCELED;
+    if (error == 0) error = keepReceived(incoming, transfer->root + receivedFile(transfer->kind));
+    if (error != 0 && error != ECANCELED) {
+        __android_log_print(ANDROID_LOG_ERROR, kBackEndTag, "the transfer of %s parameters failed: %s",
+                            nameOf(transfer->kind), strerror(error));
+    }
+    const uint8_t failed = error == ECANCELED ? kResultCancelled : kResultFailed;
+    const uint8_t result = error == 0 ? transfer->endResult : failed;
+    const std::string root = transfer->root;
+    const UploadKind kind = transfer->kind;
+    const uint8_t state = transfer->endState;
+    // Before the news: who hears it may start the next transfer at once.
+    driver().transfers.erase(transfer);
+    publishTransferState(root, kind, state, result);
+    unlink(incoming.c_str());
+}
+
+void* transferThread(void* argument) {
+    const std::unique_ptr<std::list<Transfer>::iterator> transfer(
+        static_cast<std::list<Transfer>::iterator*>(argument));
+    finish(*transfer, runTransfer(**transfer));
+    return nullptr;
+}
+
+int startThread(std::list<Transfer>::iterator transfer) {
+    auto argument = std::make_unique<std::list<Transfer>::iterator>(transfer);
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    pthread_t thread;
+    const int error = __real_pthread_create(&thread, &attributes, transferThread, argument.get());
+    pthread_attr_destroy(&attributes);
+    if (error == 0) (void)argument.release();
+    return error;
+}
+
+void endCutOffLocked(const std::string& root, UploadKind kind) {
+    const std::string path = root + incomingFile(kind);
+    const OwnedDescriptor incoming(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    if (incoming.get() < 0 || flock(incoming.get(), LOCK_EX | LOCK_NB) != 0) return;
+    unlink(path.c_str());
+    publishTransferState(root, kind, 0, 0);
+}
+
+int openDescriptors(Transfer& transfer) {
+    const std::string path = transfer.root + incomingFile(transfer.kind);
+    transfer.timer.reset(__real_timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC));
+    transfer.cancel.reset(eventfd(0, EFD_CLOEXEC));
+    if (transfer.timer.get() < 0 || transfer.cancel.get() < 0) return errno;
+    transfer.incoming.reset(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    if (transfer.incoming.get() < 0) return errno == EEXIST ? EBUSY : errno;
+    return flock(transfer.incoming.get(), LOCK_EX | LOCK_NB) == 0 ? 0 : EBUSY;
+}
+
+int checkArgument(const SetArgument& argument) {
+    if (argument.zero != 0) return EINVAL;
+    const bool reachable = argument.address <= UINTPTR_MAX - argument.count;
+    return reachable && (argument.address != 0 || argument.count == 0) ? 0 : EFAULT;
+}
+
+int start(UploadKind kind, const SetArgument& argument, const BackEndBehaviour& behaviour) {
+    const auto value = [&](BackEndSetting setting) { return behaviour.value(kind, setting); };
+    const std::string root = tvRoot();
+    const Lock lock(driver().mutex);
+    endCutOffLocked(root, kind);
+    const auto transfer = driver().transfers.emplace(driver().transfers.end());
+    transfer->root = root;
+    transfer->kind = kind;
+    transfer->payload = reinterpret_cast<const char*>(static_cast<uintptr_t>(argument.address));
+    transfer->size = argument.count;
+    transfer->rate = static_cast<uint64_t>(value(BackEndSetting::Rate));
+    transfer->hangs = value(BackEndSetting::Hang) != 0;
+    transfer->endState = static_cast<uint8_t>(value(BackEndSetting::State));
+    transfer->endResult = static_cast<uint8_t>(value(BackEndSetting::Result));
+    transfer->start = startOnClock();
+    int error = openDescriptors(*transfer);
+    if (error != 0) {
+        driver().transfers.erase(transfer);
+        return error;
+    }
+    publishTransferState(root, kind, kInProgress, 0);
+    error = startThread(transfer);
+    if (error == 0) return 0;
+    driver().transfers.erase(transfer);
+    endCutOffLocked(root, kind);
+    return error;
+}
+
+int set(UploadKind kind, const void* argument, const BackEndBehaviour& behaviour) {
+    if (argument == nullptr) return EFAULT;
+    SetArgument copy;
+    memcpy(&copy, argument, sizeof(copy));
+    const int error = checkArgument(copy);
+    return error != 0 ? error : start(kind, copy, behaviour);
+}
+
+int cancel(UploadKind kind, const void* argument) {
+    if (argument != nullptr) return EINVAL;
+    const std::string root = tvRoot();
+    const Lock lock(driver().mutex);
+    for (Transfer& transfer : driver().transfers) {
+        if (transfer.kind != kind || transfer.root != root) continue;
+        transfer.cancelled = true;
+        eventfd_write(transfer.cancel.get(), 1);
+        return 0;
+    }
+    return EINVAL;
+}
+
+}  // namespace
+
+bool isBackEndDevice(const char* path) {
+    return path != nullptr && path == kDevice;
+}
+
+int openBackEnd(int flags) {
+    if (access((tvRoot() + kBackEndFolder).c_str(), F_OK) != 0) return failWith(ENOENT);
+    std::vector<BehaviourLine> lines;
+    if (!readBehaviour(lines)) return failWith(EINVAL);
+    const BackEndBehaviour behaviour(lines);
+    if (behaviour.value(UploadKind::Device, BackEndSetting::OpenFails) != 0) return failWith(EIO);
+    return __real_open("/dev/null", flags);
+}
+
+int controlBackEnd(unsigned long request, const void* argument) {
+    // Only these 32 bits reach a driver.
+    const Command* const command = std::find_if(
+        std::begin(kCommands), std::end(kCommands),
+        [request](const Command& known) { return known.request == static_cast<uint32_t>(request); });
+    if (command == std::end(kCommands)) return failWith(ENOTTY);
+    std::vector<BehaviourLine> lines;
+    if (!readBehaviour(lines)) return failWith(EINVAL);
+    const BackEndBehaviour behaviour(lines);
+    if (behaviour.value(command->kind, BackEndSetting::IoctlFails) != 0) return failWith(EIO);
+    const int error =
+        command->isSet ? set(command->kind, argument, behaviour) : cancel(command->kind, argument);
+    return error == 0 ? 0 : failWith(error);
+}
+
+void endCutOffTransfer(const std::string& root, UploadKind kind) {
+    if (access((root + incomingFile(kind)).c_str(), F_OK) != 0) return;
+    const Lock lock(driver().mutex);
+    endCutOffLocked(root, kind);
+}
+
+}  // namespace hidlaudio::host

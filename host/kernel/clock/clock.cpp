@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "clock.h"
+
+#include <errno.h>
+#include <sys/timerfd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <charconv>
+
+#include "clock_calls.h"
+#include "host/kernel/calls/real_calls.h"
+
+namespace hidlaudio::host {
+namespace {
+
+using Time = SteppedClock::Time;
+
+constexpr long kSecond = 1000000000;
+/** Some thirty years, in seconds: what is longer is left to the real clock, as an invalid time is. */
+constexpr time_t kLongest = 1000000000;
+
+std::atomic<unsigned> speed{1};
+std::atomic<SteppedClock*> stepped{nullptr};
+
+bool isUsual(const timespec& time) {
+    return time.tv_sec >= 0 && time.tv_sec <= kLongest && time.tv_nsec >= 0 && time.tv_nsec < kSecond;
+}
+
+Time toTime(const timespec& time) {
+    return std::chrono::seconds(time.tv_sec) + Time(time.tv_nsec);
+}
+
+timespec toTimespec(Time time) {
+    timespec result{};
+    result.tv_sec = static_cast<time_t>(time.count() / kSecond);
+    result.tv_nsec = static_cast<long>(time.count() % kSecond);
+    return result;
+}
+
+/** Rounded up: a short sleep stays a sleep, and an armed timer stays armed. */
+timespec faster(const timespec& time, unsigned times) {
+    return toTimespec((toTime(time) + Time(times - 1)) / times);
+}
+
+timespec slower(const timespec& time, unsigned times) {
+    return toTimespec(toTime(time) * times);
+}
+
+int setSteppedTimer(SteppedClock& clock, int fd, const itimerspec& value, itimerspec* old) {
+    if (toTime(value.it_interval) != Time(0)) {
+        errno = EINVAL;
+        return -1;
+    }
+    Time left{0};
+    if (clock.setTimer(fd, toTime(value.it_value), left) != 0) return -1;
+    if (old != nullptr) *old = itimerspec{{}, toTimespec(left)};
+    return 0;
+}
+
+int setFasterTimer(int fd, const itimerspec& value, itimerspec* old) {
+    const unsigned times = speed;
+    const itimerspec real{faster(value.it_interval, times), faster(value.it_value, times)};
+    const int result = __real_timerfd_settime(fd, 0, &real, old);
+    if (result == 0 && old != nullptr) {
+        *old = {slower(old->it_interval, times), slower(old->it_value, times)};
+    }
+    return result;
+}
+
+}  // namespace
+
+void setClockSpeed(unsigned times) {
+    speed = std::clamp(times, 1U, kFastestClock);
+}
+
+bool setClockSpeed(std::string_view times) {
+    unsigned value = 0;
+    const auto [end, error] = std::from_chars(times.data(), times.data() + times.size(), value);
+    if (error != std::errc() || end != times.data() + times.size()) return false;
+    if (value < 1 || value > kFastestClock) return false;
+    setClockSpeed(value);
+    return true;
+}
+
+SteppedClock* exchangeSteppedClock(SteppedClock* clock) {
+    return stepped.exchange(clock);
+}
+
+int sleepOnClock(const timespec* request, timespec* remainder) {
+    SteppedClock* const steps = stepped;
+    const unsigned times = speed;
+    if (request == nullptr || !isUsual(*request) || (steps == nullptr && times == 1)) {
+        return __real_nanosleep(request, remainder);
+    }
+    if (steps != nullptr) {
+        steps->sleep(toTime(*request));
+        return 0;
+    }
+    const timespec real = faster(*request, times);
+    const int result = __real_nanosleep(&real, remainder);
+    if (result != 0 && remainder != nullptr) *remainder = slower(*remainder, times);
+    return result;
+}
+
+int setTimerOnClock(int fd, int flags, const itimerspec* value, itimerspec* old) {
+    SteppedClock* const steps = stepped;
+    if (value == nullptr || !isUsual(value->it_value) || !isUsual(value->it_interval) ||
+        (steps == nullptr && speed == 1)) {
+        return __real_timerfd_settime(fd, flags, value, old);
+    }
+    if (flags != 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    return steps != nullptr ? setSteppedTimer(*steps, fd, *value, old) : setFasterTimer(fd, *value, old);
+}
+
+void dropTimerOnClock(int fd) {
+    if (SteppedClock* const steps = stepped) steps->dropTimer(fd);
+}
+
+ClockStart startOnClock() {
+    SteppedClock* const steps = stepped;
+    return {steps != nullptr ? steps->now() : Time(0), std::chrono::steady_clock::now()};
+}
+
+Time elapsedOnClock(const ClockStart& start) {
+    if (SteppedClock* const steps = stepped) return steps->now() - start.stepped;
+    return (std::chrono::steady_clock::now() - start.real) * speed.load();
+}
+
+int timeoutOnClock(int timeout) {
+    if (timeout <= 0) return timeout;
+    return std::max(1, static_cast<int>(static_cast<unsigned>(timeout) / speed));
+}
+
+}  // namespace hidlaudio::host

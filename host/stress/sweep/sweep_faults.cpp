@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "sweep_faults.h"
+
+#include <algorithm>
+#include <iterator>
+#include <sstream>
+
+#include "host/audio_hal/operations.h"
+#include "host/tv_files/back_end_files.h"
+#include "host/tv_files/value_file.h"
+
+namespace hidlaudio::host {
+namespace {
+
+struct Outcomes {
+    std::string_view source;
+    std::string_view call;  // empty: all other calls of the source
+    const char* outcomes;
+};
+
+/** Longer than any of the daemon's own waits; with the clock of our TVs far shorter than the clients'. */
+constexpr char kLate[] = "delay=22000";
+
+/** Of the first line that fits a call; besides, every call is late once. */
+constexpr Outcomes kOutcomes[] = {
+    {kKernelCalls, "open", "ENOENT EACCES EMFILE ENOSPC EINTR"},
+    {kKernelCalls, "fopen", "ENOENT EACCES EMFILE"},
+    {kKernelCalls, "access", "ENOENT EACCES"},
+    {kKernelCalls, "remove", "ENOENT EACCES EROFS"},
+    {kKernelCalls, "unlink", "ENOENT EACCES EROFS"},
+    {kKernelCalls, "read", "EIO EINTR short=0 short=1"},
+    {kKernelCalls, "write", "ENOSPC EIO EINTR short=0 short=1"},
+    {kKernelCalls, "fread", "EIO short=0 short=1"},
+    {kKernelCalls, "fwrite", "ENOSPC short=1"},
+    {kKernelCalls, "fsync", "EIO ENOSPC EINTR"},
+    {kKernelCalls, "close", "EIO EINTR"},
+    {kKernelCalls, "fclose", "EIO"},
+    {kKernelCalls, "lseek", "EINVAL"},
+    {kKernelCalls, "fseek", "EINVAL EIO"},
+    {kKernelCalls, "ioctl", "EIO EBUSY EINTR"},
+    {kKernelCalls, "nanosleep", "EINTR"},
+    {kKernelCalls, "usleep", "EINTR"},
+    {kKernelCalls, "epoll_create", "EMFILE ENOMEM"},
+    {kKernelCalls, "epoll_create1", "EMFILE ENOMEM"},
+    {kKernelCalls, "epoll_ctl", "ENOMEM ENOSPC"},
+    {kKernelCalls, "epoll_wait", "EINTR"},
+    {kKernelCalls, "timerfd_create", "EMFILE ENOMEM"},
+    {kKernelCalls, "timerfd_settime", "EINVAL"},
+    {kKernelCalls, "pthread_create", "EAGAIN"},
+    {kMiddlewareCalls, "", "-1 1"},
+    {kPowerCalls, "", "-5"},
+    {kHalCalls, "", "1 2 3 4 dies"},
+};
+
+constexpr char kStored[] = "/data/vendor/tovi/hidlaudio/";
+constexpr char kDevice[] = "/dev/tovi_bectrl";
+
+bool startsWith(const std::string& text, const std::string& start) {
+    return text.compare(0, start.size(), start) == 0;
+}
+
+bool isKernelCall(const RecordedCall& call) {
+    return call.source == kKernelCalls;
+}
+
+}  // namespace
+
+std::vector<std::string> outcomesFor(const RecordedCall& call) {
+    const auto* const fitting =
+        std::find_if(std::begin(kOutcomes), std::end(kOutcomes), [&call](const Outcomes& line) {
+            return line.source == call.source && (line.call.empty() || line.call == call.call);
+        });
+    if (fitting == std::end(kOutcomes)) return {};
+    std::istringstream words(fitting->outcomes);
+    std::vector<std::string> outcomes;
+    for (std::string word; words >> word;) outcomes.push_back(word);
+    outcomes.emplace_back(kLate);
+    // The daemon can be killed at any moment; it matters where a file is half written then.
+    if (isKernelCall(call) && startsWith(call.on, kStored)) outcomes.emplace_back("dies");
+    return outcomes;
+}
+
+bool isCrash(const SweptFault& fault) {
+    return isKernelCall(fault.call.call) && fault.outcome == "dies";
+}
+
+std::string faultVariable(const SweptFault& fault) {
+    if (!isKernelCall(fault.call.call)) return "";
+    return fault.call.call.call + ":" + std::to_string(fault.call.nth) + ":" + fault.outcome;
+}
+
+int writeFaultFile(const OwnTv& tv, const SweptFault& fault) {
+    if (isKernelCall(fault.call.call)) return 0;
+    const bool isHal = fault.call.call.source == kHalCalls;
+    const std::string folder = tv.root + (isHal ? kHalFaultFolder : "/soc/faults");
+    return writeValueFile(folder + "/" + fault.call.call.call,
+                          fault.outcome + " 1 " + std::to_string(fault.call.nth - 1) + "\n");
+}
+
+Excuses excusesFor(const SweptFault& fault) {
+    const std::string& on = fault.call.call.on;
+    Excuses excuses;
+    if (startsWith(on, kStored)) excuses.cutOff.insert(on);
+    excuses.unknownTransfer = startsWith(on, kDevice) || startsWith(on, kTransferStateFolder);
+    excuses.wakeLockKept = fault.call.call.call == "release_wake_lock";
+    return excuses;
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "sweep_scenario.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "host/tv/processes/process.h"
+
+namespace hidlaudio::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kSuffix[] = ".scenario";
+constexpr const char* kTvCommands[] = {"init", "boot", "shutdown", "config", "eeprom", "fault", "bectrl"};
+
+std::vector<std::string> wordsOf(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) words.push_back(word);
+    return words;
+}
+
+bool isTvCommand(const std::string& word) {
+    return std::find(std::begin(kTvCommands), std::end(kTvCommands), word) != std::end(kTvCommands);
+}
+
+/** What is wrong with a command's words; null where nothing is. */
+const char* mistakeIn(const ScenarioLine& line, bool isFirst) {
+    const std::string& program = line.words[0];
+    if (program != "tv" && program != "audioctl") return "a line is a command of `tv` or `audioctl`";
+    if (line.words.size() < 2) return "the command is missing";
+    if (program == "audioctl") return nullptr;
+    if (line.background) return "only a command of `audioctl` can run in the background";
+    if (!isTvCommand(line.words[1])) return "of `tv`: init, boot, shutdown, config, eeprom, fault, bectrl";
+    if (line.words[1] == "init") return isFirst ? nullptr : "`tv init` can only be the first command";
+    const bool alone = line.words[1] == "boot" || line.words[1] == "shutdown";
+    return alone && line.words.size() > 2 ? "this command has no options here" : nullptr;
+}
+
+void take(const ScenarioLine& line, Scenario& scenario) {
+    if (line.words[1] == "init") {
+        scenario.model.assign(line.words.begin() + 2, line.words.end());
+        return;
+    }
+    const bool isFirstStart =
+        std::none_of(scenario.lines.begin(), scenario.lines.end(),
+                     [](const ScenarioLine& each) { return each.words[0] == "audioctl"; });
+    if (isFirstStart && line.words[0] == "tv" && line.words[1] == "boot") scenario.boots = true;
+    scenario.lines.push_back(line);
+}
+
+/** What is wrong with the line; null where nothing is. */
+const char* takeText(const std::string& text, ScenarioLine line, bool& isFirst, Scenario& scenario) {
+    line.words = wordsOf(text);
+    if (line.words.empty()) return nullptr;
+    if (line.words[0][0] == '#') {
+        if (scenario.about.empty()) scenario.about = text.substr(std::min(text.size(), text.find('#') + 2));
+        return nullptr;
+    }
+    line.text = text;
+    line.background = line.words.back() == "&";
+    if (line.background) line.words.pop_back();
+    if (line.words.empty()) return "the command is missing";
+    const char* const mistake = mistakeIn(line, isFirst);
+    isFirst = false;
+    if (mistake == nullptr) take(line, scenario);
+    return mistake;
+}
+
+std::string pathOf(const std::string& nameOrPath) {
+    const bool isName =
+        nameOrPath.find('/') == std::string::npos && nameOrPath.find('.') == std::string::npos;
+    return isName ? scenarioFolder() + "/" + nameOrPath + kSuffix : nameOrPath;
+}
+
+}  // namespace
+
+std::string scenarioFolder() {
+    return fs::path(programFolder()).parent_path() / "share/hidlaudio/scenarios";
+}
+
+std::vector<std::string> scenarioNames() {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(scenarioFolder(), error)) {
+        if (entry.path().extension() == kSuffix) names.push_back(entry.path().stem());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string readScenario(const std::string& nameOrPath, Scenario& scenario) {
+    const std::string path = pathOf(nameOrPath);
+    std::ifstream file(path);
+    std::error_code error;
+    if (!file || !fs::is_regular_file(path, error))
+        return path + ": there is no such scenario; `tv_stress sweep --list` prints the existing ones";
+    scenario = {};
+    scenario.name = fs::path(path).stem();
+    scenario.path = fs::absolute(path);
+    bool isFirst = true;
+    unsigned number = 0;
+    for (std::string text; std::getline(file, text);) {
+        ScenarioLine line;
+        line.number = ++number;
+        if (const char* mistake = takeText(text, line, isFirst, scenario); mistake != nullptr)
+            return path + ":" + std::to_string(number) + ": " + mistake;
+    }
+    return scenario.lines.empty() ? path + ": the scenario has no command" : "";
+}
+
+}  // namespace hidlaudio::host

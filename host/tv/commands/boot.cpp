@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <errno.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "host/program/number_argument.h"
+#include "host/program/terminal.h"
+#include "host/tv/commands.h"
+#include "host/tv/processes/interrupt.h"
+#include "host/tv/processes/log_tail.h"
+#include "host/tv/processes/programs.h"
+#include "host/tv/state/back_end.h"
+#include "host/tv/state/registry.h"
+#include "host/tv/state/tv_folder.h"
+#include "host/tv_files/folder_lock.h"
+#include "host/tv_files/tv_check.h"
+#include "host/tv_files/tv_root.h"
+#include "host/tv_files/value_file.h"
+
+namespace hidlaudio::host {
+namespace {
+
+using std::chrono::steady_clock;
+
+/** The daemon may wait 20 s for each of five things before it serves. */
+constexpr unsigned kLongestStart = 180;
+constexpr size_t kLastLines = 10;
+
+struct Started {
+    std::string program;
+    Process process;
+    bool isChild = true;  // false: it ran already
+};
+
+struct Options {
+    bool background = false;
+    unsigned timeout = kLongestStart;  // in seconds, for the services of each program
+};
+
+struct Boot {
+    bool background = false;
+    unsigned timeout = kLongestStart;
+    LogTail log{LogTail::From::End};
+    std::vector<Started> started;
+};
+
+/** A TV that is switched on holds no wake lock, whatever one that was cut off left. */
+int clearWakeLocks() {
+    const FolderLock lock(tvRoot() + "/power");
+    return lock.error() != 0 ? lock.error() : writeValueFile(tvRoot() + "/power/wake_lock", "");
+}
+
+/** Makes run/ and log/, which may be deleted while nothing runs. Returns an empty string, or why it cannot.
+ */
+std::string makeFolders() {
+    for (const auto& [folder, mode] : {std::pair("/run", 0700U), std::pair("/log", 0755U)}) {
+        const std::string path = tvRoot() + folder;
+        if (mkdir(path.c_str(), mode) != 0 && errno != EEXIST) return fileError(path, errno);
+    }
+    return "";
+}
+
+std::string describe(const std::string& program, const Process& process) {
+    return program + " is process " + std::to_string(process.pid);
+}
+
+/**
+ * Notes the programs that run already, to be kept. Returns an empty string, or why the others cannot be
+ * started beside them.
+ */
+std::string findRunning(Boot& boot) {
+    std::string running;
+    std::string missing;
+    bool inOrder = true;
+    for (const char* program : kPrograms) {
+        if (const auto process = runningProgram(program)) {
+            running += (running.empty() ? "" : ", ") + describe(program, *process);
+            boot.started.push_back({program, *process, false});
+            inOrder = inOrder && missing.empty();
+        } else if (missing.empty()) {
+            missing = program;
+        }
+    }
+    if (missing.empty()) return "the TV is running already: " + running;
+    return inOrder ? ""
+                   : missing + " does not run, and can only be started before the others (" + running +
+                         "); `tv shutdown` ends these";
+}
+
+/** Brings the TV into the state of one that was just switched on. Returns an empty string, or why it cannot.
+ */
+std::string prepare(bool hasBackEnd) {
+    if (const int error = clearWakeLocks(); error != 0)
+        return fileError(tvRoot() + "/power/wake_lock", error);
+    std::string failed;
+    const int error = hasBackEnd ? makeBackEndIdle(failed) : 0;
+    return error == 0 ? "" : fileError(failed, error);
+}
+
+/** Why the programs cannot be started now; empty if they can. */
+std::string whatStandsAgainst(bool hasBackEnd, Boot& boot) {
+    std::string reason = findRunning(boot);
+    if (reason.empty()) reason = contentProblem(tvRoot());
+    for (const std::string program : kPrograms) {
+        if (reason.empty() && access(fileOf(program).c_str(), X_OK) != 0)
+            reason = fileError(fileOf(program), errno);
+    }
+    return reason.empty() ? prepare(hasBackEnd) : reason;
+}
+
+std::optional<Ending> endingOf(const Started& one) {
+    if (one.isChild) return endingOf(one.process);
+    return isRunning(one.process) ? std::nullopt : std::optional(Ending{false, "has ended"});
+}
+
+/** How one of the programs has ended, if any has; rather one that nobody asked to. */
+std::optional<Ending> anyEnding(const Boot& boot) {
+    std::optional<Ending> found;
+    for (const Started& one : boot.started) {
+        const auto ending = endingOf(one);
+        if (!ending || (found && ending->asked)) continue;
+        found = Ending{ending->asked, one.program + " " + ending->how};
+    }
+    return found;
+}
+
+bool allRegistered(const Boot& boot) {
+    return std::all_of(boot.started.begin(), boot.started.end(),
+                       [](const Started& one) { return servicesRegistered(one.program, one.process.pid); });
+}
+
+std::string withLog(const Boot& boot, const std::string& reason) {
+    return reason + ". The last lines of the log:\n" + boot.log.lastLines(kLastLines);
+}
+
+/** Names the programs that have not registered all of their services, and the first of these. */
+std::string describeTimeout(const Boot& boot) {
+    std::string text;
+    for (const Started& one : boot.started) {
+        const std::vector<std::string> missing = missingServices(one.program, one.process.pid);
+        if (missing.empty()) continue;
+        text += (text.empty() ? "" : ", ") + one.program + " has not registered " + describeMissing(missing);
+    }
+    return text + " within " + std::to_string(boot.timeout) + " s";
+}
+
+/** Waits until what was started has registered its services. Returns an empty string, or why not. */
+std::string awaitServices(const Boot& boot, const Interrupt& interrupt) {
+    const auto deadline = steady_clock::now() + std::chrono::seconds(boot.timeout);
+    while (!allRegistered(boot)) {
+        if (const auto ending = anyEnding(boot)) return withLog(boot, ending->how);
+        if (steady_clock::now() > deadline) return withLog(boot, describeTimeout(boot));
+        if (interrupt.cameWithin(10)) return "interrupted";
+    }
+    return "";
+}
+
+/** Starts the program, unless it runs, and notes it in `boot`. Returns an empty string, or why not. */
+std::string start(const std::string& program, Boot& boot) {
+    for (const Started& one : boot.started) {
+        if (one.program == program) return "";
+    }
+    Process process;
+    std::string reason = startProgram(program, !boot.background, process);
+    if (reason.empty()) boot.started.push_back({program, process});
+    return reason;
+}
+
+/**
+ * Starts the programs that do not run, each once those before it serve: the daemon
+ * looks for the audio HAL as it starts, and never again. Ends all if one fails.
+ * Returns an empty string, or why not.
+ */
+std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
+    std::string reason = makeFolders();
+    if (!reason.empty()) return reason;
+    const FolderLock lock(tvRoot() + "/run");
+    if (lock.error() != 0) return fileError(tvRoot() + "/run", lock.error());
+    reason = whatStandsAgainst(hasBackEnd, boot);
+    if (!reason.empty()) return reason;
+    for (const char* program : kPrograms) {
+        reason = awaitServices(boot, interrupt);
+        if (reason.empty()) reason = start(program, boot);
+        if (reason.empty()) continue;
+        stopPrograms();
+        return reason;
+    }
+    return "";
+}
+
+int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
+    const std::string reason = awaitServices(boot, interrupt);
+    if (!reason.empty()) {
+        stopPrograms();
+        return fail(reason);
+    }
+    for (const Started& one : boot.started)
+        printf("%s %s, process %d\n", one.program.c_str(), one.isChild ? "runs" : "was running",
+               one.process.pid);
+    return kDone;
+}
+
+/** Shows the log until the user, another `tv shutdown` or the end of a program ends it all. */
+int stayInForeground(Boot& boot, const Interrupt& interrupt) {
+    std::optional<Ending> ending;
+    while (!ending && boot.log.print() && !interrupt.cameWithin(50)) ending = anyEnding(boot);
+    const bool stopped = stopPrograms();
+    boot.log.print();
+    if (ending && !ending->asked) return fail(ending->how);
+    return stopped ? kDone : kFailed;
+}
+
+int bootTv(const Options& options) {
+    const std::optional<TvModel> model = openTv();
+    if (!model) return kWrongUsage;
+    const Interrupt interrupt;
+    Boot boot;
+    boot.background = options.background;
+    boot.timeout = options.timeout;
+    const std::string reason = startAll(model->backEnd, boot, interrupt);
+    if (!reason.empty()) return fail(reason);
+    return options.background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
+}
+
+}  // namespace
+
+void addBoot(CLI::App& app, int& status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("boot", "Start the TV's programs");
+    command->footer(
+        "Starts the programs that lie beside `tv`, with their output appended to log/<program>.log, and\n"
+        "shows the log until Ctrl-C, which shuts the TV down again. A program that runs already is kept,\n"
+        "if the others can be started after it. In the foreground, the programs also end if `tv` is killed.\n"
+        "HIDLAUDIO_CLOCK=50 makes the time of the programs pass fifty times faster;\n"
+        "HIDLAUDIO_FAULT=write:3:ENOSPC makes their third write fail.");
+    command->add_flag("--background", options->background, "Return once every service is registered");
+    command
+        ->add_option("--timeout", options->timeout,
+                     "How long to wait for the services of each program, 1 to 86400 (default: 180)")
+        ->type_name("SECONDS")
+        ->check([](const std::string& given) { return checkInteger(given, 1, 86400); });
+    command->callback([options, &status] { status = bootTv(*options); });
+}
+
+}  // namespace hidlaudio::host

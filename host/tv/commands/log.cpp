@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
+#include <memory>
+
+#include "host/program/terminal.h"
+#include "host/tv/commands.h"
+#include "host/tv/processes/interrupt.h"
+#include "host/tv/processes/log_tail.h"
+#include "host/tv/state/tv_folder.h"
+#include "host/tv_files/tv_check.h"
+#include "host/tv_files/tv_root.h"
+
+namespace hidlaudio::host {
+namespace {
+
+int showLog(bool follow) {
+    if (!openTv()) return kWrongUsage;
+    const Interrupt interrupt;
+    LogTail log(LogTail::From::Start);
+    if (const std::string problem = log.problem(); !problem.empty()) return fail(problem);
+    if (!log.anyLog()) note("no log yet: the TV at " + tvRoot() + " was never booted");
+    bool readable = log.print();
+    while (follow && readable && !interrupt.cameWithin(50)) {
+        if (access((tvRoot() + kModelFile).c_str(), F_OK) != 0) return fail(tvRoot() + " was deleted");
+        readable = log.print();
+    }
+    return kDone;  // main reports output that could not be written
+}
+
+}  // namespace
+
+void addLog(CLI::App& app, int& status) {
+    const auto follow = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand("log", "Show the logs of the TV's programs");
+    command->footer("A log grows from boot to boot; it lies in log/<program>.log of the TV's folder.");
+    command->add_flag("-f,--follow", *follow, "Go on as the logs grow, until Ctrl-C");
+    command->callback([follow, &status] { status = showLog(*follow); });
+}
+
+}  // namespace hidlaudio::host

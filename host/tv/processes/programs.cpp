@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "programs.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "host/program/owned_descriptor.h"
+#include "host/program/terminal.h"
+#include "host/tv_files/program_lock.h"
+#include "host/tv_files/tv_root.h"
+
+namespace hidlaudio::host {
+namespace {
+
+constexpr std::chrono::milliseconds kPatience{1000};
+
+bool stopProgram(const std::string& program) {
+    const std::optional<Process> process = runningProgram(program);
+    if (process) {
+        const Stopped stopped = stopProcess(*process, kPatience);
+        if (stopped == Stopped::No) {
+            note(program + " (process " + std::to_string(process->pid) + ") does not end");
+            return false;
+        }
+        if (stopped == Stopped::ByForce) note(program + " did not end when asked to and was killed");
+        printf("%s stopped\n", program.c_str());
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string logOf(const std::string& program) {
+    return tvRoot() + "/log/" + program + ".log";
+}
+
+std::string fileOf(const std::string& program) {
+    return programFolder() + "/" + program;
+}
+
+std::optional<Process> runningProgram(const std::string& program) {
+    const pid_t holder = programLockHolder(program);
+    if (holder == 0) return std::nullopt;
+    std::optional<Process> process = findProcess(holder);
+    // Else the holder has ended, and another process may have its number.
+    return programLockHolder(program) == holder ? process : std::nullopt;
+}
+
+bool anyRunning() {
+    return std::any_of(std::begin(kPrograms), std::end(kPrograms),
+                       [](const char* program) { return runningProgram(program).has_value(); });
+}
+
+std::string startProgram(const std::string& program, bool endsWithCaller, Process& process) {
+    const OwnedDescriptor log(openRegularFile(logOf(program), O_WRONLY | O_CREAT | O_APPEND));
+    if (log.get() < 0) return fileError(logOf(program), errno);
+    const OwnedDescriptor lock(openProgramLock(program));
+    if (lock.get() < 0) return fileError(programLockFile(program), errno);
+    const int error = startProcess({fileOf(program), log.get(), lock.get(), endsWithCaller}, process);
+    if (error == EBUSY) return program + " is running already";
+    return error == 0 ? "" : fileError(fileOf(program), error);
+}
+
+bool stopPrograms() {
+    bool allStopped = true;
+    for (auto program = std::rbegin(kPrograms); program != std::rend(kPrograms); ++program) {
+        allStopped = stopProgram(*program) && allStopped;
+    }
+    return allStopped;
+}
+
+}  // namespace hidlaudio::host

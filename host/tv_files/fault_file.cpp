@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fault_file.h"
+
+#include <errno.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <sstream>
+#include <vector>
+
+#include "folder_lock.h"
+#include "value_file.h"
+
+namespace hidlaudio::host {
+namespace {
+
+constexpr std::string_view kDelay = "delay=";
+constexpr std::string_view kDies = "dies";
+
+std::vector<std::string> wordsOf(std::string_view text) {
+    std::istringstream stream{std::string(text)};
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) words.push_back(word);
+    return words;
+}
+
+/** What the fault does, from the first word; false for any other text. */
+bool parseKind(const std::string& word, FaultSetting& fault) {
+    const bool delays = word.compare(0, kDelay.size(), kDelay) == 0;
+    if (word == kDies) fault.kind = FaultKind::Dies;
+    if (delays) fault.kind = FaultKind::Delays;
+    if (fault.kind == FaultKind::Dies) return true;
+    const std::optional<int32_t> number = parseInt32(delays ? word.substr(kDelay.size()) : word);
+    (delays ? fault.delay : fault.status) = number.value_or(0);
+    return number && fault.delay >= 0;
+}
+
+int useUpOnce(const std::string& path, FaultSetting fault) {
+    if (fault.count == 0) return 0;
+    if (fault.pass > 0) {
+        --fault.pass;
+    } else if (fault.count == 1) {
+        return unlink(path.c_str()) == 0 ? 0 : errno;
+    } else {
+        --fault.count;
+    }
+    return writeValueFile(path, formatFault(fault));
+}
+
+/** Reads the fault and uses it up once; none where there is no file, or the call is let pass. */
+int readFault(const std::string& folder, const std::string& path, std::optional<FaultSetting>& fault) {
+    const FolderLock lock(folder);
+    if (lock.error() != 0) return lock.error();
+    std::string text;
+    const int error = readValueFile(path, text);
+    if (error != 0) return error == ENOENT ? 0 : error;
+    fault = parseFault(text);
+    if (!fault) return EINVAL;
+    const int used = useUpOnce(path, *fault);
+    if (fault->pass > 0) fault.reset();
+    return used;
+}
+
+/** Here the programs' clock is not at hand: a vendor's library sleeps on the real one. */
+void sleepFor(int32_t milliseconds) {
+    const char* const text = getenv("HIDLAUDIO_CLOCK");
+    const int32_t speed = std::max(1, parseInt32(text != nullptr ? text : "").value_or(1));
+    const int64_t nanoseconds = int64_t{milliseconds} * 1000000 / speed;
+    timespec time{};
+    time.tv_sec = static_cast<time_t>(nanoseconds / 1000000000);
+    time.tv_nsec = static_cast<long>(nanoseconds % 1000000000);
+    clock_nanosleep(CLOCK_MONOTONIC, 0, &time, nullptr);
+}
+
+}  // namespace
+
+std::string formatFault(const FaultSetting& fault) {
+    std::string text = std::to_string(fault.status);
+    if (fault.kind == FaultKind::Delays) text = std::string(kDelay) + std::to_string(fault.delay);
+    if (fault.kind == FaultKind::Dies) text = kDies;
+    if (fault.count != 0) text += " " + std::to_string(fault.count);
+    if (fault.pass != 0) text += " " + std::to_string(fault.pass);
+    return text + "\n";
+}
+
+std::optional<FaultSetting> parseFault(std::string_view text) {
+    const std::vector<std::string> words = wordsOf(text);
+    FaultSetting fault;
+    if (words.empty() || words.size() > 3 || !parseKind(words[0], fault)) return std::nullopt;
+    if (words.size() == 1) return fault;
+    const std::optional<int32_t> count = parseInt32(words[1]);
+    const std::optional<int32_t> pass = parseInt32(words.size() == 3 ? words[2] : "0");
+    if (!count || !pass || *count < 1 || *pass < 0) return std::nullopt;
+    fault.count = *count;
+    fault.pass = *pass;
+    return fault;
+}
+
+int takeFault(const std::string& folder, const std::string& function, std::optional<int32_t>& status) {
+    status.reset();
+    const std::string path = folder + "/" + function;
+    if (access(path.c_str(), F_OK) != 0 && errno == ENOENT) return 0;
+    std::optional<FaultSetting> fault;
+    const int error = readFault(folder, path, fault);
+    if (error != 0 || !fault) return error;
+    if (fault->kind == FaultKind::Returns) status = fault->status;
+    if (fault->kind == FaultKind::Delays) sleepFor(fault->delay);
+    if (fault->kind == FaultKind::Dies) kill(getpid(), SIGKILL);
+    return 0;
+}
+
+}  // namespace hidlaudio::host

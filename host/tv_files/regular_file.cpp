@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "regular_file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include "host/program/owned_descriptor.h"
+
+namespace hidlaudio::host {
+namespace {
+
+const char* kindOf(mode_t mode) {
+    if (S_ISLNK(mode)) return "a link";
+    if (S_ISFIFO(mode)) return "a named pipe";
+    if (S_ISSOCK(mode)) return "a socket";
+    return S_ISCHR(mode) || S_ISBLK(mode) ? "a device" : nullptr;
+}
+
+}  // namespace
+
+int openRegularFile(const std::string& path, int flags, mode_t mode) {
+    if ((flags & O_ACCMODE) != O_RDONLY) flags |= O_NOFOLLOW;
+    OwnedDescriptor fd(open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode));
+    struct stat status{};
+    if (fd.get() < 0 || fstat(fd.get(), &status) != 0) return -1;
+    if (S_ISREG(status.st_mode)) return fd.release();
+    fd.reset();
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return -1;
+}
+
+std::string irregularityOf(const std::string& path) {
+    struct stat status{};
+    const char* const kind = lstat(path.c_str(), &status) == 0 ? kindOf(status.st_mode) : nullptr;
+    return kind == nullptr ? "" : path + " is " + kind + ", not a regular file";
+}
+
+std::string fileError(const std::string& path, int error) {
+    const std::string irregularity = irregularityOf(path);
+    return irregularity.empty() ? path + ": " + strerror(error) : irregularity;
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "value_file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <inttypes.h>
+#include <stdio.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+
+#include "host/program/owned_descriptor.h"
+#include "regular_file.h"
+
+namespace hidlaudio::host {
+namespace {
+
+constexpr size_t kLongestName = 128;
+
+int readAll(int fd, std::string& content) {
+    std::string bytes(kLargestValueFile + 1, '\0');
+    size_t length = 0;
+    while (length < bytes.size()) {
+        const ssize_t count = read(fd, bytes.data() + length, bytes.size() - length);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return errno;
+        if (count == 0) break;
+        length += static_cast<size_t>(count);
+    }
+    if (length > kLargestValueFile) return EFBIG;
+    bytes.resize(length);
+    content = std::move(bytes);
+    return 0;
+}
+
+int writeAll(int fd, const std::string& content) {
+    size_t written = 0;
+    while (written < content.size()) {
+        const ssize_t count = write(fd, content.data() + written, content.size() - written);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return errno;
+        written += static_cast<size_t>(count);
+    }
+    return fchmod(fd, 0644) == 0 ? 0 : errno;
+}
+
+/** A name beside the file that no other writer uses. */
+std::string temporaryFor(const std::filesystem::path& file) {
+    uint64_t number = 0;
+    while (getrandom(&number, sizeof(number), 0) != sizeof(number)) {
+    }
+    char end[20];
+    snprintf(end, sizeof(end), ".%016" PRIx64, number);
+    return (file.parent_path() / ("." + file.filename().string() + end)).string();
+}
+
+/** Gives a name to a file that was opened without one. Returns 0, or an errno: EEXIST if the name is taken.
+ */
+int giveName(int fd, const std::string& path) {
+    const std::string unnamed = "/proc/self/fd/" + std::to_string(fd);
+    return linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
+}
+
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+bool isNameCharacter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '-' || c == '.';
+}
+
+template <typename Number>
+std::optional<Number> parse(std::string_view text) {
+    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
+    while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
+    Number value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+}  // namespace
+
+int readValueFile(const std::string& path, std::string& content) {
+    const OwnedDescriptor fd(openRegularFile(path, O_RDONLY));
+    return fd.get() < 0 ? errno : readAll(fd.get(), content);
+}
+
+int writeValueFile(const std::string& path, const std::string& content) {
+    const std::filesystem::path file(path);
+    const std::string temporary = temporaryFor(file);
+    OwnedDescriptor fd(open(file.parent_path().c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600));
+    // Not every file system can make a file without a name.
+    const bool named = fd.get() < 0;
+    if (named) fd.reset(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (fd.get() < 0) return errno;
+    int error = writeAll(fd.get(), content);
+    if (error == 0 && !named) {
+        error = giveName(fd.get(), path);
+        if (error != EEXIST) return error;
+        error = giveName(fd.get(), temporary);
+    }
+    if (error == 0 && rename(temporary.c_str(), path.c_str()) != 0) error = errno;
+    if (error != 0) unlink(temporary.c_str());
+    return error;
+}
+
+std::optional<int32_t> parseInt32(std::string_view text) {
+    return parse<int32_t>(text);
+}
+
+std::optional<uint32_t> parseUint32(std::string_view text) {
+    return parse<uint32_t>(text);
+}
+
+bool isValueName(std::string_view name) {
+    return !name.empty() && name.size() <= kLongestName && name.front() != '.' &&
+           std::all_of(name.begin(), name.end(), isNameCharacter);
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "calibration_state.h"
+
+#include <optional>
+
+#include "calibration_data.h"
+#include "calibration_file.h"
+#include "enabled_flag.h"
+#include "platform/persisted_file.h"
+#include "smooth_delay.h"
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace {
+
+using platform::KeptFile;
+
+constexpr int64_t kMarkerAndEnd = 8;
+
+std::optional<int64_t> keptSwitch(const std::optional<KeptFile>& file) {
+    return file && file->size > 0 ? std::optional<int64_t>(file->start[0]) : std::nullopt;
+}
+
+/** By the size of the file alone; nothing for one that was not written whole. */
+std::optional<int64_t> keptChannels(const std::optional<KeptFile>& file) {
+    constexpr int64_t kRecordSize = sizeof(aud_ac_data_Table);
+    if (!file || file->size < kMarkerAndEnd || (file->size - kMarkerAndEnd) % kRecordSize != 0) return {};
+    return (file->size - kMarkerAndEnd) / kRecordSize;
+}
+
+}  // namespace
+
+std::vector<platform::StateItem> describeSmoothDelay() {
+    const std::lock_guard lock(calibrationLock);
+    return {platform::yesNo("enabled", smoothDelay().enabled),
+            platform::number("channels", static_cast<int64_t>(smoothDelay().values.size()))};
+}
+
+std::vector<platform::StateItem> describeEnabledFile() {
+    return {platform::text("enabled_file", kEnabledFile),
+            platform::number("enabled", keptSwitch(platform::lookAtFile(kEnabledFile)))};
+}
+
+std::vector<platform::StateItem> describeResultsFile() {
+    const std::optional<KeptFile> results = platform::lookAtFile(kCalibrationFile);
+    return {platform::text("results_file", kCalibrationFile),
+            platform::number("results_bytes", results ? std::optional(results->size) : std::nullopt),
+            platform::number("results_channels", keptChannels(results))};
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "slot_state.h"
+
+#include "parameter_slot.h"
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace {
+
+const char* nameOf(TransferState state) {
+    switch (state) {
+        case TransferState::Idle:
+            return "ended";
+        case TransferState::Waiting:
+            return "waiting";
+        case TransferState::Transferring:
+            return "transferring";
+    }
+    return "?";
+}
+
+REQUIRES(virtualizerLock) const char* describe(const Upload* upload) {
+    return upload != nullptr ? nameOf(upload->transferState) : "none";
+}
+
+/** The upload that the slot has given up and that is not over for its thread or the driver. */
+const Upload* earlierUpload(const aud_hv_parameter& slot) {
+    return slot.carried != nullptr && slot.carried != slot.upload ? slot.carried.get() : slot.lingering.get();
+}
+
+}  // namespace
+
+std::vector<platform::StateItem> describeSlot(ParamType type) {
+    const aud_hv_parameter& slot = *getParamFromType(type);
+    const Upload* const upload = slot.upload.get();
+    return {platform::yesNo("allocated", slot.handle != kNoHandle),
+            platform::number("size", slot.registeredSize),
+            platform::number("filled", slot.appendAccumulation),
+            platform::text("upload", describe(upload)),
+            platform::yesNo("cancelled_while_waiting", upload != nullptr && upload->cancelFlag),
+            platform::text("earlier_upload", describe(earlierUpload(slot)))};
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <vector>
+
+#include "parameter_kind.h"
+#include "platform/state_dump.h"
+#include "virtualizer_lock.h"
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+
+/** Describes a kind's buffer and its upload, without their contents. Any thread that holds the lock. */
+std::vector<platform::StateItem> describeSlot(ParamType type) REQUIRES(virtualizerLock);
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

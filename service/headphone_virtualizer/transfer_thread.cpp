@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "transfer_thread.h"
+
+#include <hardware_legacy/power.h>
+#include <pthread.h>
+
+#include "log_tag.h"
+#include "platform/log.h"
+#include "transfer_wait.h"
+#include "transfer_watch.h"
+
+namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace {
+
+using platform::logDebug;
+using platform::logError;
+using platform::logInfo;
+
+constexpr char kThread[] = "paramTransferThread";
+
+/** Results that the callback receives, besides the controller's own. */
+enum Outcome : int32_t { kCancelled = 1, kNotHandedOver = -2, kTimeout = -2, kNotPrepared = -3 };
+
+/** Kind of the calling transfer thread; null on every other thread. */
+thread_local const ParameterKind* kindOfThisThread = nullptr;
+
+bool holdWakeLock(const char* name) {
+    logDebug(kTag, "[%s] Acquire Wakelock %s", kThread, name);
+    if (const int result = acquire_wake_lock(PARTIAL_WAKE_LOCK, name); result < 0) {
+        logError(kTag, "[%s] Acquire Wakelock failed(errno:%d).", kThread, result);
+        return false;
+    }
+    logInfo(kTag, "[%s] Acquire Wakelock completed.", kThread);
+    return true;
+}
+
+void releaseWakeLock(const char* name) {
+    logDebug(kTag, "Release Wakelock %s", name);
+    const int result = release_wake_lock(name);
+    if (result < 0) {
+        logError(kTag, "Release Wakelock failed(errno:%d).", result);
+    } else {
+        logInfo(kTag, "Release Wakelock completed.");
+    }
+}
+
+/** Returns the controller's result. A failed read leaves the state as it was. */
+int32_t awaitOutcome(const TransferWatch& watch, Upload& upload) {
+    platform::BeCtrlTransferState state{};
+    for (;;) {
+        const WatchEvent event = awaitEvent(watch);
+        if (event == WatchEvent::Timeout) {
+            logError(kTag, "[%s] epoll timeout!!", kThread);
+            return kTimeout;
+        }
+        if (event != WatchEvent::StateChanged) continue;
+        logDebug(kTag, "[%s] update proc file!!", kThread);
+        const bool known = platform::readBeCtrlTransferState(upload.kind.stateFile, state) == 0;
+        logDebug(kTag, "[%s] read proc file(state)=0x%x", kThread, static_cast<uint8_t>(state.state));
+        logDebug(kTag, "[%s] read proc file(result)=0x%x", kThread, state.result);
+        if (state.state == platform::kBeCtrlInProgress) continue;
+        if (known) upload.hold = DriverHold::Done;
+        return platform::summarizeTransferResult(state.result);
+    }
+}
+
+int32_t transfer(Upload& upload) {
+    TransferWatch watch;
+    if (const char* failure = openTransferWatch(upload.kind.stateFile, watch); failure != nullptr) {
+        logError(kTag, "[%s] %s", kThread, failure);
+        return kNotPrepared;
+    }
+    const int32_t status =
+        platform::setParametersToBeCtrl(upload.kind.setIoctl, upload.data.get(), upload.size);
+    if (status != 0) return kNotHandedOver;
+    upload.hold = DriverHold::Reading;
+    return awaitOutcome(watch, upload);
+}
+
+/** Waits for the upload's predecessor. A queued upload may have been cancelled before its thread took it. */
+int32_t awaitTurn(const Upload& upload, bool wasQueued) {
+    const std::lock_guard lock(virtualizerLock);
+    if (wasQueued && upload.cancelFlag) return kWaitCancelled;
+    return upload.predecessor ? waitOtherParamTransferThreadFinish(*upload.predecessor, upload) : 0;
+}
+
+void setTransferring(Upload& upload) {
+    const std::lock_guard lock(virtualizerLock);
+    upload.transferState = TransferState::Transferring;
+}
+
+int32_t run(Upload& upload, bool wasQueued) {
+    if (!holdWakeLock(upload.kind.wakeLock)) return kNotPrepared;
+    const int32_t waited = awaitTurn(upload, wasQueued);
+    if (waited == kWaitTimeout) {
+        logError(kTag, "[%s] Waiting thread finish is Timeout!", kThread);
+        return kTimeout;
+    }
+    if (waited == kWaitCancelled) {
+        logDebug(kTag, "[%s] Waiting thread finish is canceled", kThread);
+        return kCancelled;
+    }
+    setTransferring(upload);
+    return transfer(upload);
+}
+
+void notifyClient(const sp<IHeadphoneVirtualizerCallback>& callback, int32_t result) {
+    const auto told = callback->onApplyResult(result);
+    if (!told.isOk()) logError(kTag, "[%s] the client cannot be told: %d", kThread, result);
+}
+
+/** Ends the upload for everybody else. Returns the upload that the thread carries out next, or null. */
+std::shared_ptr<Upload> passOn(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload) {
+    const std::lock_guard lock(virtualizerLock);
+    upload->transferState = TransferState::Idle;
+    // Only one transfer of a kind is ever with the driver.
+    if (upload->hold != DriverHold::None) slot.lingering.reset();
+    if (upload->hold == DriverHold::Reading) slot.lingering = upload;
+    if (slot.upload == upload) initializeParameter(&slot);
+    slot.carried.reset();
+    if (!slot.queue.empty()) {
+        slot.carried = slot.queue.front();
+        slot.queue.pop_front();
+    }
+    return slot.carried;
+}
+
+std::shared_ptr<Upload> finish(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload) {
+    upload->predecessor.reset();
+    if (upload->hold != DriverHold::Reading) upload->data.reset();
+    upload->callback.clear();
+    // Before the slot is free: the next upload of this kind takes the same wake lock.
+    releaseWakeLock(upload->kind.wakeLock);
+    auto next = passOn(slot, upload);
+    logDebug(kTag, "paramTransferThread finished");
+    return next;
+}
+
+std::shared_ptr<Upload> firstUpload(const aud_hv_parameter& slot) {
+    const std::lock_guard lock(virtualizerLock);
+    return slot.carried;
+}
+
+void* paramTransferThread(void* argument) {
+    aud_hv_parameter& slot = *static_cast<aud_hv_parameter*>(argument);
+    kindOfThisThread = &slot.kind;
+    bool wasQueued = false;
+    for (std::shared_ptr<Upload> upload = firstUpload(slot); upload != nullptr;) {
+        logDebug(kTag, "[%s] start", kThread);
+        notifyClient(upload->callback, run(*upload, wasQueued));
+        upload = finish(slot, upload);
+        wasQueued = true;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+bool startParamTransferThread(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload) {
+    slot.carried = upload;
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, paramTransferThread, &slot) != 0) {
+        slot.carried.reset();
+        return false;
+    }
+    pthread_detach(thread);
+    return true;
+}
+
+bool isTransferThreadOf(const ParameterKind& kind) {
+    return kindOfThisThread == &kind;
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "MicControl.h"
+
+#include <stdio.h>
+
+#include <string>
+#include <string_view>
+
+#include "platform/PrimaryHalAccessor.h"
+#include "platform/hal_parameters.h"
+#include "platform/log.h"
+#include "platform/write_dump.h"
+
+namespace com::tovi::dtv::hardware::audio::V6_1::implementation {
+namespace {
+
+using ::android::sp;
+using ::android::hardware::Void;
+using ::android::hardware::audio::V5_0::IPrimaryDevice;
+using platform::logDebug;
+using platform::logError;
+
+constexpr char kTag[] = "MicControl";
+constexpr char kBuiltInMic[] = "AUDIO_DEVICE_IN_BUILTIN_MIC";
+constexpr char kGainParameter[] = "builtin_mic_gain";
+constexpr float kLeastGain = 0.0F;
+constexpr float kMostGain = 1.0F;
+constexpr int32_t kRefused = -1;
+
+sp<IPrimaryDevice> primaryDevice;
+
+/** Written so that what is no number is no gain either. */
+bool isGain(float scale) {
+    if (scale >= kLeastGain && scale <= kMostGain) return true;
+    logError(kTag, "Illegal parameters: scale:%f", scale);
+    return false;
+}
+
+bool isKnownDevice(const hidl_string& name) {
+    // With its length: a name that hides more behind a zero byte is another one.
+    if (std::string_view(name.c_str(), name.size()) == kBuiltInMic) return true;
+    logError(kTag, "Illegal parameters: micDevice:%s", name.c_str());
+    return false;
+}
+
+/** The gain that the HAL tells in whatever form it likes; 0 where that begins with no number. */
+float askHal() {
+    const std::string text = platform::getHalParameter(primaryDevice, kGainParameter);
+    float scale = 0.0F;
+    return sscanf(text.c_str(), "%f", &scale) == 1 ? scale : 0.0F;
+}
+
+/** Of the audio HAL only whether there was one at the start: asking it might take long. */
+platform::ServiceState describe() {
+    return {"MicControl",
+            {{"settings", {platform::text("gain_parameter", kGainParameter)}},
+             {"audio_hal", {platform::yesNo("opened", primaryDevice != nullptr)}}}};
+}
+
+}  // namespace
+
+MicControl::MicControl() {
+    logDebug(kTag, "[%s] start", __func__);
+    primaryDevice = platform::PrimaryHalAccessor().getHalPrimaryDevice();
+    if (primaryDevice == nullptr) {
+        logError(kTag, "load audio interface failed");
+    } else {
+        logDebug(kTag, "[%s] end", __func__);
+    }
+}
+
+Return<int32_t> MicControl::setMicGain(const hidl_string& micDevice, float scale) {
+    logDebug(kTag, "[%s] start micDevice=[%s] scale=[%f]", __func__, micDevice.c_str(), scale);
+    if (!isGain(scale) || !isKnownDevice(micDevice)) return kRefused;
+    if (primaryDevice == nullptr) {
+        logError(kTag, "PrimaryHAL getService fails");
+        return kRefused;
+    }
+    if (!platform::setHalParameter(primaryDevice, kGainParameter, std::to_string(scale))) {
+        logError(kTag, "setParameters failed");
+        return kRefused;
+    }
+    logDebug(kTag, "[%s] end ret:%d", __func__, 0);
+    return 0;
+}
+
+Return<float> MicControl::getMicGain(const hidl_string& micDevice) {
+    logDebug(kTag, "[%s] start", __func__);
+    if (!isKnownDevice(micDevice)) return 0.0F;
+    const float scale = primaryDevice != nullptr ? askHal() : 0.0F;
+    logDebug(kTag, "[%s] end:scale = %f", __func__, scale);
+    return scale;
+}
+
+Return<void> MicControl::getMicDevices(getMicDevices_cb _hidl_cb) {
+    logDebug(kTag, "[%s] start", __func__);
+    const hidl_vec<hidl_string> devices{kBuiltInMic};
+    for (size_t i = 0; i < devices.size(); ++i) {
+        logDebug(kTag, "[%s] devices[%zu]=[%s]", __func__, i, devices[i].c_str());
+    }
+    logDebug(kTag, "[%s] end", __func__);
+    _hidl_cb(devices);
+    return Void();
+}
+
+Return<void> MicControl::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
+    platform::answerDebug(fd, options, describe);
+    return Void();
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::V6_1::implementation

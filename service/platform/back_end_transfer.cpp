@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "back_end_transfer.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "log.h"
+
+namespace com::tovi::dtv::hardware::audio::platform {
+namespace {
+
+constexpr char kTag[] = "AudioHV";
+constexpr char kDevice[] = "/dev/tovi_bectrl";
+constexpr int32_t kUnreachable = -5;
+
+/** `function` is who asks, for the log. */
+int32_t request(const char* function, uint32_t code, void* argument) {
+    const int fd = open(kDevice, O_RDWR | O_CLOEXEC);
+    if (fd < 0) {
+        logError(kTag, "[%s] bectrl device file open failed! : (%d)", function, kUnreachable);
+        return kUnreachable;
+    }
+    const int status = ioctl(fd, code, argument);
+    if (status != 0) logError(kTag, "[%s] ioctl() failed! : (%d)", function, status);
+    close(fd);
+    return status == 0 ? 0 : kUnreachable;
+}
+
+}  // namespace
+
+int32_t setParametersToBeCtrl(uint32_t code, const uint8_t* data, uint32_t count) {
+    bectrl_param_transfer_arg argument{};
+    argument.count = count;
+    argument.address = reinterpret_cast<uintptr_t>(data);
+    return request(__func__, code, &argument);
+}
+
+int32_t notifyCancelToBeCtrl(uint32_t code) {
+    return request(__func__, code, nullptr);
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::platform

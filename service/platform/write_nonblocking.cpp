@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "write_nonblocking.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace com::tovi::dtv::hardware::audio::platform {
+namespace {
+
+/** What one page of a pipe and one packet of a socket hold in any case. */
+constexpr size_t kPiece = 4096;
+
+/** Keeps the SIGPIPE of this thread's writes, which would end the process, from being delivered. */
+class NoBrokenPipe {
+  public:
+    NoBrokenPipe() {
+        sigemptyset(&signal_);
+        sigaddset(&signal_, SIGPIPE);
+        sigset_t pending;
+        sigpending(&pending);
+        wasPending_ = sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+    }
+    ~NoBrokenPipe() {
+        const timespec noTime{};
+        if (!wasPending_) sigtimedwait(&signal_, nullptr, &noTime);
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    NoBrokenPipe(const NoBrokenPipe&) = delete;
+    NoBrokenPipe& operator=(const NoBrokenPipe&) = delete;
+
+  private:
+    sigset_t signal_{};
+    sigset_t before_{};
+    bool wasPending_ = false;
+};
+
+/**
+ * A pipe of our own. A write to the other one would wait once its room is taken, and
+ * asking for room first leaves a moment in which another writer can take it; moving
+ * bytes from pipe to pipe is what the kernel does without a wait when told so.
+ */
+struct OwnPipe {
+    OwnPipe() {
+        if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) ends[0] = ends[1] = -1;
+    }
+    ~OwnPipe() {
+        if (ends[0] < 0) return;
+        close(ends[0]);
+        close(ends[1]);
+    }
+    OwnPipe(const OwnPipe&) = delete;
+    OwnPipe& operator=(const OwnPipe&) = delete;
+
+    int ends[2];
+};
+
+/** A writer of a piece: how many bytes were taken, or -1 with errno. */
+using WritePiece = ssize_t (*)(int fd, const char* data, size_t size);
+
+ssize_t writeToPipe(int fd, const char* data, size_t size) {
+    const NoBrokenPipe noBrokenPipe;
+    const OwnPipe own;
+    if (own.ends[0] < 0) return -1;
+    const ssize_t filled = write(own.ends[1], data, size);
+    if (filled <= 0) return -1;
+    return splice(own.ends[0], nullptr, fd, nullptr, static_cast<size_t>(filled), SPLICE_F_NONBLOCK);
+}
+
+ssize_t writeToSocket(int fd, const char* data, size_t size) {
+    return send(fd, data, size, MSG_DONTWAIT | MSG_NOSIGNAL);
+}
+
+ssize_t writeToMemory(int fd, const char* data, size_t size) {
+    return write(fd, data, size);
+}
+
+bool isPipe(int fd) {
+    return fcntl(fd, F_GETPIPE_SZ) >= 0;
+}
+
+bool isSocket(int fd) {
+    int type = 0;
+    socklen_t size = sizeof(type);
+    return getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0;
+}
+
+bool isMemory(int fd) {
+    return fcntl(fd, F_GET_SEALS) >= 0;
+}
+
+struct Target {
+    /** Answered by the kernel alone; stat() would ask whoever serves a file. */
+    bool (*is)(int fd);
+    WritePiece write;
+};
+
+constexpr Target kTargets[] = {{isPipe, writeToPipe}, {isSocket, writeToSocket}, {isMemory, writeToMemory}};
+
+}  // namespace
+
+int writeAtOnce(int fd, std::string_view text) {
+    if (fcntl(fd, F_GETFL) < 0) return errno;
+    const Target* const target = std::find_if(std::begin(kTargets), std::end(kTargets),
+                                              [fd](const Target& known) { return known.is(fd); });
+    if (target == std::end(kTargets)) return EOPNOTSUPP;
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, kPiece);
+        const ssize_t taken = target->write(fd, piece.data(), piece.size());
+        if (taken < 0) return errno;
+        if (taken == 0) return EAGAIN;
+        text.remove_prefix(static_cast<size_t>(taken));
+    }
+    return 0;
+}
+
+}  // namespace com::tovi::dtv::hardware::audio::platform

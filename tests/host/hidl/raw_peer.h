@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <hwbinder/Parcel.h>
+#include <string.h>
+#include <sys/mman.h>
+#include <sys/time.h>
+#include <transport/wire.h>
+
+#include <optional>
+
+#include "fixture.h"
+#include "host/hidl/src/registry/registry.h"
+
+namespace hidlaudio::test {
+
+using namespace android::hardware::transport;  // NOLINT: the wire's names are what this file is about
+using android::hardware::Parcel;
+
+/** The probe's methods that are called by number. */
+enum ProbeMethod : uint32_t {
+    kAdd = 1,
+    kMark,
+    kSetCallback,
+    kGetCallback,
+    kEchoBytes,
+    kEchoText,
+    kEchoTexts,
+    kPassCallbacks,
+    kReadFiles,
+    kNote,
+    kWait = 15,
+    kAnswerThenWait = 16,
+    kCallBack = 18,
+    kCallBackFromThread = 19,
+};
+
+/** A message as a peer may make it: nothing in the header follows from the rest by itself. */
+struct RawMessage {
+    MessageHeader header{};
+    std::vector<uint8_t> body;
+    std::vector<int> fds;
+};
+
+inline RawMessage rawMessage(MessageType type, uint64_t target = 0, uint32_t code = 0) {
+    RawMessage message;
+    message.header.type = type;
+    message.header.target = target;
+    message.header.code = code;
+    return message;
+}
+
+/** Writes the arguments of a call. */
+using Write = std::function<void(Parcel&)>;
+
+/** A well-formed call of `method`. */
+inline RawMessage rawCall(uint64_t object, uint32_t method, const Write& write = [](auto&) {}) {
+    Parcel parcel;
+    parcel.writeInterfaceToken(ParentProbe::descriptor);
+    write(parcel);
+    RawMessage message = rawMessage(kCall, object, method);
+    message.body.assign(parcel.outgoing().body(), parcel.outgoing().body() + parcel.outgoing().bodySize);
+    message.header.bodySize = static_cast<uint32_t>(message.body.size());
+    message.fds = parcel.outgoing().fds;
+    message.header.fdCount = static_cast<uint16_t>(message.fds.size());
+    return message;
+}
+
+/** A vector or string of `content` that claims to hold `size` elements. */
+inline Write sequence(uint32_t size, const std::string& content, uint32_t parentOffset = 0) {
+    return [=](Parcel& parcel) {
+        const uint32_t structure[4] = {0, 0, size, 1};
+        size_t handle = 0;
+        parcel.writeBuffer(structure, sizeof(structure), &handle);
+        parcel.writeEmbeddedBuffer(content.data(), content.size(), &handle, handle, parentOffset);
+    };
+}
+
+inline void addReference(RawMessage* message, uint64_t object, uint32_t owner, uint32_t reserved = 0) {
+    const ObjectReference reference{object, owner, reserved};
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&reference);
+    message->body.insert(message->body.end(), bytes, bytes + sizeof(reference));
+    ++message->header.objectCount;
+}
+
+/** Sends one packet; whether the kernel took it. Once sent, it lies in the service's queue. */
+inline bool sendRaw(int socket, const void* data, size_t size, const std::vector<int>& fds = {}) {
+    iovec part{const_cast<void*>(data), size};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    const size_t fdBytes = fds.size() * sizeof(int);
+    std::vector<char> control(CMSG_SPACE(fdBytes));
+    if (!fds.empty()) {
+        message.msg_control = control.data();
+        message.msg_controllen = control.size();
+        cmsghdr* rights = CMSG_FIRSTHDR(&message);
+        rights->cmsg_level = SOL_SOCKET;
+        rights->cmsg_type = SCM_RIGHTS;
+        rights->cmsg_len = CMSG_LEN(fdBytes);
+        memcpy(CMSG_DATA(rights), fds.data(), fdBytes);
+    }
+    return sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT) == static_cast<ssize_t>(size);
+}
+
+inline bool sendRaw(int socket, const RawMessage& message) {
+    std::vector<uint8_t> packet(kHeaderSize);
+    memcpy(packet.data(), &message.header, kHeaderSize);
+    packet.insert(packet.end(), message.body.begin(), message.body.end());
+    return sendRaw(socket, packet.data(), packet.size(), message.fds);
+}
+
+/**
+ * The next packet; nothing where the peer has closed, or none comes.
+ *
+ * @param fds its descriptors, which are closed otherwise
+ */
+inline std::optional<RawMessage> receiveRaw(int socket, std::vector<unique_fd>* fds = nullptr) {
+    std::vector<uint8_t> packet(kMaxPacket);
+    iovec part{packet.data(), packet.size()};
+    alignas(cmsghdr) char control[CMSG_SPACE(16 * sizeof(int))];
+    msghdr header{};
+    header.msg_iov = &part;
+    header.msg_iovlen = 1;
+    header.msg_control = control;
+    header.msg_controllen = fds != nullptr ? sizeof(control) : 0;
+    const ssize_t size = recvmsg(socket, &header, MSG_CMSG_CLOEXEC);
+    if (size < static_cast<ssize_t>(kHeaderSize)) return std::nullopt;
+    const cmsghdr* rights = CMSG_FIRSTHDR(&header);
+    for (size_t i = 0; rights != nullptr && CMSG_LEN(i * sizeof(int)) < rights->cmsg_len; ++i) {
+        int fd = -1;
+        memcpy(&fd, CMSG_DATA(rights) + i * sizeof(int), sizeof(fd));
+        fds->emplace_back(fd);
+    }
+    RawMessage message;
+    memcpy(&message.header, packet.data(), kHeaderSize);
+    message.body.assign(packet.begin() + kHeaderSize, packet.begin() + size);
+    return message;
+}
+
+/** Whether the peer closes the socket, whatever it sends before. */
+inline bool closes(int socket) {
+    char byte;
+    ssize_t size;
+    while ((size = recv(socket, &byte, 1, 0)) > 0) {
+    }
+    return size == 0 || errno == ECONNRESET;
+}
+
+/** The transport's status in the reply to a call. */
+inline status_t statusOfReply(int socket) {
+    const std::optional<RawMessage> reply = receiveRaw(socket);
+    EXPECT_TRUE(reply && reply->header.type == kReply);
+    return reply ? static_cast<status_t>(reply->header.code) : INT32_MIN;
+}
+
+/** The result of mark() in a reply. */
+inline uint32_t positionOfReply(int socket) {
+    const std::optional<RawMessage> reply = receiveRaw(socket);
+    uint32_t words[2] = {1, UINT32_MAX};  // the callee's status, the result
+    if (reply && reply->body.size() >= sizeof(words)) memcpy(words, reply->body.data(), sizeof(words));
+    EXPECT_EQ(words[0], 0u);
+    return words[1];
+}
+
+/** Memory as a peer may share it, unless the seals are others. */
+inline unique_fd sealedMemory(size_t size, int seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) {
+    unique_fd memory(memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    EXPECT_EQ(ftruncate(memory.get(), static_cast<off_t>(size)), 0);
+    EXPECT_EQ(fcntl(memory.get(), F_ADD_SEALS, seals), 0);
+    return memory;
+}
+
+/** A client that speaks the transport by hand. */
+class RawPeer {
+  public:
+    /** Connects to the service registered as `instance`, and says nothing. */
+    explicit RawPeer(const std::string& instance = "default") {
+        RegistryEntry entry;
+        EXPECT_TRUE(registryFind(ParentProbe::descriptor, instance, &entry));
+        mObject = entry.object;
+        mControl = registryConnect(entry.socket);
+        limitWaiting(mControl.get());
+    }
+
+    int control() const { return mControl.get(); }
+    /** Number of the service's object. */
+    uint64_t object() const { return mObject; }
+
+    void hello() { EXPECT_TRUE(sendRaw(control(), rawMessage(kHello, 0x1234567890abcdef, kWireVersion))); }
+    /** A new call channel's near end, which stays this object's. */
+    int openChannel() {
+        EXPECT_TRUE(offerChannel());
+        return mChannels.back().get();
+    }
+
+    /** Whether a new call channel could be sent: not to a process that has closed the connection. */
+    bool offerChannel() {
+        int ends[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+        const unique_fd far(ends[1]);
+        mChannels.emplace_back(ends[0]);
+        limitWaiting(ends[0]);
+        RawMessage message = rawMessage(kNewCallChannel);
+        message.header.fdCount = 1;
+        message.fds = {far.get()};
+        return sendRaw(control(), message);
+    }
+
+  private:
+    static void limitWaiting(int socket) {
+        const timeval patience{20, 0};
+        EXPECT_EQ(setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience)), 0);
+    }
+
+    unique_fd mControl;
+    uint64_t mObject = 0;
+    std::vector<unique_fd> mChannels;
+};
+
+/** A peer that is ready to call. */
+struct RawClient : RawPeer {
+    explicit RawClient(const std::string& instance = "default") : RawPeer(instance) {
+        hello();
+        channel = openChannel();
+    }
+    int channel;
+};
+
+/** Beside a client that must not suffer. */
+class HostileTest : public ServedTest {
+  protected:
+    HostileTest() {
+        EXPECT_EQ(probe_->add(1, 2), 3);
+        descriptors_ = service_.descriptors();
+    }
+    /** The client is served at once, and nothing of the peers stays but `more` descriptors. */
+    void expectUnharmed(size_t more = 0) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(probe_->add(1, 2), 3);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+        EXPECT_TRUE(becomesTrue([=] { return service_.descriptors() == descriptors_ + more; }))
+            << service_.descriptors() << " descriptors, not " << descriptors_ + more;
+    }
+
+    size_t descriptors_;
+};
+
+}  // namespace hidlaudio::test

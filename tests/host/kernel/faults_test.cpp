@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/kernel/faults/faults.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include "host/kernel/clock/clock.h"
+#include "tests/support/run_program.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using host::countedCalls;
+using host::Fault;
+using host::injectFault;
+using host::injectFaults;
+using host::ScopedFault;
+
+constexpr char kFile[] = "/data/file";
+
+/** What a service does to store two bytes: 0, or the errno of what went wrong. */
+int store() {
+    const int fd = open(kFile, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (fd < 0) return errno;
+    for (const char* byte : {"1", "2"}) {
+        if (write(fd, byte, 1) == 1) continue;
+        const int error = errno;
+        close(fd);
+        return error;
+    }
+    const int error = fsync(fd) == 0 ? 0 : errno;
+    return close(fd) == 0 ? error : errno;
+}
+
+TEST(Faults, EveryCallOfAScenarioCanBeMadeToFail) {
+    const PrivateTv tv{"data"};
+    const std::pair<const char*, unsigned> calls[] = {{"open", 1}, {"write", 2}, {"fsync", 1}, {"close", 1}};
+    for (const auto& [call, times] : calls) {
+        unsigned n = 1;
+        for (;; ++n) {
+            const ScopedFault fault({call, n, EDQUOT});
+            const int error = store();
+            EXPECT_EQ(error, fault.struck() ? EDQUOT : 0) << call << " " << n;
+            if (!fault.struck()) break;
+        }
+        EXPECT_EQ(n, times + 1) << call;
+        EXPECT_EQ(store(), 0) << "nothing is left of the fault on " << call;
+    }
+    EXPECT_EQ(contentOf(tv / "data/file"), "12");
+}
+
+TEST(Faults, PassOrLastAndCountOnlyTheTvsCalls) {
+    const PrivateTv tv{"data"};
+    makeFile(tv / "elsewhere");
+    host::clearFaults();
+    ASSERT_TRUE(injectFault({"access", 2, EACCES}));
+    ASSERT_TRUE(injectFault({"usleep", 2, EINTR, true}));
+    std::string accesses, sleeps;
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(access((tv / "elsewhere").c_str(), F_OK), 0);
+        accesses += access("/data/", F_OK) == 0 ? "." : "x";
+        sleeps += usleep(0) == 0 ? "." : "x";
+    }
+    EXPECT_EQ(accesses, ".x..");
+    EXPECT_EQ(sleeps, ".xxx");
+    EXPECT_EQ(countedCalls("access"), 4U) << "the test's own file does not count";
+    host::clearFaults();
+    EXPECT_EQ(usleep(0), 0);
+    EXPECT_EQ(countedCalls("usleep"), 1U);
+}
+
+TEST(Faults, AreSetByText) {
+    const PrivateTv tv{"data"};
+    EXPECT_EQ(injectFaults("access:2:EACCES,write:1+:short=1,usleep:1:4"), "");
+    EXPECT_EQ(access("/data/", F_OK), 0);
+    EXPECT_EQ(access("/data/", F_OK), -1);
+    EXPECT_EQ(errno, EACCES);
+    const int fd = open(kFile, O_WRONLY | O_CREAT, 0600);
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(write(fd, "ab", 2), 1);
+    EXPECT_EQ(close(fd), 0);
+    EXPECT_EQ(usleep(1), -1);
+    EXPECT_EQ(errno, 4);
+    host::clearFaults();
+
+    host::SteppedClock clock;
+    EXPECT_EQ(injectFaults("access:2:delay=22000"), "");
+    EXPECT_EQ(access("/data/", F_OK), 0);
+    EXPECT_EQ(clock.now(), std::chrono::seconds(0));
+    EXPECT_EQ(access("/data/", F_OK), 0) << "it works, but late";
+    EXPECT_EQ(clock.now(), std::chrono::seconds(22));
+    EXPECT_EQ(injectFaults("access:1:dies"), "");
+    EXPECT_EXIT(access("/data/", F_OK), testing::KilledBySignal(SIGKILL), "");
+    host::clearFaults();
+
+    EXPECT_EQ(injectFaults(""), "");
+    for (const char* wrong :
+         {"write", "write:1", "write:0:EIO", "write:+:EIO", "nosuch:1:EIO", "write:1:EWHAT", "write:1:0",
+          "write:1:short", "read:1:short=", "access:1:short=1", "write:1:EIO;read:1:EIO", ",",
+          "access:1:delay=0", "access:1:dead", "write:99999999999:EIO"}) {
+        EXPECT_NE(injectFaults(wrong), "") << wrong;
+    }
+}
+
+/** Starts this very program, which has all that host_kernel does at a start. */
+int startWith(const std::string& variable, std::string& err) {
+    RunningProgram program({"/proc/self/exe", "--gtest_list_tests"}, {variable});
+    const int status = program.wait();
+    err = program.err();
+    return status;
+}
+
+TEST(Start, RefusesWhatItCannotDo) {
+    std::string err;
+    for (const char* wrong :
+         {"HIDLAUDIO_CLOCK=0", "HIDLAUDIO_CLOCK=-1", "HIDLAUDIO_CLOCK=50x", "HIDLAUDIO_CLOCK=1000001",
+          "HIDLAUDIO_CLOCK= 5", "HIDLAUDIO_FAULT=write", "HIDLAUDIO_FAULT=write:1:EIO,nosuch:1:EIO"}) {
+        EXPECT_EQ(startWith(wrong, err), 2) << wrong;
+        const std::string variable = std::string(wrong).substr(0, std::string(wrong).find('='));
+        EXPECT_THAT(err, testing::StartsWith(variable)) << wrong;
+    }
+    for (const char* right : {"HIDLAUDIO_CLOCK=", "HIDLAUDIO_CLOCK=1000000",
+                              "HIDLAUDIO_FAULT=", "HIDLAUDIO_FAULT=write:3:ENOSPC,read:1+:short=2"}) {
+        EXPECT_EQ(startWith(right, err), 0) << right;
+        EXPECT_EQ(err, "") << right;
+    }
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include "host/kernel/calls/tv_path.h"
+#include "host/tv_files/tv_root.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using host::TvPath;
+
+TEST(Paths, OnlyTheTvsOwnLieBelowTheRoot) {
+    // A root under /data: its own files must not be looked for below it a second time.
+    host::setTvRoot("/data/some where/tv");
+    const std::string root = host::tvRoot();
+    for (const char* path : {"/data/vendor/tmp/dtv_svc_is_ready", "/dev/tovi_bectrl", "/data/",
+                             "/proc/driver/tovi_bectrl/audio/hrtf_parameter_complete"}) {
+        EXPECT_EQ(TvPath(path).real(), root + path);
+    }
+    for (const char* path :
+         {"/data", "/database/x", "data/x", "./data/x", "/dev/tovi_bectrl2", "/dev/tovi", "/proc/driver/x",
+          "", "/proc/self/stat", "/tmp/data/x", "/data/some where/tv/soc/config/key"}) {
+        EXPECT_EQ(TvPath(path).real(), path) << "must be the very same pointer";
+    }
+    EXPECT_EQ(TvPath(nullptr).real(), nullptr);
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

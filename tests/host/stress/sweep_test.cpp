@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <signal.h>
+
+#include <nlohmann/json.hpp>
+
+#include "scratch_command.h"
+#include "tests/support/becomes_true.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr char kTiny[] =
+    "# Forced encoding is switched off\n"
+    "\n"
+    "tv init --model standard\n"
+    "audioctl external set off --timeout 2\n";
+
+class Sweep : public ScratchCommand {
+  protected:
+    std::string scenario(const std::string& text) {
+        makeFile(folder_ / "tiny.scenario", text);
+        return folder_ / "tiny.scenario";
+    }
+};
+
+/** What was found for one fault on the first call of a name. */
+json rowOf(const json& sweep, const std::string& call, const std::string& fault) {
+    for (const json& row : sweep[0]["faults"]) {
+        if (row["call"] == call && row["fault"] == fault) return row;
+    }
+    ADD_FAILURE() << "no " << fault << " on " << call;
+    return {};
+}
+
+TEST_F(Sweep, TellsWhatEachFaultChanges) {
+    const Outcome outcome = runHere({"sweep", scenario(kTiny), "--json"});
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_EQ(outcome.err, "");
+    const json sweep = json::parse(outcome.out, nullptr, false);
+    ASSERT_EQ(sweep.size(), 1U);
+    EXPECT_EQ(sweep[0]["flagged"], 0);
+    EXPECT_EQ(sweep[0]["calls"], 4) << "a write to the store, and open, write, close of the file";
+
+    const json refused = rowOf(sweep, "a_mtktvapi_config_set_value", "-1");
+    EXPECT_EQ(refused["on"], "g_audio__bitstream_output_mode");
+    EXPECT_EQ(refused["client"]["line"], 4);
+    EXPECT_EQ(refused["client"]["status"], 1);
+    EXPECT_THAT(refused["log"].dump(), HasSubstr("MTKTVAPI failed:ret = -1"));
+
+    const json unopened = rowOf(sweep, "open", "EACCES");
+    EXPECT_EQ(unopened["client"]["line"], 0) << "the client does not see it";
+    EXPECT_THAT(unopened["log"].dump(), HasSubstr("errno 13"));
+    EXPECT_EQ(unopened["files"].dump(),
+              json::parse(R"([{"path": "/data/vendor/tovi/hidlaudio/bitstream_output_mode.data",
+        "is": "empty", "was": "02000000"}])")
+                  .dump());
+
+    const json killed = rowOf(sweep, "write", "dies");
+    EXPECT_EQ(killed["client"]["status"], 3);
+    EXPECT_EQ(killed["files"].size(), 2U)
+        << "the restart gives the TV the mode of the file, which is the old one";
+    for (const json& row : sweep[0]["faults"]) EXPECT_TRUE(row["struck"]) << row;
+    EXPECT_THAT(leftBehind(), IsEmpty());
+}
+
+TEST_F(Sweep, FlagsWhatMustNotBe) {
+    useScript(
+        "stored=$HIDLAUDIO_TV/data/vendor/tovi/hidlaudio/bitstream_output_mode.data\n"
+        "case $HIDLAUDIO_FAULT in\n"
+        "open:*:ENOENT) exec 9</dev/null ;;\n"
+        "open:*:EACCES) kill -ABRT $$ ;;\n"
+        "open:*:EMFILE) echo HidlAudioHrtf >\"$HIDLAUDIO_TV/power/wake_lock\" ;;\n"
+        "open:*:ENOSPC) printf 12345 >\"$stored\" ;;\n"
+        "open:*:EINTR) echo a report >&2 ;;\n"
+        "write:*:EIO) export HIDLAUDIO_FAULT=write:2:dies ;;\n"
+        "write:*:ENOSPC) export HIDLAUDIO_FAULT=write:2:delay=1000000 ;;\n"
+        "esac\n"
+        "exec " RUN_DAEMON "\n");
+    const Outcome outcome = runHere({"sweep", scenario(kTiny), "--json"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("7 runs show what must not be"));
+    const json sweep = json::parse(outcome.out, nullptr, false);
+    const std::tuple<const char*, const char*, const char*> flags[] = {
+        {"open", "ENOENT", "descriptors, allowed"},
+        {"open", "EACCES", "start: hidlaudio was ended by signal 6"},
+        {"open", "EMFILE", "the wake lock HidlAudioHrtf is held"},
+        {"open", "ENOSPC", "bitstream_output_mode.data must be"},
+        {"open", "EINTR", "output: a report"},
+        {"write", "EIO", "crash: the daemon was ended by signal 9"},
+        {"write", "ENOSPC", "hang: no answer to `audioctl external set off"},
+    };
+    for (const auto& [call, fault, text] : flags)
+        EXPECT_THAT(rowOf(sweep, call, fault)["flags"].dump(), HasSubstr(text));
+    EXPECT_THAT(rowOf(sweep, "open", "delay=22000")["flags"], IsEmpty());
+    EXPECT_THAT(leftBehind(), IsEmpty());
+}
+
+/** Whether a process runs whose TV lies in the folder, and whose command ends with `end`. */
+bool anyProcessOn(const std::string& folder, const std::string& end = "") {
+    for (const auto& process : std::filesystem::directory_iterator("/proc")) {
+        const std::string command = contentOf(process.path() / "cmdline");
+        if (contentOf(process.path() / "environ").find("HIDLAUDIO_TV=" + folder) != std::string::npos &&
+            command.find(end + '\0') != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+TEST_F(Sweep, LeavesNothingAfterCtrlC) {
+    const std::string path = scenario(kTiny);
+    for (const int signal : {SIGINT, SIGKILL}) {
+        RunningProgram sweep(commandLine({"sweep", path}), variables());
+        // The daemon of the untouched run, which comes first.
+        EXPECT_TRUE(becomesTrue([&] { return anyProcessOn(scratch_ + "/", "/hidlaudio"); }));
+        kill(sweep.pid(), signal);
+        EXPECT_EQ(sweep.wait(), signal == SIGINT ? 1 : 128 + SIGKILL);
+        if (signal == SIGINT) {
+            EXPECT_THAT(leftBehind(), IsEmpty());
+        }
+        EXPECT_TRUE(becomesTrue([&] { return processesOn(scratch_ + "/").empty(); }));
+    }
+}
+
+class Soak : public ScratchCommand {};
+
+TEST_F(Soak, ComesToRestWithNothingLeft) {
+    for (const char* option : {"--clients=3", "--restarts"}) {
+        // Slow enough for an emulated daemon on a busy machine.
+        const Outcome outcome = runHere({"soak", "--hours", "0.04", "--speed", "60", "--seed", "7", option});
+        EXPECT_EQ(outcome.status, 0) << outcome.out;
+        EXPECT_THAT(outcome.out,
+                    AllOf(HasSubstr("0.04 h of the TV's time: "), HasSubstr("the daemon at rest: ")));
+    }
+    EXPECT_THAT(leftBehind(), IsEmpty());
+}
+
+TEST_F(Soak, TellsWhatMustNotBe) {
+    const std::pair<const char*, const char*> daemons[] = {
+        {"exit 1", "! hidlaudio ended with status 1\n"},
+        {"HIDLAUDIO_FAULT=write:4:dies exec " RUN_DAEMON, "! crash: the daemon was ended by signal 9"},
+        {"echo Stray >>\"$HIDLAUDIO_TV/power/wake_lock\"; exec " RUN_DAEMON,
+         "! state: the wake lock Stray is held"},
+    };
+    for (const auto& [script, problem] : daemons) {
+        useScript(script);
+        const Outcome outcome = runHere({"soak", "--hours", "0.05", "--seed", "1"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.out, HasSubstr(problem));
+    }
+}
+
+TEST_F(ScratchCommand, NumberOutOfRangeIsRefused) {
+    struct Row {
+        const char* command;
+        std::vector<std::string> accepted;
+        bool whole = true;  // takes whole numbers only
+    };
+    const Row rows[] = {
+        {"soak --plan 1 --hours", {"0.01", "1e5"}, false},
+        {"soak --plan 1 --seed", {"0", "18446744073709551615"}},
+        {"soak --plan 1 --speed", {"1", "1000"}},
+        {"soak --plan 1 --clients", {"1"}},
+        {"soak --plan", {"1"}},
+        {"sweep --list --jobs", {"1", "1000"}},
+    };
+    for (const Row& row : rows) {
+        const auto statusWith = [&](const std::string& number) {
+            std::vector<std::string> words = wordsOf(row.command);
+            words.push_back(number);
+            return run(words).status;
+        };
+        for (const std::string& number : row.accepted)
+            EXPECT_EQ(statusWith(number), 0) << row.command << number;
+        std::vector<std::string> refused{"", "-1", "nan", "inf", "1e999", "99999999999999999999999"};
+        if (row.whole) refused.emplace_back("1.5");
+        for (const std::string& number : refused)
+            EXPECT_EQ(statusWith(number), 2) << row.command << " " << number;
+    }
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <random>
+
+#include "tv_command.h"
+
+namespace hidlaudio::test {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+/** A TV whose files and folders a test replaces by objects of other kinds. */
+class Folder : public TvCommand {
+  protected:
+    Folder() { alarm(120); }
+    ~Folder() override {
+        alarm(0);
+        run({"shutdown"});
+    }
+
+    /** Every program that starts on a TV refuses it, in a message with `text`. */
+    void expectNotStarted(const std::string& text) {
+        for (const auto& command :
+             {std::vector<std::string>{command_, "boot", "--background"}, {DAEMON}, {AUDIO_HAL}}) {
+            const Outcome outcome = runProgram(command);
+            EXPECT_NE(outcome.status, 0) << command[0];
+            EXPECT_THAT(outcome.err, HasSubstr(text));
+        }
+    }
+
+    /** What any command says of it, which must not wait. */
+    std::string messagesOf(const std::vector<std::vector<std::string>>& commands) {
+        std::string messages;
+        for (const auto& command : commands) messages += run(command).err;
+        return messages;
+    }
+
+    static mode_t modeOf(const std::string& path) {
+        struct stat status{};
+        return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+    }
+};
+
+TEST_F(Folder, WithAnythingButFilesInItIsRefused) {
+    const std::string victim = folder_ / "victim";
+    makeFile(victim, "precious");
+    const std::function<bool(const std::string&)> kinds[] = {
+        [](const std::string& path) { return mkfifo(path.c_str(), 0600) == 0; },
+        [&](const std::string& path) { return symlink(victim.c_str(), path.c_str()) == 0; },
+        [](const std::string& path) {
+            makeFile(path);
+            return truncate(path.c_str(), off_t{3} << 30) == 0;  // not every file system can
+        },
+    };
+    for (const char* name :
+         {"/data/vendor/tmp/recipe/aqda.bin", "/data/vendor/tovi/hidlaudio/aud_ac.data", "/tv.json",
+          "/log/hidlaudio.log", "/run/hidlaudio.lock", "/run/hwbinder/.lock", "/power/wake_lock",
+          "/soc/config/g_audio__tv_position", "/soc/eeprom.bin", "/soc/bectrl/custom_spec.log"}) {
+        fs::remove_all(tv_);
+        mustRun({"init"});
+        for (const auto& place : kinds) {
+            const std::string path = tv_ + name;
+            fs::remove(path);
+            if (!place(path)) continue;
+            expectNotStarted(path);
+            EXPECT_THAT(messagesOf({{"show"}, {"log"}, {"config", "g_audio__tv_position"}}), HasSubstr(path));
+            EXPECT_EQ(contentOf(victim), "precious") << path;
+            fs::remove(path);
+        }
+    }
+    // A folder in place of a file is named, too.
+    mustRun({"init", "--force"});
+    for (const char* name : {"/run/hidlaudio.lock", "/log/hidlaudio.log"}) {
+        fs::remove(tv_ + name);
+        fs::create_directory(tv_ + name);
+        EXPECT_THAT(run({"boot", "--background"}).err, HasSubstr(tv_ + name));
+        fs::remove(tv_ + name);
+    }
+}
+
+TEST_F(Folder, ThatOthersMayWriteIsRefused) {
+    mustRun({"init"});
+    const bool isRoot = geteuid() == 0;
+    for (const std::string& folder :
+         {tv_, tv_ + "/run", tv_ + "/run/hwbinder", tv_ + "/soc/config", tv_ + "/data"}) {
+        const mode_t before = modeOf(folder);
+        const auto expectRefused = [&] {
+            expectNotStarted(folder);
+            EXPECT_THAT(messagesOf({{"show"}}), HasSubstr(folder));
+            const Outcome list = runProgram({AUDIOCTL, "list"});
+            if (folder.find("hwbinder") != std::string::npos) {
+                EXPECT_NE(list.status, 0);
+                EXPECT_THAT(list.err, HasSubstr(folder));
+            }
+        };
+        for (const mode_t mode : {0775U, 0757U}) {
+            chmod(folder.c_str(), mode);
+            expectRefused();
+            EXPECT_EQ(modeOf(folder), mode) << "nothing is repaired unasked";
+        }
+        if (folder == tv_) {
+            EXPECT_THAT(run({"init", "--force"}).err, HasSubstr("other users may write " + folder));
+        }
+        chmod(folder.c_str(), before);
+        if (isRoot && chown(folder.c_str(), 12345, 0) == 0) {
+            expectRefused();
+            EXPECT_EQ(chown(folder.c_str(), 0, 0), 0);
+        }
+    }
+    // A link does not lead to another folder.
+    fs::create_directory(folder_ / "other");
+    chmod((folder_ / "other").c_str(), 0755);
+    for (const char* name : {"/run/hwbinder", "/run", "/log"}) {
+        fs::remove_all(tv_ + name);
+        fs::create_directory_symlink(folder_ / "other", tv_ + name);
+        expectNotStarted(tv_ + name);
+        EXPECT_EQ(modeOf(folder_ / "other"), 0755U);
+        EXPECT_TRUE(fs::is_empty(folder_ / "other")) << name;
+        mustRun({"init", "--force"});
+    }
+    // The TV's own folder may be reached by the user's link.
+    fs::create_directory_symlink(tv_, folder_ / "link");
+    mustRun({"show", "--tv", folder_ / "link"});
+}
+
+TEST_F(Folder, ThatIsNoTvIsNotMadeOne) {
+    expectNotStarted(tv_ + " is no TV");
+    EXPECT_FALSE(fs::exists(tv_));
+    fs::create_directory(tv_);
+    EXPECT_EQ(runProgram({DAEMON}).status, 2);
+    EXPECT_TRUE(fs::is_empty(tv_));
+}
+
+TEST_F(Folder, InitKilledAtAnyMomentLeavesNoTemporaryFile) {
+    std::minstd_rand random(5);
+    for (int i = 0; i < 40; ++i) {
+        {
+            const RunningProgram init({command_, "init"});
+            usleep(std::uniform_int_distribution<useconds_t>(0, 8000)(random));
+        }  // kills it
+        if (!fs::exists(tv_)) continue;
+        for (const auto& entry : fs::recursive_directory_iterator(tv_))
+            EXPECT_NE(entry.path().filename().string().front(), '.') << entry.path();
+        fs::remove_all(tv_);
+    }
+}
+
+TEST_F(Folder, MessagesNameTheCause) {
+    mustRun({"init"});
+    makeFile(tv_ + "/log/hidlaudio.log", std::string(1 << 20, '\n'));
+    const Outcome head = runProgram({"/bin/sh", "-c", "'" + command_ + "' log | head -n 1"});
+    EXPECT_EQ(head.out, "\n");
+    EXPECT_EQ(head.err, "");
+
+    const Outcome unrecorded = runProgram({DAEMON}, {"HIDLAUDIO_CALLS=" + tv_ + "/none/calls"});
+    EXPECT_EQ(unrecorded.status, 2);
+    EXPECT_THAT(unrecorded.err, AllOf(HasSubstr("HIDLAUDIO_CALLS"), HasSubstr(tv_ + "/none/calls")));
+
+    // What cannot be read is not the same as what is not there.
+    const auto expectNamed = [&](const char* folder, const Outcome& outcome) {
+        EXPECT_NE(outcome.status, 0) << folder;
+        EXPECT_THAT(outcome.err, HasSubstr(tv_ + folder));
+    };
+    const auto expectAllNamed = [&] {
+        expectNamed("/log", run({"log"}));
+        expectNamed("/run/hwbinder", runProgram({AUDIOCTL, "list"}));
+        expectNamed("/run/hwbinder", runProgram({AUDIOCTL, "external", "get"}));
+    };
+    for (const char* folder : {"/log", "/run/hwbinder"}) {
+        fs::rename(tv_ + folder, tv_ + folder + ".kept");
+        makeFile(tv_ + folder);
+    }
+    expectAllNamed();
+    if (geteuid() == 0) return;  // who may read everything
+    for (const char* folder : {"/log", "/run/hwbinder"}) {
+        fs::remove(tv_ + folder);
+        fs::rename(tv_ + folder + ".kept", tv_ + folder);
+        chmod((tv_ + folder).c_str(), 0);
+    }
+    expectAllNamed();
+    for (const char* folder : {"/log", "/run/hwbinder"}) chmod((tv_ + folder).c_str(), 0700);
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

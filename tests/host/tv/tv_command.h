@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "tests/support/run_program.h"
+
+namespace hidlaudio::test {
+
+/** The names of the processes whose TV lies in the folder, sorted. */
+inline std::vector<std::string> processesOn(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& process : std::filesystem::directory_iterator("/proc")) {
+        if (contentOf(process.path() / "environ").find("HIDLAUDIO_TV=" + folder) != std::string::npos)
+            names.push_back(contentOf(process.path() / "comm"));
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+/** What a shell makes of a line without spaces in its words; '' is an empty one. */
+inline std::vector<std::string> wordsOf(const std::string& line) {
+    std::istringstream text(line);
+    std::vector<std::string> words;
+    for (std::string word; text >> word;) words.push_back(word == "''" ? "" : word);
+    return words;
+}
+
+/** A folder in which a test runs `tv` on the TV in its subfolder "tv". */
+class TvCommand : public testing::Test {
+  protected:
+    TvCommand() { host::setTvRoot(tv_); }
+
+    Outcome run(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), command_);
+        return runProgram(std::move(arguments));
+    }
+
+    /** For a command that must go well; its output. */
+    std::string mustRun(std::vector<std::string> arguments) {
+        const Outcome outcome = run(std::move(arguments));
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+        return outcome.out;
+    }
+
+    PrivateFolder folder_;
+    const std::string tv_ = folder_ / "tv";
+    std::string command_ = TV_COMMAND;
+};
+
+}  // namespace hidlaudio::test

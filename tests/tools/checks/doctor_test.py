@@ -1,0 +1,230 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Breaks a copy of the tree, one line at a time, and wants the doctor to say where and what."""
+import json
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+TREE = Path(__file__).resolve().parent.parent.parent.parent
+DOCTOR = TREE / "tools" / "checks" / "doctor"
+sys.path.insert(0, str(DOCTOR.parent))
+from doctor_checks.examination import examine  # noqa: E402
+
+HIDL_GEN = shutil.which("hidl-gen")
+KNOWN = "client/services/known_services.cpp"
+EXAMINED = ["Android.bp", "CMakeLists.txt", "client", "host/interfaces", "host/middleware", "host/tv",
+            "interfaces", "packaging", "service"]
+RC, XML, MATRIX = "packaging/hidlaudio.rc", "packaging/hidlaudio.xml", "packaging/compatibility_matrix.xml"
+POLICY, PAGE = "packaging/sepolicy/", "packaging/README.md"
+MIC_ROW = r"    service<V\d_\d::IMicControl[^;]*?\),\n"
+
+# The file, what is replaced in it (a pattern, found once), by what; what must be found, and in which file.
+FAULTS = [
+    # interfaces
+    ("interfaces/1.0/IHdmiAudio.hal", r"\Z", "// a word more\n", "but has changed"),
+    ("interfaces/current.txt", r"^.*@6\.0::IMicControl\n", "", "6.0::IMicControl is not frozen"),
+    ("interfaces/current.txt", r"\Z", "00ff name\n", "no hash and name"),
+    ("interfaces/current.txt", r"\Z", "0" * 64 + " com.tovi.dtv.hardware.audio@9.0::IGone\n",
+     "has no .hal file"),
+    ("interfaces/6.0/IMicControl.hal", r"^package .*$", "package com.tovi@6.0;", "is not in package"),
+    ("interfaces/6.0/IMicControl.hal", r"^interface IMicControl", "interface IMic",
+     "declares no interface IMicControl"),
+    ("interfaces/6.1/IMicControl.hal", r"extends @6\.0", "extends @4.0",
+     "extends com.tovi.dtv.hardware.audio@4.0"),
+    # the table of services
+    ("service/main.cpp", MIC_ROW, "", "::IMicControl is served by no service"),
+    ("service/main.cpp", r"V\d_\d::IMicControl", "V6_0::IMicControl",
+     "6.1::IMicControl is served by no service"),
+    ("service/main.cpp", r"V\d_\d::IMicControl", "V9_9::IMicControl", "which has no .hal file"),
+    ("service/main.cpp", r"(?=    service<V\d_\d::IMicControl)",
+     '    service<V6_0::IMicControl, V6_0::implementation::MicControl>(""),\n',
+     "IMicControl is registered twice"),
+    # the workstation's commands
+    (KNOWN, r"^.*::IMicControl::.*\n", "", "::IMicControl (service/main.cpp"),
+    (KNOWN, r"V\d_\d::IMicControl", "V6_0::IMicControl", "names com.tovi.dtv.hardware.audio@6.0::IMic"),
+    ("client/command_line.cpp", r", addMic", "", "takes no addMic (client/commands.h"),
+    # the TV's build file
+    ("Android.bp", r'^ *"com.tovi.dtv.hardware.audio@6.1",\n', "",
+     "shared_libs lacks com.tovi.dtv.hardware.audio@6.1"),
+    ("Android.bp", r"shared_libs: \[", 'shared_libs: ["com.tovi.dtv.hardware.audio@9.9",',
+     "9.9 has no .hal files"),
+    ("Android.bp", r'^ *"libmtal",\n', "", "shared_libs lacks libmtal"),
+    ("Android.bp", r'^ *"libpower",\n', "", "shared_libs lacks libpower"),
+    ("Android.bp", r'^ *"android.hardware.audio@5.0",\n', "", "shared_libs lacks android.hardware.audio@5.0"),
+    ("service/platform/soc_middleware.h", r"vendor's libraries \(", "libraries (",
+     "does not name the vendor's libraries"),
+    ("Android.bp", r"packaging/hidlaudio.xml", "packaging/gone.xml", "packaging/gone.xml is not there"),
+    # the init script
+    (RC, r"^.*@1\.0::IHdmiAudio default\n", "", "lacks com.tovi.dtv.hardware.audio@1.0::IHdmiAudio"),
+    (RC, r"@6\.0::IMicControl", "@9.9::IMicControl", "9.9::IMicControl is offered by no service"),
+    (RC, r"^(.*@6\.0::IMicControl default)$", r"\1\n\1", "stands in line"),
+    (RC, r"@6\.0::IMicControl default", "@6.0::IMicControl", "no interface and the instance"),
+    (RC, r"class hal", "class main", "not started with the HALs"),
+    (RC, r"^ *user .*\n", "", "has no user"),
+    (RC, r"^ *capabilities .*\n", "", "capabilities lacks BLOCK_SUSPEND"),
+    (RC, r" wakelock$", "", "group lacks wakelock"),
+    (RC, r"^.*mkdir /data/vendor/tovi/hidlaudio.*\n", "", "makes no folder /data/vendor/tovi/hidlaudio"),
+    (RC, r"^.*mkdir /data/vendor/tovi .*\n", "", "makes no folder /data/vendor/tovi ("),
+    (RC, r"(mkdir /data/vendor/tovi) .*", r"\1", "no mode, owner and group"),
+    (RC, r"\A", "user root\n", "belongs to no section"),
+    # the manifest and the matrix
+    (XML, r"^.*@2\.0::IOutputSpeaker.*\n", "", "does not declare @2.0::IOutputSpeaker"),
+    (XML, r"@1\.1::IHdmiAudio/default", "@1.1::IHdmiAudio/other", "is no version, interface and instance"),
+    (XML, r"^(.*::ICenterSpeaker.*\n)", r"\1\1", "stands in line"),
+    (XML, r"@6\.\d::IMicControl", "@6.0::IMicControl", "is not the newest minor version"),
+    (XML, r"@4\.\d::ICenterSpeaker", "@9.9::ICenterSpeaker",
+     "@9.9::ICenterSpeaker/default is offered by no service"),
+    (XML, r"hwbinder", "passthrough", "not reached over hwbinder"),
+    (XML, r'format="hidl"', 'format="aidl"', "not one of HIDL"),
+    (XML, r"<name>com\.", "<name>org.", "has no entry of"),
+    (XML, r"</hal>", "", "is no XML"),
+    (MATRIX, r"<version>4\.\d", "<version>4.9", "does not permit @4."),
+    (MATRIX, r"<version>4\.\d", "<version>4.9", "permits @4.9::ICenterSpeaker"),
+    (MATRIX, r"<instance>default</instance>(?=\s*</interface>\s*</hal>\s*</comp)", "", "lacks its instance"),
+    (MATRIX, r' optional="true"(?=>\s*<name>\S+\s*<version>4)', "", "wants the services on every TV"),
+    # the policy
+    (POLICY + "hwservice_contexts", r"^.*IMicControl.*\n", "",
+     "lacks com.tovi.dtv.hardware.audio::IMicControl"),
+    (POLICY + "hwservice_contexts", r"::IMicControl", "::IMic", "IMic is offered by no service"),
+    (POLICY + "hwservice_contexts", r"^(.*IMicControl.*\n)", r"\1\1", "stands in line"),
+    (POLICY + "hwservice_contexts", r"^(.*IMicControl) .*", r"\1", "no interface and context"),
+    (POLICY + "hwservice.te", r"^type .*\n", "", "not declared as one of services",
+     POLICY + "hwservice_contexts"),
+    (POLICY + "file_contexts", r"^/vendor/.*\n", "", "gives /vendor/bin/hw/hidlaudio no label"),
+    (POLICY + "file_contexts", r"hidlaudio_exec", "hidlaudio_data_file", "which init does not start"),
+    (POLICY + "file_contexts", r"^/dev/tovi_bectrl", "/dev/bectrl", "gives /dev/tovi_bectrl no label"),
+    (POLICY + "file_contexts", r"^/dev/tovi_bectrl", "/dev/bectrl", "which the daemon does not use"),
+    (POLICY + "file_contexts", r"^(/dev/\S+).*", r"\1", "is no path and context"),
+    (POLICY + "file_contexts", r"\(/\.\*\)\?(?= *u:object_r:hidl)", "(", "is no pattern"),
+    (POLICY + "genfs_contexts", r"^genfscon.*\n", "", "device_parameter_complete no label"),
+    (POLICY + "device.te", r"^type .*\n", "", "type tovi_bectrl_device is not declared",
+     POLICY + "file_contexts"),
+    (POLICY + "file.te", r"^type proc", "type, proc", "declares no type"),
+    (POLICY + "hidlaudio.te", r"^allow hidlaudio proc_tovi_bectrl:file.*\n", "",
+     "no file of proc_tovi_bectrl"),
+    (POLICY + "hidlaudio.te", r"^allow hidlaudio vendor_data_file:dir.*\n", "", "no dir of vendor_data_file"),
+    (POLICY + "hidlaudio.te", r"^allow hidlaudio tovi_bectrl_device.*\n", "",
+     "no chr_file of tovi_bectrl_device"),
+    (POLICY + "hidlaudio.te", r"0x6303", "0x6302", "permits no ioctl 0x6303"),
+    (POLICY + "hidlaudio.te", r"^wakelock_use.*\n", "", "lacks what service/headphone_virtualizer/"),
+    (POLICY + "hidlaudio.te", r"^hal_client_domain.*\n", "", "lacks what service/platform/PrimaryHalAccessor"),
+    (POLICY + "hidlaudio.te", r"^hal_server_domain.*\n", "", "offers no services"),
+    (POLICY + "hal_tovi_audio.te", r"^binder_call\(hal_tovi_audio_server.*\n", "",
+     "no file of the policy has binder_call",
+     POLICY + "hidlaudio.te"),
+    (POLICY + "attributes", r"^hal_attribute.*\n", "", "no file of the policy has hal_attribute(tovi_audio)",
+     POLICY + "hidlaudio.te"),
+    (POLICY + "hidlaudio.te", r"^init_daemon_domain.*\n", "", "no domain that init starts"),
+    # what the code names
+    ("service/mic_control/MicControl.cpp", r"\Z", 'const char* more = "/dev/more";\n', "gives /dev/more no label",
+     POLICY + "file_contexts"),
+    ("service/platform/soc_middleware.h", r"MTEEPROM_Read\(", "MTEEPROM_ReadAll(", "does not name MTEEPROM_ReadAll",
+     PAGE),
+    ("host/middleware/functions.h", r"^.*MTEEPROM_Read.*\n", "", "lacks MTEEPROM_Read"),
+    ("host/middleware/functions.h", r"MTEEPROM_Read", "MTEEPROM_Gone", "names MTEEPROM_Gone"),
+    ("host/middleware/eeprom.cpp", r'"MTEEPROM_Init"', '""', "no source beside it implements",
+     "host/middleware/functions.h"),
+    (PAGE, r"^\| `MTEEPROM_Read` .*\n", "| `MTEEPROM_Gone` | libmtal | |\n", "names MTEEPROM_Gone"),
+    (PAGE, r"^\| `/data/\S*/aqda.bin` .*\n", "", "does not name /data/vendor/tmp/recipe/aqda.bin"),
+]
+
+# Files without which nothing works: gone, or no text, is a finding like any other.
+NEEDED = [RC, XML, MATRIX, PAGE, KNOWN, "Android.bp", "service/main.cpp",
+          "interfaces/current.txt",
+          "service/platform/soc_middleware.h", "host/middleware/functions.h", POLICY + "file_contexts",
+          POLICY + "genfs_contexts", POLICY + "hwservice_contexts", POLICY + "hidlaudio.te"]
+
+
+class DoctorTest(unittest.TestCase):
+    """On a copy of what the doctor looks at; each test puts back what it broke."""
+
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.copy = Path(folder.name)
+        for name in EXAMINED:
+            source, target = TREE / name, cls.copy / name
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copytree(source, target) if source.is_dir() else shutil.copy(source, target)
+
+    def findings_with(self, file, content, hidl_gen=None):
+        """What is found while the file holds `content`, or is gone."""
+        path = self.copy / file
+        before = path.read_bytes()
+        try:
+            path.unlink()
+            if content is not None:
+                path.write_bytes(content)
+            return examine(self.copy, hidl_gen)
+        finally:
+            path.write_bytes(before)
+
+    def assert_found(self, findings, file, problem):
+        places = [finding for finding in findings if problem in finding.problem]
+        self.assertIn(file, [finding.file for finding in places], "\n".join(map(str, findings)))
+        self.assertTrue(all(finding.line >= 1 and finding.fix for finding in findings))
+
+    def test_whole_tree_is_clean(self):
+        self.assertEqual([], [str(finding) for finding in examine(self.copy, HIDL_GEN)])
+
+    def test_each_fault_is_found(self):
+        for file, pattern, replacement, problem, *where in FAULTS:
+            with self.subTest(file=file, problem=problem):
+                text = (self.copy / file).read_text(encoding="utf-8")
+                broken, count = re.subn(pattern, replacement, text, flags=re.MULTILINE)
+                self.assertEqual(1, count, f"{pattern} in {file}")
+                findings = self.findings_with(file, broken.encode())
+                self.assert_found(findings, where[0] if where else file, problem)
+
+    def test_line_is_the_one_at_fault(self):
+        text = (self.copy / RC).read_text(encoding="utf-8")
+        line = text[: text.index("@6.0::IMicControl")].count("\n") + 1
+        findings = self.findings_with(RC, text.replace("@6.0::IMicControl", "@9.9::IMicControl").encode())
+        self.assertIn((RC, line), [(finding.file, finding.line) for finding in findings])
+
+    def test_unreadable_file_is_a_finding(self):
+        for file in NEEDED:
+            with self.subTest(file=file):
+                self.assertIn(file, [finding.file for finding in self.findings_with(file, None)])
+                self.assert_found(self.findings_with(file, b"\xff\xfe"), file, "not text in UTF-8")
+                self.assertIn(file, [finding.file for finding in self.findings_with(file, b"")])
+                self.findings_with(file, b"{ [ < \" ( , : = service on type")
+
+    @unittest.skipUnless(HIDL_GEN, "no hidl-gen")
+    def test_generator_is_asked(self):
+        file = "interfaces/6.1/Android.bp"
+        changed = (self.copy / file).read_bytes().replace(b"gen_java: true", b"gen_java: false")
+        self.assert_found(self.findings_with(file, changed, HIDL_GEN), file, "gives here: gen_java: true")
+        file = "interfaces/4.0/ICenterSpeaker.hal"
+        changed = (self.copy / file).read_bytes().replace(b"interface ICenterSpeaker {", b"interface {")
+        self.assert_found(self.findings_with(file, changed, HIDL_GEN), "interfaces/4.0",
+                          "hidl-gen -Lcheck fails")
+        file = "interfaces/6.1/IMicControl.hal"
+        changed = (self.copy / file).read_bytes().replace(b" extends @6.0::IMicControl", b"")
+        fixes = [finding.fix for finding in self.findings_with(file, changed, HIDL_GEN)]
+        self.assertTrue(any("to the next minor version" in fix for fix in fixes), fixes)
+
+    def run_doctor(self, *arguments):
+        command = [sys.executable, "-B", DOCTOR, *arguments]
+        return subprocess.run(command, capture_output=True, text=True, check=False)
+
+    def test_command(self):
+        with tempfile.TemporaryDirectory() as empty:
+            result = self.run_doctor("--json", "--tree", empty)
+            self.assertEqual(1, result.returncode)
+            self.assertEqual({"file", "line", "problem", "fix"}, set(json.loads(result.stdout)[0]))
+            lines = self.run_doctor("--tree", empty).stdout.splitlines()
+        self.assertTrue(all(re.fullmatch(r"\S+:\d+: .+; fix: .+", line) for line in lines), lines)
+        result = self.run_doctor("--json", "--tree", self.copy)
+        self.assertEqual((0, "[]\n"), (result.returncode, result.stdout))
+        self.assertEqual(2, self.run_doctor("--tree", "/nonexistent").returncode)
+        self.assertIn("Each finding is a line", self.run_doctor("--help").stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()

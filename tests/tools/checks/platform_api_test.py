@@ -1,0 +1,121 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Uses what only the workstation's headers have, and wants each use reported. Argument: the build folder."""
+import json
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+TREE = Path(__file__).resolve().parent.parent.parent.parent
+BUILD = Path(sys.argv.pop()) if len(sys.argv) > 1 else TREE / "build"
+DATABASE = BUILD / "compile_commands.json"
+SKIPPED = 77  # the exit status that ctest reports as "Skipped"
+
+# What a service may write.
+CLEAN = """
+#include <hidl/HidlSupport.h>
+#include <hidl/HidlTransportSupport.h>
+#include <algorithm>
+#include <string>
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+struct Client : ::android::hardware::hidl_death_recipient {
+    void serviceDied(uint64_t, const ::android::wp<::android::hidl::base::V1_0::IBase>&) override {}
+};
+::android::hardware::Return<int32_t> count(const hidl_vec<hidl_string>& names) {
+    hidl_vec<uint8_t> copy(std::vector<uint8_t>{1, 2});
+    copy = {3};
+    const hidl_string first = names[0];
+    const bool any = std::any_of(names.begin(), names.end(), [](const hidl_string& n) { return !n.empty(); });
+    if (!any || first != "a" || std::string(first) != first.c_str()) return copy.data()[0];
+    return static_cast<int32_t>(names.size());
+}
+int use() {
+    ::android::hardware::Return<int32_t> result = count({"a"});
+    return result.isOk() ? result.withDefault(0) : 1;
+}
+"""
+HEADER = """
+#pragma once
+#include <hidl/HidlTransportSupport.h>
+inline bool isPlain() { return ::android::hardware::details::kIsPlainData<int>; }  // foreign
+"""
+FOREIGN = """
+#include <hwbinder/Parcel.h>  // foreign
+#include <transport/message.h>  // foreign
+#include "helper.h"
+using ::android::hardware::details::hidl_pointer;  // foreign
+constexpr size_t kOffset = ::android::hardware::hidl_vec<int>::kOffsetOfBuffer;  // foreign
+bool first(const ::android::hardware::hidl_vec<int>& vec) { return *vec.cbegin() == 0; }  // foreign
+bool fine(const ::android::hardware::Return<void>& result) { return result.isOkUnchecked(); }  // foreign
+auto* body(const ::android::hardware::Parcel& parcel) { return &parcel.outgoing(); }  // foreign
+struct Recipient : ::android::hardware::IBinder::DeathRecipient {  // foreign
+    void binderDied(const ::android::wp<::android::hardware::IBinder>&) override {}  // foreign
+};
+"""
+
+
+def write_tree(folder):
+    """Two sources of a module, and the commands that compile them as the daemon's main."""
+    entry = next(entry for entry in json.loads(DATABASE.read_text(encoding="utf-8"))
+                 if entry["file"].endswith("/service/main.cpp"))
+    module = folder / "a-module"
+    module.mkdir()
+    (module / "helper.h").write_text(HEADER, encoding="utf-8")
+    entries = []
+    for name, text in (("clean.cpp", CLEAN), ("foreign.cpp", FOREIGN)):
+        (module / name).write_text(text, encoding="utf-8")
+        words = [word.replace(entry["file"], str(module / name)) for word in shlex.split(entry["command"])]
+        command = shlex.join(words)
+        entries.append({"directory": entry["directory"], "file": str(module / name), "command": command})
+    (folder / "compile_commands.json").write_text(json.dumps(entries), encoding="utf-8")
+    return module
+
+
+def marked(file):
+    """The lines that must be reported, as FILE:LINE."""
+    lines = file.read_text(encoding="utf-8").splitlines()
+    return {f"{file}:{number}" for number, line in enumerate(lines, 1) if line.endswith("// foreign")}
+
+
+class PlatformApiTest(unittest.TestCase):
+    """Every line that is marked is reported, and no other."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(suffix=" with a space")
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name).resolve()
+        self.module = write_tree(self.folder)
+
+    def check(self, name):
+        command = [TREE / "tools/checks/platform_api", "-p", self.folder, self.module / name]
+        return subprocess.run(command, capture_output=True, text=True, check=False)
+
+    def test_foreign_uses_are_reported(self):
+        result = self.check("foreign.cpp")
+        self.assertEqual(1, result.returncode, result.stderr)
+        reported = set(re.findall(r"^(.+?:\d+):\d+: the TV", result.stdout, re.MULTILINE))
+        expected = marked(self.module / "foreign.cpp") | marked(self.module / "helper.h")
+        self.assertEqual(expected, reported, result.stdout)
+
+    def test_platform_uses_pass(self):
+        (self.module / "helper.h").unlink()
+        result = self.check("clean.cpp")
+        self.assertEqual((0, "", ""), (result.returncode, result.stdout, result.stderr))
+
+    def test_what_does_not_compile_is_no_pass(self):
+        (self.module / "clean.cpp").write_text("#include <hidl/Gone.h>\n", encoding="utf-8")
+        result = self.check("clean.cpp")
+        self.assertEqual(2, result.returncode)
+        self.assertIn("hidl/Gone.h", result.stderr)
+
+
+if __name__ == "__main__":
+    if not shutil.which("clang-query"):
+        print("platform_api_test: clang-query is not installed (package clang-tools)", file=sys.stderr)
+        sys.exit(SKIPPED)
+    unittest.main()

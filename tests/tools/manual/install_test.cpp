@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+
+#include <set>
+
+#include "host/tv_files/program_lock.h"
+#include "tests/support/run_program.h"
+
+namespace hidlaudio::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+/** The tree that `cmake --install` makes, moved to another place than it was made for. */
+class Installed : public testing::Test {
+  protected:
+    Installed() {
+        const std::string first = folder_ / "first";
+        const Outcome outcome =
+            runProgram({CMAKE_COMMAND, "--install", BUILD_FOLDER, "--prefix", first, "--strip"});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        fs::rename(first, prefix_);
+        host::setTvRoot(folder_ / "tv");
+    }
+    ~Installed() override { run("tv", {"shutdown"}); }
+
+    Outcome run(const std::string& program, const std::vector<std::string>& arguments) const {
+        std::vector<std::string> words{prefix_ + "/bin/" + program};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        return runProgram(std::move(words));
+    }
+
+    std::set<std::string> files() const {
+        std::set<std::string> found;
+        for (const auto& entry : fs::recursive_directory_iterator(prefix_)) {
+            if (!entry.is_directory()) found.insert(fs::relative(entry.path(), prefix_).string());
+        }
+        return found;
+    }
+
+    PrivateFolder folder_;
+    const std::string prefix_ = folder_ / "moved";
+};
+
+TEST_F(Installed, RunsTheTv) {
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"init"}, {"boot", "--background"}}) {
+        const Outcome outcome = run("tv", command);
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+    }
+    EXPECT_EQ(run("audioctl", {"external", "get"}).out, "on\n");
+    // Of the programs that run, each is the installed one, with the installed libraries.
+    const std::string pid = std::to_string(host::programLockHolder("hidlaudio"));
+    const std::string maps = contentOf("/proc/" + pid + "/maps");
+    for (const char* file :
+         {"/bin/hidlaudio", "/libhidlbase.so", "/libhost_middleware.so", "/libhost_power.so"})
+        EXPECT_THAT(maps, HasSubstr(file));
+    EXPECT_THAT(maps, Not(HasSubstr(BUILD_FOLDER "/lib/")));
+    EXPECT_EQ(run("tv", {"shutdown"}).status, 0);
+}
+
+TEST_F(Installed, HasEachFileAtItsPlaceAndNoOthers) {
+    const std::set<std::string> found = files();
+    for (const char* file :
+         {"bin/tv", "share/bash-completion/completions/tv", "share/doc/hidlaudio/README.md",
+          "share/hidlaudio/scenarios/restart.scenario", "share/man/man8/hidlaudio.8.gz"})
+        EXPECT_EQ(found.count(file), 1U) << file;
+    for (const std::string& file : found) {
+        EXPECT_THAT(file, Not(testing::AnyOf(HasSubstr("test"), HasSubstr("probe"), HasSubstr("fake"),
+                                             testing::EndsWith(".a"), testing::EndsWith(".h"))));
+    }
+}
+
+}  // namespace
+}  // namespace hidlaudio::test

@@ -1,0 +1,58 @@
+# SPDX-License-Identifier: Apache-2.0
+"""What hidl-gen makes of the interfaces, where it is installed."""
+import re
+import subprocess
+import tempfile
+from itertools import zip_longest
+from pathlib import Path
+
+from .interfaces import FOLDER, ROOTS, versions
+from .tree import PACKAGE
+
+LANGUAGES = ("check", "hash", "androidbp", "java")
+UPREV = ("move it to the next minor version of the interface that it extends, a new interface to a new major"
+         " version, or extend one of the version before beside it (current.txt tells how)")
+# What the comparison with current.txt finds as well, and tells better.
+FROZEN = r"does not match hash on record|cannot depend on unfrozen"
+
+
+def check_generators(tree, hidl_gen):
+    """Each version can be generated for every use that the TV's build has for it."""
+    for version in versions(tree):
+        with tempfile.TemporaryDirectory() as folder:
+            complaints = [_run(tree, hidl_gen, version, language, folder) for language in LANGUAGES]
+            if not any(complaints):
+                _compare_blueprint(tree, version, Path(folder) / FOLDER / version / "Android.bp")
+        for language, complaint in zip(LANGUAGES, complaints):
+            if complaint and not re.search(FROZEN, complaint):
+                fix = UPREV if "minor version uprev" in complaint else "correct the .hal file that it names"
+                tree.find(f"{FOLDER}/{version}", 1, f"hidl-gen -L{language} fails: {complaint}", fix)
+                break
+
+
+def _run(tree, hidl_gen, version, language, folder):
+    """What it complained of, empty where it did its work."""
+    command = [hidl_gen, f"-L{language}", "-o", folder, *ROOTS, f"{PACKAGE}@{version}"]
+    try:
+        result = subprocess.run(command, cwd=tree.root, capture_output=True, text=True, timeout=60,
+                                check=False)
+    except (OSError, subprocess.TimeoutExpired) as error:
+        return str(error)
+    return "" if result.returncode == 0 else _first_error(result.stderr) or f"status {result.returncode}"
+
+
+def _first_error(text):
+    """What comes after it follows from it."""
+    lines = text.splitlines()
+    return next((line for line in lines if line.startswith("ERROR")), " ".join(text.split()))
+
+
+def _compare_blueprint(tree, version, generated):
+    file = f"{FOLDER}/{version}/Android.bp"
+    wanted = generated.read_text(encoding="utf-8").splitlines()
+    present = tree.read(file).splitlines()
+    for number, (is_there, should_be) in enumerate(zip_longest(present, wanted), 1):
+        if is_there != should_be:
+            gives = "no such line" if should_be is None else f"here: {should_be.strip()}"
+            tree.find(file, number, f"hidl-gen -Landroidbp gives {gives}", "write what it gives")
+            return

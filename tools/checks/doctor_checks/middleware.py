@@ -1,0 +1,49 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The vendor's functions: on the integrator's page, and on the virtual TV."""
+import posixpath
+import re
+
+from .tree import line_of
+
+HEADER = "service/platform/soc_middleware.h"
+PAGE = "packaging/README.md"
+FAULTS = "host/middleware/functions.h"
+
+
+def load_functions(tree):
+    """{name: line} of the vendor's functions that the daemon declares."""
+    code = tree.code(HEADER)
+    matches = re.finditer(r"^\w+ \*?(\w+)\([^)]*\)(?:\s+REQUIRES\(\w+\))?;", code, re.MULTILINE)
+    return {match[1]: line_of(code, match.start()) for match in matches}
+
+
+def check_page(tree, functions, paths):
+    """Each function and each path that the code names stands on the page, no function besides."""
+    text = tree.read(PAGE)
+    for name, line in functions.items():
+        if f"`{name}`" not in text:
+            tree.find(PAGE, 1, f"does not name {name} ({HEADER}:{line})", "add it to the table of functions")
+    for match in re.finditer(r"^\| `(\w+)` \| lib\w+ \|", text, re.MULTILINE):
+        if match[1] not in functions:
+            tree.find(PAGE, line_of(text, match.start()), f"names {match[1]}, which the daemon does not call",
+                      "remove the row")
+    for path, (file, line) in paths.items():
+        if f"`{path}`" not in text:
+            tree.find(PAGE, 1, f"does not name {path} ({file}:{line})", "add it to the table of files")
+
+
+def check_virtual_tv(tree, functions):
+    """On the virtual TV each function can be made to fail."""
+    code = tree.code(FAULTS)
+    listed = {match[1]: line_of(code, match.start()) for match in re.finditer(r'"(\w+)"', code)}
+    for name, line in functions.items():
+        if name not in listed:
+            tree.find(FAULTS, 1, f"lacks {name} ({HEADER}:{line})",
+                      "add it to the list, and let it obey injectedStatus")
+    sources = "".join(tree.code(file) for file in tree.glob(f"{posixpath.dirname(FAULTS)}/*.cpp"))
+    for name, line in listed.items():
+        if name not in functions:
+            tree.find(FAULTS, line, f"names {name}, which the daemon does not call", "remove it")
+        elif f'"{name}"' not in sources:
+            tree.find(FAULTS, line, f"names {name}, which no source beside it implements",
+                      f'implement it, with injectedStatus("{name}") before it works')

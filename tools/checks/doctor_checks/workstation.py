@@ -1,0 +1,40 @@
+# SPDX-License-Identifier: Apache-2.0
+"""`audioctl` knows each service in its newest version; it and `tv` leave nothing of their own out."""
+import re
+
+from .interfaces import MAIN, full_name
+from .tree import line_of
+
+KNOWN = "client/services/known_services.cpp"
+
+
+def check_known_services(tree, services):
+    """`audioctl` knows the registered services and no others."""
+    newest = {service.chain[0]: service.line for service in services}
+    code = tree.code(KNOWN)
+    known = {(f"{match[1]}.{match[2]}", match[3]): line_of(code, match.start())
+             for match in re.finditer(r"\bV(\d+)_(\d+)::(\w+)::descriptor", code)}
+    for key, line in newest.items():
+        if key not in known:
+            version = key[0].replace(".", "_")
+            tree.find(KNOWN, 1, f"lacks {full_name(*key)} ({MAIN}:{line})",
+                      f'write: {{"SHORT-NAME", audio::V{version}::{key[1]}::descriptor}},')
+    for key, line in known.items():
+        if key not in newest:
+            tree.find(KNOWN, line, f"names {full_name(*key)}, which is registered by no row of {MAIN}",
+                      "name the newest version, or remove the row")
+
+
+def check_commands(tree):
+    """Each subcommand is part of its command line: one left out breaks no build."""
+    for folder in ("client", "host/tv"):
+        _check_taken(tree, f"{folder}/commands.h", f"{folder}/command_line.cpp")
+
+
+def _check_taken(tree, header, command_line):
+    code = tree.code(header)
+    declared = {match[1]: line_of(code, match.start()) for match in re.finditer(r"\b(add\w+)\(CLI::App&", code)}
+    used = set(re.findall(r"\badd\w+", tree.code(command_line)))
+    for name, line in declared.items():
+        if name not in used:
+            tree.find(command_line, 1, f"takes no {name} ({header}:{line})", "name it among the subcommands")

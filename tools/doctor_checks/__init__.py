@@ -1,2 +1,0 @@
-# SPDX-License-Identifier: Apache-2.0
-"""The checks of tools/doctor: each module holds those of one kind of file."""
