@@ -53,30 +53,30 @@ void sendAll(int socket, const std::vector<char>& bytes) {
 }  // namespace
 
 BareSocket::BareSocket(size_t requestSize, size_t answerSize, int processor, size_t places)
-    : mRequest(requestSize, 'r'), mAnswer(answerSize, 'a') {
+    : request_(requestSize, 'r'), answer_(answerSize, 'a') {
     int ends[2];
     require(socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0, "socketpair");
-    mServer = fork();
-    require(mServer >= 0, "fork");
-    if (mServer == 0) {
+    server_ = fork();
+    require(server_ >= 0, "fork");
+    if (server_ == 0) {
         close(ends[0]);
         pin(processor);
-        serve(ends[1], requestSize, mAnswer, places);
+        serve(ends[1], requestSize, answer_, places);
     }
     close(ends[1]);
-    mSocket = ends[0];
+    socket_ = ends[0];
 }
 
 BareSocket::~BareSocket() {
-    close(mSocket);
-    waitpid(mServer, nullptr, 0);
+    close(socket_);
+    waitpid(server_, nullptr, 0);
 }
 
 void BareSocket::exchange() {
-    sendAll(mSocket, mRequest);
+    sendAll(socket_, request_);
     size_t have = 0;
-    while (have < mAnswer.size()) {
-        const ssize_t got = recv(mSocket, mAnswer.data() + have, mAnswer.size() - have, 0);
+    while (have < answer_.size()) {
+        const ssize_t got = recv(socket_, answer_.data() + have, answer_.size() - have, 0);
         require(got > 0, "recv");
         have += static_cast<size_t>(got);
     }

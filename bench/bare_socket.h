@@ -27,10 +27,10 @@ class BareSocket {
     void exchange();
 
   private:
-    int mSocket = -1;
-    pid_t mServer = -1;
-    std::vector<char> mRequest;
-    std::vector<char> mAnswer;
+    int socket_ = -1;
+    pid_t server_ = -1;
+    std::vector<char> request_;
+    std::vector<char> answer_;
 };
 
 }  // namespace hidlaudio::bench

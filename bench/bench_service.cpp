@@ -53,8 +53,8 @@ void serveIfAsked(int argc, char** argv) {
 BenchService::BenchService(const char* instance, int processor) {
     int ready[2];
     if (pipe(ready) != 0) exit(1);
-    mServer = fork();
-    if (mServer == 0) {
+    server_ = fork();
+    if (server_ == 0) {
         // A new program: the runtime's state of this process is not for two.
         const std::string fd = std::to_string(ready[1]);
         prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -63,19 +63,19 @@ BenchService::BenchService(const char* instance, int processor) {
         _exit(1);
     }
     char answer = 'n';
-    if (read(ready[0], &answer, 1) == 1 && answer == 'y') mProxy = IBench::getService(instance);
+    if (read(ready[0], &answer, 1) == 1 && answer == 'y') proxy_ = IBench::getService(instance);
     close(ready[0]);
     close(ready[1]);
-    if (mProxy == nullptr) {
+    if (proxy_ == nullptr) {
         fprintf(stderr, "the service to be measured does not run\n");
         exit(1);
     }
 }
 
 BenchService::~BenchService() {
-    mProxy = nullptr;
-    kill(mServer, SIGKILL);
-    waitpid(mServer, nullptr, 0);
+    proxy_ = nullptr;
+    kill(server_, SIGKILL);
+    waitpid(server_, nullptr, 0);
 }
 
 }  // namespace hidlaudio::bench

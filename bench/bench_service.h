@@ -17,11 +17,11 @@ class BenchService {
     BenchService(const BenchService&) = delete;
     BenchService& operator=(const BenchService&) = delete;
 
-    const android::sp<com::tovi::test::bench::V1_0::IBench>& proxy() const { return mProxy; }
+    const android::sp<com::tovi::test::bench::V1_0::IBench>& proxy() const { return proxy_; }
 
   private:
-    pid_t mServer = -1;
-    android::sp<com::tovi::test::bench::V1_0::IBench> mProxy;
+    pid_t server_ = -1;
+    android::sp<com::tovi::test::bench::V1_0::IBench> proxy_;
 };
 
 }  // namespace hidlaudio::bench

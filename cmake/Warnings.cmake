@@ -1,4 +1,4 @@
-# Compiler settings that every room of ours shares: link to `hidlaudio_warnings`
+# Compiler settings that all targets of ours share: link to `hidlaudio_warnings`
 # (PRIVATE). Generated code and Debian's headers are not held to them.
 add_library(hidlaudio_warnings INTERFACE)
 target_compile_options(hidlaudio_warnings INTERFACE

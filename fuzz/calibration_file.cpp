@@ -10,7 +10,7 @@ namespace {
 using namespace com::tovi::dtv::hardware::audio::V5_1::implementation;  // NOLINT: of what is tried
 using hidlaudio::fuzz::require;
 
-constexpr size_t kMostItems = 10;
+constexpr size_t kMaxItems = 10;
 
 void makeTv() {
     hidlaudio::fuzz::silenceLog();
@@ -32,8 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     file.fill(data, size);
     CalibrationRecords records;
     if (readCalibratedData(records) != 0) return 0;
-    require(records.size() <= kMostItems);
-    require(usedChannels(records) <= kMostChannels);
+    require(records.size() <= kMaxItems);
+    require(usedChannels(records) <= kMaxChannels);
     for (const aud_ac_data_Table& record : records) {
         require(channelName(record).size() <= kNameLength);
         require(fromRecord(record).equalizer.size() == kBands);

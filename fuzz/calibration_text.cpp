@@ -26,7 +26,7 @@ void import(std::string_view text, const TextOptions& options, BeyondLimit beyon
     require(std::all_of(reading.faults.begin(), reading.faults.end(), isPrintable));
     require(std::all_of(reading.notes.begin(), reading.notes.end(), isPrintable));
     if (!reading.faults.empty()) return;
-    require(reading.calibration.size() <= kMostChannels);
+    require(reading.calibration.size() <= kMaxChannels);
     require(std::all_of(reading.calibration.begin(), reading.calibration.end(), isTaken));
 }
 

@@ -15,7 +15,7 @@ using hidlaudio::fuzz::Input;
 using hidlaudio::fuzz::require;
 
 // Enough to differ from each other; more only take longer.
-constexpr size_t kMostTried = 3;
+constexpr size_t kMaxTried = 3;
 
 /** A name that no channel has yet: one of up to three letters, or one of four. */
 std::string takeName(Input& input, const Calibration& before) {
@@ -35,7 +35,7 @@ double takeNumber(Input& input, double limit) {
 
 Calibration takeCalibration(Input& input) {
     Calibration calibration;
-    const size_t count = input.take<uint8_t>() % (kMostTried + 1);
+    const size_t count = input.take<uint8_t>() % (kMaxTried + 1);
     while (calibration.size() < count) {
         ChannelCalibration channel;
         channel.channel = takeName(input, calibration);

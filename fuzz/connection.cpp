@@ -15,20 +15,20 @@ using namespace android::hardware::transport;  // NOLINT: the wire's names are w
 using test::ParentProbe;
 
 constexpr uint32_t kAdd = 1;
-constexpr size_t kMostSteps = 64;
-constexpr size_t kMostChannels = 4;
-constexpr size_t kMostRounds = 100'000;
+constexpr size_t kMaxSteps = 64;
+constexpr size_t kMaxChannels = 4;
+constexpr size_t kMaxRounds = 100'000;
 
 /** Until nothing is left to do, which must come. */
 void serveAll() {
     size_t rounds = 0;
-    while (Process::self().pool().serveReady()) require(++rounds < kMostRounds);
+    while (Process::self().pool().serveReady()) require(++rounds < kMaxRounds);
 }
 
 /** A connection as the listening socket makes one; returns the peer's end. */
 android::base::unique_fd connectToService() {
     SocketPair sockets;
-    auto link = std::make_shared<Link>(std::move(sockets.far), getpid(), getuid());
+    auto link = std::make_shared<PeerConnection>(std::move(sockets.far), getpid(), getuid());
     ControlSource::watch(link, true);
     return std::move(sockets.near);
 }
@@ -63,36 +63,36 @@ void readAll(int socket) {
 /** A client that keeps to the rules all the time. */
 class GoodClient {
   public:
-    explicit GoodClient(uint64_t object) : mControl(connectToService()) {
-        send(mControl.get(), packetOf(kHello, 1, kWireVersion));
-        mChannel = openChannel(mControl.get());
+    explicit GoodClient(uint64_t object) : control_(connectToService()) {
+        send(control_.get(), packetOf(kHello, 1, kWireVersion));
+        channel_ = openChannel(control_.get());
         android::hardware::Parcel parcel;
         parcel.writeInterfaceToken(ParentProbe::descriptor);
         parcel.writeInt32(1);
         parcel.writeInt32(2);
         const OutgoingBody& body = parcel.outgoing();
-        mCall = packetOf(kCall, object, kAdd);
-        reinterpret_cast<MessageHeader*>(mCall.bytes.data())->bodySize = static_cast<uint32_t>(body.bodySize);
-        mCall.bytes.insert(mCall.bytes.end(), body.body(), body.body() + body.bodySize);
+        call_ = packetOf(kCall, object, kAdd);
+        reinterpret_cast<MessageHeader*>(call_.bytes.data())->bodySize = static_cast<uint32_t>(body.bodySize);
+        call_.bytes.insert(call_.bytes.end(), body.body(), body.body() + body.bodySize);
         serveAll();
     }
 
     void call() const {
-        send(mChannel.get(), mCall);
+        send(channel_.get(), call_);
         serveAll();
         struct {
             MessageHeader header;
             int32_t status;
             int32_t sum;
         } reply{};
-        require(recv(mChannel.get(), &reply, sizeof(reply), MSG_DONTWAIT) == sizeof(reply));
+        require(recv(channel_.get(), &reply, sizeof(reply), MSG_DONTWAIT) == sizeof(reply));
         require(reply.header.type == kReply && reply.status == 0 && reply.sum == 3);
     }
 
   private:
-    android::base::unique_fd mControl;
-    android::base::unique_fd mChannel;
-    Packet mCall;
+    android::base::unique_fd control_;
+    android::base::unique_fd channel_;
+    Packet call_;
 };
 
 struct Service {
@@ -120,16 +120,16 @@ Service& service() {
 /** The peer that the input describes. */
 class Peer {
   public:
-    Peer() : mControl(connectToService()) {}
+    Peer() : control_(connectToService()) {}
 
     void step(Input& input) {
         const auto what = input.take<uint8_t>();
         const int to = socket(what / 8U);
         switch (what % 8) {
             case 0:
-                return send(mControl.get(), packetOf(kHello, input.take<uint8_t>() + 2U, kWireVersion));
+                return send(control_.get(), packetOf(kHello, input.take<uint8_t>() + 2U, kWireVersion));
             case 1:
-                if (mChannels.size() < kMostChannels) mChannels.push_back(openChannel(mControl.get()));
+                if (channels_.size() < kMaxChannels) channels_.push_back(openChannel(control_.get()));
                 return;
             case 2:
                 return serve();
@@ -140,21 +140,21 @@ class Peer {
             case 5:
                 return control(input);
             default:
-                send(to, takeMessage(input, service().object, ParentProbe::descriptor, mOther.far.get()));
+                send(to, takeMessage(input, service().object, ParentProbe::descriptor, other_.far.get()));
         }
     }
 
     // The service may wait for what this peer says: it says nothing more on the channels so far.
     void serve() {
-        for (const auto& channel : mChannels) shutdown(channel.get(), SHUT_WR);
+        for (const auto& channel : channels_) shutdown(channel.get(), SHUT_WR);
         serveAll();
     }
 
   private:
     /** A call channel, the one made last first; or else the control channel. */
     int socket(size_t which) const {
-        const size_t index = which % (kMostChannels + 1);
-        return index < mChannels.size() ? mChannels[mChannels.size() - 1 - index].get() : mControl.get();
+        const size_t index = which % (kMaxChannels + 1);
+        return index < channels_.size() ? channels_[channels_.size() - 1 - index].get() : control_.get();
     }
 
     static void raw(Input& input, int to) {
@@ -169,12 +169,12 @@ class Peer {
         const auto type = static_cast<MessageType>(input.take<uint8_t>());
         const auto number = input.take<uint8_t>();
         const auto count = input.take<uint8_t>();
-        send(mControl.get(), packetOf(type, number == 0 ? service().object : number, count));
+        send(control_.get(), packetOf(type, number == 0 ? service().object : number, count));
     }
 
-    SocketPair mOther;
-    android::base::unique_fd mControl;
-    std::vector<android::base::unique_fd> mChannels;
+    SocketPair other_;
+    android::base::unique_fd control_;
+    std::vector<android::base::unique_fd> channels_;
 };
 
 }  // namespace
@@ -199,7 +199,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto open = openDescriptors();
     {
         Peer peer;
-        for (size_t i = 0; i < kMostSteps && input.left() > 0; ++i) peer.step(input);
+        for (size_t i = 0; i < kMaxSteps && input.left() > 0; ++i) peer.step(input);
         peer.serve();
         service().client->call();
     }

@@ -9,7 +9,7 @@ namespace hidlaudio::fuzz {
 
 /** A probe without methods that wait, start threads, or end the process by design. */
 struct EchoProbe : test::Probe {
-    static constexpr uint32_t kMostMade = 40'000;  // more than a packet
+    static constexpr uint32_t kMaxMade = 40'000;  // more than a packet
 
     EchoProbe() : test::Probe(1) {}
 
@@ -32,10 +32,10 @@ struct EchoProbe : test::Probe {
         return 0;
     }
     android::hardware::Return<void> makeBytes(uint32_t size, makeBytes_cb cb) override {
-        return Probe::makeBytes(size % kMostMade, cb);
+        return Probe::makeBytes(size % kMaxMade, cb);
     }
     android::hardware::Return<void> makeText(uint32_t size, makeText_cb cb) override {
-        return Probe::makeText(size % kMostMade, cb);
+        return Probe::makeText(size % kMaxMade, cb);
     }
 };
 

@@ -12,29 +12,29 @@ namespace hidlaudio::fuzz {
 /** An input, taken piece by piece from its beginning; zeros once it has ended. */
 class Input {
   public:
-    Input(const uint8_t* data, size_t size) : mData(data), mSize(size) {}
+    Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
 
-    size_t left() const { return mSize; }
+    size_t left() const { return size_; }
 
     template <typename T>
     T take() {
         T value{};
-        const size_t size = std::min(sizeof(T), mSize);
+        const size_t size = std::min(sizeof(T), size_);
         memcpy(static_cast<void*>(&value), take(size), size);
         return value;
     }
 
     /** `size` bytes, of which there must be as many. */
     const uint8_t* take(size_t size) {
-        const uint8_t* taken = mData;
-        mData += size;
-        mSize -= size;
+        const uint8_t* taken = data_;
+        data_ += size;
+        size_ -= size;
         return taken;
     }
 
   private:
-    const uint8_t* mData;
-    size_t mSize;
+    const uint8_t* data_;
+    size_t size_;
 };
 
 /** Ends the process, so that the input is kept, unless `condition` holds. */

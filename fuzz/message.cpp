@@ -11,23 +11,23 @@ namespace {
 using namespace android::hardware::transport;  // NOLINT: messages are what this file is about
 using android::hardware::Parcel;
 
-constexpr size_t kMostPackets = 8;
-constexpr size_t kMostReads = 32;
+constexpr size_t kMaxPackets = 8;
+constexpr size_t kMaxReads = 32;
 
 /** No reader goes beyond the body unseen, although its memory is larger. */
 class BodyAlone {
   public:
     explicit BodyAlone(const IncomingMessage& message)
-        : mBegin(message.body + message.bodySize), mEnd(message.buffer.data() + message.buffer.capacity()) {
-        ASAN_POISON_MEMORY_REGION(mBegin, mEnd - mBegin);
+        : begin_(message.body + message.bodySize), end_(message.buffer.data() + message.buffer.capacity()) {
+        ASAN_POISON_MEMORY_REGION(begin_, end_ - begin_);
     }
-    ~BodyAlone() { ASAN_UNPOISON_MEMORY_REGION(mBegin, mEnd - mBegin); }
+    ~BodyAlone() { ASAN_UNPOISON_MEMORY_REGION(begin_, end_ - begin_); }
     BodyAlone(const BodyAlone&) = delete;
     BodyAlone& operator=(const BodyAlone&) = delete;
 
   private:
-    const uint8_t* mBegin;
-    const uint8_t* mEnd;
+    const uint8_t* begin_;
+    const uint8_t* end_;
 };
 
 void touch(const void* data, size_t size) {
@@ -96,7 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto kind = input.take<uint8_t>();
     {
         SocketPair sockets;
-        const size_t packets = input.take<uint8_t>() % (kMostPackets + 1);
+        const size_t packets = input.take<uint8_t>() % (kMaxPackets + 1);
         for (size_t i = 0; i < packets; ++i)
             send(sockets.near.get(), takeMessage(input, 1, "name", other.far.get()));
         Channel channel(std::move(sockets.far), kind % 2 == 0 ? Channel::Kind::Call : Channel::Kind::Control);
@@ -104,7 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         while (channel.receive(&parcel.incoming(), false) == Channel::Received::Message) {
             const BodyAlone alone(parcel.incoming());
             parcel.startReading();
-            for (size_t i = 0; i < kMostReads && read(parcel, input); ++i) {
+            for (size_t i = 0; i < kMaxReads && read(parcel, input); ++i) {
             }
         }
     }

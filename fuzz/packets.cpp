@@ -11,9 +11,9 @@ namespace {
 
 using namespace android::hardware::transport;  // NOLINT: the wire's names are what this file is about
 
-constexpr size_t kMostReferences = 8;
+constexpr size_t kMaxReferences = 8;
 constexpr uint32_t kRoomUnit = 40'000;
-constexpr size_t kMostFds = 4;
+constexpr size_t kMaxFds = 4;
 
 int sharedMemory(size_t size, int seals) {
     const int fd = memfd_create("fuzz", MFD_CLOEXEC | MFD_ALLOW_SEALING);
@@ -68,7 +68,7 @@ void send(int socket, const Packet& packet) {
     msghdr message{};
     message.msg_iov = &part;
     message.msg_iovlen = 1;
-    alignas(cmsghdr) char control[CMSG_SPACE(kMostFds * sizeof(int))] = {};
+    alignas(cmsghdr) char control[CMSG_SPACE(kMaxFds * sizeof(int))] = {};
     if (!packet.fds.empty()) {
         const size_t fdBytes = packet.fds.size() * sizeof(int);
         message.msg_control = control;
@@ -117,12 +117,12 @@ Packet takeMessage(Input& input, uint64_t object, const char* token, int far) {
     header.code = layout.code;
     header.target = layout.object == 0 ? object : layout.object;
     header.room = layout.changes / 8U * kRoomUnit;
-    std::vector<ObjectReference> references(layout.references % kMostReferences);
+    std::vector<ObjectReference> references(layout.references % kMaxReferences);
     for (ObjectReference& reference : references) {
         const auto number = input.take<uint16_t>();
         reference = {number == 0 ? object : number >> 2, number & 3U, 0};
     }
-    for (size_t i = 0; i < layout.fds % kMostFds; ++i)
+    for (size_t i = 0; i < layout.fds % kMaxFds; ++i)
         packet.fds.push_back(descriptor(input.take<uint8_t>(), far));
     if (layout.bulk != 0) {
         header.bulkOffset = input.take<uint32_t>();

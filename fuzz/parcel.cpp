@@ -31,8 +31,8 @@ struct Beside {
     uint8_t bulk;  // whether there is plain data in shared memory
 };
 
-constexpr size_t kMostObjects = 8;
-constexpr size_t kMostFds = 4;
+constexpr size_t kMaxObjects = 8;
+constexpr size_t kMaxFds = 4;
 constexpr size_t kBulkSize = 16384;
 
 struct Objects {
@@ -54,27 +54,27 @@ class Body {
   public:
     Body(const std::string& token, Input& input) {
         const size_t tokenSize = token.empty() ? 0 : (token.size() + 4) & ~size_t{3};
-        mSize = tokenSize + input.left();
-        mBytes = std::make_unique<uint8_t[]>(mSize);
-        memcpy(mBytes.get(), token.c_str(), token.size());
-        memcpy(mBytes.get() + tokenSize, input.take(input.left()), mSize - tokenSize);
+        size_ = tokenSize + input.left();
+        bytes_ = std::make_unique<uint8_t[]>(size_);
+        memcpy(bytes_.get(), token.c_str(), token.size());
+        memcpy(bytes_.get() + tokenSize, input.take(input.left()), size_ - tokenSize);
     }
 
     void give(const Beside& beside, Parcel* parcel) const {
         IncomingMessage& message = parcel->incoming();
-        message.body = mBytes.get();
-        message.bodySize = mSize;
-        for (size_t i = 0; i < beside.objects % kMostObjects; ++i)
+        message.body = bytes_.get();
+        message.bodySize = size_;
+        for (size_t i = 0; i < beside.objects % kMaxObjects; ++i)
             message.attach().objects.push_back(objects().probeStub);
-        for (size_t i = 0; i < beside.fds % kMostFds; ++i)
+        for (size_t i = 0; i < beside.fds % kMaxFds; ++i)
             message.attach().fds.emplace_back(open("/dev/null", O_RDWR | O_CLOEXEC));
         if (beside.bulk % 2 != 0) message.bulk = BulkView(objects().bulk, 0, 0, kBulkSize);
         parcel->startReading();
     }
 
   private:
-    size_t mSize;
-    std::unique_ptr<uint8_t[]> mBytes;
+    size_t size_;
+    std::unique_ptr<uint8_t[]> bytes_;
 };
 
 /** A remote object whose reply is the input. */

@@ -35,17 +35,17 @@ void makePrivateTv() {
 TvFile::TvFile(const std::string& path) {
     const std::string real = host::tvRoot() + path;
     std::filesystem::create_directories(std::filesystem::path(real).parent_path());
-    mFd = open(real.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    require(mFd >= 0);
+    fd_ = open(real.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    require(fd_ >= 0);
 }
 
 TvFile::~TvFile() {
-    close(mFd);
+    close(fd_);
 }
 
 void TvFile::fill(const uint8_t* data, size_t size) const {
-    require(ftruncate(mFd, 0) == 0);
-    require(pwrite(mFd, data, size, 0) == static_cast<ssize_t>(size));
+    require(ftruncate(fd_, 0) == 0);
+    require(pwrite(fd_, data, size, 0) == static_cast<ssize_t>(size));
 }
 
 }  // namespace hidlaudio::fuzz

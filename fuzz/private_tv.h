@@ -27,7 +27,7 @@ class TvFile {
     void fill(const uint8_t* data, size_t size) const;
 
   private:
-    int mFd;
+    int fd_;
 };
 
 }  // namespace hidlaudio::fuzz

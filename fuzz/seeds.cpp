@@ -159,15 +159,15 @@ constexpr int kToControl = 4 * 8;
 
 class Corpus {
   public:
-    explicit Corpus(std::filesystem::path folder) : mFolder(std::move(folder)) {}
+    explicit Corpus(std::filesystem::path folder) : folder_(std::move(folder)) {}
 
     void add(const char* target, const std::string& name, const Bytes& input) const {
-        std::filesystem::create_directories(mFolder / target);
-        std::ofstream(mFolder / target / name, std::ios::binary) << input;
+        std::filesystem::create_directories(folder_ / target);
+        std::ofstream(folder_ / target / name, std::ios::binary) << input;
     }
 
   private:
-    const std::filesystem::path mFolder;
+    const std::filesystem::path folder_;
 };
 
 void addParcels(const Corpus& corpus, int whose, const std::vector<std::pair<std::string, Call>>& calls) {

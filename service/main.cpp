@@ -23,7 +23,7 @@ using ::android::hidl::base::V1_0::IBase;
 using platform::logDebug;
 using platform::logError;
 
-constexpr char kTag[] = "HidlAudio";
+constexpr char kLogTag[] = "HidlAudio";
 
 struct Service {
     sp<IBase> (*construct)();
@@ -76,7 +76,7 @@ Objects constructServices() {
 bool registerServices(const Objects& objects) {
     for (size_t i = 0; i < objects.size(); ++i) {
         if (kServices[i].registerObject(objects[i]) == ::android::OK) continue;
-        logError(kTag, "%s", kServices[i].failure);
+        logError(kLogTag, "%s", kServices[i].failure);
         return false;
     }
     return true;
@@ -84,7 +84,7 @@ bool registerServices(const Objects& objects) {
 
 /** Serves until the process is killed; coming back means that it could not. */
 int serve() {
-    logDebug(kTag, "########## HIDL server side: main() is called:");
+    logDebug(kLogTag, "########## HIDL server side: main() is called:");
     // Constructors may wait for the audio HAL to be registered. That wait starts the process's
     // thread pool, which has by default one thread of its own: without this call that thread
     // would stay and serve beside the main thread.
@@ -95,7 +95,7 @@ int serve() {
     ::android::hardware::configureRpcThreadpool(1, true);
     if (registerServices(objects)) {
         ::android::hardware::joinRpcThreadpool();
-        logDebug(kTag, "########## HIDL server side: Service exited");
+        logDebug(kLogTag, "########## HIDL server side: Service exited");
     }
     return 1;
 }

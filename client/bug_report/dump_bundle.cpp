@@ -45,7 +45,7 @@ ordered_json describeChain(const RegisteredService& service, const std::vector<s
     return chain;
 }
 
-ordered_json describe(const RegisteredService& service, const AskedState& asked) {
+ordered_json describe(const RegisteredService& service, const ServiceDump& asked) {
     ordered_json entry = {{"interface", service.name.interface},
                           {"instance", service.name.instance},
                           {"pid", service.pid},
@@ -73,13 +73,13 @@ ordered_json namesOfMissing(const std::vector<RegisteredService>& services) {
 }
 
 /** States, in the order of the services; those that did not even tell their chain are not asked again. */
-std::vector<AskedState> askAll(const std::vector<RegisteredService>& services, double seconds) {
+std::vector<ServiceDump> askAll(const std::vector<RegisteredService>& services, double seconds) {
     std::vector<ServiceName> names;
     for (const RegisteredService& service : services)
         if (service.object != nullptr) names.push_back(service.name);
-    const std::vector<AskedState> answers = askStates(names, {"--json"}, true, seconds);
+    const std::vector<ServiceDump> answers = requestDumps(names, {"--json"}, true, seconds);
     auto answer = answers.begin();
-    std::vector<AskedState> states;
+    std::vector<ServiceDump> states;
     for (const RegisteredService& service : services) {
         if (service.object != nullptr) {
             states.push_back(*answer++);
@@ -97,7 +97,7 @@ int addServices(double seconds, ordered_json& bundle) {
     int status = findRegisteredServices(seconds, services);
     if (status != kDone && services.empty()) bundle["services_error"] = "the registry cannot be read";
     keepMostDerived(services);
-    const std::vector<AskedState> states = askAll(services, seconds);
+    const std::vector<ServiceDump> states = askAll(services, seconds);
     bundle["services"] = ordered_json::array();
     for (size_t i = 0; i < services.size(); ++i) {
         bundle["services"].push_back(describe(services[i], states[i]));

@@ -35,12 +35,12 @@ using android::hidl::base::V1_0::IBase;
 using Clock = std::chrono::steady_clock;
 
 /** What a call that may never return is given and leaves; shared with it for that reason. */
-struct Question {
+struct DumpRequest {
     ServiceName name;
     hidl_vec<hidl_string> options;
     bool wantsHashes = false;
     unique_fd output;  // where the service writes
-    std::promise<AskedState> answer;
+    std::promise<ServiceDump> answer;
     unique_fd unanswered;  // closed when it has answered
 };
 
@@ -53,7 +53,7 @@ std::string asHex(const Hash& hash) {
 }
 
 /** Whether the call was answered; otherwise `asked` tells. */
-bool examined(const android::hardware::details::return_status& returned, AskedState& asked) {
+bool examined(const android::hardware::details::return_status& returned, ServiceDump& asked) {
     if (returned.isOk()) return true;
     const bool dead = returned.isDeadObject();
     asked.status = dead ? kNoService : kRefused;
@@ -61,9 +61,9 @@ bool examined(const android::hardware::details::return_status& returned, AskedSt
     return false;
 }
 
-void ask(Question& question, AskedState& asked) {
+void ask(DumpRequest& request, ServiceDump& asked) {
     Return<sp<IBase>> found =
-        android::hardware::defaultServiceManager()->get(question.name.interface, question.name.instance);
+        android::hardware::defaultServiceManager()->get(request.name.interface, request.name.instance);
     const sp<IBase> object = found.withDefault(nullptr);
     if (object == nullptr) {
         asked.status = kNoService;
@@ -73,20 +73,20 @@ void ask(Question& question, AskedState& asked) {
     const auto takeHashes = [&asked](const hidl_vec<Hash>& chain) {
         for (const Hash& hash : chain) asked.hashes.push_back(asHex(hash));
     };
-    if (question.wantsHashes && !examined(object->getHashChain(takeHashes), asked)) return;
+    if (request.wantsHashes && !examined(object->getHashChain(takeHashes), asked)) return;
     native_handle_t* const native = native_handle_create(1, 0);
     if (native == nullptr) return;
-    native->data[0] = question.output.get();
-    examined(object->debug(hidl_handle(native), question.options), asked);
+    native->data[0] = request.output.get();
+    examined(object->debug(hidl_handle(native), request.options), asked);
     native_handle_delete(native);
 }
 
-void askOnThread(const std::shared_ptr<Question>& question) {
-    std::thread([question] {
-        AskedState asked;
-        ask(*question, asked);
-        question->answer.set_value(std::move(asked));
-        question->unanswered.reset();
+void askOnThread(const std::shared_ptr<DumpRequest>& request) {
+    std::thread([request] {
+        ServiceDump asked;
+        ask(*request, asked);
+        request->answer.set_value(std::move(asked));
+        request->unanswered.reset();
     }).detach();
 }
 
@@ -117,16 +117,16 @@ void readUntilAnswered(int output, int answered, Clock::time_point end, std::str
     }
 }
 
-AskedState askState(const std::shared_ptr<Question>& question, Clock::time_point end, double seconds) {
+ServiceDump requestDump(const std::shared_ptr<DumpRequest>& request, Clock::time_point end, double seconds) {
     unique_fd output, answered;
-    if (!android::base::Pipe(&output, &question->output) || fcntl(output.get(), F_SETFL, O_NONBLOCK) != 0 ||
-        !android::base::Pipe(&answered, &question->unanswered))
+    if (!android::base::Pipe(&output, &request->output) || fcntl(output.get(), F_SETFL, O_NONBLOCK) != 0 ||
+        !android::base::Pipe(&answered, &request->unanswered))
         return {kRefused, std::string("no pipe can be had: ") + strerror(errno), "", {}};
-    std::future<AskedState> answer = question->answer.get_future();
-    askOnThread(question);
+    std::future<ServiceDump> answer = request->answer.get_future();
+    askOnThread(request);
     std::string text;
     readUntilAnswered(output.get(), answered.get(), end, text);
-    AskedState asked{kTimedOut, android::base::StringPrintf("no answer within %g s", seconds), "", {}};
+    ServiceDump asked{kTimedOut, android::base::StringPrintf("no answer within %g s", seconds), "", {}};
     if (answer.wait_until(end) == std::future_status::ready) asked = answer.get();
     asked.text = std::move(text);
     return asked;
@@ -134,29 +134,29 @@ AskedState askState(const std::shared_ptr<Question>& question, Clock::time_point
 
 }  // namespace
 
-nlohmann::ordered_json asJson(const AskedState& asked) {
+nlohmann::ordered_json asJson(const ServiceDump& asked) {
     if (asked.status != kDone) return {{"error", asked.error}};
     if (asked.text.empty()) return nullptr;
     auto state = nlohmann::ordered_json::parse(asked.text, nullptr, false);
     return state.is_discarded() ? nlohmann::ordered_json(asked.text) : state;
 }
 
-std::vector<AskedState> askStates(const std::vector<ServiceName>& names,
-                                  const std::vector<std::string>& options, bool hashes, double seconds) {
+std::vector<ServiceDump> requestDumps(const std::vector<ServiceName>& names,
+                                      const std::vector<std::string>& options, bool hashes, double seconds) {
     const auto limit = std::chrono::duration<double>(seconds);
     const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
-    std::vector<std::future<AskedState>> answers;
+    std::vector<std::future<ServiceDump>> answers;
     answers.reserve(names.size());
     for (const ServiceName& name : names) {
-        const auto question = std::make_shared<Question>();
-        question->name = name;
-        question->options = hidl_vec<hidl_string>(options.begin(), options.end());
-        question->wantsHashes = hashes;
-        answers.push_back(std::async(std::launch::async, askState, question, end, seconds));
+        const auto request = std::make_shared<DumpRequest>();
+        request->name = name;
+        request->options = hidl_vec<hidl_string>(options.begin(), options.end());
+        request->wantsHashes = hashes;
+        answers.push_back(std::async(std::launch::async, requestDump, request, end, seconds));
     }
-    std::vector<AskedState> states;
+    std::vector<ServiceDump> states;
     states.reserve(answers.size());
-    for (std::future<AskedState>& answer : answers) states.push_back(answer.get());
+    for (std::future<ServiceDump>& answer : answers) states.push_back(answer.get());
     return states;
 }
 

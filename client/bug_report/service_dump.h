@@ -16,7 +16,7 @@ namespace hidlaudio::client {
 constexpr size_t kLargestState = 1 << 20;
 
 /** What a service told of itself. */
-struct AskedState {
+struct ServiceDump {
     int status = kDone;               // why there is nothing (more): kRefused, kNoService or kTimedOut
     std::string error;                // the same in words; empty for kDone
     std::string text;                 // what it wrote until then
@@ -29,13 +29,13 @@ struct AskedState {
  * threads of its own, and none is waited for longer than `seconds`: one that hangs or
  * ends spoils only its own answer. Tells the user nothing.
  */
-std::vector<AskedState> askStates(const std::vector<ServiceName>& names,
-                                  const std::vector<std::string>& options, bool hashes, double seconds);
+std::vector<ServiceDump> requestDumps(const std::vector<ServiceName>& names,
+                                      const std::vector<std::string>& options, bool hashes, double seconds);
 
 /**
  * What a service asked for --json told: its object, its text where it knows no JSON, null
  * where it tells nothing; {"error": ...} where it did not answer.
  */
-nlohmann::ordered_json asJson(const AskedState& asked);
+nlohmann::ordered_json asJson(const ServiceDump& asked);
 
 }  // namespace hidlaudio::client

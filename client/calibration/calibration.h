@@ -11,7 +11,7 @@
 namespace hidlaudio::client {
 
 /** Further channels make the service lose the delays of all of them. */
-constexpr size_t kMostChannels = 9;
+constexpr size_t kMaxChannels = 9;
 
 /** Gains and levels reach from -9 dB to 9 dB. */
 constexpr double kLargestGain = 9;

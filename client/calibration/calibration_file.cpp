@@ -114,11 +114,11 @@ Reading readCalibrationFile(std::string_view text) {
         reading.faults.emplace_back("the outermost value must be a list of channels");
         return reading;
     }
-    if (document.size() > kMostChannels) {
+    if (document.size() > kMaxChannels) {
         reading.faults.push_back(std::to_string(document.size()) + " channels; the service keeps " +
-                                 std::to_string(kMostChannels));
+                                 std::to_string(kMaxChannels));
     }
-    for (size_t i = 0; i < std::min(document.size(), kMostChannels); ++i) readEntry(document[i], i, reading);
+    for (size_t i = 0; i < std::min(document.size(), kMaxChannels); ++i) readEntry(document[i], i, reading);
     return reading;
 }
 

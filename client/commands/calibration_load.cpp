@@ -118,7 +118,7 @@ int keepOthers(const Invocation& invocation, Calibration& calibration) {
         }
     }
     calibration = merged;
-    if (calibration.size() <= kMostChannels) return kDone;
+    if (calibration.size() <= kMaxChannels) return kDone;
     return fail(kWrongUsage, "with those kept there are more than 9 channels: nothing was sent");
 }
 
@@ -158,7 +158,7 @@ int takeChannels(const std::vector<std::string>& words, Options& options) {
             return fail(kWrongUsage, "--channel names " + channel + " twice");
         options.text.channels.push_back(channel);
     }
-    if (words.size() <= kMostChannels) return kDone;
+    if (words.size() <= kMaxChannels) return kDone;
     return fail(kWrongUsage, "--channel takes at most 9 channels");
 }
 

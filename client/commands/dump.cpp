@@ -51,7 +51,7 @@ int registeredServices(double seconds, std::vector<ServiceName>& names) {
                 "no service is registered on the TV " + host::tvRoot() + "; `tv boot` starts the services");
 }
 
-void printText(const ServiceName& name, const AskedState& state) {
+void printText(const ServiceName& name, const ServiceDump& state) {
     printf("%s\n%s", toString(name).c_str(), state.text.c_str());
     if (state.text.empty()) {
         printf("  (tells nothing of itself)\n");
@@ -67,7 +67,7 @@ int dump(const Invocation& invocation, const std::vector<std::string>& words) {
     if (names.empty()) status = registeredServices(seconds, names);
     if (names.empty()) return status;
     const std::vector<std::string> options(invocation.json ? 1 : 0, "--json");
-    const std::vector<AskedState> states = askStates(names, options, false, seconds);
+    const std::vector<ServiceDump> states = requestDumps(names, options, false, seconds);
     ordered_json all = ordered_json::object();
     for (size_t i = 0; i < names.size(); ++i) {
         all[toString(names[i])] = asJson(states[i]);

@@ -49,65 +49,65 @@ struct Event {
 class Events : public virtual android::RefBase {
   public:
     void add(Event event) {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mEvents.push_back(std::move(event));
-        mAdded.notify_one();
+        const std::lock_guard<std::mutex> lock(mutex_);
+        events_.push_back(std::move(event));
+        added_.notify_one();
     }
 
     Event next() {
-        std::unique_lock<std::mutex> lock(mMutex);
-        const android::base::ScopedLockAssertion held(mMutex);
-        mAdded.wait(lock, [this]() REQUIRES(mMutex) { return !mEvents.empty(); });
-        Event event = std::move(mEvents.front());
-        mEvents.pop_front();
+        std::unique_lock<std::mutex> lock(mutex_);
+        const android::base::ScopedLockAssertion held(mutex_);
+        added_.wait(lock, [this]() REQUIRES(mutex_) { return !events_.empty(); });
+        Event event = std::move(events_.front());
+        events_.pop_front();
         return event;
     }
 
   private:
-    std::mutex mMutex;
-    std::condition_variable mAdded;
-    std::deque<Event> mEvents GUARDED_BY(mMutex);
+    std::mutex mutex_;
+    std::condition_variable added_;
+    std::deque<Event> events_ GUARDED_BY(mutex_);
 };
 
 class Changes : public IHdmiAudioCallback {
   public:
-    explicit Changes(const sp<Events>& events) : mEvents(events) {}
+    explicit Changes(const sp<Events>& events) : events_(events) {}
     Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
-        mEvents->add({Event::Kind::Changed, Names(names.begin(), names.end())});
+        events_->add({Event::Kind::Changed, Names(names.begin(), names.end())});
         return Void();
     }
 
   private:
-    const sp<Events> mEvents;
+    const sp<Events> events_;
 };
 
 class Starts : public IServiceNotification {
   public:
-    explicit Starts(const sp<Events>& events) : mEvents(events) {}
+    explicit Starts(const sp<Events>& events) : events_(events) {}
     Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
-        mEvents->add({Event::Kind::Registered, {}});
+        events_->add({Event::Kind::Registered, {}});
         return Void();
     }
 
   private:
-    const sp<Events> mEvents;
+    const sp<Events> events_;
 };
 
 class Ends : public android::hardware::hidl_death_recipient {
   public:
-    explicit Ends(const sp<Events>& events) : mEvents(events) {}
+    explicit Ends(const sp<Events>& events) : events_(events) {}
     void serviceDied(uint64_t cookie, const android::wp<IBase>&) override {
-        mEvents->add({Event::Kind::Ended, {}, cookie});
+        events_->add({Event::Kind::Ended, {}, cookie});
     }
 
   private:
-    const sp<Events> mEvents;
+    const sp<Events> events_;
 };
 
 /** The service that is being watched, if any, and what it and its successors tell. Main thread. */
 class Watch {
   public:
-    explicit Watch(const Invocation& invocation) : mInvocation(invocation) {}
+    explicit Watch(const Invocation& invocation) : invocation_(invocation) {}
 
     int run();
 
@@ -120,30 +120,30 @@ class Watch {
     void handleEnd(uint64_t cookie);
     int print(const Names& names) const;
 
-    const Invocation& mInvocation;
-    const std::string mName = std::string(IHdmiAudio::descriptor) + "/default";
-    const sp<Events> mEvents = new Events;
-    const sp<Changes> mChanges = new Changes(mEvents);
-    const sp<Starts> mStarts = new Starts(mEvents);
-    const sp<Ends> mEnds = new Ends(mEvents);
-    sp<IHdmiAudio> mService;
-    uint64_t mCookie = 0;  // of the link to its death: a late notice shall not speak for the next one
+    const Invocation& invocation_;
+    const std::string name_ = std::string(IHdmiAudio::descriptor) + "/default";
+    const sp<Events> events_ = new Events;
+    const sp<Changes> changes_ = new Changes(events_);
+    const sp<Starts> starts_ = new Starts(events_);
+    const sp<Ends> ends_ = new Ends(events_);
+    sp<IHdmiAudio> service_;
+    uint64_t cookie_ = 0;  // of the link to its death: a late notice shall not speak for the next one
 };
 
 int Watch::run() {
     if (const int status = askForStarts(); status != kDone) return status;
     if (const int status = handleStart(); status != kDone) return status;
-    if (mService == nullptr) return noService(mName);
+    if (service_ == nullptr) return noService(name_);
     for (;;) {
-        if (const int status = handle(mEvents->next()); status != kDone) return status;
+        if (const int status = handle(events_->next()); status != kDone) return status;
     }
 }
 
 int Watch::askForStarts() {
     const Return<bool> asked = android::hardware::defaultServiceManager()->registerForNotifications(
-        IHdmiAudio::descriptor, "default", mStarts);
+        IHdmiAudio::descriptor, "default", starts_);
     if (const int status = examine(asked, "the service manager"); status != kDone) return status;
-    return asked ? kDone : fail(kRefused, "the service manager cannot tell of " + mName);
+    return asked ? kDone : fail(kRefused, "the service manager cannot tell of " + name_);
 }
 
 int Watch::handle(const Event& event) {
@@ -160,40 +160,40 @@ int Watch::handle(const Event& event) {
 }
 
 int Watch::handleStart() {
-    const Deadline deadline(mInvocation, mName);
+    const Deadline deadline(invocation_, name_);
     const sp<IHdmiAudio> service = IHdmiAudio::tryGetService();
     // It may have gone again, or be the one that was there when its start was asked for.
-    if (service == nullptr || interfacesEqual(service, mService)) return kDone;
+    if (service == nullptr || interfacesEqual(service, service_)) return kDone;
     return follow(service);
 }
 
 int Watch::follow(const sp<IHdmiAudio>& service) {
-    mService = service;
-    const Return<bool> linked = service->linkToDeath(mEnds, ++mCookie);
+    service_ = service;
+    const Return<bool> linked = service->linkToDeath(ends_, ++cookie_);
     if (!linked.isOk()) return handleFailure(linked);
-    const Return<void> registered = service->setCallback(mChanges);
+    const Return<void> registered = service->setCallback(changes_);
     if (!registered.isOk()) return handleFailure(registered);
-    note("watching " + mName + "; Ctrl-C ends it");
+    note("watching " + name_ + "; Ctrl-C ends it");
     return kDone;
 }
 
 /** One that has just started may have ended again. */
 int Watch::handleFailure(const android::hardware::details::return_status& call) {
-    if (!call.isDeadObject()) return examine(call, mName);
-    handleEnd(mCookie);
+    if (!call.isDeadObject()) return examine(call, name_);
+    handleEnd(cookie_);
     return kDone;
 }
 
 void Watch::handleEnd(uint64_t cookie) {
-    if (cookie != mCookie || mService == nullptr) return;
-    mService = nullptr;
-    note(mName + " has ended; waiting for it to start again");
+    if (cookie != cookie_ || service_ == nullptr) return;
+    service_ = nullptr;
+    note(name_ + " has ended; waiting for it to start again");
 }
 
 int Watch::print(const Names& names) const {
     std::string text;
     for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
-    printValue(mInvocation, names, text);
+    printValue(invocation_, names, text);
     return host::flushOutput() ? kDone : kRefused;
 }
 

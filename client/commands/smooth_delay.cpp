@@ -17,7 +17,7 @@ using android::hardware::Return;
 using nlohmann::json;
 
 constexpr size_t kFewestDelays = 2;
-constexpr size_t kMostDelays = 9;
+constexpr size_t kMaxDelays = 9;
 
 /** What a delay of the controller's block can hold: a signed 16-bit number of samples at 48 kHz. */
 constexpr double kLongestSmoothDelay = 682;
@@ -99,7 +99,7 @@ int setDelays(const Invocation& invocation, const std::vector<std::string>& text
 
 int run(const Invocation& invocation, const std::string& action, const std::vector<std::string>& delays) {
     if (action == "set") {
-        if (delays.size() >= kFewestDelays && delays.size() <= kMostDelays)
+        if (delays.size() >= kFewestDelays && delays.size() <= kMaxDelays)
             return setDelays(invocation, delays);
         return fail(kWrongUsage, "set takes 2 to 9 delays, front left and front right first");
     }

@@ -28,35 +28,35 @@ using Clock = std::chrono::steady_clock;
 class Awaited : public IServiceNotification {
   public:
     explicit Awaited(const std::vector<ServiceName>& services) {
-        for (const ServiceName& service : services) mMissing.insert(toString(service));
+        for (const ServiceName& service : services) missing_.insert(toString(service));
     }
 
     Return<void> onRegistration(const hidl_string& interface, const hidl_string& instance,
                                 bool preexisting) override {
         const std::string name = toString(ServiceName{interface, instance});
-        const std::lock_guard<std::mutex> lock(mMutex);
-        if (mMissing.erase(name) > 0 && !preexisting) note(name + " is registered");
-        if (mMissing.empty()) mAllThere.notify_all();
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (missing_.erase(name) > 0 && !preexisting) note(name + " is registered");
+        if (missing_.empty()) allThere_.notify_all();
         return android::hardware::Void();
     }
 
     /** Whether all are there; waits for that until `end`. */
     bool wait(Clock::time_point end) {
-        std::unique_lock<std::mutex> lock(mMutex);
-        return mAllThere.wait_until(lock, end, [this]() REQUIRES(mMutex) { return mMissing.empty(); });
+        std::unique_lock<std::mutex> lock(mutex_);
+        return allThere_.wait_until(lock, end, [this]() REQUIRES(mutex_) { return missing_.empty(); });
     }
 
     std::string missing() {
-        const std::lock_guard<std::mutex> lock(mMutex);
+        const std::lock_guard<std::mutex> lock(mutex_);
         std::string names;
-        for (const std::string& name : mMissing) names += (names.empty() ? "" : ", ") + name;
+        for (const std::string& name : missing_) names += (names.empty() ? "" : ", ") + name;
         return names;
     }
 
   private:
-    std::mutex mMutex;
-    std::set<std::string> mMissing GUARDED_BY(mMutex);
-    std::condition_variable mAllThere;
+    std::mutex mutex_;
+    std::set<std::string> missing_ GUARDED_BY(mutex_);
+    std::condition_variable allThere_;
 };
 
 int askForNotices(const std::vector<ServiceName>& services, const android::sp<Awaited>& awaited) {

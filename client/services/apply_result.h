@@ -19,35 +19,35 @@ class ApplyResult : public com::tovi::dtv::hardware::audio::V5_0::IHeadphoneVirt
     using Time = std::chrono::steady_clock::time_point;
 
     android::hardware::Return<void> onApplyResult(int32_t result) override {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        if (!mResult) mResult = result;
-        mChanged.notify_all();
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (!result_) result_ = result;
+        changed_.notify_all();
         return android::hardware::Void();
     }
 
     void serviceDied(uint64_t, const android::wp<android::hidl::base::V1_0::IBase>&) override {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mDied = true;
-        mChanged.notify_all();
+        const std::lock_guard<std::mutex> lock(mutex_);
+        died_ = true;
+        changed_.notify_all();
     }
 
     /** Whether it has ended; waits for that until `end`. */
     bool wait(Time end) {
-        std::unique_lock<std::mutex> lock(mMutex);
-        return mChanged.wait_until(lock, end, [this]() REQUIRES(mMutex) { return mResult || mDied; });
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_until(lock, end, [this]() REQUIRES(mutex_) { return result_ || died_; });
     }
 
     /** None where the service ended before it told. */
     std::optional<int32_t> result() {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        return mResult;
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return result_;
     }
 
   private:
-    std::mutex mMutex;
-    std::condition_variable mChanged;
-    std::optional<int32_t> mResult GUARDED_BY(mMutex);
-    bool mDied GUARDED_BY(mMutex) = false;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::optional<int32_t> result_ GUARDED_BY(mutex_);
+    bool died_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace hidlaudio::client

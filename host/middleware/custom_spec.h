@@ -6,7 +6,7 @@
 
 namespace hidlaudio::host {
 
-/** What carries a command to the back-end controller, or a question and its answer. */
+/** What carries a command to the back-end controller, or a request and its answer. */
 struct CustomSpecRecord {
     uint32_t type;
     uint8_t payload[256];

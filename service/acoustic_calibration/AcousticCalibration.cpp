@@ -63,7 +63,7 @@ const Path& path() {
 }
 
 void logSkipped(const char* function) {
-    logError(kTag, "[%s] Skip to write enabled data, because calibration was fail.", function);
+    logError(kLogTag, "[%s] Skip to write enabled data, because calibration was fail.", function);
 }
 
 REQUIRES(calibrationLock) void setOffset(float value) {
@@ -97,7 +97,7 @@ void publishOffset(const char* function) {
 }  // namespace
 
 AcousticCalibration::AcousticCalibration() {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     {
         const std::lock_guard lock(calibrationLock);
         smoothDelay().enabled = false;
@@ -107,117 +107,117 @@ AcousticCalibration::AcousticCalibration() {
     if (backEndModel) platform::checkBeCtrlBoot();
     primaryDevice = platform::PrimaryHalAccessor().getHalPrimaryDevice();
     if (primaryDevice == nullptr) {
-        logError(kTag, "load audio interface failed");
+        logError(kLogTag, "load audio interface failed");
         return;
     }
     restore();
     publishOffset(__func__);
-    logDebug(kTag, "[%s] end", __func__);
+    logDebug(kLogTag, "[%s] end", __func__);
 }
 
 Return<int32_t> AcousticCalibration::setEnabled(bool enable) {
-    logDebug(kTag, "[%s] start enable:%d", __func__, enable);
+    logDebug(kLogTag, "[%s] start enable:%d", __func__, enable);
     CalibrationRecords records;
     int32_t result = kFailed;
     if (!enable || readRecords(records) == 0) {
         result = switchTo(__func__, enable, records);
     } else {
-        logError(kTag, "[%s] end readCalibratedData failed", __func__);
+        logError(kLogTag, "[%s] end readCalibratedData failed", __func__);
         logSkipped(__func__);
         const std::lock_guard lock(calibrationLock);
         setOffset(0.0F);
     }
     publishOffset(__func__);
-    logDebug(kTag, "[%s] end Return: %d", __func__, result);
+    logDebug(kLogTag, "[%s] end Return: %d", __func__, result);
     return result;
 }
 
 Return<bool> AcousticCalibration::getEnabled() {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     const std::lock_guard lock(enabledLock_);
     const bool enabled = readEnabledData(__func__);
-    logDebug(kTag, "[%s] end Return: %d", __func__, enabled);
+    logDebug(kLogTag, "[%s] end Return: %d", __func__, enabled);
     return enabled;
 }
 
 Return<int32_t> AcousticCalibration::setCalibratedData(const hidl_vec<V3_0::calibratedData>& data) {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     if (checkCalibratedData(data) != 0) return kFailed;
     const std::lock_guard lock(dataLock_);
     const int32_t result = writeCalibratedData(__func__, data);
-    logDebug(kTag, "[%s] end", __func__);
+    logDebug(kLogTag, "[%s] end", __func__);
     return result;
 }
 
 Return<void> AcousticCalibration::getCalibratedData(getCalibratedData_cb _hidl_cb) {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     CalibrationRecords records;
     if (readRecords(records) != 0) {
-        logError(kTag, "[%s] end readCalibratedData failed", __func__);
+        logError(kLogTag, "[%s] end readCalibratedData failed", __func__);
         _hidl_cb({});
         return Void();
     }
     hidl_vec<V3_0::calibratedData> data(usedChannels(records));
     for (size_t i = 0; i < data.size(); ++i) data[i] = fromRecord(records[i]);
     _hidl_cb(data);
-    logDebug(kTag, "[%s] end", __func__);
+    logDebug(kLogTag, "[%s] end", __func__);
     return Void();
 }
 
 Return<void> AcousticCalibration::getCalibrationParameters(getCalibrationParameters_cb _hidl_cb) {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     V3_0::calibrationParameters parameters{};
     const int32_t result = readCalibrationParameters(__func__, parameters);
     _hidl_cb(parameters);
-    if (result == 0) logDebug(kTag, "[%s] end", __func__);
+    if (result == 0) logDebug(kLogTag, "[%s] end", __func__);
     return Void();
 }
 
 Return<int32_t> AcousticCalibration::setSmoothDelayEnabled(bool enable) {
-    logDebug(kTag, "[%s] start arg:%d", __func__, enable);
+    logDebug(kLogTag, "[%s] start arg:%d", __func__, enable);
     if (!backEndModel) {
-        logError(kTag, "[%s] none BE model", __func__);
+        logError(kLogTag, "[%s] none BE model", __func__);
         return kNoBackEnd;
     }
     if (enable == isSmoothDelayOn()) return 0;
     const int32_t result =
         changeSmoothDelay(__func__, [enable](SmoothDelay& delay) { switchSmoothDelay(delay, enable); });
-    logDebug(kTag, "[%s] end Return: %d", __func__, result);
+    logDebug(kLogTag, "[%s] end Return: %d", __func__, result);
     return result;
 }
 
 Return<bool> AcousticCalibration::getSmoothDelayEnabled() {
     const bool enabled = isSmoothDelayOn();
-    logDebug(kTag, "[%s] Return: %d", __func__, enabled);
+    logDebug(kLogTag, "[%s] Return: %d", __func__, enabled);
     return enabled;
 }
 
 Return<int32_t> AcousticCalibration::setSmoothDelay(const hidl_vec<float>& delays) {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     if (!backEndModel) {
-        logError(kTag, "[%s] none BE model.", __func__);
+        logError(kLogTag, "[%s] none BE model.", __func__);
         return kNoBackEnd;
     }
     if (!isSmoothDelayOn()) {
-        logDebug(kTag, "[%s] SD invalid.", __func__);
+        logDebug(kLogTag, "[%s] SD invalid.", __func__);
         return 0;
     }
     if (!isSmoothDelay(delays)) return kFailed;
     const int32_t result =
         changeSmoothDelay(__func__, [&delays](SmoothDelay& delay) { delay.values = delays; });
-    logDebug(kTag, "[%s] end Return: %d", __func__, result);
+    logDebug(kLogTag, "[%s] end Return: %d", __func__, result);
     return result;
 }
 
 Return<void> AcousticCalibration::getSmoothDelay(getSmoothDelay_cb _hidl_cb) {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     _hidl_cb(smoothDelayValues());
-    logDebug(kTag, "[%s] end", __func__);
+    logDebug(kLogTag, "[%s] end", __func__);
     return Void();
 }
 
 Return<void> AcousticCalibration::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
-    platform::answerDebug(fd, options, [this]() -> platform::ServiceState {
+    platform::writeDump(fd, options, [this]() -> platform::ServiceState {
         return {"AcousticCalibration",
                 {{"model", {platform::yesNo("back_end_controller", backEndModel)}},
                  {"smooth_delay", describeSmoothDelay()},
@@ -306,7 +306,7 @@ int32_t AcousticCalibration::changeSmoothDelay(const char* function, const Chang
         const bool before = delay.enabled;
         change(delay);
         if (result == 0) result = stored.readable ? path().enable(stored.records) : path().disable();
-        if (stored.enabled && !stored.readable) logError(kTag, "[%s] end read NG.", function);
+        if (stored.enabled && !stored.readable) logError(kLogTag, "[%s] end read NG.", function);
         if (result != 0) delay.enabled = before;
         return result;
     }

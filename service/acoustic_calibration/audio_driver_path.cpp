@@ -48,25 +48,25 @@ int32_t checkCpupostReady() {
     for (int query = 0; query < kQueries; ++query) {
         uint32_t answer = 0;
         if (const int32_t status = queryPostProcessor(answer); status != 0) {
-            logError(kTag, "[%s] MTAUDPOST_GetParameters failed!!(%d)", __func__, status);
+            logError(kLogTag, "[%s] MTAUDPOST_GetParameters failed!!(%d)", __func__, status);
             return -1;
         }
         if (answer != 0) return 0;
         nanosleep(&kInterval, nullptr);
     }
-    logError(kTag, "[%s] wait cpupost Ready timeout.", __func__);
+    logError(kLogTag, "[%s] wait cpupost Ready timeout.", __func__);
     return 1;
 }
 
 int32_t setCalibratedDataToAudioDriver(const DriverSettings& settings) {
     const std::lock_guard lock(middlewareLock);
     if (const int32_t status = MTAUDDEC_Set32EqualizerBandConfig(settings.gains); status != 0) {
-        logError(kTag, "[%s] MTAUDDEC_Set32EqualizerBandConfig failed. ret:%d", __func__, status);
+        logError(kLogTag, "[%s] MTAUDDEC_Set32EqualizerBandConfig failed. ret:%d", __func__, status);
         return status;
     }
     const int32_t status = MTAUDDEC_SetAcVolumeOffset(settings.volumeOffset);
     if (status != 0) {
-        logError(kTag, "[%s] MTAUDDEC_SetAcVolumeOffset failed. ret:%d", __func__, status);
+        logError(kLogTag, "[%s] MTAUDDEC_SetAcVolumeOffset failed. ret:%d", __func__, status);
         // An equalizer without its level could be too loud.
         MTAUDDEC_Set32EqualizerBandConfig(DriverSettings().gains);
     }
@@ -77,7 +77,7 @@ int32_t setCalibratedDataToAudioDriver(const DriverSettings& settings) {
 
 int32_t awaitAudioDriver() {
     if (const int32_t result = platform::checkDtvSvcBoot(); result != 0) {
-        logError(kTag, "[setCalibratedDataToAudioDriver] AQCtrl Boot failed [TimeOut].");
+        logError(kLogTag, "[setCalibratedDataToAudioDriver] AQCtrl Boot failed [TimeOut].");
         return result;
     }
     // Continue after a time-out: the driver may still take the settings.

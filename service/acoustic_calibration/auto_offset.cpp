@@ -20,14 +20,14 @@ constexpr float kOffsetWithoutBackEnd = 12.0F;  // in dB
 float getAutoCalibOffset(const CalibrationRecords& records) {
     const aud_ac_data_Table* const record = findFrontLeft(records);
     const float level = record != nullptr ? record->level : 0.0F;
-    logDebug(kTag, "[%s] offsetLevel:%4.1fdB", __func__, static_cast<double>(level));
+    logDebug(kLogTag, "[%s] offsetLevel:%4.1fdB", __func__, static_cast<double>(level));
     return level;
 }
 
 void publishAutoCalibOffset(const char* function, const sp<IPrimaryDevice>& device, bool backEndModel,
                             float offset) {
     if (!backEndModel) offset += kOffsetWithoutBackEnd;
-    logDebug(kTag, "[%s] auto_calib_offset=%4.1fdB", function, static_cast<double>(offset));
+    logDebug(kLogTag, "[%s] auto_calib_offset=%4.1fdB", function, static_cast<double>(offset));
     if (device != nullptr) platform::setHalParameter(device, "ac_offset", std::to_string(offset));
 }
 

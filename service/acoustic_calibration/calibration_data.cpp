@@ -27,7 +27,7 @@ constexpr Range kGains{"GEQ Gain", -9.0F, 9.0F};  // in dB
 /** Written so that what is no number lies in no range. */
 bool isIn(const Range& range, float value) {
     if (value >= range.least && value <= range.most) return true;
-    logError(kTag, "[checkCalibratedData] [%s] is NG.  ffsetLevel: %10.5f ", range.name,
+    logError(kLogTag, "[checkCalibratedData] [%s] is NG.  ffsetLevel: %10.5f ", range.name,
              static_cast<double>(value));
     return false;
 }
@@ -64,7 +64,7 @@ std::string channelName(const aud_ac_data_Table& record) {
 }
 
 size_t usedChannels(const CalibrationRecords& records) {
-    return std::min(records.size(), kMostChannels);
+    return std::min(records.size(), kMaxChannels);
 }
 
 const aud_ac_data_Table* findFrontLeft(const CalibrationRecords& records) {

@@ -19,7 +19,7 @@ namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 constexpr size_t kBands = 31;
 constexpr size_t kNameLength = 4;
 /** No more channels than these are looked at. */
-constexpr size_t kMostChannels = 9;
+constexpr size_t kMaxChannels = 9;
 
 /** One channel, in memory as in the calibration file: little-endian, as all of this TV is. */
 struct aud_ac_data_Table {

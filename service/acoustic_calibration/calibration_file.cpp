@@ -16,17 +16,17 @@ namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 namespace {
 
 using platform::logError;
-using platform::uninterrupted;
+using platform::retryOnEintr;
 
 constexpr mode_t kPermissions = 0600;
 constexpr uint32_t kMarker = 1;
 constexpr uint32_t kEnd = 0;
-constexpr int kMostItems = 10;
+constexpr int kMaxItems = 10;
 
 template <typename Item>
 bool put(int fd, const Item& item) {
     errno = 0;  // a write that comes back short leaves it alone
-    const ssize_t written = uninterrupted([&] { return write(fd, &item, sizeof(item)); });
+    const ssize_t written = retryOnEintr([&] { return write(fd, &item, sizeof(item)); });
     return written == static_cast<ssize_t>(sizeof(item));
 }
 
@@ -40,7 +40,7 @@ enum class Item { Channel, Marker, End, Unreadable };
 
 /** Logs what fails, in the words of the one routine that reads the file. */
 bool succeeded(bool success, const char* call) {
-    if (!success) logError(kTag, "[readCalibratedData] %s failed, errno %d", call, errno);
+    if (!success) logError(kLogTag, "[readCalibratedData] %s failed, errno %d", call, errno);
     return success;
 }
 
@@ -68,21 +68,21 @@ Item readItem(FILE* file, CalibrationRecords& records) {
 }  // namespace
 
 int32_t writeCalibratedData(const char* function, const ClientData& data) {
-    const int fd = uninterrupted(
+    const int fd = retryOnEintr(
         [] { return open(kCalibrationFile, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kPermissions); });
     if (fd < 0) {
-        logError(kTag, "[%s] open error", function);
+        logError(kLogTag, "[%s] open error", function);
         return -1;
     }
     if (!putChannels(fd, data)) {
-        logError(kTag, "[%s] write failed, errno %d", function, errno);
+        logError(kLogTag, "[%s] write failed, errno %d", function, errno);
         close(fd);
-        if (remove(kCalibrationFile) != 0) logError(kTag, "[%s] remove failed, errno %d", function, errno);
+        if (remove(kCalibrationFile) != 0) logError(kLogTag, "[%s] remove failed, errno %d", function, errno);
         return -1;
     }
     put(fd, kMarker);
     put(fd, kEnd);
-    uninterrupted([fd] { return fsync(fd); });
+    retryOnEintr([fd] { return fsync(fd); });
     close(fd);
     return 0;
 }
@@ -92,7 +92,7 @@ int32_t readCalibratedData(CalibrationRecords& records) {
     if (!succeeded(file != nullptr, "fopen")) return -1;
     bool delaysAreValid = false;
     Item item = Item::Channel;
-    for (int i = 0; i < kMostItems && item != Item::End && item != Item::Unreadable; ++i) {
+    for (int i = 0; i < kMaxItems && item != Item::End && item != Item::Unreadable; ++i) {
         item = readItem(file, records);
         if (item == Item::Marker) delaysAreValid = true;
     }

@@ -45,7 +45,7 @@ constexpr const char* kCurveChannels[kCurves] = {"Front", "Center", "Surround", 
                                                  "FrontHeight"};
 
 bool succeeded(bool success, const char* function, const char* call) {
-    if (!success) logError(kTag, "[%s] %s failed, errno %d", function, call, errno);
+    if (!success) logError(kLogTag, "[%s] %s failed, errno %d", function, call, errno);
     return success;
 }
 

@@ -12,16 +12,16 @@
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 namespace {
 
-using platform::KeptFile;
+using platform::PersistedFile;
 
 constexpr int64_t kMarkerAndEnd = 8;
 
-std::optional<int64_t> keptSwitch(const std::optional<KeptFile>& file) {
+std::optional<int64_t> keptSwitch(const std::optional<PersistedFile>& file) {
     return file && file->size > 0 ? std::optional<int64_t>(file->start[0]) : std::nullopt;
 }
 
 /** By the size of the file alone; nothing for one that was not written whole. */
-std::optional<int64_t> keptChannels(const std::optional<KeptFile>& file) {
+std::optional<int64_t> keptChannels(const std::optional<PersistedFile>& file) {
     constexpr int64_t kRecordSize = sizeof(aud_ac_data_Table);
     if (!file || file->size < kMarkerAndEnd || (file->size - kMarkerAndEnd) % kRecordSize != 0) return {};
     return (file->size - kMarkerAndEnd) / kRecordSize;
@@ -37,11 +37,11 @@ std::vector<platform::StateItem> describeSmoothDelay() {
 
 std::vector<platform::StateItem> describeEnabledFile() {
     return {platform::text("enabled_file", kEnabledFile),
-            platform::number("enabled", keptSwitch(platform::lookAtFile(kEnabledFile)))};
+            platform::number("enabled", keptSwitch(platform::inspectFile(kEnabledFile)))};
 }
 
 std::vector<platform::StateItem> describeResultsFile() {
-    const std::optional<KeptFile> results = platform::lookAtFile(kCalibrationFile);
+    const std::optional<PersistedFile> results = platform::inspectFile(kCalibrationFile);
     return {platform::text("results_file", kCalibrationFile),
             platform::number("results_bytes", results ? std::optional(results->size) : std::nullopt),
             platform::number("results_channels", keptChannels(results))};

@@ -15,18 +15,18 @@ namespace {
 
 using platform::logDebug;
 using platform::logError;
-using platform::uninterrupted;
+using platform::retryOnEintr;
 
 constexpr mode_t kPermissions = 0600;
 constexpr int32_t kFailed = -1;
 
 int openFile(int flags) {
-    return uninterrupted([flags] { return open(kEnabledFile, flags | O_CLOEXEC, kPermissions); });
+    return retryOnEintr([flags] { return open(kEnabledFile, flags | O_CLOEXEC, kPermissions); });
 }
 
 /** `verb` is what failed: "read". */
 int32_t fail(const char* function, const char* verb) {
-    logError(kTag, "[%s] %s AcousticCalibration enabled data failed, errno %d", function, verb, errno);
+    logError(kLogTag, "[%s] %s AcousticCalibration enabled data failed, errno %d", function, verb, errno);
     return kFailed;
 }
 
@@ -34,7 +34,7 @@ int32_t fail(const char* function, const char* verb) {
 int32_t readByte(const char* function, int fd) {
     uint8_t byte = kCalibrationOff;
     errno = 0;  // an empty file leaves it alone
-    const bool whole = uninterrupted([&] { return read(fd, &byte, sizeof(byte)); }) == 1;
+    const bool whole = retryOnEintr([&] { return read(fd, &byte, sizeof(byte)); }) == 1;
     const int32_t result = whole ? byte : fail(function, "read");
     close(fd);
     return result;
@@ -43,8 +43,8 @@ int32_t readByte(const char* function, int fd) {
 /** 0, or kFailed. Closes `fd`. */
 int32_t writeByte(const char* function, int fd, uint8_t byte) {
     errno = 0;  // a write that comes back short leaves it alone
-    const bool whole = uninterrupted([&] { return write(fd, &byte, sizeof(byte)); }) == 1;
-    if (whole) uninterrupted([fd] { return fsync(fd); });
+    const bool whole = retryOnEintr([&] { return write(fd, &byte, sizeof(byte)); }) == 1;
+    if (whole) retryOnEintr([fd] { return fsync(fd); });
     const int32_t result = whole ? 0 : fail(function, "write");
     close(fd);
     return result;
@@ -53,27 +53,27 @@ int32_t writeByte(const char* function, int fd, uint8_t byte) {
 }  // namespace
 
 int32_t getEnabledOnBoot() {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     int32_t result = kFailed;
     if (const int fd = openFile(O_RDONLY); fd >= 0) {
         result = readByte(__func__, fd);
     } else {
-        logError(kTag, "[%s] open error", __func__);
+        logError(kLogTag, "[%s] open error", __func__);
         const int made = openFile(O_RDWR | O_CREAT | O_TRUNC);
         if (made < 0) {
-            logError(kTag, "[%s] open filed, %s failed, errno %d", __func__, kEnabledFile, errno);
+            logError(kLogTag, "[%s] open filed, %s failed, errno %d", __func__, kEnabledFile, errno);
             return kFailed;
         }
         result = writeByte(__func__, made, kCalibrationOff);
     }
-    logDebug(kTag, "[%s] end Return: %d", __func__, result);
+    logDebug(kLogTag, "[%s] end Return: %d", __func__, result);
     return result;
 }
 
 bool readEnabledData(const char* function) {
     FILE* const file = fopen(kEnabledFile, "rbe");
     if (file == nullptr) {
-        logError(kTag, "[%s] fopen error", function);
+        logError(kLogTag, "[%s] fopen error", function);
         return false;
     }
     uint8_t byte = kCalibrationOff;
@@ -87,7 +87,7 @@ bool readEnabledData(const char* function) {
 int32_t setEnabledData(bool enable) {
     const int fd = openFile(O_WRONLY | O_CREAT | O_TRUNC);
     if (fd < 0) {
-        logError(kTag, "[%s] open error", __func__);
+        logError(kLogTag, "[%s] open error", __func__);
         return kFailed;
     }
     return writeByte(__func__, fd, enable ? kCalibrationOn : kCalibrationOff);

@@ -4,6 +4,6 @@
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
 /** Under which the acoustic calibration logs. */
-constexpr char kTag[] = "AudioAC";
+constexpr char kLogTag[] = "AudioAC";
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -58,23 +58,23 @@ Return<int32_t> HdmiAudio::setAudioCapabilities(const hidl_vec<hidl_string>& cap
 }
 
 Return<void> HdmiAudio::setCallback(const sp<V1_1::IHdmiAudioCallback>& callback) {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const std::lock_guard<std::mutex> lock(mutex_);
     if (callback == nullptr) {
         logDebug(kLogTag, "callback is nullptr. skip setCallback");
         return Void();
     }
     examine(callback->linkToDeath(this, 0));
     logDebug(kLogTag, "set callback");
-    mCallbacks.add(callback);
+    callbacks_.add(callback);
     return Void();
 }
 
 Return<void> HdmiAudio::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
-    platform::answerDebug(fd, options, [this]() -> platform::ServiceState {
-        const std::lock_guard<std::mutex> lock(mMutex);
+    platform::writeDump(fd, options, [this]() -> platform::ServiceState {
+        const std::lock_guard<std::mutex> lock(mutex_);
         return {"HdmiAudio",
                 {{"settings", describeCapabilityKeys()},
-                 {"clients", {platform::number("callbacks", static_cast<int64_t>(mCallbacks.size()))}}}};
+                 {"clients", {platform::number("callbacks", static_cast<int64_t>(callbacks_.size()))}}}};
     });
     return Void();
 }
@@ -89,8 +89,8 @@ void HdmiAudio::notify(const hidl_vec<hidl_string>& applied) {
     std::vector<CallbackList::Callback> registered;
     {
         // Called with the mutex free: a client may register another callback from inside its own.
-        const std::lock_guard<std::mutex> lock(mMutex);
-        registered = mCallbacks.copy();
+        const std::lock_guard<std::mutex> lock(mutex_);
+        registered = callbacks_.copy();
     }
     if (registered.empty()) return;
     logDebug(kLogTag, "issue capability changed callback event");
@@ -98,9 +98,9 @@ void HdmiAudio::notify(const hidl_vec<hidl_string>& applied) {
 }
 
 void HdmiAudio::removeCallback(const sp<IBase>& who) {
-    const std::lock_guard<std::mutex> lock(mMutex);
-    if (mCallbacks.empty()) return;
-    for (size_t removed = mCallbacks.remove(who); removed > 0; --removed)
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (callbacks_.empty()) return;
+    for (size_t removed = callbacks_.remove(who); removed > 0; --removed)
         logDebug(kLogTag, "remove callback");
     examine(who->unlinkToDeath(this));
 }

@@ -43,8 +43,8 @@ class HdmiAudio : public IHdmiAudio, public ::android::hardware::hidl_death_reci
     void notify(const hidl_vec<hidl_string>& applied);
     void removeCallback(const sp<IBase>& who);
 
-    std::mutex mMutex;
-    CallbackList mCallbacks GUARDED_BY(mMutex);
+    std::mutex mutex_;
+    CallbackList callbacks_ GUARDED_BY(mutex_);
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

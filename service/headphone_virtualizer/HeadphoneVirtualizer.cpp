@@ -31,26 +31,26 @@ constexpr size_t kMaxAppendSize = 262144;
 
 bool isHrtfSupported(const char* function) {
     if (platform::checkDtvSvcBootForHV() == 0) return platform::isBeModelForHV();
-    logError(kTag, "[%s] checkDtvSvcBoot failed. Return:%d", function, 0);
+    logError(kLogTag, "[%s] checkDtvSvcBoot failed. Return:%d", function, 0);
     return false;
 }
 
 void logKind(const char* function, const aud_hv_parameter& slot) {
-    logDebug(kTag, "[%s] ParamType=%d", function, static_cast<int>(slot.kind.type));
+    logDebug(kLogTag, "[%s] ParamType=%d", function, static_cast<int>(slot.kind.type));
 }
 
 }  // namespace
 
 HeadphoneVirtualizer::HeadphoneVirtualizer() {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     hrtfSupported_ = isHrtfSupported(__func__);
     if (!hrtfSupported_) {
-        logError(kTag, "[%s] end. HRTF is not supported.", __func__);
+        logError(kLogTag, "[%s] end. HRTF is not supported.", __func__);
         return;
     }
     // Continue after a time-out: the controller may still take later commands.
     platform::checkBeCtrlBootForHV();
-    logDebug(kTag, "[%s] end", __func__);
+    logDebug(kLogTag, "[%s] end", __func__);
 }
 
 Return<int32_t> HeadphoneVirtualizer::setVirtualizerEnabled(bool enable) {
@@ -62,27 +62,27 @@ Return<bool> HeadphoneVirtualizer::getVirtualizerEnabled() {
 }
 
 Return<int32_t> HeadphoneVirtualizer::setVirtualizerType(const hidl_string& type) {
-    logDebug(kTag, "[%s] start type=[%s]", __func__, type.c_str());
+    logDebug(kLogTag, "[%s] start type=[%s]", __func__, type.c_str());
     int32_t result = kSuccess;
     if (std::string_view(type.c_str(), type.size()) != kType) {
-        logError(kTag, "[%s] %s is not supported", __func__, type.c_str());
+        logError(kLogTag, "[%s] %s is not supported", __func__, type.c_str());
         result = kNotSupported;
     }
-    logDebug(kTag, "[%s] end Return: %d", __func__, result);
+    logDebug(kLogTag, "[%s] end Return: %d", __func__, result);
     return result;
 }
 
 Return<void> HeadphoneVirtualizer::getVirtualizerType(getVirtualizerType_cb _hidl_cb) {
-    logDebug(kTag, "[%s] start", __func__);
-    logDebug(kTag, "[%s] end Return type=[%s]", __func__, kType);
+    logDebug(kLogTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] end Return type=[%s]", __func__, kType);
     _hidl_cb(kType);
     return Void();
 }
 
 Return<void> HeadphoneVirtualizer::getAvailableVirtualizerTypes(getAvailableVirtualizerTypes_cb _hidl_cb) {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     hidl_vec<hidl_string> types(std::begin(kTypes), std::end(kTypes));
-    for (const hidl_string& type : types) logDebug(kTag, "[%s] types[i]=[%s]", __func__, type.c_str());
+    for (const hidl_string& type : types) logDebug(kLogTag, "[%s] types[i]=[%s]", __func__, type.c_str());
     _hidl_cb(types);
     return Void();
 }
@@ -97,93 +97,93 @@ Return<bool> HeadphoneVirtualizer::getUpmixEnabled() {
 
 Return<int32_t> HeadphoneVirtualizer::allocateParameterBuffer(ParamType type, int32_t size) {
     const std::lock_guard lock(virtualizerLock);
-    logDebug(kTag, "[%s] start. ParamType=%d, size=%d", __func__, static_cast<int>(type), size);
+    logDebug(kLogTag, "[%s] start. ParamType=%d, size=%d", __func__, static_cast<int>(type), size);
     int32_t handle = 0;
     if (aud_hv_parameter* slot = getParamFromType(type); slot != nullptr) {
         handle = allocateParameterBufferInt(slot, size);
     } else {
-        logError(kTag, "[%s] ParamType(%d) is not supported.", __func__, static_cast<int>(type));
+        logError(kLogTag, "[%s] ParamType(%d) is not supported.", __func__, static_cast<int>(type));
     }
-    logDebug(kTag, "[%s] end. handle:%d", __func__, handle);
+    logDebug(kLogTag, "[%s] end. handle:%d", __func__, handle);
     return handle;
 }
 
 Return<int32_t> HeadphoneVirtualizer::discardParameterBuffer(int32_t bufferHandle) {
     const std::lock_guard lock(virtualizerLock);
-    logDebug(kTag, "[%s] start. handle=%d", __func__, bufferHandle);
+    logDebug(kLogTag, "[%s] start. handle=%d", __func__, bufferHandle);
     int32_t result = kHandleNotFound;
     // A client that frees its buffer inside the callback still has a valid handle.
     if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle, EvenIfOver::Yes); slot != nullptr) {
         logKind(__func__, *slot);
         result = discardParameterBufferInt(slot);
     }
-    logDebug(kTag, "[%s] end. Return:%d", __func__, result);
+    logDebug(kLogTag, "[%s] end. Return:%d", __func__, result);
     return result;
 }
 
 Return<int32_t> HeadphoneVirtualizer::getMaxAppendSize() {
-    logDebug(kTag, "[%s] start", __func__);
-    logDebug(kTag, "[%s] end. Return:%zu", __func__, kMaxAppendSize);
+    logDebug(kLogTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] end. Return:%zu", __func__, kMaxAppendSize);
     return static_cast<int32_t>(kMaxAppendSize);
 }
 
 Return<int32_t> HeadphoneVirtualizer::append(int32_t bufferHandle, const hidl_vec<uint8_t>& data) {
     const std::lock_guard lock(virtualizerLock);
-    logDebug(kTag, "[%s] start. handle=%d", __func__, bufferHandle);
+    logDebug(kLogTag, "[%s] start. handle=%d", __func__, bufferHandle);
     int32_t result = kHandleNotFound;
     if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle); slot != nullptr) {
         logKind(__func__, *slot);
         if (data.size() > kMaxAppendSize) {
-            logError(kTag, "[%s] data size error. max append size=%zu, append size=%zu", __func__,
+            logError(kLogTag, "[%s] data size error. max append size=%zu, append size=%zu", __func__,
                      kMaxAppendSize, data.size());
             return kSizeError;
         }
         result = appendInt(slot, data.data(), data.size());
     }
-    logDebug(kTag, "[%s] end. Return:%d", __func__, result);
+    logDebug(kLogTag, "[%s] end. Return:%d", __func__, result);
     return result;
 }
 
 Return<int32_t> HeadphoneVirtualizer::apply(int32_t bufferHandle,
                                             const sp<IHeadphoneVirtualizerCallback>& callback) {
     const std::lock_guard lock(virtualizerLock);
-    logDebug(kTag, "[%s] start. handle:%d", __func__, bufferHandle);
+    logDebug(kLogTag, "[%s] start. handle:%d", __func__, bufferHandle);
     aud_hv_parameter* const slot = getParamFromHandle(bufferHandle);
     if (slot == nullptr) return kHandleNotFound;
     logKind(__func__, *slot);
     if (const int32_t result = checkDataSize(slot); result != kSuccess) return result;
     if (isUploading(*slot) || isWindingDown(*slot)) {
-        logWarning(kTag, "[%s] HIDL is waiting or BeCtrl is transferring!!", __func__);
+        logWarning(kLogTag, "[%s] HIDL is waiting or BeCtrl is transferring!!", __func__);
         return kBusy;
     }
     if (const int32_t result = checkResuming(); result != kSuccess) return result;
     if (callback == nullptr) {
-        logError(kTag, "[%s] callback object is nullptr.", __func__);
+        logError(kLogTag, "[%s] callback object is nullptr.", __func__);
         return kNotSupported;
     }
     slot->callback = callback;
     if (!startTransfer(*slot)) {
-        logError(kTag, "[%s] paramTransferThread create Failed.", __func__);
+        logError(kLogTag, "[%s] paramTransferThread create Failed.", __func__);
         return kNotSupported;
     }
-    logDebug(kTag, "[%s] end. Return:%d", __func__, kSuccess);
+    logDebug(kLogTag, "[%s] end. Return:%d", __func__, kSuccess);
     return kSuccess;
 }
 
 Return<int32_t> HeadphoneVirtualizer::cancel(int32_t bufferHandle) {
     const std::lock_guard lock(virtualizerLock);
-    logDebug(kTag, "[%s] start. handle=%d", __func__, bufferHandle);
+    logDebug(kLogTag, "[%s] start. handle=%d", __func__, bufferHandle);
     int32_t result = kHandleNotFound;
     if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle); slot != nullptr) {
         logKind(__func__, *slot);
         result = cancelInt(*slot);
     }
-    logDebug(kTag, "[%s] end. Return:%d", __func__, result);
+    logDebug(kLogTag, "[%s] end. Return:%d", __func__, result);
     return result;
 }
 
 Return<void> HeadphoneVirtualizer::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
-    platform::answerDebug(fd, options, [this]() -> platform::ServiceState {
+    platform::writeDump(fd, options, [this]() -> platform::ServiceState {
         const std::lock_guard lock(virtualizerLock);
         return {"HeadphoneVirtualizer",
                 {{"settings",
@@ -199,9 +199,9 @@ Return<void> HeadphoneVirtualizer::debug(const hidl_handle& fd, const hidl_vec<h
 int32_t HeadphoneVirtualizer::setSwitch(const char* function, Switch which, bool enable) {
     constexpr uint8_t kCommands[kSwitches] = {platform::BECTRL_SPEC_HV_ENABLE,
                                               platform::BECTRL_SPEC_HV_UPMIX};
-    logDebug(kTag, "[%s] start. enable:%d", function, enable);
+    logDebug(kLogTag, "[%s] start. enable:%d", function, enable);
     if (!hrtfSupported_) {
-        logError(kTag, "[%s] end. HRTF is not supported. Return:%d", function, kNotSupported);
+        logError(kLogTag, "[%s] end. HRTF is not supported. Return:%d", function, kNotSupported);
         return kNotSupported;
     }
     int32_t result = platform::awaitSetEnabledToBeCtrl();
@@ -211,19 +211,19 @@ int32_t HeadphoneVirtualizer::setSwitch(const char* function, Switch which, bool
         result = platform::setEnabledToBeCtrl(kCommands[which], enable);
         if (result == 0) switches_[which] = enable;
     }
-    if (result != 0) logError(kTag, "[%s] Notification to BeCtrl failed.", function);
-    logDebug(kTag, "[%s] end. Return:%d", function, result);
+    if (result != 0) logError(kLogTag, "[%s] Notification to BeCtrl failed.", function);
+    logDebug(kLogTag, "[%s] end. Return:%d", function, result);
     return result;
 }
 
 bool HeadphoneVirtualizer::getSwitch(const char* function, Switch which) {
-    logDebug(kTag, "[%s] start", function);
+    logDebug(kLogTag, "[%s] start", function);
     if (!hrtfSupported_) {
-        logError(kTag, "[%s] end. HRTF is not supported.", function);
+        logError(kLogTag, "[%s] end. HRTF is not supported.", function);
         return false;
     }
     const std::lock_guard lock(virtualizerLock);
-    logDebug(kTag, "[%s] end. Return:%d", function, switches_[which]);
+    logDebug(kLogTag, "[%s] end. Return:%d", function, switches_[which]);
     return switches_[which];
 }
 

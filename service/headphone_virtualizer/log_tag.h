@@ -4,6 +4,6 @@
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
 
 /** The tag of all that this room logs. */
-constexpr char kTag[] = "AudioHV";
+constexpr char kLogTag[] = "AudioHV";
 
 }  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation

@@ -18,7 +18,7 @@ using platform::logWarning;
 
 int32_t allocateParameterBufferInt(aud_hv_parameter* slot, int32_t size) {
     if (isMissing(__func__, slot)) return 0;
-    logDebug(kTag, "[%s] start. type=%d, handle=%d", __func__, static_cast<int>(slot->kind.type),
+    logDebug(kLogTag, "[%s] start. type=%d, handle=%d", __func__, static_cast<int>(slot->kind.type),
              slot->handle);
     do {
         discardParameterBufferInt(slot);
@@ -26,58 +26,58 @@ int32_t allocateParameterBufferInt(aud_hv_parameter* slot, int32_t size) {
     } while (slot->handle != kNoHandle);
     if (size >= 0) slot->data.reset(static_cast<uint8_t*>(malloc(static_cast<size_t>(size))));
     if (slot->data == nullptr) {
-        logDebug(kTag, "[%s] malloc fail.", __func__);
+        logDebug(kLogTag, "[%s] malloc fail.", __func__);
         return 0;
     }
-    logDebug(kTag, "[%s] malloc success! data=%p", __func__, static_cast<void*>(slot->data.get()));
+    logDebug(kLogTag, "[%s] malloc success! data=%p", __func__, static_cast<void*>(slot->data.get()));
     slot->handle = drawHandle();
     slot->registeredSize = static_cast<uint32_t>(size);
-    logDebug(kTag, "[%s] end. Return:%d", __func__, slot->handle);
+    logDebug(kLogTag, "[%s] end. Return:%d", __func__, slot->handle);
     return slot->handle;
 }
 
 int32_t discardParameterBufferInt(aud_hv_parameter* slot) {
     if (isMissing(__func__, slot)) return kNotSupported;
-    logDebug(kTag, "[%s] star", __func__);
+    logDebug(kLogTag, "[%s] star", __func__);
     const std::shared_ptr<Upload> upload = slot->upload;
     if (isUploading(*slot)) {
-        logDebug(kTag, "[%s] call cancel()", __func__);
+        logDebug(kLogTag, "[%s] call cancel()", __func__);
         cancelInt(*slot);
         // A call from inside a callback runs on the very thread that ends the upload.
         if (!isTransferThreadOf(slot->kind)) waitSelfParamTransferThreadFinish(*upload);
     }
     // After a wait the slot is free, or another thread's.
     if (slot->handle != kNoHandle && slot->upload == upload) {
-        logDebug(kTag, "[%s] release memory.", __func__);
+        logDebug(kLogTag, "[%s] release memory.", __func__);
         initializeParameter(slot);
     }
-    logDebug(kTag, "[%s] end", __func__);
+    logDebug(kLogTag, "[%s] end", __func__);
     return kSuccess;
 }
 
 int32_t appendInt(aud_hv_parameter* slot, const uint8_t* bytes, size_t count) {
     if (isMissing(__func__, slot)) return kNotSupported;
-    logDebug(kTag, "[%s] start.  registered size=%u,  append accumulation=%u, data size=%zu", __func__,
+    logDebug(kLogTag, "[%s] start.  registered size=%u,  append accumulation=%u, data size=%zu", __func__,
              slot->registeredSize, slot->appendAccumulation, count);
     if (isUploading(*slot)) {
-        logWarning(kTag, "[%s] HIDL is waiting or BeCtrl is transferring!!", __func__);
+        logWarning(kLogTag, "[%s] HIDL is waiting or BeCtrl is transferring!!", __func__);
         return kBusy;
     }
     if (count > slot->registeredSize - slot->appendAccumulation) {
-        logError(kTag, "[%s] data size error", __func__);
+        logError(kLogTag, "[%s] data size error", __func__);
         return kSizeError;
     }
     if (count > 0) memcpy(slot->data.get() + slot->appendAccumulation, bytes, count);
     slot->appendAccumulation += static_cast<uint32_t>(count);
-    logDebug(kTag, "[%s] end", __func__);
+    logDebug(kLogTag, "[%s] end", __func__);
     return kSuccess;
 }
 
 int32_t checkDataSize(const aud_hv_parameter* slot) {
     if (isMissing(__func__, slot)) return kNotSupported;
     if (slot->registeredSize == slot->appendAccumulation) return kSuccess;
-    logError(kTag, "[%s] data size error! registered size:%u, array size:%u", __func__, slot->registeredSize,
-             slot->appendAccumulation);
+    logError(kLogTag, "[%s] data size error! registered size:%u, array size:%u", __func__,
+             slot->registeredSize, slot->appendAccumulation);
     return kSizeError;
 }
 

@@ -34,7 +34,7 @@ aud_hv_parameter* getParamFromHandle(int32_t handle, EvenIfOver evenIfOver) {
         const bool valid = evenIfOver == EvenIfOver::Yes || !isOver(*slot);
         if (handle != kNoHandle && slot->handle == handle && valid) return slot;
     }
-    platform::logError(kTag, "[%s] handle is not found!", __func__);
+    platform::logError(kLogTag, "[%s] handle is not found!", __func__);
     return nullptr;
 }
 
@@ -68,7 +68,7 @@ int32_t initializeParameter(aud_hv_parameter* slot) {
 }
 
 bool isMissing(const char* function, const aud_hv_parameter* slot) {
-    if (slot == nullptr) platform::logError(kTag, "[%s] AudHvParameter is nullptr", function);
+    if (slot == nullptr) platform::logError(kLogTag, "[%s] AudHvParameter is nullptr", function);
     return slot == nullptr;
 }
 

@@ -17,14 +17,14 @@ using platform::logWarning;
 
 int32_t cancelAtController(const aud_hv_parameter& slot) {
     if (platform::notifyCancelToBeCtrl(slot.kind.cancelIoctl) == 0) return kSuccess;
-    logWarning(kTag, "[cancelInt] cancel failed.");
+    logWarning(kLogTag, "[cancelInt] cancel failed.");
     return kNotCancelled;
 }
 
 REQUIRES(virtualizerLock) int32_t cancelInState(const aud_hv_parameter& slot, TransferState state) {
     switch (state) {
         case TransferState::Idle:
-            logWarning(kTag, "[cancelInt] cancel failed.");
+            logWarning(kLogTag, "[cancelInt] cancel failed.");
             return kNotCancelled;
         case TransferState::Waiting:
             slot.upload->cancelFlag = true;
@@ -32,7 +32,7 @@ REQUIRES(virtualizerLock) int32_t cancelInState(const aud_hv_parameter& slot, Tr
         case TransferState::Transferring:
             return cancelAtController(slot);
     }
-    logWarning(kTag, "[cancelInt] Transfer state is invalid.");
+    logWarning(kLogTag, "[cancelInt] Transfer state is invalid.");
     return kNotSupported;
 }
 
@@ -45,11 +45,11 @@ int32_t checkResuming() {
     for (const char* file : {platform::kDeviceStateFile, platform::kHrtfStateFile}) {
         platform::BeCtrlTransferState state{};
         if (const int32_t result = platform::readBeCtrlTransferState(file, state); result != 0) {
-            logError(kTag, "[%s] Proc file error! ret=%d", __func__, result);
+            logError(kLogTag, "[%s] Proc file error! ret=%d", __func__, result);
             return result;
         }
         if (state.state != platform::kBeCtrlIdle) {
-            logWarning(kTag, "[%s] BeCtrl is busy!", __func__);
+            logWarning(kLogTag, "[%s] BeCtrl is busy!", __func__);
             return kBusy;
         }
     }
@@ -80,10 +80,10 @@ bool startTransfer(aud_hv_parameter& slot) {
 }
 
 int32_t cancelInt(const aud_hv_parameter& slot) {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     const TransferState state = slot.upload ? slot.upload->transferState : TransferState::Idle;
     const int32_t result = cancelInState(slot, state);
-    logDebug(kTag, "[%s] end. Return:%d", __func__, result);
+    logDebug(kLogTag, "[%s] end. Return:%d", __func__, result);
     return result;
 }
 

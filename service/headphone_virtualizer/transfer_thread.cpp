@@ -25,22 +25,22 @@ enum Outcome : int32_t { kCancelled = 1, kNotHandedOver = -2, kTimeout = -2, kNo
 thread_local const ParameterKind* kindOfThisThread = nullptr;
 
 bool holdWakeLock(const char* name) {
-    logDebug(kTag, "[%s] Acquire Wakelock %s", kThread, name);
+    logDebug(kLogTag, "[%s] Acquire Wakelock %s", kThread, name);
     if (const int result = acquire_wake_lock(PARTIAL_WAKE_LOCK, name); result < 0) {
-        logError(kTag, "[%s] Acquire Wakelock failed(errno:%d).", kThread, result);
+        logError(kLogTag, "[%s] Acquire Wakelock failed(errno:%d).", kThread, result);
         return false;
     }
-    logInfo(kTag, "[%s] Acquire Wakelock completed.", kThread);
+    logInfo(kLogTag, "[%s] Acquire Wakelock completed.", kThread);
     return true;
 }
 
 void releaseWakeLock(const char* name) {
-    logDebug(kTag, "Release Wakelock %s", name);
+    logDebug(kLogTag, "Release Wakelock %s", name);
     const int result = release_wake_lock(name);
     if (result < 0) {
-        logError(kTag, "Release Wakelock failed(errno:%d).", result);
+        logError(kLogTag, "Release Wakelock failed(errno:%d).", result);
     } else {
-        logInfo(kTag, "Release Wakelock completed.");
+        logInfo(kLogTag, "Release Wakelock completed.");
     }
 }
 
@@ -50,14 +50,14 @@ int32_t awaitOutcome(const TransferWatch& watch, Upload& upload) {
     for (;;) {
         const WatchEvent event = awaitEvent(watch);
         if (event == WatchEvent::Timeout) {
-            logError(kTag, "[%s] epoll timeout!!", kThread);
+            logError(kLogTag, "[%s] epoll timeout!!", kThread);
             return kTimeout;
         }
         if (event != WatchEvent::StateChanged) continue;
-        logDebug(kTag, "[%s] update proc file!!", kThread);
+        logDebug(kLogTag, "[%s] update proc file!!", kThread);
         const bool known = platform::readBeCtrlTransferState(upload.kind.stateFile, state) == 0;
-        logDebug(kTag, "[%s] read proc file(state)=0x%x", kThread, static_cast<uint8_t>(state.state));
-        logDebug(kTag, "[%s] read proc file(result)=0x%x", kThread, state.result);
+        logDebug(kLogTag, "[%s] read proc file(state)=0x%x", kThread, static_cast<uint8_t>(state.state));
+        logDebug(kLogTag, "[%s] read proc file(result)=0x%x", kThread, state.result);
         if (state.state == platform::kBeCtrlInProgress) continue;
         if (known) upload.hold = DriverHold::Done;
         return platform::summarizeTransferResult(state.result);
@@ -67,7 +67,7 @@ int32_t awaitOutcome(const TransferWatch& watch, Upload& upload) {
 int32_t transfer(Upload& upload) {
     TransferWatch watch;
     if (const char* failure = openTransferWatch(upload.kind.stateFile, watch); failure != nullptr) {
-        logError(kTag, "[%s] %s", kThread, failure);
+        logError(kLogTag, "[%s] %s", kThread, failure);
         return kNotPrepared;
     }
     const int32_t status =
@@ -93,11 +93,11 @@ int32_t run(Upload& upload, bool wasQueued) {
     if (!holdWakeLock(upload.kind.wakeLock)) return kNotPrepared;
     const int32_t waited = awaitTurn(upload, wasQueued);
     if (waited == kWaitTimeout) {
-        logError(kTag, "[%s] Waiting thread finish is Timeout!", kThread);
+        logError(kLogTag, "[%s] Waiting thread finish is Timeout!", kThread);
         return kTimeout;
     }
     if (waited == kWaitCancelled) {
-        logDebug(kTag, "[%s] Waiting thread finish is canceled", kThread);
+        logDebug(kLogTag, "[%s] Waiting thread finish is canceled", kThread);
         return kCancelled;
     }
     setTransferring(upload);
@@ -106,7 +106,7 @@ int32_t run(Upload& upload, bool wasQueued) {
 
 void notifyClient(const sp<IHeadphoneVirtualizerCallback>& callback, int32_t result) {
     const auto told = callback->onApplyResult(result);
-    if (!told.isOk()) logError(kTag, "[%s] the client cannot be told: %d", kThread, result);
+    if (!told.isOk()) logError(kLogTag, "[%s] the client cannot be told: %d", kThread, result);
 }
 
 /** Ends the upload for everybody else. Returns the upload that the thread carries out next, or null. */
@@ -132,7 +132,7 @@ std::shared_ptr<Upload> finish(aud_hv_parameter& slot, const std::shared_ptr<Upl
     // Before the slot is free: the next upload of this kind takes the same wake lock.
     releaseWakeLock(upload->kind.wakeLock);
     auto next = passOn(slot, upload);
-    logDebug(kTag, "paramTransferThread finished");
+    logDebug(kLogTag, "paramTransferThread finished");
     return next;
 }
 
@@ -146,7 +146,7 @@ void* paramTransferThread(void* argument) {
     kindOfThisThread = &slot.kind;
     bool wasQueued = false;
     for (std::shared_ptr<Upload> upload = firstUpload(slot); upload != nullptr;) {
-        logDebug(kTag, "[%s] start", kThread);
+        logDebug(kLogTag, "[%s] start", kThread);
         notifyClient(upload->callback, run(*upload, wasQueued));
         upload = finish(slot, upload);
         wasQueued = true;

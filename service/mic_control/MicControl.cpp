@@ -20,26 +20,26 @@ using ::android::hardware::audio::V5_0::IPrimaryDevice;
 using platform::logDebug;
 using platform::logError;
 
-constexpr char kTag[] = "MicControl";
+constexpr char kLogTag[] = "MicControl";
 constexpr char kBuiltInMic[] = "AUDIO_DEVICE_IN_BUILTIN_MIC";
 constexpr char kGainParameter[] = "builtin_mic_gain";
-constexpr float kLeastGain = 0.0F;
-constexpr float kMostGain = 1.0F;
+constexpr float kMinGain = 0.0F;
+constexpr float kMaxGain = 1.0F;
 constexpr int32_t kRefused = -1;
 
 sp<IPrimaryDevice> primaryDevice;
 
 /** Written so that what is no number is no gain either. */
 bool isGain(float scale) {
-    if (scale >= kLeastGain && scale <= kMostGain) return true;
-    logError(kTag, "Illegal parameters: scale:%f", scale);
+    if (scale >= kMinGain && scale <= kMaxGain) return true;
+    logError(kLogTag, "Illegal parameters: scale:%f", scale);
     return false;
 }
 
 bool isKnownDevice(const hidl_string& name) {
     // With its length: a name that hides more behind a zero byte is another one.
     if (std::string_view(name.c_str(), name.size()) == kBuiltInMic) return true;
-    logError(kTag, "Illegal parameters: micDevice:%s", name.c_str());
+    logError(kLogTag, "Illegal parameters: micDevice:%s", name.c_str());
     return false;
 }
 
@@ -60,51 +60,51 @@ platform::ServiceState describe() {
 }  // namespace
 
 MicControl::MicControl() {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     primaryDevice = platform::PrimaryHalAccessor().getHalPrimaryDevice();
     if (primaryDevice == nullptr) {
-        logError(kTag, "load audio interface failed");
+        logError(kLogTag, "load audio interface failed");
     } else {
-        logDebug(kTag, "[%s] end", __func__);
+        logDebug(kLogTag, "[%s] end", __func__);
     }
 }
 
 Return<int32_t> MicControl::setMicGain(const hidl_string& micDevice, float scale) {
-    logDebug(kTag, "[%s] start micDevice=[%s] scale=[%f]", __func__, micDevice.c_str(), scale);
+    logDebug(kLogTag, "[%s] start micDevice=[%s] scale=[%f]", __func__, micDevice.c_str(), scale);
     if (!isGain(scale) || !isKnownDevice(micDevice)) return kRefused;
     if (primaryDevice == nullptr) {
-        logError(kTag, "PrimaryHAL getService fails");
+        logError(kLogTag, "PrimaryHAL getService fails");
         return kRefused;
     }
     if (!platform::setHalParameter(primaryDevice, kGainParameter, std::to_string(scale))) {
-        logError(kTag, "setParameters failed");
+        logError(kLogTag, "setParameters failed");
         return kRefused;
     }
-    logDebug(kTag, "[%s] end ret:%d", __func__, 0);
+    logDebug(kLogTag, "[%s] end ret:%d", __func__, 0);
     return 0;
 }
 
 Return<float> MicControl::getMicGain(const hidl_string& micDevice) {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     if (!isKnownDevice(micDevice)) return 0.0F;
     const float scale = primaryDevice != nullptr ? askHal() : 0.0F;
-    logDebug(kTag, "[%s] end:scale = %f", __func__, scale);
+    logDebug(kLogTag, "[%s] end:scale = %f", __func__, scale);
     return scale;
 }
 
 Return<void> MicControl::getMicDevices(getMicDevices_cb _hidl_cb) {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     const hidl_vec<hidl_string> devices{kBuiltInMic};
     for (size_t i = 0; i < devices.size(); ++i) {
-        logDebug(kTag, "[%s] devices[%zu]=[%s]", __func__, i, devices[i].c_str());
+        logDebug(kLogTag, "[%s] devices[%zu]=[%s]", __func__, i, devices[i].c_str());
     }
-    logDebug(kTag, "[%s] end", __func__);
+    logDebug(kLogTag, "[%s] end", __func__);
     _hidl_cb(devices);
     return Void();
 }
 
 Return<void> MicControl::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
-    platform::answerDebug(fd, options, describe);
+    platform::writeDump(fd, options, describe);
     return Void();
 }
 

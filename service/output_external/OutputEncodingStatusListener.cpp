@@ -22,7 +22,7 @@ Return<void> OutputEncodingStatusListener::onEncodingFormatChanged(const hidl_st
 
 Return<void> OutputEncodingStatusListener::debug(const hidl_handle& fd,
                                                  const hidl_vec<hidl_string>& options) {
-    platform::answerDebug(fd, options, []() -> platform::ServiceState {
+    platform::writeDump(fd, options, []() -> platform::ServiceState {
         return {"OutputEncodingStatusListener",
                 {{"notices", {platform::text("what_becomes_of_them", "logged")}}}};
     });

@@ -57,7 +57,7 @@ REQUIRES(modeLock) void keepMode(const char* function, int32_t mode) {
 
 /** Returns the mode of the file, or `std::nullopt` if no client has set one. Does not create the file. */
 REQUIRES(modeLock) std::optional<int64_t> keptMode() {
-    const std::optional<platform::KeptFile> file = platform::lookAtFile(kBitstreamModeFile);
+    const std::optional<platform::PersistedFile> file = platform::inspectFile(kBitstreamModeFile);
     if (!file || file->size == 0) return std::nullopt;
     int32_t mode = 0;
     static_assert(sizeof(mode) == sizeof(file->start), "the file holds one mode");
@@ -140,7 +140,7 @@ Return<int32_t> OutputExternal::unregisterEncodingFormatListener(
 }
 
 Return<void> OutputExternal::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
-    platform::answerDebug(fd, options, describe);
+    platform::writeDump(fd, options, describe);
     return Void();
 }
 

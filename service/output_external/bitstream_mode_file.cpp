@@ -10,7 +10,7 @@
 namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
 namespace {
 
-using platform::uninterrupted;
+using platform::retryOnEintr;
 
 constexpr mode_t kPermissions = 0777;
 
@@ -19,19 +19,19 @@ constexpr mode_t kPermissions = 0777;
 int loadBitstreamMode(std::optional<int32_t>& mode) {
     mode.reset();
     const int fd =
-        uninterrupted([] { return open(kBitstreamModeFile, O_RDWR | O_CREAT | O_CLOEXEC, kPermissions); });
+        retryOnEintr([] { return open(kBitstreamModeFile, O_RDWR | O_CREAT | O_CLOEXEC, kPermissions); });
     if (fd < 0) return errno;
     int32_t stored = 0;
-    const ssize_t bytes = uninterrupted([&] { return read(fd, &stored, sizeof(stored)); });
+    const ssize_t bytes = retryOnEintr([&] { return read(fd, &stored, sizeof(stored)); });
     close(fd);
     if (bytes > 0) mode = stored;
     return 0;
 }
 
 int storeBitstreamMode(int32_t mode, ssize_t& written) {
-    const int fd = uninterrupted([] { return open(kBitstreamModeFile, O_WRONLY | O_CLOEXEC); });
+    const int fd = retryOnEintr([] { return open(kBitstreamModeFile, O_WRONLY | O_CLOEXEC); });
     if (fd < 0) return errno;
-    written = uninterrupted([&] { return write(fd, &mode, sizeof(mode)); });
+    written = retryOnEintr([&] { return write(fd, &mode, sizeof(mode)); });
     close(fd);
     return 0;
 }

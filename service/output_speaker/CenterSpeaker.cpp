@@ -160,7 +160,7 @@ Return<bool> CenterSpeaker::isSynchronizedCenterSpeakerInputAvailable() {
 }
 
 Return<void> CenterSpeaker::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
-    platform::answerDebug(fd, options, describe);
+    platform::writeDump(fd, options, describe);
     return Void();
 }
 

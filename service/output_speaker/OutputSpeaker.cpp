@@ -25,7 +25,7 @@ using platform::logDebug;
 using platform::logError;
 using platform::logWarning;
 
-constexpr char kTag[] = "AudioOutSp";
+constexpr char kLogTag[] = "AudioOutSp";
 constexpr int32_t kLastSurroundType = 2;
 /** The speaker selection with which the TV's speakers form no surround sound. */
 constexpr int32_t kSpeakerWithoutSurround = 1;
@@ -78,7 +78,7 @@ int32_t storePosition(int32_t position) {
 /** Reads the stored position. Returns the middleware's status; a failure is logged. */
 int32_t readPosition(int32_t& value) {
     const int32_t status = platform::readConfig(platform::kTvPosition, value);
-    if (status != 0) logError(kTag, "a_mtktvapi_config_get_value failed:ret = %d", status);
+    if (status != 0) logError(kLogTag, "a_mtktvapi_config_get_value failed:ret = %d", status);
     return status;
 }
 
@@ -91,7 +91,7 @@ int32_t readMainDelay(uint32_t& delay) {
 int32_t readSpeaker(const char* function) {
     int32_t speaker = 0;
     if (const int32_t status = platform::readConfig(platform::kAudioSpeaker, speaker); status != 0) {
-        logError(kTag, "%s, MTKTVAPI CFG_AUD_SPEAKER failed:ret = %d\n", function, status);
+        logError(kLogTag, "%s, MTKTVAPI CFG_AUD_SPEAKER failed:ret = %d\n", function, status);
     }
     return speaker;
 }
@@ -109,73 +109,73 @@ platform::ServiceState describe() {
 }  // namespace
 
 OutputSpeaker::OutputSpeaker() {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     // Continue after a time-out: the middleware may still work.
     platform::waitForDtvSvc(platform::WaitingService::OutputSpeaker);
     platform::openMiddleware(platform::MiddlewareUser::OutputSpeaker);
     primaryDevice = platform::PrimaryHalAccessor().getHalPrimaryDevice();
     if (primaryDevice == nullptr) {
-        logError(kTag, "load audio interface failed");
+        logError(kLogTag, "load audio interface failed");
         return;
     }
     int32_t position = -1;
     if (readPosition(position) != 0) return;
-    logDebug(kTag, "get tv position:%d", position);
+    logDebug(kLogTag, "get tv position:%d", position);
     if (isPosition(position)) {
         restorePosition(position);
     } else {
-        logError(kTag, "a_mtktvapi_config_get_value:Illigal value = %d", position);
+        logError(kLogTag, "a_mtktvapi_config_get_value:Illigal value = %d", position);
     }
-    logDebug(kTag, "[%s] end", __func__);
+    logDebug(kLogTag, "[%s] end", __func__);
 }
 
 Return<SurroundType> OutputSpeaker::getSurroundType() {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     int32_t type = -1;
     if (const int32_t status = platform::readConfig(platform::kSpeakerSurroundType, type); status != 0) {
-        logError(kTag, "%s, MTKTVAPI failed:ret = %d\n", __func__, status);
+        logError(kLogTag, "%s, MTKTVAPI failed:ret = %d\n", __func__, status);
         return SurroundType::NONE;
     }
     if (readSpeaker(__func__) == kSpeakerWithoutSurround || type < 0 || type > kLastSurroundType) type = 0;
-    logDebug(kTag, "[%s] end ret:%d", __func__, type);
+    logDebug(kLogTag, "[%s] end ret:%d", __func__, type);
     return static_cast<SurroundType>(type);
 }
 
 Return<TvPositionType> OutputSpeaker::getTvPosition() {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     int32_t value = -1;
     const int32_t status = readPosition(value);
     if (status != 0) return TvPositionType::TABLE_TOP;
-    logDebug(kTag, "get tv position:value = %d, result = %d", value, status);
+    logDebug(kLogTag, "get tv position:value = %d, result = %d", value, status);
     const int32_t position = isPosition(value) ? value : 0;
-    logDebug(kTag, "[%s] end:ret = %d", __func__, position);
+    logDebug(kLogTag, "[%s] end:ret = %d", __func__, position);
     return static_cast<TvPositionType>(position);
 }
 
 Return<int32_t> OutputSpeaker::setTvPosition(int32_t type) {
-    logDebug(kTag, "[%s] start:type = %d", __func__, type);
-    if (!isPosition(type)) logWarning(kTag, "illigal argument:type = %d", type);
+    logDebug(kLogTag, "[%s] start:type = %d", __func__, type);
+    if (!isPosition(type)) logWarning(kLogTag, "illigal argument:type = %d", type);
     const int32_t position = isPosition(type) ? type : 0;
     const int32_t status = storePosition(position);
-    logDebug(kTag, "set tv position:value = %d, result = %d", position, status);
+    logDebug(kLogTag, "set tv position:value = %d, result = %d", position, status);
     if (primaryDevice != nullptr) updateHal();
-    logDebug(kTag, "[%s] end:ret = %d", __func__, status);
+    logDebug(kLogTag, "[%s] end:ret = %d", __func__, status);
     return status;
 }
 
 Return<float> OutputSpeaker::getDelay() {
-    logDebug(kTag, "[%s] start", __func__);
+    logDebug(kLogTag, "[%s] start", __func__);
     uint32_t delay = 0;
     if (const int32_t status = readMainDelay(delay); status != 0) {
-        logError(kTag, "MTAUDDEC_GetChannelMainDelaySp failed. ret:%d", status);
+        logError(kLogTag, "MTAUDDEC_GetChannelMainDelaySp failed. ret:%d", status);
         return 0.0F;
     }
-    logDebug(kTag, "[%s] end:ret = %d", __func__, static_cast<int32_t>(delay));
+    logDebug(kLogTag, "[%s] end:ret = %d", __func__, static_cast<int32_t>(delay));
     return static_cast<float>(delay);
 }
 
 Return<void> OutputSpeaker::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
-    platform::answerDebug(fd, options, describe);
+    platform::writeDump(fd, options, describe);
     return Void();
 }
 

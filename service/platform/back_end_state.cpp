@@ -12,7 +12,7 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 namespace {
 
-constexpr char kTag[] = "AudioHV";
+constexpr char kLogTag[] = "AudioHV";
 constexpr int32_t kUnreadable = -5;
 
 struct Meaning {
@@ -28,7 +28,7 @@ constexpr int32_t kUnknownResult = -2;
 int32_t readBeCtrlTransferState(const char* path, BeCtrlTransferState& state) {
     FILE* const file = fopen(path, "re");
     if (file == nullptr) {
-        logWarning(kTag, "[%s] Proc file open failed!", __func__);
+        logWarning(kLogTag, "[%s] Proc file open failed!", __func__);
         return kUnreadable;
     }
     uint8_t bytes[sizeof(state)];
@@ -37,7 +37,7 @@ int32_t readBeCtrlTransferState(const char* path, BeCtrlTransferState& state) {
     if (complete) {
         state = {static_cast<int8_t>(bytes[0]), bytes[1]};
     } else {
-        logWarning(kTag, "[%s] fread proc file failed! errno:%d", __func__, errno);
+        logWarning(kLogTag, "[%s] fread proc file failed! errno:%d", __func__, errno);
     }
     fclose(file);
     return complete ? 0 : kUnreadable;

@@ -9,7 +9,7 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 namespace {
 
-constexpr char kTag[] = "AudioHV";
+constexpr char kLogTag[] = "AudioHV";
 constexpr char kDevice[] = "/dev/tovi_bectrl";
 constexpr int32_t kUnreachable = -5;
 
@@ -17,11 +17,11 @@ constexpr int32_t kUnreachable = -5;
 int32_t request(const char* function, uint32_t code, void* argument) {
     const int fd = open(kDevice, O_RDWR | O_CLOEXEC);
     if (fd < 0) {
-        logError(kTag, "[%s] bectrl device file open failed! : (%d)", function, kUnreachable);
+        logError(kLogTag, "[%s] bectrl device file open failed! : (%d)", function, kUnreachable);
         return kUnreachable;
     }
     const int status = ioctl(fd, code, argument);
-    if (status != 0) logError(kTag, "[%s] ioctl() failed! : (%d)", function, status);
+    if (status != 0) logError(kLogTag, "[%s] ioctl() failed! : (%d)", function, status);
     close(fd);
     return status == 0 ? 0 : kUnreachable;
 }

@@ -8,21 +8,21 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 namespace {
 
-std::optional<KeptFile> look(int fd) {
+std::optional<PersistedFile> look(int fd) {
     struct stat status{};
     if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-    KeptFile file{status.st_size, {}};
+    PersistedFile file{status.st_size, {}};
     if (read(fd, file.start, sizeof(file.start)) < 0) return std::nullopt;
     return file;
 }
 
 }  // namespace
 
-std::optional<KeptFile> lookAtFile(const char* path) {
+std::optional<PersistedFile> inspectFile(const char* path) {
     // A named pipe in the file's place must not hold up the services.
     const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return std::nullopt;
-    const std::optional<KeptFile> file = look(fd);
+    const std::optional<PersistedFile> file = look(fd);
     close(fd);
     return file;
 }

@@ -9,7 +9,7 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /** A persisted file as it lies there. */
-struct KeptFile {
+struct PersistedFile {
     int64_t size;      // in bytes
     uint8_t start[4];  // its first bytes; those that it lacks are 0
 };
@@ -18,6 +18,6 @@ struct KeptFile {
  * Looks at a file and neither makes nor changes it. Nothing where there is none that
  * can be read. One call at a time with those who write the file.
  */
-std::optional<KeptFile> lookAtFile(const char* path);
+std::optional<PersistedFile> inspectFile(const char* path);
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

@@ -10,7 +10,7 @@ namespace com::tovi::dtv::hardware::audio::platform {
  * `call` gives the call's result, -1 with errno for a failure. Any thread.
  */
 template <typename Call>
-auto uninterrupted(Call call) {
+auto retryOnEintr(Call call) {
     auto result = call();
     while (result == -1 && errno == EINTR) result = call();
     return result;

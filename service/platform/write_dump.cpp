@@ -44,11 +44,11 @@ std::string compose(const hidl_vec<hidl_string>& options, const std::function<Se
 
 }  // namespace
 
-void answerDebug(const hidl_handle& handle, const hidl_vec<hidl_string>& options,
-                 const std::function<ServiceState()>& collect) {
+void writeDump(const hidl_handle& handle, const hidl_vec<hidl_string>& options,
+               const std::function<ServiceState()>& collect) {
     const native_handle_t* const native = handle.getNativeHandle();
     if (native == nullptr || native->numFds < 1) return;
-    const int error = writeAtOnce(native->data[0], compose(options, collect));
+    const int error = writeNonBlocking(native->data[0], compose(options, collect));
     if (error != 0) logWarning(kNoTag, "[debug] the state cannot be written whole: %s", strerror(error));
 }
 

@@ -106,7 +106,7 @@ constexpr Target kTargets[] = {{isPipe, writeToPipe}, {isSocket, writeToSocket},
 
 }  // namespace
 
-int writeAtOnce(int fd, std::string_view text) {
+int writeNonBlocking(int fd, std::string_view text) {
     if (fcntl(fd, F_GETFL) < 0) return errno;
     const Target* const target = std::find_if(std::begin(kTargets), std::end(kTargets),
                                               [fd](const Target& known) { return known.is(fd); });

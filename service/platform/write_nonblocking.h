@@ -18,6 +18,6 @@ namespace com::tovi::dtv::hardware::audio::platform {
  *     pipe, EPIPE for a reader that is gone, EBADF for no descriptor or one that is only
  *     read, EOPNOTSUPP for what is not written to
  */
-int writeAtOnce(int fd, std::string_view text);
+int writeNonBlocking(int fd, std::string_view text);
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

@@ -24,23 +24,23 @@ using BaseListener = V2_0::IOutputEncodingStatusListener;
 class FakeOutput : public V3_1::IOutputExternal {
   public:
     Return<int32_t> setForceEncodingEnabled(bool enable) override {
-        if (mResult == 0) mEnabled = enable;
-        return mResult;
+        if (result_ == 0) enabled_ = enable;
+        return result_;
     }
-    Return<bool> getForceEncodingEnabled() override { return mEnabled; }
+    Return<bool> getForceEncodingEnabled() override { return enabled_; }
 
     Return<int32_t> setEncodingFormat(const hidl_string& format) override {
         if (format == "die") _exit(0);
-        if (format == "refuse") mResult = -7;
-        mFormats.push_back(format == "huge" ? std::string(2 << 20, 'x') : std::string(format));
-        return mResult;
+        if (format == "refuse") result_ = -7;
+        formats_.push_back(format == "huge" ? std::string(2 << 20, 'x') : std::string(format));
+        return result_;
     }
     Return<void> getEncodingFormat(getEncodingFormat_cb callback) override {
-        callback(mFormats.empty() ? "auto" : mFormats.back());
+        callback(formats_.empty() ? "auto" : formats_.back());
         return Void();
     }
     Return<void> getAvailableEncodingFormats(getAvailableEncodingFormats_cb callback) override {
-        callback(mFormats);
+        callback(formats_);
         return Void();
     }
     Return<int32_t> registerEncodingFormatListener(const sp<BaseListener>&) override { return 0; }
@@ -48,7 +48,7 @@ class FakeOutput : public V3_1::IOutputExternal {
 
     /** Writes the last format, or does what that says. */
     Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override {
-        const std::string format = mFormats.empty() ? "" : std::string(mFormats.back());
+        const std::string format = formats_.empty() ? "" : std::string(formats_.back());
         std::string text = options.size() == 0 ? format : "{\"format\":\"" + format + "\"}";
         if (format == "long") text.assign(200000, 'x');
         if (format == "keep") (void)dup(fd->data[0]);
@@ -59,9 +59,9 @@ class FakeOutput : public V3_1::IOutputExternal {
     }
 
   private:
-    bool mEnabled = true;
-    int32_t mResult = 0;
-    std::vector<hidl_string> mFormats;
+    bool enabled_ = true;
+    int32_t result_ = 0;
+    std::vector<hidl_string> formats_;
 };
 
 class FakeListener : public V3_1::IOutputEncodingStatusListener {

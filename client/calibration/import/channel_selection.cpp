@@ -36,7 +36,7 @@ bool contains(const std::vector<std::string>& channels, const std::string& chann
 void addChannels(const TextLine& line, std::vector<std::string>& channels) {
     for (const std::string& word : splitWords(line.body)) {
         const std::string channel = channelOf(word);
-        if (isKnown(channel) && !contains(channels, channel) && channels.size() < kMostChannels)
+        if (isKnown(channel) && !contains(channels, channel) && channels.size() < kMaxChannels)
             channels.push_back(channel);
     }
 }

@@ -13,12 +13,12 @@
 namespace hidlaudio::client {
 
 /** Some of the channels of a text, by their place in its list. */
-using Selection = std::bitset<kMostChannels>;
+using Selection = std::bitset<kMaxChannels>;
 
 /** The channel that a user means by a word: L and 1 are FL, R and 2 are FR, others in upper case. */
 std::string channelOf(std::string_view word);
 
-/** The channels that the "Channel:" lines of a text name, in order: the known ones, at most kMostChannels. */
+/** The channels that the "Channel:" lines of a text name, in order: the known ones, at most kMaxChannels. */
 std::vector<std::string> channelsNamedIn(std::string_view text);
 
 /**

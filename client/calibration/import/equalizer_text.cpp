@@ -236,7 +236,7 @@ Reading finish(const Import& import) {
 Reading readEqualizerText(std::string_view text, const TextOptions& options) {
     text = withoutMark(text);
     Import import{options, chooseChannels(text, options), {}, Selection().set(), {}, {}, {}, {}, {}};
-    import.channels.resize(std::min(import.channels.size(), kMostChannels));
+    import.channels.resize(std::min(import.channels.size(), kMaxChannels));
     for (const std::string& channel : import.channels) {
         import.calibration.push_back({channel, options.level.value_or(0), options.delay.value_or(0), {}});
     }

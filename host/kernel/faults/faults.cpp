@@ -31,7 +31,7 @@ struct CallState {
     unsigned counted = 0;
     Fault fault{};          // none while nth is 0
     unsigned sinceSet = 0;  // calls since the fault was set
-    unsigned struck = 0;
+    unsigned injected = 0;
 };
 
 struct Faults {
@@ -70,7 +70,7 @@ Fault strikingFault(Faults& all, size_t index, const CallOn& on) {
     ++state.counted;
     ++state.sinceSet;
     if (!strikes(state)) return {};
-    ++state.struck;
+    ++state.injected;
     return state.fault;
 }
 
@@ -101,7 +101,7 @@ bool injectFault(const Fault& fault) {
     CallState& state = all.states[call];
     state.fault = fault;
     state.sinceSet = 0;
-    state.struck = 0;
+    state.injected = 0;
     return true;
 }
 
@@ -118,11 +118,11 @@ unsigned countedCalls(std::string_view call) {
     return index < std::size(kCalls) ? all.states[index].counted : 0;
 }
 
-unsigned struckFaults(std::string_view call) {
+unsigned injectedFaults(std::string_view call) {
     const size_t index = indexOf(call);
     Faults& all = faults();
     const std::lock_guard lock(all.mutex);
-    return index < std::size(kCalls) ? all.states[index].struck : 0;
+    return index < std::size(kCalls) ? all.states[index].injected : 0;
 }
 
 FaultVerdict countCall(std::string_view call, const CallOn& on) {

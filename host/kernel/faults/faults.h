@@ -45,8 +45,8 @@ void clearFaults();
 /** How often a call was made since the start or the last clearFaults(). */
 unsigned countedCalls(std::string_view call);
 
-/** How often the fault that was last set on a call has struck. */
-unsigned struckFaults(std::string_view call);
+/** How often the fault that was last set on a call has injected. */
+unsigned injectedFaults(std::string_view call);
 
 /**
  * Sets the faults of a text such as "write:3:ENOSPC,read:1+:short=2,usleep:1:4":
@@ -62,7 +62,7 @@ std::string injectFaults(std::string_view text);
  *     for (unsigned n = 1;; ++n) {
  *         const ScopedFault fault({"write", n, ENOSPC});
  *         scenario();
- *         if (!fault.struck()) break;
+ *         if (!fault.injected()) break;
  *     }
  */
 class ScopedFault {
@@ -73,7 +73,7 @@ class ScopedFault {
     ScopedFault(const ScopedFault&) = delete;
     ScopedFault& operator=(const ScopedFault&) = delete;
 
-    bool struck() const { return struckFaults(call_) > 0; }
+    bool injected() const { return injectedFaults(call_) > 0; }
 
   private:
     std::string call_;

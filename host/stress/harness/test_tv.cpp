@@ -28,7 +28,7 @@ std::string contentOf(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string spawn(const OwnTv& tv, const std::string& program, std::vector<std::string> variables,
+std::string spawn(const TestTv& tv, const std::string& program, std::vector<std::string> variables,
                   pid_t& pid) {
     setTvRoot(tv.root);
     variables.push_back("HIDLAUDIO_CLOCK=" + std::to_string(tv.clock));
@@ -38,12 +38,12 @@ std::string spawn(const OwnTv& tv, const std::string& program, std::vector<std::
     return error == 0 ? "" : programFile(program) + ": " + strerror(error);
 }
 
-std::string restartEndedHal(OwnTv& tv) {
+std::string restartEndedHal(TestTv& tv) {
     if (tv.hal == 0 || !statusWithin(tv.hal, 0ms)) return "";
     return spawn(tv, "audio_hal", tv.halVariables, tv.hal);
 }
 
-std::string awaitServices(OwnTv& tv, const std::string& program, pid_t& pid) {
+std::string awaitServices(TestTv& tv, const std::string& program, pid_t& pid) {
     const auto deadline = steady_clock::now() + kLongestStart;
     for (;;) {
         const std::vector<std::string> missing = missingServices(program, pid);
@@ -57,7 +57,7 @@ std::string awaitServices(OwnTv& tv, const std::string& program, pid_t& pid) {
     }
 }
 
-std::string start(OwnTv& tv, const std::string& program, const std::vector<std::string>& variables,
+std::string start(TestTv& tv, const std::string& program, const std::vector<std::string>& variables,
                   pid_t& pid) {
     const std::string problem = spawn(tv, program, variables, pid);
     return problem.empty() ? awaitServices(tv, program, pid) : problem;
@@ -74,7 +74,7 @@ std::string programFile(const std::string& name) {
     return programFolder() + "/" + name;
 }
 
-std::string makeOwnTv(OwnTv& tv, const std::vector<std::string>& options) {
+std::string makeTestTv(TestTv& tv, const std::vector<std::string>& options) {
     setTvRoot(tv.root);
     std::vector<std::string> arguments{programFile("tv"), "init"};
     arguments.insert(arguments.end(), options.begin(), options.end());
@@ -86,16 +86,16 @@ std::string makeOwnTv(OwnTv& tv, const std::vector<std::string>& options) {
     return status == 0 ? "" : contentOf(errors);
 }
 
-std::string startHal(OwnTv& tv, const std::vector<std::string>& variables) {
+std::string startHal(TestTv& tv, const std::vector<std::string>& variables) {
     tv.halVariables = variables;
     return start(tv, "audio_hal", variables, tv.hal);
 }
 
-std::string startDaemon(OwnTv& tv, const std::vector<std::string>& variables) {
+std::string startDaemon(TestTv& tv, const std::vector<std::string>& variables) {
     return start(tv, "hidlaudio", variables, tv.daemon);
 }
 
-std::optional<ChildStatus> daemonEnding(OwnTv& tv, std::chrono::milliseconds patience) {
+std::optional<ChildStatus> daemonEnding(TestTv& tv, std::chrono::milliseconds patience) {
     const auto status = tv.daemon != 0 ? statusWithin(tv.daemon, patience) : std::nullopt;
     if (status) tv.daemon = 0;
     return status;
@@ -106,11 +106,11 @@ std::string describe(ChildStatus status) {
     return "was ended by signal " + std::to_string(-status) + " (" + strsignal(-status) + ")";
 }
 
-void stopDaemon(OwnTv& tv) {
+void stopDaemon(TestTv& tv) {
     stop(tv.daemon);
 }
 
-void stopHal(OwnTv& tv) {
+void stopHal(TestTv& tv) {
     stop(tv.hal);
 }
 

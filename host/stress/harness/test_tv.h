@@ -14,7 +14,7 @@
 namespace hidlaudio::host {
 
 /** A TV that a command makes for itself, with the programs that it runs on it as its children. */
-struct OwnTv {
+struct TestTv {
     std::string root;
     std::string folder;  // where the commands run, with the files that they take
     pid_t hal = 0;       // 0: it does not run
@@ -25,7 +25,7 @@ struct OwnTv {
 };
 
 /** Makes the TV by `tv init` with these options. Returns an empty string, or why not. */
-std::string makeOwnTv(OwnTv& tv, const std::vector<std::string>& options);
+std::string makeTestTv(TestTv& tv, const std::vector<std::string>& options);
 
 /**
  * Starts the audio HAL, then the daemon, with the further variables each, and waits until
@@ -33,17 +33,17 @@ std::string makeOwnTv(OwnTv& tv, const std::vector<std::string>& options);
  * TV does: the daemon waits for it. Returns an empty string, or how it went wrong: what runs
  * then stays.
  */
-std::string startHal(OwnTv& tv, const std::vector<std::string>& variables);
-std::string startDaemon(OwnTv& tv, const std::vector<std::string>& variables);
+std::string startHal(TestTv& tv, const std::vector<std::string>& variables);
+std::string startDaemon(TestTv& tv, const std::vector<std::string>& variables);
 
 /** How the daemon has ended, if it has within `patience`; it does not run any more then. */
-std::optional<ChildStatus> daemonEnding(OwnTv& tv, std::chrono::milliseconds patience = {});
+std::optional<ChildStatus> daemonEnding(TestTv& tv, std::chrono::milliseconds patience = {});
 
 /** "ended with status 1", "was ended by signal 6 (Aborted)". */
 std::string describe(ChildStatus status);
 
-void stopDaemon(OwnTv& tv);
-void stopHal(OwnTv& tv);
+void stopDaemon(TestTv& tv);
+void stopHal(TestTv& tv);
 
 /** The file of a program that lies beside this one. */
 std::string programFile(const std::string& name);
@@ -60,10 +60,10 @@ Usage usageOf(pid_t pid);
 /** The TV's state: the files, by their path below the root, with what they hold. */
 using TvFiles = std::map<std::string, std::string>;
 
-TvFiles filesOf(const OwnTv& tv);
+TvFiles filesOf(const TestTv& tv);
 
 /** What may be otherwise than it must be, after what failed. */
-struct Excuses {
+struct ToleratedViolations {
     std::set<std::string> cutOff;  // persisted files whose writing was cut off or failed: they may be short
     bool unknownTransfer = false;  // the controller was not told or asked: it may still read the parameters
     bool wakeLockKept = false;     // it could not be released
@@ -74,6 +74,6 @@ std::vector<std::string> persistedFiles();
 
 /** What must hold of the state of any TV that is at rest, whatever failed before: what does not, a sentence
  * each. */
-std::vector<std::string> brokenInvariants(const TvFiles& files, const Excuses& excuses);
+std::vector<std::string> brokenInvariants(const TvFiles& files, const ToleratedViolations& tolerated);
 
 }  // namespace hidlaudio::host

@@ -76,12 +76,13 @@ constexpr Persisted kPersisted[] = {
     {"aud_ac.data", "must hold records of 140 bytes, a marker and an end", isCalibration},
 };
 
-void checkPersisted(const TvFiles& files, const Excuses& excuses, std::vector<std::string>& broken) {
+void checkPersisted(const TvFiles& files, const ToleratedViolations& tolerated,
+                    std::vector<std::string>& broken) {
     for (const Persisted& file : kPersisted) {
         const std::string path = std::string(kStored) + "/" + file.name;
         if (!has(files, path)) continue;
         const std::string content = contentIn(files, path);
-        if (file.holds(content, excuses.cutOff.count(path) != 0)) continue;
+        if (file.holds(content, tolerated.cutOff.count(path) != 0)) continue;
         broken.push_back(std::string(file.name) + " " + file.rule + ", and has " +
                          std::to_string(content.size()) + " bytes");
     }
@@ -105,7 +106,7 @@ Usage usageOf(pid_t pid) {
     return {entriesOf(process + "/fd"), entriesOf(process + "/task"), memory};
 }
 
-TvFiles filesOf(const OwnTv& tv) {
+TvFiles filesOf(const TestTv& tv) {
     TvFiles files;
     std::error_code error;
     for (const char* folder : kStateFolders) {
@@ -126,11 +127,11 @@ std::vector<std::string> persistedFiles() {
     return paths;
 }
 
-std::vector<std::string> brokenInvariants(const TvFiles& files, const Excuses& excuses) {
+std::vector<std::string> brokenInvariants(const TvFiles& files, const ToleratedViolations& tolerated) {
     std::vector<std::string> broken;
-    checkPersisted(files, excuses, broken);
+    checkPersisted(files, tolerated, broken);
     checkController(files, broken);
-    if (excuses.wakeLockKept) return broken;
+    if (tolerated.wakeLockKept) return broken;
     std::istringstream locks(contentIn(files, "/power/wake_lock"));
     for (std::string name; std::getline(locks, name);) broken.push_back("the wake lock " + name + " is held");
     return broken;

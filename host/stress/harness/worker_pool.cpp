@@ -101,7 +101,7 @@ void attend(const PoolWork& pool, std::vector<Worker>& workers) {
 
 }  // namespace
 
-bool doAll(const PoolWork& pool, const Interrupt& interrupt) {
+bool runAll(const PoolWork& pool, const Interrupt& interrupt) {
     std::vector<Worker> workers;
     size_t next = 0;
     while (next < pool.count || !workers.empty()) {

@@ -20,6 +20,6 @@ struct PoolWork {
 };
 
 /** False where the user interrupted it: all that ran is ended then. This process must have no threads. */
-bool doAll(const PoolWork& pool, const Interrupt& interrupt);
+bool runAll(const PoolWork& pool, const Interrupt& interrupt);
 
 }  // namespace hidlaudio::host

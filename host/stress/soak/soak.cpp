@@ -75,7 +75,7 @@ int run(const Options& options, uint64_t seed) {
     pool.count = 1;
     pool.work = [&](size_t) { return dump(runSoak(setup)); };
     pool.done = [&](size_t, const std::string& answer, bool whole) { result = resultOf(answer, whole); };
-    return doAll(pool, interrupt) ? report(options, result) : fail("interrupted");
+    return runAll(pool, interrupt) ? report(options, result) : fail("interrupted");
 }
 
 int soak(const Options& options) {

@@ -114,7 +114,7 @@ uint64_t SoakPlan::random(uint64_t count) {
 
 Decision SoakPlan::next() {
     Decision decision;
-    if (who_ == kAround) {
+    if (who_ == kEnvironment) {
         decision.pause = std::chrono::milliseconds(random(kLongestPauseAround));
         const bool isHal = random(kHalRestartOf) == 0;
         const char* const command = kAroundCommands[random(std::size(kAroundCommands))];

@@ -20,12 +20,12 @@ struct Decision {
 std::string describe(const Decision& decision);
 
 /**
- * The decisions of one client, or of what is around the service (`kAround`): an endless
+ * The decisions of one client, or of what is around the service (`kEnvironment`): an endless
  * row that depends on the seed alone.
  */
 class SoakPlan {
   public:
-    static constexpr unsigned kAround = 0;
+    static constexpr unsigned kEnvironment = 0;
 
     /** `who` counts the clients from 1. */
     SoakPlan(uint64_t seed, unsigned who);

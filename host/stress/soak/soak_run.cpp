@@ -49,10 +49,10 @@ struct Actor {
 
 struct Soak {
     const SoakSetup& setup;
-    OwnTv tv;
+    TestTv tv;
     SoakResult result;
     std::vector<Actor> actors;
-    Excuses excuses;
+    ToleratedViolations tolerated;
     bool daemonKilled = false;  // in this part: answers may be missing
 };
 
@@ -185,7 +185,7 @@ Usage usageAtRest(const Soak& soak, std::vector<std::string>& broken) {
     Usage before;
     for (;;) {
         const Usage now = usageOf(soak.tv.daemon);
-        broken = brokenInvariants(filesOf(soak.tv), soak.excuses);
+        broken = brokenInvariants(filesOf(soak.tv), soak.tolerated);
         const bool isStill = now.descriptors == before.descriptors && now.threads == before.threads;
         if ((isStill && broken.empty()) || steady_clock::now() > deadline) return now;
         before = now;
@@ -212,7 +212,7 @@ void killDaemon(Soak& soak) {
     endChild(soak.tv.daemon, SIGKILL, 1s);
     soak.tv.daemon = 0;
     soak.daemonKilled = true;
-    for (const std::string& file : persistedFiles()) soak.excuses.cutOff.insert(file);
+    for (const std::string& file : persistedFiles()) soak.tolerated.cutOff.insert(file);
     ++soak.result.restarts;
     const std::string problem = startDaemon(soak.tv, {kOneHeap});
     if (!problem.empty()) complain(soak, problem);
@@ -245,7 +245,7 @@ std::string start(Soak& soak) {
     fs::create_symlink(soak.setup.parameters, soak.tv.folder + "/parameters.bin");
     fs::create_symlink(scenarioFolder() + "/room.json", soak.tv.folder + "/room.json");
     if (!fs::exists(soak.tv.folder + "/room.json")) return scenarioFolder() + "/room.json is missing";
-    if (std::string problem = makeOwnTv(soak.tv, {"--centre-input"}); !problem.empty()) return problem;
+    if (std::string problem = makeTestTv(soak.tv, {"--centre-input"}); !problem.empty()) return problem;
     if (std::string problem = startHal(soak.tv, {}); !problem.empty()) return problem;
     return startDaemon(soak.tv, {kOneHeap});
 }

@@ -46,8 +46,8 @@ RunSetup setUp(Sweep& sweep, const Scenario& scenario) {
 
 /** Makes a new TV of the scenario's model for all its runs. Returns an empty string, or why not. */
 std::string makeModel(const Sweep& sweep, const Scenario& scenario) {
-    OwnTv model{sweep.folder + "/" + scenario.name, "/", 0, 0, 1};
-    return makeOwnTv(model, scenario.model);
+    TestTv model{sweep.folder + "/" + scenario.name, "/", 0, 0, 1};
+    return makeTestTv(model, scenario.model);
 }
 
 std::vector<SweptFault> faultsOn(const RunResult& untouched) {
@@ -95,7 +95,7 @@ std::string dump(const Answer& answer) {
 SweepRow sweepOne(const Scenario& scenario, const RunResult& untouched, const RunSetup& setup,
                   const SweptFault& fault) {
     SweepRow row;
-    for (int i = 0; i < kTries && !row.struck; ++i) {
+    for (int i = 0; i < kTries && !row.injected; ++i) {
         clearAway(setup.folder);
         row = compareRuns(scenario, untouched, fault, runScenario(scenario, setup));
     }
@@ -123,7 +123,7 @@ bool sweepFaults(Sweep& sweep, const Scenario& scenario, const RunResult& untouc
         clearAway(setups[i].folder);
         showProgress(scenario, ++done, faults.size());
     };
-    return doAll(pool, sweep.interrupt);
+    return runAll(pool, sweep.interrupt);
 }
 
 /** In a worker's process. */
@@ -161,7 +161,7 @@ bool sweepInWorker(Sweep& sweep, const Scenario& scenario, SweepResult& result) 
     pool.done = [&](size_t, const std::string& answer, bool whole) {
         result = resultOf(answer, whole, scenario);
     };
-    return doAll(pool, sweep.interrupt);
+    return runAll(pool, sweep.interrupt);
 }
 
 int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
@@ -223,7 +223,7 @@ void addSweep(CLI::App& app, int& status) {
         "A line a fault tells what the client, the log and the TV's files showed, where that differs from\n"
         "the untouched run. Flagged with ! are a crash, a hang, descriptors, threads or memory that are not\n"
         "given back, services that are not there, a wake lock that is kept, and files that no failure\n"
-        "excuses; the exit status is 1 then.\n"
+        "tolerated; the exit status is 1 then.\n"
         "\n"
         "SCENARIO is one of those of --list, all of them (all), or the path of a file: commands of "
         "`audioctl`\n"

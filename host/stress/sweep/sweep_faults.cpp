@@ -89,7 +89,7 @@ std::string faultVariable(const SweptFault& fault) {
     return fault.call.call.call + ":" + std::to_string(fault.call.nth) + ":" + fault.outcome;
 }
 
-int writeFaultFile(const OwnTv& tv, const SweptFault& fault) {
+int writeFaultFile(const TestTv& tv, const SweptFault& fault) {
     if (isKernelCall(fault.call.call)) return 0;
     const bool isHal = fault.call.call.source == kHalCalls;
     const std::string folder = tv.root + (isHal ? kHalFaultFolder : "/soc/faults");
@@ -97,13 +97,13 @@ int writeFaultFile(const OwnTv& tv, const SweptFault& fault) {
                           fault.outcome + " 1 " + std::to_string(fault.call.nth - 1) + "\n");
 }
 
-Excuses excusesFor(const SweptFault& fault) {
+ToleratedViolations excusesFor(const SweptFault& fault) {
     const std::string& on = fault.call.call.on;
-    Excuses excuses;
-    if (startsWith(on, kStored)) excuses.cutOff.insert(on);
-    excuses.unknownTransfer = startsWith(on, kDevice) || startsWith(on, kTransferStateFolder);
-    excuses.wakeLockKept = fault.call.call.call == "release_wake_lock";
-    return excuses;
+    ToleratedViolations tolerated;
+    if (startsWith(on, kStored)) tolerated.cutOff.insert(on);
+    tolerated.unknownTransfer = startsWith(on, kDevice) || startsWith(on, kTransferStateFolder);
+    tolerated.wakeLockKept = fault.call.call.call == "release_wake_lock";
+    return tolerated;
 }
 
 }  // namespace hidlaudio::host

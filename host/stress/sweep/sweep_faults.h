@@ -32,9 +32,9 @@ bool isCrash(const SweptFault& fault);
 std::string faultVariable(const SweptFault& fault);
 
 /** Writes the fault's file where it is set in one. Returns 0, or an errno. */
-int writeFaultFile(const OwnTv& tv, const SweptFault& fault);
+int writeFaultFile(const TestTv& tv, const SweptFault& fault);
 
 /** What such a fault may leave behind. */
-Excuses excusesFor(const SweptFault& fault);
+ToleratedViolations excusesFor(const SweptFault& fault);
 
 }  // namespace hidlaudio::host

@@ -31,7 +31,7 @@ std::string describeCall(const SweepRow& row) {
 }
 
 std::string describeClient(const SweepRow& row) {
-    if (!row.struck) return "the call was not made";
+    if (!row.injected) return "the call was not made";
     if (row.client.line == 0) return kNothing;
     const std::string& message = row.client.message;
     const size_t start = message.rfind('\n', message.empty() ? 0 : message.size() - 2);

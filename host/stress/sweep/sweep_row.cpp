@@ -77,17 +77,17 @@ void checkGrowth(const char* what, long allowed, long is, std::vector<std::strin
 
 /** How many uploads the daemon has given up: it keeps the parameters of one a kind, which may still be read.
  */
-long keptUploads(const RunResult& run, const Excuses& excuses) {
+long keptUploads(const RunResult& run, const ToleratedViolations& tolerated) {
     const auto tellsTimeout = [](const std::string& line) {
         return line.find("epoll timeout!!") != std::string::npos;
     };
     const long timeouts = std::count_if(run.log.begin(), run.log.end(), tellsTimeout);
-    return std::min<long>(std::size(kUploadKinds), timeouts + (excuses.unknownTransfer ? 1 : 0));
+    return std::min<long>(std::size(kUploadKinds), timeouts + (tolerated.unknownTransfer ? 1 : 0));
 }
 
-Usage allowedUsage(const RunResult& untouched, const Excuses& excuses, const RunResult& run) {
+Usage allowedUsage(const RunResult& untouched, const ToleratedViolations& tolerated, const RunResult& run) {
     Usage allowed = untouched.usage;
-    allowed.memory += kMemorySlack + keptUploads(run, excuses) * static_cast<long>(kParametersSize / 1024);
+    allowed.memory += kMemorySlack + keptUploads(run, tolerated) * static_cast<long>(kParametersSize / 1024);
     return allowed;
 }
 
@@ -97,10 +97,11 @@ void checkUsage(const Usage& usage, const Usage& allowed, std::vector<std::strin
     checkGrowth("KiB of memory", allowed.memory, usage.memory, flags);
 }
 
-std::vector<std::string> findFlags(const RunResult& untouched, const Excuses& excuses, const RunResult& run) {
+std::vector<std::string> findFlags(const RunResult& untouched, const ToleratedViolations& tolerated,
+                                   const RunResult& run) {
     std::vector<std::string> flags = run.problems;
-    checkUsage(run.usage, allowedUsage(untouched, excuses, run), flags);
-    for (const std::string& broken : brokenInvariants(run.files, excuses))
+    checkUsage(run.usage, allowedUsage(untouched, tolerated, run), flags);
+    for (const std::string& broken : brokenInvariants(run.files, tolerated))
         flags.push_back("state: " + broken);
     for (const std::string& line : newLines(run.log, untouched.log)) {
         if (line[0] == '!') flags.push_back("output: " + line.substr(2));
@@ -119,7 +120,7 @@ SweepRow compareRuns(const Scenario& scenario, const RunResult& untouched, const
     row.boot = fault.call.boot;
     row.nth = fault.call.nth;
     row.fault = fault.outcome;
-    row.struck = run.struck;
+    row.injected = run.injected;
     row.client = compareLines(scenario, untouched, run);
     row.log = newLines(run.log, untouched.log);
     row.files = compareFiles(untouched.files, run.files);

@@ -28,7 +28,7 @@ struct SweepRow {
     std::string source, call, on;
     unsigned boot = 0, nth = 0;
     std::string fault;
-    bool struck = false;
+    bool injected = false;
     LineDifference client;
     std::vector<std::string> log;
     std::vector<FileDifference> files;
@@ -37,7 +37,7 @@ struct SweepRow {
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(FileDifference, path, is, was)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(LineDifference, line, status, message)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SweepRow, source, call, on, boot, nth, fault, struck, client, log, files,
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SweepRow, source, call, on, boot, nth, fault, injected, client, log, files,
                                    flags)
 
 /** Compares a run with a fault to the untouched one of the same scenario. */

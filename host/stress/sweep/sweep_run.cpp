@@ -35,7 +35,7 @@ struct Background {
 struct Run {
     const Scenario& scenario;
     const RunSetup& setup;
-    OwnTv tv;
+    TestTv tv;
     RunResult result;
     unsigned boots = 0;  // of the daemon, so far
     std::vector<size_t>
@@ -236,7 +236,7 @@ void noteAllCalls(Run& run) {
     }
     if (!run.setup.fault) return;
     const SweptCall& wanted = run.setup.fault->call;
-    run.result.struck =
+    run.result.injected =
         std::any_of(run.result.calls.begin(), run.result.calls.end(), [&](const SweptCall& made) {
             return made.boot == wanted.boot && made.nth == wanted.nth &&
                    made.call.source == wanted.call.source && made.call.call == wanted.call.call;

@@ -22,9 +22,9 @@ struct LineOutcome {
 struct RunResult {
     std::vector<LineOutcome> lines;
     std::vector<SweptCall> calls;       // that the lines caused: not a start of the TV that is none of them
-    bool struck = false;                // whether the call with the fault was made
+    bool injected = false;              // whether the call with the fault was made
     std::vector<std::string> log;       // the daemon's warnings and errors: "W tag: text"
-    std::vector<std::string> problems;  // what no fault excuses
+    std::vector<std::string> problems;  // what no fault tolerated
     TvFiles files;
     Usage usage;
 };

@@ -28,7 +28,7 @@ std::string describe(const UploadState& upload);
 /** The commands that the controller was given so far, a line each: type, length, payload in hex. */
 std::vector<std::string> customSpecCommands();
 
-/** What it answers to the question whether it has booted; none: it does not. */
+/** What it answers to the request whether it has booted; none: it does not. */
 std::optional<int32_t> bootState();
 
 /** A TV that is switched on has an idle controller. Returns 0, or an errno with the path in `failed`. */

@@ -73,7 +73,7 @@ TEST(CalibrationPicture, PlotsInATerminal) {
 
 TEST(CalibrationPicture, DrawsWhateverTheValues) {
     Calibration calibration = {{"<&\">", -3, 1.5, {3, NAN, -3, INFINITY}}, {"\xff\x01", 0, 0, {}}};
-    calibration.resize(kMostChannels, {"FR", 0, 0, {}});
+    calibration.resize(kMaxChannels, {"FR", 0, 0, {}});
     const std::string svg = drawCalibration(calibration);
     EXPECT_THAT(svg, AllOf(StartsWith("<svg xmlns=\"http://www.w3.org/2000/svg\""),
                            HasSubstr(">&#60;&#38;&#34;&#62;<"), HasSubstr(">-3.0 dB, 1.5 ms<"),

@@ -48,8 +48,8 @@ class Helper {
         int input[2];
         int output[2];
         if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) abort();
-        mInput.reset(input[1]);
-        mOutput.reset(output[0]);
+        input_.reset(input[1]);
+        output_.reset(output[0]);
         const unique_fd theirs[] = {unique_fd(input[0]), unique_fd(output[1])};
         arguments.insert(arguments.begin(), PROBE_PROCESS);
         std::vector<char*> pointers(arguments.size() + 1);  // and a null at the end
@@ -59,43 +59,43 @@ class Helper {
         posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
         if (passed >= 0) posix_spawn_file_actions_adddup2(&actions, passed, 3);
-        if (posix_spawn(&mPid, pointers[0], &actions, nullptr, pointers.data(), environ) != 0) abort();
+        if (posix_spawn(&pid_, pointers[0], &actions, nullptr, pointers.data(), environ) != 0) abort();
         posix_spawn_file_actions_destroy(&actions);
     }
     ~Helper() { kill(); }
     Helper(const Helper&) = delete;
     Helper& operator=(const Helper&) = delete;
 
-    pid_t pid() const { return mPid; }
+    pid_t pid() const { return pid_; }
     /** The next line of its output; empty at the end. */
     std::string readLine() {
         std::string line;
-        for (char c; read(mOutput.get(), &c, 1) == 1 && c != '\n';) line += c;
+        for (char c; read(output_.get(), &c, 1) == 1 && c != '\n';) line += c;
         return line;
     }
     /** Whether there is output to read. */
     bool hasOutput() const {
-        pollfd poll{mOutput.get(), POLLIN, 0};
+        pollfd poll{output_.get(), POLLIN, 0};
         return ::poll(&poll, 1, 0) == 1;
     }
-    void letGo() { EXPECT_EQ(write(mInput.get(), "g", 1), 1); }
+    void letGo() { EXPECT_EQ(write(input_.get(), "g", 1), 1); }
     void kill() {
-        if (mPid > 0 && ::kill(mPid, SIGKILL) == 0) wait();
+        if (pid_ > 0 && ::kill(pid_, SIGKILL) == 0) wait();
     }
     /** Waits for its end; its exit status, 128 + n if signal n ended it. */
     int wait() {
         int status = 0;
-        waitpid(std::exchange(mPid, -1), &status, 0);
+        waitpid(std::exchange(pid_, -1), &status, 0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
-    size_t descriptors() const { return countOf("fd", mPid); }
-    size_t threads() const { return countOf("task", mPid); }
+    size_t descriptors() const { return countOf("fd", pid_); }
+    size_t threads() const { return countOf("task", pid_); }
 
   private:
-    pid_t mPid = -1;
-    unique_fd mInput;
-    unique_fd mOutput;
+    pid_t pid_ = -1;
+    unique_fd input_;
+    unique_fd output_;
 };
 
 struct ServiceOptions {
@@ -111,16 +111,16 @@ class Service : public Helper {
     explicit Service(const ServiceOptions& options = {})
         : Helper({"serve", options.instance, std::to_string(options.threads),
                   std::to_string(options.descriptors)}),
-          mInstance(options.instance) {
+          instance_(options.instance) {
         EXPECT_EQ(readLine(), "ready");
         if (options.joins) letGo();
     }
 
     /** A new proxy of it. */
-    sp<IProbe> get() const { return IProbe::getService(mInstance); }
+    sp<IProbe> get() const { return IProbe::getService(instance_); }
 
   private:
-    const std::string mInstance;
+    const std::string instance_;
 };
 
 /** Where a method of the probe waits; see the interface. */
@@ -129,23 +129,23 @@ class Gate {
     Gate() {
         int ends[2];
         if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) abort();
-        mNear.reset(ends[0]);
+        near_.reset(ends[0]);
         native_handle_t* far = native_handle_create(1, 0);
         far->data[0] = ends[1];
-        mFar.setTo(far, true);
+        far_.setTo(far, true);
     }
     /** As an argument of a call. */
-    const hidl_handle& handle() const { return mFar; }
+    const hidl_handle& handle() const { return far_; }
     /** Waits until the method is there. */
     void awaitEntry() {
         char byte = 0;
-        EXPECT_EQ(read(mNear.get(), &byte, 1), 1);
+        EXPECT_EQ(read(near_.get(), &byte, 1), 1);
     }
-    void open() { EXPECT_EQ(write(mNear.get(), "o", 1), 1); }
+    void open() { EXPECT_EQ(write(near_.get(), "o", 1), 1); }
 
   private:
-    unique_fd mNear;
-    hidl_handle mFar;
+    unique_fd near_;
+    hidl_handle far_;
 };
 
 /** A virtual TV of this test program's own, and an end for tests that hang. */

@@ -63,32 +63,32 @@ struct Mourner : android::hardware::hidl_death_recipient {
 /** The service that the interface describes. Any thread. */
 class Probe : public IProbe {
   public:
-    explicit Probe(uint32_t number) : mNumber(number) {
-        mMourner->died = [this](uint64_t cookie, const auto&) { log("died " + std::to_string(cookie)); };
+    explicit Probe(uint32_t number) : number_(number) {
+        mourner_->died = [this](uint64_t cookie, const auto&) { log("died " + std::to_string(cookie)); };
     }
     ~Probe() override {
-        for (std::thread& thread : mThreads) thread.join();
+        for (std::thread& thread : threads_) thread.join();
     }
 
     void log(const std::string& event) {
         constexpr size_t kMost = 500;
-        std::lock_guard<std::mutex> lock(mMutex);
-        if (mEvents.size() == kMost) mEvents.erase(mEvents.begin());
-        mEvents.emplace_back(event);
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (events_.size() == kMost) events_.erase(events_.begin());
+        events_.emplace_back(event);
     }
 
     Return<int32_t> add(int32_t a, int32_t b) override { return a + b; }
-    Return<uint32_t> mark() override { return mMarks++; }
+    Return<uint32_t> mark() override { return marks_++; }
     Return<void> setCallback(const sp<IProbeCallback>& callback) override {
-        if (callback != nullptr) (void)callback->linkToDeath(mMourner, 42).isOk();
+        if (callback != nullptr) (void)callback->linkToDeath(mourner_, 42).isOk();
         sp<IProbeCallback> previous = callback;  // goes after the mutex is free
-        std::lock_guard<std::mutex> lock(mMutex);
-        std::swap(previous, mCallback);
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::swap(previous, callback_);
         return Void();
     }
     Return<sp<IProbeCallback>> getCallback() override {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return mCallback;
+        std::lock_guard<std::mutex> lock(mutex_);
+        return callback_;
     }
     Return<void> echoBytes(const hidl_vec<uint8_t>& data, echoBytes_cb cb) override {
         return answer(cb, data);
@@ -143,13 +143,13 @@ class Probe : public IProbe {
             passGate(own);
             call(target, threadNumber(), &ignored);
         };
-        std::lock_guard<std::mutex> lock(mMutex);
-        mThreads.emplace_back(work);
+        std::lock_guard<std::mutex> lock(mutex_);
+        threads_.emplace_back(work);
         return Void();
     }
     Return<void> events(events_cb cb) override {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return answer(cb, mEvents);
+        std::lock_guard<std::mutex> lock(mutex_);
+        return answer(cb, events_);
     }
     Return<void> answerTimes(uint32_t times, answerTimes_cb cb) override {
         for (uint32_t i = 0; i < times; ++i) cb("answer");
@@ -168,7 +168,7 @@ class Probe : public IProbe {
         const struct mallinfo2 info = mallinfo2();
         return info.uordblks + info.hblkhd;
     }
-    Return<uint32_t> number() override { return mNumber; }
+    Return<uint32_t> number() override { return number_; }
 
   private:
     template <typename ResultCallback, typename... Results>
@@ -190,13 +190,13 @@ class Probe : public IProbe {
         return status;
     }
 
-    const uint32_t mNumber;
-    const sp<Mourner> mMourner = new Mourner();
-    std::atomic<uint32_t> mMarks{0};
-    std::mutex mMutex;  // what follows
-    sp<IProbeCallback> mCallback;
-    std::vector<hidl_string> mEvents;
-    std::vector<std::thread> mThreads;
+    const uint32_t number_;
+    const sp<Mourner> mourner_ = new Mourner();
+    std::atomic<uint32_t> marks_{0};
+    std::mutex mutex_;  // what follows
+    sp<IProbeCallback> callback_;
+    std::vector<hidl_string> events_;
+    std::vector<std::thread> threads_;
 };
 
 }  // namespace hidlaudio::test

@@ -178,20 +178,20 @@ class RawPeer {
     explicit RawPeer(const std::string& instance = "default") {
         RegistryEntry entry;
         EXPECT_TRUE(registryFind(ParentProbe::descriptor, instance, &entry));
-        mObject = entry.object;
-        mControl = registryConnect(entry.socket);
-        limitWaiting(mControl.get());
+        object_ = entry.object;
+        control_ = registryConnect(entry.socket);
+        limitWaiting(control_.get());
     }
 
-    int control() const { return mControl.get(); }
+    int control() const { return control_.get(); }
     /** Number of the service's object. */
-    uint64_t object() const { return mObject; }
+    uint64_t object() const { return object_; }
 
     void hello() { EXPECT_TRUE(sendRaw(control(), rawMessage(kHello, 0x1234567890abcdef, kWireVersion))); }
     /** A new call channel's near end, which stays this object's. */
     int openChannel() {
         EXPECT_TRUE(offerChannel());
-        return mChannels.back().get();
+        return channels_.back().get();
     }
 
     /** Whether a new call channel could be sent: not to a process that has closed the connection. */
@@ -199,7 +199,7 @@ class RawPeer {
         int ends[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
         const unique_fd far(ends[1]);
-        mChannels.emplace_back(ends[0]);
+        channels_.emplace_back(ends[0]);
         limitWaiting(ends[0]);
         RawMessage message = rawMessage(kNewCallChannel);
         message.header.fdCount = 1;
@@ -213,9 +213,9 @@ class RawPeer {
         EXPECT_EQ(setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience)), 0);
     }
 
-    unique_fd mControl;
-    uint64_t mObject = 0;
-    std::vector<unique_fd> mChannels;
+    unique_fd control_;
+    uint64_t object_ = 0;
+    std::vector<unique_fd> channels_;
 };
 
 /** A peer that is ready to call. */

@@ -45,8 +45,8 @@ TEST(Faults, EveryCallOfAScenarioCanBeMadeToFail) {
         for (;; ++n) {
             const ScopedFault fault({call, n, EDQUOT});
             const int error = store();
-            EXPECT_EQ(error, fault.struck() ? EDQUOT : 0) << call << " " << n;
-            if (!fault.struck()) break;
+            EXPECT_EQ(error, fault.injected() ? EDQUOT : 0) << call << " " << n;
+            if (!fault.injected()) break;
         }
         EXPECT_EQ(n, times + 1) << call;
         EXPECT_EQ(store(), 0) << "nothing is left of the fault on " << call;

@@ -95,7 +95,7 @@ TEST_F(ConfigStore, IsNotReachedByTheProgramsFaults) {
     EXPECT_EQ(set(kKey, 1, 7), 0);
     EXPECT_EQ(get(kKey, value_), 0);
     EXPECT_EQ(value_, 1);
-    for (const auto& fault : faults) EXPECT_FALSE(fault->struck());
+    for (const auto& fault : faults) EXPECT_FALSE(fault->injected());
 }
 
 }  // namespace

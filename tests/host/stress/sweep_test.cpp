@@ -65,7 +65,7 @@ TEST_F(Sweep, TellsWhatEachFaultChanges) {
     EXPECT_EQ(killed["client"]["status"], 3);
     EXPECT_EQ(killed["files"].size(), 2U)
         << "the restart gives the TV the mode of the file, which is the old one";
-    for (const json& row : sweep[0]["faults"]) EXPECT_TRUE(row["struck"]) << row;
+    for (const json& row : sweep[0]["faults"]) EXPECT_TRUE(row["injected"]) << row;
     EXPECT_THAT(leftBehind(), IsEmpty());
 }
 

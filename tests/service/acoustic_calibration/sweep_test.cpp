@@ -29,7 +29,7 @@ class Sweep : public Calibration {
                     const auto before = openFiles();
                     const host::ScopedFault fault({call, n, error, false, 0});
                     const std::string outcome = scenario();
-                    if (!fault.struck()) break;
+                    if (!fault.injected()) break;
                     met.insert(key);
                     const bool repeated = error == EINTR && call[0] != 'f' && call != "remove";
                     const auto effect = effects.find(key);

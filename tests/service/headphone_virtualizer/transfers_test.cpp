@@ -455,7 +455,7 @@ TEST_F(Transfers, SurviveEveryFailingCall) {
         SCOPED_TRACE(failure.call + std::to_string(failure.nth));
         const ScopedFault fault({failure.call, failure.nth, EIO});
         EXPECT_EQ(upload(ParamType::DEVICE, ""), failure.result);
-        EXPECT_TRUE(fault.struck());
+        EXPECT_TRUE(fault.injected());
         EXPECT_THAT(lines_, Contains(failure.line));
         // The controller may have gone on without us.
         while (contentOf(tv_.stateFile(UploadKind::Device)) != "\0\1"s && failure.call == "fread") {

@@ -161,7 +161,7 @@ TEST_F(OutputExternal, AnyFailingCallIsLoggedAndDamagesNothing) {
                 SCOPED_TRACE(call + " " + std::to_string(error) + " " + std::to_string(n));
                 const host::ScopedFault fault({call, n, error});
                 const std::vector<std::string> lines = scenario();
-                if (!fault.struck()) break;
+                if (!fault.injected()) break;
                 EXPECT_EQ(lines == untroubled, error == EINTR || call == "close");
                 EXPECT_TRUE(error != EINTR || contentOf(file_) == kOn) << "a signal costs no setting";
             }

@@ -18,14 +18,14 @@ namespace android::hardware {
 struct hidl_binder_death_recipient : IBinder::DeathRecipient {
     hidl_binder_death_recipient(const sp<hidl_death_recipient>& recipient, uint64_t cookie,
                                 const sp<hidl::base::V1_0::IBase>& base)
-        : mRecipient(recipient), mCookie(cookie), mBase(base) {}
+        : recipient_(recipient), cookie_(cookie), base_(base) {}
     void binderDied(const wp<IBinder>& who) override;
-    wp<hidl_death_recipient>& getRecipient() { return mRecipient; }
+    wp<hidl_death_recipient>& getRecipient() { return recipient_; }
 
   private:
-    wp<hidl_death_recipient> mRecipient;
-    uint64_t mCookie;
-    wp<hidl::base::V1_0::IBase> mBase;
+    wp<hidl_death_recipient> recipient_;
+    uint64_t cookie_;
+    wp<hidl::base::V1_0::IBase> base_;
 };
 
 // Types of the interface language in a parcel. `parentHandle` and `parentOffset`

@@ -27,10 +27,10 @@ bool debuggable();
 template <typename T>
 class hidl_pointer {
   public:
-    hidl_pointer() : mBits(0) {}
-    hidl_pointer(T* pointer) : mBits(reinterpret_cast<uintptr_t>(pointer)) {}  // NOLINT: as a T* would
+    hidl_pointer() : bits_(0) {}
+    hidl_pointer(T* pointer) : bits_(reinterpret_cast<uintptr_t>(pointer)) {}  // NOLINT: as a T* would
     hidl_pointer& operator=(T* pointer) {
-        mBits = reinterpret_cast<uintptr_t>(pointer);
+        bits_ = reinterpret_cast<uintptr_t>(pointer);
         return *this;
     }
     operator T*() const { return get(); }  // NOLINT
@@ -38,9 +38,9 @@ class hidl_pointer {
     T* operator->() const { return get(); }
 
   private:
-    T* get() const { return reinterpret_cast<T*>(static_cast<uintptr_t>(mBits)); }
+    T* get() const { return reinterpret_cast<T*>(static_cast<uintptr_t>(bits_)); }
 
-    uint64_t mBits;
+    uint64_t bits_;
 };
 static_assert(sizeof(hidl_pointer<char>) == 8, "one layout for 32 and 64 bits");
 

@@ -28,11 +28,11 @@ struct hidl_string {
     hidl_string& operator=(const std::string& text);
     hidl_string& operator=(hidl_string&& other) noexcept;
 
-    operator std::string() const { return std::string(mBuffer, mSize); }  // NOLINT
+    operator std::string() const { return std::string(buffer_, size_); }  // NOLINT
 
-    const char* c_str() const { return mBuffer; }
-    size_t size() const { return mSize; }
-    bool empty() const { return mSize == 0; }
+    const char* c_str() const { return buffer_; }
+    size_t size() const { return size_; }
+    bool empty() const { return size_ == 0; }
     void clear();
 
     /**
@@ -48,10 +48,10 @@ struct hidl_string {
     void assignCopy(const char* text, size_t length);
     void moveFrom(hidl_string&& other);
 
-    details::hidl_pointer<const char> mBuffer;
-    uint32_t mSize;
-    bool mOwnsBuffer;
-    [[maybe_unused]] uint8_t mPadding[3];  // no stray bytes travel
+    details::hidl_pointer<const char> buffer_;
+    uint32_t size_;
+    bool ownsBuffer_;
+    [[maybe_unused]] uint8_t padding_[3];  // no stray bytes travel
 };
 static_assert(sizeof(hidl_string) == 16, "the layout travels");
 

@@ -42,8 +42,8 @@ struct hidl_death_recipient : public virtual RefBase {
  * only where setTo() was told so; a received one lives as long as the call.
  */
 struct hidl_handle {
-    hidl_handle() : mHandle(nullptr), mOwnsHandle(false), mPadding{} {}
-    hidl_handle(const native_handle_t* handle) : hidl_handle() { mHandle = handle; }  // NOLINT
+    hidl_handle() : handle_(nullptr), ownsHandle_(false), padding_{} {}
+    hidl_handle(const native_handle_t* handle) : hidl_handle() { handle_ = handle; }  // NOLINT
     hidl_handle(const hidl_handle& other) : hidl_handle() { *this = other; }
     hidl_handle(hidl_handle&& other) noexcept : hidl_handle() { *this = std::move(other); }
     ~hidl_handle() { freeHandle(); }
@@ -55,32 +55,32 @@ struct hidl_handle {
 
     void setTo(native_handle_t* handle, bool shouldOwn = false);
 
-    const native_handle_t* operator->() const { return mHandle; }
-    operator const native_handle_t*() const { return mHandle; }  // NOLINT: as on the platform
-    const native_handle_t* getNativeHandle() const { return mHandle; }
+    const native_handle_t* operator->() const { return handle_; }
+    operator const native_handle_t*() const { return handle_; }  // NOLINT: as on the platform
+    const native_handle_t* getNativeHandle() const { return handle_; }
 
   private:
     void freeHandle();
 
-    details::hidl_pointer<const native_handle_t> mHandle;
-    bool mOwnsHandle;
-    [[maybe_unused]] uint8_t mPadding[7];  // no stray bytes travel
+    details::hidl_pointer<const native_handle_t> handle_;
+    bool ownsHandle_;
+    [[maybe_unused]] uint8_t padding_[7];  // no stray bytes travel
 };
 
 /** Shared memory by name, as the generated code measures it. No interface here passes any. */
 struct hidl_memory {
-    hidl_memory() : mSize(0) {}
+    hidl_memory() : size_(0) {}
     hidl_memory(const hidl_string& name, const hidl_handle& handle, size_t size)
-        : mHandle(handle), mSize(size), mName(name) {}
+        : handle_(handle), size_(size), name_(name) {}
 
-    const native_handle_t* handle() const { return mHandle; }
-    const hidl_string& name() const { return mName; }
-    uint64_t size() const { return mSize; }
+    const native_handle_t* handle() const { return handle_; }
+    const hidl_string& name() const { return name_; }
+    uint64_t size() const { return size_; }
 
   private:
-    hidl_handle mHandle;
-    uint64_t mSize;
-    hidl_string mName;
+    hidl_handle handle_;
+    uint64_t size_;
+    hidl_string name_;
 };
 
 /** A fixed array of several dimensions as a type of the interface language. */
@@ -89,19 +89,19 @@ struct hidl_array {
     using Row = hidl_array<T, SIZES...>;
 
     /** All elements, row by row. */
-    T* data() { return mRows[0].data(); }
-    const T* data() const { return mRows[0].data(); }
-    Row& operator[](size_t index) { return mRows[index]; }
-    const Row& operator[](size_t index) const { return mRows[index]; }
+    T* data() { return rows_[0].data(); }
+    const T* data() const { return rows_[0].data(); }
+    Row& operator[](size_t index) { return rows_[index]; }
+    const Row& operator[](size_t index) const { return rows_[index]; }
     static constexpr auto size() { return std::make_tuple(SIZE, SIZES...); }
 
     bool operator==(const hidl_array& other) const {
-        return std::equal(std::begin(mRows), std::end(mRows), std::begin(other.mRows));
+        return std::equal(std::begin(rows_), std::end(rows_), std::begin(other.rows_));
     }
     bool operator!=(const hidl_array& other) const { return !(*this == other); }
 
   private:
-    Row mRows[SIZE];
+    Row rows_[SIZE];
 };
 
 /**
@@ -111,29 +111,29 @@ struct hidl_array {
 template <typename T, size_t SIZE>
 struct hidl_array<T, SIZE> {
     hidl_array() = default;
-    hidl_array(const T* source) { std::copy(source, source + SIZE, mBuffer); }    // NOLINT
+    hidl_array(const T* source) { std::copy(source, source + SIZE, buffer_); }    // NOLINT
     hidl_array(const T (&source)[SIZE]) : hidl_array(&source[0]) {}               // NOLINT
     hidl_array(const std::array<T, SIZE>& source) : hidl_array(source.data()) {}  // NOLINT
 
-    T* data() { return mBuffer; }
-    const T* data() const { return mBuffer; }
-    T& operator[](size_t index) { return mBuffer[index]; }
-    const T& operator[](size_t index) const { return mBuffer[index]; }
+    T* data() { return buffer_; }
+    const T* data() const { return buffer_; }
+    T& operator[](size_t index) { return buffer_[index]; }
+    const T& operator[](size_t index) const { return buffer_[index]; }
     static constexpr size_t size() { return SIZE; }
 
     bool operator==(const hidl_array& other) const {
-        return std::equal(mBuffer, mBuffer + SIZE, other.mBuffer);
+        return std::equal(buffer_, buffer_ + SIZE, other.buffer_);
     }
     bool operator!=(const hidl_array& other) const { return !(*this == other); }
 
     operator std::array<T, SIZE>() const {  // NOLINT
         std::array<T, SIZE> copy{};
-        std::copy(mBuffer, mBuffer + SIZE, copy.begin());
+        std::copy(buffer_, buffer_ + SIZE, copy.begin());
         return copy;
     }
 
   private:
-    T mBuffer[SIZE];
+    T buffer_[SIZE];
 };
 
 /** The integer behind an enumeration whose values are combined as bits. */

@@ -24,7 +24,7 @@ struct hidl_vec {
     using iterator = T*;
     using const_iterator = const T*;
 
-    hidl_vec() : mBuffer(nullptr), mSize(0), mOwnsBuffer(false), mPadding{} {}
+    hidl_vec() : buffer_(nullptr), size_(0), ownsBuffer_(false), padding_{} {}
     explicit hidl_vec(size_t size) : hidl_vec() { resize(size); }
     hidl_vec(const hidl_vec& other) : hidl_vec() { *this = other; }
     hidl_vec(hidl_vec&& other) noexcept : hidl_vec() { *this = std::move(other); }
@@ -45,10 +45,10 @@ struct hidl_vec {
     hidl_vec& operator=(hidl_vec&& other) noexcept {
         if (this == &other) return *this;
         freeBuffer();
-        mBuffer = other.data();
-        mSize = other.mSize;
-        mOwnsBuffer = other.mOwnsBuffer;
-        other.mOwnsBuffer = false;  // it goes on referring to the elements, as on the platform
+        buffer_ = other.data();
+        size_ = other.size_;
+        ownsBuffer_ = other.ownsBuffer_;
+        other.ownsBuffer_ = false;  // it goes on referring to the elements, as on the platform
         return *this;
     }
     hidl_vec& operator=(const std::vector<T>& other) {
@@ -65,31 +65,31 @@ struct hidl_vec {
     void setToExternal(T* data, size_t size, bool shouldOwn = false) {
         checkSize(size);
         freeBuffer();
-        mBuffer = data;
-        mSize = static_cast<uint32_t>(size);
-        mOwnsBuffer = shouldOwn;
+        buffer_ = data;
+        size_ = static_cast<uint32_t>(size);
+        ownsBuffer_ = shouldOwn;
     }
 
     /** Gives the elements, copied if they are external ones, to the caller, to be deleted with delete[]. */
     T* releaseData() {
-        if (!mOwnsBuffer && mSize > 0) resize(mSize);
-        mOwnsBuffer = false;
+        if (!ownsBuffer_ && size_ > 0) resize(size_);
+        ownsBuffer_ = false;
         return data();
     }
 
-    T* data() { return mBuffer; }
-    const T* data() const { return mBuffer; }
-    size_t size() const { return mSize; }
+    T* data() { return buffer_; }
+    const T* data() const { return buffer_; }
+    size_t size() const { return size_; }
 
     T& operator[](size_t index) { return data()[index]; }
     const T& operator[](size_t index) const { return data()[index]; }
 
     iterator begin() { return data(); }
-    iterator end() { return data() + mSize; }
+    iterator end() { return data() + size_; }
     const_iterator begin() const { return data(); }
-    const_iterator end() const { return data() + mSize; }
+    const_iterator end() const { return data() + size_; }
     const_iterator cbegin() const { return data(); }
-    const_iterator cend() const { return data() + mSize; }
+    const_iterator cend() const { return data() + size_; }
 
     iterator find(const T& value) { return std::find(begin(), end(), value); }
     const_iterator find(const T& value) const { return std::find(begin(), end(), value); }
@@ -120,9 +120,9 @@ struct hidl_vec {
     // The vector owns no buffer when this is called.
     void allocate(size_t size) {
         checkSize(size);
-        mBuffer = size > 0 ? new T[size]() : nullptr;
-        mSize = static_cast<uint32_t>(size);
-        mOwnsBuffer = size > 0;
+        buffer_ = size > 0 ? new T[size]() : nullptr;
+        size_ = static_cast<uint32_t>(size);
+        ownsBuffer_ = size > 0;
     }
     void assignCopy(const T* source, size_t size) {
         hidl_vec copy;
@@ -131,16 +131,16 @@ struct hidl_vec {
         *this = std::move(copy);
     }
     void freeBuffer() {
-        if (mOwnsBuffer) delete[] data();
-        mBuffer = nullptr;
-        mSize = 0;
-        mOwnsBuffer = false;
+        if (ownsBuffer_) delete[] data();
+        buffer_ = nullptr;
+        size_ = 0;
+        ownsBuffer_ = false;
     }
 
-    details::hidl_pointer<T> mBuffer;
-    uint32_t mSize;
-    bool mOwnsBuffer;
-    [[maybe_unused]] uint8_t mPadding[3];  // no stray bytes travel
+    details::hidl_pointer<T> buffer_;
+    uint32_t size_;
+    bool ownsBuffer_;
+    [[maybe_unused]] uint8_t padding_[3];  // no stray bytes travel
 };
 static_assert(sizeof(hidl_vec<char>) == 16, "the layout travels");
 

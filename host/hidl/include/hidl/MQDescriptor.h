@@ -19,10 +19,10 @@ struct GrantorDescriptor {
 template <typename T, MQFlavor flavor>
 struct MQDescriptor {
   private:
-    hidl_vec<GrantorDescriptor> mGrantors;
-    details::hidl_pointer<native_handle_t> mHandle;
-    uint32_t mQuantum = 0;
-    uint32_t mFlags = flavor;
+    hidl_vec<GrantorDescriptor> grantors_;
+    details::hidl_pointer<native_handle_t> handle_;
+    uint32_t quantum_ = 0;
+    uint32_t flags_ = flavor;
 };
 
 template <typename T>

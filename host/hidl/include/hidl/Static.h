@@ -24,43 +24,43 @@ template <typename Key, typename Value>
 class ConcurrentMap {
   public:
     void set(const Key& key, const Value& value) {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mMap[key] = value;
+        std::lock_guard<std::mutex> lock(mutex_);
+        map_[key] = value;
     }
     Value get(const Key& key, const Value& otherwise) const {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto found = mMap.find(key);
-        return found != mMap.end() ? found->second : otherwise;
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto found = map_.find(key);
+        return found != map_.end() ? found->second : otherwise;
     }
     void erase(const Key& key) {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mMap.erase(key);
+        std::lock_guard<std::mutex> lock(mutex_);
+        map_.erase(key);
     }
     /** Erases the entry only where it still is `value`. */
     template <typename V>
     void eraseIfEqual(const Key& key, const V& value) {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto found = mMap.find(key);
-        if (found != mMap.end() && found->second == value) mMap.erase(found);
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto found = map_.find(key);
+        if (found != map_.end() && found->second == value) map_.erase(found);
     }
     /** The value of `key`; where `usable` refuses it, `make` gives a new one that replaces it. */
     template <typename Result>
     Result getOrMake(const Key& key, const std::function<Result(const Value&)>& usable,
                      const std::function<Result()>& make) {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto found = mMap.find(key);
-        if (found != mMap.end()) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto found = map_.find(key);
+        if (found != map_.end()) {
             Result result = usable(found->second);
             if (result != nullptr) return result;
         }
         Result made = make();
-        if (made != nullptr) mMap[key] = made;
+        if (made != nullptr) map_[key] = made;
         return made;
     }
 
   private:
-    mutable std::mutex mMutex;
-    std::map<Key, Value> mMap GUARDED_BY(mMutex);
+    mutable std::mutex mutex_;
+    std::map<Key, Value> map_ GUARDED_BY(mutex_);
 };
 
 using BnConstructor = std::function<sp<IBinder>(void*)>;

@@ -37,16 +37,16 @@ class Status final {
     void setException(int32_t exceptionCode, const char* message);
     void setFromStatusT(status_t status);
 
-    int32_t exceptionCode() const { return mException; }
-    const char* exceptionMessage() const { return mMessage.c_str(); }
-    status_t transactionError() const { return mException == EX_TRANSACTION_FAILED ? mErrorCode : OK; }
-    bool isOk() const { return mException == EX_NONE; }
+    int32_t exceptionCode() const { return exception_; }
+    const char* exceptionMessage() const { return message_.c_str(); }
+    status_t transactionError() const { return exception_ == EX_TRANSACTION_FAILED ? errorCode_ : OK; }
+    bool isOk() const { return exception_ == EX_NONE; }
     std::string description() const;
 
   private:
-    int32_t mException = EX_NONE;
-    status_t mErrorCode = OK;
-    std::string mMessage;
+    int32_t exception_ = EX_NONE;
+    status_t errorCode_ = OK;
+    std::string message_;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Status& status);
@@ -63,29 +63,29 @@ namespace details {
 class return_status {
   public:
     return_status() = default;
-    return_status(const Status& status) : mStatus(status) {}  // NOLINT: as on the platform
+    return_status(const Status& status) : status_(status) {}  // NOLINT: as on the platform
     return_status(return_status&& other) noexcept { *this = std::move(other); }
     return_status& operator=(return_status&& other) noexcept;
     return_status(const return_status&) = delete;
     return_status& operator=(const return_status&) = delete;
     ~return_status() {
-        if (!mStatus.isOk() && !mExamined) unexamined();
+        if (!status_.isOk() && !examined_) unexamined();
     }
 
     /** Examines the status. */
     bool isOk() const {
-        mExamined = true;
-        return mStatus.isOk();
+        examined_ = true;
+        return status_.isOk();
     }
     /** Examines the status only where the answer is yes. */
     bool isDeadObject() const {
-        const bool dead = mStatus.transactionError() == DEAD_OBJECT;
-        mExamined = mExamined || dead;
+        const bool dead = status_.transactionError() == DEAD_OBJECT;
+        examined_ = examined_ || dead;
         return dead;
     }
     /** Does not examine. */
-    bool isOkUnchecked() const { return mStatus.isOk(); }
-    std::string description() const { return mStatus.description(); }
+    bool isOkUnchecked() const { return status_.isOk(); }
+    std::string description() const { return status_.description(); }
 
     /** Ends the process on an error. For the generated code. */
     void assertOk() const {
@@ -99,8 +99,8 @@ class return_status {
     [[noreturn]] void unexamined() const;
     [[noreturn]] void failed() const;
 
-    Status mStatus;
-    mutable bool mExamined = false;
+    Status status_;
+    mutable bool examined_ = false;
 };
 
 }  // namespace details
@@ -109,21 +109,21 @@ class return_status {
 template <typename T>
 class [[nodiscard]] Return : public details::return_status {
   public:
-    Return(T value) : mValue(std::move(value)) {}                               // NOLINT: as on the platform
-    Return(const Status& status) : details::return_status(status), mValue{} {}  // NOLINT
+    Return(T value) : value_(std::move(value)) {}                               // NOLINT: as on the platform
+    Return(const Status& status) : details::return_status(status), value_{} {}  // NOLINT
     Return(Return&&) noexcept = default;
     Return& operator=(Return&&) noexcept = default;
     ~Return() = default;
 
     operator T() const {  // NOLINT
         assertOk();
-        return mValue;
+        return value_;
     }
     /** The value, `fallback` on an error. Examines. */
-    T withDefault(T fallback) { return isOk() ? mValue : std::move(fallback); }
+    T withDefault(T fallback) { return isOk() ? value_ : std::move(fallback); }
 
   private:
-    T mValue;
+    T value_;
 };
 
 template <>
@@ -145,7 +145,7 @@ namespace details {
 /** The error of one call as the result of another. */
 template <typename From, typename To>
 Return<To> StatusOf(const Return<From>& failed) {
-    return Return<To>(failed.mStatus);
+    return Return<To>(failed.status_);
 }
 
 }  // namespace details

@@ -24,7 +24,7 @@ class TaskRunner {
 
   private:
     struct Queue;
-    std::shared_ptr<Queue> mQueue;
+    std::shared_ptr<Queue> queue_;
 };
 
 }  // namespace android::hardware::details

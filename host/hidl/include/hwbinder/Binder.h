@@ -27,7 +27,7 @@ class BHwBinder : public IBinder {
     /** The object's number on the wire, the same for every peer and never used again. */
     uint64_t exportId();
     /** Oneway calls that wait for the object, served one after another. */
-    transport::OnewayQueue& onewayQueue() { return *mOnewayQueue; }
+    transport::OnewayQueue& onewayQueue() { return *onewayQueue_; }
 
   protected:
     ~BHwBinder() override;
@@ -40,20 +40,20 @@ class BHwBinder : public IBinder {
     int mSchedPriority = 0;
 
   private:
-    std::atomic<uint64_t> mExportId{0};
-    std::unique_ptr<transport::OnewayQueue> mOnewayQueue;
+    std::atomic<uint64_t> exportId_{0};
+    std::unique_ptr<transport::OnewayQueue> onewayQueue_;
 };
 
 /** What every proxy holds: the binder of the object it stands for. */
 class BpHwRefBase : public virtual RefBase {
   public:
-    IBinder* remote() const { return mRemote.get(); }
+    IBinder* remote() const { return remote_.get(); }
 
   protected:
-    explicit BpHwRefBase(const sp<IBinder>& binder) : mRemote(binder) {}
+    explicit BpHwRefBase(const sp<IBinder>& binder) : remote_(binder) {}
 
   private:
-    const sp<IBinder> mRemote;
+    const sp<IBinder> remote_;
 };
 
 }  // namespace android::hardware

@@ -110,9 +110,9 @@ class Parcel {
     // For the transport.
 
     /** What was written; sending adds the header and the references to its buffer. */
-    transport::OutgoingBody& outgoing() const { return mOut; }
+    transport::OutgoingBody& outgoing() const { return out_; }
     /** Where a received message goes. */
-    transport::IncomingMessage& incoming() { return mIn; }
+    transport::IncomingMessage& incoming() { return in_; }
     /** The message is there: reads it from its beginning. */
     void startReading();
 
@@ -133,9 +133,9 @@ class Parcel {
     const uint8_t* take(size_t size, size_t alignment) const;
     status_t readHandle(const native_handle_t** handle) const;
 
-    mutable transport::OutgoingBody mOut;
-    mutable transport::IncomingMessage mIn;
-    mutable size_t mPosition = 0;
+    mutable transport::OutgoingBody out_;
+    mutable transport::IncomingMessage in_;
+    mutable size_t position_ = 0;
 };
 
 }  // namespace android::hardware

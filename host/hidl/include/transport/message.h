@@ -28,12 +28,12 @@ class PacketBuffer {
     PacketBuffer() = default;
     PacketBuffer(PacketBuffer&& other) noexcept { *this = std::move(other); }
     PacketBuffer& operator=(PacketBuffer&& other) noexcept {
-        std::swap(mData, other.mData);
-        std::swap(mCapacity, other.mCapacity);
+        std::swap(data_, other.data_);
+        std::swap(capacity_, other.capacity_);
         return *this;
     }
     ~PacketBuffer() {
-        if (mData != nullptr) giveBack();
+        if (data_ != nullptr) giveBack();
     }
 
     /** At least `capacity` bytes, eight-byte aligned; the content of an earlier buffer is lost. */
@@ -41,15 +41,15 @@ class PacketBuffer {
     /** Makes room for `capacity` bytes and keeps the first `used`. */
     void grow(size_t capacity, size_t used);
 
-    uint8_t* data() { return mData; }
-    const uint8_t* data() const { return mData; }
-    size_t capacity() const { return mCapacity; }
+    uint8_t* data() { return data_; }
+    const uint8_t* data() const { return data_; }
+    size_t capacity() const { return capacity_; }
 
   private:
     void giveBack();
 
-    uint8_t* mData = nullptr;
-    size_t mCapacity = 0;
+    uint8_t* data_ = nullptr;
+    size_t capacity_ = 0;
 };
 
 /** A message being written. The first kHeaderSize bytes of `buffer` are left for the header. */
@@ -84,17 +84,17 @@ class BulkView {
     BulkView() = default;
     /** `block` is where the block begins; the view's data are `size` bytes `skip` into its data. */
     BulkView(std::shared_ptr<BulkMapping> mapping, size_t block, size_t skip, size_t size)
-        : mMapping(std::move(mapping)), mBlock(block), mSkip(skip), mSize(size) {}
+        : mapping_(std::move(mapping)), block_(block), skip_(skip), size_(size) {}
     BulkView(BulkView&& other) noexcept { *this = std::move(other); }
     BulkView& operator=(BulkView&& other) noexcept {
-        std::swap(mMapping, other.mMapping);
-        std::swap(mBlock, other.mBlock);
-        std::swap(mSkip, other.mSkip);
-        std::swap(mSize, other.mSize);
+        std::swap(mapping_, other.mapping_);
+        std::swap(block_, other.block_);
+        std::swap(skip_, other.skip_);
+        std::swap(size_, other.size_);
         return *this;
     }
     ~BulkView() {
-        if (mMapping != nullptr) giveBack();
+        if (mapping_ != nullptr) giveBack();
     }
 
     /** Null where [offset, offset + size) does not lie in the block. */
@@ -103,34 +103,34 @@ class BulkView {
   private:
     void giveBack();
 
-    std::shared_ptr<BulkMapping> mMapping;
-    size_t mBlock = 0;
-    size_t mSkip = 0;
-    size_t mSize = 0;
+    std::shared_ptr<BulkMapping> mapping_;
+    size_t block_ = 0;
+    size_t skip_ = 0;
+    size_t size_ = 0;
 };
 
 /** What a received message takes of the process's receive buffer, until this is destroyed. */
 class Room {
   public:
     Room() = default;
-    Room(SpaceShare* share, uint32_t size, bool oneway) : mShare(share), mSize(size), mOneway(oneway) {}
+    Room(SpaceShare* share, uint32_t size, bool oneway) : share_(share), size_(size), oneway_(oneway) {}
     Room(Room&& other) noexcept { *this = std::move(other); }
     Room& operator=(Room&& other) noexcept {
-        std::swap(mShare, other.mShare);
-        std::swap(mSize, other.mSize);
-        std::swap(mOneway, other.mOneway);
+        std::swap(share_, other.share_);
+        std::swap(size_, other.size_);
+        std::swap(oneway_, other.oneway_);
         return *this;
     }
     ~Room() {
-        if (mShare != nullptr) release();
+        if (share_ != nullptr) release();
     }
 
   private:
     void release();
 
-    SpaceShare* mShare = nullptr;
-    uint32_t mSize = 0;
-    bool mOneway = false;
+    SpaceShare* share_ = nullptr;
+    uint32_t size_ = 0;
+    bool oneway_ = false;
 };
 
 /** What few messages carry beside their body. */

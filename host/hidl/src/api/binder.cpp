@@ -10,7 +10,7 @@ std::atomic<uint64_t> gExports{0};
 
 }  // namespace
 
-BHwBinder::BHwBinder() : mOnewayQueue(std::make_unique<transport::OnewayQueue>()) {}
+BHwBinder::BHwBinder() : onewayQueue_(std::make_unique<transport::OnewayQueue>()) {}
 
 BHwBinder::~BHwBinder() = default;
 
@@ -28,11 +28,11 @@ status_t BHwBinder::unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t, wp
 }
 
 uint64_t BHwBinder::exportId() {
-    uint64_t number = mExportId.load(std::memory_order_relaxed);
+    uint64_t number = exportId_.load(std::memory_order_relaxed);
     if (number != 0) return number;
     uint64_t none = 0;
     const uint64_t fresh = ++gExports;
-    return mExportId.compare_exchange_strong(none, fresh) ? fresh : none;
+    return exportId_.compare_exchange_strong(none, fresh) ? fresh : none;
 }
 
 }  // namespace android::hardware

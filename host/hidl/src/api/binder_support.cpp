@@ -55,8 +55,8 @@ Return<bool> canCastInterface(IBase* interface, const char* castTo, bool emitErr
 }  // namespace details
 
 void hidl_binder_death_recipient::binderDied(const wp<IBinder>&) {
-    sp<hidl_death_recipient> recipient = mRecipient.promote();
-    if (recipient != nullptr) recipient->serviceDied(mCookie, mBase);
+    sp<hidl_death_recipient> recipient = recipient_.promote();
+    if (recipient != nullptr) recipient->serviceDied(cookie_, base_);
 }
 
 status_t readEmbeddedFromParcel(const hidl_handle& handle, const Parcel& parcel, size_t parentHandle,

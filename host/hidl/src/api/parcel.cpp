@@ -49,42 +49,42 @@ Parcel::Parcel() = default;
 Parcel::~Parcel() = default;
 
 void Parcel::startReading() {
-    mPosition = 0;
+    position_ = 0;
 }
 
 // Room for `size` bytes at the next aligned place, null once the parcel is too large.
 uint8_t* Parcel::reserve(size_t size, size_t alignment) {
-    const size_t start = alignUp(mOut.bodySize, alignment);
-    if (mOut.tooLarge || size > kTransactionLimit || start + size > kTransactionLimit) {
-        mOut.tooLarge = true;
+    const size_t start = alignUp(out_.bodySize, alignment);
+    if (out_.tooLarge || size > kTransactionLimit || start + size > kTransactionLimit) {
+        out_.tooLarge = true;
         return nullptr;
     }
     const size_t needed = kHeaderSize + start + size;
-    if (mOut.buffer.capacity() == 0) {
-        mOut.buffer = PacketBuffer::ofSize(needed > kMaxPacket ? needed : kMaxPacket);
-    } else if (needed > mOut.buffer.capacity()) {
-        mOut.buffer.grow(needed, kHeaderSize + mOut.bodySize);
+    if (out_.buffer.capacity() == 0) {
+        out_.buffer = PacketBuffer::ofSize(needed > kMaxPacket ? needed : kMaxPacket);
+    } else if (needed > out_.buffer.capacity()) {
+        out_.buffer.grow(needed, kHeaderSize + out_.bodySize);
     }
-    uint8_t* body = mOut.buffer.data() + kHeaderSize;
-    if (start != mOut.bodySize) memset(body + mOut.bodySize, 0, start - mOut.bodySize);
-    mOut.bodySize = start + size;
+    uint8_t* body = out_.buffer.data() + kHeaderSize;
+    if (start != out_.bodySize) memset(body + out_.bodySize, 0, start - out_.bodySize);
+    out_.bodySize = start + size;
     return body + start;
 }
 
 const uint8_t* Parcel::take(size_t size, size_t alignment) const {
-    const size_t start = alignUp(mPosition, alignment);
-    if (start > mIn.bodySize || size > mIn.bodySize - start) return nullptr;
-    mPosition = start + size;
-    return mIn.body + start;
+    const size_t start = alignUp(position_, alignment);
+    if (start > in_.bodySize || size > in_.bodySize - start) return nullptr;
+    position_ = start + size;
+    return in_.body + start;
 }
 
 void Parcel::weighBuffer(size_t size) {
-    mOut.weight += kBufferObject + kObjectEntry + alignUp(size, kBufferAlignment);
+    out_.weight += kBufferObject + kObjectEntry + alignUp(size, kBufferAlignment);
 }
 
 template <typename T>
 status_t Parcel::writePrimitive(T value) {
-    mOut.weight += alignUp(sizeof(T), kWordSize);
+    out_.weight += alignUp(sizeof(T), kWordSize);
     return put(value);
 }
 
@@ -165,7 +165,7 @@ status_t Parcel::readUint64(uint64_t* value) const {
 status_t Parcel::readCount(uint64_t* count) const {
     const status_t status = readPrimitive(count);
     if (status != OK) return status;
-    return *count <= (mIn.bodySize - mPosition) / kWordSize ? static_cast<status_t>(OK)
+    return *count <= (in_.bodySize - position_) / kWordSize ? static_cast<status_t>(OK)
                                                             : static_cast<status_t>(NOT_ENOUGH_DATA);
 }
 status_t Parcel::readFloat(float* value) const {
@@ -184,7 +184,7 @@ status_t Parcel::readBool(bool* value) const {
 
 status_t Parcel::writeCString(const char* text) {
     const size_t size = strlen(text) + 1;
-    mOut.weight += alignUp(size, kWordSize);
+    out_.weight += alignUp(size, kWordSize);
     uint8_t* place = reserve(size, kWordSize);
     if (place == nullptr) return FAILED_TRANSACTION;
     memcpy(place, text, size);
@@ -192,12 +192,12 @@ status_t Parcel::writeCString(const char* text) {
 }
 
 const char* Parcel::readCString() const {
-    const size_t start = alignUp(mPosition, kWordSize);
-    if (start >= mIn.bodySize) return nullptr;
-    const char* text = reinterpret_cast<const char*>(mIn.body) + start;
-    const size_t length = strnlen(text, mIn.bodySize - start);
-    if (length == mIn.bodySize - start) return nullptr;
-    mPosition = start + length + 1;
+    const size_t start = alignUp(position_, kWordSize);
+    if (start >= in_.bodySize) return nullptr;
+    const char* text = reinterpret_cast<const char*>(in_.body) + start;
+    const size_t length = strnlen(text, in_.bodySize - start);
+    if (length == in_.bodySize - start) return nullptr;
+    position_ = start + length + 1;
     return text;
 }
 
@@ -212,17 +212,17 @@ bool Parcel::enforceInterface(const char* interface) const {
 
 status_t Parcel::writeRecord(const void* data, size_t size, uint32_t parent, uint32_t parentOffset,
                              size_t* handle, bool plain) {
-    const bool bulk = plain && size > kBulkThreshold && mOut.bulkCount < OutgoingBody::kMaxBulkPieces;
-    if (size > kTransactionLimit) mOut.tooLarge = true;
+    const bool bulk = plain && size > kBulkThreshold && out_.bulkCount < OutgoingBody::kMaxBulkPieces;
+    if (size > kTransactionLimit) out_.tooLarge = true;
     weighBuffer(size);
     uint8_t* place = reserve(sizeof(BufferRecord), kWordSize);
     if (place == nullptr) return FAILED_TRANSACTION;
     BufferRecord record{static_cast<uint32_t>(size), parent, parentOffset, kInline};
     if (bulk) {
-        const size_t offset = alignUp(mOut.bulkSize, kBulkAlignment);
+        const size_t offset = alignUp(out_.bulkSize, kBulkAlignment);
         record.place = static_cast<uint32_t>(offset);
-        mOut.bulk[mOut.bulkCount++] = {data, size, offset};
-        mOut.bulkSize = offset + size;
+        out_.bulk[out_.bulkCount++] = {data, size, offset};
+        out_.bulkSize = offset + size;
     }
     memcpy(place, &record, sizeof(record));
     if (!bulk) {
@@ -230,17 +230,17 @@ status_t Parcel::writeRecord(const void* data, size_t size, uint32_t parent, uin
         if (place == nullptr) return FAILED_TRANSACTION;
         if (size > 0) memcpy(place, data, size);
     }
-    *handle = mOut.bodySize - (bulk ? 0 : size);
+    *handle = out_.bodySize - (bulk ? 0 : size);
     return OK;
 }
 
 // Clears the pointer at `offset` of the structure `parent`. The receiver sets its own pointers;
 // addresses of this process must not leave it.
 status_t Parcel::clearPointer(size_t parent, size_t offset) {
-    if (mOut.tooLarge) return FAILED_TRANSACTION;
-    if (parent > mOut.bodySize || offset > mOut.bodySize - parent) return BAD_VALUE;
-    if (mOut.bodySize - parent - offset < kPointerSize) return BAD_VALUE;
-    memset(mOut.buffer.data() + kHeaderSize + parent + offset, 0, kPointerSize);
+    if (out_.tooLarge) return FAILED_TRANSACTION;
+    if (parent > out_.bodySize || offset > out_.bodySize - parent) return BAD_VALUE;
+    if (out_.bodySize - parent - offset < kPointerSize) return BAD_VALUE;
+    memset(out_.buffer.data() + kHeaderSize + parent + offset, 0, kPointerSize);
     return OK;
 }
 
@@ -253,9 +253,9 @@ status_t Parcel::readRecord(size_t size, uint32_t parent, uint32_t parentOffset,
     if (record.size != size || record.parent != parent || record.parentOffset != parentOffset)
         return BAD_VALUE;
     if (record.place != kInline && (!plain || record.place % kBulkAlignment != 0)) return BAD_VALUE;
-    *data = record.place == kInline ? take(size, kRecordDataAlignment) : mIn.bulk.at(record.place, size);
+    *data = record.place == kInline ? take(size, kRecordDataAlignment) : in_.bulk.at(record.place, size);
     if (*data == nullptr) return BAD_VALUE;
-    *handle = mPosition - (record.place == kInline ? size : 0);
+    *handle = position_ - (record.place == kInline ? size : 0);
     return OK;
 }
 
@@ -282,14 +282,14 @@ status_t Parcel::readEmbeddedBuffer(size_t size, size_t* handle, size_t parent, 
 }
 
 status_t Parcel::writeStrongBinder(const sp<IBinder>& binder) {
-    mOut.weight += kInterfaceObject + (binder != nullptr ? kObjectEntry : 0);
+    out_.weight += kInterfaceObject + (binder != nullptr ? kObjectEntry : 0);
     if (binder == nullptr) return put(kNullObject);
-    if (mOut.objects.size() >= kMaxObjects) {
-        mOut.tooLarge = true;
+    if (out_.objects.size() >= kMaxObjects) {
+        out_.tooLarge = true;
         return FAILED_TRANSACTION;
     }
-    mOut.objects.push_back(binder);
-    return put(static_cast<uint32_t>(mOut.objects.size() - 1));
+    out_.objects.push_back(binder);
+    return put(static_cast<uint32_t>(out_.objects.size() - 1));
 }
 
 status_t Parcel::readNullableStrongBinder(sp<IBinder>* binder) const {
@@ -299,8 +299,8 @@ status_t Parcel::readNullableStrongBinder(sp<IBinder>* binder) const {
         *binder = nullptr;
         return OK;
     }
-    if (mIn.attachments == nullptr || index >= mIn.attachments->objects.size()) return BAD_VALUE;
-    *binder = mIn.attachments->objects[index];
+    if (in_.attachments == nullptr || index >= in_.attachments->objects.size()) return BAD_VALUE;
+    *binder = in_.attachments->objects[index];
     return OK;
 }
 
@@ -310,25 +310,25 @@ status_t Parcel::readStrongBinder(sp<IBinder>* binder) const {
 }
 
 status_t Parcel::writeNativeHandleNoDup(const native_handle_t* handle) {
-    mOut.weight += sizeof(uint64_t);  // the handle's size
+    out_.weight += sizeof(uint64_t);  // the handle's size
     if (handle == nullptr) return put(int32_t{-1});
     if (handle->numFds < 0 || handle->numInts < 0 || handle->numInts > NATIVE_HANDLE_MAX_INTS)
         return BAD_VALUE;
     const auto fdCount = static_cast<size_t>(handle->numFds);
-    if (fdCount > kMaxDescriptors - mOut.fds.size()) {
-        mOut.tooLarge = true;
+    if (fdCount > kMaxDescriptors - out_.fds.size()) {
+        out_.tooLarge = true;
         return FAILED_TRANSACTION;
     }
     const size_t intBytes = static_cast<size_t>(handle->numInts) * sizeof(int);
     weighBuffer(sizeof(native_handle_t) + fdCount * sizeof(int) + intBytes);
-    mOut.weight += kDescriptorArrayObject + kObjectEntry;
+    out_.weight += kDescriptorArrayObject + kObjectEntry;
     status_t status = put(int32_t{handle->numFds});
     if (status == OK) status = put(int32_t{handle->numInts});
     if (status != OK) return status;
     uint8_t* place = reserve(intBytes, kWordSize);
     if (place == nullptr) return FAILED_TRANSACTION;
     memcpy(place, handle->data + fdCount, intBytes);
-    mOut.fds.insert(mOut.fds.end(), handle->data, handle->data + fdCount);
+    out_.fds.insert(out_.fds.end(), handle->data, handle->data + fdCount);
     return OK;
 }
 
@@ -344,7 +344,7 @@ status_t Parcel::readHandle(const native_handle_t** handle) const {
     const size_t intBytes = static_cast<size_t>(intCount) * sizeof(int);
     const uint8_t* ints = take(intBytes, kWordSize);
     if (ints == nullptr) return NOT_ENOUGH_DATA;
-    *handle = mIn.attach().takeHandle(static_cast<size_t>(fdCount), reinterpret_cast<const int*>(ints),
+    *handle = in_.attach().takeHandle(static_cast<size_t>(fdCount), reinterpret_cast<const int*>(ints),
                                       static_cast<size_t>(intCount));
     return *handle != nullptr ? static_cast<status_t>(OK) : static_cast<status_t>(BAD_VALUE);
 }

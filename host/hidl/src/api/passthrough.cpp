@@ -39,28 +39,28 @@ struct TaskRunner::Queue {
     }
 };
 
-TaskRunner::TaskRunner() : mQueue(std::make_shared<Queue>()) {}
+TaskRunner::TaskRunner() : queue_(std::make_shared<Queue>()) {}
 
 TaskRunner::~TaskRunner() {
-    std::lock_guard<std::mutex> lock(mQueue->mutex);
-    mQueue->ended = true;
-    mQueue->changed.notify_all();
+    std::lock_guard<std::mutex> lock(queue_->mutex);
+    queue_->ended = true;
+    queue_->changed.notify_all();
 }
 
 void TaskRunner::start(size_t limit) {
-    std::lock_guard<std::mutex> lock(mQueue->mutex);
-    mQueue->limit = limit;
+    std::lock_guard<std::mutex> lock(queue_->mutex);
+    queue_->limit = limit;
 }
 
 bool TaskRunner::push(const Task& task) {
-    std::lock_guard<std::mutex> lock(mQueue->mutex);
-    if (mQueue->tasks.size() >= mQueue->limit) return false;
-    mQueue->tasks.push_back(task);
-    if (!mQueue->started) {
-        mQueue->started = true;
-        std::thread([queue = mQueue] { queue->run(); }).detach();
+    std::lock_guard<std::mutex> lock(queue_->mutex);
+    if (queue_->tasks.size() >= queue_->limit) return false;
+    queue_->tasks.push_back(task);
+    if (!queue_->started) {
+        queue_->started = true;
+        std::thread([queue = queue_] { queue->run(); }).detach();
     }
-    mQueue->changed.notify_all();
+    queue_->changed.notify_all();
     return true;
 }
 

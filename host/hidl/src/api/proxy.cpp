@@ -13,27 +13,27 @@
 
 namespace android::hardware {
 
-BpHwBinder::BpHwBinder(std::shared_ptr<transport::Link> link, uint64_t object)
-    : mLink(std::move(link)), mObject(object) {}
+BpHwBinder::BpHwBinder(std::shared_ptr<transport::PeerConnection> link, uint64_t object)
+    : link_(std::move(link)), object_(object) {}
 
 BpHwBinder::~BpHwBinder() {
-    mLink->forgetProxy(mObject, this, mKnown);
+    link_->forgetProxy(object_, this, known_);
 }
 
 status_t BpHwBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
                               TransactCallback) {
-    return transport::callRemote(*mLink, mObject, code, data, reply, (flags & FLAG_ONEWAY) != 0);
+    return transport::callRemote(*link_, object_, code, data, reply, (flags & FLAG_ONEWAY) != 0);
 }
 
 status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient, void*, uint32_t) {
     if (recipient == nullptr) return BAD_VALUE;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        if (mObituarySent) return DEAD_OBJECT;
-        mRecipients.push_back(recipient);
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (obituarySent_) return DEAD_OBJECT;
+        recipients_.push_back(recipient);
     }
     // The link's end tells those that it finds here; nobody tells one that comes after it.
-    return mLink->ended() ? sendObituaryLater() : static_cast<status_t>(OK);
+    return link_->ended() ? sendObituaryLater() : static_cast<status_t>(OK);
 }
 
 status_t BpHwBinder::sendObituaryLater() {
@@ -45,23 +45,23 @@ status_t BpHwBinder::sendObituaryLater() {
 
 status_t BpHwBinder::unlinkToDeath(const wp<DeathRecipient>& recipient, void*, uint32_t,
                                    wp<DeathRecipient>* outRecipient) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mObituarySent) return DEAD_OBJECT;
-    auto found = std::find(mRecipients.begin(), mRecipients.end(), recipient);
-    if (found == mRecipients.end()) return NAME_NOT_FOUND;
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (obituarySent_) return DEAD_OBJECT;
+    auto found = std::find(recipients_.begin(), recipients_.end(), recipient);
+    if (found == recipients_.end()) return NAME_NOT_FOUND;
     if (outRecipient != nullptr) *outRecipient = *found;
-    mRecipients.erase(found);
+    recipients_.erase(found);
     return OK;
 }
 
 void BpHwBinder::sendObituary() {
     std::vector<wp<DeathRecipient>> recipients;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        std::lock_guard<std::mutex> lock(mutex_);
         // Where there is nobody to tell, the next recipient is still to be told.
-        if (mRecipients.empty()) return;
-        mObituarySent = true;
-        recipients.swap(mRecipients);
+        if (recipients_.empty()) return;
+        obituarySent_ = true;
+        recipients.swap(recipients_);
     }
     for (const wp<DeathRecipient>& weak : recipients) {
         sp<DeathRecipient> recipient = weak.promote();

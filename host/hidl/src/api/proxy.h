@@ -11,13 +11,13 @@
 namespace android::hardware {
 
 namespace transport {
-class Link;
+class PeerConnection;
 }
 
 /** An object of another process; one for each object and link while anyone holds it. */
 class BpHwBinder : public IBinder {
   public:
-    BpHwBinder(std::shared_ptr<transport::Link> link, uint64_t object);
+    BpHwBinder(std::shared_ptr<transport::PeerConnection> link, uint64_t object);
 
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
                       TransactCallback callback) override;
@@ -26,11 +26,11 @@ class BpHwBinder : public IBinder {
                            wp<DeathRecipient>* outRecipient) override;
     BpHwBinder* remoteBinder() override { return this; }
 
-    const std::shared_ptr<transport::Link>& link() const { return mLink; }
-    uint64_t object() const { return mObject; }
+    const std::shared_ptr<transport::PeerConnection>& link() const { return link_; }
+    uint64_t object() const { return object_; }
 
     /** For the link, under its mutex: the peer counts so many more references to us. */
-    void addKnown(uint32_t references) { mKnown += references; }
+    void addKnown(uint32_t references) { known_ += references; }
     /** For the pool: the peer is gone. Tells each recipient once. */
     void sendObituary();
 
@@ -40,13 +40,13 @@ class BpHwBinder : public IBinder {
   private:
     status_t sendObituaryLater();
 
-    const std::shared_ptr<transport::Link> mLink;
-    const uint64_t mObject;
-    uint32_t mKnown = 0;
+    const std::shared_ptr<transport::PeerConnection> link_;
+    const uint64_t object_;
+    uint32_t known_ = 0;
 
-    std::mutex mMutex;
-    bool mObituarySent GUARDED_BY(mMutex) = false;
-    std::vector<wp<DeathRecipient>> mRecipients GUARDED_BY(mMutex);
+    std::mutex mutex_;
+    bool obituarySent_ GUARDED_BY(mutex_) = false;
+    std::vector<wp<DeathRecipient>> recipients_ GUARDED_BY(mutex_);
 };
 
 }  // namespace android::hardware

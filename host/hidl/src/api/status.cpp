@@ -84,23 +84,23 @@ Status Status::fromStatusT(status_t error) {
 }
 
 void Status::setException(int32_t exceptionCode, const char* message) {
-    mException = exceptionCode;
-    mErrorCode = exceptionCode == EX_TRANSACTION_FAILED ? static_cast<status_t>(FAILED_TRANSACTION)
+    exception_ = exceptionCode;
+    errorCode_ = exceptionCode == EX_TRANSACTION_FAILED ? static_cast<status_t>(FAILED_TRANSACTION)
                                                         : static_cast<status_t>(OK);
-    mMessage = message;
+    message_ = message;
 }
 
 void Status::setFromStatusT(status_t status) {
-    mException = status == OK ? EX_NONE : EX_TRANSACTION_FAILED;
-    mErrorCode = status;
-    mMessage.clear();
+    exception_ = status == OK ? EX_NONE : EX_TRANSACTION_FAILED;
+    errorCode_ = status;
+    message_.clear();
 }
 
 std::string Status::description() const {
     if (isOk()) return "No error";
-    std::string text = "Status(" + exceptionName(mException) + "): '";
-    if (mException == EX_TRANSACTION_FAILED) text += errorText(mErrorCode) + ": ";
-    return text + mMessage + "'";
+    std::string text = "Status(" + exceptionName(exception_) + "): '";
+    if (exception_ == EX_TRANSACTION_FAILED) text += errorText(errorCode_) + ": ";
+    return text + message_ + "'";
 }
 
 std::ostream& operator<<(std::ostream& stream, const Status& status) {
@@ -111,20 +111,20 @@ namespace details {
 
 return_status& return_status::operator=(return_status&& other) noexcept {
     if (this == &other) return *this;
-    if (!mStatus.isOk() && !mExamined) unexamined();
-    mStatus = std::move(other.mStatus);
-    mExamined = other.mExamined;
+    if (!status_.isOk() && !examined_) unexamined();
+    status_ = std::move(other.status_);
+    examined_ = other.examined_;
     // The obligation to examine has moved.
-    other.mExamined = true;
+    other.examined_ = true;
     return *this;
 }
 
 void return_status::unexamined() const {
-    logAlwaysFatal(("Failed HIDL return status not checked: " + mStatus.description()).c_str());
+    logAlwaysFatal(("Failed HIDL return status not checked: " + status_.description()).c_str());
 }
 
 void return_status::failed() const {
-    logAlwaysFatal(("Failed HIDL return status used as a success: " + mStatus.description()).c_str());
+    logAlwaysFatal(("Failed HIDL return status used as a success: " + status_.description()).c_str());
 }
 
 }  // namespace details

@@ -56,46 +56,46 @@ const native_handle_t* duplicate(const native_handle_t* handle) {
 hidl_handle& hidl_handle::operator=(const hidl_handle& other) {
     if (this == &other) return *this;
     freeHandle();
-    mHandle = duplicate(other.mHandle);
-    mOwnsHandle = other.getNativeHandle() != nullptr;
+    handle_ = duplicate(other.handle_);
+    ownsHandle_ = other.getNativeHandle() != nullptr;
     return *this;
 }
 
 hidl_handle& hidl_handle::operator=(const native_handle_t* handle) {
     freeHandle();
-    mHandle = handle;
-    mOwnsHandle = false;
+    handle_ = handle;
+    ownsHandle_ = false;
     return *this;
 }
 
 hidl_handle& hidl_handle::operator=(hidl_handle&& other) noexcept {
     if (this == &other) return *this;
     freeHandle();
-    mHandle = other.mHandle;
-    mOwnsHandle = other.mOwnsHandle;
-    other.mHandle = nullptr;
-    other.mOwnsHandle = false;
+    handle_ = other.handle_;
+    ownsHandle_ = other.ownsHandle_;
+    other.handle_ = nullptr;
+    other.ownsHandle_ = false;
     return *this;
 }
 
 void hidl_handle::setTo(native_handle_t* handle, bool shouldOwn) {
     freeHandle();
-    mHandle = handle;
-    mOwnsHandle = shouldOwn;
+    handle_ = handle;
+    ownsHandle_ = shouldOwn;
 }
 
 void hidl_handle::freeHandle() {
-    if (!mOwnsHandle || getNativeHandle() == nullptr) return;
+    if (!ownsHandle_ || getNativeHandle() == nullptr) return;
     auto* own = const_cast<native_handle_t*>(getNativeHandle());
     native_handle_close(own);
     native_handle_delete(own);
-    mHandle = nullptr;
-    mOwnsHandle = false;
+    handle_ = nullptr;
+    ownsHandle_ = false;
 }
 
 const size_t hidl_string::kOffsetOfBuffer = 0;
 
-hidl_string::hidl_string() : mBuffer(kEmpty), mSize(0), mOwnsBuffer(false), mPadding{} {}
+hidl_string::hidl_string() : buffer_(kEmpty), size_(0), ownsBuffer_(false), padding_{} {}
 
 hidl_string::~hidl_string() {
     clear();
@@ -138,18 +138,18 @@ hidl_string& hidl_string::operator=(hidl_string&& other) noexcept {
 }
 
 void hidl_string::clear() {
-    if (mOwnsBuffer) delete[] static_cast<const char*>(mBuffer);
-    mBuffer = kEmpty;
-    mSize = 0;
-    mOwnsBuffer = false;
+    if (ownsBuffer_) delete[] static_cast<const char*>(buffer_);
+    buffer_ = kEmpty;
+    size_ = 0;
+    ownsBuffer_ = false;
 }
 
 void hidl_string::setToExternal(const char* text, size_t length) {
     if (length >= UINT32_MAX) details::logAlwaysFatal("A string can't hold so many bytes.");
     if (text[length] != '\0') details::logAlwaysFatal("A string must end with a NUL.");
     clear();
-    mBuffer = text;
-    mSize = static_cast<uint32_t>(length);
+    buffer_ = text;
+    size_ = static_cast<uint32_t>(length);
 }
 
 void hidl_string::assignCopy(const char* text, size_t length) {
@@ -158,17 +158,17 @@ void hidl_string::assignCopy(const char* text, size_t length) {
     memcpy(copy, text, length);
     copy[length] = '\0';
     clear();
-    mBuffer = copy;
-    mSize = static_cast<uint32_t>(length);
-    mOwnsBuffer = true;
+    buffer_ = copy;
+    size_ = static_cast<uint32_t>(length);
+    ownsBuffer_ = true;
 }
 
 void hidl_string::moveFrom(hidl_string&& other) {
     clear();
-    mBuffer = static_cast<const char*>(other.mBuffer);
-    mSize = other.mSize;
-    mOwnsBuffer = other.mOwnsBuffer;
-    other.mOwnsBuffer = false;
+    buffer_ = static_cast<const char*>(other.buffer_);
+    size_ = other.size_;
+    ownsBuffer_ = other.ownsBuffer_;
+    other.ownsBuffer_ = false;
     other.clear();
 }
 

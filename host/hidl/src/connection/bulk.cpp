@@ -23,7 +23,7 @@ uint8_t* mapShared(int fd) {
 }  // namespace
 
 BulkMapping::~BulkMapping() {
-    munmap(mBase, kBulkMemorySize);
+    munmap(base_, kBulkMemorySize);
 }
 
 bool BulkMapping::isSane(int fd) {
@@ -58,28 +58,28 @@ bool BulkMapping::holds(size_t block, size_t size) {
 }
 
 status_t BulkSender::allocate(size_t size, size_t* block) {
-    if (mMapping == nullptr) {
-        mMapping = BulkMapping::create(&mUndelivered);
-        if (mMapping == nullptr) {
+    if (mapping_ == nullptr) {
+        mapping_ = BulkMapping::create(&undelivered_);
+        if (mapping_ == nullptr) {
             noteShortage("no shared memory for a large message", errno);
             const int shortage = takeShortage();
             return shortage != 0 ? shortage : static_cast<status_t>(NO_MEMORY);
         }
     }
-    auto free = [this](const Block& candidate) { return !mMapping->inUse(candidate.begin); };
-    mBlocks.erase(std::remove_if(mBlocks.begin(), mBlocks.end(), free), mBlocks.end());
+    auto free = [this](const Block& candidate) { return !mapping_->inUse(candidate.begin); };
+    blocks_.erase(std::remove_if(blocks_.begin(), blocks_.end(), free), blocks_.end());
 
     const size_t needed = (kBulkAlignment + size + kBulkAlignment - 1) / kBulkAlignment * kBulkAlignment;
     size_t begin = 0;
-    auto next = mBlocks.begin();
-    if (mBlocks.empty() && needed >= kLargeBlock && needed <= kBulkMemorySize) {
-        mAtTop = !mAtTop;
-        if (mAtTop) begin = kBulkMemorySize - needed;
+    auto next = blocks_.begin();
+    if (blocks_.empty() && needed >= kLargeBlock && needed <= kBulkMemorySize) {
+        atTop_ = !atTop_;
+        if (atTop_) begin = kBulkMemorySize - needed;
     }
-    const size_t lowest = mBlocks.empty() ? kBulkMemorySize : next->begin;
+    const size_t lowest = blocks_.empty() ? kBulkMemorySize : next->begin;
     if (needed > lowest && !findHighest(needed, &next, &begin)) return FAILED_TRANSACTION;
-    mBlocks.insert(next, {begin, begin + needed});
-    mMapping->claim(begin);
+    blocks_.insert(next, {begin, begin + needed});
+    mapping_->claim(begin);
     *block = begin;
     return OK;
 }
@@ -88,7 +88,7 @@ status_t BulkSender::allocate(size_t size, size_t* block) {
 // bottom in one piece for the one after.
 bool BulkSender::findHighest(size_t needed, std::vector<Block>::iterator* next, size_t* begin) {
     size_t end = kBulkMemorySize;
-    for (*next = mBlocks.end(); *next != mBlocks.begin(); --*next) {
+    for (*next = blocks_.end(); *next != blocks_.begin(); --*next) {
         const Block& below = *std::prev(*next);
         if (end - below.end >= needed) {
             *begin = end - needed;
@@ -101,9 +101,9 @@ bool BulkSender::findHighest(size_t needed, std::vector<Block>::iterator* next, 
 
 void BulkSender::sent(size_t block, bool delivered) {
     if (delivered) {
-        mUndelivered.reset();
+        undelivered_.reset();
     } else {
-        mMapping->giveBack(block);
+        mapping_->giveBack(block);
     }
 }
 

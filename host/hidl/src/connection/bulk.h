@@ -23,7 +23,7 @@ class BulkMapping {
     /** Makes memory of our own to share; null, with errno, if the system gives none. */
     static std::shared_ptr<BulkMapping> create(base::unique_fd* fd);
 
-    explicit BulkMapping(uint8_t* base) : mBase(base) {}
+    explicit BulkMapping(uint8_t* base) : base_(base) {}
     ~BulkMapping();
     BulkMapping(const BulkMapping&) = delete;
     BulkMapping& operator=(const BulkMapping&) = delete;
@@ -31,17 +31,17 @@ class BulkMapping {
     /** Whether a block of `size` data bytes can begin at `block`. */
     static bool holds(size_t block, size_t size);
 
-    uint8_t* blockData(size_t block) { return mBase + block + kBulkAlignment; }
+    uint8_t* blockData(size_t block) { return base_ + block + kBulkAlignment; }
     void giveBack(size_t block) { word(block).store(0, std::memory_order_release); }
     void claim(size_t block) { word(block).store(1, std::memory_order_relaxed); }
     bool inUse(size_t block) { return word(block).load(std::memory_order_acquire) != 0; }
 
   private:
     std::atomic<uint32_t>& word(size_t block) {
-        return *reinterpret_cast<std::atomic<uint32_t>*>(mBase + block);
+        return *reinterpret_cast<std::atomic<uint32_t>*>(base_ + block);
     }
 
-    uint8_t* const mBase;
+    uint8_t* const base_;
 };
 static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<uint32_t>) == 4,
               "the word is shared between processes");
@@ -57,9 +57,9 @@ class BulkSender {
   public:
     /** A block for `size` bytes. FAILED_TRANSACTION if calls in flight hold the space, or a shortage. */
     status_t allocate(size_t size, size_t* block);
-    uint8_t* blockData(size_t block) { return mMapping->blockData(block); }
+    uint8_t* blockData(size_t block) { return mapping_->blockData(block); }
     /** Descriptor of the memory while the receiver does not have it, else -1. */
-    int undelivered() const { return mUndelivered.get(); }
+    int undelivered() const { return undelivered_.get(); }
     /** The message that refers to `block` has left, and the descriptor with it, or could not. */
     void sent(size_t block, bool delivered);
 
@@ -71,10 +71,10 @@ class BulkSender {
 
     bool findHighest(size_t needed, std::vector<Block>::iterator* next, size_t* begin);
 
-    std::shared_ptr<BulkMapping> mMapping;
-    base::unique_fd mUndelivered;
-    std::vector<Block> mBlocks;  // handed out, by address
-    bool mAtTop = false;         // where the last large block was
+    std::shared_ptr<BulkMapping> mapping_;
+    base::unique_fd undelivered_;
+    std::vector<Block> blocks_;  // handed out, by address
+    bool atTop_ = false;         // where the last large block was
 };
 
 }  // namespace android::hardware::transport

@@ -18,7 +18,7 @@ namespace {
 // A call that this thread serves. Until it is answered, the caller's thread waits on
 // `channel` and serves what is sent there.
 struct Frame {
-    Link* link;
+    PeerConnection* link;
     Channel* channel;
     bool answered;
 };
@@ -29,11 +29,11 @@ constexpr size_t kMaxDepth = 64;
 
 // Oneway calls of an object that may wait in this process; more stay in the socket,
 // until that takes no more and the sender is told.
-constexpr size_t kMostWaitingOneways = 256;
+constexpr size_t kMaxWaitingOneways = 256;
 
 struct OwnChannel {
     uint64_t linkNumber;
-    std::weak_ptr<Link> link;
+    std::weak_ptr<PeerConnection> link;
     std::weak_ptr<Channel> channel;
 };
 
@@ -64,14 +64,14 @@ class ScopedFrame {
 };
 
 // The channel on which a thread of the peer already waits for this one.
-Channel* nestedChannel(const Link& link) {
+Channel* nestedChannel(const PeerConnection& link) {
     const std::vector<Frame*>& frames = thread().frames;
     auto waits = [&link](const Frame* frame) { return frame->link == &link && !frame->answered; };
     auto found = std::find_if(frames.rbegin(), frames.rend(), waits);
     return found != frames.rend() ? (*found)->channel : nullptr;
 }
 
-status_t ownChannel(Link& link, std::shared_ptr<Channel>* channel) {
+status_t ownChannel(PeerConnection& link, std::shared_ptr<Channel>* channel) {
     std::vector<OwnChannel>& channels = thread().channels;
     for (const OwnChannel& own : channels) {
         if (own.linkNumber != link.number) continue;
@@ -92,21 +92,21 @@ bool bringsObjectsHome(const IncomingMessage& message) {
                        [](const ObjectReference& one) { return one.owner == kReceiversObject; });
 }
 
-void sayRead(Link& link, Channel& channel) {
+void acknowledgeReply(PeerConnection& link, Channel& channel) {
     MessageHeader header{};
     header.type = kReplyRead;
     if (channel.send(header) != OK) link.kill();
 }
 
 // What a call comes to whose channel the peer has closed.
-status_t closed(Link& link, Channel& channel) {
+status_t closed(PeerConnection& link, Channel& channel) {
     const status_t status =
         nestedChannel(link) == &channel ? static_cast<status_t>(DEAD_OBJECT) : link.lostCallChannel(channel);
     if (status == DEAD_OBJECT) link.kill();
     return status;
 }
 
-status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
+status_t waitReply(PeerConnection& link, Channel& channel, Parcel* reply) {
     for (;;) {
         IncomingMessage& message = reply->incoming();
         const Channel::Received received = receiveSpinning(channel, &message);
@@ -128,7 +128,7 @@ status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
             serveCall(link.shared_from_this(), channel, data, nullptr);
             continue;
         }
-        if (bringsObjectsHome(message)) sayRead(link, channel);
+        if (bringsObjectsHome(message)) acknowledgeReply(link, channel);
         if (message.incomplete) return FAILED_TRANSACTION;
         reply->startReading();
         const auto status = static_cast<status_t>(message.header.code);
@@ -139,7 +139,7 @@ status_t waitReply(Link& link, Channel& channel, Parcel* reply) {
     return DEAD_OBJECT;
 }
 
-status_t sendOnewayCall(Link& link, MessageHeader header, OutgoingBody& body,
+status_t sendOnewayCall(PeerConnection& link, MessageHeader header, OutgoingBody& body,
                         const std::vector<ObjectReference>& references) {
     header.flags |= kOneway;
     const status_t status = link.sendOneway(header, body, references);
@@ -149,7 +149,7 @@ status_t sendOnewayCall(Link& link, MessageHeader header, OutgoingBody& body,
 
 // The peer's thread takes each message of this channel before the next is due, so
 // that only a peer that does not keep to the order leaves no room.
-status_t sendInTurn(Link& link, Channel& channel, const MessageHeader& header, OutgoingBody& body,
+status_t sendInTurn(PeerConnection& link, Channel& channel, const MessageHeader& header, OutgoingBody& body,
                     const std::vector<ObjectReference>& references) {
     const status_t status = link.send(channel, header, body, references);
     if (status != WOULD_BLOCK) return status;
@@ -157,7 +157,7 @@ status_t sendInTurn(Link& link, Channel& channel, const MessageHeader& header, O
     return DEAD_OBJECT;
 }
 
-void sendStatus(Link& link, Channel& channel, status_t status) {
+void sendStatus(PeerConnection& link, Channel& channel, status_t status) {
     MessageHeader header{};
     header.type = kReply;
     header.code = static_cast<uint32_t>(status);
@@ -171,7 +171,7 @@ void keepPeersObjects(Channel& channel, const OutgoingBody& body) {
     }
 }
 
-void sendReply(Link& link, Channel& channel, Parcel& reply) {
+void sendReply(PeerConnection& link, Channel& channel, Parcel& reply) {
     OutgoingBody& body = reply.outgoing();
     std::vector<ObjectReference> references;
     status_t status = link.reference(body.objects, &references);
@@ -188,10 +188,10 @@ void sendReply(Link& link, Channel& channel, Parcel& reply) {
 
 // How the served method's results leave, from within it or after it.
 struct Answer {
-    Link& link;
+    PeerConnection& link;
     Channel& channel;
     Frame& frame;
-    Turn* turn;
+    DispatchGuard* turn;
 
     void send(Parcel& results) {
         frame.answered = true;
@@ -204,7 +204,7 @@ struct Answer {
 
 namespace {
 
-status_t callLiving(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
+status_t callLiving(PeerConnection& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
                     bool oneway) {
     if (link.dead()) return DEAD_OBJECT;
     OutgoingBody& body = data.outgoing();
@@ -241,13 +241,14 @@ status_t callLiving(Link& link, uint64_t object, uint32_t code, const Parcel& da
 
 }  // namespace
 
-status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
+status_t callRemote(PeerConnection& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
                     bool oneway) {
     const status_t status = callLiving(link, object, code, data, reply, oneway);
     return status == DEAD_OBJECT ? link.reasonOfEnd() : status;
 }
 
-void serveCall(const std::shared_ptr<Link>& link, Channel& channel, Parcel& data, Turn* turn) {
+void serveCall(const std::shared_ptr<PeerConnection>& link, Channel& channel, Parcel& data,
+               DispatchGuard* turn) {
     const MessageHeader& header = data.incoming().header;
     sp<BHwBinder> target = link->target(header.target);
     if (target == nullptr || thread().frames.size() >= kMaxDepth || data.incoming().incomplete) {
@@ -271,8 +272,8 @@ void serveCall(const std::shared_ptr<Link>& link, Channel& channel, Parcel& data
     }
 }
 
-Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<Link>& link, IncomingMessage&& message,
-                       const std::shared_ptr<Source>& source) {
+Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<PeerConnection>& link,
+                       IncomingMessage&& message, const std::shared_ptr<Source>& source) {
     OnewayQueue& queue = target.onewayQueue();
     std::lock_guard<std::mutex> lock(queue.mutex);
     queue.pending.push_back({link, std::move(message)});
@@ -280,7 +281,7 @@ Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<Link>& link, Inc
         queue.serving = true;
         return Enqueued::MustServe;
     }
-    if (queue.pending.size() < kMostWaitingOneways) return Enqueued::Waits;
+    if (queue.pending.size() < kMaxWaitingOneways) return Enqueued::Waits;
     queue.stopped.push_back(source);
     return Enqueued::Stops;
 }
@@ -296,7 +297,7 @@ void serveOneways(const sp<BHwBinder>& target) {
             if (!queue.serving) return;
             next = std::move(queue.pending.front());
             queue.pending.pop_front();
-            if (queue.pending.size() < kMostWaitingOneways / 2) resumed.swap(queue.stopped);
+            if (queue.pending.size() < kMaxWaitingOneways / 2) resumed.swap(queue.stopped);
         }
         for (const auto& source : resumed) Process::self().pool().resume(*source);
         Frame frame{next.link.get(), nullptr, true};

@@ -21,7 +21,7 @@ namespace android::hardware::transport {
  * @param reply unused for oneway
  * @return as IBinder::transact
  */
-status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
+status_t callRemote(PeerConnection& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
                     bool oneway);
 
 /**
@@ -30,12 +30,13 @@ status_t callRemote(Link& link, uint64_t object, uint32_t code, const Parcel& da
  * @param turn ended when the reply has left, perhaps while the method still works; null
  *             for a call that came while this thread waited for a reply
  */
-void serveCall(const std::shared_ptr<Link>& link, Channel& channel, Parcel& data, Turn* turn);
+void serveCall(const std::shared_ptr<PeerConnection>& link, Channel& channel, Parcel& data,
+               DispatchGuard* turn);
 
 /** Oneway calls of one object: whoever finds nobody serving serves all that come. */
 struct OnewayQueue {
     struct Pending {
-        std::shared_ptr<Link> link;
+        std::shared_ptr<PeerConnection> link;
         IncomingMessage message;
     };
 
@@ -53,8 +54,8 @@ enum class Enqueued { MustServe, Waits, Stops };
  * @return MustServe: nobody serves the queue, the caller must. Stops: it is full, and
  *         `source` has to be left alone; it is resumed once the queue is shorter.
  */
-Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<Link>& link, IncomingMessage&& message,
-                       const std::shared_ptr<Source>& source);
+Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<PeerConnection>& link,
+                       IncomingMessage&& message, const std::shared_ptr<Source>& source);
 void serveOneways(const sp<BHwBinder>& target);
 
 /** Process and user of the call that this thread serves; false outside of a call. */

@@ -45,18 +45,18 @@ size_t referencesSize(const MessageHeader& header) {
 }  // namespace
 
 void Channel::shutdown() {
-    ::shutdown(mSocket.get(), SHUT_RDWR);
+    ::shutdown(socket_.get(), SHUT_RDWR);
 }
 
 bool Channel::waitWritable() {
-    pollfd poll{mSocket.get(), POLLOUT, 0};
+    pollfd poll{socket_.get(), POLLOUT, 0};
     while (::poll(&poll, 1, -1) < 0 && errno == EINTR) {
     }
     return (poll.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
 }
 
 bool Channel::closesWithin(int milliseconds) const {
-    pollfd poll{mSocket.get(), POLLRDHUP, 0};
+    pollfd poll{socket_.get(), POLLRDHUP, 0};
     int count;
     while ((count = ::poll(&poll, 1, milliseconds)) < 0 && errno == EINTR) {
     }
@@ -66,31 +66,31 @@ bool Channel::closesWithin(int milliseconds) const {
 bool Channel::peek(MessageHeader* header) const {
     ssize_t size;
     do {
-        size = recv(mSocket.get(), header, sizeof(*header), MSG_PEEK | MSG_DONTWAIT);
+        size = recv(socket_.get(), header, sizeof(*header), MSG_PEEK | MSG_DONTWAIT);
     } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
     return size == sizeof(*header);
 }
 
 status_t Channel::sendPlain(const void* data, size_t size) {
-    return sent(statusOfSend(::send(mSocket.get(), data, size, kSendFlags)));
+    return sent(statusOfSend(::send(socket_.get(), data, size, kSendFlags)));
 }
 
 status_t Channel::sent(status_t status) {
-    if (status == OK) mAnnounced = mTellBulkLost = false;
+    if (status == OK) announced_ = tellBulkLost_ = false;
     return status;
 }
 
 status_t Channel::sendPacket(const void* data, size_t size, const std::vector<int>& fds) {
     if (fds.empty()) return sendPlain(data, size);
     // The peer still waits for descriptors that could not be sent: once is enough.
-    if (mKind == Kind::Call && !mAnnounced) {
+    if (kind_ == Kind::Call && !announced_) {
         MessageHeader announcement{};
         announcement.type = kDescriptorsFollow;
         announcement.processor = ownProcessor();
         status_t status =
-            statusOfSend(::send(mSocket.get(), &announcement, sizeof(announcement), kSendFlags));
+            statusOfSend(::send(socket_.get(), &announcement, sizeof(announcement), kSendFlags));
         if (status != OK) return status;
-        mAnnounced = true;
+        announced_ = true;
     }
     alignas(cmsghdr) char control[CMSG_SPACE((kMaxDescriptors + 1) * sizeof(int))] = {};
     iovec part{const_cast<void*>(data), size};
@@ -104,13 +104,13 @@ status_t Channel::sendPacket(const void* data, size_t size, const std::vector<in
     rights->cmsg_type = SCM_RIGHTS;
     rights->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
     memcpy(CMSG_DATA(rights), fds.data(), fds.size() * sizeof(int));
-    return sent(statusOfSend(sendmsg(mSocket.get(), &message, kSendFlags)));
+    return sent(statusOfSend(sendmsg(socket_.get(), &message, kSendFlags)));
 }
 
 // What each message says beside its content.
 void Channel::stamp(MessageHeader* header) {
     header->processor = ownProcessor();
-    if (mTellBulkLost) header->flags |= kBulkMemoryLost;
+    if (tellBulkLost_) header->flags |= kBulkMemoryLost;
 }
 
 status_t Channel::send(MessageHeader header, const std::vector<int>& fds) {
@@ -125,17 +125,17 @@ status_t Channel::fillBulk(MessageHeader* header, const OutgoingBody& body, size
                            std::vector<int>* fds) {
     size_t block = 0;
     const size_t size = skip + body.bulkSize;
-    const status_t status = mBulkSender.allocate(size, &block);
+    const status_t status = bulkSender_.allocate(size, &block);
     if (status != OK) return status;
-    uint8_t* data = mBulkSender.blockData(block);
+    uint8_t* data = bulkSender_.blockData(block);
     for (size_t i = 0; i < body.bulkCount; ++i) {
         memcpy(data + skip + body.bulk[i].offset, body.bulk[i].data, body.bulk[i].size);
     }
     header->bulkOffset = static_cast<uint32_t>(block);
     header->bulkSize = static_cast<uint32_t>(size);
-    if (mBulkSender.undelivered() >= 0) {
+    if (bulkSender_.undelivered() >= 0) {
         header->flags |= kNewBulkMemory;
-        fds->insert(fds->begin(), mBulkSender.undelivered());
+        fds->insert(fds->begin(), bulkSender_.undelivered());
     }
     return OK;
 }
@@ -170,7 +170,7 @@ status_t Channel::sendBody(MessageHeader header, OutgoingBody& body,
     size_t packetSize = kHeaderSize + body.bodySize + referenceBytes;
     if (bodyInBulk) {
         header.flags |= kBodyInBulk;
-        uint8_t* block = mBulkSender.blockData(header.bulkOffset);
+        uint8_t* block = bulkSender_.blockData(header.bulkOffset);
         memcpy(block, body.buffer.data() + kHeaderSize, body.bodySize);
         tail = block + body.bodySize;
         packetSize = kHeaderSize;
@@ -178,14 +178,14 @@ status_t Channel::sendBody(MessageHeader header, OutgoingBody& body,
     if (referenceBytes > 0) memcpy(tail, references.data(), referenceBytes);
     memcpy(body.buffer.data(), &header, sizeof(header));
     const status_t status = sendPacket(body.buffer.data(), packetSize, fds);
-    if (usesBulk) mBulkSender.sent(header.bulkOffset, status == OK);
+    if (usesBulk) bulkSender_.sent(header.bulkOffset, status == OK);
     return status;
 }
 
 ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
     const int flags = MSG_TRUNC | (wait ? 0 : MSG_DONTWAIT);
     uint8_t* data = message->buffer.data();
-    if (mKind == Kind::Call && !mDescriptorsFollow) return recv(mSocket.get(), data, kMaxPacket, flags);
+    if (kind_ == Kind::Call && !descriptorsFollow_) return recv(socket_.get(), data, kMaxPacket, flags);
 
     alignas(cmsghdr) char control[CMSG_SPACE((kMaxDescriptors + 1) * sizeof(int))];
     iovec part{data, kMaxPacket};
@@ -194,9 +194,9 @@ ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
     header.msg_iovlen = 1;
     header.msg_control = control;
     header.msg_controllen = sizeof(control);
-    const ssize_t size = recvmsg(mSocket.get(), &header, flags | MSG_CMSG_CLOEXEC);
+    const ssize_t size = recvmsg(socket_.get(), &header, flags | MSG_CMSG_CLOEXEC);
     if (size < 0) return size;
-    mDescriptorsFollow = false;
+    descriptorsFollow_ = false;
     for (cmsghdr* c = CMSG_FIRSTHDR(&header); c != nullptr; c = CMSG_NXTHDR(&header, c)) {
         if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SCM_RIGHTS) continue;
         const size_t count = (c->cmsg_len - CMSG_LEN(0)) / sizeof(int);
@@ -218,7 +218,7 @@ ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
 Channel::Received Channel::receive(IncomingMessage* message, bool wait) {
     if (message->buffer.capacity() != kMaxPacket) message->buffer = PacketBuffer::ofSize(kMaxPacket);
     message->incomplete = false;
-    bool announced = mDescriptorsFollow;
+    bool announced = descriptorsFollow_;
     for (;;) {
         const ssize_t size = receivePacket(message, wait);
         // The peer may have closed with messages unread: what it has sent before still comes.
@@ -235,26 +235,26 @@ Channel::Received Channel::receive(IncomingMessage* message, bool wait) {
         heldUntilNext.clear();
         if (message->header.type != kDescriptorsFollow) return Received::Message;
         // One announcement a message, or a peer could keep this loop busy.
-        if (announced || mKind != Kind::Call) return Received::Malformed;
+        if (announced || kind_ != Kind::Call) return Received::Malformed;
         announced = true;
-        mDescriptorsFollow = true;
+        descriptorsFollow_ = true;
         message->attachments.reset();
     }
 }
 
 bool Channel::attachMemory(IncomingMessage* message) {
     if ((message->header.flags & kNewBulkMemory) == 0) return true;
-    if (mPeerBulk != nullptr) return false;
+    if (peerBulk_ != nullptr) return false;
     if (message->fdCount() > 0) {
         std::vector<base::unique_fd>& fds = message->attachments->fds;
         if (!BulkMapping::isSane(fds.front())) return false;
-        mPeerBulk = BulkMapping::ofPeer(fds.front());
-        if (mPeerBulk == nullptr) noteShortage("a peer's shared memory can't be mapped", errno);
+        peerBulk_ = BulkMapping::ofPeer(fds.front());
+        if (peerBulk_ == nullptr) noteShortage("a peer's shared memory can't be mapped", errno);
         fds.erase(fds.begin());
     } else if (!message->incomplete) {
         return false;
     }
-    mPeerBulkLost = mTellBulkLost = mPeerBulk == nullptr;
+    peerBulkLost_ = tellBulkLost_ = peerBulk_ == nullptr;
     return true;
 }
 
@@ -266,12 +266,12 @@ bool Channel::attachBulk(IncomingMessage* message) {
     message->body = message->buffer.data() + kHeaderSize;
     message->bodySize = header.bodySize;
     if (header.bulkSize == 0) return !bodyInBulk;
-    if (mPeerBulk == nullptr && mPeerBulkLost) {
+    if (peerBulk_ == nullptr && peerBulkLost_) {
         message->incomplete = true;
         if (bodyInBulk) message->body = nullptr;
         return true;
     }
-    if (mPeerBulk == nullptr || !BulkMapping::holds(header.bulkOffset, header.bulkSize)) return false;
+    if (peerBulk_ == nullptr || !BulkMapping::holds(header.bulkOffset, header.bulkSize)) return false;
 
     size_t skip = 0;
     if (bodyInBulk) {
@@ -280,9 +280,9 @@ bool Channel::attachBulk(IncomingMessage* message) {
         if (skip > header.bulkSize) return false;
         message->buffer = PacketBuffer::ofSize(kHeaderSize + copied);
         message->body = message->buffer.data() + kHeaderSize;
-        memcpy(message->buffer.data() + kHeaderSize, mPeerBulk->blockData(header.bulkOffset), copied);
+        memcpy(message->buffer.data() + kHeaderSize, peerBulk_->blockData(header.bulkOffset), copied);
     }
-    message->bulk = BulkView(mPeerBulk, header.bulkOffset, skip, header.bulkSize - skip);
+    message->bulk = BulkView(peerBulk_, header.bulkOffset, skip, header.bulkSize - skip);
     return true;
 }
 
@@ -292,7 +292,7 @@ bool Channel::check(IncomingMessage* message, size_t packetSize) {
     const MessageHeader& header = message->header;
     if (!isHeaderSane(header)) return false;
     noteSender(header.processor);
-    if ((header.flags & kBulkMemoryLost) != 0) mBulkSender = BulkSender();
+    if ((header.flags & kBulkMemoryLost) != 0) bulkSender_ = BulkSender();
     const bool bodyAlone = header.flags == 0 && header.objectCount == 0 && header.fdCount == 0 &&
                            header.bulkSize == 0 && message->attachments == nullptr;
     if (bodyAlone) {

@@ -21,9 +21,9 @@ class Channel {
     enum class Kind { Control, Call };
     enum class Received { Message, Nothing, Closed, Malformed };
 
-    Channel(base::unique_fd socket, Kind kind) : mSocket(std::move(socket)), mKind(kind) {}
+    Channel(base::unique_fd socket, Kind kind) : socket_(std::move(socket)), kind_(kind) {}
 
-    int fd() const { return mSocket.get(); }
+    int fd() const { return socket_.get(); }
 
     /** Ends the channel for both sides; the descriptor stays ours until this object goes. */
     void shutdown();
@@ -72,14 +72,14 @@ class Channel {
     bool attachMemory(IncomingMessage* message);
     bool attachBulk(IncomingMessage* message);
 
-    const base::unique_fd mSocket;
-    const Kind mKind;
-    bool mDescriptorsFollow = false;  // the peer has announced some
-    bool mAnnounced = false;          // we have, and the peer still waits for the message
-    bool mPeerBulkLost = false;       // there was no address space or descriptor for it
-    bool mTellBulkLost = false;       // and the peer does not know
-    BulkSender mBulkSender;
-    std::shared_ptr<BulkMapping> mPeerBulk;
+    const base::unique_fd socket_;
+    const Kind kind_;
+    bool descriptorsFollow_ = false;  // the peer has announced some
+    bool announced_ = false;          // we have, and the peer still waits for the message
+    bool peerBulkLost_ = false;       // there was no address space or descriptor for it
+    bool tellBulkLost_ = false;       // and the peer does not know
+    BulkSender bulkSender_;
+    std::shared_ptr<BulkMapping> peerBulk_;
 };
 
 }  // namespace android::hardware::transport

@@ -41,36 +41,36 @@ uint8_t* takeFromStore() {
 
 PacketBuffer PacketBuffer::ofSize(size_t capacity) {
     PacketBuffer buffer;
-    buffer.mCapacity = capacity > kMaxPacket ? capacity : kMaxPacket;
-    buffer.mData = buffer.mCapacity == kMaxPacket ? takeFromStore() : allocate(buffer.mCapacity);
+    buffer.capacity_ = capacity > kMaxPacket ? capacity : kMaxPacket;
+    buffer.data_ = buffer.capacity_ == kMaxPacket ? takeFromStore() : allocate(buffer.capacity_);
     return buffer;
 }
 
 void PacketBuffer::grow(size_t capacity, size_t used) {
-    PacketBuffer larger = ofSize(capacity > 2 * mCapacity ? capacity : 2 * mCapacity);
-    memcpy(larger.mData, mData, used);
+    PacketBuffer larger = ofSize(capacity > 2 * capacity_ ? capacity : 2 * capacity_);
+    memcpy(larger.data_, data_, used);
     *this = std::move(larger);
 }
 
 void PacketBuffer::giveBack() {
-    if (mCapacity == kMaxPacket && tStored < kStoreSize && !tStoreClosed) {
-        tStore[tStored++] = mData;
+    if (capacity_ == kMaxPacket && tStored < kStoreSize && !tStoreClosed) {
+        tStore[tStored++] = data_;
     } else {
-        free(mData);
+        free(data_);
     }
 }
 
 const uint8_t* BulkView::at(size_t offset, size_t size) const {
-    if (mMapping == nullptr || offset > mSize || size > mSize - offset) return nullptr;
-    return mMapping->blockData(mBlock) + mSkip + offset;
+    if (mapping_ == nullptr || offset > size_ || size > size_ - offset) return nullptr;
+    return mapping_->blockData(block_) + skip_ + offset;
 }
 
 void BulkView::giveBack() {
-    mMapping->giveBack(mBlock);
+    mapping_->giveBack(block_);
 }
 
 void Room::release() {
-    mShare->release(mSize, mOneway);
+    share_->release(size_, oneway_);
 }
 
 Attachments::~Attachments() {

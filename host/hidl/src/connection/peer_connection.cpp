@@ -49,106 +49,106 @@ void shutdownAll(const std::vector<T>& channels) {
 
 }  // namespace
 
-Link::Link(base::unique_fd control, pid_t pid, uid_t uid)
+PeerConnection::PeerConnection(base::unique_fd control, pid_t pid, uid_t uid)
     : number(++gLinks),
       peerPid(pid),
       peerUid(uid),
-      mControl(std::make_shared<Channel>(std::move(control), Channel::Kind::Control)) {}
+      control_(std::make_shared<Channel>(std::move(control), Channel::Kind::Control)) {}
 
-Link::~Link() {
-    if (SpaceShare* share = mShare.exchange(nullptr)) share->close();
-    delete mPeerSpace.load();
+PeerConnection::~PeerConnection() {
+    if (SpaceShare* share = share_.exchange(nullptr)) share->close();
+    delete peerSpace_.load();
 }
 
-std::shared_ptr<Channel> Link::control() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return mControl;
+std::shared_ptr<Channel> PeerConnection::control() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return control_;
 }
 
-void Link::kill() {
-    mDead.store(true, std::memory_order_release);
+void PeerConnection::kill() {
+    dead_.store(true, std::memory_order_release);
     // Where these are the last references, the objects that a channel holds go with it, and
     // their proxies need the mutex.
     std::vector<std::shared_ptr<Channel>> peerChannels;
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mControl != nullptr) mControl->shutdown();
-    shutdownAll(mCallChannels);
-    for (const std::weak_ptr<Channel>& weak : mPeerChannels) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (control_ != nullptr) control_->shutdown();
+    shutdownAll(callChannels_);
+    for (const std::weak_ptr<Channel>& weak : peerChannels_) {
         if (auto channel = weak.lock()) peerChannels.push_back(std::move(channel));
     }
     shutdownAll(peerChannels);
 }
 
-status_t Link::reasonOfEnd() {
+status_t PeerConnection::reasonOfEnd() {
     const std::shared_ptr<Channel> channel = control();
     MessageHeader header{};
     // Without a thread of the pool nobody else reads what the peer said.
     if (channel != nullptr && channel->peek(&header) && header.type == kTurnedAway) turnAway(header.code);
-    return mReason;
+    return reason_;
 }
 
-void Link::turnAway(uint32_t status) {
+void PeerConnection::turnAway(uint32_t status) {
     const auto reason = static_cast<status_t>(status);
-    if (reason >= OK || mReason.exchange(reason) == reason) return;
+    if (reason >= OK || reason_.exchange(reason) == reason) return;
     ALOGE("process %d can't serve this one: %s", peerPid, strerror(-reason));
 }
 
-void Link::hangUp() {
+void PeerConnection::hangUp() {
     const std::shared_ptr<Channel> channel = control();
     if (channel != nullptr) channel->shutdown();
 }
 
-void Link::end() {
+void PeerConnection::end() {
     kill();
     std::unordered_map<uint64_t, Export> exports;
     std::vector<std::shared_ptr<Channel>> channels;
     std::shared_ptr<Channel> control;
     std::vector<sp<BpHwBinder>> proxies;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mEnded = true;
+        std::lock_guard<std::mutex> lock(mutex_);
+        ended_ = true;
         // Whoever keeps a dead peer's object keeps this link, and shall keep no descriptor.
-        control.swap(mControl);
-        exports.swap(mExports);
-        channels.swap(mCallChannels);
-        mIdleChannels.clear();
-        for (const auto& [object, weak] : mProxies) {
+        control.swap(control_);
+        exports.swap(exports_);
+        channels.swap(callChannels_);
+        idleChannels_.clear();
+        for (const auto& [object, weak] : proxies_) {
             sp<BpHwBinder> proxy = weak.promote();
             if (proxy != nullptr) proxies.push_back(proxy);
         }
     }
-    if (SpaceShare* share = mShare.exchange(nullptr)) share->close();
+    if (SpaceShare* share = share_.exchange(nullptr)) share->close();
     // Objects may do anything in their destructors: none goes under the mutex.
     exports.clear();
     for (const sp<BpHwBinder>& proxy : proxies) proxy->sendObituary();
 }
 
-bool Link::ended() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return mEnded;
+bool PeerConnection::ended() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return ended_;
 }
 
-status_t Link::flushReleases(Channel& control) {
-    while (!mPendingReleases.empty()) {
-        const auto [object, count] = *mPendingReleases.begin();
+status_t PeerConnection::flushReleases(Channel& control) {
+    while (!pendingReleases_.empty()) {
+        const auto [object, count] = *pendingReleases_.begin();
         const status_t status = control.send(controlMessage(kRelease, object, count));
         if (status != OK) return status;
-        mPendingReleases.erase(mPendingReleases.begin());
+        pendingReleases_.erase(pendingReleases_.begin());
     }
     return OK;
 }
 
-status_t Link::sendControl(const MessageHeader& header, const std::vector<int>& fds) {
-    std::lock_guard<std::mutex> lock(mControlMutex);
+status_t PeerConnection::sendControl(const MessageHeader& header, const std::vector<int>& fds) {
+    std::lock_guard<std::mutex> lock(controlMutex_);
     const std::shared_ptr<Channel> channel = control();
     if (channel == nullptr) return DEAD_OBJECT;
     const status_t status = flushReleases(*channel);
     return status == OK ? channel->send(header, fds) : status;
 }
 
-status_t Link::sendOneway(const MessageHeader& header, OutgoingBody& body,
-                          const std::vector<ObjectReference>& references) {
-    std::lock_guard<std::mutex> lock(mControlMutex);
+status_t PeerConnection::sendOneway(const MessageHeader& header, OutgoingBody& body,
+                                    const std::vector<ObjectReference>& references) {
+    std::lock_guard<std::mutex> lock(controlMutex_);
     const std::shared_ptr<Channel> channel = control();
     if (channel == nullptr) return DEAD_OBJECT;
     const status_t status = flushReleases(*channel);
@@ -157,8 +157,8 @@ status_t Link::sendOneway(const MessageHeader& header, OutgoingBody& body,
 
 // Claims room at the peer, and notes it in the header. A caller goes on as soon as its answer
 // has come, perhaps before the callee gives back the room of that call: it gets some time.
-status_t Link::claimRoom(MessageHeader* header, uint32_t size) {
-    PeerSpace* space = size > kMaxUncounted ? mPeerSpace.load() : nullptr;
+status_t PeerConnection::claimRoom(MessageHeader* header, uint32_t size) {
+    PeerSpace* space = size > kMaxUncounted ? peerSpace_.load() : nullptr;
     if (space == nullptr) return OK;
     const bool oneway = (header->flags & kOneway) != 0;
     PeerSpace::Claim claim = space->claim(size, oneway);
@@ -172,8 +172,8 @@ status_t Link::claimRoom(MessageHeader* header, uint32_t size) {
     return OK;
 }
 
-status_t Link::send(Channel& channel, MessageHeader header, OutgoingBody& body,
-                    const std::vector<ObjectReference>& references) {
+status_t PeerConnection::send(Channel& channel, MessageHeader header, OutgoingBody& body,
+                              const std::vector<ObjectReference>& references) {
     const bool oneway = (header.flags & kOneway) != 0;
     const size_t size = body.transactionSize();
     if (body.tooLarge || size > (oneway ? kTransactionLimit / 2 : kTransactionLimit))
@@ -181,46 +181,46 @@ status_t Link::send(Channel& channel, MessageHeader header, OutgoingBody& body,
     status_t status = claimRoom(&header, static_cast<uint32_t>(size));
     if (status != OK) return status;
     status = channel.send(header, body, references);
-    if (status != OK && header.room > 0) mPeerSpace.load()->giveBack(header.room, oneway);
+    if (status != OK && header.room > 0) peerSpace_.load()->giveBack(header.room, oneway);
     return status;
 }
 
-void Link::reportRefusal() {
-    PeerSpace* space = mPeerSpace;
+void PeerConnection::reportRefusal() {
+    PeerSpace* space = peerSpace_;
     uint32_t look = 0;
     if (space != nullptr && space->reportDue(&look)) (void)sendControl(controlMessage(kRefused, 0, look));
 }
 
-void Link::giveReceiveSpace(Channel& channel) {
-    if (mShare.load() != nullptr) return;
+void PeerConnection::giveReceiveSpace(Channel& channel) {
+    if (share_.load() != nullptr) return;
     SpaceShare* share = ReceiveSpace::own().open(peerPid);
     if (share == nullptr) return;
-    mShare = share;  // before the peer can claim anything
+    share_ = share;  // before the peer can claim anything
     if (channel.send(controlMessage(kReceiveSpace, 0, share->slot()), ReceiveSpace::own().descriptors()) ==
         OK)
         return;
-    mShare = nullptr;
+    share_ = nullptr;
     share->close();
 }
 
-bool Link::takeReceiveSpace(IncomingMessage* message) {
+bool PeerConnection::takeReceiveSpace(IncomingMessage* message) {
     if (message->incomplete) return true;
-    if (message->fdCount() != 2 || mPeerSpace.load() != nullptr) return false;
+    if (message->fdCount() != 2 || peerSpace_.load() != nullptr) return false;
     const std::vector<base::unique_fd>& fds = message->attachments->fds;
     const uint32_t slot = message->header.code;
     if (!PeerSpace::isSane(fds[0], fds[1], slot)) return false;
-    mPeerSpace = PeerSpace::map(fds[0], fds[1], slot).release();
-    if (mPeerSpace.load() == nullptr) noteShortage("calls to a process are not counted", errno);
+    peerSpace_ = PeerSpace::map(fds[0], fds[1], slot).release();
+    if (peerSpace_.load() == nullptr) noteShortage("calls to a process are not counted", errno);
     return true;
 }
 
 // Until the peer reads its control channel; false where it is gone.
-bool Link::waitForRoom() {
+bool PeerConnection::waitForRoom() {
     const std::shared_ptr<Channel> channel = control();
     return channel != nullptr && channel->waitWritable();
 }
 
-status_t Link::makeCallChannel(std::shared_ptr<Channel>* channel) {
+status_t PeerConnection::makeCallChannel(std::shared_ptr<Channel>* channel) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
         const int error = errno;
@@ -237,58 +237,58 @@ status_t Link::makeCallChannel(std::shared_ptr<Channel>* channel) {
     return status;
 }
 
-status_t Link::takeCallChannel(std::shared_ptr<Channel>* channel) {
+status_t PeerConnection::takeCallChannel(std::shared_ptr<Channel>* channel) {
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        if (!mIdleChannels.empty()) {
-            *channel = mIdleChannels.back();
-            mIdleChannels.pop_back();
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!idleChannels_.empty()) {
+            *channel = idleChannels_.back();
+            idleChannels_.pop_back();
             return OK;
         }
     }
     const status_t status = makeCallChannel(channel);
     if (status != OK) return status;
-    std::lock_guard<std::mutex> lock(mMutex);
+    std::lock_guard<std::mutex> lock(mutex_);
     if (dead()) return DEAD_OBJECT;
-    mCallChannels.push_back(*channel);
+    callChannels_.push_back(*channel);
     return OK;
 }
 
-status_t Link::lostCallChannel(const Channel& channel) {
+status_t PeerConnection::lostCallChannel(const Channel& channel) {
     const std::shared_ptr<Channel> control = this->control();
     if (dead() || control == nullptr || control->closesWithin(kEndPatience)) return DEAD_OBJECT;
     ALOGE("process %d has closed a call channel, perhaps for lack of a descriptor: the call fails", peerPid);
-    std::lock_guard<std::mutex> lock(mMutex);
+    std::lock_guard<std::mutex> lock(mutex_);
     const auto isIt = [&channel](const auto& one) { return one.get() == &channel; };
-    mCallChannels.erase(std::remove_if(mCallChannels.begin(), mCallChannels.end(), isIt),
-                        mCallChannels.end());
+    callChannels_.erase(std::remove_if(callChannels_.begin(), callChannels_.end(), isIt),
+                        callChannels_.end());
     return FAILED_TRANSACTION;
 }
 
-void Link::giveBackCallChannel(const std::shared_ptr<Channel>& channel) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (!mEnded) mIdleChannels.push_back(channel);
+void PeerConnection::giveBackCallChannel(const std::shared_ptr<Channel>& channel) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!ended_) idleChannels_.push_back(channel);
 }
 
-bool Link::addPeerChannel(const std::shared_ptr<Channel>& channel) {
-    std::lock_guard<std::mutex> lock(mMutex);
+bool PeerConnection::addPeerChannel(const std::shared_ptr<Channel>& channel) {
+    std::lock_guard<std::mutex> lock(mutex_);
     auto gone = [](const std::weak_ptr<Channel>& weak) { return weak.expired(); };
-    mPeerChannels.erase(std::remove_if(mPeerChannels.begin(), mPeerChannels.end(), gone),
-                        mPeerChannels.end());
+    peerChannels_.erase(std::remove_if(peerChannels_.begin(), peerChannels_.end(), gone),
+                        peerChannels_.end());
     if (dead()) return false;
-    mPeerChannels.push_back(channel);
+    peerChannels_.push_back(channel);
     return true;
 }
 
-size_t Link::peerChannels() const {
-    std::lock_guard<std::mutex> lock(mMutex);
+size_t PeerConnection::peerChannels() const {
+    std::lock_guard<std::mutex> lock(mutex_);
     const auto open = [](const std::weak_ptr<Channel>& weak) { return !weak.expired(); };
-    return static_cast<size_t>(std::count_if(mPeerChannels.begin(), mPeerChannels.end(), open));
+    return static_cast<size_t>(std::count_if(peerChannels_.begin(), peerChannels_.end(), open));
 }
 
-sp<BpHwBinder> Link::proxy(uint64_t object, uint32_t known) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    wp<BpHwBinder>& weak = mProxies[object];
+sp<BpHwBinder> PeerConnection::proxy(uint64_t object, uint32_t known) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    wp<BpHwBinder>& weak = proxies_[object];
     sp<BpHwBinder> proxy = weak.promote();
     if (proxy == nullptr) {
         proxy = new BpHwBinder(shared_from_this(), object);
@@ -298,11 +298,11 @@ sp<BpHwBinder> Link::proxy(uint64_t object, uint32_t known) {
     return proxy;
 }
 
-sp<BpHwBinder> Link::registeredProxy(uint64_t object) {
+sp<BpHwBinder> PeerConnection::registeredProxy(uint64_t object) {
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto entry = mProxies.find(object);
-        sp<BpHwBinder> found = entry != mProxies.end() ? entry->second.promote() : nullptr;
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto entry = proxies_.find(object);
+        sp<BpHwBinder> found = entry != proxies_.end() ? entry->second.promote() : nullptr;
         if (found != nullptr) return found;
     }
     status_t status;
@@ -314,86 +314,87 @@ sp<BpHwBinder> Link::registeredProxy(uint64_t object) {
     return reasonOfEnd() != DEAD_OBJECT ? proxy(object, 0) : nullptr;
 }
 
-void Link::forgetProxy(uint64_t object, const BpHwBinder* proxy, uint32_t known) {
+void PeerConnection::forgetProxy(uint64_t object, const BpHwBinder* proxy, uint32_t known) {
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto found = mProxies.find(object);
-        if (found != mProxies.end() && found->second.unsafe_get() == proxy) mProxies.erase(found);
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto found = proxies_.find(object);
+        if (found != proxies_.end() && found->second.unsafe_get() == proxy) proxies_.erase(found);
     }
     if (dead() || known == 0) return;
     bool tooMany = false;
     {
-        std::lock_guard<std::mutex> lock(mControlMutex);
+        std::lock_guard<std::mutex> lock(controlMutex_);
         const std::shared_ptr<Channel> channel = control();
         if (channel == nullptr) return;
-        mPendingReleases[object] += known;
+        pendingReleases_[object] += known;
         if (flushReleases(*channel) == WOULD_BLOCK) awaitRoom(*channel);
-        tooMany = mPendingReleases.size() > kMaxPendingReleases;
+        tooMany = pendingReleases_.size() > kMaxPendingReleases;
     }
     if (tooMany) kill();
 }
 
-void Link::awaitRoom(const Channel& control) {
-    if (mAwaitsRoom) return;
+void PeerConnection::awaitRoom(const Channel& control) {
+    if (awaitsRoom_) return;
     base::unique_fd own(fcntl(control.fd(), F_DUPFD_CLOEXEC, 0));
     if (own < 0) return;  // then the releases go with a later message
-    mAwaitsRoom = true;
+    awaitsRoom_ = true;
     Process::self().pool().add(std::make_shared<ReleaseSource>(shared_from_this(), std::move(own)));
 }
 
-bool Link::sendWaitingReleases() {
-    std::lock_guard<std::mutex> lock(mControlMutex);
+bool PeerConnection::sendWaitingReleases() {
+    std::lock_guard<std::mutex> lock(controlMutex_);
     const std::shared_ptr<Channel> channel = control();
-    mAwaitsRoom = channel != nullptr && flushReleases(*channel) == WOULD_BLOCK;
-    return !mAwaitsRoom;
+    awaitsRoom_ = channel != nullptr && flushReleases(*channel) == WOULD_BLOCK;
+    return !awaitsRoom_;
 }
 
-Link::Export* Link::exportWithLock(uint64_t object) {
-    auto found = mExports.find(object);
-    if (found != mExports.end()) return &found->second;
-    sp<BHwBinder> registered = mEnded ? nullptr : Process::self().registered(object);
+PeerConnection::Export* PeerConnection::exportWithLock(uint64_t object) {
+    auto found = exports_.find(object);
+    if (found != exports_.end()) return &found->second;
+    sp<BHwBinder> registered = ended_ ? nullptr : Process::self().registered(object);
     if (registered == nullptr) return nullptr;
-    mUnreferenced.insert(object);
-    return &mExports.insert({object, {registered, 0}}).first->second;
+    unreferenced_.insert(object);
+    return &exports_.insert({object, {registered, 0}}).first->second;
 }
 
-sp<BHwBinder> Link::target(uint64_t object) {
-    std::lock_guard<std::mutex> lock(mMutex);
+sp<BHwBinder> PeerConnection::target(uint64_t object) {
+    std::lock_guard<std::mutex> lock(mutex_);
     const Export* found = exportWithLock(object);
     return found != nullptr ? found->binder : nullptr;
 }
 
-void Link::acquire(uint64_t object) {
-    std::lock_guard<std::mutex> lock(mMutex);
+void PeerConnection::acquire(uint64_t object) {
+    std::lock_guard<std::mutex> lock(mutex_);
     Export* found = exportWithLock(object);
     if (found != nullptr) ++found->count;
 }
 
-bool Link::release(uint64_t object, uint32_t count) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    auto found = mExports.find(object);
-    if (found == mExports.end() || found->second.count == 0)
+bool PeerConnection::release(uint64_t object, uint32_t count) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = exports_.find(object);
+    if (found == exports_.end() || found->second.count == 0)
         return count > 0;  // it was never acquired: taken off the registry meanwhile
     if (count == 0 || count > found->second.count) return false;
     found->second.count -= count;
-    if (found->second.count == 0) mUnreferenced.insert(object);
+    if (found->second.count == 0) unreferenced_.insert(object);
     return true;
 }
 
-void Link::dropUnreferenced() {
+void PeerConnection::dropUnreferenced() {
     std::vector<sp<BHwBinder>> dropped;  // goes after the mutex is free
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mUnreferenced.empty() || mControl == nullptr || !isEmpty(mControl->fd())) return;
-    for (const uint64_t object : mUnreferenced) {
-        auto found = mExports.find(object);
-        if (found == mExports.end() || found->second.count > 0) continue;
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (unreferenced_.empty() || control_ == nullptr || !isEmpty(control_->fd())) return;
+    for (const uint64_t object : unreferenced_) {
+        auto found = exports_.find(object);
+        if (found == exports_.end() || found->second.count > 0) continue;
         dropped.push_back(std::move(found->second.binder));
-        mExports.erase(found);
+        exports_.erase(found);
     }
-    mUnreferenced.clear();
+    unreferenced_.clear();
 }
 
-status_t Link::reference(const std::vector<sp<IBinder>>& objects, std::vector<ObjectReference>* references) {
+status_t PeerConnection::reference(const std::vector<sp<IBinder>>& objects,
+                                   std::vector<ObjectReference>* references) {
     for (const sp<IBinder>& binder : objects) {
         BpHwBinder* remote = binder->remoteBinder();
         if (remote != nullptr && remote->link().get() != this) {
@@ -410,24 +411,24 @@ status_t Link::reference(const std::vector<sp<IBinder>>& objects, std::vector<Ob
         BHwBinder* local = binder->localBinder();
         const uint64_t object = local->exportId();
         references->push_back({object, kSendersObject, 0});
-        std::lock_guard<std::mutex> lock(mMutex);
-        Export& entry = mExports[object];
+        std::lock_guard<std::mutex> lock(mutex_);
+        Export& entry = exports_[object];
         entry.binder = local;
         ++entry.count;
     }
     return OK;
 }
 
-void Link::takeBack(const std::vector<ObjectReference>& references) {
+void PeerConnection::takeBack(const std::vector<ObjectReference>& references) {
     for (const ObjectReference& reference : references) {
         if (reference.owner == kSendersObject) release(reference.object, 1);
     }
     dropUnreferenced();
 }
 
-bool Link::resolve(IncomingMessage* message) {
+bool PeerConnection::resolve(IncomingMessage* message) {
     const uint32_t room = message->header.room;
-    SpaceShare* share = room > 0 ? mShare.load() : nullptr;
+    SpaceShare* share = room > 0 ? share_.load() : nullptr;
     if (share != nullptr) {
         const bool oneway = (message->header.flags & kOneway) != 0;
         share->take(room, oneway);

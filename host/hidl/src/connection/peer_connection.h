@@ -22,17 +22,17 @@ namespace android::hardware::transport {
  * channels between them. It dies with the first sign that the peer is gone or does
  * not keep to the format, and never comes back. Any thread, unless told otherwise.
  */
-class Link : public std::enable_shared_from_this<Link> {
+class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
   public:
-    Link(base::unique_fd control, pid_t peerPid, uid_t peerUid);
-    ~Link();
+    PeerConnection(base::unique_fd control, pid_t peerPid, uid_t peerUid);
+    ~PeerConnection();
 
     /** Tells this process's links apart; never used again. */
     const uint64_t number;
     const pid_t peerPid;
     const uid_t peerUid;
 
-    bool dead() const { return mDead.load(std::memory_order_acquire); }
+    bool dead() const { return dead_.load(std::memory_order_acquire); }
     /** Wakes everything that waits for the peer; the pool then ends the link. */
     void kill();
     /**
@@ -80,7 +80,7 @@ class Link : public std::enable_shared_from_this<Link> {
     void giveReceiveSpace(Channel& channel);
     /** Maps the receive buffer that the peer announces. Returns false if the message is malformed. */
     bool takeReceiveSpace(IncomingMessage* message);
-    bool knowsReceiveSpace() const { return mPeerSpace.load() != nullptr; }
+    bool knowsReceiveSpace() const { return peerSpace_.load() != nullptr; }
     /** A call failed: tells the peer if that was for lack of room. */
     void reportRefusal();
 
@@ -125,34 +125,34 @@ class Link : public std::enable_shared_from_this<Link> {
     };
 
     /** The entry of one of our objects; made without references for one that is registered. */
-    Export* exportWithLock(uint64_t object) REQUIRES(mMutex);
+    Export* exportWithLock(uint64_t object) REQUIRES(mutex_);
     status_t claimRoom(MessageHeader* header, uint32_t size);
-    status_t flushReleases(Channel& control) REQUIRES(mControlMutex);
-    void awaitRoom(const Channel& control) REQUIRES(mControlMutex);
+    status_t flushReleases(Channel& control) REQUIRES(controlMutex_);
+    void awaitRoom(const Channel& control) REQUIRES(controlMutex_);
     bool waitForRoom();
     status_t makeCallChannel(std::shared_ptr<Channel>* channel);
 
-    std::atomic<bool> mDead{false};
-    std::atomic<status_t> mReason{DEAD_OBJECT};
-    std::atomic<SpaceShare*> mShare{nullptr};  // of this process's receive buffer
-    std::atomic<PeerSpace*> mPeerSpace{nullptr};
-    std::mutex mControlMutex;  // sending on the control channel
-    std::unordered_map<uint64_t, uint32_t> mPendingReleases GUARDED_BY(mControlMutex);
-    bool mAwaitsRoom GUARDED_BY(mControlMutex) = false;
+    std::atomic<bool> dead_{false};
+    std::atomic<status_t> reason_{DEAD_OBJECT};
+    std::atomic<SpaceShare*> share_{nullptr};  // of this process's receive buffer
+    std::atomic<PeerSpace*> peerSpace_{nullptr};
+    std::mutex controlMutex_;  // sending on the control channel
+    std::unordered_map<uint64_t, uint32_t> pendingReleases_ GUARDED_BY(controlMutex_);
+    bool awaitsRoom_ GUARDED_BY(controlMutex_) = false;
 
     // A peer that reads so late does not read.
     static constexpr size_t kMaxPendingReleases = 64 * kMaxObjects;
 
-    mutable std::mutex mMutex;
-    bool mEnded GUARDED_BY(mMutex) = false;
-    std::shared_ptr<Channel> mControl GUARDED_BY(mMutex);
-    std::unordered_map<uint64_t, Export> mExports GUARDED_BY(mMutex);
-    std::unordered_set<uint64_t> mUnreferenced GUARDED_BY(mMutex);  // of mExports, perhaps without references
-    std::unordered_map<uint64_t, wp<BpHwBinder>> mProxies GUARDED_BY(mMutex);
-    std::vector<std::shared_ptr<Channel>> mCallChannels GUARDED_BY(mMutex);
-    // Of mCallChannels, those without a thread.
-    std::vector<std::shared_ptr<Channel>> mIdleChannels GUARDED_BY(mMutex);
-    std::vector<std::weak_ptr<Channel>> mPeerChannels GUARDED_BY(mMutex);
+    mutable std::mutex mutex_;
+    bool ended_ GUARDED_BY(mutex_) = false;
+    std::shared_ptr<Channel> control_ GUARDED_BY(mutex_);
+    std::unordered_map<uint64_t, Export> exports_ GUARDED_BY(mutex_);
+    std::unordered_set<uint64_t> unreferenced_ GUARDED_BY(mutex_);  // of exports_, perhaps without references
+    std::unordered_map<uint64_t, wp<BpHwBinder>> proxies_ GUARDED_BY(mutex_);
+    std::vector<std::shared_ptr<Channel>> callChannels_ GUARDED_BY(mutex_);
+    // Of callChannels_, those without a thread.
+    std::vector<std::shared_ptr<Channel>> idleChannels_ GUARDED_BY(mutex_);
+    std::vector<std::weak_ptr<Channel>> peerChannels_ GUARDED_BY(mutex_);
 };
 
 }  // namespace android::hardware::transport

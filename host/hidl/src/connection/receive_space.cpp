@@ -49,30 +49,30 @@ bool isSealedPage(int fd) {
 }  // namespace
 
 uint32_t SpaceShare::slot() const {
-    return static_cast<uint32_t>(this - mSpace->mShares);
+    return static_cast<uint32_t>(this - space_->shares_);
 }
 
 void SpaceShare::take(uint32_t size, bool oneway) {
-    mTaken[kAllMessages] += size;
-    if (oneway) mTaken[kOnewayMessages] += size;
+    taken_[kAllMessages] += size;
+    if (oneway) taken_[kOnewayMessages] += size;
 }
 
 void SpaceShare::release(uint32_t size, bool oneway) {
-    SpaceBooks::Slot& book = mSpace->mBooks->slots[slot()];
+    SpaceBooks::Slot& book = space_->books_->slots[slot()];
     book.released[kAllMessages] += size;
     if (oneway) book.released[kOnewayMessages] += size;
-    if (mClosed) mSpace->retireIfIdle(*this);
+    if (closed_) space_->retireIfIdle(*this);
 }
 
 void SpaceShare::close() {
-    SpaceClaims::Slot& claims = mSpace->mClaims->slots[slot()];
-    for (size_t total = 0; total < kSpaceTotals; ++total) claims.claimed[total] = mTaken[total].load();
-    mClosed = true;
-    mSpace->retireIfIdle(*this);
+    SpaceClaims::Slot& claims = space_->claims_->slots[slot()];
+    for (size_t total = 0; total < kSpaceTotals; ++total) claims.claimed[total] = taken_[total].load();
+    closed_ = true;
+    space_->retireIfIdle(*this);
 }
 
 bool SpaceShare::idle() const {
-    return mTaken[kAllMessages] == mSpace->mBooks->slots[slot()].released[kAllMessages];
+    return taken_[kAllMessages] == space_->books_->slots[slot()].released[kAllMessages];
 }
 
 ReceiveSpace& ReceiveSpace::own() {
@@ -81,9 +81,9 @@ ReceiveSpace& ReceiveSpace::own() {
 }
 
 bool ReceiveSpace::makeMemory() {
-    if (mBooks != nullptr) return true;
-    void* claims = makeShared("hidl-space-claims", kSeals, &mClaimsFd);
-    void* books = makeShared("hidl-space-books", kSeals | F_SEAL_FUTURE_WRITE, &mBooksFd);
+    if (books_ != nullptr) return true;
+    void* claims = makeShared("hidl-space-claims", kSeals, &claimsFd_);
+    void* books = makeShared("hidl-space-books", kSeals | F_SEAL_FUTURE_WRITE, &booksFd_);
     if (claims == nullptr || books == nullptr) {
         ALOGE("no memory to share the receive buffer, calls to this process are not counted: %s",
               strerror(errno));
@@ -91,66 +91,66 @@ bool ReceiveSpace::makeMemory() {
         if (books != nullptr) munmap(books, kPage);
         return false;
     }
-    mClaims = static_cast<SpaceClaims*>(claims);
-    mBooks = static_cast<SpaceBooks*>(books);
+    claims_ = static_cast<SpaceClaims*>(claims);
+    books_ = static_cast<SpaceBooks*>(books);
     return true;
 }
 
 SpaceShare* ReceiveSpace::open(pid_t peer) {
-    std::lock_guard<std::mutex> lock(mMutex);
+    std::lock_guard<std::mutex> lock(mutex_);
     if (!makeMemory()) return nullptr;
-    SpaceShare* share = std::find_if(std::begin(mShares), std::end(mShares),
-                                     [](const SpaceShare& one) { return !one.mInUse; });
-    if (share == std::end(mShares)) return nullptr;
-    share->mSpace = this;
-    share->mInUse = true;
-    share->mPeer = peer;
-    share->mAudit = {};
+    SpaceShare* share = std::find_if(std::begin(shares_), std::end(shares_),
+                                     [](const SpaceShare& one) { return !one.inUse_; });
+    if (share == std::end(shares_)) return nullptr;
+    share->space_ = this;
+    share->inUse_ = true;
+    share->peer_ = peer;
+    share->audit_ = {};
     const uint32_t slot = share->slot();
-    SpaceBooks::Slot& book = mBooks->slots[slot];
+    SpaceBooks::Slot& book = books_->slots[slot];
     // An earlier peer may still write to its slot: what it wrote so far counts for nothing.
     for (size_t total = 0; total < kSpaceTotals; ++total) {
-        const uint32_t claimed = mClaims->slots[slot].claimed[total];
-        share->mTaken[total] = claimed;
+        const uint32_t claimed = claims_->slots[slot].claimed[total];
+        share->taken_[total] = claimed;
         book.released[total] = claimed;
     }
-    share->mClosed = false;
-    book.counts = mExcluded < kMaxExcluded ? 1 : 0;
-    if (mBooks->slotsUsed <= slot) mBooks->slotsUsed = slot + 1;
+    share->closed_ = false;
+    book.counts = excluded_ < kMaxExcluded ? 1 : 0;
+    if (books_->slotsUsed <= slot) books_->slotsUsed = slot + 1;
     return share;
 }
 
 std::vector<int> ReceiveSpace::descriptors() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return {mBooksFd.get(), mClaimsFd.get()};
+    std::lock_guard<std::mutex> lock(mutex_);
+    return {booksFd_.get(), claimsFd_.get()};
 }
 
 void ReceiveSpace::retireIfIdle(SpaceShare& share) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (!share.mInUse || !share.mClosed || !share.idle()) return;
-    mBooks->slots[share.slot()].counts = 0;
-    share.mInUse = false;
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!share.inUse_ || !share.closed_ || !share.idle()) return;
+    books_->slots[share.slot()].counts = 0;
+    share.inUse_ = false;
 }
 
 void ReceiveSpace::audit(std::optional<uint32_t> look) {
-    std::lock_guard<std::mutex> lock(mMutex);
+    std::lock_guard<std::mutex> lock(mutex_);
     const int64_t now = nowNanoseconds();
-    if (mBooks == nullptr || now - mLastAudit < kReportInterval) return;
-    if (look.has_value() && *look != mBooks->look) return;
-    mLastAudit = now;
-    for (SpaceShare& share : mShares) {
-        if (share.mInUse && !share.mClosed) auditShare(share);
+    if (books_ == nullptr || now - lastAudit_ < kReportInterval) return;
+    if (look.has_value() && *look != books_->look) return;
+    lastAudit_ = now;
+    for (SpaceShare& share : shares_) {
+        if (share.inUse_ && !share.closed_) auditShare(share);
     }
-    ++mBooks->look;
+    ++books_->look;
 }
 
 void ReceiveSpace::auditShare(SpaceShare& share) {
-    SpaceShare::Audit& audit = share.mAudit;
+    SpaceShare::Audit& audit = share.audit_;
     bool misses = false;
     bool waits = false;
     for (size_t total = 0; total < kSpaceTotals; ++total) {
-        const uint32_t claimed = mClaims->slots[share.slot()].claimed[total];
-        const uint32_t taken = share.mTaken[total];
+        const uint32_t claimed = claims_->slots[share.slot()].claimed[total];
+        const uint32_t taken = share.taken_[total];
         misses = misses || (audit.known && static_cast<int32_t>(audit.claimed[total] - taken) > 0);
         waits = waits || static_cast<int32_t>(claimed - taken) > 0;
         audit.claimed[total] = claimed;
@@ -158,14 +158,14 @@ void ReceiveSpace::auditShare(SpaceShare& share) {
     audit.known = true;
     audit.misses = misses ? audit.misses + 1 : 0;
     audit.waits = waits ? audit.waits + 1 : 0;
-    std::atomic<uint32_t>& counts = mBooks->slots[share.slot()].counts;
+    std::atomic<uint32_t>& counts = books_->slots[share.slot()].counts;
     if ((audit.misses < kMaxMisses && audit.waits < kMaxWaits) || counts == 0) return;
     counts = 0;
-    ++mExcluded;
+    ++excluded_;
     ALOGE(
         "room in the receive buffer is claimed for messages of process %d that do not come: they are not "
         "counted any more",
-        share.mPeer);
+        share.peer_);
 }
 
 bool PeerSpace::isSane(int books, int claims, uint32_t slot) {
@@ -186,17 +186,17 @@ std::unique_ptr<PeerSpace> PeerSpace::map(int books, int claims, uint32_t slot) 
 }
 
 PeerSpace::~PeerSpace() {
-    munmap(const_cast<SpaceBooks*>(&mBooks), kPage);
-    munmap(&mClaims, kPage);
+    munmap(const_cast<SpaceBooks*>(&books_), kPage);
+    munmap(&claims_, kPage);
 }
 
 uint32_t PeerSpace::inFlight(SpaceTotal total) const {
     uint32_t sum = 0;
-    const size_t slots = std::min<size_t>(mBooks.slotsUsed, kSpaceSlots);
+    const size_t slots = std::min<size_t>(books_.slotsUsed, kSpaceSlots);
     for (size_t slot = 0; slot < slots; ++slot) {
-        const SpaceBooks::Slot& book = mBooks.slots[slot];
+        const SpaceBooks::Slot& book = books_.slots[slot];
         if (book.counts == 0) continue;
-        const uint32_t claimed = mClaims.slots[slot].claimed[total];
+        const uint32_t claimed = claims_.slots[slot].claimed[total];
         const auto room = static_cast<int32_t>(claimed - book.released[total]);
         sum += static_cast<uint32_t>(std::clamp<int32_t>(room, 0, 2 * kTransactionLimit));
     }
@@ -209,19 +209,19 @@ bool PeerSpace::fits(uint32_t size, bool oneway) const {
 }
 
 void PeerSpace::add(uint32_t size, bool oneway) {
-    mClaims.slots[mSlot].claimed[kAllMessages] += size;
-    if (oneway) mClaims.slots[mSlot].claimed[kOnewayMessages] += size;
+    claims_.slots[slot_].claimed[kAllMessages] += size;
+    if (oneway) claims_.slots[slot_].claimed[kOnewayMessages] += size;
 }
 
 PeerSpace::Claim PeerSpace::claim(uint32_t size, bool oneway) {
-    if (mBooks.slots[mSlot].counts == 0) return Claim::NotCounted;
+    if (books_.slots[slot_].counts == 0) return Claim::NotCounted;
     for (int attempt = 0; attempt < kClaimAttempts; ++attempt) {
         if (attempt > 0 && !fits(size, oneway)) continue;
         add(size, oneway);
         if (fits(0, oneway)) return Claim::Granted;
         giveBack(size, oneway);
     }
-    mRefused = true;
+    refused_ = true;
     return Claim::Refused;
 }
 
@@ -230,11 +230,11 @@ void PeerSpace::giveBack(uint32_t size, bool oneway) {
 }
 
 bool PeerSpace::reportDue(uint32_t* look) {
-    if (!mRefused.exchange(false)) return false;
+    if (!refused_.exchange(false)) return false;
     const int64_t now = nowNanoseconds();
-    int64_t last = mLastReport;
-    if (now - last < kReportInterval || !mLastReport.compare_exchange_strong(last, now)) return false;
-    *look = mBooks.look;
+    int64_t last = lastReport_;
+    if (now - last < kReportInterval || !lastReport_.compare_exchange_strong(last, now)) return false;
+    *look = books_.look;
     return true;
 }
 

@@ -45,13 +45,13 @@ class SpaceShare {
 
     bool idle() const;
 
-    ReceiveSpace* mSpace = nullptr;
-    std::atomic<uint32_t> mTaken[kSpaceTotals] = {};
-    std::atomic<bool> mClosed{false};
+    ReceiveSpace* space_ = nullptr;
+    std::atomic<uint32_t> taken_[kSpaceTotals] = {};
+    std::atomic<bool> closed_{false};
     // With the space's mutex held:
-    bool mInUse = false;
-    pid_t mPeer = -1;
-    Audit mAudit;
+    bool inUse_ = false;
+    pid_t peer_ = -1;
+    Audit audit_;
 };
 
 /**
@@ -92,18 +92,18 @@ class ReceiveSpace {
     static constexpr int kMaxExcluded = 8;
 
     ReceiveSpace() = default;
-    bool makeMemory() REQUIRES(mMutex);
-    void auditShare(SpaceShare& share) REQUIRES(mMutex);
+    bool makeMemory() REQUIRES(mutex_);
+    void auditShare(SpaceShare& share) REQUIRES(mutex_);
     void retireIfIdle(SpaceShare& share);
 
-    std::mutex mMutex;
-    base::unique_fd mBooksFd GUARDED_BY(mMutex);
-    base::unique_fd mClaimsFd GUARDED_BY(mMutex);
-    SpaceBooks* mBooks = nullptr;  // set before the first share is given out
-    SpaceClaims* mClaims = nullptr;
-    SpaceShare mShares[kSpaceSlots];
-    int64_t mLastAudit GUARDED_BY(mMutex) = 0;
-    int mExcluded GUARDED_BY(mMutex) = 0;
+    std::mutex mutex_;
+    base::unique_fd booksFd_ GUARDED_BY(mutex_);
+    base::unique_fd claimsFd_ GUARDED_BY(mutex_);
+    SpaceBooks* books_ = nullptr;  // set before the first share is given out
+    SpaceClaims* claims_ = nullptr;
+    SpaceShare shares_[kSpaceSlots];
+    int64_t lastAudit_ GUARDED_BY(mutex_) = 0;
+    int excluded_ GUARDED_BY(mutex_) = 0;
 };
 
 /** The receive buffer of a peer, as the senders of this process see it. Any thread. */
@@ -117,7 +117,7 @@ class PeerSpace {
     static std::unique_ptr<PeerSpace> map(int books, int claims, uint32_t slot);
 
     PeerSpace(const SpaceBooks* books, SpaceClaims* claims, uint32_t slot)
-        : mBooks(*books), mClaims(*claims), mSlot(slot) {}
+        : books_(*books), claims_(*claims), slot_(slot) {}
     ~PeerSpace();
     PeerSpace(const PeerSpace&) = delete;
     PeerSpace& operator=(const PeerSpace&) = delete;
@@ -135,11 +135,11 @@ class PeerSpace {
     bool fits(uint32_t size, bool oneway) const;
     void add(uint32_t size, bool oneway);
 
-    const SpaceBooks& mBooks;
-    SpaceClaims& mClaims;
-    const uint32_t mSlot;
-    std::atomic<bool> mRefused{false};
-    std::atomic<int64_t> mLastReport{0};
+    const SpaceBooks& books_;
+    SpaceClaims& claims_;
+    const uint32_t slot_;
+    std::atomic<bool> refused_{false};
+    std::atomic<int64_t> lastReport_{0};
 };
 
 }  // namespace android::hardware::transport

@@ -24,9 +24,9 @@ using hidl::manager::V1_0::IServiceNotification;
 /** Watches the registry's folder: an entry appears, or is replaced, by a rename. */
 class RegistrySource : public Source {
   public:
-    explicit RegistrySource(base::unique_fd watch) : mWatch(std::move(watch)) {}
-    int fd() const override { return mWatch.get(); }
-    void ready(Turn& turn) override;
+    explicit RegistrySource(base::unique_fd watch) : watch_(std::move(watch)) {}
+    int fd() const override { return watch_.get(); }
+    void onReadable(DispatchGuard& turn) override;
 
     struct Wanted {
         std::string interface;
@@ -45,23 +45,23 @@ class RegistrySource : public Source {
     // A registration is the same one while the same object of the same process holds the name.
     using Registration = std::pair<uint64_t, uint64_t>;
 
-    std::vector<RegistryEntry> takeNews() REQUIRES(mMutex);
+    std::vector<RegistryEntry> takeNews() REQUIRES(mutex_);
     static bool matches(const Wanted& wanted, const RegistryEntry& entry) {
         return wanted.interface == entry.interface &&
                (wanted.instance.empty() || wanted.instance == entry.instance);
     }
 
-    const base::unique_fd mWatch;
-    std::mutex mMutex;
-    std::vector<Wanted> mWanted GUARDED_BY(mMutex);
-    std::map<std::string, Registration> mKnown GUARDED_BY(mMutex);
+    const base::unique_fd watch_;
+    std::mutex mutex_;
+    std::vector<Wanted> wanted_ GUARDED_BY(mutex_);
+    std::map<std::string, Registration> known_ GUARDED_BY(mutex_);
 };
 
 std::vector<RegistryEntry> RegistrySource::takeNews() {
     std::vector<RegistryEntry> news;
     for (const RegistryEntry& entry : registryList()) {
         const Registration registration{entry.process, entry.object};
-        Registration& known = mKnown[entry.interface + "/" + entry.instance];
+        Registration& known = known_[entry.interface + "/" + entry.instance];
         if (known != registration) news.push_back(entry);
         known = registration;
     }
@@ -74,33 +74,33 @@ void RegistrySource::tell(const Wanted& wanted, const RegistryEntry& entry, bool
 }
 
 std::vector<RegistryEntry> RegistrySource::add(const Wanted& wanted) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mWanted.push_back(wanted);
+    std::lock_guard<std::mutex> lock(mutex_);
+    wanted_.push_back(wanted);
     std::vector<RegistryEntry> present;
     for (const RegistryEntry& entry : registryList()) {
         if (!matches(wanted, entry)) continue;
-        mKnown[entry.interface + "/" + entry.instance] = {entry.process, entry.object};
+        known_[entry.interface + "/" + entry.instance] = {entry.process, entry.object};
         present.push_back(entry);
     }
     return present;
 }
 
 bool RegistrySource::remove(const sp<IServiceNotification>& callback) {
-    std::lock_guard<std::mutex> lock(mMutex);
+    std::lock_guard<std::mutex> lock(mutex_);
     const auto isIts = [&callback](const Wanted& wanted) { return wanted.callback == callback; };
-    mWanted.erase(std::remove_if(mWanted.begin(), mWanted.end(), isIts), mWanted.end());
-    return mWanted.empty();
+    wanted_.erase(std::remove_if(wanted_.begin(), wanted_.end(), isIts), wanted_.end());
+    return wanted_.empty();
 }
 
-void RegistrySource::ready(Turn&) {
+void RegistrySource::onReadable(DispatchGuard&) {
     alignas(inotify_event) char events[4096];
-    while (read(mWatch.get(), events, sizeof(events)) > 0) {
+    while (read(watch_.get(), events, sizeof(events)) > 0) {
     }
     std::vector<Wanted> wanted;
     std::vector<RegistryEntry> news;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        wanted = mWanted;
+        std::lock_guard<std::mutex> lock(mutex_);
+        wanted = wanted_;
         news = takeNews();
     }
     for (const RegistryEntry& entry : news) {

@@ -64,29 +64,29 @@ class Waiter : public IServiceNotification {
   public:
     /** To be called before each look-up: a registration after it ends the next wait. */
     void reset() {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mIsRegistered = false;
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isRegistered_ = false;
     }
 
     void wait(const std::string& interface, const std::string& instance) {
-        std::unique_lock<std::mutex> lock(mMutex);
-        const base::ScopedLockAssertion held(mMutex);
-        const auto isRegistered = [this]() REQUIRES(mMutex) { return mIsRegistered; };
-        if (mRegistered.wait_for(lock, std::chrono::seconds(1), isRegistered)) return;
+        std::unique_lock<std::mutex> lock(mutex_);
+        const base::ScopedLockAssertion held(mutex_);
+        const auto isRegistered = [this]() REQUIRES(mutex_) { return isRegistered_; };
+        if (registered_.wait_for(lock, std::chrono::seconds(1), isRegistered)) return;
         ALOGW("Waited one second for %s/%s", interface.c_str(), instance.c_str());
     }
 
     Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mIsRegistered = true;
-        mRegistered.notify_one();
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isRegistered_ = true;
+        registered_.notify_one();
         return Void();
     }
 
   private:
-    std::mutex mMutex;
-    std::condition_variable mRegistered;
-    bool mIsRegistered GUARDED_BY(mMutex) = false;
+    std::mutex mutex_;
+    std::condition_variable registered_;
+    bool isRegistered_ GUARDED_BY(mutex_) = false;
 };
 
 // Asking for the notification starts the process's pool. If the pool has no thread to deliver it,

@@ -23,14 +23,14 @@ class SignalsBlocked {
     SignalsBlocked() {
         sigset_t all;
         sigfillset(&all);
-        pthread_sigmask(SIG_BLOCK, &all, &mBefore);
+        pthread_sigmask(SIG_BLOCK, &all, &before_);
     }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
     SignalsBlocked(const SignalsBlocked&) = delete;
     SignalsBlocked& operator=(const SignalsBlocked&) = delete;
 
   private:
-    sigset_t mBefore;
+    sigset_t before_;
 };
 
 // The key of the source that became ready first; looks for a while before it sleeps.
@@ -52,134 +52,134 @@ uint64_t waitReady(int epoll) {
 
 }  // namespace
 
-Pool::Pool() : mEpoll(epoll_create1(EPOLL_CLOEXEC)) {
-    if (mEpoll < 0) details::logAlwaysFatal("No epoll instance for the pool.");
+Pool::Pool() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
+    if (epoll_ < 0) details::logAlwaysFatal("No epoll instance for the pool.");
 }
 
 void Pool::arm(const Source& source, int operation) {
     epoll_event event{};
     event.events = source.awaitsRoom() ? EPOLLOUT : EPOLLIN;
-    if (source.mInTurn) {
+    if (source.inTurn_) {
         event.events = EPOLLONESHOT;  // the turn's end watches it again
-    } else if (mOneShot.load(std::memory_order_relaxed)) {
+    } else if (oneShot_.load(std::memory_order_relaxed)) {
         event.events |= EPOLLONESHOT;
     } else if (source.oneAtATime()) {
         event.events |= EPOLLET;
     }
-    event.data.u64 = source.mKey;
-    if (epoll_ctl(mEpoll.get(), operation, source.fd(), &event) != 0) {
+    event.data.u64 = source.key_;
+    if (epoll_ctl(epoll_.get(), operation, source.fd(), &event) != 0) {
         ALOGE("can't watch descriptor %d: %s", source.fd(), strerror(errno));
     }
 }
 
 void Pool::add(const std::shared_ptr<Source>& source) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    source->mKey = ++mKeys;
-    mSources[source->mKey] = source;
+    std::lock_guard<std::mutex> lock(mutex_);
+    source->key_ = ++keys_;
+    sources_[source->key_] = source;
     arm(*source, EPOLL_CTL_ADD);
 }
 
 void Pool::remove(Source& source) {
     std::shared_ptr<Source> removed;  // goes after the mutex is free
-    std::lock_guard<std::mutex> lock(mMutex);
-    auto found = mSources.find(source.mKey);
-    if (found == mSources.end()) return;
-    epoll_ctl(mEpoll.get(), EPOLL_CTL_DEL, source.fd(), nullptr);
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = sources_.find(source.key_);
+    if (found == sources_.end()) return;
+    epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, source.fd(), nullptr);
     removed = std::move(found->second);
-    mSources.erase(found);
+    sources_.erase(found);
 }
 
 void Pool::resume(Source& source) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    source.mInTurn = false;
-    if (mSources.count(source.mKey) != 0) arm(source, EPOLL_CTL_MOD);
+    std::lock_guard<std::mutex> lock(mutex_);
+    source.inTurn_ = false;
+    if (sources_.count(source.key_) != 0) arm(source, EPOLL_CTL_MOD);
 }
 
 void Pool::endTurn(Source& source) {
-    if (mOneShot.load(std::memory_order_relaxed)) return resume(source);
+    if (oneShot_.load(std::memory_order_relaxed)) return resume(source);
     // In this order: who shares the pool meanwhile finds the turn ended, or is found here.
-    source.mInTurn = false;
-    if (!mOneShot) return;
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mSources.count(source.mKey) != 0) arm(source, EPOLL_CTL_MOD);
+    source.inTurn_ = false;
+    if (!oneShot_) return;
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (sources_.count(source.key_) != 0) arm(source, EPOLL_CTL_MOD);
 }
 
 void Pool::configure(size_t maxThreads, bool callerJoins) {
     if (maxThreads == 0 && callerJoins) details::logAlwaysFatal("A pool of no threads can't be joined.");
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mStarted && maxThreads < mMaxThreads)
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (started_ && maxThreads < maxThreads_)
         details::logAlwaysFatal("Binder threadpool cannot be shrunk after starting.");
-    mConfigured = true;
-    mMaxThreads = maxThreads;
-    mCallerJoins = callerJoins;
+    configured_ = true;
+    maxThreads_ = maxThreads;
+    callerJoins_ = callerJoins;
     if (maxThreads > 1) shareWithLock();
 }
 
 // Several threads take turns from now on, perhaps while the only one so far is in a source.
 void Pool::shareWithLock() {
-    if (mOneShot.exchange(true)) return;
-    for (const auto& [key, source] : mSources) arm(*source, EPOLL_CTL_MOD);
+    if (oneShot_.exchange(true)) return;
+    for (const auto& [key, source] : sources_) arm(*source, EPOLL_CTL_MOD);
 }
 
 void Pool::addThreadWithLock() {
-    if (++mThreads > 1) shareWithLock();
+    if (++threads_ > 1) shareWithLock();
 }
 
 bool Pool::started() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return mStarted || mCallerJoins;
+    std::lock_guard<std::mutex> lock(mutex_);
+    return started_ || callerJoins_;
 }
 
 // How many threads the pool may have beside the one that the caller gives.
 size_t Pool::spawnLimitWithLock() const {
-    if (!mConfigured) return 1;
-    return mCallerJoins ? mMaxThreads - 1 : mMaxThreads;
+    if (!configured_) return 1;
+    return callerJoins_ ? maxThreads_ - 1 : maxThreads_;
 }
 
 void Pool::spawnWithLock() {
-    ++mSpawned;
+    ++spawned_;
     addThreadWithLock();
     SignalsBlocked blocked;
     std::thread([this] { serve(); }).detach();
 }
 
 void Pool::start() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mStarted) return;
-    mStarted = true;
-    if (mSpawned < spawnLimitWithLock()) spawnWithLock();
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (started_) return;
+    started_ = true;
+    if (spawned_ < spawnLimitWithLock()) spawnWithLock();
 }
 
 void Pool::join() {
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        if (!mCallerJoins)
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!callerJoins_)
             details::logAlwaysFatal("joinRpcThreadpool needs configureRpcThreadpool(n, true) first.");
-        mStarted = true;
+        started_ = true;
         addThreadWithLock();
     }
     serve();
 }
 
 void Pool::spawnIfAllBusy() {
-    if (!mOneShot.load(std::memory_order_relaxed) || mIdle.load() > 0) return;
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mSpawned < spawnLimitWithLock()) spawnWithLock();
+    if (!oneShot_.load(std::memory_order_relaxed) || idle_.load() > 0) return;
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (spawned_ < spawnLimitWithLock()) spawnWithLock();
 }
 
 void Pool::serve() {
     for (;;) {
-        const bool several = mOneShot.load(std::memory_order_relaxed);
-        if (several) ++mIdle;
-        const uint64_t key = waitReady(mEpoll.get());
-        if (several) --mIdle;
+        const bool several = oneShot_.load(std::memory_order_relaxed);
+        if (several) ++idle_;
+        const uint64_t key = waitReady(epoll_.get());
+        if (several) --idle_;
         serveSource(key);
     }
 }
 
 bool Pool::serveReady() {
     epoll_event event{};
-    if (epoll_wait(mEpoll.get(), &event, 1, 0) != 1) return false;
+    if (epoll_wait(epoll_.get(), &event, 1, 0) != 1) return false;
     serveSource(event.data.u64);
     return true;
 }
@@ -187,22 +187,22 @@ bool Pool::serveReady() {
 void Pool::serveSource(uint64_t key) {
     std::shared_ptr<Source> source;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto found = mSources.find(key);
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto found = sources_.find(key);
         // Where a thread is in it, this news is from before the pool was shared.
-        if (found == mSources.end() || found->second->mInTurn) return;
+        if (found == sources_.end() || found->second->inTurn_) return;
         source = found->second;
-        source->mInTurn = true;
+        source->inTurn_ = true;
     }
     spawnIfAllBusy();
-    Turn turn(*this, *source);
-    source->ready(turn);
+    DispatchGuard turn(*this, *source);
+    source->onReadable(turn);
 }
 
-void Turn::end() {
-    if (mEnded) return;
-    mEnded = true;
-    mPool.endTurn(mSource);
+void DispatchGuard::end() {
+    if (ended_) return;
+    ended_ = true;
+    pool_.endTurn(source_);
 }
 
 }  // namespace android::hardware::transport

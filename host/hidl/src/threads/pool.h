@@ -13,7 +13,7 @@
 
 namespace android::hardware::transport {
 
-class Turn;
+class DispatchGuard;
 
 /** Something whose descriptor the pool watches. */
 class Source : public std::enable_shared_from_this<Source> {
@@ -21,7 +21,7 @@ class Source : public std::enable_shared_from_this<Source> {
     virtual ~Source() = default;
     virtual int fd() const = 0;
     /** What the source waits for is there: takes one message, so that the others get their turn. */
-    virtual void ready(Turn& turn) = 0;
+    virtual void onReadable(DispatchGuard& turn) = 0;
     /**
      * Whether it is enough to be told once when something comes, because the peer
      * sends nothing more before it is answered. Spares the kernel a look a call.
@@ -32,9 +32,9 @@ class Source : public std::enable_shared_from_this<Source> {
 
   private:
     friend class Pool;
-    friend class Turn;
-    uint64_t mKey = 0;
-    std::atomic<bool> mInTurn{false};  // becomes true with the pool's mutex held
+    friend class DispatchGuard;
+    uint64_t key_ = 0;
+    std::atomic<bool> inTurn_{false};  // becomes true with the pool's mutex held
 };
 
 /**
@@ -63,51 +63,51 @@ class Pool {
     bool started();
 
   private:
-    friend class Turn;
+    friend class DispatchGuard;
 
     [[noreturn]] void serve();
     void serveSource(uint64_t key);
     uint64_t nextKey();
-    void spawnWithLock() REQUIRES(mMutex);
+    void spawnWithLock() REQUIRES(mutex_);
     void spawnIfAllBusy();
-    size_t spawnLimitWithLock() const REQUIRES(mMutex);
-    void addThreadWithLock() REQUIRES(mMutex);
-    void shareWithLock() REQUIRES(mMutex);
+    size_t spawnLimitWithLock() const REQUIRES(mutex_);
+    void addThreadWithLock() REQUIRES(mutex_);
+    void shareWithLock() REQUIRES(mutex_);
     void endTurn(Source& source);
     void arm(const Source& source, int operation);
 
-    const base::unique_fd mEpoll;
-    std::mutex mMutex;
-    std::unordered_map<uint64_t, std::shared_ptr<Source>> mSources GUARDED_BY(mMutex);
-    uint64_t mKeys GUARDED_BY(mMutex) = 0;
-    size_t mMaxThreads GUARDED_BY(mMutex) = 0;  // as configured; 0 and not configured: start() spawns one
-    size_t mThreads GUARDED_BY(mMutex) = 0;
-    size_t mSpawned GUARDED_BY(mMutex) = 0;  // of mThreads, those that no caller has joined
-    bool mConfigured GUARDED_BY(mMutex) = false;
-    bool mCallerJoins GUARDED_BY(mMutex) = false;
-    bool mStarted GUARDED_BY(mMutex) = false;
-    std::atomic<size_t> mIdle{0};
+    const base::unique_fd epoll_;
+    std::mutex mutex_;
+    std::unordered_map<uint64_t, std::shared_ptr<Source>> sources_ GUARDED_BY(mutex_);
+    uint64_t keys_ GUARDED_BY(mutex_) = 0;
+    size_t maxThreads_ GUARDED_BY(mutex_) = 0;  // as configured; 0 and not configured: start() spawns one
+    size_t threads_ GUARDED_BY(mutex_) = 0;
+    size_t spawned_ GUARDED_BY(mutex_) = 0;  // of threads_, those that no caller has joined
+    bool configured_ GUARDED_BY(mutex_) = false;
+    bool callerJoins_ GUARDED_BY(mutex_) = false;
+    bool started_ GUARDED_BY(mutex_) = false;
+    std::atomic<size_t> idle_{0};
     // With several threads, a source is watched by none while one is in it. Never false again.
-    std::atomic<bool> mOneShot{false};
+    std::atomic<bool> oneShot_{false};
 };
 
 /** One thread's turn with a source: until it ends, no other thread is given the source. */
-class Turn {
+class DispatchGuard {
   public:
-    Turn(Pool& pool, Source& source) : mPool(pool), mSource(source) {}
-    ~Turn() { end(); }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
+    DispatchGuard(Pool& pool, Source& source) : pool_(pool), source_(source) {}
+    ~DispatchGuard() { end(); }
+    DispatchGuard(const DispatchGuard&) = delete;
+    DispatchGuard& operator=(const DispatchGuard&) = delete;
 
     /** Lets other threads have the source's next message. */
     void end();
     /** The source is gone, or has to wait: nobody shall watch it, unless it is resumed. */
-    void forget() { mEnded = true; }
+    void forget() { ended_ = true; }
 
   private:
-    Pool& mPool;
-    Source& mSource;
-    bool mEnded = false;
+    Pool& pool_;
+    Source& source_;
+    bool ended_ = false;
 };
 
 }  // namespace android::hardware::transport

@@ -36,16 +36,16 @@ Process& Process::self() {
     return *process;
 }
 
-Process::Process() : mName(randomName()) {}
+Process::Process() : name_(randomName()) {}
 
 bool Process::listen() {
-    if (!mSocketName.empty()) return true;
+    if (!socketName_.empty()) return true;
     if (!makeRegistry()) return false;
-    const std::string name = socketName(mName);
-    base::unique_fd socket = registryListen(name, &mAlive);
+    const std::string name = socketName(name_);
+    base::unique_fd socket = registryListen(name, &alive_);
     if (socket < 0) return false;
-    mSocketName = name;
-    mPool.add(std::make_shared<ListenSource>(std::move(socket)));
+    socketName_ = name;
+    pool_.add(std::make_shared<ListenSource>(std::move(socket)));
     return true;
 }
 
@@ -62,19 +62,19 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
         entry.instance = instance;
         entry.implements = interfaces.front();
         entry.pid = getpid();
-        entry.process = mName;
+        entry.process = name_;
         entry.object = binder->exportId();
         entries.push_back(entry);
     }
     std::vector<sp<BHwBinder>> replaced;  // goes after the mutex is free
-    std::lock_guard<std::mutex> lock(mMutex);
+    std::lock_guard<std::mutex> lock(mutex_);
     if (!listen()) return UNKNOWN_ERROR;
-    for (RegistryEntry& entry : entries) entry.socket = mSocketName;
-    mRegistered[binder->exportId()] = binder;
+    for (RegistryEntry& entry : entries) entry.socket = socketName_;
+    registered_[binder->exportId()] = binder;
     const bool added = registryAdd(entries);
     if (added) {
         for (const RegistryEntry& entry : entries)
-            mNames[entry.interface + "/" + entry.instance] = entry.object;
+            names_[entry.interface + "/" + entry.instance] = entry.object;
     }
     replaced = takeUnnamedWithLock();
     return added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
@@ -82,55 +82,55 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
 
 std::vector<sp<BHwBinder>> Process::takeUnnamedWithLock() {
     std::set<uint64_t> named;
-    for (const auto& [name, object] : mNames) named.insert(object);
+    for (const auto& [name, object] : names_) named.insert(object);
     std::vector<sp<BHwBinder>> taken;
-    for (auto it = mRegistered.begin(); it != mRegistered.end();) {
+    for (auto it = registered_.begin(); it != registered_.end();) {
         const bool stays = named.count(it->first) != 0;
         if (!stays) taken.push_back(it->second);
-        it = stays ? std::next(it) : mRegistered.erase(it);
+        it = stays ? std::next(it) : registered_.erase(it);
     }
     return taken;
 }
 
 sp<BHwBinder> Process::registered(uint64_t object) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    auto found = mRegistered.find(object);
-    return found != mRegistered.end() ? found->second : nullptr;
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = registered_.find(object);
+    return found != registered_.end() ? found->second : nullptr;
 }
 
-void Process::remember(uint64_t process, const std::shared_ptr<Link>& link) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mLinks[process] = link;
+void Process::remember(uint64_t process, const std::shared_ptr<PeerConnection>& link) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    links_[process] = link;
 }
 
-void Process::forget(const Link& link) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    for (auto it = mLinks.begin(); it != mLinks.end();) {
+void Process::forget(const PeerConnection& link) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (auto it = links_.begin(); it != links_.end();) {
         auto known = it->second.lock();
-        it = known == nullptr || known.get() == &link ? mLinks.erase(it) : std::next(it);
+        it = known == nullptr || known.get() == &link ? links_.erase(it) : std::next(it);
     }
-    mConnected.erase(link.number);
-    mAccepted.erase(link.number);
+    connected_.erase(link.number);
+    accepted_.erase(link.number);
 }
 
-std::vector<std::shared_ptr<Link>> Process::linksFrom(pid_t peer) {
-    std::vector<std::shared_ptr<Link>> links;
-    std::lock_guard<std::mutex> lock(mMutex);
-    for (const auto& [number, weak] : mAccepted) {
+std::vector<std::shared_ptr<PeerConnection>> Process::linksFrom(pid_t peer) {
+    std::vector<std::shared_ptr<PeerConnection>> links;
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (const auto& [number, weak] : accepted_) {
         auto link = weak.lock();
         if (link != nullptr && link->peerPid == peer) links.push_back(std::move(link));
     }
     return links;
 }
 
-bool Process::admit(const std::shared_ptr<Link>& link) {
+bool Process::admit(const std::shared_ptr<PeerConnection>& link) {
     if (linksFrom(link->peerPid).size() >= kMaxLinksOfPeer) return false;
-    std::lock_guard<std::mutex> lock(mMutex);
-    mAccepted[link->number] = link;
+    std::lock_guard<std::mutex> lock(mutex_);
+    accepted_[link->number] = link;
     return true;
 }
 
-bool Process::admitsChannel(const Link& link) {
+bool Process::admitsChannel(const PeerConnection& link) {
     size_t channels = link.peerChannels();
     for (const auto& other : linksFrom(link.peerPid)) {
         if (other.get() != &link) channels += other->peerChannels();
@@ -140,11 +140,11 @@ bool Process::admitsChannel(const Link& link) {
 
 // Where no pool runs, nothing else notices that a server has gone.
 void Process::endDeadLinks() {
-    if (mPool.started()) return;
+    if (pool_.started()) return;
     std::vector<std::shared_ptr<ControlSource>> dead;
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        for (const auto& [number, weak] : mConnected) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto& [number, weak] : connected_) {
             auto source = weak.lock();
             if (source != nullptr && source->link()->dead()) dead.push_back(source);
         }
@@ -152,42 +152,42 @@ void Process::endDeadLinks() {
     for (const auto& source : dead) source->finish();
 }
 
-std::shared_ptr<Link> Process::connect(const RegistryEntry& entry) {
+std::shared_ptr<PeerConnection> Process::connect(const RegistryEntry& entry) {
     base::unique_fd socket = registryConnect(entry.socket);
     Peer peer;
     if (socket < 0 || !peerOf(socket, &peer) || peer.pid != entry.pid) return nullptr;
-    auto link = std::make_shared<Link>(std::move(socket), peer.pid, peer.uid);
+    auto link = std::make_shared<PeerConnection>(std::move(socket), peer.pid, peer.uid);
     MessageHeader hello{};
     hello.type = kHello;
     hello.code = kWireVersion;
-    hello.target = mName;
+    hello.target = name_;
     (void)link->sendControl(hello);  // whether that went well shows when the link is used
     link->giveReceiveSpace(*link->control());
     auto source = ControlSource::watch(link, false);
-    std::lock_guard<std::mutex> lock(mMutex);
-    mLinks[entry.process] = link;
-    mConnected[link->number] = source;
+    std::lock_guard<std::mutex> lock(mutex_);
+    links_[entry.process] = link;
+    connected_[link->number] = source;
     return link;
 }
 
-std::shared_ptr<Link> Process::linkTo(const RegistryEntry& entry) {
+std::shared_ptr<PeerConnection> Process::linkTo(const RegistryEntry& entry) {
     // One thread at a time, so that there is one link to a process, and an object of
     // it is one object here.
     static std::mutex* const connecting = new std::mutex();
     std::lock_guard<std::mutex> one(*connecting);
     endDeadLinks();
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto found = mLinks.find(entry.process);
-        auto link = found != mLinks.end() ? found->second.lock() : nullptr;
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto found = links_.find(entry.process);
+        auto link = found != links_.end() ? found->second.lock() : nullptr;
         if (link != nullptr && !link->dead() && link->peerPid == entry.pid) return link;
     }
     return connect(entry);
 }
 
 sp<IBinder> Process::find(const RegistryEntry& entry) {
-    if (entry.process == mName) return registered(entry.object);
-    std::shared_ptr<Link> link = linkTo(entry);
+    if (entry.process == name_) return registered(entry.object);
+    std::shared_ptr<PeerConnection> link = linkTo(entry);
     return link != nullptr ? link->registeredProxy(entry.object) : nullptr;
 }
 

@@ -24,7 +24,7 @@ class Process {
     /** Made at the first use and never destroyed, so that objects may use it while the process ends. */
     static Process& self();
 
-    Pool& pool() { return mPool; }
+    Pool& pool() { return pool_; }
 
     /**
      * Registers `binder` as `instance` of each of `interfaces`, the most derived
@@ -40,12 +40,12 @@ class Process {
     sp<BHwBinder> registered(uint64_t object);
 
     /** A process connected to us and said its name. */
-    void remember(uint64_t process, const std::shared_ptr<Link>& link);
-    void forget(const Link& link);
+    void remember(uint64_t process, const std::shared_ptr<PeerConnection>& link);
+    void forget(const PeerConnection& link);
     /** A process has connected to us; false where it has so many connections that it may have no more. */
-    bool admit(const std::shared_ptr<Link>& link);
+    bool admit(const std::shared_ptr<PeerConnection>& link);
     /** Whether the link's process may open one more channel; false where it has too many on all its links. */
-    bool admitsChannel(const Link& link);
+    bool admitsChannel(const PeerConnection& link);
 
   private:
     // A process needs one link to another. All that it can have is a third of the
@@ -54,25 +54,25 @@ class Process {
     static constexpr size_t kMaxChannelsOfPeer = 256;
 
     Process();
-    bool listen() REQUIRES(mMutex);
-    std::vector<std::shared_ptr<Link>> linksFrom(pid_t peer);
-    std::vector<sp<BHwBinder>> takeUnnamedWithLock() REQUIRES(mMutex);
-    std::shared_ptr<Link> linkTo(const RegistryEntry& entry);
-    std::shared_ptr<Link> connect(const RegistryEntry& entry);
+    bool listen() REQUIRES(mutex_);
+    std::vector<std::shared_ptr<PeerConnection>> linksFrom(pid_t peer);
+    std::vector<sp<BHwBinder>> takeUnnamedWithLock() REQUIRES(mutex_);
+    std::shared_ptr<PeerConnection> linkTo(const RegistryEntry& entry);
+    std::shared_ptr<PeerConnection> connect(const RegistryEntry& entry);
     void endDeadLinks();
 
-    const uint64_t mName;
-    Pool mPool;
-    std::mutex mMutex;
-    std::string mSocketName GUARDED_BY(mMutex);
-    base::unique_fd mAlive GUARDED_BY(mMutex);
-    std::map<uint64_t, sp<BHwBinder>> mRegistered GUARDED_BY(mMutex);
-    std::map<std::string, uint64_t> mNames GUARDED_BY(mMutex);  // the object, by interface and instance
-    std::map<uint64_t, std::weak_ptr<Link>> mLinks GUARDED_BY(mMutex);  // by the peer's name
+    const uint64_t name_;
+    Pool pool_;
+    std::mutex mutex_;
+    std::string socketName_ GUARDED_BY(mutex_);
+    base::unique_fd alive_ GUARDED_BY(mutex_);
+    std::map<uint64_t, sp<BHwBinder>> registered_ GUARDED_BY(mutex_);
+    std::map<std::string, uint64_t> names_ GUARDED_BY(mutex_);  // the object, by interface and instance
+    std::map<uint64_t, std::weak_ptr<PeerConnection>> links_ GUARDED_BY(mutex_);  // by the peer's name
     // Of links that we made, by their number.
-    std::map<uint64_t, std::weak_ptr<ControlSource>> mConnected GUARDED_BY(mMutex);
+    std::map<uint64_t, std::weak_ptr<ControlSource>> connected_ GUARDED_BY(mutex_);
     // Of links that peers made, likewise.
-    std::map<uint64_t, std::weak_ptr<Link>> mAccepted GUARDED_BY(mMutex);
+    std::map<uint64_t, std::weak_ptr<PeerConnection>> accepted_ GUARDED_BY(mutex_);
 };
 
 }  // namespace android::hardware::transport

@@ -27,14 +27,14 @@ base::unique_fd openReserve() {
 
 }  // namespace
 
-ListenSource::ListenSource(base::unique_fd socket) : mSocket(std::move(socket)), mReserve(openReserve()) {}
+ListenSource::ListenSource(base::unique_fd socket) : socket_(std::move(socket)), reserve_(openReserve()) {}
 
-void ListenSource::ready(Turn&) {
+void ListenSource::onReadable(DispatchGuard&) {
     accept();
 }
 
 void ListenSource::accept() {
-    base::unique_fd socket(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    base::unique_fd socket(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (socket < 0 && (errno == EMFILE || errno == ENFILE)) {
         refuse(errno);
         return;
@@ -45,7 +45,7 @@ void ListenSource::accept() {
         ALOGE("process %d of user %u may not connect", peer.pid, peer.uid);
         return;
     }
-    auto link = std::make_shared<Link>(std::move(socket), peer.pid, peer.uid);
+    auto link = std::make_shared<PeerConnection>(std::move(socket), peer.pid, peer.uid);
     if (!Process::self().admit(link)) {
         ALOGE("process %d has too many connections: one is refused", peer.pid);
         return;
@@ -56,9 +56,9 @@ void ListenSource::accept() {
 void ListenSource::refuse(int error) {
     // Left in the queue, the connection would wake the pool for ever: it is taken
     // with a descriptor kept for that, and turned away.
-    const bool hadReserve = mReserve.get() >= 0;
-    mReserve.reset();
-    base::unique_fd refused(accept4(mSocket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    const bool hadReserve = reserve_.get() >= 0;
+    reserve_.reset();
+    base::unique_fd refused(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     const bool isRefused = refused >= 0;
     if (isRefused) {
         MessageHeader header{};
@@ -66,7 +66,7 @@ void ListenSource::refuse(int error) {
         header.code = static_cast<uint32_t>(-error);
         (void)Channel(std::move(refused), Channel::Kind::Control).send(header);
     }
-    mReserve = openReserve();
+    reserve_ = openReserve();
     if (isRefused) {
         ALOGE("too many clients: a connection is refused");
     } else {
@@ -76,13 +76,14 @@ void ListenSource::refuse(int error) {
     }
 }
 
-void PeerSource::ready(Turn& turn) {
+void PeerSource::onReadable(DispatchGuard& turn) {
     turn.forget();
     Process::self().pool().remove(*this);
-    mLink->hangUp();
+    link_->hangUp();
 }
 
-std::shared_ptr<ControlSource> ControlSource::watch(const std::shared_ptr<Link>& link, bool expectsHello) {
+std::shared_ptr<ControlSource> ControlSource::watch(const std::shared_ptr<PeerConnection>& link,
+                                                    bool expectsHello) {
     std::shared_ptr<PeerSource> peer;
     base::unique_fd process = openProcess(link->peerPid);
     if (process >= 0) {
@@ -99,23 +100,23 @@ std::shared_ptr<ControlSource> ControlSource::watch(const std::shared_ptr<Link>&
 }
 
 void ControlSource::finish() {
-    if (mFinished.exchange(true)) return;
-    if (mPeer != nullptr) Process::self().pool().remove(*mPeer);
+    if (finished_.exchange(true)) return;
+    if (peer_ != nullptr) Process::self().pool().remove(*peer_);
     Process::self().pool().remove(*this);
-    Process::self().forget(*mLink);
-    mLink->end();
+    Process::self().forget(*link_);
+    link_->end();
 }
 
-void ControlSource::ready(Turn& turn) {
+void ControlSource::onReadable(DispatchGuard& turn) {
     IncomingMessage message;
-    const Channel::Received received = mControl->receive(&message, false);
+    const Channel::Received received = control_->receive(&message, false);
     if (received == Channel::Received::Nothing) return;
     if (received == Channel::Received::Message && handle(std::move(message), turn)) {
-        mLink->dropUnreferenced();
+        link_->dropUnreferenced();
         return;
     }
-    if (received != Channel::Received::Closed && !mShort)
-        ALOGE("process %d broke the transport's format", mLink->peerPid);
+    if (received != Channel::Received::Closed && !short_)
+        ALOGE("process %d broke the transport's format", link_->peerPid);
     turn.forget();
     finish();
 }
@@ -124,33 +125,33 @@ bool ControlSource::endForShortage() {
     MessageHeader header{};
     header.type = kTurnedAway;
     header.code = static_cast<uint32_t>(takeShortage());
-    ALOGE("the connection of process %d ends for that reason", mLink->peerPid);
-    (void)mLink->sendControl(header);
-    mShort = true;
+    ALOGE("the connection of process %d ends for that reason", link_->peerPid);
+    (void)link_->sendControl(header);
+    short_ = true;
     return false;
 }
 
-bool ControlSource::handle(IncomingMessage&& message, Turn& turn) {
+bool ControlSource::handle(IncomingMessage&& message, DispatchGuard& turn) {
     const MessageHeader header = message.header;
-    if (mExpectsHello != (header.type == kHello)) return false;
+    if (expectsHello_ != (header.type == kHello)) return false;
     switch (header.type) {
         case kHello:
             return hello(header);
         case kNewCallChannel:
             return newCallChannel(std::move(message));
         case kReceiveSpace:
-            return mLink->takeReceiveSpace(&message);
+            return link_->takeReceiveSpace(&message);
         case kTurnedAway:
-            mLink->turnAway(header.code);
+            link_->turnAway(header.code);
             return true;
         case kRefused:
             ReceiveSpace::own().audit(header.code);
             return true;
         case kAcquire:
-            mLink->acquire(header.target);
+            link_->acquire(header.target);
             return true;
         case kRelease:
-            return mLink->release(header.target, header.code);
+            return link_->release(header.target, header.code);
         case kCall:
             return (header.flags & kOneway) != 0 && oneway(std::move(message), turn);
         default:
@@ -160,12 +161,12 @@ bool ControlSource::handle(IncomingMessage&& message, Turn& turn) {
 
 bool ControlSource::hello(const MessageHeader& header) {
     if (header.code != kWireVersion) {
-        ALOGE("process %d speaks version %u of the transport, not %u", mLink->peerPid, header.code,
+        ALOGE("process %d speaks version %u of the transport, not %u", link_->peerPid, header.code,
               kWireVersion);
         return false;
     }
-    mExpectsHello = false;
-    Process::self().remember(header.target, mLink);
+    expectsHello_ = false;
+    Process::self().remember(header.target, link_);
     return true;
 }
 
@@ -173,23 +174,23 @@ bool ControlSource::newCallChannel(IncomingMessage&& message) {
     if (message.incomplete) return true;  // the peer finds its end closed
     if (message.fdCount() != 1) return false;
     base::unique_fd& socket = message.attachments->fds.front();
-    if (!isChannelOf(socket, mLink->peerPid)) return false;
+    if (!isChannelOf(socket, link_->peerPid)) return false;
     auto channel = std::make_shared<Channel>(std::move(socket), Channel::Kind::Call);
-    if (!Process::self().admitsChannel(*mLink) || !mLink->addPeerChannel(channel)) return false;
+    if (!Process::self().admitsChannel(*link_) || !link_->addPeerChannel(channel)) return false;
     // Before the pool may answer calls on the channel. A client that has no thread for its
     // control channel reads this before its first reply.
-    if (mLink->knowsReceiveSpace()) mLink->giveReceiveSpace(*channel);
-    Process::self().pool().add(std::make_shared<CallSource>(mLink, channel));
+    if (link_->knowsReceiveSpace()) link_->giveReceiveSpace(*channel);
+    Process::self().pool().add(std::make_shared<CallSource>(link_, channel));
     return true;
 }
 
-bool ControlSource::oneway(IncomingMessage&& message, Turn& turn) {
-    if (!mLink->resolve(&message)) return false;
+bool ControlSource::oneway(IncomingMessage&& message, DispatchGuard& turn) {
+    if (!link_->resolve(&message)) return false;
     // Nobody waits for an answer. But later messages would lie in memory that was lost.
     if (message.incomplete) return (message.header.flags & kNewBulkMemory) == 0 || endForShortage();
-    sp<BHwBinder> target = mLink->target(message.header.target);
+    sp<BHwBinder> target = link_->target(message.header.target);
     if (target == nullptr) return true;  // gone meanwhile
-    const Enqueued enqueued = enqueueOneway(*target, mLink, std::move(message), shared_from_this());
+    const Enqueued enqueued = enqueueOneway(*target, link_, std::move(message), shared_from_this());
     if (enqueued == Enqueued::Stops) {
         turn.forget();
         return true;
@@ -199,35 +200,35 @@ bool ControlSource::oneway(IncomingMessage&& message, Turn& turn) {
     return true;
 }
 
-void CallSource::ready(Turn& turn) {
+void CallSource::onReadable(DispatchGuard& turn) {
     Parcel data;
     IncomingMessage& message = data.incoming();
-    const Channel::Received received = mChannel->receive(&message, false);
+    const Channel::Received received = channel_->receive(&message, false);
     if (received == Channel::Received::Nothing) return;
     const bool isCall = received == Channel::Received::Message && message.header.type == kCall &&
                         (message.header.flags & kOneway) == 0;
-    if (isCall && mLink->resolve(&message)) {
-        serveCall(mLink, *mChannel, data, &turn);
+    if (isCall && link_->resolve(&message)) {
+        serveCall(link_, *channel_, data, &turn);
         return;
     }
     if (received != Channel::Received::Closed) {
-        ALOGE("process %d broke the transport's format", mLink->peerPid);
-        mLink->kill();
+        ALOGE("process %d broke the transport's format", link_->peerPid);
+        link_->kill();
     }
     turn.forget();
     Process::self().pool().remove(*this);
 }
 
-void ReleaseSource::ready(Turn& turn) {
-    if (!mLink->sendWaitingReleases()) return;
+void ReleaseSource::onReadable(DispatchGuard& turn) {
+    if (!link_->sendWaitingReleases()) return;
     turn.forget();
     Process::self().pool().remove(*this);
 }
 
-void ObituarySource::ready(Turn& turn) {
+void ObituarySource::onReadable(DispatchGuard& turn) {
     turn.forget();
     Process::self().pool().remove(*this);
-    mProxy->sendObituary();
+    proxy_->sendObituary();
 }
 
 }  // namespace android::hardware::transport

@@ -13,15 +13,15 @@ namespace android::hardware::transport {
 class ListenSource : public Source {
   public:
     explicit ListenSource(base::unique_fd socket);
-    int fd() const override { return mSocket.get(); }
-    void ready(Turn& turn) override;
+    int fd() const override { return socket_.get(); }
+    void onReadable(DispatchGuard& turn) override;
 
   private:
     void accept();
     void refuse(int error);
 
-    const base::unique_fd mSocket;
-    base::unique_fd mReserve;
+    const base::unique_fd socket_;
+    base::unique_fd reserve_;
 };
 
 /**
@@ -30,14 +30,14 @@ class ListenSource : public Source {
  */
 class PeerSource : public Source {
   public:
-    PeerSource(std::shared_ptr<Link> link, base::unique_fd process)
-        : mLink(std::move(link)), mProcess(std::move(process)) {}
-    int fd() const override { return mProcess.get(); }
-    void ready(Turn& turn) override;
+    PeerSource(std::shared_ptr<PeerConnection> link, base::unique_fd process)
+        : link_(std::move(link)), process_(std::move(process)) {}
+    int fd() const override { return process_.get(); }
+    void onReadable(DispatchGuard& turn) override;
 
   private:
-    const std::shared_ptr<Link> mLink;
-    const base::unique_fd mProcess;
+    const std::shared_ptr<PeerConnection> link_;
+    const base::unique_fd process_;
 };
 
 /** A link's control channel. Ends the link when the channel does. */
@@ -48,76 +48,77 @@ class ControlSource : public Source {
      *
      * @param expectsHello the peer connected to us and has yet to say who it is
      */
-    static std::shared_ptr<ControlSource> watch(const std::shared_ptr<Link>& link, bool expectsHello);
+    static std::shared_ptr<ControlSource> watch(const std::shared_ptr<PeerConnection>& link,
+                                                bool expectsHello);
 
     /** @param peer the link's peer, which the pool watches already; may be null */
-    ControlSource(std::shared_ptr<Link> link, std::shared_ptr<PeerSource> peer, bool expectsHello)
-        : mLink(std::move(link)),
-          mPeer(std::move(peer)),
-          mControl(mLink->control()),
-          mExpectsHello(expectsHello) {}
-    int fd() const override { return mControl->fd(); }
-    void ready(Turn& turn) override;
-    const std::shared_ptr<Link>& link() const { return mLink; }
+    ControlSource(std::shared_ptr<PeerConnection> link, std::shared_ptr<PeerSource> peer, bool expectsHello)
+        : link_(std::move(link)),
+          peer_(std::move(peer)),
+          control_(link_->control()),
+          expectsHello_(expectsHello) {}
+    int fd() const override { return control_->fd(); }
+    void onReadable(DispatchGuard& turn) override;
+    const std::shared_ptr<PeerConnection>& link() const { return link_; }
 
     /** Takes the link out of the process; once, whoever comes first. */
     void finish();
 
   private:
-    bool handle(IncomingMessage&& message, Turn& turn);
+    bool handle(IncomingMessage&& message, DispatchGuard& turn);
     bool hello(const MessageHeader& header);
     bool newCallChannel(IncomingMessage&& message);
-    bool oneway(IncomingMessage&& message, Turn& turn);
+    bool oneway(IncomingMessage&& message, DispatchGuard& turn);
     bool endForShortage();
 
-    const std::shared_ptr<Link> mLink;
-    const std::shared_ptr<PeerSource> mPeer;
-    const std::shared_ptr<Channel> mControl;
-    bool mExpectsHello;
-    bool mShort = false;  // ended for lack of a descriptor or of address space
-    std::atomic<bool> mFinished{false};
+    const std::shared_ptr<PeerConnection> link_;
+    const std::shared_ptr<PeerSource> peer_;
+    const std::shared_ptr<Channel> control_;
+    bool expectsHello_;
+    bool short_ = false;  // ended for lack of a descriptor or of address space
+    std::atomic<bool> finished_{false};
 };
 
 /** A channel on which a thread of the peer calls us. */
 class CallSource : public Source {
   public:
-    CallSource(std::shared_ptr<Link> link, std::shared_ptr<Channel> channel)
-        : mLink(std::move(link)), mChannel(std::move(channel)) {}
-    int fd() const override { return mChannel->fd(); }
-    void ready(Turn& turn) override;
+    CallSource(std::shared_ptr<PeerConnection> link, std::shared_ptr<Channel> channel)
+        : link_(std::move(link)), channel_(std::move(channel)) {}
+    int fd() const override { return channel_->fd(); }
+    void onReadable(DispatchGuard& turn) override;
     bool oneAtATime() const override { return true; }
 
   private:
-    const std::shared_ptr<Link> mLink;
-    const std::shared_ptr<Channel> mChannel;
+    const std::shared_ptr<PeerConnection> link_;
+    const std::shared_ptr<Channel> channel_;
 };
 
 /** Waits until a link's peer reads again, to give back what it could not be given before. */
 class ReleaseSource : public Source {
   public:
     /** @param control a descriptor of the link's control channel, for this alone */
-    ReleaseSource(std::shared_ptr<Link> link, base::unique_fd control)
-        : mLink(std::move(link)), mControl(std::move(control)) {}
-    int fd() const override { return mControl.get(); }
+    ReleaseSource(std::shared_ptr<PeerConnection> link, base::unique_fd control)
+        : link_(std::move(link)), control_(std::move(control)) {}
+    int fd() const override { return control_.get(); }
     bool awaitsRoom() const override { return true; }
-    void ready(Turn& turn) override;
+    void onReadable(DispatchGuard& turn) override;
 
   private:
-    const std::shared_ptr<Link> mLink;
-    const base::unique_fd mControl;
+    const std::shared_ptr<PeerConnection> link_;
+    const base::unique_fd control_;
 };
 
 /** Tells the recipients of an object that is known to be dead: at once, but as any notice on the pool. */
 class ObituarySource : public Source {
   public:
     /** @param due readable from the start */
-    ObituarySource(const sp<BpHwBinder>& proxy, base::unique_fd due) : mProxy(proxy), mDue(std::move(due)) {}
-    int fd() const override { return mDue.get(); }
-    void ready(Turn& turn) override;
+    ObituarySource(const sp<BpHwBinder>& proxy, base::unique_fd due) : proxy_(proxy), due_(std::move(due)) {}
+    int fd() const override { return due_.get(); }
+    void onReadable(DispatchGuard& turn) override;
 
   private:
-    const sp<BpHwBinder> mProxy;
-    const base::unique_fd mDue;
+    const sp<BpHwBinder> proxy_;
+    const base::unique_fd due_;
 };
 
 }  // namespace android::hardware::transport
