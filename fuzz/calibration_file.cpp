@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace com::tovi::dtv::hardware::audio::V5_1::implementation;  // NOLINT: of what is tried
+using namespace com::tovi::dtv::hardware::audio::acoustic_calibration;  // NOLINT: of what is tried
 using hidlaudio::fuzz::require;
 
 constexpr size_t kMaxItems = 10;

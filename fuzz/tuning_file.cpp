@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+
+#include "platform/tuning_file.h"
+
 #include <string>
 
 #include "acoustic_calibration/calibration_parameters.h"
@@ -9,10 +12,10 @@
 namespace {
 
 using namespace hidlaudio::fuzz;  // NOLINT: of this file
+using com::tovi::dtv::hardware::audio::acoustic_calibration::readCalibrationParameters;
+using com::tovi::dtv::hardware::audio::platform::kTuningFile;
 using com::tovi::dtv::hardware::audio::V3_0::calibrationParameters;
 using com::tovi::dtv::hardware::audio::V4_0::implementation::CenterSpeaker;
-using com::tovi::dtv::hardware::audio::V5_1::implementation::kTuningFile;
-using com::tovi::dtv::hardware::audio::V5_1::implementation::readCalibrationParameters;
 
 /** What lies before the first part that is read. */
 constexpr size_t kSkipped = 19'412;

@@ -3,6 +3,7 @@
 
 #include "audio_driver_path.h"
 #include "auto_offset.h"
+#include "back_end.h"
 #include "back_end_path.h"
 #include "calibration_file.h"
 #include "calibration_parameters.h"
@@ -10,15 +11,14 @@
 #include "enabled_flag.h"
 #include "log_tag.h"
 #include "platform/PrimaryHalAccessor.h"
-#include "platform/back_end_boot.h"
-#include "platform/back_end_commands.h"
-#include "platform/back_end_model.h"
 #include "platform/log.h"
-#include "platform/readiness.h"
 #include "platform/write_dump.h"
 #include "smooth_delay.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+
+using namespace acoustic_calibration;
+
 namespace {
 
 using ::android::sp;
@@ -55,7 +55,7 @@ struct Path {
 
 constexpr Path kPaths[] = {
     {awaitAudioDriver, enableCalibrationAudioDriver, disableCalibrationAudioDriver},
-    {platform::awaitSetCalibratedDataToBeCtrl, enableCalibrationBeCtrl, disableCalibrationBeCtrl},
+    {awaitSetCalibratedDataToBeCtrl, enableCalibrationBeCtrl, disableCalibrationBeCtrl},
 };
 
 const Path& path() {
@@ -102,9 +102,9 @@ AcousticCalibration::AcousticCalibration() {
         const std::lock_guard lock(calibrationLock);
         smoothDelay().enabled = false;
     }
-    if (platform::checkDtvSvcBoot() == 0) backEndModel = platform::isBeModel();
+    if (checkDtvSvcBoot() == 0) backEndModel = isBeModel();
     // Continue after a time-out: the controller may still take the calibration.
-    if (backEndModel) platform::checkBeCtrlBoot();
+    if (backEndModel) checkBeCtrlBoot();
     primaryDevice = platform::PrimaryHalAccessor().getHalPrimaryDevice();
     if (primaryDevice == nullptr) {
         logError(kLogTag, "load audio interface failed");

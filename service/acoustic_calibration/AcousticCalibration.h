@@ -50,17 +50,18 @@ class AcousticCalibration : public IAcousticCalibration {
         uint32_t switches;  // value of the counter before the files were read
         bool enabled;
         bool readable;  // false if `records` cannot be used
-        CalibrationRecords records;
+        acoustic_calibration::CalibrationRecords records;
     };
 
     std::vector<platform::StateItem> describeFiles();
-    int32_t readRecords(CalibrationRecords& records);
+    int32_t readRecords(acoustic_calibration::CalibrationRecords& records);
     int32_t readSwitchOnBoot();
     int32_t storeSwitch(bool enable);
     void restore();
-    int32_t switchTo(const char* function, bool enable, const CalibrationRecords& records);
+    int32_t switchTo(const char* function, bool enable,
+                     const acoustic_calibration::CalibrationRecords& records);
     Stored readStored();
-    using Change = std::function<void(SmoothDelay&)>;
+    using Change = std::function<void(acoustic_calibration::SmoothDelay&)>;
     int32_t changeSmoothDelay(const char* function, const Change& change);
 
     std::mutex dataLock_;     // guards the calibration file

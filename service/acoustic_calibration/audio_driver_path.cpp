@@ -6,13 +6,13 @@
 #include <algorithm>
 #include <iterator>
 
+#include "back_end.h"
 #include "log_tag.h"
 #include "platform/log.h"
-#include "platform/readiness.h"
 #include "platform/soc_middleware.h"
 #include "rounding.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 using platform::logError;
@@ -76,7 +76,7 @@ int32_t setCalibratedDataToAudioDriver(const DriverSettings& settings) {
 }  // namespace
 
 int32_t awaitAudioDriver() {
-    if (const int32_t result = platform::checkDtvSvcBoot(); result != 0) {
+    if (const int32_t result = checkDtvSvcBoot(); result != 0) {
         logError(kLogTag, "[setCalibratedDataToAudioDriver] AQCtrl Boot failed [TimeOut].");
         return result;
     }
@@ -93,4 +93,4 @@ int32_t disableCalibrationAudioDriver() {
     return setCalibratedDataToAudioDriver({});
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

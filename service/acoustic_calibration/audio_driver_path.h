@@ -6,7 +6,7 @@
 #include "calibration_data.h"
 #include "calibration_lock.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * The calibration of a TV without a back-end controller: the audio decoder's driver takes an
@@ -32,4 +32,4 @@ int32_t enableCalibrationAudioDriver(const CalibrationRecords& records) REQUIRES
 /** Applies a flat sound; the same results. */
 int32_t disableCalibrationAudioDriver() REQUIRES(calibrationLock);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

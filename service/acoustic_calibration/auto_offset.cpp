@@ -5,7 +5,7 @@
 #include "platform/hal_parameters.h"
 #include "platform/log.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 using ::android::sp;
 using ::android::hardware::audio::V5_0::IPrimaryDevice;
@@ -31,4 +31,4 @@ void publishAutoCalibOffset(const char* function, const sp<IPrimaryDevice>& devi
     if (device != nullptr) platform::setHalParameter(device, "ac_offset", std::to_string(offset));
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -5,7 +5,7 @@
 
 #include "calibration_data.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /** Level offset of a calibration, as reported to the audio HAL. Any thread. */
 
@@ -21,4 +21,4 @@ void publishAutoCalibOffset(const char* function,
                             const ::android::sp<::android::hardware::audio::V5_0::IPrimaryDevice>& device,
                             bool backEndModel, float offset);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

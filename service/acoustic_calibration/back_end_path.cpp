@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <iterator>
 
-#include "platform/back_end_commands.h"
+#include "back_end.h"
 #include "rounding.h"
 #include "smooth_delay.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 /** What the controller takes. Little-endian, as all of this TV is. */
@@ -18,7 +18,7 @@ struct CalibrationBlock {
     int16_t frontLeftDelay;  // in samples at 48 kHz
     int16_t frontRightDelay;
 };
-static_assert(sizeof(CalibrationBlock) == platform::kCalibrationBlockSize, "the controller's layout");
+static_assert(sizeof(CalibrationBlock) == kCalibrationBlockSize, "the controller's layout");
 static_assert(offsetof(CalibrationBlock, frontLeftDelay) == 32, "the controller's layout");
 
 /** The lowest byte of the sum: no checked value goes beyond it. */
@@ -67,7 +67,7 @@ REQUIRES(calibrationLock) void updateDelayData(CalibrationBlock& block) {
 
 REQUIRES(calibrationLock) int32_t send(CalibrationBlock block) {
     updateDelayData(block);
-    return platform::setCalibratedDataToBeCtrl(&block);
+    return setCalibratedDataToBeCtrl(&block);
 }
 
 }  // namespace
@@ -80,4 +80,4 @@ int32_t disableCalibrationBeCtrl() {
     return send(makeDefaultDataForBeCtrl());
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -6,12 +6,12 @@
 #include "calibration_data.h"
 #include "calibration_lock.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * The calibration of a TV with a back-end controller, which takes it as one block. While smooth
  * delay is on, its delays replace those of the calibration, whether that is on or off. Call
- * platform::awaitSetCalibratedDataToBeCtrl first.
+ * awaitSetCalibratedDataToBeCtrl first.
  *
  * @return the middleware's status, 0 for success; a failure is logged
  */
@@ -22,4 +22,4 @@ int32_t enableCalibrationBeCtrl(const CalibrationRecords& records) REQUIRES(cali
 /** Applies a flat sound without delays. */
 int32_t disableCalibrationBeCtrl() REQUIRES(calibrationLock);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -8,7 +8,7 @@
 #include "log_tag.h"
 #include "platform/log.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 using ::android::hardware::hidl_vec;
@@ -81,4 +81,4 @@ hidl_vec<V3_0::bandEqualizer> makeBands(const float (&gains)[kBands]) {
     return bands;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

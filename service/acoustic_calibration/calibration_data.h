@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * The calibration results, one record a channel, and their way from the client and back
@@ -65,4 +65,4 @@ const aud_ac_data_Table* findFrontLeft(const CalibrationRecords& records);
 /** Bands with these gains in dB, as the service sends them to a client. */
 ::android::hardware::hidl_vec<V3_0::bandEqualizer> makeBands(const float (&gains)[kBands]);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

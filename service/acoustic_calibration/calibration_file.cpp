@@ -12,7 +12,7 @@
 #include "platform/log.h"
 #include "platform/retry_on_eintr.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 using platform::logError;
@@ -103,4 +103,4 @@ int32_t readCalibratedData(CalibrationRecords& records) {
     return item == Item::Unreadable ? -1 : 0;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -5,7 +5,7 @@
 
 #include "calibration_data.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * The file that keeps the calibration results over a restart:
@@ -41,4 +41,4 @@ int32_t writeCalibratedData(const char* function, const ClientData& data);
  */
 int32_t readCalibratedData(CalibrationRecords& records);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -5,7 +5,7 @@
 
 #include <mutex>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * Guards the smooth delay, the order in which calibrations are sent to the TV and the offset
@@ -14,4 +14,4 @@ namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
  */
 inline std::mutex calibrationLock;
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -9,9 +9,10 @@
 
 #include "log_tag.h"
 #include "platform/log.h"
+#include "platform/tuning_file.h"
 #include "tuning_data.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 using ::android::hardware::hidl_vec;
@@ -58,7 +59,7 @@ bool readRegion(const char* function, FILE* file, const Region& region, TuningDa
 }
 
 bool readTuningData(const char* function, TuningData& data) {
-    FILE* const file = fopen(kTuningFile, "rbe");
+    FILE* const file = fopen(platform::kTuningFile, "rbe");
     if (!succeeded(file != nullptr, function, "fopen")) return false;
     const bool whole = std::all_of(std::begin(kRegions), std::end(kRegions), [&](const Region& region) {
         return readRegion(function, file, region, data);
@@ -133,4 +134,4 @@ int32_t readCalibrationParameters(const char* function, V3_0::calibrationParamet
     return 0;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

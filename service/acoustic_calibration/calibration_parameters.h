@@ -4,10 +4,7 @@
 #include <com/tovi/dtv/hardware/audio/3.0/types.h>
 #include <stdint.h>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
-
-/** Where the model's acoustic tuning file lies, which another component of the TV writes. */
-constexpr char kTuningFile[] = "/data/vendor/tmp/recipe/aqda.bin";
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * Reads the settings of the room measurement from the tuning file as it is now. Its
@@ -18,4 +15,4 @@ constexpr char kTuningFile[] = "/data/vendor/tmp/recipe/aqda.bin";
  */
 int32_t readCalibrationParameters(const char* function, V3_0::calibrationParameters& parameters);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -9,7 +9,7 @@
 #include "platform/persisted_file.h"
 #include "smooth_delay.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 using platform::PersistedFile;
@@ -47,4 +47,4 @@ std::vector<platform::StateItem> describeResultsFile() {
             platform::number("results_channels", keptChannels(results))};
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -5,7 +5,7 @@
 
 #include "platform/state_dump.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /** Descriptions of the calibration for a state dump, without its results. Any thread. */
 
@@ -18,4 +18,4 @@ std::vector<platform::StateItem> describeEnabledFile();
 /** Describes the file of the results, whose lock the caller holds. Does not create it. */
 std::vector<platform::StateItem> describeResultsFile();
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

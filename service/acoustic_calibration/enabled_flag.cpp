@@ -10,7 +10,7 @@
 #include "platform/log.h"
 #include "platform/retry_on_eintr.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 using platform::logDebug;
@@ -93,4 +93,4 @@ int32_t setEnabledData(bool enable) {
     return writeByte(__func__, fd, enable ? kCalibrationOn : kCalibrationOff);
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -3,7 +3,7 @@
 
 #include <stdint.h>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * The file that keeps over a restart whether the calibration is on: one byte, 1 for on.
@@ -30,4 +30,4 @@ bool readEnabledData(const char* function);
 /** Writes the file anew. 0, or -1 where it may not hold the byte. */
 int32_t setEnabledData(bool enable);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

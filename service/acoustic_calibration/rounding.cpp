@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rounding.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 /** Towards zero. */
@@ -24,4 +24,4 @@ int32_t toSamples(float milliseconds) {
     return truncate(samples + 0.5F);
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

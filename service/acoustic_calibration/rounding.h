@@ -3,7 +3,7 @@
 
 #include <stdint.h>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * From the client's units to the TV's, in single precision. A damaged file may hold any
@@ -17,4 +17,4 @@ int32_t toTenths(float decibels);
 /** A delay in samples at 48 kHz. Negative delays, which no calibration has, round towards zero. */
 int32_t toSamples(float milliseconds);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "smooth_delay.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 constexpr size_t kFrontChannels = 2;
@@ -29,4 +29,4 @@ bool isSmoothDelay(const ::android::hardware::hidl_vec<float>& delays) {
     return delays.size() >= kFrontChannels && delays.size() <= kMaxValues;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

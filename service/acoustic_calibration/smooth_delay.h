@@ -8,7 +8,7 @@
 
 #include "calibration_lock.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * The delays that a client has set for the two front channels, in place of those of the
@@ -33,4 +33,4 @@ void switchSmoothDelay(SmoothDelay& delay, bool enable);
 /** Whether the number of values is valid: 2 to 9. */
 bool isSmoothDelay(const ::android::hardware::hidl_vec<float>& delays);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -6,7 +6,7 @@
 
 #include "calibration_data.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
  * What the model's acoustic tuning file holds of the room measurement, as it lies
@@ -50,4 +50,4 @@ struct TuningData {
     CurveBlock curves[kCurves];
 };
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

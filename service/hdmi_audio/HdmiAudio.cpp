@@ -12,11 +12,25 @@
 #include "platform/write_dump.h"
 
 namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+
+using namespace hdmi_audio;
+
 namespace {
 
 using ::android::hardware::Void;
 using platform::logDebug;
 using platform::logError;
+
+constexpr platform::DtvSvcWait kReadiness{kLogTag,
+                                          100,
+                                          "<<<<<hdmiaudio waiting dtv_svc>>>>> count:",
+                                          nullptr,
+                                          -1,
+                                          ANDROID_LOG_DEBUG,
+                                          platform::kDtvSvcTimeout};
+constexpr platform::MiddlewareOpening kOpening{platform::MiddlewareSession::PlaybackControl, kLogTag,
+                                               "ERROR: HdmiAudio MTAL_Init.... , r = ", " \n",
+                                               "HdmiAudio mtal open success"};
 
 /**
  * Examines the outcome of a call to a client and ignores it. A client that died before its
@@ -31,8 +45,8 @@ void examine(const ::android::hardware::details::return_status& status) {
 
 HdmiAudio::HdmiAudio() {
     // Continue after a time-out: the middleware may still work.
-    platform::waitForDtvSvc(platform::WaitingService::HdmiAudio);
-    platform::openMiddleware(platform::MiddlewareUser::HdmiAudio);
+    waitForDtvSvc(kReadiness);
+    openMiddleware(kOpening);
 }
 
 Return<void> HdmiAudio::getAudioCapabilities(getAudioCapabilities_cb _hidl_cb) {

@@ -44,7 +44,7 @@ class HdmiAudio : public IHdmiAudio, public ::android::hardware::hidl_death_reci
     void removeCallback(const sp<IBase>& who);
 
     std::mutex mutex_;
-    CallbackList callbacks_ GUARDED_BY(mutex_);
+    hdmi_audio::CallbackList callbacks_ GUARDED_BY(mutex_);
 };
 
 }  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation

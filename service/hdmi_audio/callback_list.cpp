@@ -3,7 +3,7 @@
 
 #include <hidl/HidlBinderSupport.h>
 
-namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+namespace com::tovi::dtv::hardware::audio::hdmi_audio {
 namespace {
 
 using ::android::sp;
@@ -33,4 +33,4 @@ size_t CallbackList::remove(const sp<IBase>& who) {
     return count;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::hdmi_audio

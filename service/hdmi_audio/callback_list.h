@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+namespace com::tovi::dtv::hardware::audio::hdmi_audio {
 
 /**
  * Callbacks in the order in which they were added; one that is added twice is there twice. A
@@ -35,4 +35,4 @@ class CallbackList {
     std::unordered_map<const void*, std::vector<Entry>> byObject_;
 };
 
-}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::hdmi_audio

@@ -10,7 +10,7 @@
 #include "platform/config_store.h"
 #include "platform/log.h"
 
-namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+namespace com::tovi::dtv::hardware::audio::hdmi_audio {
 namespace {
 
 using ::android::hardware::hidl_string;
@@ -125,4 +125,4 @@ std::vector<platform::StateItem> describeCapabilityKeys() {
     return items;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::hdmi_audio

@@ -10,7 +10,7 @@
 
 #include "platform/state_dump.h"
 
-namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+namespace com::tovi::dtv::hardware::audio::hdmi_audio {
 
 /**
  * The formats that the TV announces at its audio return channels: three levels in the
@@ -37,4 +37,4 @@ std::optional<int32_t> writeCapability(const std::string& entry, const std::vect
 /** Where each level is kept, in the order of readCapabilities(). Asks and logs nothing. Any thread. */
 std::vector<platform::StateItem> describeCapabilityKeys();
 
-}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::hdmi_audio

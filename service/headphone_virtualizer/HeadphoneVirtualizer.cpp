@@ -4,20 +4,20 @@
 #include <iterator>
 #include <string_view>
 
+#include "back_end.h"
 #include "log_tag.h"
 #include "parameter_buffer.h"
 #include "parameter_transfer.h"
-#include "platform/back_end_boot.h"
-#include "platform/back_end_commands.h"
-#include "platform/back_end_model.h"
 #include "platform/back_end_record.h"
 #include "platform/log.h"
-#include "platform/readiness.h"
 #include "platform/write_dump.h"
 #include "result_code.h"
 #include "slot_state.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+
+using namespace headphone_virtualizer;
+
 namespace {
 
 using ::android::hardware::Void;
@@ -30,7 +30,7 @@ constexpr const char* kType = kTypes[0];
 constexpr size_t kMaxAppendSize = 262144;
 
 bool isHrtfSupported(const char* function) {
-    if (platform::checkDtvSvcBootForHV() == 0) return platform::isBeModelForHV();
+    if (checkDtvSvcBootForHV() == 0) return isBeModelForHV();
     logError(kLogTag, "[%s] checkDtvSvcBoot failed. Return:%d", function, 0);
     return false;
 }
@@ -49,7 +49,7 @@ HeadphoneVirtualizer::HeadphoneVirtualizer() {
         return;
     }
     // Continue after a time-out: the controller may still take later commands.
-    platform::checkBeCtrlBootForHV();
+    checkBeCtrlBootForHV();
     logDebug(kLogTag, "[%s] end", __func__);
 }
 
@@ -204,11 +204,11 @@ int32_t HeadphoneVirtualizer::setSwitch(const char* function, Switch which, bool
         logError(kLogTag, "[%s] end. HRTF is not supported. Return:%d", function, kNotSupported);
         return kNotSupported;
     }
-    int32_t result = platform::awaitSetEnabledToBeCtrl();
+    int32_t result = awaitSetEnabledToBeCtrl();
     if (result == 0) {
         // Sent and stored under the lock, so that two threads store what the controller got last.
         const std::lock_guard lock(virtualizerLock);
-        result = platform::setEnabledToBeCtrl(kCommands[which], enable);
+        result = setEnabledToBeCtrl(kCommands[which], enable);
         if (result == 0) switches_[which] = enable;
     }
     if (result != 0) logError(kLogTag, "[%s] Notification to BeCtrl failed.", function);

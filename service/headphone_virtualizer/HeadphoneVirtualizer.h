@@ -12,6 +12,7 @@ using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
+using headphone_virtualizer::virtualizerLock;
 using V5_0::IHeadphoneVirtualizerCallback;
 using V5_0::ParamType;
 

@@ -10,7 +10,7 @@
 #include "transfer_thread.h"
 #include "transfer_wait.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 using platform::logDebug;
 using platform::logError;
@@ -81,4 +81,4 @@ int32_t checkDataSize(const aud_hv_parameter* slot) {
     return kSizeError;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -5,7 +5,7 @@
 
 #include "parameter_slot.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /**
  * A buffer's life up to its upload: allocated at its full size, filled from front to back,
@@ -40,4 +40,4 @@ int32_t appendInt(aud_hv_parameter* slot, const uint8_t* bytes, size_t count) RE
 /** Returns kSuccess if the buffer is full, or kSizeError, which is logged. */
 int32_t checkDataSize(const aud_hv_parameter* slot) REQUIRES(virtualizerLock);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

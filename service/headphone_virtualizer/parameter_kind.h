@@ -3,10 +3,10 @@
 
 #include <com/tovi/dtv/hardware/audio/5.0/types.h>
 
-#include "platform/back_end_state.h"
-#include "platform/back_end_transfer.h"
+#include "back_end_state.h"
+#include "back_end_transfer.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 using V5_0::ParamType;
 
@@ -19,11 +19,10 @@ struct ParameterKind {
     const char* stateFile;  // where the controller tells how a transfer stands
 };
 
-constexpr ParameterKind kDeviceParameters{ParamType::DEVICE, platform::BECTRL_IOC_SET_DEVICE_PARAMETER,
-                                          platform::BECTRL_IOC_CANCEL_DEVICE_PARAMETER, "HidlAudioDevice",
-                                          platform::kDeviceStateFile};
-constexpr ParameterKind kHrtfParameters{ParamType::HRTF, platform::BECTRL_IOC_SET_HRTF_PARAMETER,
-                                        platform::BECTRL_IOC_CANCEL_HRTF_PARAMETER, "HidlAudioHrtf",
-                                        platform::kHrtfStateFile};
+constexpr ParameterKind kDeviceParameters{ParamType::DEVICE, BECTRL_IOC_SET_DEVICE_PARAMETER,
+                                          BECTRL_IOC_CANCEL_DEVICE_PARAMETER, "HidlAudioDevice",
+                                          kDeviceStateFile};
+constexpr ParameterKind kHrtfParameters{ParamType::HRTF, BECTRL_IOC_SET_HRTF_PARAMETER,
+                                        BECTRL_IOC_CANCEL_HRTF_PARAMETER, "HidlAudioHrtf", kHrtfStateFile};
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

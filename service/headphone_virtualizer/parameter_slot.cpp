@@ -5,7 +5,7 @@
 #include "platform/log.h"
 #include "transfer_thread.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 namespace {
 
@@ -72,4 +72,4 @@ bool isMissing(const char* function, const aud_hv_parameter* slot) {
     return slot == nullptr;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

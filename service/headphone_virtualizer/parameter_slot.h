@@ -6,7 +6,7 @@
 
 #include "upload.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /** The two slots for parameter buffers, one a kind, and their contents. Any thread. */
 
@@ -69,4 +69,4 @@ int32_t initializeParameter(aud_hv_parameter* slot) REQUIRES(virtualizerLock);
 /** Whether `slot` is null, which is logged with the name `function`. */
 bool isMissing(const char* function, const aud_hv_parameter* slot);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -8,7 +8,7 @@
 #include "result_code.h"
 #include "transfer_thread.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 namespace {
 
 using platform::logDebug;
@@ -16,7 +16,7 @@ using platform::logError;
 using platform::logWarning;
 
 int32_t cancelAtController(const aud_hv_parameter& slot) {
-    if (platform::notifyCancelToBeCtrl(slot.kind.cancelIoctl) == 0) return kSuccess;
+    if (notifyCancelToBeCtrl(slot.kind.cancelIoctl) == 0) return kSuccess;
     logWarning(kLogTag, "[cancelInt] cancel failed.");
     return kNotCancelled;
 }
@@ -42,13 +42,13 @@ int32_t checkResuming() {
     for (const ParamType type : {ParamType::DEVICE, ParamType::HRTF}) {
         if (isUploading(*getParamFromType(type))) return kSuccess;
     }
-    for (const char* file : {platform::kDeviceStateFile, platform::kHrtfStateFile}) {
-        platform::BeCtrlTransferState state{};
-        if (const int32_t result = platform::readBeCtrlTransferState(file, state); result != 0) {
+    for (const char* file : {kDeviceStateFile, kHrtfStateFile}) {
+        BeCtrlTransferState state{};
+        if (const int32_t result = readBeCtrlTransferState(file, state); result != 0) {
             logError(kLogTag, "[%s] Proc file error! ret=%d", __func__, result);
             return result;
         }
-        if (state.state != platform::kBeCtrlIdle) {
+        if (state.state != kBeCtrlIdle) {
             logWarning(kLogTag, "[%s] BeCtrl is busy!", __func__);
             return kBusy;
         }
@@ -87,4 +87,4 @@ int32_t cancelInt(const aud_hv_parameter& slot) {
     return result;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

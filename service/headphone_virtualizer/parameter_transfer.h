@@ -3,7 +3,7 @@
 
 #include "parameter_slot.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /** The service's side of an upload: start and cancel. Any thread that holds the lock. */
 
@@ -37,4 +37,4 @@ bool startTransfer(aud_hv_parameter& slot) REQUIRES(virtualizerLock);
  */
 int32_t cancelInt(const aud_hv_parameter& slot) REQUIRES(virtualizerLock);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

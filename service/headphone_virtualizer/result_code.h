@@ -3,7 +3,7 @@
 
 #include <stdint.h>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /** What the methods answer. */
 enum ResultCode : int32_t {
@@ -15,4 +15,4 @@ enum ResultCode : int32_t {
     kNotSupported = -5,  // or failed in general
 };
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

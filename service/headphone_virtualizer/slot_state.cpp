@@ -3,7 +3,7 @@
 
 #include "parameter_slot.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 namespace {
 
 const char* nameOf(TransferState state) {
@@ -40,4 +40,4 @@ std::vector<platform::StateItem> describeSlot(ParamType type) {
             platform::text("earlier_upload", describe(earlierUpload(slot)))};
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -7,9 +7,9 @@
 #include "platform/state_dump.h"
 #include "virtualizer_lock.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /** Describes a kind's buffer and its upload, without their contents. Any thread that holds the lock. */
 std::vector<platform::StateItem> describeSlot(ParamType type) REQUIRES(virtualizerLock);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

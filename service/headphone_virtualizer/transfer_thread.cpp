@@ -9,7 +9,7 @@
 #include "transfer_wait.h"
 #include "transfer_watch.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 namespace {
 
 using platform::logDebug;
@@ -46,7 +46,7 @@ void releaseWakeLock(const char* name) {
 
 /** Returns the controller's result. A failed read leaves the state as it was. */
 int32_t awaitOutcome(const TransferWatch& watch, Upload& upload) {
-    platform::BeCtrlTransferState state{};
+    BeCtrlTransferState state{};
     for (;;) {
         const WatchEvent event = awaitEvent(watch);
         if (event == WatchEvent::Timeout) {
@@ -55,12 +55,12 @@ int32_t awaitOutcome(const TransferWatch& watch, Upload& upload) {
         }
         if (event != WatchEvent::StateChanged) continue;
         logDebug(kLogTag, "[%s] update proc file!!", kThread);
-        const bool known = platform::readBeCtrlTransferState(upload.kind.stateFile, state) == 0;
+        const bool known = readBeCtrlTransferState(upload.kind.stateFile, state) == 0;
         logDebug(kLogTag, "[%s] read proc file(state)=0x%x", kThread, static_cast<uint8_t>(state.state));
         logDebug(kLogTag, "[%s] read proc file(result)=0x%x", kThread, state.result);
-        if (state.state == platform::kBeCtrlInProgress) continue;
+        if (state.state == kBeCtrlInProgress) continue;
         if (known) upload.hold = DriverHold::Done;
-        return platform::summarizeTransferResult(state.result);
+        return summarizeTransferResult(state.result);
     }
 }
 
@@ -70,8 +70,7 @@ int32_t transfer(Upload& upload) {
         logError(kLogTag, "[%s] %s", kThread, failure);
         return kNotPrepared;
     }
-    const int32_t status =
-        platform::setParametersToBeCtrl(upload.kind.setIoctl, upload.data.get(), upload.size);
+    const int32_t status = setParametersToBeCtrl(upload.kind.setIoctl, upload.data.get(), upload.size);
     if (status != 0) return kNotHandedOver;
     upload.hold = DriverHold::Reading;
     return awaitOutcome(watch, upload);
@@ -171,4 +170,4 @@ bool isTransferThreadOf(const ParameterKind& kind) {
     return kindOfThisThread == &kind;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

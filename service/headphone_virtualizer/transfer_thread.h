@@ -3,7 +3,7 @@
 
 #include "parameter_slot.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /**
  * Starts the slot's transfer thread, which carries out `upload` and then the uploads of the
@@ -20,4 +20,4 @@ bool startParamTransferThread(aud_hv_parameter& slot, const std::shared_ptr<Uplo
 /** Whether the calling thread is the transfer thread of that kind: a call from inside a client's callback. */
 bool isTransferThreadOf(const ParameterKind& kind);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -3,7 +3,7 @@
 
 #include <unistd.h>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 namespace {
 
 /** `waiting` is null if the wait cannot be cancelled. */
@@ -28,4 +28,4 @@ int32_t waitSelfParamTransferThreadFinish(const Upload& upload) {
     return waitForEnd(upload, nullptr);
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -3,7 +3,7 @@
 
 #include "upload.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /** Results of a wait, besides 0 and what its caller defines. */
 enum WaitResult : int32_t { kWaitTimeout = -1, kWaitCancelled = 1 };
@@ -20,4 +20,4 @@ int32_t waitOtherParamTransferThreadFinish(const Upload& other, const Upload& wa
 /** Waits in the same way for the end of an upload of another thread. Returns 0 or kWaitTimeout. */
 int32_t waitSelfParamTransferThreadFinish(const Upload& upload) REQUIRES(virtualizerLock);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

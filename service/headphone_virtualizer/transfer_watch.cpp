@@ -5,7 +5,7 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 namespace {
 
 constexpr itimerspec kLimit{{0, 0}, {20, 0}};
@@ -44,4 +44,4 @@ WatchEvent awaitEvent(const TransferWatch& watch) {
     return event.data.fd == watch.timer ? WatchEvent::Timeout : WatchEvent::None;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -3,7 +3,7 @@
 
 #include <stdio.h>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /**
  * What a thread waits on while the controller works on its upload: the proc file, which
@@ -29,4 +29,4 @@ enum class WatchEvent { StateChanged, Timeout, None };
 /** Blocks until something happens; None for anything else than the two, such as a signal. */
 WatchEvent awaitEvent(const TransferWatch& watch);
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -9,7 +9,7 @@
 #include "parameter_kind.h"
 #include "virtualizer_lock.h"
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 using ::android::sp;
 using V5_0::IHeadphoneVirtualizerCallback;
@@ -51,4 +51,4 @@ struct Upload {
     bool cancelFlag GUARDED_BY(virtualizerLock) = false;
 };
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -5,7 +5,7 @@
 
 #include <mutex>
 
-namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /**
  * Guards the switches, both parameter slots and the state of their uploads. Held over short
@@ -14,4 +14,4 @@ namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
  */
 inline std::mutex virtualizerLock;
 
-}  // namespace com::tovi::dtv::hardware::audio::V5_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -5,7 +5,6 @@
 #include "platform/write_dump.h"
 
 namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
-
 using ::android::hardware::Void;
 using platform::kNoTag;
 using platform::logDebug;

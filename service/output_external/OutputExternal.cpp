@@ -15,6 +15,9 @@
 #include "platform/write_dump.h"
 
 namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+
+using namespace output_external;
+
 namespace {
 
 using ::android::hardware::Void;
@@ -25,6 +28,12 @@ using platform::logError;
 
 /** Keeps the middleware and the file at the same mode. */
 std::mutex modeLock;
+
+constexpr platform::DtvSvcWait kReadiness{
+    kNoTag, 10, platform::kDtvSvcWaiting, nullptr, -1, ANDROID_LOG_DEBUG, platform::kDtvSvcTimeout};
+constexpr platform::MiddlewareOpening kOpening{platform::MiddlewareSession::PlaybackControl, kNoTag,
+                                               "ERROR: OutputExternal MTAL_Init.... , r = ", " \n",
+                                               "OutputExternal mtal open success"};
 
 constexpr int32_t kForcedEncodingOn = 0;
 constexpr int32_t kForcedEncodingOff = 2;
@@ -79,8 +88,8 @@ platform::ServiceState describe() {
 
 OutputExternal::OutputExternal() {
     // Continue after a time-out: the middleware may still take the setting.
-    platform::waitForDtvSvc(platform::WaitingService::OutputExternal);
-    platform::openMiddleware(platform::MiddlewareUser::OutputExternal);
+    waitForDtvSvc(kReadiness);
+    openMiddleware(kOpening);
     restoreMode(__func__);
 }
 

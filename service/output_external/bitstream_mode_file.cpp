@@ -7,7 +7,7 @@
 
 #include "platform/retry_on_eintr.h"
 
-namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+namespace com::tovi::dtv::hardware::audio::output_external {
 namespace {
 
 using platform::retryOnEintr;
@@ -36,4 +36,4 @@ int storeBitstreamMode(int32_t mode, ssize_t& written) {
     return 0;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::output_external

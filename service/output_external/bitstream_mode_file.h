@@ -6,7 +6,7 @@
 
 #include <optional>
 
-namespace com::tovi::dtv::hardware::audio::V3_1::implementation {
+namespace com::tovi::dtv::hardware::audio::output_external {
 
 /**
  * The file that keeps the bitstream output mode over a restart: four bytes in the
@@ -32,4 +32,4 @@ int loadBitstreamMode(std::optional<int32_t>& mode);
  */
 int storeBitstreamMode(int32_t mode, ssize_t& written);
 
-}  // namespace com::tovi::dtv::hardware::audio::V3_1::implementation
+}  // namespace com::tovi::dtv::hardware::audio::output_external

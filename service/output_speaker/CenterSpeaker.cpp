@@ -10,6 +10,7 @@
 #include "platform/log.h"
 #include "platform/middleware_session.h"
 #include "platform/readiness.h"
+#include "platform/tuning_file.h"
 #include "platform/write_dump.h"
 
 namespace com::tovi::dtv::hardware::audio::V4_0::implementation {
@@ -21,7 +22,15 @@ using platform::logDebug;
 using platform::logError;
 using platform::logWarning;
 
-constexpr char kAqData[] = "/data/vendor/tmp/recipe/aqda.bin";
+constexpr platform::DtvSvcWait kReadiness{kNoTag,
+                                          10,
+                                          platform::kDtvSvcWaiting,
+                                          platform::kDtvSvcReady,
+                                          -1,
+                                          ANDROID_LOG_ERROR,
+                                          "[CenterSpeaker] dtv_svc rpc server failed [TimeOut]."};
+constexpr platform::MiddlewareOpening kOpening{platform::MiddlewareSession::Drivers, kNoTag,
+                                               "[CenterSpeaker] MTAL_Init fail.", nullptr, nullptr};
 constexpr long kBlockOffset = 23924;
 constexpr uint32_t kLargestAcousticsType = 255;
 constexpr int32_t kSamplingRate = 48000;
@@ -62,7 +71,7 @@ int32_t readBlock(const char* function, FILE* file) {
 }
 
 int32_t readMmCecFromAqdata() {
-    FILE* const file = fopen(kAqData, "rb");
+    FILE* const file = fopen(platform::kTuningFile, "rb");
     if (file == nullptr) {
         logError(kNoTag, "[%s] fopen failed, errno %d", __func__, errno);
         return -1;
@@ -78,7 +87,7 @@ bool hasCentreInput(uint8_t segment) {
 
 /** What the model has; each flag that can't be read stays false. */
 void readModel(const char* function) {
-    if (platform::openMiddleware(platform::MiddlewareUser::CenterSpeaker) != 0) return;
+    if (openMiddleware(kOpening) != 0) return;
     if (platform::initEeprom() != 0) {
         logError(kNoTag, "[%s] Eeprom init fail.", function);
         return;
@@ -108,7 +117,7 @@ platform::ServiceState describe() {
     };
     return {"CenterSpeaker",
             {{"tuning_data",
-              {platform::text("file", kAqData), platform::yesNo("read", read),
+              {platform::text("file", platform::kTuningFile), platform::yesNo("read", read),
                ofBlock("acoustics_type", findings.block.acousticsType),
                ofBlock("latency_samples", findings.block.latency)}},
              {"model",
@@ -123,7 +132,7 @@ CenterSpeaker::CenterSpeaker() {
     findings = {};
     findings.aqDataStatus = readMmCecFromAqdata();
     if (findings.aqDataStatus != 0) return;
-    if (!platform::waitForDtvSvc(platform::WaitingService::CenterSpeaker)) return;
+    if (waitForDtvSvc(kReadiness) != 0) return;
     readModel(__func__);
     logDebug(kNoTag, "[%s] end", __func__);
 }

@@ -26,6 +26,11 @@ using platform::logError;
 using platform::logWarning;
 
 constexpr char kLogTag[] = "AudioOutSp";
+constexpr platform::DtvSvcWait kReadiness{
+    kLogTag, 10, platform::kDtvSvcWaiting, nullptr, -1, ANDROID_LOG_DEBUG, platform::kDtvSvcTimeout};
+constexpr platform::MiddlewareOpening kOpening{platform::MiddlewareSession::PlaybackControl, kLogTag,
+                                               "ERROR: OutputSpeaker MTAL_Init.... , r = ", " \n",
+                                               "OutputSpeaker mtal open success"};
 constexpr int32_t kLastSurroundType = 2;
 /** The speaker selection with which the TV's speakers form no surround sound. */
 constexpr int32_t kSpeakerWithoutSurround = 1;
@@ -111,8 +116,8 @@ platform::ServiceState describe() {
 OutputSpeaker::OutputSpeaker() {
     logDebug(kLogTag, "[%s] start", __func__);
     // Continue after a time-out: the middleware may still work.
-    platform::waitForDtvSvc(platform::WaitingService::OutputSpeaker);
-    platform::openMiddleware(platform::MiddlewareUser::OutputSpeaker);
+    waitForDtvSvc(kReadiness);
+    openMiddleware(kOpening);
     primaryDevice = platform::PrimaryHalAccessor().getHalPrimaryDevice();
     if (primaryDevice == nullptr) {
         logError(kLogTag, "load audio interface failed");

@@ -5,7 +5,6 @@
 
 #include "back_end_record.h"
 #include "log.h"
-#include "middleware_session.h"
 #include "soc_middleware.h"
 
 namespace com::tovi::dtv::hardware::audio::platform {
@@ -15,47 +14,29 @@ constexpr int kQueries = 30;
 constexpr timespec kInterval{0, 500000000};
 constexpr uint8_t kHasBooted = 1;
 
-struct BootWaiter {
-    MiddlewareUser user;
-    const char* tag;
-    const char* name;
-};
-
-constexpr BootWaiter kCalibrationWaiter{MiddlewareUser::CheckBeCtrlBoot, "AudioAC", "checkBeCtrlBoot"};
-constexpr BootWaiter kVirtualizerWaiter{MiddlewareUser::CheckBeCtrlBootForHV, "AudioHV",
-                                        "checkBeCtrlBootForHV"};
-
 int32_t query(bectrl_cust_spec_record& record) {
     uint32_t size = sizeof(record);
     const std::lock_guard lock(middlewareLock);
     return MTDRVCUST_dcustom_cust_spec_get(kBeCtrlGetIdentifier, &record, &size);
 }
 
-int32_t run(const BootWaiter& waiter) {
-    if (openMiddleware(waiter.user) != 0) return kBootStateUnknown;
+}  // namespace
+
+int32_t waitForBackEndBoot(const BackEndBootWait& wait) {
+    if (openMiddleware(wait.opening) != 0) return kBootStateUnknown;
     bectrl_cust_spec_record record{};
     record.type = BECTRL_SPEC_BOOT_STATE;
     record.payloadLength = 1;
     for (int i = 0; i < kQueries; ++i) {
         if (const int32_t status = query(record); status != 0) {
-            logError(waiter.tag, "[%s] MTDRVCUST_dcustom_cust_spec_get failed!!(%d)", waiter.name, status);
+            logError(wait.tag, "[%s] MTDRVCUST_dcustom_cust_spec_get failed!!(%d)", wait.function, status);
             return kBootStateUnknown;
         }
         if (record.payload[0] == kHasBooted) return kBooted;
         nanosleep(&kInterval, nullptr);
     }
-    logError(waiter.tag, "[%s] wait BeCtrl launch timeout.", waiter.name);
+    logError(wait.tag, "[%s] wait BeCtrl launch timeout.", wait.function);
     return kBootTimeout;
-}
-
-}  // namespace
-
-int32_t checkBeCtrlBoot() {
-    return run(kCalibrationWaiter);
-}
-
-int32_t checkBeCtrlBootForHV() {
-    return run(kVirtualizerWaiter);
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

@@ -1,23 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <stdint.h>
+#include "middleware_session.h"
 
 namespace com::tovi::dtv::hardware::audio::platform {
 
-/**
- * The wait for the back-end audio controller to boot, for its two users: 30 looks at
- * its boot state, 500 ms apart, so that it blocks for some 15 s at most. What goes
- * wrong is logged. Any thread, without a lock.
- */
-
 enum BootWait : int32_t { kBooted = 0, kBootStateUnknown = 1, kBootTimeout = 2 };
 
-/** The acoustic calibration's wait: kBooted, kBootStateUnknown where the middleware fails, or kBootTimeout.
- */
-int32_t checkBeCtrlBoot();
+/** How a caller waits for the back-end audio controller. */
+struct BackEndBootWait {
+    const char* tag;
+    const char* function;  // the caller's name in the log
+    MiddlewareOpening opening;
+};
 
-/** The headphone virtualizer's wait, with the same results. */
-int32_t checkBeCtrlBootForHV();
+/**
+ * Waits until the back-end audio controller has booted: reads its boot state 30 times, 500 ms
+ * apart, so that it blocks for 15 s at most. Failures are logged. Any thread, without a lock.
+ *
+ * @return kBooted, kBootStateUnknown if the middleware fails, or kBootTimeout
+ */
+int32_t waitForBackEndBoot(const BackEndBootWait& wait);
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

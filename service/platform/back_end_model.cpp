@@ -10,22 +10,12 @@ namespace {
 
 constexpr uint32_t kBackEndFlagAddress = 0x1001A;
 
-struct ModelCheck {
-    MiddlewareUser user;
-    const char* tag;
-    bool unknownModel;  // the answer where the EEPROM cannot be read
-    const char* initFailure;
-    const char* readFailure;
-};
+constexpr MiddlewareOpening kOpening{MiddlewareSession::Drivers, kNoTag, nullptr, nullptr, nullptr};
 
-constexpr ModelCheck kCalibrationCheck{MiddlewareUser::IsBeModel, "AudioAC", true,
-                                       "[isBeModel] Eeprom init fail.", "[isBeModel] Eeprom read fail."};
-constexpr ModelCheck kVirtualizerCheck{MiddlewareUser::IsBeModelForHV, "AudioHV", false,
-                                       "[isBeModelForHV] Eeprom init failed.",
-                                       "[isBeModelForHV] Eeprom read failed."};
+}  // namespace
 
-bool run(const ModelCheck& check) {
-    if (openMiddleware(check.user) != 0) return check.unknownModel;
+bool hasBackEnd(const BackEndModelCheck& check) {
+    if (openMiddleware(kOpening) != 0) return check.unknownModel;
     if (initEeprom() != 0) {
         logError(check.tag, "%s", check.initFailure);
         return check.unknownModel;
@@ -36,16 +26,6 @@ bool run(const ModelCheck& check) {
         return check.unknownModel;
     }
     return flag != 0;
-}
-
-}  // namespace
-
-bool isBeModel() {
-    return run(kCalibrationCheck);
-}
-
-bool isBeModelForHV() {
-    return run(kVirtualizerCheck);
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

@@ -3,15 +3,15 @@
 
 namespace com::tovi::dtv::hardware::audio::platform {
 
-/**
- * Whether the TV has a back-end audio controller, which its EEPROM tells. Each asks
- * the EEPROM anew and logs what fails. Any thread.
- */
+/** How a caller checks the model, and what it logs. */
+struct BackEndModelCheck {
+    const char* tag;
+    bool unknownModel;  // the answer if the EEPROM cannot be read
+    const char* initFailure;
+    const char* readFailure;
+};
 
-/** The acoustic calibration's check: a TV whose EEPROM cannot be read has one. */
-bool isBeModel();
-
-/** The headphone virtualizer's check: a TV whose EEPROM cannot be read has none. */
-bool isBeModelForHV();
+/** Whether the TV has a back-end audio controller. Reads the EEPROM each time. Any thread. */
+bool hasBackEnd(const BackEndModelCheck& check);
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

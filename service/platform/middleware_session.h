@@ -5,29 +5,24 @@
 
 namespace com::tovi::dtv::hardware::audio::platform {
 
-/** Who opens the middleware: the constructor of a service, or a routine before it uses the vendor's drivers.
- */
-enum class MiddlewareUser {
-    HdmiAudio,
-    OutputExternal,
-    OutputSpeaker,
-    CenterSpeaker,
-    IsBeModel,
-    IsBeModelForHV,
-    CheckBeCtrlBoot,
-    SetCalibratedDataToBeCtrl,
-    CheckBeCtrlBootForHV,
-    SetEnabledToBeCtrl,
+/** Parts of the middleware that a session opens. */
+enum class MiddlewareSession { ConnectionOnly, PlaybackControl, Drivers };
+
+/** How a caller opens the middleware, and what it logs. A message whose text is null is not logged. */
+struct MiddlewareOpening {
+    MiddlewareSession session;
+    const char* tag;
+    const char* failure;
+    const char* failureEnd;  // follows the status; null if the status is not logged
+    const char* success;
 };
 
 /**
- * Opens the middleware's connection in the way that `user` needs it (with the
- * playback control, with the driver layer, or by itself) and logs the outcome in its
- * words. Each user opens for itself, as often as it needs: the middleware counts on
- * no closing. Any thread.
+ * Opens the middleware. Each caller opens it for itself, as often as it needs: the middleware
+ * requires no closing. Any thread.
  *
  * @return the middleware's status, 0 for success
  */
-int32_t openMiddleware(MiddlewareUser user);
+int32_t openMiddleware(const MiddlewareOpening& opening);
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

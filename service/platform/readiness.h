@@ -1,26 +1,36 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android/log.h>
 #include <stdint.h>
 
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * The wait for the TV platform service (dtv_svc), which leaves a marker file once it
- * answers the middleware. Each wait blocks for some 20 s at most, not at all where
- * the marker is there, and logs in its caller's own words. Any thread, without a lock.
+ * How a caller waits for the TV platform service (dtv_svc), which creates a marker file once it
+ * answers the middleware. A message whose text is null is not logged.
  */
+struct DtvSvcWait {
+    const char* tag;
+    long interval;        // between two looks at the marker, in milliseconds
+    const char* waiting;  // logged before each sleep; the number of sleeps so far is appended
+    const char* ready;    // logged at the end; the number of sleeps is appended
+    int32_t timeoutResult;
+    android_LogPriority timeoutPriority;
+    const char* timeout;
+};
 
-/** The services whose constructor waits before it opens the middleware. */
-enum class WaitingService { HdmiAudio, OutputExternal, OutputSpeaker, CenterSpeaker };
+/** Texts that several callers log. */
+constexpr char kDtvSvcWaiting[] = "<<<<<hidlaudio waiting dtv_svc>>>>> count:";
+constexpr char kDtvSvcReady[] = "<<<<<hidlaudio dtv_svc is ready !>>>>> count:";
+constexpr char kDtvSvcTimeout[] = "dtv_svc rpc server failed.";
 
-/** Whether the TV platform service is ready; false after the whole wait. */
-bool waitForDtvSvc(WaitingService service);
-
-/** The acoustic calibration's wait: 0 when ready, -1 after the whole wait. */
-int32_t checkDtvSvcBoot();
-
-/** The headphone virtualizer's wait: 0 when ready, -5 after the whole wait. */
-int32_t checkDtvSvcBootForHV();
+/**
+ * Waits until the TV platform service is ready, 20 s at most. Returns at once if the marker exists.
+ * Any thread, without a lock.
+ *
+ * @return 0, or `wait.timeoutResult` after a time-out
+ */
+int32_t waitForDtvSvc(const DtvSvcWait& wait);
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

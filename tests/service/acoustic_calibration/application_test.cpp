@@ -10,8 +10,8 @@ namespace {
 using Application = Calibration;
 
 TEST_F(Application, RoundsTheClientsUnits) {
-    using V5_1::implementation::toSamples;
-    using V5_1::implementation::toTenths;
+    using acoustic_calibration::toSamples;
+    using acoustic_calibration::toTenths;
     for (int tenths = -90; tenths <= 90; ++tenths) {
         EXPECT_EQ(toTenths(static_cast<float>(tenths) / 10), tenths);
         EXPECT_EQ(toTenths(static_cast<float>(tenths) / 10 + 0.04F), tenths);

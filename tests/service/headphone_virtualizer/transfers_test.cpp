@@ -5,13 +5,13 @@
 #include <thread>
 
 #include "fixture.h"
-#include "platform/back_end_transfer.h"
+#include "headphone_virtualizer/back_end_transfer.h"
 
 namespace hidlaudio::test {
 namespace {
 
 namespace fs = std::filesystem;
-namespace platform = com::tovi::dtv::hardware::audio::platform;
+namespace headphone_virtualizer = com::tovi::dtv::hardware::audio::headphone_virtualizer;
 using namespace std::literals;
 using host::ScopedFault;
 using host::SteppedClock;
@@ -238,7 +238,9 @@ TEST_F(Transfers, EndAfterTwentySecondsAtTheController) {
     EXPECT_EQ(callback_->await(), -2);
     EXPECT_THAT(loggedUntil(kFinished), Contains("E [paramTransferThread] epoll timeout!!"));
     EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, ""), callback_), -3) << "the controller is busy";
-    EXPECT_EQ(platform::notifyCancelToBeCtrl(platform::BECTRL_IOC_CANCEL_DEVICE_PARAMETER), 0);
+    EXPECT_EQ(headphone_virtualizer::notifyCancelToBeCtrl(
+                  headphone_virtualizer::BECTRL_IOC_CANCEL_DEVICE_PARAMETER),
+              0);
 }
 
 TEST_F(Transfers, LeaveTheirDataToAControllerThatIsLate) {

@@ -1,22 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "acoustic_calibration/back_end.h"
+
 #include <errno.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "headphone_virtualizer/back_end.h"
+#include "headphone_virtualizer/back_end_state.h"
+#include "headphone_virtualizer/back_end_transfer.h"
 #include "host/kernel/clock/clock.h"
 #include "host/kernel/faults/faults.h"
-#include "platform/back_end_boot.h"
-#include "platform/back_end_commands.h"
-#include "platform/back_end_model.h"
 #include "platform/back_end_record.h"
-#include "platform/back_end_state.h"
-#include "platform/back_end_transfer.h"
 #include "tests/support/back_end_tv.h"
 #include "tests/support/log_text.h"
 
 namespace hidlaudio::test {
 namespace {
 
+using namespace com::tovi::dtv::hardware::audio::acoustic_calibration;
+using namespace com::tovi::dtv::hardware::audio::headphone_virtualizer;
 using namespace com::tovi::dtv::hardware::audio::platform;
 using namespace std::chrono_literals;
 using host::SteppedClock;

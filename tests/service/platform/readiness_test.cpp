@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/readiness.h"
 
-#include <android/log.h>
 #include <gtest/gtest.h>
 
 #include "host/kernel/clock/clock.h"
@@ -15,61 +14,26 @@ using namespace com::tovi::dtv::hardware::audio::platform;
 using host::LogLine;
 using host::SteppedClock;
 
-constexpr char kNoTagOfItsOwn[] = "platform_test";
-constexpr char kTries[] = "<<<<<hidlaudio waiting dtv_svc>>>>> count:";
-constexpr char kReady[] = "<<<<<hidlaudio dtv_svc is ready !>>>>> count:";
-constexpr int kDebug = ANDROID_LOG_DEBUG;
-constexpr int kError = ANDROID_LOG_ERROR;
+constexpr DtvSvcWait kLoud{"Loud", 100, "waiting ", "ready ", -1, ANDROID_LOG_DEBUG, "too late"};
+constexpr DtvSvcWait kQuiet{"Quiet", 10, nullptr, nullptr, -5, ANDROID_LOG_ERROR, "too late"};
 
-template <WaitingService service>
-int32_t wait() {
-    return waitForDtvSvc(service) ? 0 : -1;
-}
-
-struct Waiter {
-    int32_t (*wait)();
-    size_t limit;
-    long interval;  // in milliseconds
-    int32_t timeoutResult;
-    int timeoutPriority;
-    std::string tag;
-    std::string tries;  // empty: not logged
-    std::string ready;
-    std::string timeout;
-};
-
-const Waiter kWaiters[] = {
-    {wait<WaitingService::HdmiAudio>, 200, 100, -1, kDebug, "hdmiaudio",
-     "<<<<<hdmiaudio waiting dtv_svc>>>>> count:", "", "dtv_svc rpc server failed."},
-    {wait<WaitingService::OutputExternal>, 2000, 10, -1, kDebug, kNoTagOfItsOwn, kTries, "",
-     "dtv_svc rpc server failed."},
-    {wait<WaitingService::OutputSpeaker>, 2000, 10, -1, kDebug, "AudioOutSp", kTries, "",
-     "dtv_svc rpc server failed."},
-    {wait<WaitingService::CenterSpeaker>, 2000, 10, -1, kError, kNoTagOfItsOwn, kTries, kReady,
-     "[CenterSpeaker] dtv_svc rpc server failed [TimeOut]."},
-    {checkDtvSvcBoot, 2000, 10, -1, kError, "AudioAC", "", kReady,
-     "[checkDtvSvcBoot] dtv_svc rpc server failed [TimeOut]."},
-    {checkDtvSvcBootForHV, 2000, 10, -5, kError, "AudioHV", "",
-     "[checkDtvSvcBootForHV] <<<<<hidlaudio dtv_svc is ready !>>>>> count:",
-     "[checkDtvSvcBootForHV] dtv_svc rpc server failed [TimeOut]."},
-};
-
-std::vector<LogLine> expectedLog(const Waiter& waiter, size_t sleeps) {
+std::vector<LogLine> expectedLog(const DtvSvcWait& wait, size_t sleeps, bool timedOut) {
     std::vector<LogLine> lines;
-    const auto add = [&](int priority, const std::string& text, size_t count) {
-        if (!text.empty()) lines.push_back({priority, waiter.tag, text + std::to_string(count)});
+    const auto add = [&](int priority, const char* text, size_t count) {
+        if (text != nullptr) lines.push_back({priority, wait.tag, text + std::to_string(count)});
     };
-    for (size_t i = 0; i < sleeps; ++i) add(kDebug, waiter.tries, i);
-    if (sleeps < waiter.limit) add(ANDROID_LOG_INFO, waiter.ready, sleeps);
-    if (sleeps == waiter.limit) lines.push_back({waiter.timeoutPriority, waiter.tag, waiter.timeout});
+    for (size_t i = 0; i < sleeps; ++i) add(ANDROID_LOG_DEBUG, wait.waiting, i);
+    if (!timedOut) add(ANDROID_LOG_INFO, wait.ready, sleeps);
+    if (timedOut) lines.push_back({wait.timeoutPriority, wait.tag, wait.timeout});
     return lines;
 }
 
-TEST(Readiness, EveryCallerWaitsInItsOwnWay) {
-    for (const Waiter& waiter : kWaiters) {
-        // A marker that comes with the last sleep comes too late.
-        for (const size_t sleeps : {size_t{0}, size_t{37}, waiter.limit - 1, waiter.limit}) {
-            SCOPED_TRACE(waiter.tag + " " + waiter.timeout + " " + std::to_string(sleeps));
+TEST(Readiness, WaitEndsWithTheMarkerOrAfter20Seconds) {
+    for (const DtvSvcWait& wait : {kLoud, kQuiet}) {
+        const auto limit = static_cast<size_t>(20000 / wait.interval);
+        // A marker that is created during the last sleep comes too late.
+        for (const size_t sleeps : {size_t{0}, size_t{37}, limit - 1, limit}) {
+            SCOPED_TRACE(wait.tag + std::to_string(sleeps));
             const PrivateTv tv{"data/vendor/tmp"};
             const host::LogCapture log;
             SteppedClock clock;
@@ -78,10 +42,10 @@ TEST(Readiness, EveryCallerWaitsInItsOwnWay) {
             };
             clock.onSleep(makeMarker);
             makeMarker(0);
-            EXPECT_EQ(waiter.wait(), sleeps < waiter.limit ? 0 : waiter.timeoutResult);
+            EXPECT_EQ(waitForDtvSvc(wait), sleeps < limit ? 0 : wait.timeoutResult);
             EXPECT_EQ(clock.sleeps(),
-                      std::vector<SteppedClock::Time>(sleeps, std::chrono::milliseconds(waiter.interval)));
-            EXPECT_EQ(log.lines(), expectedLog(waiter, sleeps));
+                      std::vector<SteppedClock::Time>(sleeps, std::chrono::milliseconds(wait.interval)));
+            EXPECT_EQ(log.lines(), expectedLog(wait, sleeps, sleeps == limit));
         }
     }
 }

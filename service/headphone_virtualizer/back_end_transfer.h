@@ -5,7 +5,7 @@
 #include <stdint.h>
 #include <sys/ioctl.h>
 
-namespace com::tovi::dtv::hardware::audio::platform {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /**
  * The driver of the back-end audio controller, which takes parameters out of the
@@ -46,4 +46,4 @@ int32_t setParametersToBeCtrl(uint32_t request, const uint8_t* data, uint32_t co
  */
 int32_t notifyCancelToBeCtrl(uint32_t request);
 
-}  // namespace com::tovi::dtv::hardware::audio::platform
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -4,12 +4,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "log.h"
+#include "log_tag.h"
+#include "platform/log.h"
 
-namespace com::tovi::dtv::hardware::audio::platform {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 namespace {
 
-constexpr char kLogTag[] = "AudioHV";
+using platform::logError;
 constexpr char kDevice[] = "/dev/tovi_bectrl";
 constexpr int32_t kUnreachable = -5;
 
@@ -39,4 +40,4 @@ int32_t notifyCancelToBeCtrl(uint32_t code) {
     return request(__func__, code, nullptr);
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::platform
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -7,12 +7,13 @@
 #include <algorithm>
 #include <iterator>
 
-#include "log.h"
+#include "log_tag.h"
+#include "platform/log.h"
 
-namespace com::tovi::dtv::hardware::audio::platform {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 namespace {
 
-constexpr char kLogTag[] = "AudioHV";
+using platform::logWarning;
 constexpr int32_t kUnreadable = -5;
 
 struct Meaning {
@@ -49,4 +50,4 @@ int32_t summarizeTransferResult(uint8_t result) {
     return known != std::end(kMeanings) ? known->code : kUnknownResult;
 }
 
-}  // namespace com::tovi::dtv::hardware::audio::platform
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

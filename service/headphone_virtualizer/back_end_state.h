@@ -3,7 +3,7 @@
 
 #include <stdint.h>
 
-namespace com::tovi::dtv::hardware::audio::platform {
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /**
  * How a transfer to the back-end audio controller stands, which its driver tells in one
@@ -32,4 +32,4 @@ int32_t readBeCtrlTransferState(const char* path, BeCtrlTransferState& state);
 /** What a transfer's result byte means: 0 done, 1 cancelled, -1 to -3 failed. */
 int32_t summarizeTransferResult(uint8_t result);
 
-}  // namespace com::tovi::dtv::hardware::audio::platform
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stdint.h>
+
+namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
+
+/** Waits up to 20 s for the TV platform service. Returns 0, or -5 after a time-out. Without a lock. */
+int32_t checkDtvSvcBootForHV();
+
+/** Whether the TV has a back-end audio controller. False if its EEPROM cannot be read. */
+bool isBeModelForHV();
+
+/** Waits up to 15 s for the controller. Returns a platform::BootWait. Without a lock. */
+int32_t checkBeCtrlBootForHV();
+
+/**
+ * Waits up to 20 s until setEnabledToBeCtrl can be called. A step of its own, so that the caller
+ * need not hold its lock meanwhile. Returns 0, or -5 after a time-out.
+ */
+int32_t awaitSetEnabledToBeCtrl();
+
+/**
+ * Switches the headphone virtualizer (`type` BECTRL_SPEC_HV_ENABLE) or its up-mix
+ * (BECTRL_SPEC_HV_UPMIX).
+ *
+ * @return 0, or the status of the middleware if it cannot be opened or refuses the command
+ */
+int32_t setEnabledToBeCtrl(uint8_t type, bool enable);
+
+}  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer
