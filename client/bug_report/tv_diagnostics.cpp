@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "host/program/program_folder.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 
@@ -32,11 +33,6 @@ using Clock = std::chrono::steady_clock;
 constexpr size_t kLastLines = 200;
 constexpr std::streamoff kLastBytes = 65536;
 constexpr char kTvProgram[] = "tv";
-
-std::string besideThisProgram(const std::string& program) {
-    std::error_code ignored;
-    return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() / program;
-}
 
 /** Starts a program whose output goes to `output`; its process, or -1 with errno. */
 pid_t start(const std::string& program, std::vector<const char*> arguments, int output) {
@@ -94,7 +90,7 @@ std::vector<std::string> lastLines(const std::string& text) {
 }  // namespace
 
 ordered_json readTvState(double seconds) {
-    const std::string program = besideThisProgram(kTvProgram);
+    const std::string program = host::programFolder() + "/" + kTvProgram;
     unique_fd output, input;
     if (!android::base::Pipe(&output, &input)) return failure(std::string("no pipe: ") + strerror(errno));
     const pid_t pid = start(program, {kTvProgram, "show", "--json"}, input.get());

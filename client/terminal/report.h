@@ -7,18 +7,11 @@
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
+#include "client/exit_status.h"
+
 namespace hidlaudio::client {
 
 struct Invocation;
-
-/** The exit statuses of `audioctl`. */
-enum ExitStatus {
-    kDone = 0,
-    kRefused = 1,     // the service answered with an error, the call failed, or output cannot be written
-    kWrongUsage = 2,  // a wrong argument, a bad input file, or no TV
-    kNoService = 3,   // the service is not there, or ended during the call
-    kTimedOut = 4,
-};
 
 /** Tells the user on standard error why a command did not do it; returns `status`. */
 int fail(ExitStatus status, const std::string& message);

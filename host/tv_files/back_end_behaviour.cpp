@@ -7,17 +7,11 @@
 #include <charconv>
 #include <sstream>
 
+#include "host/program/split_words.h"
 #include "value_file.h"
 
 namespace hidlaudio::host {
 namespace {
-
-std::vector<std::string> wordsOf(std::string_view text) {
-    std::istringstream stream{std::string(text)};
-    std::vector<std::string> words;
-    for (std::string word; stream >> word;) words.push_back(word);
-    return words;
-}
 
 std::optional<UploadKind> parseKind(const std::string& word) {
     for (const UploadKind kind : kUploadKinds) {
@@ -71,7 +65,7 @@ std::string quoted(std::string_view text) {
 }  // namespace
 
 std::optional<BehaviourLine> parseBehaviourLine(std::string_view text, std::string& problem) {
-    std::vector<std::string> words = wordsOf(text);
+    std::vector<std::string> words = splitWords(text);
     BehaviourLine line;
     if (!words.empty()) line.kind = parseKind(words[0]);
     if (line.kind) words.erase(words.begin());
@@ -116,7 +110,7 @@ bool readBehaviourLines(const std::string& root, std::vector<BehaviourLine>& lin
     }
     std::istringstream stream(text);
     for (std::string words; std::getline(stream, words);) {
-        if (wordsOf(words).empty()) continue;
+        if (splitWords(words).empty()) continue;
         const std::optional<BehaviourLine> line = parseBehaviourLine(words, problem);
         if (!line) {
             problem.insert(0, path + ": ");

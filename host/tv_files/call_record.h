@@ -32,8 +32,8 @@ void recordCall(std::string_view source, std::string_view call, std::string_view
 
 struct RecordedCall {
     std::string source;
-    std::string call;
-    std::string on;  // the file, the key, the command: what the call is about
+    std::string name;
+    std::string target;  // the file, key or command that the call is about
 };
 
 /** The lines of a record that are whole; none where there is no such file. */

@@ -8,10 +8,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <sstream>
 #include <vector>
 
 #include "folder_lock.h"
+#include "host/program/split_words.h"
 #include "value_file.h"
 
 namespace hidlaudio::host {
@@ -19,13 +19,6 @@ namespace {
 
 constexpr std::string_view kDelay = "delay=";
 constexpr std::string_view kDies = "dies";
-
-std::vector<std::string> wordsOf(std::string_view text) {
-    std::istringstream stream{std::string(text)};
-    std::vector<std::string> words;
-    for (std::string word; stream >> word;) words.push_back(word);
-    return words;
-}
 
 /** What the fault does, from the first word; false for any other text. */
 bool parseKind(const std::string& word, FaultSetting& fault) {
@@ -87,7 +80,7 @@ std::string formatFault(const FaultSetting& fault) {
 }
 
 std::optional<FaultSetting> parseFault(std::string_view text) {
-    const std::vector<std::string> words = wordsOf(text);
+    const std::vector<std::string> words = splitWords(text);
     FaultSetting fault;
     if (words.empty() || words.size() > 3 || !parseKind(words[0], fault)) return std::nullopt;
     if (words.size() == 1) return fault;

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "host/program/program_folder.h"
 #include "host/tv/processes/process.h"
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/registry.h"
@@ -22,11 +23,6 @@ using std::chrono::steady_clock;
 
 constexpr auto kLongestStart = 30s;
 constexpr auto kPatience = 5s;
-
-std::string contentOf(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::string spawn(const TestTv& tv, const std::string& program, std::vector<std::string> variables,
                   pid_t& pid) {
@@ -70,6 +66,11 @@ void stop(pid_t& pid) {
 
 }  // namespace
 
+std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 std::string programFile(const std::string& name) {
     return programFolder() + "/" + name;
 }
@@ -99,11 +100,6 @@ std::optional<ChildStatus> daemonEnding(TestTv& tv, std::chrono::milliseconds pa
     const auto status = tv.daemon != 0 ? statusWithin(tv.daemon, patience) : std::nullopt;
     if (status) tv.daemon = 0;
     return status;
-}
-
-std::string describe(ChildStatus status) {
-    if (status >= 0) return "ended with status " + std::to_string(status);
-    return "was ended by signal " + std::to_string(-status) + " (" + strsignal(-status) + ")";
 }
 
 void stopDaemon(TestTv& tv) {

@@ -39,11 +39,11 @@ std::string startDaemon(TestTv& tv, const std::vector<std::string>& variables);
 /** How the daemon has ended, if it has within `patience`; it does not run any more then. */
 std::optional<ChildStatus> daemonEnding(TestTv& tv, std::chrono::milliseconds patience = {});
 
-/** "ended with status 1", "was ended by signal 6 (Aborted)". */
-std::string describe(ChildStatus status);
-
 void stopDaemon(TestTv& tv);
 void stopHal(TestTv& tv);
+
+/** Returns the whole of a file, or "" if it cannot be read. */
+std::string contentOf(const std::string& path);
 
 /** The file of a program that lies beside this one. */
 std::string programFile(const std::string& name);

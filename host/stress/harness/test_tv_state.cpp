@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "host/tv_files/back_end_files.h"
+#include "host/tv_files/stored_files.h"
 #include "test_tv.h"
 
 namespace hidlaudio::host {
@@ -13,9 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kStored[] = "/data/vendor/tovi/hidlaudio";
-constexpr const char* kStateFolders[] = {kStored,   "/soc/config", "/soc/audio_decoder", "/soc/bectrl",
-                                         "/bectrl", "/proc",       "/hal/parameters",    "/power"};
+constexpr const char* kStateFolders[] = {kStoredFiles, "/soc/config", "/soc/audio_decoder", "/soc/bectrl",
+                                         "/bectrl",    "/proc",       "/hal/parameters",    "/power"};
 
 constexpr bool kMemoryIsAsItSeems = HIDLAUDIO_OWN_MEMORY != 0;
 
@@ -79,7 +79,7 @@ constexpr Persisted kPersisted[] = {
 void checkPersisted(const TvFiles& files, const ToleratedViolations& tolerated,
                     std::vector<std::string>& broken) {
     for (const Persisted& file : kPersisted) {
-        const std::string path = std::string(kStored) + "/" + file.name;
+        const std::string path = std::string(kStoredFiles) + "/" + file.name;
         if (!has(files, path)) continue;
         const std::string content = contentIn(files, path);
         if (file.holds(content, tolerated.cutOff.count(path) != 0)) continue;
@@ -123,7 +123,7 @@ TvFiles filesOf(const TestTv& tv) {
 
 std::vector<std::string> persistedFiles() {
     std::vector<std::string> paths;
-    for (const Persisted& file : kPersisted) paths.push_back(std::string(kStored) + "/" + file.name);
+    for (const Persisted& file : kPersisted) paths.push_back(std::string(kStoredFiles) + "/" + file.name);
     return paths;
 }
 

@@ -2,7 +2,8 @@
 #include "soak_plan.h"
 
 #include <iterator>
-#include <sstream>
+
+#include "host/program/split_words.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -80,13 +81,6 @@ constexpr uint64_t kLongestClientPause = 10;
 constexpr uint64_t kLongestPauseAround = 150;
 constexpr uint64_t kLongestLife = 40;
 
-std::vector<std::string> wordsOf(const char* text) {
-    std::istringstream stream(text);
-    std::vector<std::string> words;
-    for (std::string word; stream >> word;) words.push_back(word);
-    return words;
-}
-
 /** Whether the command ends only when it is killed. */
 bool runsForever(const Decision& decision) {
     return decision.command.back() == "watch" || decision.command[0] == "soak_client";
@@ -118,11 +112,11 @@ Decision SoakPlan::next() {
         decision.pause = std::chrono::milliseconds(random(kLongestPauseAround));
         const bool isHal = random(kHalRestartOf) == 0;
         const char* const command = kAroundCommands[random(std::size(kAroundCommands))];
-        decision.command = isHal ? std::vector<std::string>{"audio_hal"} : wordsOf(command);
+        decision.command = isHal ? std::vector<std::string>{"audio_hal"} : splitWords(command);
         return decision;
     }
     decision.pause = std::chrono::milliseconds(random(kLongestClientPause));
-    decision.command = wordsOf(kClientCommands[random(std::size(kClientCommands))]);
+    decision.command = splitWords(kClientCommands[random(std::size(kClientCommands))]);
     const bool isKilled = random(kKilledOf) == 0;
     const uint64_t life = 1 + random(kLongestLife);
     if (isKilled || runsForever(decision)) decision.kill = std::chrono::milliseconds(life);

@@ -10,6 +10,7 @@
 #include <optional>
 #include <thread>
 
+#include "client/exit_status.h"
 #include "host/audio_hal/operations.h"
 #include "host/stress/sweep/sweep_scenario.h"
 #include "host/tv/processes/programs.h"
@@ -96,11 +97,10 @@ void begin(Soak& soak, Actor& actor) {
 /** A client may be refused; its command must be one, and the service must be there. */
 void judge(Soak& soak, const Actor& actor, ChildStatus status) {
     constexpr ChildStatus kRefusal = 1;
-    constexpr ChildStatus kNoService = 3;
     if (status == 0) return;
     if (status == kRefusal) {
         ++soak.result.refused;
-    } else if (status != kNoService || !soak.daemonKilled) {
+    } else if (status != client::kNoService || !soak.daemonKilled) {
         complain(soak, "`" + describe(actor.decision) + "` " + describe(status));
     }
 }

@@ -53,7 +53,7 @@ std::string makeModel(const Sweep& sweep, const Scenario& scenario) {
 std::vector<SweptFault> faultsOn(const RunResult& untouched) {
     std::vector<SweptFault> faults;
     for (const SweptCall& call : untouched.calls) {
-        for (const std::string& outcome : outcomesFor(call.call)) faults.push_back({call, outcome});
+        for (const std::string& outcome : outcomesFor(call)) faults.push_back({call, outcome});
     }
     return faults;
 }
@@ -71,9 +71,9 @@ void showProgress(const Scenario& scenario, size_t done, size_t all) {
 SweepRow rowOf(const std::string& answer, bool whole, const SweptFault& fault) {
     const nlohmann::json json = nlohmann::json::parse(answer, nullptr, false);
     if (whole && json.is_object()) return json.get<SweepRow>();
-    SweepRow row{fault.call.call.source,
-                 fault.call.call.call,
-                 fault.call.call.on,
+    SweepRow row{fault.call.source,
+                 fault.call.name,
+                 fault.call.target,
                  fault.call.boot,
                  fault.call.nth,
                  fault.outcome,

@@ -7,6 +7,7 @@
 
 #include "host/audio_hal/operations.h"
 #include "host/tv_files/back_end_files.h"
+#include "host/tv_files/stored_files.h"
 #include "host/tv_files/value_file.h"
 
 namespace hidlaudio::host {
@@ -52,11 +53,14 @@ constexpr Outcomes kOutcomes[] = {
     {kHalCalls, "", "1 2 3 4 dies"},
 };
 
-constexpr char kStored[] = "/data/vendor/tovi/hidlaudio/";
 constexpr char kDevice[] = "/dev/tovi_bectrl";
 
 bool startsWith(const std::string& text, const std::string& start) {
     return text.compare(0, start.size(), start) == 0;
+}
+
+bool isStoredFile(const std::string& path) {
+    return startsWith(path, std::string(kStoredFiles) + "/");
 }
 
 bool isKernelCall(const RecordedCall& call) {
@@ -68,7 +72,7 @@ bool isKernelCall(const RecordedCall& call) {
 std::vector<std::string> outcomesFor(const RecordedCall& call) {
     const auto* const fitting =
         std::find_if(std::begin(kOutcomes), std::end(kOutcomes), [&call](const Outcomes& line) {
-            return line.source == call.source && (line.call.empty() || line.call == call.call);
+            return line.source == call.source && (line.call.empty() || line.call == call.name);
         });
     if (fitting == std::end(kOutcomes)) return {};
     std::istringstream words(fitting->outcomes);
@@ -76,33 +80,33 @@ std::vector<std::string> outcomesFor(const RecordedCall& call) {
     for (std::string word; words >> word;) outcomes.push_back(word);
     outcomes.emplace_back(kLate);
     // The daemon can be killed at any moment; it matters where a file is half written then.
-    if (isKernelCall(call) && startsWith(call.on, kStored)) outcomes.emplace_back("dies");
+    if (isKernelCall(call) && isStoredFile(call.target)) outcomes.emplace_back("dies");
     return outcomes;
 }
 
 bool isCrash(const SweptFault& fault) {
-    return isKernelCall(fault.call.call) && fault.outcome == "dies";
+    return isKernelCall(fault.call) && fault.outcome == "dies";
 }
 
 std::string faultVariable(const SweptFault& fault) {
-    if (!isKernelCall(fault.call.call)) return "";
-    return fault.call.call.call + ":" + std::to_string(fault.call.nth) + ":" + fault.outcome;
+    if (!isKernelCall(fault.call)) return "";
+    return fault.call.name + ":" + std::to_string(fault.call.nth) + ":" + fault.outcome;
 }
 
 int writeFaultFile(const TestTv& tv, const SweptFault& fault) {
-    if (isKernelCall(fault.call.call)) return 0;
-    const bool isHal = fault.call.call.source == kHalCalls;
+    if (isKernelCall(fault.call)) return 0;
+    const bool isHal = fault.call.source == kHalCalls;
     const std::string folder = tv.root + (isHal ? kHalFaultFolder : "/soc/faults");
-    return writeValueFile(folder + "/" + fault.call.call.call,
+    return writeValueFile(folder + "/" + fault.call.name,
                           fault.outcome + " 1 " + std::to_string(fault.call.nth - 1) + "\n");
 }
 
-ToleratedViolations excusesFor(const SweptFault& fault) {
-    const std::string& on = fault.call.call.on;
+ToleratedViolations toleratedAfter(const SweptFault& fault) {
+    const std::string& target = fault.call.target;
     ToleratedViolations tolerated;
-    if (startsWith(on, kStored)) tolerated.cutOff.insert(on);
-    tolerated.unknownTransfer = startsWith(on, kDevice) || startsWith(on, kTransferStateFolder);
-    tolerated.wakeLockKept = fault.call.call.call == "release_wake_lock";
+    if (isStoredFile(target)) tolerated.cutOff.insert(target);
+    tolerated.unknownTransfer = startsWith(target, kDevice) || startsWith(target, kTransferStateFolder);
+    tolerated.wakeLockKept = fault.call.name == "release_wake_lock";
     return tolerated;
 }
 

@@ -10,8 +10,7 @@
 namespace hidlaudio::host {
 
 /** A call that the daemon made, or that was made for it, in an untouched run. */
-struct SweptCall {
-    RecordedCall call;
+struct SweptCall : RecordedCall {
     unsigned boot = 0;  // since which start of the daemon it is counted
     unsigned nth = 1;   // among those of its name
 };
@@ -35,6 +34,6 @@ std::string faultVariable(const SweptFault& fault);
 int writeFaultFile(const TestTv& tv, const SweptFault& fault);
 
 /** What such a fault may leave behind. */
-ToleratedViolations excusesFor(const SweptFault& fault);
+ToleratedViolations toleratedAfter(const SweptFault& fault);
 
 }  // namespace hidlaudio::host

@@ -27,7 +27,8 @@ std::string baseName(const std::string& path) {
 
 std::string describeCall(const SweepRow& row) {
     const std::string since = row.boot > 0 ? " of start " + std::to_string(row.boot + 1) : "";
-    return row.call + " " + std::to_string(row.nth) + since + (row.on.empty() ? "" : " " + baseName(row.on));
+    return row.call + " " + std::to_string(row.nth) + since +
+           (row.target.empty() ? "" : " " + baseName(row.target));
 }
 
 std::string describeClient(const SweepRow& row) {

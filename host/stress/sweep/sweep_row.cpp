@@ -5,6 +5,7 @@
 #include <cctype>
 #include <set>
 
+#include "client/exit_status.h"
 #include "host/tv_files/back_end_files.h"
 #include "sweep_log.h"
 
@@ -114,9 +115,9 @@ std::vector<std::string> findFlags(const RunResult& untouched, const ToleratedVi
 SweepRow compareRuns(const Scenario& scenario, const RunResult& untouched, const SweptFault& fault,
                      const RunResult& run) {
     SweepRow row;
-    row.source = fault.call.call.source;
-    row.call = fault.call.call.call;
-    row.on = fault.call.call.on;
+    row.source = fault.call.source;
+    row.call = fault.call.name;
+    row.target = fault.call.target;
     row.boot = fault.call.boot;
     row.nth = fault.call.nth;
     row.fault = fault.outcome;
@@ -124,19 +125,19 @@ SweepRow compareRuns(const Scenario& scenario, const RunResult& untouched, const
     row.client = compareLines(scenario, untouched, run);
     row.log = newLines(run.log, untouched.log);
     row.files = compareFiles(untouched.files, run.files);
-    row.flags = findFlags(untouched, excusesFor(fault), run);
+    row.flags = findFlags(untouched, toleratedAfter(fault), run);
     return row;
 }
 
 std::vector<std::string> problemsUntouched(const Scenario& scenario, const RunResult& untouched) {
     // Nobody writes these into a scenario: a wrong line, a TV that does not run.
     constexpr ChildStatus kWrongUsage = 2;
-    constexpr ChildStatus kNoService = 3;
     std::vector<std::string> problems = untouched.problems;
     for (const std::string& broken : brokenInvariants(untouched.files, {}))
         problems.push_back("state: " + broken);
     for (size_t i = 0; i < untouched.lines.size(); ++i) {
-        if (untouched.lines[i].status != kWrongUsage && untouched.lines[i].status != kNoService) continue;
+        if (untouched.lines[i].status != kWrongUsage && untouched.lines[i].status != client::kNoService)
+            continue;
         problems.push_back(scenario.path + ":" + std::to_string(scenario.lines[i].number) + ": " +
                            untouched.lines[i].errors);
     }

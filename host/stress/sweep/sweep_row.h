@@ -25,7 +25,7 @@ struct LineDifference {
 
 /** What became of a run with one fault. */
 struct SweepRow {
-    std::string source, call, on;
+    std::string source, call, target;
     unsigned boot = 0, nth = 0;
     std::string fault;
     bool injected = false;
@@ -37,8 +37,8 @@ struct SweepRow {
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(FileDifference, path, is, was)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(LineDifference, line, status, message)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SweepRow, source, call, on, boot, nth, fault, injected, client, log, files,
-                                   flags)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SweepRow, source, call, target, boot, nth, fault, injected, client, log,
+                                   files, flags)
 
 /** Compares a run with a fault to the untouched one of the same scenario. */
 SweepRow compareRuns(const Scenario& scenario, const RunResult& untouched, const SweptFault& fault,

@@ -10,6 +10,7 @@
 #include <iterator>
 #include <thread>
 
+#include "client/exit_status.h"
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/registry.h"
 #include "host/tv_files/tv_root.h"
@@ -32,21 +33,21 @@ struct Background {
     pid_t pid;
 };
 
+/** Number of calls during a boot that no line of the scenario asked for. They are not swept. */
+struct BootCalls {
+    size_t daemon = 0;
+    size_t hal = 0;
+};
+
 struct Run {
     const Scenario& scenario;
     const RunSetup& setup;
     TestTv tv;
     RunResult result;
     unsigned boots = 0;  // of the daemon, so far
-    std::vector<size_t>
-        leftOut;  // of the calls of the first start, those that are no line's: kernel's, HAL's
+    BootCalls implicitBoot;
     std::vector<Background> background;
 };
-
-std::string contentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /** The HAL's calls go to a record of their own: it makes some that are none of the daemon's. */
 std::string recordOf(const Run& run, const char* program, unsigned boot) {
@@ -90,20 +91,27 @@ void noteEnding(Run& run, const std::string& how) {
     run.result.problems.push_back("crash: the daemon " + how + (unexamined ? ": an unexamined Return" : ""));
 }
 
-/** Starts the daemon; one that ends by the crash that was set on it is started again. */
-void startOnce(Run& run) {
+/** Whether the daemon has just ended, during its start, by the crash that is injected into it. */
+bool hasCrashedAsMeant(const Run& run) {
+    return run.tv.daemon == 0 && run.setup.fault && isCrash(*run.setup.fault) &&
+           run.boots == run.setup.fault->call.boot + 1;
+}
+
+std::string startOnce(Run& run) {
     const std::string record = recordOf(run, "daemon", run.boots);
     std::vector<std::string> variables{std::string(kCallsVariable) + "=" + record};
     const SweptFault* const fault = faultNow(run);
     variables.push_back("HIDLAUDIO_FAULT=" + (fault != nullptr ? faultVariable(*fault) : ""));
     if (fault != nullptr) writeFaultFile(run.tv, *fault);
-    const std::string problem = startDaemon(run.tv, variables);
     ++run.boots;
-    if (problem.empty()) return;
-    const bool isMeant = run.tv.daemon == 0 && run.setup.fault && isCrash(*run.setup.fault) &&
-                         run.boots == run.setup.fault->call.boot + 1;
-    if (isMeant) return startOnce(run);
-    run.result.problems.push_back("start: " + problem);
+    return startDaemon(run.tv, variables);
+}
+
+/** Starts the daemon, and again if it ends by the injected crash. */
+void startDaemonOf(Run& run) {
+    std::string problem = startOnce(run);
+    if (!problem.empty() && hasCrashedAsMeant(run)) problem = startOnce(run);
+    if (!problem.empty()) run.result.problems.push_back("start: " + problem);
 }
 
 void boot(Run& run) {
@@ -112,7 +120,7 @@ void boot(Run& run) {
         const std::string problem = startHal(run.tv, {std::string(kCallsVariable) + "=" + record});
         if (!problem.empty()) run.result.problems.push_back("start: " + problem);
     }
-    startOnce(run);
+    startDaemonOf(run);
 }
 
 void shutDown(Run& run) {
@@ -125,7 +133,7 @@ void lookAfterDaemon(Run& run, std::chrono::milliseconds patience = {}) {
     const auto status = daemonEnding(run.tv, patience);
     if (!status) return;
     if (mayEnd(run, *status)) {
-        startOnce(run);
+        startDaemonOf(run);
     } else {
         noteEnding(run, describe(*status));
     }
@@ -147,8 +155,7 @@ void noteOutcome(Run& run, size_t line, std::optional<ChildStatus> status) {
     outcome.status = status.value_or(-SIGKILL);
     outcome.output = withoutChance(contentOf(outputFile(run, line, "out")), run.setup.folder);
     outcome.errors = withoutChance(contentOf(outputFile(run, line, "err")), run.setup.folder);
-    constexpr ChildStatus kTimedOut = 4;
-    if (!status || *status == kTimedOut)
+    if (!status || *status == client::kTimedOut)
         run.result.problems.push_back("hang: no answer to `" + run.scenario.lines[line].text + "`");
 }
 
@@ -184,8 +191,7 @@ void runLine(Run& run, size_t index) {
     } else {
         runCommand(run, index);
         // A client sees a service go before its process has ended.
-        constexpr ChildStatus kNoService = 3;
-        lookAfterDaemon(run, run.result.lines[index].status == kNoService ? 500ms : 0ms);
+        lookAfterDaemon(run, run.result.lines[index].status == client::kNoService ? 500ms : 0ms);
     }
 }
 
@@ -219,37 +225,36 @@ void noteRest(Run& run) {
         run.result.problems.emplace_back("services: not every one is registered");
 }
 
-/** All calls of a program since one start, without the first `leftOut`, which count all the same. */
-void noteCalls(Run& run, const char* program, unsigned bootNumber, size_t leftOut) {
+/** Notes the calls of a program since one start. The first `skipped` are counted, but not noted. */
+void noteCalls(Run& run, const char* program, unsigned bootNumber, size_t skipped) {
     const std::vector<RecordedCall> calls = callsOf(run, program, bootNumber);
     std::map<std::string, unsigned> counts;
     for (size_t i = 0; i < calls.size(); ++i) {
-        const unsigned nth = ++counts[calls[i].source + calls[i].call];
-        if (i >= leftOut) run.result.calls.push_back({calls[i], bootNumber, nth});
+        const unsigned nth = ++counts[calls[i].source + calls[i].name];
+        if (i >= skipped) run.result.calls.push_back({calls[i], bootNumber, nth});
     }
 }
 
 void noteAllCalls(Run& run) {
     for (unsigned i = 0; i < run.boots; ++i) {
-        noteCalls(run, "daemon", i, i == 0 ? run.leftOut[0] : 0);
-        noteCalls(run, "hal", i, i == 0 ? run.leftOut[1] : 0);
+        noteCalls(run, "daemon", i, i == 0 ? run.implicitBoot.daemon : 0);
+        noteCalls(run, "hal", i, i == 0 ? run.implicitBoot.hal : 0);
     }
     if (!run.setup.fault) return;
     const SweptCall& wanted = run.setup.fault->call;
     run.result.injected =
         std::any_of(run.result.calls.begin(), run.result.calls.end(), [&](const SweptCall& made) {
-            return made.boot == wanted.boot && made.nth == wanted.nth &&
-                   made.call.source == wanted.call.source && made.call.call == wanted.call.call;
+            return made.boot == wanted.boot && made.nth == wanted.nth && made.source == wanted.source &&
+                   made.name == wanted.name;
         });
 }
 
 void runAll(Run& run) {
     prepareFolders(run);
     setTvRoot(run.tv.root);
-    run.leftOut = {0, 0};
     if (!run.scenario.boots) {
         boot(run);
-        run.leftOut = {callsOf(run, "daemon", 0).size(), callsOf(run, "hal", 0).size()};
+        run.implicitBoot = {callsOf(run, "daemon", 0).size(), callsOf(run, "hal", 0).size()};
     }
     for (size_t i = 0; i < run.scenario.lines.size(); ++i) runLine(run, i);
     endBackground(run);

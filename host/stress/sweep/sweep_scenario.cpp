@@ -4,8 +4,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
+#include "host/program/program_folder.h"
+#include "host/program/split_words.h"
 #include "host/tv/processes/process.h"
 
 namespace hidlaudio::host {
@@ -15,13 +16,6 @@ namespace fs = std::filesystem;
 
 constexpr char kSuffix[] = ".scenario";
 constexpr const char* kTvCommands[] = {"init", "boot", "shutdown", "config", "eeprom", "fault", "bectrl"};
-
-std::vector<std::string> wordsOf(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> words;
-    for (std::string word; stream >> word;) words.push_back(word);
-    return words;
-}
 
 bool isTvCommand(const std::string& word) {
     return std::find(std::begin(kTvCommands), std::end(kTvCommands), word) != std::end(kTvCommands);
@@ -54,7 +48,7 @@ void take(const ScenarioLine& line, Scenario& scenario) {
 
 /** What is wrong with the line; null where nothing is. */
 const char* takeText(const std::string& text, ScenarioLine line, bool& isFirst, Scenario& scenario) {
-    line.words = wordsOf(text);
+    line.words = splitWords(text);
     if (line.words.empty()) return nullptr;
     if (line.words[0][0] == '#') {
         if (scenario.about.empty()) scenario.about = text.substr(std::min(text.size(), text.find('#') + 2));

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -94,6 +95,11 @@ ChildStatus endChild(pid_t pid, int signal, std::chrono::milliseconds patience) 
     if (const auto status = statusWithin(pid, patience)) return *status;
     kill(pid, SIGKILL);
     return statusWithin(pid, 10s).value_or(-SIGKILL);
+}
+
+std::string describe(ChildStatus status) {
+    if (status >= 0) return "ended with status " + std::to_string(status);
+    return "was ended by signal " + std::to_string(-status) + " (" + strsignal(-status) + ")";
 }
 
 }  // namespace hidlaudio::host

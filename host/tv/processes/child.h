@@ -25,6 +25,9 @@ int startChild(const ChildSetup& setup, pid_t& pid);
 /** 0 or more: the exit status; below 0: minus the number of the signal that ended it. */
 using ChildStatus = int;
 
+/** "ended with status 1", "was ended by signal 6 (Aborted)". */
+std::string describe(ChildStatus status);
+
 /** How the child has ended, once: nothing while it runs after `patience`. */
 std::optional<ChildStatus> statusWithin(pid_t pid, std::chrono::milliseconds patience);
 

@@ -15,6 +15,7 @@
 #include <sstream>
 #include <thread>
 
+#include "child.h"
 #include "host/program/owned_descriptor.h"
 #include "host/tv_files/program_lock.h"
 
@@ -130,15 +131,8 @@ Stopped stopProcess(const Process& process, milliseconds patience) {
 std::optional<Ending> endingOf(const Process& child) {
     int status = 0;
     if (waitpid(child.pid, &status, WNOHANG) != child.pid) return std::nullopt;
-    if (WIFEXITED(status)) return Ending{false, "ended with status " + std::to_string(WEXITSTATUS(status))};
-    const int signal = WTERMSIG(status);
-    return Ending{signal == SIGTERM,
-                  "was ended by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")"};
-}
-
-std::string programFolder() {
-    std::error_code error;
-    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    const ChildStatus ending = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    return Ending{ending == -SIGTERM, describe(ending)};
 }
 
 }  // namespace hidlaudio::host

@@ -48,7 +48,4 @@ struct Ending {
 /** How a process that this one started has ended, if it has. Tells it once. */
 std::optional<Ending> endingOf(const Process& child);
 
-/** The folder that this program's own file lies in. */
-std::string programFolder();
-
 }  // namespace hidlaudio::host

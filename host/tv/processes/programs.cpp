@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "host/program/owned_descriptor.h"
+#include "host/program/program_folder.h"
 #include "host/program/terminal.h"
 #include "host/tv_files/program_lock.h"
 #include "host/tv_files/tv_root.h"

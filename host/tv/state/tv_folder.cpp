@@ -13,6 +13,7 @@
 #include "host/program/terminal.h"
 #include "host/tv_files/back_end_files.h"
 #include "host/tv_files/manifest_file.h"
+#include "host/tv_files/stored_files.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
@@ -34,7 +35,7 @@ struct Folder {
 
 constexpr Folder kFolders[] = {
     {"/data/vendor/tmp/recipe", 0755},
-    {"/data/vendor/tovi/hidlaudio", 0755},
+    {kStoredFiles, 0755},
     {"/soc/config", 0755},
     {"/soc/faults", 0755},
     {"/soc/audio_decoder", 0755},

@@ -11,6 +11,7 @@
 #include "eeprom_image.h"
 #include "host/audio_hal/operations.h"
 #include "host/middleware/config_keys.h"
+#include "host/tv_files/stored_files.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
 
@@ -20,7 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFaultFolders[] = {"/soc/faults", kHalFaultFolder};
-constexpr char kStoredFiles[] = "/data/vendor/tovi/hidlaudio";
 constexpr uintmax_t kFewBytes = 64;
 
 /** The files of a folder below the root, by name; what begins with a dot is about to be one. */

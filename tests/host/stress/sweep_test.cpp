@@ -48,7 +48,7 @@ TEST_F(Sweep, TellsWhatEachFaultChanges) {
     EXPECT_EQ(sweep[0]["calls"], 4) << "a write to the store, and open, write, close of the file";
 
     const json refused = rowOf(sweep, "a_mtktvapi_config_set_value", "-1");
-    EXPECT_EQ(refused["on"], "g_audio__bitstream_output_mode");
+    EXPECT_EQ(refused["target"], "g_audio__bitstream_output_mode");
     EXPECT_EQ(refused["client"]["line"], 4);
     EXPECT_EQ(refused["client"]["status"], 1);
     EXPECT_THAT(refused["log"].dump(), HasSubstr("MTKTVAPI failed:ret = -1"));
