@@ -18,7 +18,7 @@ set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private_libdir})
 install(DIRECTORY host/stress/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/hidlaudio)
-install(FILES README.md ARCHITECTURE.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md ARCHITECTURE.md CHANGELOG.md CONTRIBUTING.md NOTICE SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 foreach(page ${HIDLAUDIO_PAGES})
   string(REGEX MATCH "[18][.]gz$" section ${page})
   string(SUBSTRING ${section} 0 1 section)
