@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Debian's builds of the platform's base libraries: sp<> and RefBase, native
 # handles, the Android log. They live in a folder of their own, hence the rpath.
 set(HIDLAUDIO_ANDROID_INCLUDE /usr/include/android)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What `cpack -G DEB` makes of the installed tree, in the build folder.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME hidlaudio)

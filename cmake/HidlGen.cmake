@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # hidl_package(<prefix> PACKAGE <name> VERSIONS <version...> ROOT <dir>
 #              [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>])
 #

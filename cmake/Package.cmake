@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # cmake --install puts programs, libraries, manual and completion below a prefix; the
 # programs find their libraries relative to themselves, so that the tree can be moved.
 # `cpack -G DEB` makes a package of it.

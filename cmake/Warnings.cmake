@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Compiler settings that all targets of ours share: link to `hidlaudio_warnings`
 # (PRIVATE). Generated code and Debian's headers are not held to them.
 add_library(hidlaudio_warnings INTERFACE)

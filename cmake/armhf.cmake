@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Debian's cross compiler for 32-bit ARM, which finds Debian's armhf libraries beside the
 # native ones, and the emulator in which the programs run while building and testing.
 set(CMAKE_SYSTEM_NAME Linux)

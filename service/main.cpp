@@ -28,7 +28,7 @@ constexpr char kLogTag[] = "HidlAudio";
 struct Service {
     sp<IBase> (*construct)();
     status_t (*registerObject)(const sp<IBase>& object);
-    const char* failure;  // what is logged where it can't be registered
+    const char* failure;  // message that is logged if the registration fails
 };
 
 template <typename Interface, typename Implementation>
@@ -41,8 +41,8 @@ constexpr Service service(const char* failure) {
 }
 
 /**
- * In the order in which they are made and registered. Each constructor does what its
- * service needs of the TV's start-up, so the order of these actions is this one.
+ * The services are constructed and registered in this order. Each constructor waits for the parts of
+ * the TV that its service needs, so this is also the order of these waits.
  */
 constexpr Service kServices[] = {
     service<V3_1::IHdmiAudio, V3_1::implementation::HdmiAudio>(
@@ -63,7 +63,7 @@ constexpr Service kServices[] = {
         "########## HIDL MicControl server side: registerAsService() is failed:"),
 };
 
-/** The last one is released first. */
+/** The services in the order of kServices. */
 using Objects = std::array<sp<IBase>, std::size(kServices)>;
 
 Objects constructServices() {
@@ -72,7 +72,7 @@ Objects constructServices() {
     return objects;
 }
 
-/** Up to the first that fails; those before it stay registered. */
+/** Registers the services. Returns false after the first failure; the services before it stay registered. */
 bool registerServices(const Objects& objects) {
     for (size_t i = 0; i < objects.size(); ++i) {
         if (kServices[i].registerObject(objects[i]) == ::android::OK) continue;
@@ -82,16 +82,16 @@ bool registerServices(const Objects& objects) {
     return true;
 }
 
-/** Serves until the process is killed; coming back means that it could not. */
+/** Serves until the process is killed. Returns the exit status if that is not possible. */
 int serve() {
     logDebug(kLogTag, "########## HIDL server side: main() is called:");
-    // Constructors may wait for the audio HAL to be registered. That wait starts the process's
-    // thread pool, which has by default one thread of its own: without this call that thread
-    // would stay and serve beside the main thread.
+    // A constructor may wait until the audio HAL is registered. This wait starts the thread pool of the
+    // process, by default with one thread in addition to the main thread. Without this call that
+    // thread would serve calls concurrently with the main thread.
     ::android::hardware::configureRpcThreadpool(1, true);
     const Objects objects = constructServices();
-    // One thread, this one, serves all calls of all services. Repeated here because the
-    // configuration that holds when the pool is joined must not depend on what a constructor did.
+    // The main thread alone serves all calls of all services. The call is repeated, so that the
+    // configuration at the time of the join does not depend on the constructors.
     ::android::hardware::configureRpcThreadpool(1, true);
     if (registerServices(objects)) {
         ::android::hardware::joinRpcThreadpool();

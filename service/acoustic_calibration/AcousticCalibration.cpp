@@ -30,29 +30,29 @@ using platform::logError;
 constexpr int32_t kFailed = -1;
 constexpr int32_t kNoBackEnd = -2;
 
-/** Whether this model has a back-end controller. Assumed true until the EEPROM is read; constant afterwards.
- */
+/** Whether this model has a back-end controller. True until the EEPROM is read; constant afterwards. */
 bool backEndModel = true;
 
 sp<IPrimaryDevice> primaryDevice;  // constant once the service is constructed
 
-/** Counts how often the calibration was switched, so that a thread notices that another one did. */
+/** Number of switches of the calibration. A thread compares it to detect a switch by another thread. */
 uint32_t switches GUARDED_BY(calibrationLock) = 0;
 
-/** The offset in dB that the HAL is to know, and how often it has changed. */
+/** The level offset in dB that is reported to the HAL, and the number of its changes. */
 struct Offset {
     float value = 0.0F;
     uint32_t changes = 0;
 };
 Offset lastOffset GUARDED_BY(calibrationLock);
 
-/** How a calibration is applied, by backEndModel. `await` is to be called first, without a lock. */
+/** The functions that apply a calibration. Call `await` first, without a lock. */
 struct Path {
     int32_t (*await)();
     int32_t (*enable)(const CalibrationRecords& records);
     int32_t (*disable)();
 };
 
+/** [0] audio decoder driver, [1] back-end controller. */
 constexpr Path kPaths[] = {
     {awaitAudioDriver, enableCalibrationAudioDriver, disableCalibrationAudioDriver},
     {awaitSetCalibratedDataToBeCtrl, enableCalibrationBeCtrl, disableCalibrationBeCtrl},
@@ -85,7 +85,7 @@ hidl_vec<float> smoothDelayValues() {
     return smoothDelay().values;
 }
 
-/** Reports the offset to the HAL, and again if another thread has changed it meanwhile. */
+/** Reports the offset to the HAL. Repeats that if another thread has changed the offset meanwhile. */
 void publishOffset(const char* function) {
     Offset offset;
     do {
@@ -253,7 +253,7 @@ int32_t AcousticCalibration::storeSwitch(bool enable) {
     return setEnabledData(enable);
 }
 
-/** Applies the stored calibration at the start. The TV's result is ignored. */
+/** Applies the stored calibration at the start. The status of the TV is ignored. */
 void AcousticCalibration::restore() {
     CalibrationRecords records;
     const bool enabled = readSwitchOnBoot() == kCalibrationOn && readRecords(records) == 0;
@@ -264,8 +264,8 @@ void AcousticCalibration::restore() {
 }
 
 /**
- * Applies the calibration or a flat sound and stores the switch if the TV accepts that. The
- * offset is the calibration's even if the TV refuses it.
+ * Applies the calibration or a flat sound, and stores the switch if the TV accepts it. The offset changes
+ * even if the TV refuses.
  */
 int32_t AcousticCalibration::switchTo(const char* function, bool enable, const CalibrationRecords& records) {
     int32_t result = path().await();
@@ -292,9 +292,9 @@ AcousticCalibration::Stored AcousticCalibration::readStored() {
 }
 
 /**
- * Changes the smooth delay and applies the calibration with it: a flat one if the calibration
- * is off or cannot be read. If the TV refuses it, the smooth delay's switch goes back and its
- * values stay. Begins again if another thread switches the calibration meanwhile.
+ * Changes the smooth delay and applies the calibration with it, or a flat sound if the calibration is off
+ * or cannot be read. If the TV refuses, the switch of the smooth delay is restored, but its values are
+ * kept. Starts over if another thread switches the calibration meanwhile.
  */
 int32_t AcousticCalibration::changeSmoothDelay(const char* function, const Change& change) {
     for (;;) {

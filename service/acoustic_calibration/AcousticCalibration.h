@@ -19,17 +19,18 @@ using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 
 /**
- * The calibration of the TV's sound to the listening room. Results and switch are kept in
- * files, the smooth delay and the model in the process; the object holds the locks of the
- * files. The interface describes the methods. Any thread.
+ * The calibration of the TV's sound to the listening room. Files keep the results and the switch. The
+ * smooth delay and the model belong to the process; the object holds only the locks of the files. The
+ * interface describes the methods. Any thread.
  */
 class AcousticCalibration : public IAcousticCalibration {
   public:
     /**
-     * Waits for the TV platform service, finds out whether the TV has a back-end
-     * controller and waits until that has booted, then applies the stored calibration. May
-     * block for 55 s; failures are logged. Without an audio HAL now there is none until the
-     * next start, and nothing is restored. Main thread.
+     * Waits for the TV platform service, reads whether the TV has a back-end controller, waits
+     * until that has booted, and applies the stored calibration. May block for 55 s, longer if
+     * the audio HAL is declared but not registered. Failures are logged. If the HAL cannot be
+     * opened, nothing is restored, and the service works without the HAL until the next start.
+     * Main thread.
      */
     AcousticCalibration();
 
@@ -45,7 +46,7 @@ class AcousticCalibration : public IAcousticCalibration {
     Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 
   private:
-    /** The calibration as the files have it, which a smooth delay is applied with. */
+    /** The calibration in the files, with which a smooth delay is applied. */
     struct Stored {
         uint32_t switches;  // value of the counter before the files were read
         bool enabled;

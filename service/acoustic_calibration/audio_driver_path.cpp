@@ -21,9 +21,9 @@ constexpr uint32_t kPostProcessorReady = 0x42;
 constexpr int kQueries = 50;
 constexpr timespec kInterval{0, 200000000};
 
-/** Settings of the driver. Constructed as a flat sound. */
+/** Settings of the driver. The default is a flat sound. */
 struct DriverSettings {
-    float gains[32]{};      // in dB; the last belongs to no band and stays 0
+    float gains[32]{};      // in dB; the driver has 32 gains for 31 bands, the last one stays 0
     int8_t volumeOffset{};  // in tenths of a dB
 };
 
@@ -36,14 +36,14 @@ DriverSettings makeCalibratedDataForAudioDriver(const CalibrationRecords& record
     return settings;
 }
 
-/** Stores 0 in `answer` if the post-processor is not ready. Returns the middleware's status. */
+/** Sets `answer` to 0 if the post-processor is not ready. Returns the middleware's status. */
 int32_t queryPostProcessor(uint32_t& answer) {
     answer = 0;
     const std::lock_guard lock(middlewareLock);
     return MTAUDPOST_GetParameters({kPostProcessorReady, 1, &answer, {}});
 }
 
-/** Returns 0 when ready, 1 after the whole wait, -1 if the post-processor cannot be queried. */
+/** Waits up to 10 s. Returns 0 if the post-processor is ready, 1 after a time-out, or -1 if a query fails. */
 int32_t checkCpupostReady() {
     for (int query = 0; query < kQueries; ++query) {
         uint32_t answer = 0;

@@ -14,22 +14,22 @@ namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
  */
 
 /**
- * Waits until the driver can be given a calibration: for the TV platform service, 20 s at most,
- * and for the audio post-processor, 10 s at most. Any thread, without a lock.
+ * Waits until the driver accepts a calibration: up to 20 s for the TV platform service, then up to 10 s
+ * for the audio post-processor. Any thread that holds no lock.
  *
- * @return 0, or -1 if the platform service is not ready
+ * @return 0, also if the post-processor is not ready; -1 if the platform service is not ready
  */
 int32_t awaitAudioDriver();
 
 /**
- * Applies the calibration results; a flat sound if they have no front-left channel.
+ * Applies the calibration results, or a flat sound if they have no front-left channel.
  *
- * @return 0 or the driver's status: the equalizer is as before if the driver refuses it, and
- *     flat if it refuses the volume offset
+ * @return 0, or the driver's status. If the driver refuses the equalizer, nothing changes; if it
+ *     refuses the volume offset, the equalizer is flat.
  */
 int32_t enableCalibrationAudioDriver(const CalibrationRecords& records) REQUIRES(calibrationLock);
 
-/** Applies a flat sound; the same results. */
+/** Applies a flat sound. Returns as enableCalibrationAudioDriver() does. */
 int32_t disableCalibrationAudioDriver() REQUIRES(calibrationLock);
 
 }  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

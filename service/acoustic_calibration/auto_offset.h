@@ -7,15 +7,15 @@
 
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
-/** Level offset of a calibration, as reported to the audio HAL. Any thread. */
+/** The level offset of a calibration, which is reported to the audio HAL. Any thread. */
 
 /** Returns the level in dB of the first front-left channel, or 0 if there is none. */
 float getAutoCalibOffset(const CalibrationRecords& records);
 
 /**
- * Reports the offset in dB to the HAL, with 12 dB added on a TV without a back-end controller.
- * `function` is the function name printed in the log. The HAL's result is ignored; a null
- * `device` is skipped. Waits for the HAL: not to be called with a lock.
+ * Reports the offset in dB to the HAL, plus 12 dB on a TV without a back-end controller. `function` is the
+ * function name printed in the log. The HAL's result is ignored; if `device` is null, the offset is only
+ * logged. Blocks until the HAL returns: the caller must not hold a lock.
  */
 void publishAutoCalibOffset(const char* function,
                             const ::android::sp<::android::hardware::audio::V5_0::IPrimaryDevice>& device,

@@ -9,24 +9,23 @@ namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 /** Size of the controller's calibration block in bytes. */
 constexpr size_t kCalibrationBlockSize = 36;
 
-/** Waits up to 20 s for the TV platform service. Returns 0, or -1 after a time-out. Without a lock. */
+/** Waits up to 20 s for the TV platform service, without a lock. Returns 0, or -1 after a time-out. */
 int32_t checkDtvSvcBoot();
 
-/** Whether the TV has a back-end audio controller. True if its EEPROM cannot be read. */
+/** Returns whether the TV has a back-end audio controller; true if the EEPROM cannot be read. */
 bool isBeModel();
 
-/** Waits up to 15 s for the controller. Returns a platform::BootWait. Without a lock. */
+/** Waits up to 15 s for the controller, without a lock. Returns a platform::BootWait. */
 int32_t checkBeCtrlBoot();
 
 /**
- * Waits up to 20 s until setCalibratedDataToBeCtrl can be called. A step of its own, so that the
- * caller need not hold its lock meanwhile. Returns 0, or -1 after a time-out.
+ * Waits up to 20 s until setCalibratedDataToBeCtrl can be called. A separate function, so that the caller
+ * need not hold its lock during the wait. Returns 0, or -1 after a time-out.
  */
 int32_t awaitSetCalibratedDataToBeCtrl();
 
 /**
- * Gives the controller its calibration. The command is sent even if the middleware cannot be
- * opened.
+ * Sends a calibration block to the controller, even if the middleware cannot be opened.
  *
  * @param block kCalibrationBlockSize bytes
  * @return the middleware's status, 0 for success

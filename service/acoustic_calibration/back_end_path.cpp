@@ -11,7 +11,7 @@
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
-/** What the controller takes. Little-endian, as all of this TV is. */
+/** The controller's calibration block. Little-endian, as is the TV's processor. */
 struct CalibrationBlock {
     uint8_t gains[kBands];   // 128 + tenths of a dB
     uint8_t level;           // as gains
@@ -21,12 +21,14 @@ struct CalibrationBlock {
 static_assert(sizeof(CalibrationBlock) == kCalibrationBlockSize, "the controller's layout");
 static_assert(offsetof(CalibrationBlock, frontLeftDelay) == 32, "the controller's layout");
 
-/** The lowest byte of the sum: no checked value goes beyond it. */
+/** Returns 128 + tenths of a dB. Accepted values always fit one byte. */
 uint8_t toByte(float decibels) {
     return static_cast<uint8_t>(128U + static_cast<uint32_t>(toTenths(decibels)));
 }
 
-/** The lower half of the number: only a smooth delay, which nobody checks, can go beyond it. */
+/**
+ * Returns the low 16 bits of a delay in samples. Only a smooth delay, which is not checked, can exceed them.
+ */
 int16_t toDelay(float milliseconds) {
     return static_cast<int16_t>(toSamples(milliseconds));
 }
@@ -38,7 +40,7 @@ CalibrationBlock makeDefaultDataForBeCtrl() {
     return block;
 }
 
-/** Of several channels of one name the last counts. */
+/** Adds a channel. If several channels share a name, the last one wins. */
 void addChannel(const aud_ac_data_Table& record, CalibrationBlock& block) {
     const std::string name = channelName(record);
     if (name == kFrontLeft) {
@@ -51,8 +53,8 @@ void addChannel(const aud_ac_data_Table& record, CalibrationBlock& block) {
 }
 
 CalibrationBlock makeCalibratedDataForBeCtrl(const CalibrationRecords& records) {
-    // Results without a front-left channel leave the sound flat, as on a TV without a
-    // controller; a block of zeros would turn it down by 12.8 dB in every band.
+    // If the results have no front-left channel, the sound is flat, as on a TV without a controller. A
+    // block of zeros would lower every band by 12.8 dB.
     CalibrationBlock block = makeDefaultDataForBeCtrl();
     std::for_each_n(records.begin(), usedChannels(records),
                     [&block](const aud_ac_data_Table& record) { addChannel(record, block); });

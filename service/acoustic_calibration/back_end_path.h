@@ -9,11 +9,11 @@
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
- * The calibration of a TV with a back-end controller, which takes it as one block. While smooth
- * delay is on, its delays replace those of the calibration, whether that is on or off. Call
+ * The calibration of a TV with a back-end controller, which receives it as one block. While the smooth
+ * delay is on, its delays replace those of the calibration, whether the calibration is on or off. Call
  * awaitSetCalibratedDataToBeCtrl first.
  *
- * @return the middleware's status, 0 for success; a failure is logged
+ * Both functions return the middleware's status, 0 for success. A failure is logged.
  */
 
 /** Applies the equalizer and level of the front-left channel, and the delays of both front channels. */

@@ -15,7 +15,7 @@ using ::android::hardware::hidl_vec;
 using platform::logError;
 
 struct Range {
-    const char* name;  // in the log
+    const char* name;  // as printed in the log
     float least;
     float most;
 };
@@ -24,7 +24,7 @@ constexpr Range kLevels{"Volume", -9.0F, 9.0F};   // in dB
 constexpr Range kDelays{"Delay", 0.0F, 10.0F};    // in ms
 constexpr Range kGains{"GEQ Gain", -9.0F, 9.0F};  // in dB
 
-/** Written so that what is no number lies in no range. */
+/** Returns whether a value is in a range; logs a value that is not. NaN is out of range. */
 bool isIn(const Range& range, float value) {
     if (value >= range.least && value <= range.most) return true;
     logError(kLogTag, "[checkCalibratedData] [%s] is NG.  ffsetLevel: %10.5f ", range.name,

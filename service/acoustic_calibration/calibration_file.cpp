@@ -25,7 +25,7 @@ constexpr int kMaxItems = 10;
 
 template <typename Item>
 bool put(int fd, const Item& item) {
-    errno = 0;  // a write that comes back short leaves it alone
+    errno = 0;  // a short write does not set errno
     const ssize_t written = retryOnEintr([&] { return write(fd, &item, sizeof(item)); });
     return written == static_cast<ssize_t>(sizeof(item));
 }
@@ -35,10 +35,10 @@ bool putChannels(int fd, const ClientData& data) {
                        [fd](const V3_0::calibratedData& entry) { return put(fd, toRecord(entry)); });
 }
 
-/** The outcome of the next item of the file. */
+/** Kind of an item of the file, or Unreadable if it cannot be read. */
 enum class Item { Channel, Marker, End, Unreadable };
 
-/** Logs what fails, in the words of the one routine that reads the file. */
+/** Logs the name of a call that failed. Returns `success`. */
 bool succeeded(bool success, const char* call) {
     if (!success) logError(kLogTag, "[readCalibratedData] %s failed, errno %d", call, errno);
     return success;
@@ -46,7 +46,7 @@ bool succeeded(bool success, const char* call) {
 
 template <typename Value>
 bool get(FILE* file, Value& value) {
-    errno = 0;  // the end of the file is no error and leaves it alone
+    errno = 0;  // the end of the file does not set errno
     return succeeded(fread(&value, sizeof(value), 1, file) == 1, "fread");
 }
 

@@ -8,9 +8,9 @@
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
- * Guards the smooth delay, the order in which calibrations are sent to the TV and the offset
- * that the audio HAL is to know. Held over short calls of the middleware, never over a wait,
- * the HAL or a client. The locks of the files may be taken under it.
+ * Guards the smooth delay, the order in which calibrations are sent to the TV, and the offset that is
+ * reported to the audio HAL. Held during short calls of the middleware, but not during a wait or a call to
+ * the HAL or a client. A thread that holds it may take the lock of a file.
  */
 inline std::mutex calibrationLock;
 

@@ -21,10 +21,10 @@ using V3_0::bandEqualizer;
 using V3_0::channelCurve;
 using V3_0::channelFrequencyRange;
 
-/** A part of the file, and where it goes. */
+/** A region of the file, and its destination. */
 struct Region {
     uint32_t fileOffset;
-    uint16_t size;
+    uint16_t size;      // in bytes
     size_t dataOffset;  // in TuningData
 };
 
@@ -53,7 +53,7 @@ bool succeeded(bool success, const char* function, const char* call) {
 bool readRegion(const char* function, FILE* file, const Region& region, TuningData& data) {
     if (!succeeded(fseek(file, static_cast<long>(region.fileOffset), SEEK_SET) == 0, function, "fseek"))
         return false;
-    errno = 0;  // the end of the file is no error and leaves it alone
+    errno = 0;  // the end of the file does not set errno
     char* const destination = reinterpret_cast<char*>(&data) + region.dataOffset;
     return succeeded(fread(destination, 1, region.size, file) == region.size, function, "fread");
 }
@@ -68,7 +68,7 @@ bool readTuningData(const char* function, TuningData& data) {
     return whole;
 }
 
-/** In double precision, so that it is rounded once only. */
+/** Multiplies in double precision, so that the result is rounded to single precision only once. */
 template <typename Integer>
 float fromTenths(Integer tenths) {
     return static_cast<float>(tenths * 0.1);

@@ -7,11 +7,11 @@
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
- * Reads the settings of the room measurement from the tuning file as it is now. Its
- * values are handed on unchecked. Any thread.
+ * Reads the settings of the room measurement from the tuning file. The values are not checked. Any thread.
  *
- * @return 0; or -1, logged in the name of `function`, where the file cannot be read or
- *     ends too early: `parameters` are then unchanged
+ * @param function function name printed in the log
+ * @return 0, or -1 if the file cannot be read or is too short, which is logged; `parameters` is unchanged
+ *     then
  */
 int32_t readCalibrationParameters(const char* function, V3_0::calibrationParameters& parameters);
 

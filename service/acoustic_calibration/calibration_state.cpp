@@ -20,7 +20,7 @@ std::optional<int64_t> keptSwitch(const std::optional<PersistedFile>& file) {
     return file && file->size > 0 ? std::optional<int64_t>(file->start[0]) : std::nullopt;
 }
 
-/** By the size of the file alone; nothing for one that was not written whole. */
+/** Computes the number of channels from the file size. Returns `std::nullopt` for an incomplete file. */
 std::optional<int64_t> keptChannels(const std::optional<PersistedFile>& file) {
     constexpr int64_t kRecordSize = sizeof(aud_ac_data_Table);
     if (!file || file->size < kMarkerAndEnd || (file->size - kMarkerAndEnd) % kRecordSize != 0) return {};

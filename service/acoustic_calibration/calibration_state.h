@@ -7,15 +7,15 @@
 
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
-/** Descriptions of the calibration for a state dump, without its results. Any thread. */
+/** Items for a state dump, without the calibration results. Any thread. */
 
 /** Describes the process-wide smooth delay. */
 std::vector<platform::StateItem> describeSmoothDelay();
 
-/** Describes the file of the switch, whose lock the caller holds. Does not create it. */
+/** Describes the file of the switch. Does not create it. The caller holds the file's lock. */
 std::vector<platform::StateItem> describeEnabledFile();
 
-/** Describes the file of the results, whose lock the caller holds. Does not create it. */
+/** Describes the file of the results. Does not create it. The caller holds the file's lock. */
 std::vector<platform::StateItem> describeResultsFile();
 
 }  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

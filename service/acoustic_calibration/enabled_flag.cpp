@@ -24,25 +24,25 @@ int openFile(int flags) {
     return retryOnEintr([flags] { return open(kEnabledFile, flags | O_CLOEXEC, kPermissions); });
 }
 
-/** `verb` is what failed: "read". */
+/** Logs that a call failed. `verb` is its name, for example "read". Returns kFailed. */
 int32_t fail(const char* function, const char* verb) {
     logError(kLogTag, "[%s] %s AcousticCalibration enabled data failed, errno %d", function, verb, errno);
     return kFailed;
 }
 
-/** The byte, or kFailed. Closes `fd`. */
+/** Reads the byte and closes `fd`. Returns the byte, or kFailed. */
 int32_t readByte(const char* function, int fd) {
     uint8_t byte = kCalibrationOff;
-    errno = 0;  // an empty file leaves it alone
+    errno = 0;  // reading an empty file does not set errno
     const bool whole = retryOnEintr([&] { return read(fd, &byte, sizeof(byte)); }) == 1;
     const int32_t result = whole ? byte : fail(function, "read");
     close(fd);
     return result;
 }
 
-/** 0, or kFailed. Closes `fd`. */
+/** Writes the byte and closes `fd`. Returns 0, or kFailed. */
 int32_t writeByte(const char* function, int fd, uint8_t byte) {
-    errno = 0;  // a write that comes back short leaves it alone
+    errno = 0;  // a short write does not set errno
     const bool whole = retryOnEintr([&] { return write(fd, &byte, sizeof(byte)); }) == 1;
     if (whole) retryOnEintr([fd] { return fsync(fd); });
     const int32_t result = whole ? 0 : fail(function, "write");
@@ -77,7 +77,7 @@ bool readEnabledData(const char* function) {
         return false;
     }
     uint8_t byte = kCalibrationOff;
-    errno = 0;  // an empty file leaves it alone
+    errno = 0;  // reading an empty file does not set errno
     const bool whole = fread(&byte, sizeof(byte), 1, file) == 1;
     if (!whole) fail(function, "fread");
     fclose(file);

@@ -6,28 +6,32 @@
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
- * The file that keeps over a restart whether the calibration is on: one byte, 1 for on.
- * Any other is off.
+ * The file that keeps over a restart whether the calibration is on: one byte, 1 for on. Any other value is
+ * off.
  *
- * One call at a time: the caller holds the lock of the file. What goes wrong is logged.
+ * One call at a time: the caller holds the lock of the file. Failures are logged.
  */
 
-/** Where it lies. Its folder is there already. */
+/** Path of the file. The init script creates its folder. */
 constexpr char kEnabledFile[] = "/data/vendor/tovi/hidlaudio/aud_ac_enabled.data";
 
 constexpr uint8_t kCalibrationOff = 0;
 constexpr uint8_t kCalibrationOn = 1;
 
 /**
- * The byte, 0 to 255, or -1 where it cannot be read. Where there is no file this makes
- * one that says off.
+ * Reads the file at the start of the service. If it cannot be opened, creates it with kCalibrationOff.
+ *
+ * @return the byte, 0 to 255 (0 for a new file), or -1 if the file cannot be read, created or written
  */
 int32_t getEnabledOnBoot();
 
-/** Whether the file says on; false also where it cannot be read. In the log it is `function` that asks. */
+/**
+ * Returns whether the calibration is on; false if the file cannot be read. `function` is the function name
+ * printed in the log.
+ */
 bool readEnabledData(const char* function);
 
-/** Writes the file anew. 0, or -1 where it may not hold the byte. */
+/** Rewrites the file. Returns 0, or -1 if the file could not be opened or written. */
 int32_t setEnabledData(bool enable);
 
 }  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -3,7 +3,6 @@
 
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
-/** Under which the acoustic calibration logs. */
 constexpr char kLogTag[] = "AudioAC";
 
 }  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -4,7 +4,7 @@
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
-/** Towards zero. */
+/** Truncates towards zero. Values beyond 32 bits become the nearest limit; NaN becomes 0. */
 int32_t truncate(float value) {
     constexpr float kBeyond = 2147483648.0F;
     if (value >= kBeyond) return INT32_MAX;

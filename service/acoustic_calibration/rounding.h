@@ -6,15 +6,17 @@
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
- * From the client's units to the TV's, in single precision. A damaged file may hold any
- * number: what is beyond 32 bits becomes the nearest value that is not, what is no
- * number 0.
+ * Conversions from the units of clients to the units of the TV, in single precision. A damaged file may
+ * hold any number: a result beyond 32 bits becomes the nearest limit, and NaN becomes 0.
  */
 
-/** A level or gain in tenths of a dB, rounded half away from zero. */
+/** Returns a level or gain in tenths of a dB, rounded half away from zero. */
 int32_t toTenths(float decibels);
 
-/** A delay in samples at 48 kHz. Negative delays, which no calibration has, round towards zero. */
+/**
+ * Returns a delay in samples at 48 kHz: adds one half and truncates. Negative delays, which only a smooth
+ * delay can have, are therefore not rounded to the nearest sample.
+ */
 int32_t toSamples(float milliseconds);
 
 }  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

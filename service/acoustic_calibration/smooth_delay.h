@@ -16,21 +16,23 @@ namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
  */
 struct SmoothDelay {
     bool enabled = false;
-    std::vector<float>
-        values;  // in ms, front left and front right first; unchecked, further values are only kept
+    /** In ms, front left and front right first. Not checked; further values have no effect. */
+    std::vector<float> values;
 };
 
 /** Returns the process-wide smooth delay. */
 SmoothDelay& smoothDelay() REQUIRES(calibrationLock);
 
-/** Whether both front channels have a smooth delay now. */
+/** Returns whether the smooth delay is on and has values for both front channels. */
 bool isSmoothDelayInUse() REQUIRES(calibrationLock);
 
-/** Switches the smooth delay, if it is not so already. Switching on resets both delays to 0; switching off
- * keeps the values. */
+/**
+ * Switches the smooth delay. Does nothing if it is in that state already. Switching on resets the values to
+ * two delays of 0; switching off keeps the values.
+ */
 void switchSmoothDelay(SmoothDelay& delay, bool enable);
 
-/** Whether the number of values is valid: 2 to 9. */
+/** Returns whether the number of values is valid: 2 to 9. */
 bool isSmoothDelay(const ::android::hardware::hidl_vec<float>& delays);
 
 }  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

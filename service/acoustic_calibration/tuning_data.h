@@ -9,12 +9,14 @@
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 
 /**
- * What the model's acoustic tuning file holds of the room measurement, as it lies
- * there. Numbers are little-endian, as all of this TV's are; a tenth is 0.1 of the
- * value's unit.
+ * The parts of the model's acoustic tuning file for the room measurement, in the layout of the file.
+ * Numbers are little-endian, as is the TV's processor.
  */
 
-/** Four bytes, the first channel's in the most significant one; the lowest is of no channel. */
+/**
+ * Frequencies of three channels, one byte each, the first channel in the highest byte. The lowest byte is
+ * unused.
+ */
 using PackedFrequencies = uint32_t;
 
 struct PackedRanges {
@@ -24,8 +26,8 @@ struct PackedRanges {
 
 struct ParameterBlock {
     int32_t intValues1To5[5];
-    uint32_t scaledValues1To3[3];  // tenths, as all scaled values
-    int32_t scaledValue5;          // before the fourth
+    uint32_t scaledValues1To3[3];  // all scaled values are in tenths of the unit
+    int32_t scaledValue5;          // stored before scaledValue4
     int32_t scaledValue4;
     int32_t intValues6And7[2];
     uint32_t scaledValue6;
@@ -38,7 +40,7 @@ static_assert(offsetof(ParameterBlock, ranges) == 0x38, "the file's layout");
 static_assert(sizeof(ParameterBlock) == 196, "the file's layout");
 
 struct CurveBlock {
-    int32_t enabled;        // 1, and no other number, for yes
+    int32_t enabled;        // 1 for enabled; any other number means disabled
     int32_t gains[kBands];  // in tenths of a dB
 };
 static_assert(sizeof(CurveBlock) == 128, "the file's layout");

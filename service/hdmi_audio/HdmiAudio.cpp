@@ -33,9 +33,9 @@ constexpr platform::MiddlewareOpening kOpening{platform::MiddlewareSession::Play
                                                "HdmiAudio mtal open success"};
 
 /**
- * Examines the outcome of a call to a client and ignores it. A client that died before its
- * death notice came must stop neither the service nor the other callbacks; the notice removes
- * its callback.
+ * Reads the status of a call to a client and ignores it. HIDL aborts the process if the status of a failed
+ * call is never read. A client may be dead before its death notice arrives; the notice then removes its
+ * callback.
  */
 void examine(const ::android::hardware::details::return_status& status) {
     static_cast<void>(status.isOk());
@@ -102,7 +102,7 @@ void HdmiAudio::serviceDied(uint64_t /*cookie*/, const wp<IBase>& who) {
 void HdmiAudio::notify(const hidl_vec<hidl_string>& applied) {
     std::vector<CallbackList::Callback> registered;
     {
-        // Called with the mutex free: a client may register another callback from inside its own.
+        // The callbacks are called without the mutex: a client may register a callback from inside its own.
         const std::lock_guard<std::mutex> lock(mutex_);
         registered = callbacks_.copy();
     }

@@ -19,9 +19,9 @@ using ::android::hardware::Return;
 using ::android::hidl::base::V1_0::IBase;
 
 /**
- * The HDMI audio capabilities. The levels live in the middleware's configuration store; the
- * service keeps only the callbacks of its clients, in the order in which they were registered,
- * and drops those of a client that dies. The interface describes the methods. Any thread.
+ * The HDMI audio capabilities. The middleware's configuration store keeps the levels. The service keeps
+ * only the callbacks of its clients, in the order of registration, and drops the callbacks of a client
+ * that dies. The interface describes the methods. Any thread.
  */
 class HdmiAudio : public IHdmiAudio, public ::android::hardware::hidl_death_recipient {
   public:
@@ -36,7 +36,7 @@ class HdmiAudio : public IHdmiAudio, public ::android::hardware::hidl_death_reci
     Return<void> setCallback(const sp<V1_1::IHdmiAudioCallback>& callback) override;
     Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override;
 
-    /** Drops the callback `who`, whose process has died; does nothing if `who` is gone as well. */
+    /** Drops the callback `who`, whose process has died. Does nothing if `who` was destroyed already. */
     void serviceDied(uint64_t cookie, const wp<IBase>& who) override;
 
   private:

@@ -10,8 +10,8 @@ using ::android::sp;
 using ::android::hidl::base::V1_0::IBase;
 
 /**
- * Identifies the object behind an interface while the interface lives. Each call that passes a
- * client's object makes another proxy of it, but all of them share one binder.
+ * Returns an address that identifies the object behind an interface as long as the interface exists. Each
+ * call that passes an object of a client creates another proxy for it, but all proxies share one binder.
  */
 const void* identify(const sp<IBase>& interface) {
     if (!interface->isRemote()) return interface.get();

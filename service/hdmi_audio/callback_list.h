@@ -10,9 +10,9 @@
 namespace com::tovi::dtv::hardware::audio::hdmi_audio {
 
 /**
- * Callbacks in the order in which they were added; one that is added twice is there twice. A
- * client may register thousands, and each of them is removed by a death notice of its own, so
- * that adding and removing take the same time however many there are. One thread at a time.
+ * Callbacks in the order in which they were added. A callback that is added twice is listed twice. A client
+ * may register thousands, each of which gets its own death notice, so adding and removing take constant
+ * time. One thread at a time.
  */
 class CallbackList {
   public:
@@ -25,7 +25,7 @@ class CallbackList {
     /** Adds a callback, which must not be null. */
     void add(const Callback& callback);
 
-    /** Removes each entry of the same object as `who`. Returns the number of entries removed. */
+    /** Removes all entries of the object behind `who`. Returns the number of removed entries. */
     size_t remove(const ::android::sp<::android::hidl::base::V1_0::IBase>& who);
 
   private:

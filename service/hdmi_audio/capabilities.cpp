@@ -23,8 +23,7 @@ using platform::WritableConfigKey;
 constexpr char kNone[] = "NONE";
 constexpr int32_t kNoLevel = -1;
 
-/** The names of a group's levels, each at the place that is its value in the store; null where there is none.
- */
+/** The names of a group's levels. The index is the value in the store; null if the value has no name. */
 using Names = std::array<const char*, 4>;
 
 constexpr Names kArcDdCapabilities{"ARC_DD_NONE", "ARC_DD_PLUS", "ARC_DD_ATMOS"};
@@ -34,14 +33,14 @@ constexpr Names kArcMp4Capabilities{"ARC_MP4AAC_NONE", "ARC_MP4AAC_5_1", "ARC_MP
 struct Group {
     const Names& names;
     const ConfigKey& key;
-    const char* getter;                   // the name of reading it in the log
-    const WritableConfigKey* settingKey;  // null where it can't be set
-    const char* setter;
-    std::string_view prefix;
-    const char* stateName;
+    const char* getter;                   // name in the log messages of a read
+    const WritableConfigKey* settingKey;  // null if the level cannot be set
+    const char* setter;                   // name in the log messages of a write
+    std::string_view prefix;              // of the entries that set the level
+    const char* stateName;                // name in the state dump
 };
 
-/** In the order in which clients get them. */
+/** The groups in the order of getAudioCapabilities(). */
 constexpr Group kGroups[] = {
     {kArcDdCapabilities, platform::kArcDdCapability, "getArcDdCapability", &platform::kArcDdCapability,
      "setArcDdCapability", "ARC_DD_", "arc_dd_key"},
@@ -105,7 +104,7 @@ int32_t write(const Group& group, const std::vector<std::string>& request) {
 hidl_vec<hidl_string> readCapabilities() {
     hidl_vec<hidl_string> capabilities;
     capabilities.resize(std::size(kGroups));
-    // A loop, since the order of the reads is the order of the log.
+    // A loop with an index: the order of the reads determines the order of the log messages.
     for (size_t i = 0; i < capabilities.size(); ++i) capabilities[i] = read(kGroups[i]);
     return capabilities;
 }

@@ -112,7 +112,7 @@ Return<int32_t> HeadphoneVirtualizer::discardParameterBuffer(int32_t bufferHandl
     const std::lock_guard lock(virtualizerLock);
     logDebug(kLogTag, "[%s] start. handle=%d", __func__, bufferHandle);
     int32_t result = kHandleNotFound;
-    // A client that frees its buffer inside the callback still has a valid handle.
+    // A client may free its buffer from inside the callback: the handle is still valid there.
     if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle, EvenIfOver::Yes); slot != nullptr) {
         logKind(__func__, *slot);
         result = discardParameterBufferInt(slot);
@@ -206,7 +206,8 @@ int32_t HeadphoneVirtualizer::setSwitch(const char* function, Switch which, bool
     }
     int32_t result = awaitSetEnabledToBeCtrl();
     if (result == 0) {
-        // Sent and stored under the lock, so that two threads store what the controller got last.
+        // Sent and stored under one lock, so that the stored value is the last one sent, also if two threads
+        // set the switch.
         const std::lock_guard lock(virtualizerLock);
         result = setEnabledToBeCtrl(kCommands[which], enable);
         if (result == 0) switches_[which] = enable;

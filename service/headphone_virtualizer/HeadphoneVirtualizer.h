@@ -17,16 +17,16 @@ using V5_0::IHeadphoneVirtualizerCallback;
 using V5_0::ParamType;
 
 /**
- * The headphone virtualizer. The interface describes the methods. The switches are as the
- * controller last accepted them and start anew with the object; the buffers belong to the
- * process, since the controller has room for one of each kind. Any thread: a client may call
- * from inside its callback, while the main thread serves other clients.
+ * The headphone virtualizer. The interface describes the methods. The object holds the switches as the
+ * controller last accepted them. The buffers belong to the process, since the controller has room for only
+ * one of each kind. Any thread: a client may call from inside its callback, on a transfer thread, while the
+ * main thread serves other clients.
  */
 class HeadphoneVirtualizer : public IHeadphoneVirtualizer {
   public:
     /**
-     * Finds out whether the TV has a back-end controller, and waits until that has booted.
-     * May block for 35 s; failures are logged. Main thread.
+     * Reads whether the TV has a back-end controller, and waits until that has booted. May block for
+     * 35 s; failures are logged. Main thread.
      */
     HeadphoneVirtualizer();
 

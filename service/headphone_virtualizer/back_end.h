@@ -5,18 +5,18 @@
 
 namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
-/** Waits up to 20 s for the TV platform service. Returns 0, or -5 after a time-out. Without a lock. */
+/** Waits up to 20 s for the TV platform service, without a lock. Returns 0, or -5 after a time-out. */
 int32_t checkDtvSvcBootForHV();
 
-/** Whether the TV has a back-end audio controller. False if its EEPROM cannot be read. */
+/** Returns whether the TV has a back-end audio controller; false if the EEPROM cannot be read. */
 bool isBeModelForHV();
 
-/** Waits up to 15 s for the controller. Returns a platform::BootWait. Without a lock. */
+/** Waits up to 15 s for the controller, without a lock. Returns a platform::BootWait. */
 int32_t checkBeCtrlBootForHV();
 
 /**
- * Waits up to 20 s until setEnabledToBeCtrl can be called. A step of its own, so that the caller
- * need not hold its lock meanwhile. Returns 0, or -5 after a time-out.
+ * Waits up to 20 s until setEnabledToBeCtrl can be called. A separate function, so that the caller need not
+ * hold its lock during the wait. Returns 0, or -5 after a time-out.
  */
 int32_t awaitSetEnabledToBeCtrl();
 

@@ -33,7 +33,7 @@ int32_t readBeCtrlTransferState(const char* path, BeCtrlTransferState& state) {
         return kUnreadable;
     }
     uint8_t bytes[sizeof(state)];
-    errno = 0;  // a file that is too short leaves it alone
+    errno = 0;  // reading a short file does not set errno
     const bool complete = fread(bytes, 1, sizeof(bytes), file) == sizeof(bytes);
     if (complete) {
         state = {static_cast<int8_t>(bytes[0]), bytes[1]};

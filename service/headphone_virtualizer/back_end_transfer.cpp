@@ -14,7 +14,7 @@ using platform::logError;
 constexpr char kDevice[] = "/dev/tovi_bectrl";
 constexpr int32_t kUnreachable = -5;
 
-/** `function` is who asks, for the log. */
+/** Sends one request to the driver. `function` is the function name printed in the log. */
 int32_t request(const char* function, uint32_t code, void* argument) {
     const int fd = open(kDevice, O_RDWR | O_CLOEXEC);
     if (fd < 0) {

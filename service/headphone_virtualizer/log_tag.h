@@ -3,7 +3,6 @@
 
 namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
-/** The tag of all that this room logs. */
 constexpr char kLogTag[] = "AudioHV";
 
 }  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

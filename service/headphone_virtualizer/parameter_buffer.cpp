@@ -22,7 +22,7 @@ int32_t allocateParameterBufferInt(aud_hv_parameter* slot, int32_t size) {
              slot->handle);
     do {
         discardParameterBufferInt(slot);
-        // During its wait another thread may have allocated a buffer of this kind.
+        // While the discard waits, another thread may allocate a buffer of this kind.
     } while (slot->handle != kNoHandle);
     if (size >= 0) slot->data.reset(static_cast<uint8_t*>(malloc(static_cast<size_t>(size))));
     if (slot->data == nullptr) {
@@ -43,10 +43,11 @@ int32_t discardParameterBufferInt(aud_hv_parameter* slot) {
     if (isUploading(*slot)) {
         logDebug(kLogTag, "[%s] call cancel()", __func__);
         cancelInt(*slot);
-        // A call from inside a callback runs on the very thread that ends the upload.
+        // A call from inside a callback runs on the thread that ends the upload, so it must not wait for
+        // that.
         if (!isTransferThreadOf(slot->kind)) waitSelfParamTransferThreadFinish(*upload);
     }
-    // After a wait the slot is free, or another thread's.
+    // After a wait the slot may be free already, or belong to another thread.
     if (slot->handle != kNoHandle && slot->upload == upload) {
         logDebug(kLogTag, "[%s] release memory.", __func__);
         initializeParameter(slot);

@@ -8,22 +8,22 @@
 namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /**
- * A buffer's life up to its upload: allocated at its full size, filled from front to back,
- * discarded. Any thread that holds the lock. A null slot is logged and refused.
+ * Allocates, fills and discards a buffer. Any thread that holds the lock. If a slot is null, the functions
+ * fail and log that.
  */
 
 /**
- * Allocates a buffer of `size` bytes in place of the slot's present one, which is discarded
- * first: blocks as discardParameterBufferInt does.
+ * Allocates a buffer of `size` bytes. The slot's existing buffer is discarded first, so the call may block as
+ * discardParameterBufferInt does.
  *
  * @return the handle, or 0 if there is not enough memory or `size` is negative
  */
 int32_t allocateParameterBufferInt(aud_hv_parameter* slot, int32_t size) REQUIRES(virtualizerLock);
 
 /**
- * Frees the buffer. Cancels an upload and waits for its end, up to 20 s, with the lock
- * released; an upload that lasts longer is left to its thread. Does not wait on the slot's own
- * transfer thread, that is, for a call from inside the upload's callback.
+ * Frees the buffer. If it is being uploaded, cancels the upload and waits up to 20 s for its end, with the
+ * lock released; after a time-out the upload stays with its thread. Does not wait if it is called on the
+ * slot's own transfer thread, that is, from inside the upload's callback.
  *
  * @return kSuccess, or kNotSupported for null
  */
@@ -32,8 +32,8 @@ int32_t discardParameterBufferInt(aud_hv_parameter* slot) REQUIRES(virtualizerLo
 /**
  * Appends bytes.
  *
- * @return kSuccess; kBusy during an upload, kSizeError if the bytes do not fit: nothing is
- *     copied then
+ * @return kSuccess, kBusy during an upload, or kSizeError if the bytes do not fit. After an error nothing is
+ *     copied.
  */
 int32_t appendInt(aud_hv_parameter* slot, const uint8_t* bytes, size_t count) REQUIRES(virtualizerLock);
 

@@ -10,13 +10,13 @@ namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 using V5_0::ParamType;
 
-/** What is peculiar to a kind of parameters. */
+/** Constants of a kind of parameters. */
 struct ParameterKind {
     ParamType type;
     uint32_t setIoctl;
     uint32_t cancelIoctl;
     const char* wakeLock;
-    const char* stateFile;  // where the controller tells how a transfer stands
+    const char* stateFile;  // path of the proc file with the state of a transfer
 };
 
 constexpr ParameterKind kDeviceParameters{ParamType::DEVICE, BECTRL_IOC_SET_DEVICE_PARAMETER,

@@ -15,7 +15,7 @@ constexpr int32_t kNoSlot = -3;
 aud_hv_parameter deviceSlot GUARDED_BY(virtualizerLock){kDeviceParameters};
 aud_hv_parameter hrtfSlot GUARDED_BY(virtualizerLock){kHrtfParameters};
 
-/** Whether the calling thread is delivering the result of the slot's upload. */
+/** Returns whether the calling thread is currently delivering the result of the slot's upload. */
 REQUIRES(virtualizerLock) bool isOver(const aud_hv_parameter& slot) {
     return slot.upload != nullptr && slot.upload == slot.carried && isTransferThreadOf(slot.kind);
 }
@@ -61,7 +61,7 @@ int32_t initializeParameter(aud_hv_parameter* slot) {
     slot->appendAccumulation = 0;
     slot->data.reset();
     slot->callback.clear();
-    // A queued upload that is given up has been cancelled: its data will not be sent.
+    // If a queued upload is given up, it has been cancelled, so its data will not be sent.
     if (slot->upload != nullptr && slot->upload != slot->carried) slot->upload->data.reset();
     slot->upload.reset();
     return 0;

@@ -5,33 +5,33 @@
 
 namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
-/** The service's side of an upload: start and cancel. Any thread that holds the lock. */
+/** Starts and cancels uploads. Any thread that holds the lock. */
 
 /**
- * Whether the controller can be given an upload. It is not asked while an upload of ours runs:
- * the new one will wait.
+ * Checks whether the controller can accept an upload. Does not read the controller's state while an upload
+ * of this daemon runs, since the new upload waits for that.
  *
  * @return kSuccess, kBusy, or kNotSupported if the controller's state cannot be read
  */
 int32_t checkResuming() REQUIRES(virtualizerLock);
 
 /**
- * Whether the kind's transfer thread still works on an upload, perhaps one that the slot has
- * given up, so that no other upload can start. False on that thread itself: an upload that is
- * applied from inside the callback is carried out after it.
+ * Returns whether the kind's transfer thread still works on an upload, even one that the slot has given up:
+ * no other upload can start then. False on that thread itself, because an upload that is applied from
+ * inside the callback runs after it.
  */
 bool isWindingDown(const aud_hv_parameter& slot) REQUIRES(virtualizerLock);
 
 /**
- * Starts the upload of the slot's full buffer, which belongs to the upload's thread from then
- * on. The upload waits for the other kind's upload that is under way now, if there is one.
+ * Starts the upload of the slot's full buffer. The data then belongs to the upload's thread. If an upload of
+ * the other kind is under way, the new upload waits for it.
  *
- * @return false if no thread can be created; the slot is as before then
+ * @return false if no thread can be created; the buffer is unchanged then
  */
 bool startTransfer(aud_hv_parameter& slot) REQUIRES(virtualizerLock);
 
 /**
- * Asks the slot's upload to end and returns at once; the callback reports the outcome.
+ * Requests the end of the slot's upload and returns at once; the callback reports the result.
  *
  * @return kSuccess, or kNotCancelled if there is no upload or the controller refuses
  */

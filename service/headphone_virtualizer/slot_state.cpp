@@ -22,7 +22,9 @@ REQUIRES(virtualizerLock) const char* describe(const Upload* upload) {
     return upload != nullptr ? nameOf(upload->transferState) : "none";
 }
 
-/** The upload that the slot has given up and that is not over for its thread or the driver. */
+/**
+ * Returns an upload that the slot has given up but that its thread or the driver still uses, or `nullptr`.
+ */
 const Upload* earlierUpload(const aud_hv_parameter& slot) {
     return slot.carried != nullptr && slot.carried != slot.upload ? slot.carried.get() : slot.lingering.get();
 }

@@ -9,7 +9,7 @@
 
 namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
-/** Describes a kind's buffer and its upload, without their contents. Any thread that holds the lock. */
+/** Describes the buffer and the upload of a kind, without the data. Any thread that holds the lock. */
 std::vector<platform::StateItem> describeSlot(ParamType type) REQUIRES(virtualizerLock);
 
 }  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

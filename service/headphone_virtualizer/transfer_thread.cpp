@@ -18,7 +18,7 @@ using platform::logInfo;
 
 constexpr char kThread[] = "paramTransferThread";
 
-/** Results that the callback receives, besides the controller's own. */
+/** Results for the callback that do not come from the controller. */
 enum Outcome : int32_t { kCancelled = 1, kNotHandedOver = -2, kTimeout = -2, kNotPrepared = -3 };
 
 /** Kind of the calling transfer thread; null on every other thread. */
@@ -44,7 +44,7 @@ void releaseWakeLock(const char* name) {
     }
 }
 
-/** Returns the controller's result. A failed read leaves the state as it was. */
+/** Waits for the end of the transfer. Returns the controller's result, or kTimeout. */
 int32_t awaitOutcome(const TransferWatch& watch, Upload& upload) {
     BeCtrlTransferState state{};
     for (;;) {
@@ -76,7 +76,10 @@ int32_t transfer(Upload& upload) {
     return awaitOutcome(watch, upload);
 }
 
-/** Waits for the upload's predecessor. A queued upload may have been cancelled before its thread took it. */
+/**
+ * Waits for the upload's predecessor. Returns 0 or a WaitResult. A queued upload may have been cancelled
+ * before its thread starts it.
+ */
 int32_t awaitTurn(const Upload& upload, bool wasQueued) {
     const std::lock_guard lock(virtualizerLock);
     if (wasQueued && upload.cancelFlag) return kWaitCancelled;
@@ -108,11 +111,14 @@ void notifyClient(const sp<IHeadphoneVirtualizerCallback>& callback, int32_t res
     if (!told.isOk()) logError(kLogTag, "[%s] the client cannot be told: %d", kThread, result);
 }
 
-/** Ends the upload for everybody else. Returns the upload that the thread carries out next, or null. */
+/**
+ * Marks the upload as ended for all other threads and frees its slot. Returns the upload that the thread runs
+ * next, or `nullptr`.
+ */
 std::shared_ptr<Upload> passOn(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload) {
     const std::lock_guard lock(virtualizerLock);
     upload->transferState = TransferState::Idle;
-    // Only one transfer of a kind is ever with the driver.
+    // The driver holds at most one transfer of a kind: a newer one has replaced the lingering one.
     if (upload->hold != DriverHold::None) slot.lingering.reset();
     if (upload->hold == DriverHold::Reading) slot.lingering = upload;
     if (slot.upload == upload) initializeParameter(&slot);
@@ -128,7 +134,7 @@ std::shared_ptr<Upload> finish(aud_hv_parameter& slot, const std::shared_ptr<Upl
     upload->predecessor.reset();
     if (upload->hold != DriverHold::Reading) upload->data.reset();
     upload->callback.clear();
-    // Before the slot is free: the next upload of this kind takes the same wake lock.
+    // Release it before the slot is free: the next upload of this kind uses the same wake lock.
     releaseWakeLock(upload->kind.wakeLock);
     auto next = passOn(slot, upload);
     logDebug(kLogTag, "paramTransferThread finished");

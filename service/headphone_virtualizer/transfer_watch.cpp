@@ -26,7 +26,7 @@ TransferWatch::~TransferWatch() {
 }
 
 const char* openTransferWatch(const char* stateFile, TransferWatch& watch) {
-    // Those that cannot be made cannot be watched either, which is checked.
+    // A failed epoll_create1() or timerfd_create() is not checked here: watchDescriptor() then fails.
     watch.epoll = epoll_create1(EPOLL_CLOEXEC);
     watch.stateFile = fopen(stateFile, "re");
     if (watch.stateFile == nullptr) return "Proc file open failed!";

@@ -6,9 +6,8 @@
 namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /**
- * What a thread waits on while the controller works on its upload: the proc file, which
- * becomes readable at each change of the state, and a timer of 20 s. Closed with the
- * object.
+ * The descriptors on which a thread waits while the controller works on its upload: the proc file, which
+ * becomes readable at each change of the state, and a timer of 20 s. The destructor closes them.
  */
 struct TransferWatch {
     TransferWatch() = default;
@@ -21,12 +20,12 @@ struct TransferWatch {
     int timer = -1;
 };
 
-/** Opens the watch and starts its timer. Returns null, or what failed, in words for the log. */
+/** Opens the descriptors and starts the timer. Returns `nullptr`, or an error message for the log. */
 const char* openTransferWatch(const char* stateFile, TransferWatch& watch);
 
 enum class WatchEvent { StateChanged, Timeout, None };
 
-/** Blocks until something happens; None for anything else than the two, such as a signal. */
+/** Blocks until an event occurs. Returns None for other wake-ups, for example by a signal. */
 WatchEvent awaitEvent(const TransferWatch& watch);
 
 }  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

@@ -21,21 +21,21 @@ using Block = std::unique_ptr<uint8_t, FreeBlock>;
 
 enum class TransferState : int32_t {
     Idle,          // the upload has ended
-    Waiting,       // for the other kind's upload, or for its own thread to begin
-    Transferring,  // from the hand-over to the controller until the client's callback has returned
+    Waiting,       // waits for the other kind's upload or for its own thread
+    Transferring,  // until the client's callback has returned
 };
 
-/** Access of the controller's driver to an upload's data. */
+/** Access of the controller's driver to the data of an upload. */
 enum class DriverHold : uint8_t {
-    None,     // the driver was never given the data
-    Reading,  // the driver has not reported the end of the transfer
-    Done,
+    None,     // the driver has not received the data
+    Reading,  // the driver may read the data
+    Done,     // the driver has reported the end of the transfer
 };
 
 /**
- * One upload, from the client's apply() to its end. Its slot, its thread and the other kind's
- * upload that waits for it share it. A slot that gives up an upload takes neither data nor
- * callback from the thread. Only the thread accesses the members, except the guarded ones.
+ * One upload, from the client's apply() to its end. Its slot, its thread and a waiting upload of the other
+ * kind share it. If the slot gives up the upload, data and callback stay with the thread. Only the thread
+ * accesses the members, except the guarded ones.
  */
 struct Upload {
     explicit Upload(const ParameterKind& ofKind) : kind(ofKind) {}

@@ -29,7 +29,7 @@ constexpr int32_t kRefused = -1;
 
 sp<IPrimaryDevice> primaryDevice;
 
-/** Written so that what is no number is no gain either. */
+/** Returns whether a gain is valid; logs an invalid one. False for NaN as well. */
 bool isGain(float scale) {
     if (scale >= kMinGain && scale <= kMaxGain) return true;
     logError(kLogTag, "Illegal parameters: scale:%f", scale);
@@ -37,20 +37,20 @@ bool isGain(float scale) {
 }
 
 bool isKnownDevice(const hidl_string& name) {
-    // With its length: a name that hides more behind a zero byte is another one.
+    // Compares the whole name: a name that continues after a zero byte is a different name.
     if (std::string_view(name.c_str(), name.size()) == kBuiltInMic) return true;
     logError(kLogTag, "Illegal parameters: micDevice:%s", name.c_str());
     return false;
 }
 
-/** The gain that the HAL tells in whatever form it likes; 0 where that begins with no number. */
+/** Reads the gain from the HAL, which returns a text. Returns 0 if the text does not start with a number. */
 float askHal() {
     const std::string text = platform::getHalParameter(primaryDevice, kGainParameter);
     float scale = 0.0F;
     return sscanf(text.c_str(), "%f", &scale) == 1 ? scale : 0.0F;
 }
 
-/** Of the audio HAL only whether there was one at the start: asking it might take long. */
+/** Reports only whether the audio HAL was opened at the start: a call to the HAL could block. */
 platform::ServiceState describe() {
     return {"MicControl",
             {{"settings", {platform::text("gain_parameter", kGainParameter)}},

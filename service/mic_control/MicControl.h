@@ -11,13 +11,12 @@ using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 
 /**
- * The gain of the built-in microphone, which the audio HAL keeps. The object holds
- * nothing but the process's way to the HAL. The methods are described in the
- * interface; any thread may call them.
+ * The gain of the built-in microphone, which the audio HAL keeps. The object holds no state; the HAL device
+ * belongs to the process. The interface describes the methods. Any thread.
  */
 class MicControl : public IMicControl {
   public:
-    /** Looks for the audio HAL; without one now there is none until the next start. Main thread. */
+    /** Opens the audio HAL. If that fails, no gain can be set or read until the next start. Main thread. */
     MicControl();
 
     Return<int32_t> setMicGain(const hidl_string& micDevice, float scale) override;

@@ -10,7 +10,7 @@ using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 
-/** The listener that other components of the TV may notify: it only logs the notice. */
+/** The listener that other components of the TV may notify. It only logs each notice. Any thread. */
 class OutputEncodingStatusListener : public IOutputEncodingStatusListener {
   public:
     Return<void> onForceEncodingChanged(bool enabled) override;

@@ -26,7 +26,7 @@ using platform::kNoTag;
 using platform::logDebug;
 using platform::logError;
 
-/** Keeps the middleware and the file at the same mode. */
+/** Held while a mode is written to the middleware and to the file, so that both have the same mode. */
 std::mutex modeLock;
 
 constexpr platform::DtvSvcWait kReadiness{
@@ -42,7 +42,7 @@ void logOpenFailure(const char* function, int error) {
     logError(kNoTag, "[%s] open file %s failed, errno %d", function, kBitstreamModeFile, error);
 }
 
-/** Gives the middleware the mode of the file; on a TV that was never set, forced encoding is on. */
+/** Sets the middleware to the mode of the file. The default is forced encoding on. */
 void restoreMode(const char* function) {
     std::optional<int32_t> mode;
     if (const int error = loadBitstreamMode(mode); error != 0) {
@@ -64,7 +64,7 @@ REQUIRES(modeLock) void keepMode(const char* function, int32_t mode) {
     }
 }
 
-/** Returns the mode of the file, or `std::nullopt` if no client has set one. Does not create the file. */
+/** Returns the mode of the file, or `std::nullopt` if it has none. Does not create the file. */
 REQUIRES(modeLock) std::optional<int64_t> keptMode() {
     const std::optional<platform::PersistedFile> file = platform::inspectFile(kBitstreamModeFile);
     if (!file || file->size == 0) return std::nullopt;

@@ -12,14 +12,13 @@ using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 
 /**
- * The external audio output. The object holds no state: the switch lives in the middleware's
- * configuration store, its copy for the next start in a file. The interface describes the
- * methods. Any thread.
+ * The external audio output. The object holds no state: the middleware's configuration store keeps the
+ * switch, and a file keeps a copy for the next start. The interface describes the methods. Any thread.
  */
 class OutputExternal : public IOutputExternal {
   public:
     /**
-     * Waits for the TV platform service, opens the middleware and gives it the mode
+     * Waits for the TV platform service, opens the middleware and sets it to the mode
      * of the file. May block for 20 s; failures are logged. Main thread.
      */
     OutputExternal();

@@ -9,26 +9,26 @@
 namespace com::tovi::dtv::hardware::audio::output_external {
 
 /**
- * The file that keeps the bitstream output mode over a restart: four bytes in the
- * machine's order, or none while no client has ever set the mode. One call at a time.
+ * The file that keeps the bitstream output mode over a restart: four bytes in the byte order of the
+ * processor, or none if no client has set the mode yet. One call at a time.
  */
 
-/** Where it lies. Its folder is there already; this makes the file only. */
+/** Path of the file. The init script creates its folder. */
 constexpr char kBitstreamModeFile[] = "/data/vendor/tovi/hidlaudio/bitstream_output_mode.data";
 
 /**
- * Reads the mode, and makes the file where there is none. `mode` is empty where the
- * file is, and where it can't be read. Bytes that a short file lacks count as 0.
+ * Reads the mode, and creates the file if it does not exist. `mode` is `std::nullopt` if the file is empty
+ * or cannot be read. If the file is shorter than four bytes, the missing bytes count as 0.
  *
- * @return 0, or the errno of why the file can't be opened
+ * @return 0, or the errno of open()
  */
 int loadBitstreamMode(std::optional<int32_t>& mode);
 
 /**
- * Writes the mode over the one before. The file must be there: only a start makes it.
+ * Overwrites the mode. The file must exist: only loadBitstreamMode() creates it.
  *
- * @param written what the write returned: the number of bytes, or -1
- * @return 0, or the errno of why the file can't be opened
+ * @param written result of write(): the number of bytes, or -1. Not changed if open() fails
+ * @return 0, or the errno of open()
  */
 int storeBitstreamMode(int32_t mode, ssize_t& written);
 

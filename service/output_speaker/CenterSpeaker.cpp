@@ -38,7 +38,7 @@ constexpr int32_t kDefaultLatency = 576;
 constexpr uint32_t kSegmentAddress = 0x10089;
 constexpr uint32_t kModeAddress = 0x10116;
 
-/** The centre speaker's part of the model's acoustic tuning file, as it lies there. */
+/** The center speaker's block of the model's acoustic tuning file, in the layout of the file. */
 struct Block {
     uint32_t acousticsType;
     int32_t latency;  // in samples
@@ -46,9 +46,9 @@ struct Block {
 };
 static_assert(sizeof(Block) == 20, "the file's layout");
 
-/** What the process has found out. */
+/** Values that the constructor has read. */
 struct Findings {
-    int32_t aqDataStatus = -1;  // 0 where the block was read whole
+    int32_t aqDataStatus = -1;  // 0 if the whole block was read
     Block block{};
     bool inputAvailable = false;
     bool synchronizedInputAvailable = false;
@@ -62,7 +62,7 @@ int32_t readBlock(const char* function, FILE* file) {
         return -1;
     }
     findings.block = {};
-    errno = 0;  // the end of the file is no error and leaves it alone
+    errno = 0;  // the end of the file does not set errno
     if (fread(&findings.block, 1, sizeof(Block), file) != sizeof(Block)) {
         logError(kNoTag, "[%s] fread failed, errno %d", function, errno);
         return -1;
@@ -85,7 +85,7 @@ bool hasCentreInput(uint8_t segment) {
     return segment == 'S' || segment == 'T';
 }
 
-/** What the model has; each flag that can't be read stays false. */
+/** Reads the flags of the model. A flag that cannot be read stays false. */
 void readModel(const char* function) {
     if (openMiddleware(kOpening) != 0) return;
     if (platform::initEeprom() != 0) {

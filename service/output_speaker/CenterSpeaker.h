@@ -11,16 +11,15 @@ using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 
 /**
- * The TV as the centre speaker of an external audio system. The process finds out all
- * answers once, when the object is made, and only reports them afterwards. The methods
- * are described in the interface; any thread may call them.
+ * The TV as the center speaker of an external audio system. The constructor reads all values; the methods
+ * only return them. The interface describes the methods. Any thread.
  */
 class CenterSpeaker : public ICenterSpeaker {
   public:
     /**
-     * Reads the acoustic tuning data and, where there is some, waits for the TV
-     * platform service, opens the middleware and reads the EEPROM. May block for 20 s;
-     * what goes wrong is logged and leaves a default answer. Main thread.
+     * Reads the acoustic tuning data. If that succeeds, waits for the TV platform service,
+     * opens the middleware and reads the EEPROM. May block for 20 s. Failures are logged
+     * and leave default values. Main thread.
      */
     CenterSpeaker();
 

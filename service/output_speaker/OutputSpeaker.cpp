@@ -32,15 +32,15 @@ constexpr platform::MiddlewareOpening kOpening{platform::MiddlewareSession::Play
                                                "ERROR: OutputSpeaker MTAL_Init.... , r = ", " \n",
                                                "OutputSpeaker mtal open success"};
 constexpr int32_t kLastSurroundType = 2;
-/** The speaker selection with which the TV's speakers form no surround sound. */
+/** The speaker selection for which the TV's speakers form no surround sound. */
 constexpr int32_t kSpeakerWithoutSurround = 1;
-/** What the HAL calls the positions, by their number in the store. */
+/** The HAL's names of the positions. The index is the position's number in the configuration store. */
 constexpr const char* kHalPositions[] = {"table_top", "wall_mount"};
 
 sp<IPrimaryDevice> primaryDevice;  // constant once the service is constructed
 
 std::mutex positionLock;
-/** The position stored last, which the HAL is to know. */
+/** The position stored last, which updateHal() reports to the HAL. */
 int32_t storedPosition GUARDED_BY(positionLock) = 0;
 
 bool isPosition(int32_t value) {
@@ -53,8 +53,8 @@ int32_t lastPosition() {
 }
 
 /**
- * Tells the HAL the position stored last, without the lock, since the HAL may take long. Tells
- * it again if another thread has stored another position meanwhile. The HAL's result is ignored.
+ * Reports the position stored last to the HAL, without the lock, since the HAL may block for long. Repeats
+ * that if another thread has stored another position meanwhile. The HAL's result is ignored.
  */
 void updateHal() {
     int32_t told = 0;
@@ -92,7 +92,7 @@ int32_t readMainDelay(uint32_t& delay) {
     return MTAUDDEC_GetChannelMainDelaySp(&delay);
 }
 
-/** The TV's speaker selection; where it can't be read, none that matters. */
+/** Returns the TV's speaker selection, or 0 if it cannot be read: then the surround type counts. */
 int32_t readSpeaker(const char* function) {
     int32_t speaker = 0;
     if (const int32_t status = platform::readConfig(platform::kAudioSpeaker, speaker); status != 0) {
@@ -101,7 +101,7 @@ int32_t readSpeaker(const char* function) {
     return speaker;
 }
 
-/** Of the audio HAL only whether there was one at the start: asking it might take long. */
+/** Reports only whether the audio HAL was opened at the start: a call to the HAL could block. */
 platform::ServiceState describe() {
     return {"OutputSpeaker",
             {{"settings",

@@ -13,16 +13,17 @@ using V2_0::SurroundType;
 using V3_1::TvPositionType;
 
 /**
- * The TV's own speakers. The position of the TV lives in the middleware's
- * configuration store; the audio HAL is told of it. The object holds nothing but the
- * process's way to the HAL. The interface describes the methods. Any thread.
+ * The TV's own speakers. The middleware's configuration store keeps the position of the TV; the service
+ * reports it to the audio HAL. The state (HAL device, last position) belongs to the process, not to the
+ * object. The interface describes the methods. Any thread.
  */
 class OutputSpeaker : public IOutputSpeaker {
   public:
     /**
-     * Waits for the TV platform service, opens the middleware and tells the audio HAL
-     * where the TV stands. May block for 20 s; what goes wrong is logged. Without a HAL
-     * now there is none until the next start. Main thread.
+     * Waits for the TV platform service, opens the middleware and the audio HAL, and reports
+     * the position of the TV to the HAL. May block for 20 s, longer if the HAL is declared but
+     * not registered. Failures are logged. If the HAL cannot be opened, the service works
+     * without it until the next start. Main thread.
      */
     OutputSpeaker();
 

@@ -23,7 +23,7 @@ PrimaryHalAccessor::PrimaryHalAccessor() {
         logError(kNoTag, "load audio interface failed");
         return;
     }
-    // A HAL that ends in the call delivers no device; whoever asks for one says so.
+    // If the HAL dies during the call, the device stays null; the callers log that.
     devicesFactory->openPrimaryDevice(openDeviceCallback).isOk();
 }
 

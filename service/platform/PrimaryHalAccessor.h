@@ -10,21 +10,20 @@ using ::android::hardware::Return;
 using ::android::hardware::audio::V5_0::IPrimaryDevice;
 
 /**
- * The way to the primary device of the TV's audio HAL. The first device that a
- * process could open is the one of all its accessors, for good: a service makes an
- * accessor in its constructor, keeps the device and drops the accessor. On the main
- * thread, before any call is served.
+ * Opens the primary device of the TV's audio HAL. All accessors of a process share the first device
+ * that one of them opened, and never open another one. A service creates an accessor in its constructor
+ * and keeps only the device. Main thread only, before any call is served.
  */
 class PrimaryHalAccessor {
   public:
-    /** Opens the device, unless the process has one already. It tries once; failures are logged. */
+    /** Opens the device if the process has none yet. Tries once. Logs if there is no HAL. */
     PrimaryHalAccessor();
 
-    /** The device; null where none could be opened so far. Always succeeds. */
+    /** Returns the device, or `nullptr` if none could be opened so far. Always succeeds. */
     Return<sp<IPrimaryDevice>> getHalPrimaryDevice();
 
   private:
-    /** Keeps what the HAL delivers, whatever it says about it: null where it has no device. */
+    /** Stores `device`, which is null if the HAL has none. `result` is ignored. */
     static void openDeviceCallback(::android::hardware::audio::V5_0::Result result,
                                    const sp<IPrimaryDevice>& device);
 };

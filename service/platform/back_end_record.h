@@ -7,24 +7,24 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * What the middleware's custom-spec store carries to the back-end audio controller and
- * back: one record a command. Numbers are little-endian, as all of this TV's are.
+ * A command to the back-end audio controller, or its answer: one record of the middleware's custom-spec
+ * store. Numbers are little-endian, as is the TV's processor.
  */
 struct bectrl_cust_spec_record {
-    uint32_t type;  // which command
+    uint32_t type;  // command: BECTRL_SPEC_…
     uint8_t payload[256];
-    uint8_t payloadLength;
+    uint8_t payloadLength;  // in bytes
     uint8_t zero[3];
 };
-static_assert(sizeof(bectrl_cust_spec_record) == 264, "the store takes and gives the whole record");
+static_assert(sizeof(bectrl_cust_spec_record) == 264, "the store reads and writes whole records");
 static_assert(offsetof(bectrl_cust_spec_record, payload) == 4, "the payload follows the type");
 static_assert(offsetof(bectrl_cust_spec_record, payloadLength) == 260, "the length follows the payload");
 
-/** The two entries of the store that lead to the controller. */
+/** Identifiers of the store for writing to the controller and for reading from it. */
 constexpr uint32_t kBeCtrlSetIdentifier = 0x20185;
 constexpr uint32_t kBeCtrlGetIdentifier = 0x20186;
 
-/** The commands, by their type. */
+/** Types of the commands. */
 constexpr uint8_t BECTRL_SPEC_BOOT_STATE = 21;
 constexpr uint8_t BECTRL_SPEC_AC_DATA = 28;
 constexpr uint8_t BECTRL_SPEC_HV_ENABLE = 32;

@@ -6,24 +6,24 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * The middleware's configuration store: signed 32-bit values that the TV keeps, by
- * key. Other components of the TV change them too, so every read asks the store. Any
- * thread, once the middleware is opened.
+ * The middleware's configuration store: persistent signed 32-bit values, each with a key. Other
+ * components of the TV change the values too, so each read queries the store. Any thread, after the
+ * middleware was opened.
  */
 
-/** A value that the daemon reads. */
+/** Key of a value that the daemon reads. */
 struct ConfigKey {
     const char* name;
 };
 
-/** A value that it writes as well. */
+/** Key of a value that the daemon reads and writes. */
 struct WritableConfigKey : ConfigKey {
     constexpr WritableConfigKey(const char* keyName, int32_t mode) : ConfigKey{keyName}, writeMode(mode) {}
 
-    int32_t writeMode;  // the store's own; each key is written in one only
+    int32_t writeMode;  // a parameter of the store; each key has one fixed mode
 };
 
-/** All that the daemon uses; it writes only those with a mode. */
+/** All keys that the daemon uses. */
 constexpr WritableConfigKey kTvPosition{"g_audio__tv_position", 7};
 constexpr ConfigKey kSpeakerSurroundType{"g_audio__spk_sur_type"};
 constexpr ConfigKey kAudioSpeaker{"g_audio__aud_speaker"};
@@ -32,10 +32,10 @@ constexpr WritableConfigKey kArcDdCapability{"g_audio__arc_dd_plus_capab", 4};
 constexpr ConfigKey kEarcDdCapability{"g_audio__earc_ddp_cap"};
 constexpr WritableConfigKey kArcMp4Capability{"g_audio__arc_mpeg4_aac_lc_capab", 4};
 
-/** Returns the store's status, 0 for success; `value` changes only then. */
+/** Reads a value. Returns the store's status, 0 for success. `value` changes only on success. */
 int32_t readConfig(const ConfigKey& key, int32_t& value);
 
-/** Returns the store's status, 0 where the value is stored. */
+/** Stores a value. Returns the store's status, 0 for success. */
 int32_t writeConfig(const WritableConfigKey& key, int32_t value);
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

@@ -8,18 +8,18 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * Single parameters of the audio HAL's primary device, texts by key. Each call waits
- * for the HAL's answer, without a lock of the caller. A HAL that has ended
- * counts as one that refuses. `device` must not be null.
+ * Single parameters of the audio HAL's primary device: strings, each with a key. Each call blocks until
+ * the HAL returns, so the caller must not hold a lock. If the HAL has died, the calls fail. `device` must
+ * not be null.
  */
 
-/** Gives the HAL a value. True where it accepted. */
+/** Sets a parameter. Returns true if the HAL accepted the value. */
 bool setHalParameter(const ::android::sp<::android::hardware::audio::V5_0::IPrimaryDevice>& device,
                      const char* key, const std::string& value);
 
 /**
- * Asks the HAL for a value: the first that it answers. Empty where it refuses, and
- * where it has none.
+ * Reads a parameter. Returns the first value that the HAL returns, or an empty string if it returns an
+ * error or no value.
  */
 std::string getHalParameter(const ::android::sp<::android::hardware::audio::V5_0::IPrimaryDevice>& device,
                             const char* key);

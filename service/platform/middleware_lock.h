@@ -8,8 +8,8 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * Held over each call of the vendor's middleware, whose libraries promise nothing about threads.
- * Never held over anything else that can wait. Services take their own lock first.
+ * Held during each call of the vendor's middleware, whose libraries are not documented as thread-safe.
+ * Not held during any other call that can block. A service that needs its own lock takes that lock first.
  */
 inline std::mutex middlewareLock;
 

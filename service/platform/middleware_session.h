@@ -8,7 +8,7 @@ namespace com::tovi::dtv::hardware::audio::platform {
 /** Parts of the middleware that a session opens. */
 enum class MiddlewareSession { ConnectionOnly, PlaybackControl, Drivers };
 
-/** How a caller opens the middleware, and what it logs. A message whose text is null is not logged. */
+/** How a caller opens the middleware, and its log messages. A message that is null is not logged. */
 struct MiddlewareOpening {
     MiddlewareSession session;
     const char* tag;

@@ -19,7 +19,7 @@ std::optional<PersistedFile> look(int fd) {
 }  // namespace
 
 std::optional<PersistedFile> inspectFile(const char* path) {
-    // A named pipe in the file's place must not hold up the services.
+    // O_NONBLOCK: if the path is a named pipe, open() must not block the serving thread.
     const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return std::nullopt;
     const std::optional<PersistedFile> file = look(fd);

@@ -8,15 +8,15 @@
 
 namespace com::tovi::dtv::hardware::audio::platform {
 
-/** A persisted file as it lies there. */
+/** Size and first bytes of a persisted file. */
 struct PersistedFile {
     int64_t size;      // in bytes
-    uint8_t start[4];  // its first bytes; those that it lacks are 0
+    uint8_t start[4];  // first bytes; 0 beyond the end of the file
 };
 
 /**
- * Looks at a file and neither makes nor changes it. Nothing where there is none that
- * can be read. One call at a time with those who write the file.
+ * Reads the size and the first bytes of a file. Neither creates nor changes the file. The caller holds its
+ * lock. Returns `std::nullopt` if the file cannot be read or is not a regular file.
  */
 std::optional<PersistedFile> inspectFile(const char* path);
 

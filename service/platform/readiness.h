@@ -12,7 +12,7 @@ namespace com::tovi::dtv::hardware::audio::platform {
  */
 struct DtvSvcWait {
     const char* tag;
-    long interval;        // between two looks at the marker, in milliseconds
+    long interval;        // between two checks for the marker, in milliseconds
     const char* waiting;  // logged before each sleep; the number of sleeps so far is appended
     const char* ready;    // logged at the end; the number of sleeps is appended
     int32_t timeoutResult;
@@ -27,7 +27,7 @@ constexpr char kDtvSvcTimeout[] = "dtv_svc rpc server failed.";
 
 /**
  * Waits until the TV platform service is ready, 20 s at most. Returns at once if the marker exists.
- * Any thread, without a lock.
+ * Any thread that holds no lock.
  *
  * @return 0, or `wait.timeoutResult` after a time-out
  */

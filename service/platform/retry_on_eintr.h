@@ -6,8 +6,8 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * Makes a system call until no signal interrupts it: a signal must not cost the user a setting.
- * `call` gives the call's result, -1 with errno for a failure. Any thread.
+ * Repeats a system call until no signal interrupts it, so that a signal cannot make the storing of a
+ * setting fail. `call` returns the result of the system call, -1 with errno on failure. Any thread.
  */
 template <typename Call>
 auto retryOnEintr(Call call) {

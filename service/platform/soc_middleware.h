@@ -9,54 +9,54 @@
 /**
  * The functions of the SoC vendor's TV middleware that the daemon calls. The
  * vendor's libraries (libmtal, libapp_if, librpc_ipc, libapp_if_rpc, libdtv_osai,
- * libcmpb, libhandle_app) come without headers that a vendor service may include,
- * so they are declared here, and only here.
+ * libcmpb, libhandle_app) have no headers that a vendor service may include,
+ * so all functions are declared in this file.
  *
  * All are C functions that block until the TV platform service has answered. Unless
  * noted otherwise the result is a status, 0 for success. Any thread that holds the lock;
  * the middleware is shared with other processes.
  */
-using com::tovi::dtv::hardware::audio::platform::middlewareLock;  // g++ takes only simple names in REQUIRES
+using com::tovi::dtv::hardware::audio::platform::middlewareLock;  // g++ accepts only simple names in REQUIRES
 
 extern "C" {
 
-/** Opens the playback control. The status says nothing the daemon could act on. */
+/** Opens the playback control. The daemon ignores the status. */
 int32_t IMtkPb_Ctrl_Init(void) REQUIRES(middlewareLock);
 
-/** Opens the middleware connection; `callback` is null, for none. */
+/** Opens the middleware connection. `callback` is optional; the daemon passes null. */
 int32_t MTAL_InitExCb(void* callback) REQUIRES(middlewareLock);
 
-/** Opens the driver layer. The status says nothing the daemon could act on. */
+/** Opens the driver layer. The daemon ignores the status. */
 int32_t DRV_Init(void) REQUIRES(middlewareLock);
 
 /** Opens the middleware connection of the driver layer, right after DRV_Init. */
 int32_t MTAL_Init(void) REQUIRES(middlewareLock);
 
 /**
- * Reads a value of the configuration store. `scope` is always -1. On failure
- * `*value` may have been written all the same and must not be used.
+ * Reads a value of the configuration store. `scope` is always -1. After a failure
+ * `*value` must not be used: it may have been overwritten.
  */
 int32_t a_mtktvapi_config_get_value(int32_t scope, const char* key, int32_t* value) REQUIRES(middlewareLock);
 
 /**
- * Writes a value of the configuration store. `scope` is always -1; `mode` is the
- * store's own, 7 or 4 depending on the key.
+ * Writes a value of the configuration store. `scope` is always -1; `mode` is 7 or 4,
+ * depending on the key.
  */
 int32_t a_mtktvapi_config_set_value(int32_t scope, const char* key, int32_t value, int32_t mode)
     REQUIRES(middlewareLock);
 
-/** Delay of the main channel to the speakers, in the decoder's own unit. */
+/** Reads the delay of the main channel to the speakers, in the decoder's own unit. */
 int32_t MTAUDDEC_GetChannelMainDelaySp(uint32_t* delay) REQUIRES(middlewareLock);
 
-/** Gives the audio decoder its equalizer: 32 gains in dB. */
+/** Sets the equalizer of the audio decoder: 32 gains in dB. */
 int32_t MTAUDDEC_Set32EqualizerBandConfig(const float* gains) REQUIRES(middlewareLock);
 
-/** Gives the audio decoder its volume offset, in tenths of a dB. */
+/** Sets the volume offset of the audio decoder, in tenths of a dB. */
 int32_t MTAUDDEC_SetAcVolumeOffset(int8_t offset) REQUIRES(middlewareLock);
 
 /**
- * A request to the audio post-processor: the parameter's identifier, the number of
- * answer words, where to put them. The rest is zero.
+ * A request to the audio post-processor: the identifier of the parameter, the number of
+ * answer words, and the address to which they are written. The rest is zero.
  */
 struct MTAUDPOST_Request {
     uint32_t parameter;
@@ -67,22 +67,22 @@ struct MTAUDPOST_Request {
 static_assert(sizeof(MTAUDPOST_Request) == 64, "the request is passed by value");
 static_assert(offsetof(MTAUDPOST_Request, answer) == 8, "the answer's address follows the count");
 
-/** Asks the audio post-processor for parameters. */
+/** Reads a parameter of the audio post-processor. */
 int32_t MTAUDPOST_GetParameters(MTAUDPOST_Request request) REQUIRES(middlewareLock);
 
-/** The EEPROM's properties; the daemon reads none of them. */
+/** Properties of the EEPROM. The daemon does not use them. */
 struct MTEEPROM_Property {
     uint32_t words[2];
 };
 static_assert(sizeof(MTEEPROM_Property) == 8, "the middleware fills eight bytes");
 
-/** Must be called before MTEEPROM_Init; what it tells is not needed. */
+/** Reads the EEPROM's properties. Must be called before MTEEPROM_Init. */
 int32_t MTEEPROM_GetProperty(MTEEPROM_Property* property) REQUIRES(middlewareLock);
 
-/** Makes the EEPROM ready to be read. */
+/** Prepares the EEPROM for reading. */
 int32_t MTEEPROM_Init(void) REQUIRES(middlewareLock);
 
-/** Reads `length` bytes at the EEPROM's byte address `address`. */
+/** Reads `length` bytes from byte address `address` of the EEPROM. */
 int32_t MTEEPROM_Read(uint32_t address, void* destination, uint32_t length) REQUIRES(middlewareLock);
 
 /**

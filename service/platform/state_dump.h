@@ -11,8 +11,8 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * The state of a service, for finding a fault: named values in named sections, in the order
- * in which they are read best. Names consist of letters, digits and '_'. Any thread.
+ * The state of a service, for diagnosis: named values in named sections, in the order of the output.
+ * Names consist of letters, digits and '_'. Any thread.
  */
 struct StateItem {
     enum class Kind { Literal, Text, Unknown };
@@ -33,19 +33,24 @@ struct ServiceState {
 };
 
 StateItem yesNo(const char* name, bool value);
-/** Nothing is a number that cannot be told. */
+
+/** Returns an item that holds a number. `std::nullopt` means unknown. */
 StateItem number(const char* name, std::optional<int64_t> value);
+
 StateItem text(const char* name, std::string_view value);
 
-/** Returns the state for a person: service and version, then an item a line, indented below its section. */
+/**
+ * Returns the state as text for people: service and version, then one item per line, indented below its
+ * section.
+ */
 std::string toText(const ServiceState& state);
 
-/** Returns the state for a program: one JSON object and a newline; an unknown value is null. */
+/** Returns the state for programs: one JSON object and a newline. An unknown value is null. */
 std::string toJson(const ServiceState& state);
 
 /**
- * The text in quotes, as JSON has it, in printable ASCII: safe for a terminal, too. A
- * byte beyond ASCII becomes U+FFFD.
+ * Returns the text as a quoted JSON string of printable ASCII characters, which is safe to print on a
+ * terminal. Each byte beyond ASCII is replaced by U+FFFD.
  */
 std::string quote(std::string_view text);
 

@@ -3,7 +3,7 @@
 
 namespace com::tovi::dtv::hardware::audio::platform {
 
-/** Version of the daemon. CMakeLists.txt reads it from this line for the programs beside the daemon. */
+/** Version of the daemon. CMakeLists.txt reads it from this line for the other programs. */
 inline constexpr char kVersion[] = "1.0.0";
 
 }  // namespace com::tovi::dtv::hardware::audio::platform

@@ -21,7 +21,7 @@ constexpr char kHelp[] =
     "  --json  the state as one JSON object instead of text\n"
     "  --help  this list\n";
 
-/** As much of an option as is worth repeating. */
+/** Longest part of an unknown option, in bytes, that the answer repeats. */
 constexpr size_t kLongestQuote = 64;
 
 std::string compose(const hidl_vec<hidl_string>& options, const std::function<ServiceState()>& collect) {

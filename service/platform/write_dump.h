@@ -10,13 +10,13 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * Does what a service's debug() is to do: writes the state, in the form that the options
- * ask for, to the first descriptor of the handle. Does nothing where there is none.
- * Never waits for the one who reads (writeNonBlocking); what is lost by that is logged.
+ * Implements debug() of a service: writes the state to the first descriptor of the handle. Does nothing
+ * if the handle has no descriptor. Never blocks on the reader (see writeNonBlocking): if the descriptor
+ * does not accept the whole text, the rest is lost and a warning is logged.
  *
- * `options` are --help and --json; another one is answered with what there is.
- * `collect` runs only where the state is to be written. It must not wait: no middleware,
- * no audio HAL, no driver, since one call that hangs holds up all services.
+ * `options` are --help and --json. An unknown option is answered with the list of options.
+ * `collect` is called only if the state is written. It must not call the middleware, the audio HAL or a
+ * driver: if such a call hangs, all services hang.
  */
 void writeDump(const ::android::hardware::hidl_handle& handle,
                const ::android::hardware::hidl_vec<::android::hardware::hidl_string>& options,

@@ -14,10 +14,10 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 namespace {
 
-/** What one page of a pipe and one packet of a socket hold in any case. */
+/** Bytes per write: fits into one page of a pipe and into one packet of a socket. */
 constexpr size_t kPiece = 4096;
 
-/** Keeps the SIGPIPE of this thread's writes, which would end the process, from being delivered. */
+/** Blocks SIGPIPE in this thread and discards one that its writes cause: it would end the process. */
 class NoBrokenPipe {
   public:
     NoBrokenPipe() {
@@ -43,9 +43,9 @@ class NoBrokenPipe {
 };
 
 /**
- * A pipe of our own. A write to the other one would wait once its room is taken, and
- * asking for room first leaves a moment in which another writer can take it; moving
- * bytes from pipe to pipe is what the kernel does without a wait when told so.
+ * A pipe of this process, from which splice() moves bytes to the client's pipe without blocking. A
+ * write() to the client's pipe would block if that is full. Checking for free space first does not help,
+ * because another writer can fill the pipe before the write.
  */
 struct OwnPipe {
     OwnPipe() {
@@ -62,7 +62,7 @@ struct OwnPipe {
     int ends[2];
 };
 
-/** A writer of a piece: how many bytes were taken, or -1 with errno. */
+/** Writes a piece. Returns the number of bytes written, or -1 with errno. */
 using WritePiece = ssize_t (*)(int fd, const char* data, size_t size);
 
 ssize_t writeToPipe(int fd, const char* data, size_t size) {
@@ -97,7 +97,7 @@ bool isMemory(int fd) {
 }
 
 struct Target {
-    /** Answered by the kernel alone; stat() would ask whoever serves a file. */
+    /** Checks the type of a descriptor in the kernel. fstat() could block on the server of a FUSE file. */
     bool (*is)(int fd);
     WritePiece write;
 };

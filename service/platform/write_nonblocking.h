@@ -6,17 +6,17 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * Writes as much as a descriptor of somebody else's takes without a wait, whatever that
- * somebody does meanwhile. Its flags stay as they are: other processes share them, and
- * O_NONBLOCK would be set for them as well. A reader that is gone raises no signal.
+ * Writes as much text to a descriptor of another process as it accepts without blocking, whatever its
+ * other users do meanwhile. The flags of the descriptor do not change: other processes share them, and
+ * O_NONBLOCK would affect these too. A closed reader causes no signal.
  *
- * Takes pipes, sockets and files in memory. Anything else (a terminal that is stopped, a
- * file that an app serves) could make the writer wait, so that nothing is written to it:
- * whoever wants the text in a file reads it from a pipe. Any thread.
+ * Supports pipes, sockets and files in memory. Other files, for example a stopped terminal or a FUSE file
+ * of an app, can block the writer, so nothing is written to them. To get the text into a file, a client
+ * passes a pipe and copies from it. Any thread.
  *
- * @return 0 where all was written, else the errno of why no more was: EAGAIN for a full
- *     pipe, EPIPE for a reader that is gone, EBADF for no descriptor or one that is only
- *     read, EOPNOTSUPP for what is not written to
+ * @return 0 if all was written, otherwise an errno: EAGAIN if a pipe or socket is full, EPIPE if the
+ *     reader has closed its end, EBADF if `fd` is invalid or read-only, EOPNOTSUPP if `fd` is of an
+ *     unsupported type
  */
 int writeNonBlocking(int fd, std::string_view text);
 
