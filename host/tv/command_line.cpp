@@ -27,9 +27,9 @@ void addCommandLine(CLI::App& app, int& status) {
         "  2  the arguments are wrong, or the folder is no TV\n"
         "\n"
         "Examples:\n"
-        "  tv init\n"
-        "  tv boot --background\n"
-        "  tv shutdown\n"
+        "  tv init                # create a TV in the default folder\n"
+        "  tv boot --background   # start its programs\n"
+        "  tv shutdown            # stop its programs\n"
         "\n"
         "Run `tv COMMAND --help` for the arguments, exit statuses and examples of a command.");
     app.require_subcommand(1);
