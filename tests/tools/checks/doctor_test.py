@@ -119,7 +119,7 @@ FAULTS = [
     (POLICY + "attributes", r"^hal_attribute.*\n", "", "no file of the policy has hal_attribute(tovi_audio)",
      POLICY + "hidlaudio.te"),
     (POLICY + "hidlaudio.te", r"^init_daemon_domain.*\n", "", "no domain that init starts"),
-    # what the code names
+    # names in the code
     ("service/mic_control/MicControl.cpp", r"\Z", 'const char* more = "/dev/more";\n', "gives /dev/more no label",
      POLICY + "file_contexts"),
     ("service/platform/soc_middleware.h", r"MTEEPROM_Read\(", "MTEEPROM_ReadAll(", "does not name MTEEPROM_ReadAll",
