@@ -6,8 +6,8 @@
 namespace hidlaudio::host {
 
 /**
- * The subcommands of `tv_stress`, a file each: options, help and action. Each sets `status`, the
- * exit status of the program, once it has run.
+ * Each function adds one subcommand of `tv_stress`; its file has the options, the help text and the action.
+ * The action sets `status`, the exit status of `tv_stress`.
  */
 void addSweep(CLI::App& app, int& status);
 void addSoak(CLI::App& app, int& status);

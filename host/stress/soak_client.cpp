@@ -17,8 +17,8 @@
 #include <random>
 
 /**
- * A client that calls all services at random, from its main thread and from inside its
- * callbacks. It ends with 0 when the service does, and with 1 if an answer cannot be right.
+ * A client that calls all services at random, from its main thread and from inside its callbacks. It exits
+ * with 0 if a call fails because the service has ended, and with 1 after a result that is not possible.
  */
 namespace {
 
@@ -48,21 +48,21 @@ struct Services {
 
 Services* services = nullptr;
 std::atomic<uint32_t> nextSeed{0};
-thread_local std::minstd_rand generator(nextSeed++);  // each thread has numbers of its own
-thread_local int depth = 0;                           // of callbacks that the calling thread is in
+thread_local std::minstd_rand generator(nextSeed++);  // each thread has its own sequence
+thread_local int depth = 0;                           // number of nested callbacks on this thread
 thread_local bool inUploadCallback = false;
 
 int32_t below(int32_t count) {
     return static_cast<int32_t>(generator() % static_cast<uint32_t>(count));
 }
 
-/** Returns the value of an answer. Ends the process if there is none, or if it cannot be right. */
+/** Returns the result of a call. Exits if the call failed or if `isRight` rejects the result. */
 template <typename T>
 T valueOf(const Return<T>& answer, const char* method, bool (*isRight)(T)) {
     if (!answer.isOk()) _exit(0);
     const T value = answer;
     if (isRight(value)) return value;
-    fprintf(stderr, "soak_client: %s answered %g\n", method, static_cast<double>(value));
+    fprintf(stderr, "soak_client: %s returned %g\n", method, static_cast<double>(value));
     _exit(1);
 }
 
@@ -73,7 +73,7 @@ void examine(const android::hardware::details::return_status& answer) {
 void act();
 void upload(ParamType kind);
 
-/** Calls the services from inside a callback, a few levels deep at most. */
+/** Calls services from inside a callback, with at most kMaxDepth nested callbacks. */
 void actInside() {
     if (depth >= kMaxDepth) return;
     ++depth;
@@ -81,7 +81,7 @@ void actInside() {
     --depth;
 }
 
-/** Most clients use the callback to start the next upload of its kind. */
+/** Like most clients, usually starts the next upload of the same kind from inside the callback. */
 class UploadCallback : public V5_0::IHeadphoneVirtualizerCallback {
   public:
     explicit UploadCallback(ParamType kind) : kind_(kind) {}
@@ -144,7 +144,7 @@ void upload(ParamType kind) {
     }
     if (result != 0) return;
     result = apply(handle, kind);
-    // Again, so that the upload ends now and then while the service looks at the buffer.
+    // Repeat the call, so that it sometimes coincides with the end of the upload.
     for (int tries = below(4); tries > 0 && (result == 0 || result == -3); --tries)
         result = apply(handle, kind);
 }
@@ -174,8 +174,8 @@ void switchVirtualizer() {
 }
 
 /**
- * Not from inside an upload's callback: that occupies this client's only callback thread, and
- * another client's callback may in turn be waiting for it.
+ * Does nothing inside an upload callback. That callback occupies the only callback thread of this client, and
+ * the callback of another client may be waiting for that thread: a deadlock.
  */
 void setCapabilities() {
     if (inUploadCallback) return;
@@ -250,7 +250,7 @@ int main(int argc, char** argv) {
                           found.calibration != nullptr && found.center != nullptr &&
                           found.virtualizer != nullptr && found.mic != nullptr;
     if (!complete) {
-        fprintf(stderr, "soak_client: not every service is registered\n");
+        fprintf(stderr, "soak_client: not all services are registered\n");
         return 3;
     }
     services = &found;

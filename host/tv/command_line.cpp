@@ -8,32 +8,36 @@
 namespace hidlaudio::host {
 namespace {
 
-/** A command that is now one of `tv_stress`: takes any arguments and names the new command. */
+/** Adds a hidden command that fails and names the command of `tv_stress` to use. Accepts any arguments. */
 void addMoved(CLI::App& app, int& status, const std::string& name) {
-    CLI::App* command = app.add_subcommand(name, "Moved to tv_stress")->group("")->prefix_command();
+    CLI::App* command = app.add_subcommand(name, "Use tv_stress")->group("")->prefix_command();
     command->set_help_flag();
-    command->callback(
-        [name, &status] { status = fail("`tv " + name + "` is now `tv_stress " + name + "`", kWrongUsage); });
+    command->callback([name, &status] { status = fail("use `tv_stress " + name + "`", kWrongUsage); });
 }
 
 }  // namespace
 
 void addCommandLine(CLI::App& app, int& status) {
     app.name("tv");
-    app.description("Makes, runs and looks at a virtual TV: a folder that holds the state of one TV.");
+    app.description("Creates, runs and inspects a virtual TV, which is a folder with the state of one TV.");
     app.footer(
         "Exit status:\n"
-        "  0  done\n"
-        "  1  it failed, or the output cannot be written\n"
-        "  2  wrong usage, or no TV\n"
+        "  0  the command succeeded\n"
+        "  1  the command failed, or its output could not be written\n"
+        "  2  the arguments are wrong, or the folder is no TV\n"
         "\n"
-        "`tv COMMAND --help` tells more about a command.");
+        "Examples:\n"
+        "  tv init                # create a TV in the default folder\n"
+        "  tv boot --background   # start its programs\n"
+        "  tv shutdown            # stop its programs\n"
+        "\n"
+        "Run `tv COMMAND --help` for the arguments, exit statuses and examples of a command.");
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option_function<std::string>(
            "--tv", [](const std::string& given) { setTvRoot(given); },
-           "The TV's folder; otherwise $HIDLAUDIO_TV, else hidlaudio/tv under $XDG_STATE_HOME\n"
-           "(~/.local/state)")
+           "Use the TV in folder DIR (default: $HIDLAUDIO_TV; if that is\n"
+           "not set, hidlaudio/tv in $XDG_STATE_HOME or ~/.local/state)")
         ->type_name("DIR")
         ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
     app.set_version_flag("--version", "tv " HIDLAUDIO_VERSION, "Print the version and exit");

@@ -7,12 +7,12 @@
 
 namespace hidlaudio::host {
 
-/** All that `tv` takes: its options and subcommands. `status`, which they set, outlives `app`. */
+/** Adds the options and subcommands of `tv`. They set `status`, which must outlive `app`. */
 void addCommandLine(CLI::App& app, int& status);
 
 /**
- * The subcommands of `tv`, one file each: its options, its help, and what it does.
- * Each sets `status`, the exit status of the command, once it has run.
+ * Each function adds one subcommand of `tv`; its file has the options, the help text and the action.
+ * The action sets `status`, the exit status of `tv`.
  */
 void addInit(CLI::App& app, int& status);
 void addBoot(CLI::App& app, int& status);
@@ -24,12 +24,12 @@ void addFault(CLI::App& app, int& status);
 void addBectrl(CLI::App& app, int& status);
 void addLog(CLI::App& app, int& status);
 
-/** A positional argument that may be left out; given() tells it from an empty one. */
+/** Adds an optional positional argument. given() distinguishes a missing argument from an empty one. */
 inline CLI::Option* addText(CLI::App* command, const char* name, const char* help) {
     return command->add_option_function<std::string>(name, [](const std::string&) {}, help)->type_name("");
 }
 
-/** What the user gave for the argument. Once the command line was parsed. */
+/** Returns the value of the argument, or `std::nullopt` if it is missing. Call it after parsing. */
 inline std::optional<std::string> given(const CLI::Option* argument) {
     return argument->count() > 0 ? std::optional(argument->results().front()) : std::nullopt;
 }

@@ -5,7 +5,7 @@
 
 int main(int argc, char** argv) {
     using namespace hidlaudio::host;
-    // Makes the path absolute, since programs of the TV are started in another folder.
+    // Makes the path absolute: the TV's programs are started in another folder.
     setTvRoot(tvRoot());
     return runCommandProgram(argc, argv, addCommandLine);
 }

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/** Thousands of files are made and deleted, which takes a disk's file system long, and memory's not. */
+/** A file system in memory: creating and deleting thousands of files on a disk is slow. */
 constexpr char kMemory[] = "/dev/shm";
 
 fs::path placeForFolders() {
@@ -34,7 +34,8 @@ ScratchFolder::ScratchFolder(size_t parametersSize) {
 }
 
 ScratchFolder::~ScratchFolder() {
-    // A program that was killed a moment ago may still make a file; on a busy machine it takes long to end.
+    // Retry for up to 10 s: a program that was just killed may still create a file, especially on a busy
+    // machine.
     std::error_code error;
     for (int i = 0; i < 2000 && !path_.empty() && fs::exists(path_); ++i) {
         fs::remove_all(path_, error);

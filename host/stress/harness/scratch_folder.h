@@ -7,15 +7,16 @@
 
 namespace hidlaudio::host {
 
-/** A temporary folder, gone with all that is in it; it holds a file of that size to upload. */
+/** A temporary folder that is deleted with its content. It contains a parameter file for uploads. */
 class ScratchFolder {
   public:
+    /** `parametersSize` is the size of the parameter file in bytes. */
     explicit ScratchFolder(size_t parametersSize);
     ~ScratchFolder();
     ScratchFolder(const ScratchFolder&) = delete;
     ScratchFolder& operator=(const ScratchFolder&) = delete;
 
-    /** Empty where it could not be made. */
+    /** Returns the path, or "" if the folder could not be created. */
     const std::string& path() const { return path_; }
 
     std::string parameters() const { return path_ + "/parameters.bin"; }

@@ -49,7 +49,8 @@ std::string awaitServices(TestTv& tv, const std::string& program, pid_t& pid) {
             return program + " " + describe(*status);
         }
         if (const std::string problem = restartEndedHal(tv); !problem.empty()) return problem;
-        if (steady_clock::now() > deadline) return program + " does not register " + describeMissing(missing);
+        if (steady_clock::now() > deadline)
+            return program + " has not registered " + describeMissing(missing);
     }
 }
 

@@ -13,67 +13,66 @@
 
 namespace hidlaudio::host {
 
-/** A TV that a command makes for itself, with the programs that it runs on it as its children. */
+/** A temporary TV. Its programs are children of this process. */
 struct TestTv {
     std::string root;
-    std::string folder;  // where the commands run, with the files that they take
-    pid_t hal = 0;       // 0: it does not run
-    pid_t daemon = 0;
-    unsigned clock = 1;  // how much faster the programs' time passes
-    // What the HAL was started with.
-    std::vector<std::string> halVariables{};  // NOLINT(readability-redundant-member-init): g++ wants it
+    std::string folder;  // working directory of the commands, with their input files
+    pid_t hal = 0;       // 0 if it is not running
+    pid_t daemon = 0;    // 0 if it is not running
+    unsigned clock = 1;  // HIDLAUDIO_CLOCK of the programs
+    // Variables of the last startHal(), for a restart.
+    std::vector<std::string> halVariables{};  // NOLINT(readability-redundant-member-init): for g++
 };
 
-/** Makes the TV by `tv init` with these options. Returns an empty string, or why not. */
+/** Runs `tv init` with these options. Returns an error message, or "". */
 std::string makeTestTv(TestTv& tv, const std::vector<std::string>& options);
 
 /**
- * Starts the audio HAL, then the daemon, with the further variables each, and waits until
- * all services are registered. A HAL that ends while the daemon starts is started again, as the
- * TV does: the daemon waits for it. Returns an empty string, or how it went wrong: what runs
- * then stays.
+ * Start the audio HAL or the daemon with additional environment variables, and wait until its services are
+ * registered. Start the HAL first. startDaemon() restarts a HAL that ends meanwhile, as the TV does, because
+ * the daemon waits for it. Both return an error message, or "". They do not stop any program on failure.
  */
 std::string startHal(TestTv& tv, const std::vector<std::string>& variables);
 std::string startDaemon(TestTv& tv, const std::vector<std::string>& variables);
 
-/** How the daemon has ended, if it has within `patience`; it does not run any more then. */
+/** Waits up to `patience` for the daemon to end. Returns its status, or `std::nullopt` if it did not end. */
 std::optional<ChildStatus> daemonEnding(TestTv& tv, std::chrono::milliseconds patience = {});
 
 void stopDaemon(TestTv& tv);
 void stopHal(TestTv& tv);
 
-/** Returns the whole of a file, or "" if it cannot be read. */
+/** Returns the content of a file, or "" if it cannot be read. */
 std::string contentOf(const std::string& path);
 
-/** The file of a program that lies beside this one. */
+/** Returns the path of a program in the folder of this program. */
 std::string programFile(const std::string& name);
 
-/** What a process holds. */
+/** Resources that a process holds. */
 struct Usage {
     long descriptors = 0;
     long threads = 0;
-    long memory = 0;  // in KiB of its own; 0 where a sanitizer's or an emulator's bookkeeping hides it
+    long memory = 0;  // anonymous memory in KiB; 0 with a sanitizer or an emulator, which add their own
 };
 
 Usage usageOf(pid_t pid);
 
-/** The TV's state: the files, by their path below the root, with what they hold. */
+/** The files of a TV: path below the root and content. */
 using TvFiles = std::map<std::string, std::string>;
 
 TvFiles filesOf(const TestTv& tv);
 
-/** What may be otherwise than it must be, after what failed. */
+/** Violations of invariants that an injected fault explains. */
 struct ToleratedViolations {
-    std::set<std::string> cutOff;  // persisted files whose writing was cut off or failed: they may be short
-    bool unknownTransfer = false;  // the controller was not told or asked: it may still read the parameters
-    bool wakeLockKept = false;     // it could not be released
+    std::set<std::string>
+        cutOff;  // persisted files that may be truncated, because a write failed or was cut off
+    bool unknownTransfer = false;  // the daemon may keep parameters that the controller may still read
+    bool wakeLockKept = false;     // the release of the wake lock failed
 };
 
-/** The daemon's persisted files, as it names them. */
+/** Returns the paths of the daemon's persisted files, below the TV's root. */
 std::vector<std::string> persistedFiles();
 
-/** What must hold of the state of any TV that is at rest, whatever failed before: what does not, a sentence
- * each. */
+/** Checks the invariants of an idle TV. Returns one message per violation. */
 std::vector<std::string> brokenInvariants(const TvFiles& files, const ToleratedViolations& tolerated);
 
 }  // namespace hidlaudio::host

@@ -27,7 +27,7 @@ long entriesOf(const std::string& folder) {
     return count;
 }
 
-/** The number after a field's name in /proc/<pid>/status. */
+/** Returns the number of a field in /proc/<pid>/status, or 0 if the field is missing. */
 long fieldOf(const std::string& status, const std::string& field) {
     std::ifstream file(status);
     for (std::string line; std::getline(file, line);) {
@@ -36,7 +36,7 @@ long fieldOf(const std::string& status, const std::string& field) {
     return 0;
 }
 
-/** A file's content; empty where it is missing, which `has` tells. */
+/** Returns the content of a file, or "" if it is missing. */
 std::string contentIn(const TvFiles& files, const std::string& path) {
     const auto found = files.find(path);
     return found != files.end() ? found->second : "";
@@ -46,7 +46,10 @@ bool has(const TvFiles& files, const std::string& path) {
     return files.count(path) != 0;
 }
 
-/** Records of 140 bytes, then a marker and an end of 4 bytes each; cut off, any part of the two. */
+/**
+ * Accepts records of 140 bytes, a marker of 4 bytes and an end of 4 bytes. If `cutOff` is set, marker and end
+ * may be incomplete.
+ */
 bool isCalibration(const std::string& content, bool cutOff) {
     constexpr size_t kRecord = 140;
     static const std::string kTail("\1\0\0\0\0\0\0\0", 8);
@@ -55,7 +58,7 @@ bool isCalibration(const std::string& content, bool cutOff) {
     return isWhole && content.substr(content.size() - kTail.size()) == kTail;
 }
 
-/** One of the daemon's persisted files, and what it may hold. */
+/** A persisted file of the daemon and the rule for its content. */
 struct Persisted {
     const char* name;
     const char* rule;
@@ -83,7 +86,7 @@ void checkPersisted(const TvFiles& files, const ToleratedViolations& tolerated,
         if (!has(files, path)) continue;
         const std::string content = contentIn(files, path);
         if (file.holds(content, tolerated.cutOff.count(path) != 0)) continue;
-        broken.push_back(std::string(file.name) + " " + file.rule + ", and has " +
+        broken.push_back(std::string(file.name) + " " + file.rule + ", but has " +
                          std::to_string(content.size()) + " bytes");
     }
 }
@@ -94,7 +97,7 @@ void checkController(const TvFiles& files, std::vector<std::string>& broken) {
         if (has(files, path) && contentIn(files, path).substr(0, 1) != std::string(1, '\0'))
             broken.push_back(std::string("the controller still transfers ") + nameOf(kind) + " parameters");
         if (has(files, incomingFile(kind)))
-            broken.push_back(std::string("a part of ") + nameOf(kind) + " parameters is left");
+            broken.push_back(std::string("an incomplete upload of ") + nameOf(kind) + " parameters is left");
     }
 }
 

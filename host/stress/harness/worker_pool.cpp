@@ -17,7 +17,7 @@ namespace {
 struct Worker {
     size_t index;
     pid_t pid;
-    int answer;  // a pipe, which ends when the worker does
+    int answer;  // read end of a pipe; at end of file when the worker has ended
     std::string text;
 };
 
@@ -25,7 +25,7 @@ void endOwnGroup(int) {
     kill(0, SIGKILL);
 }
 
-/** A group of its own, which ends with this process and with the parent. */
+/** Makes this process the leader of a process group, which ends on SIGTERM or with the parent. */
 void becomeWorker(pid_t parent) {
     setpgid(0, 0);
     signal(SIGTERM, endOwnGroup);
@@ -47,7 +47,7 @@ void becomeWorker(pid_t parent) {
     _exit(0);
 }
 
-/** A worker whose process cannot be made has ended without an answer. */
+/** Starts a worker. If that fails, the returned worker has pid -1 and counts as ended without an answer. */
 Worker startWorker(const PoolWork& pool, size_t index) {
     int ends[2] = {-1, -1};
     fflush(nullptr);
@@ -63,14 +63,14 @@ Worker startWorker(const PoolWork& pool, size_t index) {
     return {index, pid, ends[0], ""};
 }
 
-/** Ends what is left of a worker's group. */
+/** Kills the remaining processes of a worker's group and reaps the worker. */
 void bury(const Worker& worker) {
     if (worker.pid > 0) kill(-worker.pid, SIGKILL);
     if (worker.pid > 0) waitpid(worker.pid, nullptr, 0);
     if (worker.answer >= 0) close(worker.answer);
 }
 
-/** Whether the worker has ended; takes what it has written. */
+/** Reads a piece of the worker's answer. Returns true at the end of the answer. */
 bool hasEnded(Worker& worker) {
     char piece[65536];
     const ssize_t count = worker.answer >= 0 ? read(worker.answer, piece, sizeof(piece)) : 0;
@@ -85,7 +85,7 @@ void finish(const PoolWork& pool, Worker& worker) {
     pool.done(worker.index, worker.text, whole);
 }
 
-/** Takes what the workers have to say within a moment. */
+/** Waits up to 50 ms for output of the workers, and removes those that have ended. */
 void attend(const PoolWork& pool, std::vector<Worker>& workers) {
     std::vector<pollfd> pipes;
     pipes.reserve(workers.size());

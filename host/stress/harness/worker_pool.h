@@ -9,17 +9,22 @@
 namespace hidlaudio::host {
 
 /**
- * Does pieces of work in processes of their own, several at a time. What a piece
- * starts and leaves running is killed with it, also when this process is killed.
+ * Work items, each of which runs in a process of its own. When an item ends or this process is killed, the
+ * processes that the item has started are killed.
  */
 struct PoolWork {
     size_t count = 0;
-    unsigned jobs = 1;
-    std::function<std::string(size_t index)> work;  // in its process; the answer
-    std::function<void(size_t index, const std::string& answer, bool whole)> done;  // here; false: it crashed
+    unsigned jobs = 1;  // items that run at the same time
+    /** Runs an item in its own process. Returns the answer. */
+    std::function<std::string(size_t index)> work;
+    /** Receives the answer in this process. `whole` is false if the item crashed. */
+    std::function<void(size_t index, const std::string& answer, bool whole)> done;
 };
 
-/** False where the user interrupted it: all that ran is ended then. This process must have no threads. */
+/**
+ * Runs all items. Returns false after an interrupt, when all workers have been killed. This process must be
+ * single-threaded.
+ */
 bool runAll(const PoolWork& pool, const Interrupt& interrupt);
 
 }  // namespace hidlaudio::host

@@ -17,7 +17,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** What the heap keeps of a block that was freed is little more than the block. */
+/** In bytes. Small, so that freed blocks that the heap retains do not look like a leak. */
 constexpr size_t kParametersSize = 262144;
 
 struct Options {
@@ -43,19 +43,18 @@ std::string describe(const Usage& usage) {
 }
 
 int report(const Options& options, const SoakResult& result) {
-    printf("%g h of the TV's time: %u commands, %u refused, %u clients killed, %u programs restarted\n",
+    printf("%g h of TV time: %u commands, %u refused, %u clients killed, %u programs restarted\n",
            options.hours, result.commands, result.refused, result.killed, result.restarts);
-    for (const Usage& usage : result.samples) printf("the daemon at rest: %s\n", describe(usage).c_str());
+    for (const Usage& usage : result.samples) printf("idle daemon: %s\n", describe(usage).c_str());
     for (const std::string& problem : result.problems) printf("! %s\n", problem.c_str());
-    return result.problems.empty() ? kDone
-                                   : fail(std::to_string(result.problems.size()) + " things must not be");
+    return result.problems.empty() ? kDone : fail(std::to_string(result.problems.size()) + " violations");
 }
 
 SoakResult resultOf(const std::string& answer, bool whole) {
     const nlohmann::json json = nlohmann::json::parse(answer, nullptr, false);
     if (whole && json.is_object()) return json.get<SoakResult>();
     SoakResult result;
-    result.problems.emplace_back("the soak itself crashed");
+    result.problems.emplace_back("the soak process crashed");
     return result;
 }
 
@@ -66,7 +65,7 @@ std::string dump(const SoakResult& result) {
 int run(const Options& options, uint64_t seed) {
     const Interrupt interrupt;
     const ScratchFolder folder(kParametersSize);
-    if (folder.path().empty()) return fail("no temporary folder can be made");
+    if (folder.path().empty()) return fail("cannot create a temporary folder");
     const auto length = std::chrono::milliseconds(std::llround(options.hours * 3600000 / options.speed));
     const SoakSetup setup{folder.path(), folder.parameters(), seed, options.clients, length,
                           options.speed, options.restarts};
@@ -91,40 +90,50 @@ int soak(const Options& options) {
 void addSoak(CLI::App& app, int& status) {
     const auto options = std::make_shared<Options>();
     CLI::App* command =
-        app.add_subcommand("soak", "Let many clients use a TV for hours, and see what is left");
+        app.add_subcommand("soak", "Run random clients on a TV for hours and check the daemon");
     command->footer(
-        "Makes a TV of its own, whose time passes faster, and lets clients use all services,\n"
-        "upload, cancel and die, while the controller is slow or refuses, functions of the middleware and\n"
-        "of the audio HAL fail, and the audio HAL is restarted. Five times all comes to rest: then what the\n"
-        "daemon has written must be whole, no wake lock held, each service there and in working order; and\n"
-        "the daemon must not hold more memory, descriptors or threads at the end than after the first "
-        "fifth.\n"
-        "The same seed gives the same decisions; how far they come depends on the machine. Exit status 1\n"
-        "where something must not be.\n"
+        "Boots a temporary TV, whose clock runs faster. Clients use all services at random: they upload,\n"
+        "cancel and are killed. Meanwhile the controller is slow or refuses uploads, functions of the\n"
+        "middleware and the audio HAL fail, and the audio HAL is restarted.\n"
         "\n"
-        "Example:\n"
-        "  tv_stress soak --hours 24 --clients 8");
-    command->add_option("--hours", options->hours, "How long, in the TV's time")
+        "The daemon must not crash, and each command must return. After each fifth of the time, all clients\n"
+        "stop. Then the stored files must be valid, no wake lock may be held, and each service must be\n"
+        "registered and work. At the end, the daemon must not hold more memory, descriptors or threads\n"
+        "than after the first fifth, apart from a tolerance. The soak prints each violation.\n"
+        "\n"
+        "The same seed gives the same decisions. Their number depends on the speed of the machine.\n"
+        "\n"
+        "Exit status:\n"
+        "  1  a violation was found, the soak was interrupted, or the output could not be written\n"
+        "  2  the arguments are wrong\n"
+        "\n"
+        "Examples:\n"
+        "  tv_stress soak --hours 24 --clients 8\n"
+        "  tv_stress soak --seed 7 --plan 20");
+    command
+        ->add_option("--hours", options->hours,
+                     "Duration by the clock of the TV, 0.01 to 100000 (default: 1)")
         ->type_name("N")
-        ->check([](const std::string& given) { return checkNumber(given, 0.01, 100000); })
-        ->capture_default_str();
+        ->check([](const std::string& given) { return checkNumber(given, 0.01, 100000); });
     command
         ->add_option("--speed", options->speed,
-                     "How many times faster the TV's time passes; fewer for a slow machine")
+                     "Speed of the TV's clock, 1 to 1000 times real time (default:\n"
+                     "360); use a lower number on a slow machine")
         ->type_name("N")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); })
-        ->capture_default_str();
-    command->add_option("--seed", options->seed, "Which decisions are taken; otherwise any")
+        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
+    command->add_option("--seed", options->seed, "Random seed, 0 to 18446744073709551615 (default: random)")
         ->type_name("S")
         ->check([](const std::string& given) { return checkInteger(given, 0, UINT64_MAX); });
-    command->add_option("--clients", options->clients, "How many use it at a time")
+    command->add_option("--clients", options->clients, "Number of concurrent clients, 1 to 100 (default: 4)")
         ->type_name("K")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 100); })
-        ->capture_default_str();
+        ->check([](const std::string& given) { return checkInteger(given, 1, 100); });
     command->add_flag("--restarts", options->restarts,
-                      "Kill the daemon five times on the way; then its growth is not measured");
+                      "Kill and restart the daemon at the end of each fifth of the\n"
+                      "time, and do not compare its memory, descriptors and threads");
     command
-        ->add_option("--plan", options->plan, "Only print the first N decisions of each; 0 is what is around")
+        ->add_option("--plan", options->plan,
+                     "Only print the first N decisions, 1 to 1000000, of each client;\n"
+                     "0 stands for the environment (controller, faults, audio HAL)")
         ->type_name("N")
         ->check([](const std::string& given) { return checkInteger(given, 1, 1000000); });
     command->callback([options, &status] { status = soak(*options); });

@@ -8,7 +8,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** What clients do; a command that stands twice is done twice as often. */
+/** Commands of the clients. A command that is listed twice is run twice as often. */
 constexpr const char* kClientCommands[] = {
     "audioctl external get",
     "audioctl external set on",
@@ -49,8 +49,8 @@ constexpr const char* kClientCommands[] = {
 };
 
 /**
- * What happens around the service. The controller is only slow or refuses: one that
- * hangs for good is busy for every upload after it, and the rest of the time would be wasted.
+ * Commands that change the environment of the daemon. The controller is slow or refuses uploads, but never
+ * hangs: it would be busy for all later uploads.
  */
 constexpr const char* kAroundCommands[] = {
     "tv bectrl rate 10000",
@@ -75,13 +75,13 @@ constexpr const char* kAroundCommands[] = {
     "tv fault --clear",
 };
 
-constexpr uint64_t kKilledOf = 8;       // one client of so many is killed
-constexpr uint64_t kHalRestartOf = 60;  // one thing around the service of so many is a new audio HAL
-constexpr uint64_t kLongestClientPause = 10;
-constexpr uint64_t kLongestPauseAround = 150;
-constexpr uint64_t kLongestLife = 40;
+constexpr uint64_t kKilledOf = 8;              // kills one client in 8
+constexpr uint64_t kHalRestartOf = 60;         // restarts the audio HAL once in 60 changes
+constexpr uint64_t kLongestClientPause = 10;   // ms
+constexpr uint64_t kLongestPauseAround = 150;  // ms
+constexpr uint64_t kLongestLife = 40;          // ms, of a client that is killed
 
-/** Whether the command ends only when it is killed. */
+/** Returns whether the command runs until it is killed. */
 bool runsForever(const Decision& decision) {
     return decision.command.back() == "watch" || decision.command[0] == "soak_client";
 }
@@ -97,7 +97,7 @@ std::string describe(const Decision& decision) {
 
 SoakPlan::SoakPlan(uint64_t seed, unsigned who) : who_(who), state_(seed * 1000003 + who) {}
 
-/** SplitMix64: the same numbers with every standard library. */
+/** Returns a number below `count`. SplitMix64 gives the same numbers with every standard library. */
 uint64_t SoakPlan::random(uint64_t count) {
     state_ += 0x9E3779B97F4A7C15U;
     uint64_t bits = state_;
@@ -122,7 +122,7 @@ Decision SoakPlan::next() {
     if (isKilled || runsForever(decision)) decision.kill = std::chrono::milliseconds(life);
     if (decision.command[0] == "soak_client") {
         decision.command.push_back(std::to_string(random(1000000)));
-        // It calls many times; a short life would be over before its first upload.
+        // Give it time for its first upload.
         decision.kill *= 10;
     }
     return decision;

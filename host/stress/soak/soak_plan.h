@@ -9,25 +9,25 @@
 
 namespace hidlaudio::host {
 
-/** What one of those that act on a TV does next. */
+/** The next action of a client or of the environment. */
 struct Decision {
-    std::vector<std::string> command;   // `audioctl` or `tv` and its words, or "audio_hal": it is restarted
-    std::chrono::milliseconds pause{};  // before it
-    std::chrono::milliseconds kill{};   // after so long it is killed; 0: it is not
+    std::vector<std::string> command;   // program and arguments; "audio_hal" alone restarts the audio HAL
+    std::chrono::milliseconds pause{};  // before the command
+    std::chrono::milliseconds kill{};   // time until the command is killed; 0: never
 };
 
-/** "audioctl external set off, killed after 12 ms". */
+/** Returns a text such as "audioctl external set off, killed after 12 ms". */
 std::string describe(const Decision& decision);
 
 /**
- * The decisions of one client, or of what is around the service (`kEnvironment`): an endless
- * row that depends on the seed alone.
+ * The endless sequence of decisions of one client or of the environment. It depends only on the seed and on
+ * `who`.
  */
 class SoakPlan {
   public:
     static constexpr unsigned kEnvironment = 0;
 
-    /** `who` counts the clients from 1. */
+    /** `who` is the number of a client, from 1, or kEnvironment. */
     SoakPlan(uint64_t seed, unsigned who);
 
     Decision next();

@@ -27,24 +27,24 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-/** The time after which growth counts, and how many samples follow. */
+/** The first part is the warm-up: growth is measured from its end. */
 constexpr int kParts = 5;
 constexpr auto kAnswerLimit = 60s;
 constexpr auto kRestLimit = 5s;
 constexpr int kTries = 5;
-/** Growth that pools and a fragmented heap may cause, in KiB. */
+/** Tolerated growth in KiB, for pools and a fragmented heap. */
 constexpr long kMemorySlack = 1024;
-/** Two transfer threads may call the audio HAL beside the main thread: its link keeps a socket for each. */
+/** The link to the audio HAL keeps one socket for each of the two transfer threads that have called it. */
 constexpr long kDescriptorSlack = 2;
-/** One heap for all threads, so that what the heap keeps does not depend on the thread that asked for it. */
+/** Makes all threads share one heap, so that retained memory does not depend on the allocating thread. */
 constexpr char kOneHeap[] = "MALLOC_ARENA_MAX=1";
 
-/** A client, or what is around the service. */
+/** A client or the environment. */
 struct Actor {
     SoakPlan plan;
     Decision decision;
-    pid_t pid = 0;                    // 0: it pauses
-    steady_clock::time_point moment;  // that the pause ends, or the command is killed
+    pid_t pid = 0;                    // process of the command; 0 during the pause
+    steady_clock::time_point moment;  // end of the pause, or time to kill the command
     steady_clock::time_point deadline;
 };
 
@@ -54,7 +54,7 @@ struct Soak {
     SoakResult result;
     std::vector<Actor> actors;
     ToleratedViolations tolerated;
-    bool daemonKilled = false;  // in this part: answers may be missing
+    bool daemonKilled = false;  // in this part, so clients may find no service
 };
 
 void complain(Soak& soak, const std::string& problem) {
@@ -74,7 +74,7 @@ void restartHal(Soak& soak) {
     ++soak.result.restarts;
 }
 
-/** Starts what was decided. */
+/** Executes the actor's decision. */
 void begin(Soak& soak, Actor& actor) {
     if (actor.decision.command[0] == "audio_hal") {
         restartHal(soak);
@@ -94,7 +94,10 @@ void begin(Soak& soak, Actor& actor) {
         actor.decision.kill.count() != 0 ? steady_clock::now() + actor.decision.kill : actor.deadline;
 }
 
-/** A client may be refused; its command must be one, and the service must be there. */
+/**
+ * Checks the exit status of a command. Status 1 is allowed: the service may return an error. A missing
+ * service is allowed only if the daemon was killed.
+ */
 void judge(Soak& soak, const Actor& actor, ChildStatus status) {
     constexpr ChildStatus kRefusal = 1;
     if (status == 0) return;
@@ -144,7 +147,7 @@ void act(Soak& soak, std::chrono::milliseconds length) {
     }
 }
 
-/** Nobody who asks for anything, and then a controller and a middleware as usual. */
+/** Waits for all clients to exit, then clears the faults and the controller's settings. */
 void comeToRest(Soak& soak) {
     while (anyActs(soak)) {
         for (Actor& actor : soak.actors) attend(soak, actor, false);
@@ -156,7 +159,10 @@ void comeToRest(Soak& soak) {
     }
 }
 
-/** Runs a command on a TV at rest; its exit status, and what it says. */
+/**
+ * Runs a command on the idle TV. Returns its status, or `std::nullopt` if it could not be started or timed
+ * out.
+ */
 std::optional<ChildStatus> runAtRest(const Soak& soak, std::vector<std::string> command,
                                      std::string& errors) {
     const std::string file = soak.setup.folder + "/at_rest";
@@ -170,16 +176,19 @@ std::optional<ChildStatus> runAtRest(const Soak& soak, std::vector<std::string> 
     return status;
 }
 
-/** A busy machine may let the TV's 20 s be over before it has done anything: there are some tries. */
+/** Runs a command that must succeed. Retries, because on a busy machine the daemon's time-outs may expire. */
 void mustGoWell(Soak& soak, const std::vector<std::string>& command) {
     std::string errors;
     for (int i = 0; i < kTries; ++i) {
         if (runAtRest(soak, command, errors) == 0) return;
     }
-    complain(soak, "at rest, `" + describe(Decision{command, {}, {}}) + "` does not go well: " + errors);
+    complain(soak, "on the idle TV, `" + describe(Decision{command, {}, {}}) + "` fails: " + errors);
 }
 
-/** Waits until uploads have ended, and the daemon holds no more than shortly before. */
+/**
+ * Waits up to 5 s until all invariants hold and the daemon's descriptors and threads stay the same. Returns
+ * the usage; `broken` lists the remaining violations.
+ */
 Usage usageAtRest(const Soak& soak, std::vector<std::string>& broken) {
     const auto deadline = steady_clock::now() + kRestLimit;
     Usage before;
@@ -193,10 +202,13 @@ Usage usageAtRest(const Soak& soak, std::vector<std::string>& broken) {
     }
 }
 
-/** An upload of each kind takes the place of one that was given up, whose parameters the daemon keeps. */
+/**
+ * Checks the idle TV and takes a sample. The two uploads replace abandoned ones, whose parameters the daemon
+ * keeps.
+ */
 void check(Soak& soak) {
     std::vector<std::string> broken;
-    // A daemon that has just started cannot know what the one before it held.
+    // A restarted daemon does not end its predecessor's uploads: the new uploads below do.
     if (!soak.daemonKilled) usageAtRest(soak, broken);
     mustGoWell(soak, {"audioctl", "virtualizer", "upload", "device", "room.json"});
     mustGoWell(soak, {"audioctl", "virtualizer", "upload", "hrtf", "room.json"});
@@ -204,8 +216,7 @@ void check(Soak& soak) {
     if (!daemonRuns(soak, soak.result.problems.empty() ? 0ms : 500ms)) return;
     soak.result.samples.push_back(usageAtRest(soak, broken));
     for (const std::string& each : broken) complain(soak, "state: " + each);
-    if (!servicesRegistered("hidlaudio", soak.tv.daemon))
-        complain(soak, "services: not every one is registered");
+    if (!servicesRegistered("hidlaudio", soak.tv.daemon)) complain(soak, "services: not all are registered");
 }
 
 void killDaemon(Soak& soak) {
@@ -222,7 +233,7 @@ void part(Soak& soak) {
     act(soak, soak.setup.length / kParts);
     if (soak.setup.restarts && daemonRuns(soak)) killDaemon(soak);
     comeToRest(soak);
-    // A client sees a service go before its process has ended.
+    // After a crash, clients notice that the service is gone before the process has ended.
     if (daemonRuns(soak, soak.result.problems.empty() ? 0ms : 500ms)) check(soak);
     soak.daemonKilled = false;
 }

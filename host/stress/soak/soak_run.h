@@ -13,29 +13,29 @@
 namespace hidlaudio::host {
 
 struct SoakSetup {
-    std::string folder;      // exists, and is the soak's own
-    std::string parameters;  // a file to upload
+    std::string folder;      // existing temporary folder
+    std::string parameters;  // path of a file to upload
     uint64_t seed = 0;
     unsigned clients = 1;
     std::chrono::milliseconds length{};  // in real time
-    unsigned clock = 1;                  // how much faster the TV's time passes
-    bool restarts = false;               // the daemon is killed and started again between the parts
+    unsigned clock = 1;                  // HIDLAUDIO_CLOCK of the TV's programs
+    bool restarts = false;               // whether the daemon is killed and restarted in each part
 };
 
-/** What came of it. */
+/** The result of a soak. */
 struct SoakResult {
     unsigned commands = 0;
     unsigned killed = 0;                // clients
-    unsigned refused = 0;               // commands that the service answered with an error
-    unsigned restarts = 0;              // of the daemon and of the audio HAL
-    std::vector<Usage> samples;         // of the daemon at rest: after the warm-up, and after each part
-    std::vector<std::string> problems;  // what must not be
+    unsigned refused = 0;               // commands to which a service returned an error
+    unsigned restarts = 0;              // restarts of the daemon and of the audio HAL
+    std::vector<Usage> samples;         // the idle daemon after each part
+    std::vector<std::string> problems;  // violations
 };
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Usage, descriptors, threads, memory)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SoakResult, commands, killed, refused, restarts, samples, problems)
 
-/** Lets the clients and what is around the service act on a TV in the folder, and leaves nothing running. */
+/** Runs clients and environment on a new TV in the folder. All processes have ended when it returns. */
 SoakResult runSoak(const SoakSetup& setup);
 
 }  // namespace hidlaudio::host

@@ -21,7 +21,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** Threads of the daemon may overtake each other, so that a call does not come in one run. */
+/**
+ * Maximum number of runs per fault: due to the scheduling of the daemon's threads, a run may not make the
+ * call.
+ */
 constexpr int kTries = 3;
 
 struct Options {
@@ -44,7 +47,7 @@ RunSetup setUp(Sweep& sweep, const Scenario& scenario) {
     return {sweep.folder + "/" + scenario.name, run, sweep.folder + "/parameters.bin", {}, {}};
 }
 
-/** Makes a new TV of the scenario's model for all its runs. Returns an empty string, or why not. */
+/** Creates a TV of the scenario's model, which all runs copy. Returns an error message, or "". */
 std::string makeModel(const Sweep& sweep, const Scenario& scenario) {
     TestTv model{sweep.folder + "/" + scenario.name, "/", 0, 0, 1};
     return makeTestTv(model, scenario.model);
@@ -82,7 +85,7 @@ SweepRow rowOf(const std::string& answer, bool whole, const SweptFault& fault) {
                  {},
                  {},
                  {}};
-    row.flags.emplace_back("the run itself crashed");
+    row.flags.emplace_back("the run process crashed");
     return row;
 }
 
@@ -91,7 +94,7 @@ std::string dump(const Answer& answer) {
     return nlohmann::json(answer).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-/** In a worker's process. */
+/** Runs the scenario with one fault. Called in a worker process. */
 SweepRow sweepOne(const Scenario& scenario, const RunResult& untouched, const RunSetup& setup,
                   const SweptFault& fault) {
     SweepRow row;
@@ -102,7 +105,7 @@ SweepRow sweepOne(const Scenario& scenario, const RunResult& untouched, const Ru
     return row;
 }
 
-/** Runs the scenario with each fault. False where the user interrupted it. */
+/** Runs the scenario with each fault. Returns false after an interrupt. */
 bool sweepFaults(Sweep& sweep, const Scenario& scenario, const RunResult& untouched, SweepResult& result) {
     const std::vector<SweptFault> faults = faultsOn(untouched);
     std::vector<RunSetup> setups;
@@ -126,7 +129,7 @@ bool sweepFaults(Sweep& sweep, const Scenario& scenario, const RunResult& untouc
     return runAll(pool, sweep.interrupt);
 }
 
-/** In a worker's process. */
+/** Executes the baseline run and the runs with faults. Called in a worker process. */
 SweepResult sweepScenario(Sweep& sweep, const Scenario& scenario) {
     SweepResult result;
     result.scenario = scenario.name;
@@ -139,7 +142,7 @@ SweepResult sweepScenario(Sweep& sweep, const Scenario& scenario) {
     clearAway(setup.folder);
     result.calls = untouched.calls.size();
     result.broken = problemsUntouched(scenario, untouched);
-    // The pool ends this process if the user interrupts the sweep.
+    // Ignore the result: after an interrupt, the pool kills this process.
     if (result.broken.empty()) sweepFaults(sweep, scenario, untouched, result);
     return result;
 }
@@ -147,12 +150,12 @@ SweepResult sweepScenario(Sweep& sweep, const Scenario& scenario) {
 SweepResult resultOf(const std::string& answer, bool whole, const Scenario& scenario) {
     const nlohmann::json json = nlohmann::json::parse(answer, nullptr, false);
     if (whole && json.is_object()) return json.get<SweepResult>();
-    return {scenario.name, 0, {scenario.path + ": the sweep itself crashed"}, {}};
+    return {scenario.name, 0, {scenario.path + ": the sweep process crashed"}, {}};
 }
 
 /**
- * Sweeps in a worker: the programs of the untouched run end with it, even if this process is
- * killed. False if the user interrupted it.
+ * Sweeps in a worker process, so that the programs of the baseline run end even if this process is killed.
+ * Returns false after an interrupt.
  */
 bool sweepInWorker(Sweep& sweep, const Scenario& scenario, SweepResult& result) {
     PoolWork pool;
@@ -167,7 +170,7 @@ bool sweepInWorker(Sweep& sweep, const Scenario& scenario, SweepResult& result) 
 int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
     const Interrupt interrupt;
     const ScratchFolder folder(kParametersSize);
-    if (folder.path().empty()) return fail("no temporary folder can be made");
+    if (folder.path().empty()) return fail("cannot create a temporary folder");
     Sweep sweep{options, interrupt, folder.path()};
     nlohmann::json all = nlohmann::json::array();
     size_t flagged = 0;
@@ -184,7 +187,7 @@ int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
     }
     if (options.json)
         printf("%s\n", all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
-    return flagged == 0 ? kDone : fail(std::to_string(flagged) + " runs show what must not be");
+    return flagged == 0 ? kDone : fail(std::to_string(flagged) + " runs were flagged");
 }
 
 int list() {
@@ -199,7 +202,7 @@ int list() {
 int sweep(Options options) {
     if (options.list) return list();
     if (options.scenarios.empty())
-        return fail("which scenario? `tv_stress sweep --list` tells them", kWrongUsage);
+        return fail("SCENARIO is missing; `tv_stress sweep --list` prints the scenarios", kWrongUsage);
     if (options.jobs == 0) options.jobs = 4 * std::max(1U, std::thread::hardware_concurrency());
     if (options.scenarios == std::vector<std::string>{"all"}) options.scenarios = scenarioNames();
     std::vector<Scenario> scenarios;
@@ -214,39 +217,45 @@ int sweep(Options options) {
 
 void addSweep(CLI::App& app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command =
-        app.add_subcommand("sweep", "Let each call of the daemon fail once, and see what comes of it");
+    CLI::App* command = app.add_subcommand("sweep", "Repeat a scenario, injecting one fault per run");
     command->footer(
-        "Runs a scenario on a TV of its own, once untouched and then again with each call that the daemon\n"
-        "made failing in each way that such a call can fail: system calls and the middleware's, libpower's\n"
-        "and the audio HAL's functions return an error, come back short, come too late, or end the process.\n"
-        "A line a fault tells what the client, the log and the TV's files showed, where that differs from\n"
-        "the untouched run. Flagged with ! are a crash, a hang, descriptors, threads or memory that are not\n"
-        "given back, services that are not there, a wake lock that is kept, and files that no failure\n"
-        "tolerated; the exit status is 1 then.\n"
+        "Runs the scenario on a temporary TV, first without a fault: the baseline run. Then repeats it for\n"
+        "each call that the daemon made and for each way in which this call can fail. A system call, or a\n"
+        "function of the middleware, libpower or the audio HAL, returns an error, transfers too few bytes,\n"
+        "is delayed, or kills the process.\n"
         "\n"
-        "SCENARIO is one of those of --list, all of them (all), or the path of a file: commands of "
-        "`audioctl`\n"
-        "and `tv`, a line each, comments with #. `tv init` with its options comes first; & at the end of a\n"
-        "line lets the command run until the end. Where no `tv boot` comes before the first `audioctl`, the "
-        "TV\n"
-        "is started before, and the calls of that are left out. The commands find the files that lie beside "
-        "the scenario, and a file of 1 "
-        "MiB\n"
-        "to upload, parameters.bin; the TV's time passes " +
+        "Prints one line per fault: how the output of the commands, the daemon's log and the TV's files\n"
+        "differ from the baseline run. Flags violations in lines that begin with !. Violations are: a\n"
+        "crash, a hang, a leak of descriptors, threads or memory, a service that is not registered, a wake\n"
+        "lock that is still held, and a file whose content the fault does not explain.\n"
+        "\n"
+        "SCENARIO is a name from --list, the path of a file, or `all`. A scenario file contains commands of\n"
+        "`audioctl` and `tv`, one per line. Lines that begin with # are comments. The first command may be\n"
+        "`tv init` with options. An `audioctl` command with & at the end of its line runs until the end of\n"
+        "the scenario. If no `tv boot` comes before the first `audioctl`, the TV is booted first, and the\n"
+        "calls of this boot are not swept. The commands can use the files in the folder of the scenario,\n"
+        "and parameters.bin, a file of 1 MiB to upload. The clock of the TV runs " +
         std::to_string(kSweepClock) +
         " times faster.\n"
         "\n"
+        "Exit status:\n"
+        "  1  a run was flagged, the sweep was interrupted, or the output could not be written\n"
+        "  2  the arguments or a scenario are wrong\n"
+        "\n"
         "Examples:\n"
+        "  tv_stress sweep --list\n"
         "  tv_stress sweep all --flagged\n"
         "  tv_stress sweep external-output --json");
-    command->add_option("SCENARIO", options->scenarios, "What is run")->type_name("");
-    command->add_option("-j,--jobs", options->jobs, "How many runs at a time; otherwise four a processor")
+    command->add_option("SCENARIO", options->scenarios, "Scenarios to run; required except with --list")
+        ->type_name("");
+    command
+        ->add_option("-j,--jobs", options->jobs,
+                     "Number of concurrent runs, 1 to 1000 (default: 4 per processor)")
         ->type_name("N")
         ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
-    command->add_flag("--json", options->json, "Print all that was found as JSON");
-    command->add_flag("--flagged", options->onlyFlagged, "Print only what must not be");
-    command->add_flag("--list", options->list, "List the scenarios");
+    command->add_flag("--json", options->json, "Print the result as JSON");
+    command->add_flag("--flagged", options->onlyFlagged, "Print only flagged runs (ignored with --json)");
+    command->add_flag("--list", options->list, "List the scenarios and exit");
     command->callback([options, &status] { status = sweep(*options); });
 }
 

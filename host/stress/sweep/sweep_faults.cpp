@@ -19,10 +19,10 @@ struct Outcomes {
     const char* outcomes;
 };
 
-/** Longer than any of the daemon's own waits; with the clock of our TVs far shorter than the clients'. */
+/** 22 s, longer than each wait of the daemon. With kSweepClock 0.9 s, far shorter than clients' time-outs. */
 constexpr char kLate[] = "delay=22000";
 
-/** Of the first line that fits a call; besides, every call is late once. */
+/** The first matching line applies to a call. In addition, each call is delayed once. */
 constexpr Outcomes kOutcomes[] = {
     {kKernelCalls, "open", "ENOENT EACCES EMFILE ENOSPC EINTR"},
     {kKernelCalls, "fopen", "ENOENT EACCES EMFILE"},
@@ -79,7 +79,7 @@ std::vector<std::string> outcomesFor(const RecordedCall& call) {
     std::vector<std::string> outcomes;
     for (std::string word; words >> word;) outcomes.push_back(word);
     outcomes.emplace_back(kLate);
-    // The daemon can be killed at any moment; it matters where a file is half written then.
+    // The daemon can be killed at any time. This matters only while it writes a file.
     if (isKernelCall(call) && isStoredFile(call.target)) outcomes.emplace_back("dies");
     return outcomes;
 }

@@ -9,31 +9,33 @@
 
 namespace hidlaudio::host {
 
-/** A call that the daemon made, or that was made for it, in an untouched run. */
+/** A call that the daemon or the audio HAL made during the baseline run. */
 struct SweptCall : RecordedCall {
-    unsigned boot = 0;  // since which start of the daemon it is counted
-    unsigned nth = 1;   // among those of its name
+    unsigned boot = 0;  // number of the daemon's start, from 0
+    unsigned nth = 1;   // number among the calls of this name since that start, from 1
 };
 
-/** The outcomes that are tried on a call: errnos, statuses, "short=BYTES", "delay=MILLISECONDS", "dies". */
+/**
+ * Returns the faults to inject into a call: errnos, statuses, "short=BYTES", "delay=MILLISECONDS", "dies".
+ */
 std::vector<std::string> outcomesFor(const RecordedCall& call);
 
-/** One of them on one call. */
+/** A fault on one call. */
 struct SweptFault {
     SweptCall call;
     std::string outcome;
 };
 
-/** The daemon is meant to end at this call. */
+/** Returns whether the fault kills the daemon. */
 bool isCrash(const SweptFault& fault);
 
-/** The value of HIDLAUDIO_FAULT for it; empty where it is set in a file. */
+/** Returns the value of HIDLAUDIO_FAULT, or "" if the fault is set in a fault file. */
 std::string faultVariable(const SweptFault& fault);
 
-/** Writes the fault's file where it is set in one. Returns 0, or an errno. */
+/** Writes the fault file; does nothing for a fault in HIDLAUDIO_FAULT. Returns 0, or an errno. */
 int writeFaultFile(const TestTv& tv, const SweptFault& fault);
 
-/** What such a fault may leave behind. */
+/** Returns the violations that the fault explains. */
 ToleratedViolations toleratedAfter(const SweptFault& fault);
 
 }  // namespace hidlaudio::host

@@ -8,7 +8,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** Date, time, process, thread, priority; the tag and the text are left. */
+/** Matches a log line. Groups: priority; tag and text. */
 const std::regex& threadtime() {
     static const std::regex pattern(R"(^\d\d-\d\d \d\d:\d\d:\d\d\.\d+ +\d+ +\d+ ([VDIWEF]) (.*)$)");
     return pattern;

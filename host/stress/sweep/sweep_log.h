@@ -6,16 +6,19 @@
 
 namespace hidlaudio::host {
 
-/** What a program printed, without that which differs from run to run: durations, and the run's folder. */
+/** Returns the output of a program without durations and the run's folder, which differ between runs. */
 std::string withoutChance(const std::string& text, const std::string& folder);
 
 /**
- * The warnings and errors in a log, as "W tag: text"; a line that is none of the log's
- * format, such as a sanitizer's report, as "! text".
+ * Returns the warnings and errors of a log as "W tag: text". A line that is not in log format, such as a
+ * sanitizer's report, becomes "! text".
  */
 std::vector<std::string> troublesIn(const std::string& path, const std::string& folder);
 
-/** The lines that are in `lines` more often than in `usual`, each once: with "(3 times)" if it is so many. */
+/**
+ * Returns the lines that `lines` contains more often than `usual`, without duplicates. The surplus is
+ * appended if it exceeds 1: "text (3 times)".
+ */
 std::vector<std::string> newLines(const std::vector<std::string>& lines,
                                   const std::vector<std::string>& usual);
 

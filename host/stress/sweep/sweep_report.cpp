@@ -14,7 +14,7 @@ constexpr size_t kClientWidth = 44;
 constexpr size_t kLogWidth = 60;
 constexpr char kNothing[] = "-";
 
-/** On one line, and cut off where it is longer. */
+/** Returns the text on one line, cut off or padded to `width` characters. */
 std::string fitted(std::string text, size_t width) {
     std::replace(text.begin(), text.end(), '\n', ' ');
     if (text.size() > width) text = text.substr(0, width - 3) + "...";
@@ -69,10 +69,10 @@ size_t flaggedIn(const SweepResult& result) {
 void printTable(const SweepResult& result, bool onlyFlagged) {
     printf("%s: %zu calls, %zu faults, %zu flagged\n", result.scenario.c_str(), result.calls,
            result.rows.size(), flaggedIn(result));
-    for (const std::string& problem : result.broken) printf("  ! without a fault: %s\n", problem.c_str());
+    for (const std::string& problem : result.broken) printf("  ! baseline run: %s\n", problem.c_str());
     const bool any = std::any_of(result.rows.begin(), result.rows.end(),
                                  [&](const SweepRow& row) { return !onlyFlagged || !row.flags.empty(); });
-    if (any) printRow("CALL", "FAULT", "CLIENT", "LOG", "FILES (UNTOUCHED)");
+    if (any) printRow("CALL", "FAULT", "CLIENT", "LOG", "FILES (BASELINE)");
     for (const SweepRow& row : result.rows) {
         if (onlyFlagged && row.flags.empty()) continue;
         printRow(describeCall(row), row.fault, describeClient(row), describeLog(row), describeFiles(row));

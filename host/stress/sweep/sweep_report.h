@@ -9,20 +9,20 @@
 
 namespace hidlaudio::host {
 
-/** What a sweep of one scenario has found. */
+/** The result of sweeping one scenario. */
 struct SweepResult {
     std::string scenario;
-    size_t calls = 0;                 // that the daemon made
-    std::vector<std::string> broken;  // why there was nothing to sweep; the untouched run's own faults
+    size_t calls = 0;                 // calls in the baseline run
+    std::vector<std::string> broken;  // violations in the baseline run; if any, nothing was swept
     std::vector<SweepRow> rows;
 };
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SweepResult, scenario, calls, broken, rows)
 
-/** How many runs, and broken untouched ones, show what must not be. */
+/** Returns the number of flagged runs plus the number of violations in the baseline run. */
 size_t flaggedIn(const SweepResult& result);
 
-/** A line each call and fault; of the flagged ones alone if `onlyFlagged`. */
+/** Prints one line per fault, or per flagged fault if `onlyFlagged` is set. */
 void printTable(const SweepResult& result, bool onlyFlagged);
 
 nlohmann::json toJson(const SweepResult& result);

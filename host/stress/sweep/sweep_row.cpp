@@ -12,7 +12,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** What differs in a process's memory from run to run, in KiB; far less than the upload of a scenario. */
+/** Variation of a process's memory between runs, in KiB. Far less than the size of an upload. */
 constexpr long kMemorySlack = 640;
 constexpr size_t kShownBytes = 24;
 
@@ -30,7 +30,7 @@ std::string inHex(const std::string& bytes) {
     return hex;
 }
 
-/** A short content itself, of a long one the size and the end, where logs grow. */
+/** Returns a short content itself. Of a longer one, returns the size and the end, because logs grow there. */
 std::string describeContent(std::string content) {
     if (!content.empty() && content.back() == '\n') content.pop_back();
     if (content.empty()) return "empty";
@@ -76,7 +76,9 @@ void checkGrowth(const char* what, long allowed, long is, std::vector<std::strin
                         std::to_string(allowed));
 }
 
-/** How many uploads the daemon has given up: it keeps the parameters of one a kind, which may still be read.
+/**
+ * Returns the number of uploads that the daemon has abandoned. It keeps the parameters of at most one upload
+ * of each kind, because the controller may still read them.
  */
 long keptUploads(const RunResult& run, const ToleratedViolations& tolerated) {
     const auto tellsTimeout = [](const std::string& line) {
@@ -130,7 +132,7 @@ SweepRow compareRuns(const Scenario& scenario, const RunResult& untouched, const
 }
 
 std::vector<std::string> problemsUntouched(const Scenario& scenario, const RunResult& untouched) {
-    // Nobody writes these into a scenario: a wrong line, a TV that does not run.
+    // No valid scenario has these statuses: the line is wrong, or the TV is not running.
     constexpr ChildStatus kWrongUsage = 2;
     std::vector<std::string> problems = untouched.problems;
     for (const std::string& broken : brokenInvariants(untouched.files, {}))

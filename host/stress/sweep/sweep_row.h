@@ -9,21 +9,21 @@
 
 namespace hidlaudio::host {
 
-/** A file of the TV that is not what it is after an untouched run. */
+/** A file of the TV that differs from the baseline run. */
 struct FileDifference {
     std::string path;
-    std::string is;   // "(none)" where there is no such file
-    std::string was;  // after the untouched run
+    std::string is;   // content in this run; "(none)" if the file does not exist
+    std::string was;  // content in the baseline run
 };
 
-/** The first line of a scenario that came out otherwise than in an untouched run. */
+/** The first line of a scenario with a different outcome than in the baseline run. */
 struct LineDifference {
-    unsigned line = 0;  // 0: none did
+    unsigned line = 0;  // 0 if all outcomes are the same
     ChildStatus status = 0;
     std::string message;
 };
 
-/** What became of a run with one fault. */
+/** The result of a run with one fault. */
 struct SweepRow {
     std::string source, call, target;
     unsigned boot = 0, nth = 0;
@@ -32,7 +32,7 @@ struct SweepRow {
     LineDifference client;
     std::vector<std::string> log;
     std::vector<FileDifference> files;
-    std::vector<std::string> flags;  // what must not be
+    std::vector<std::string> flags;  // violations
 };
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(FileDifference, path, is, was)
@@ -40,11 +40,11 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(LineDifference, line, status, message)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SweepRow, source, call, target, boot, nth, fault, injected, client, log,
                                    files, flags)
 
-/** Compares a run with a fault to the untouched one of the same scenario. */
+/** Compares a run with a fault to the baseline run of the same scenario. */
 SweepRow compareRuns(const Scenario& scenario, const RunResult& untouched, const SweptFault& fault,
                      const RunResult& run);
 
-/** What is wrong with an untouched run itself: then there is nothing to compare with. */
+/** Returns the violations in the baseline run itself. If there are any, it is no basis for a comparison. */
 std::vector<std::string> problemsUntouched(const Scenario& scenario, const RunResult& untouched);
 
 }  // namespace hidlaudio::host

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-/** Far beyond what any command takes, on a busy machine, too. */
+/** Time-out of a command. No command takes nearly as long, even on a busy machine. */
 constexpr auto kAnswerLimit = 30s;
 constexpr auto kRestLimit = 3s;
 constexpr char kWakeLocks[] = "/power/wake_lock";
@@ -33,7 +33,7 @@ struct Background {
     pid_t pid;
 };
 
-/** Number of calls during a boot that no line of the scenario asked for. They are not swept. */
+/** Numbers of calls during an implicit boot. These calls are not swept. */
 struct BootCalls {
     size_t daemon = 0;
     size_t hal = 0;
@@ -44,12 +44,12 @@ struct Run {
     const RunSetup& setup;
     TestTv tv;
     RunResult result;
-    unsigned boots = 0;  // of the daemon, so far
+    unsigned boots = 0;  // starts of the daemon so far
     BootCalls implicitBoot;
     std::vector<Background> background;
 };
 
-/** The HAL's calls go to a record of their own: it makes some that are none of the daemon's. */
+/** The HAL has its own call record, because its system calls are not swept. */
 std::string recordOf(const Run& run, const char* program, unsigned boot) {
     return run.setup.folder + "/calls." + program + "." + std::to_string(boot);
 }
@@ -62,7 +62,7 @@ std::vector<RecordedCall> callsOf(const Run& run, const char* program, unsigned 
     return calls;
 }
 
-/** The fault that is injected in this start of the daemon, or `nullptr`. */
+/** Returns the fault to inject at the next start of the daemon, or `nullptr`. */
 const SweptFault* faultNow(const Run& run) {
     const auto& fault = run.setup.fault;
     return fault && fault->call.boot == run.boots ? &*fault : nullptr;
@@ -78,7 +78,7 @@ void prepareFolders(Run& run) {
     }
 }
 
-/** Whether the daemon has ended where it was meant to. */
+/** Returns whether the injected fault explains the end of the daemon. */
 bool mayEnd(const Run& run, ChildStatus status) {
     if (run.setup.fault && isCrash(*run.setup.fault)) return status == -SIGKILL;
     return false;
@@ -88,10 +88,11 @@ void noteEnding(Run& run, const std::string& how) {
     const std::string log = contentOf(logOf("hidlaudio"));
     const bool unexamined = log.find("HIDL return status not checked") != std::string::npos ||
                             log.find("retrieve value from hidl service") != std::string::npos;
-    run.result.problems.push_back("crash: the daemon " + how + (unexamined ? ": an unexamined Return" : ""));
+    run.result.problems.push_back("crash: the daemon " + how +
+                                  (unexamined ? ", because the status of a Return was not checked" : ""));
 }
 
-/** Whether the daemon has just ended, during its start, by the crash that is injected into it. */
+/** Returns whether the injected fault has just killed the daemon during its start. */
 bool hasCrashedAsMeant(const Run& run) {
     return run.tv.daemon == 0 && run.setup.fault && isCrash(*run.setup.fault) &&
            run.boots == run.setup.fault->call.boot + 1;
@@ -107,7 +108,7 @@ std::string startOnce(Run& run) {
     return startDaemon(run.tv, variables);
 }
 
-/** Starts the daemon, and again if it ends by the injected crash. */
+/** Starts the daemon, and starts it again if the injected fault kills it. */
 void startDaemonOf(Run& run) {
     std::string problem = startOnce(run);
     if (!problem.empty() && hasCrashedAsMeant(run)) problem = startOnce(run);
@@ -128,7 +129,7 @@ void shutDown(Run& run) {
     stopHal(run.tv);
 }
 
-/** Notes a daemon that has ended, and starts it again where it was meant to. */
+/** Restarts a daemon that the injected fault has killed. Reports any other end of the daemon. */
 void lookAfterDaemon(Run& run, std::chrono::milliseconds patience = {}) {
     const auto status = daemonEnding(run.tv, patience);
     if (!status) return;
@@ -190,7 +191,7 @@ void runLine(Run& run, size_t index) {
         shutDown(run);
     } else {
         runCommand(run, index);
-        // A client sees a service go before its process has ended.
+        // After a crash, clients notice that the service is gone before the process has ended.
         lookAfterDaemon(run, run.result.lines[index].status == client::kNoService ? 500ms : 0ms);
     }
 }
@@ -204,7 +205,9 @@ bool isDownTo(const Usage& usage, const Usage& limit) {
     return usage.descriptors <= limit.descriptors && usage.threads <= limit.threads;
 }
 
-/** Waits until uploads have ended and what they used is given back; the daemon's usage then. */
+/**
+ * Waits up to 3 s until no wake lock is held and the daemon has released its resources. Returns its usage.
+ */
 Usage usageAtRest(const Run& run) {
     const auto deadline = steady_clock::now() + kRestLimit;
     Usage before;
@@ -222,10 +225,12 @@ void noteRest(Run& run) {
     if (run.tv.daemon == 0) return;
     run.result.usage = usageAtRest(run);
     if (!servicesRegistered("hidlaudio", run.tv.daemon))
-        run.result.problems.emplace_back("services: not every one is registered");
+        run.result.problems.emplace_back("services: not all are registered");
 }
 
-/** Notes the calls of a program since one start. The first `skipped` are counted, but not noted. */
+/**
+ * Adds the calls of a program since one start to the result, except the first `skipped`, which only count.
+ */
 void noteCalls(Run& run, const char* program, unsigned bootNumber, size_t skipped) {
     const std::vector<RecordedCall> calls = callsOf(run, program, bootNumber);
     std::map<std::string, unsigned> counts;

@@ -11,40 +11,40 @@
 
 namespace hidlaudio::host {
 
-/** What a client saw of a line. */
+/** Exit status and output of one scenario line. */
 struct LineOutcome {
     ChildStatus status = 0;
     std::string output;
     std::string errors;
 };
 
-/** What came of a scenario. */
+/** The result of one run of a scenario. */
 struct RunResult {
     std::vector<LineOutcome> lines;
-    std::vector<SweptCall> calls;       // that the lines caused: not a start of the TV that is none of them
+    std::vector<SweptCall> calls;       // calls of the run, without those of an implicit boot
     bool injected = false;              // whether the call with the fault was made
     std::vector<std::string> log;       // the daemon's warnings and errors: "W tag: text"
-    std::vector<std::string> problems;  // what no fault tolerated
+    std::vector<std::string> problems;  // violations that no fault explains
     TvFiles files;
     Usage usage;
 };
 
-/** The size of the file that the lines can upload: enough for a lost one to be seen. */
+/** Size of parameters.bin in bytes. Large enough for a leaked upload to exceed the tolerance. */
 constexpr size_t kParametersSize = 1048576;
 
-/** How much faster the time of the TV passes: what takes 20 s there takes the better part of one. */
+/** HIDLAUDIO_CLOCK of the TV's programs: a time-out of 20 s takes 0.8 s. */
 constexpr unsigned kSweepClock = 25;
 
-/** What a run is measured by: the usage it must come down to. */
+/** The input of a run. */
 struct RunSetup {
-    std::string model;                // the folder of a new TV of the scenario's model
-    std::string folder;               // where the run's own TV is to lie; must not exist
-    std::string parameters;           // a file to upload, which the lines know as parameters.bin
-    std::optional<SweptFault> fault;  // none: the run is untouched
-    Usage usage;                      // which a run with a fault must come down to
+    std::string model;                // folder of a new TV of the scenario's model
+    std::string folder;               // folder for the run's own TV; must not exist
+    std::string parameters;           // path of the file that the lines use as parameters.bin
+    std::optional<SweptFault> fault;  // `nullopt` for the baseline run
+    Usage usage;                      // of the baseline run, as the limit for a run with a fault
 };
 
-/** Runs the scenario on a copy of the model, and leaves nothing running; the folder stays. */
+/** Runs the scenario on a copy of the model. Stops all processes, but keeps the folder. */
 RunResult runScenario(const Scenario& scenario, const RunSetup& setup);
 
 }  // namespace hidlaudio::host

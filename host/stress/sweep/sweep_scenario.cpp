@@ -21,17 +21,18 @@ bool isTvCommand(const std::string& word) {
     return std::find(std::begin(kTvCommands), std::end(kTvCommands), word) != std::end(kTvCommands);
 }
 
-/** What is wrong with a command's words; null where nothing is. */
+/** Returns why the line is not a valid command, or `nullptr` if it is valid. */
 const char* mistakeIn(const ScenarioLine& line, bool isFirst) {
     const std::string& program = line.words[0];
-    if (program != "tv" && program != "audioctl") return "a line is a command of `tv` or `audioctl`";
+    if (program != "tv" && program != "audioctl") return "the line is not a command of `tv` or `audioctl`";
     if (line.words.size() < 2) return "the command is missing";
     if (program == "audioctl") return nullptr;
-    if (line.background) return "only a command of `audioctl` can run in the background";
-    if (!isTvCommand(line.words[1])) return "of `tv`: init, boot, shutdown, config, eeprom, fault, bectrl";
+    if (line.background) return "only commands of `audioctl` can run in the background";
+    if (!isTvCommand(line.words[1]))
+        return "the commands of `tv` are init, boot, shutdown, config, eeprom, fault, bectrl";
     if (line.words[1] == "init") return isFirst ? nullptr : "`tv init` can only be the first command";
     const bool alone = line.words[1] == "boot" || line.words[1] == "shutdown";
-    return alone && line.words.size() > 2 ? "this command has no options here" : nullptr;
+    return alone && line.words.size() > 2 ? "this command takes no arguments in a scenario" : nullptr;
 }
 
 void take(const ScenarioLine& line, Scenario& scenario) {
@@ -46,7 +47,7 @@ void take(const ScenarioLine& line, Scenario& scenario) {
     scenario.lines.push_back(line);
 }
 
-/** What is wrong with the line; null where nothing is. */
+/** Adds a line to the scenario. Returns an error message, or `nullptr`. */
 const char* takeText(const std::string& text, ScenarioLine line, bool& isFirst, Scenario& scenario) {
     line.words = splitWords(text);
     if (line.words.empty()) return nullptr;
@@ -91,7 +92,7 @@ std::string readScenario(const std::string& nameOrPath, Scenario& scenario) {
     std::ifstream file(path);
     std::error_code error;
     if (!file || !fs::is_regular_file(path, error))
-        return path + ": there is no such scenario; `tv_stress sweep --list` prints the existing ones";
+        return path + ": the scenario does not exist; `tv_stress sweep --list` prints the scenarios";
     scenario = {};
     scenario.name = fs::path(path).stem();
     scenario.path = fs::absolute(path);

@@ -11,28 +11,27 @@ struct ScenarioLine {
     unsigned number = 0;
     std::string text;
     std::vector<std::string> words;
-    bool background = false;  // it runs until the scenario's end
+    bool background = false;  // whether the command runs until the end of the scenario
 };
 
-/** What is done with a TV, from a file. */
+/** The content of a scenario file. */
 struct Scenario {
     std::string name;
     std::string path;
-    std::string about;               // the file's first comment
-    std::vector<std::string> model;  // the options of its `tv init`
+    std::string about;               // first comment
+    std::vector<std::string> model;  // options of `tv init`
     std::vector<ScenarioLine> lines;
-    bool boots = false;  // a line of its own starts the TV, before the first client
+    bool boots = false;  // whether a `tv boot` comes before the first `audioctl`
 };
 
-/** Where the scenarios lie that come with the program. */
+/** Returns the folder of the scenarios that are installed with the program. */
 std::string scenarioFolder();
 
-/** The names of those, sorted. */
+/** Returns the sorted names of the installed scenarios. */
 std::vector<std::string> scenarioNames();
 
 /**
- * Reads the scenario of that name, or of that path. Returns an empty string, or what is
- * wrong, with file and line.
+ * Reads the scenario with this name or path. Returns an error message, with file and line, or "".
  */
 std::string readScenario(const std::string& nameOrPath, Scenario& scenario);
 

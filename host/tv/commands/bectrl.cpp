@@ -34,7 +34,7 @@ int list(const std::vector<BehaviourLine>& lines) {
     return kDone;
 }
 
-/** A setting for both kinds takes the place of those for one kind. */
+/** Stores a setting. A setting for both kinds replaces those for one kind. */
 int set(std::vector<BehaviourLine> lines, const BehaviourLine& line) {
     const auto isReplaced = [&line](const BehaviourLine& old) {
         return old.setting == line.setting && (!line.kind || old.kind == line.kind);
@@ -52,7 +52,7 @@ int bectrl(const std::vector<std::string>& words) {
     const std::optional<TvModel> model = openTv();
     if (!model) return kWrongUsage;
     if (!model->backEnd)
-        return fail("this TV has no back-end controller; `tv init --model be` makes one that has");
+        return fail("this TV has no back-end controller; create a TV with `tv init --model be`");
     std::vector<BehaviourLine> lines;
     std::string problem;
     if (!readBehaviourLines(tvRoot(), lines, problem)) return fail(problem);
@@ -65,8 +65,10 @@ int bectrl(const std::vector<std::string>& words) {
 
 std::string allSettings() {
     std::string text;
-    for (const BackEndSettingInfo& info : kBackEndSettings) {
-        text += "\n  " + std::string(info.name) + "  " + info.accepted;
+    for (size_t i = 0; i < std::size(kBackEndSettings); ++i) {
+        const BackEndSettingInfo& info = kBackEndSettings[i];
+        text += "\n  " + std::string(info.name) + "  " + info.accepted +
+                " (default: " + formatValue(static_cast<BackEndSetting>(i), info.usual) + ")";
     }
     return text;
 }
@@ -74,19 +76,27 @@ std::string allSettings() {
 }  // namespace
 
 void addBectrl(CLI::App& app, int& status) {
-    CLI::App* command = app.add_subcommand("bectrl", "Show or set how the back-end controller behaves");
+    CLI::App* command = app.add_subcommand("bectrl", "Show or change how the back-end controller behaves");
     command->footer(
-        "Without SETTING all are listed, and how the uploads stand. The settings lie in bectrl/behaviour;\n"
-        "they take effect at the next command to the controller. With device or hrtf before it, a setting\n"
-        "is for that kind of upload alone.\n\nSettings:" +
+        "Lists the settings and the state of the uploads if SETTING is not given. A setting takes effect\n"
+        "at the next command to the controller. A setting without device or hrtf applies to both kinds of\n"
+        "upload. The settings are stored in bectrl/behaviour.\n"
+        "\n"
+        "Settings:" +
         allSettings() +
-        "\n\nExamples:\n"
+        "\n\nExit status:\n"
+        "  1  the TV has no back-end controller, or bectrl/behaviour is invalid or cannot be written\n"
+        "  2  the arguments are wrong, or the folder is no TV\n"
+        "\n"
+        "Examples:\n"
+        "  tv bectrl\n"
         "  tv bectrl rate 100000\n"
         "  tv bectrl hrtf result 0xF3\n"
         "  tv bectrl hang on");
-    const CLI::Option* const options[] = {addText(command, "[device|hrtf]", "For that kind of upload alone"),
-                                          addText(command, "SETTING", "The setting to change"),
-                                          addText(command, "VALUE", "Its value")};
+    const CLI::Option* const options[] = {
+        addText(command, "[device|hrtf]", "Kind of upload that the setting applies to (default: both)"),
+        addText(command, "SETTING", "Setting to change (default: list all settings)"),
+        addText(command, "VALUE", "Value to store (default: on, for an on/off setting)")};
     command->callback([first = options[0], second = options[1], third = options[2], &status] {
         std::vector<std::string> words;
         for (const CLI::Option* option : {first, second, third}) {

@@ -29,19 +29,19 @@ namespace {
 
 using std::chrono::steady_clock;
 
-/** The daemon may wait 20 s for each of five things before it serves. */
+/** Default time-out in seconds. At its start, the daemon may wait five times, up to 20 s each. */
 constexpr unsigned kLongestStart = 180;
 constexpr size_t kLastLines = 10;
 
 struct Started {
     std::string program;
     Process process;
-    bool isChild = true;  // false: it ran already
+    bool isChild = true;  // false if the program was already running
 };
 
 struct Options {
     bool background = false;
-    unsigned timeout = kLongestStart;  // in seconds, for the services of each program
+    unsigned timeout = kLongestStart;  // seconds until the services of a program must be registered
 };
 
 struct Boot {
@@ -51,14 +51,13 @@ struct Boot {
     std::vector<Started> started;
 };
 
-/** A TV that is switched on holds no wake lock, whatever one that was cut off left. */
+/** Releases the wake locks that are left from a TV that was not shut down. Returns 0, or an errno. */
 int clearWakeLocks() {
     const FolderLock lock(tvRoot() + "/power");
     return lock.error() != 0 ? lock.error() : writeValueFile(tvRoot() + "/power/wake_lock", "");
 }
 
-/** Makes run/ and log/, which may be deleted while nothing runs. Returns an empty string, or why it cannot.
- */
+/** Creates run/ and log/, which may be deleted while no program runs. Returns an error message, or "". */
 std::string makeFolders() {
     for (const auto& [folder, mode] : {std::pair("/run", 0700U), std::pair("/log", 0755U)}) {
         const std::string path = tvRoot() + folder;
@@ -72,8 +71,8 @@ std::string describe(const std::string& program, const Process& process) {
 }
 
 /**
- * Notes the programs that run already, to be kept. Returns an empty string, or why the others cannot be
- * started beside them.
+ * Adds the programs that are already running to `boot`. Returns an error message, or "" if the others can be
+ * started now.
  */
 std::string findRunning(Boot& boot) {
     std::string running;
@@ -88,13 +87,14 @@ std::string findRunning(Boot& boot) {
             missing = program;
         }
     }
-    if (missing.empty()) return "the TV is running already: " + running;
+    if (missing.empty()) return "the TV is already running: " + running;
     return inOrder ? ""
-                   : missing + " does not run, and can only be started before the others (" + running +
-                         "); `tv shutdown` ends these";
+                   : missing + " is not running and cannot be started after the others (" + running +
+                         "); run `tv shutdown` first";
 }
 
-/** Brings the TV into the state of one that was just switched on. Returns an empty string, or why it cannot.
+/**
+ * Puts the wake locks and the back-end controller into their power-on state. Returns an error message, or "".
  */
 std::string prepare(bool hasBackEnd) {
     if (const int error = clearWakeLocks(); error != 0)
@@ -104,7 +104,7 @@ std::string prepare(bool hasBackEnd) {
     return error == 0 ? "" : fileError(failed, error);
 }
 
-/** Why the programs cannot be started now; empty if they can. */
+/** Returns why the programs cannot be started, or "". If they can, the TV is in its power-on state. */
 std::string whatStandsAgainst(bool hasBackEnd, Boot& boot) {
     std::string reason = findRunning(boot);
     if (reason.empty()) reason = contentProblem(tvRoot());
@@ -120,7 +120,10 @@ std::optional<Ending> endingOf(const Started& one) {
     return isRunning(one.process) ? std::nullopt : std::optional(Ending{false, "has ended"});
 }
 
-/** How one of the programs has ended, if any has; rather one that nobody asked to. */
+/**
+ * Returns how a program has ended, or `std::nullopt` if all are running. A program that ended without SIGTERM
+ * takes precedence.
+ */
 std::optional<Ending> anyEnding(const Boot& boot) {
     std::optional<Ending> found;
     for (const Started& one : boot.started) {
@@ -140,7 +143,7 @@ std::string withLog(const Boot& boot, const std::string& reason) {
     return reason + ". The last lines of the log:\n" + boot.log.lastLines(kLastLines);
 }
 
-/** Names the programs that have not registered all of their services, and the first of these. */
+/** Names each program with missing services, and the first missing service of each. */
 std::string describeTimeout(const Boot& boot) {
     std::string text;
     for (const Started& one : boot.started) {
@@ -151,7 +154,7 @@ std::string describeTimeout(const Boot& boot) {
     return text + " within " + std::to_string(boot.timeout) + " s";
 }
 
-/** Waits until what was started has registered its services. Returns an empty string, or why not. */
+/** Waits until all programs in `boot` have registered their services. Returns an error message, or "". */
 std::string awaitServices(const Boot& boot, const Interrupt& interrupt) {
     const auto deadline = steady_clock::now() + std::chrono::seconds(boot.timeout);
     while (!allRegistered(boot)) {
@@ -162,7 +165,7 @@ std::string awaitServices(const Boot& boot, const Interrupt& interrupt) {
     return "";
 }
 
-/** Starts the program, unless it runs, and notes it in `boot`. Returns an empty string, or why not. */
+/** Starts the program unless it is running, and adds it to `boot`. Returns an error message, or "". */
 std::string start(const std::string& program, Boot& boot) {
     for (const Started& one : boot.started) {
         if (one.program == program) return "";
@@ -174,9 +177,9 @@ std::string start(const std::string& program, Boot& boot) {
 }
 
 /**
- * Starts the programs that do not run, each once those before it serve: the daemon
- * looks for the audio HAL as it starts, and never again. Ends all if one fails.
- * Returns an empty string, or why not.
+ * Starts the programs that are not running. Each one is started when those before it have registered their
+ * services, because the daemon looks for the audio HAL only at its start. Stops all programs if one fails.
+ * Returns an error message, or "".
  */
 std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
     std::string reason = makeFolders();
@@ -202,12 +205,14 @@ int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
         return fail(reason);
     }
     for (const Started& one : boot.started)
-        printf("%s %s, process %d\n", one.program.c_str(), one.isChild ? "runs" : "was running",
+        printf("%s %s, process %d\n", one.program.c_str(), one.isChild ? "started" : "was already running",
                one.process.pid);
     return kDone;
 }
 
-/** Shows the log until the user, another `tv shutdown` or the end of a program ends it all. */
+/**
+ * Prints the logs until a signal arrives or a program ends, then stops all programs. Returns an exit status.
+ */
 int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     std::optional<Ending> ending;
     while (!ending && boot.log.print() && !interrupt.cameWithin(50)) ending = anyEnding(boot);
@@ -235,15 +240,30 @@ void addBoot(CLI::App& app, int& status) {
     const auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("boot", "Start the TV's programs");
     command->footer(
-        "Starts the programs that lie beside `tv`, with their output appended to log/<program>.log, and\n"
-        "shows the log until Ctrl-C, which shuts the TV down again. A program that runs already is kept,\n"
-        "if the others can be started after it. In the foreground, the programs also end if `tv` is killed.\n"
-        "HIDLAUDIO_CLOCK=50 makes the time of the programs pass fifty times faster;\n"
-        "HIDLAUDIO_FAULT=write:3:ENOSPC makes their third write fail.");
-    command->add_flag("--background", options->background, "Return once every service is registered");
+        "Starts the audio HAL and then the daemon, which lie in the folder of `tv`. Shows their logs until\n"
+        "Ctrl-C, which shuts the TV down. If `tv` is killed, the programs that it has started also end.\n"
+        "With --background, the programs continue to run after `tv` has returned. Their output is appended\n"
+        "to log/<program>.log. A program that is already running is kept, but the audio HAL cannot be\n"
+        "started while the daemon is running.\n"
+        "\n"
+        "The programs read the environment variables HIDLAUDIO_CLOCK, HIDLAUDIO_FAULT and HIDLAUDIO_CALLS;\n"
+        "see hidlaudio(8).\n"
+        "\n"
+        "Exit status:\n"
+        "  1  a program cannot be started, ends without being shut down, or does not register its services\n"
+        "     in time; or `tv` is interrupted before that\n"
+        "  2  the arguments are wrong, or the folder is no TV\n"
+        "\n"
+        "Examples:\n"
+        "  tv boot\n"
+        "  tv boot --background\n"
+        "  HIDLAUDIO_CLOCK=50 tv boot               # time passes 50 times faster\n"
+        "  HIDLAUDIO_FAULT=write:3:ENOSPC tv boot   # the third write of each program fails");
+    command->add_flag("--background", options->background, "Return when all services are registered");
     command
         ->add_option("--timeout", options->timeout,
-                     "How long to wait for the services of each program, 1 to 86400 (default: 180)")
+                     "Time to wait for the services of each program, 1 to 86400\n"
+                     "(default: 180)")
         ->type_name("SECONDS")
         ->check([](const std::string& given) { return checkInteger(given, 1, 86400); });
     command->callback([options, &status] { status = bootTv(*options); });

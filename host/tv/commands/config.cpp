@@ -29,19 +29,19 @@ int print(const std::string& key) {
 
 int write(const std::string& key, const std::string& text) {
     const std::optional<int32_t> number = parseInt32(text);
-    if (!number) return fail("\"" + text + "\" is no 32-bit decimal number", kWrongUsage);
+    if (!number) return fail("\"" + text + "\" is not a 32-bit decimal number", kWrongUsage);
     const std::string path = tvRoot() + "/soc/config/" + key;
     if (const int error = writeValueFile(path, std::to_string(*number) + "\n"); error != 0) {
         return fail(fileError(path, error));
     }
-    if (findConfigKey(key) == nullptr) note(key + " is stored, but no key that the daemon uses");
+    if (findConfigKey(key) == nullptr) note(key + " is stored, but the daemon does not use this key");
     return kDone;
 }
 
 int config(const std::optional<std::string>& key, const std::optional<std::string>& value) {
     if (!openTv()) return kWrongUsage;
     if (!key) return list();
-    if (!isValueName(*key)) return fail("\"" + *key + "\" cannot be a key", kWrongUsage);
+    if (!isValueName(*key)) return fail("\"" + *key + "\" is not a valid key", kWrongUsage);
     return value ? write(*key, *value) : print(*key);
 }
 
@@ -49,13 +49,25 @@ int config(const std::optional<std::string>& key, const std::optional<std::strin
 
 void addConfig(CLI::App& app, int& status) {
     CLI::App* command =
-        app.add_subcommand("config", "List, read or write the middleware's configuration store");
+        app.add_subcommand("config", "List, read or write the configuration store of the middleware");
     command->footer(
-        "Without KEY all values are listed. The store is the folder soc/config, one file a key; the daemon\n"
-        "reads it at each request, so that a change takes effect at once. Remove a file, and reading the\n"
-        "key fails.");
-    const CLI::Option* key = addText(command, "KEY", "The value's name, such as g_audio__tv_position");
-    const CLI::Option* value = addText(command, "VALUE", "The number to store, -2147483648 to 2147483647");
+        "Lists all values if KEY is not given. The store is the folder soc/config with one file per key. "
+        "The\n"
+        "daemon reads a key at each request, so a change takes effect at once. To make a read fail, delete\n"
+        "the file of the key.\n"
+        "\n"
+        "Exit status:\n"
+        "  1  the value of KEY cannot be read or written, or is not a 32-bit number\n"
+        "  2  the arguments are wrong, or the folder is no TV\n"
+        "\n"
+        "Examples:\n"
+        "  tv config\n"
+        "  tv config g_audio__tv_position\n"
+        "  tv config g_audio__tv_position 1");
+    const CLI::Option* key = addText(command, "KEY", "Key to read or write (default: list all keys)");
+    const CLI::Option* value = addText(command, "VALUE",
+                                       "Number to store, -2147483648 to 2147483647\n"
+                                       "(default: print the stored number)");
     command->callback([key, value, &status] { status = config(given(key), given(value)); });
 }
 

@@ -15,7 +15,9 @@
 namespace hidlaudio::host {
 namespace {
 
-/** A number from 0 to `largest`, decimal or hexadecimal with 0x before it; nothing for any other text. */
+/**
+ * Parses a number from 0 to `largest`, decimal or with prefix 0x. Returns `std::nullopt` for any other text.
+ */
 std::optional<uint32_t> parseNumber(const std::string& text, uint32_t largest) {
     const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     const char* const end = text.data() + text.size();
@@ -40,7 +42,7 @@ int print(uint32_t address) {
 
 int write(uint32_t address, const std::string& text) {
     const std::optional<uint32_t> byte = parseNumber(text, UINT8_MAX);
-    if (!byte) return fail("\"" + text + "\" is no byte: 0 to 255, or 0x0 to 0xFF", kWrongUsage);
+    if (!byte) return fail("\"" + text + "\" is not a byte: 0 to 255, or 0x0 to 0xFF", kWrongUsage);
     const int error = writeEeprom(address, static_cast<uint8_t>(*byte));
     return error == 0 ? kDone : failAt(address, error);
 }
@@ -48,7 +50,8 @@ int write(uint32_t address, const std::string& text) {
 int eeprom(const std::string& text, const std::optional<std::string>& byte) {
     if (!openTv()) return kWrongUsage;
     const std::optional<uint32_t> address = parseNumber(text, kEepromSize - 1);
-    if (!address) return fail("\"" + text + "\" is no address: 0 to 131071, or 0x0 to 0x1FFFF", kWrongUsage);
+    if (!address)
+        return fail("\"" + text + "\" is not an address: 0 to 131071, or 0x0 to 0x1FFFF", kWrongUsage);
     return byte ? write(*address, *byte) : print(*address);
 }
 
@@ -68,15 +71,22 @@ void addEeprom(CLI::App& app, int& status) {
     static_assert(kEepromSize == 0x20000, "the messages name the range");
     CLI::App* command = app.add_subcommand("eeprom", "Read or write a byte of the EEPROM");
     command->footer(
-        "Numbers are decimal, or hexadecimal with 0x before them. The daemon reads the EEPROM when it\n"
-        "starts. The image is soc/eeprom.bin; remove it, or cut it off, and reading fails.\n"
+        "Prints the byte if BYTE is not given. Numbers are decimal, or hexadecimal with the prefix 0x. The\n"
+        "daemon reads the EEPROM when it starts. The image is the file soc/eeprom.bin. To make a read fail,\n"
+        "delete or truncate the image.\n"
         "\n"
-        "What the daemon reads:" +
+        "Bytes that the daemon reads:" +
         namedBytes() +
-        "\n\nExample, a model whose centre speaker input cannot run synchronised:\n"
-        "  tv eeprom 0x10116 0");
-    const CLI::Option* address = addText(command, "ADDRESS", "Where the byte is, 0 to 0x1FFFF")->required();
-    const CLI::Option* byte = addText(command, "BYTE", "What to write, 0 to 0xFF; without, it is printed");
+        "\n\nExit status:\n"
+        "  1  the byte cannot be read or written\n"
+        "  2  the arguments are wrong, or the folder is no TV\n"
+        "\n"
+        "Examples:\n"
+        "  tv eeprom 0x10089\n"
+        "  tv eeprom 0x10116 0   # the center speaker input cannot run synchronized");
+    const CLI::Option* address = addText(command, "ADDRESS", "Address of the byte, 0 to 0x1FFFF")->required();
+    const CLI::Option* byte =
+        addText(command, "BYTE", "Value to write, 0 to 0xFF (default: print the stored byte)");
     command->callback([address, byte, &status] { status = eeprom(*given(address), given(byte)); });
 }
 

@@ -49,7 +49,7 @@ std::string allResults() {
     return names;
 }
 
-/** Prints the fault on one function, or those on all of them. */
+/** Prints the fault on function `name`, or all faults. */
 int print(const Text& name) {
     for (const FaultState& fault : faultStates()) {
         if (!name || fault.function == *name) printf("%s\n", describe(fault).c_str());
@@ -69,8 +69,8 @@ int set(const std::string& name, const std::string& text) {
     const std::optional<FaultSetting> fault = parseFault(text);
     if (!fault) {
         return fail("\"" + text +
-                        "\": STATUS must be a 32-bit number, delay=MILLISECONDS or dies, "
-                        "COUNT a number of at least 1, PASS one of at least 0",
+                        "\" is not a fault: STATUS must be a 32-bit number, delay=MILLISECONDS or dies; "
+                        "COUNT must be at least 1, PASS at least 0",
                     kWrongUsage);
     }
     if (isHalOperation(name) && fault->kind == FaultKind::Returns && !isHalResult(fault->status)) {
@@ -81,7 +81,7 @@ int set(const std::string& name, const std::string& text) {
     return error == 0 ? kDone : fail(fileError(path, error));
 }
 
-/** What parseFault takes; its words must each be one. */
+/** Joins the arguments to a text for parseFault(). An empty argument becomes "?", which is refused. */
 std::string joined(const std::string& value, const Text& count, const Text& pass) {
     std::string text = value;
     for (const Text& word : {count, pass}) {
@@ -94,9 +94,9 @@ int fault(const Text& name, const Text& value, const Text& count, const Text& pa
     if (!openTv()) return kWrongUsage;
     if (name && !isIn(kMiddlewareFunctions, *name) && !isIn(kPowerFunctions, *name) &&
         !isHalOperation(*name)) {
-        return fail(
-            "\"" + *name + "\" is no function that a fault can be set on; these are:" + allFunctions(),
-            kWrongUsage);
+        return fail("\"" + *name +
+                        "\" is not a function that can be made to fail. The functions are:" + allFunctions(),
+                    kWrongUsage);
     }
     if (shallClear) return clear(name);
     if (!name || !value) return print(name);
@@ -107,21 +107,38 @@ int fault(const Text& name, const Text& value, const Text& count, const Text& pa
 
 void addFault(CLI::App& app, int& status) {
     CLI::App* command =
-        app.add_subcommand("fault", "Make a function of the middleware or of the audio HAL fail");
+        app.add_subcommand("fault", "Make a function of the middleware, libpower or the audio HAL fail");
     command->footer(
-        "Without STATUS the faults that are set are listed. A fault is the file soc/faults/<function>, or\n"
-        "hal/faults/<operation>; it takes effect at the next call, or once PASS calls went well. In place "
-        "of\n"
-        "STATUS, delay=MILLISECONDS lets the function work, but late on the programs' clock, and dies kills\n"
-        "the process that serves the call. The audio HAL's STATUS is a Result:\n" +
-        allResults() + ".\n\nFunctions:" + allFunctions());
-    const CLI::Option* name = addText(command, "FUNCTION", "The function");
-    CLI::Option* value =
-        addText(command, "STATUS", "What it returns instead of working, or delay=MILLISECONDS, or dies");
-    const CLI::Option* count = addText(command, "COUNT", "How many times; without: until it is cleared");
-    const CLI::Option* pass = addText(command, "PASS", "How many calls to come are let pass before");
+        "Lists the faults if STATUS is not given. A fault takes effect at the next call of FUNCTION, or\n"
+        "after PASS more calls. It is stored in soc/faults/<function>, or in hal/faults/<function> for the\n"
+        "audio HAL.\n"
+        "\n"
+        "STATUS is one of:\n"
+        "  NUMBER              FUNCTION has no effect and returns this status\n"
+        "  delay=MILLISECONDS  FUNCTION works, but takes this much longer by the clock of the programs\n"
+        "  dies                the process that serves the call is killed\n"
+        "The status of a function of the audio HAL is a Result:\n"
+        "  " +
+        allResults() + "\n\nFunctions:" + allFunctions() +
+        "\n\nExit status:\n"
+        "  1  the fault cannot be stored or cleared\n"
+        "  2  the arguments are wrong, or the folder is no TV\n"
+        "\n"
+        "Examples:\n"
+        "  tv fault a_mtktvapi_config_set_value 7 1   # the next call fails with status 7\n"
+        "  tv fault getParameters delay=3000          # each call takes 3 s longer\n"
+        "  tv fault --clear");
+    const CLI::Option* name =
+        addText(command, "FUNCTION", "Function to make fail (default: list all faults)");
+    CLI::Option* value = addText(command, "STATUS",
+                                 "Status to return, or delay=MILLISECONDS, or dies\n"
+                                 "(default: list the fault on FUNCTION)");
+    const CLI::Option* count =
+        addText(command, "COUNT", "Number of calls that fail, at least 1 (default: all calls)");
+    const CLI::Option* pass =
+        addText(command, "PASS", "Number of calls that succeed before that (default: 0)");
     const CLI::Option* shallClear =
-        command->add_flag("--clear", "Take all faults away, or the one on NAME")->excludes(value);
+        command->add_flag("--clear", "Remove the fault on FUNCTION (default: all faults)")->excludes(value);
     command->callback([=, &status] {
         status = fault(given(name), given(value), given(count), given(pass), shallClear->count() > 0);
     });

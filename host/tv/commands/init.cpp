@@ -23,20 +23,20 @@ struct Options {
 int init(const Options& options) {
     const FolderContent content = contentOfFolder();
     if (content == FolderContent::SomethingElse) {
-        return fail(tvRoot() + " is no empty folder and no TV: left as it is");
+        return fail(tvRoot() + " is neither an empty folder nor a TV; it was not changed");
     }
     if (content == FolderContent::Tv && !options.force) {
-        return fail(tvRoot() + " holds a TV already; --force makes it anew, and what it has stored is lost");
+        return fail(tvRoot() + " already holds a TV; --force replaces it and deletes its stored data");
     }
     if (const std::string problem = rootProblem(tvRoot()); !problem.empty()) return fail(problem);
-    // `tv boot` holds the lock while it starts a program.
+    // Waits for a `tv boot` that is starting a program.
     const FolderLock lock(tvRoot() + kRunFolder);
-    if (anyRunning()) return fail("the TV at " + tvRoot() + " is running; `tv shutdown` ends it");
+    if (anyRunning()) return fail("the TV at " + tvRoot() + " is running; run `tv shutdown` first");
     std::string failed;
     if (const int error = makeTv({options.model == "be", options.centreInput}, failed); error != 0) {
         return fail(fileError(failed, error));
     }
-    printf("a new TV in %s\n", tvRoot().c_str());
+    printf("created a TV in %s\n", tvRoot().c_str());
     return kDone;
 }
 
@@ -44,18 +44,31 @@ int init(const Options& options) {
 
 void addInit(CLI::App& app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("init", "Make a new TV");
+    CLI::App* command = app.add_subcommand("init", "Create a TV");
     command->footer(
-        "Makes the folder of a TV with everything that one holds at the factory: the configuration\n"
-        "store, the readiness marker, an empty data partition, and a manifest that declares the services\n"
-        "of its programs. A folder that holds anything but a TV is never touched.");
-    command->add_option("--model", options->model, "be: with a back-end audio controller; standard: without")
+        "Creates the folder of a TV in its factory state: configuration store, EEPROM, tuning file,\n"
+        "readiness marker, an empty data partition, and a manifest that declares the services of the TV's\n"
+        "programs. Never changes a folder that holds other files and no TV.\n"
+        "\n"
+        "Exit status:\n"
+        "  1  the folder holds other files, or a TV and --force is not given; the TV is running; other\n"
+        "     users can write to the folder; or a file cannot be written\n"
+        "  2  the arguments are wrong\n"
+        "\n"
+        "Examples:\n"
+        "  tv init\n"
+        "  tv init --model standard --centre-input --force");
+    command
+        ->add_option("--model", options->model,
+                     "Select the model: be has a back-end audio controller, standard\n"
+                     "has none (default: be)")
         ->type_name("MODEL")
         ->check(CLI::IsMember({"be", "standard"}))
         ->capture_default_str();
     command->add_flag("--centre-input", options->centreInput,
-                      "The TV can be the centre speaker of an audio system");
-    command->add_flag("--force", options->force, "Replace the TV that is there, with all that it has stored");
+                      "Enable the center speaker input: the TV can be the center\n"
+                      "speaker of an audio system");
+    command->add_flag("--force", options->force, "Replace an existing TV and delete its stored data");
     command->callback([options, &status] { status = init(*options); });
 }
 

@@ -19,22 +19,31 @@ int showLog(bool follow) {
     const Interrupt interrupt;
     LogTail log(LogTail::From::Start);
     if (const std::string problem = log.problem(); !problem.empty()) return fail(problem);
-    if (!log.anyLog()) note("no log yet: the TV at " + tvRoot() + " was never booted");
+    if (!log.anyLog()) note("no log yet: the TV in " + tvRoot() + " has never been booted");
     bool readable = log.print();
     while (follow && readable && !interrupt.cameWithin(50)) {
         if (access((tvRoot() + kModelFile).c_str(), F_OK) != 0) return fail(tvRoot() + " was deleted");
         readable = log.print();
     }
-    return kDone;  // main reports output that could not be written
+    return kDone;  // main() checks whether the output was written
 }
 
 }  // namespace
 
 void addLog(CLI::App& app, int& status) {
     const auto follow = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand("log", "Show the logs of the TV's programs");
-    command->footer("A log grows from boot to boot; it lies in log/<program>.log of the TV's folder.");
-    command->add_flag("-f,--follow", *follow, "Go on as the logs grow, until Ctrl-C");
+    CLI::App* command = app.add_subcommand("log", "Print the logs of the TV's programs");
+    command->footer(
+        "Prints log/audio_hal.log and log/hidlaudio.log of the TV's folder. Each boot appends to them.\n"
+        "\n"
+        "Exit status:\n"
+        "  1  a log cannot be read, the output cannot be written, or the TV is deleted\n"
+        "  2  the arguments are wrong, or the folder is no TV\n"
+        "\n"
+        "Examples:\n"
+        "  tv log | tail\n"
+        "  tv log --follow");
+    command->add_flag("-f,--follow", *follow, "Continue to print new lines until Ctrl-C");
     command->callback([follow, &status] { status = showLog(*follow); });
 }
 

@@ -174,7 +174,7 @@ void printJson(const TvModel& model) {
                        {"wake_locks", wakeLocks()},
                        {"audio", audioAsJson()}};
     if (model.backEnd) state["back_end"] = backEndAsJson();
-    // File names may be any bytes.
+    // File names may contain bytes that are not UTF-8.
     printf("%s\n", state.dump(2, ' ', false, ordered_json::error_handler_t::replace).c_str());
 }
 
@@ -182,20 +182,28 @@ void printJson(const TvModel& model) {
 
 void addShow(CLI::App& app, int& status) {
     const auto json = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand("show", "Show all that the TV holds");
+    CLI::App* command = app.add_subcommand("show", "Show the state of the TV");
     command->footer(
-        "The model, what runs, the configuration, the EEPROM bytes that the daemon reads, what the audio "
-        "HAL\n"
-        "was given, the faults that are set, what the daemon has stored, the wake locks held, what the "
-        "audio\n"
-        "decoder and the back-end controller were given. As JSON, null stands for a program that does not\n"
-        "run, a value that was never given or cannot be read, and a fault file that holds no status.");
-    command->add_flag("--json", *json, "As one JSON object");
+        "Prints the model, the running programs, the configuration, the EEPROM bytes that the daemon reads,\n"
+        "the parameters of the audio HAL, the faults, the files that the daemon has stored, the wake locks\n"
+        "held, and the state of audio decoder, post-processor and back-end controller.\n"
+        "\n"
+        "In the JSON output, null means: the program is not running, the value was never set or cannot be\n"
+        "read, or the file of the fault is invalid.\n"
+        "\n"
+        "Exit status:\n"
+        "  1  the output cannot be written\n"
+        "  2  the arguments are wrong, or the folder is no TV\n"
+        "\n"
+        "Examples:\n"
+        "  tv show\n"
+        "  tv show --json");
+    command->add_flag("--json", *json, "Print one JSON object");
     command->callback([json, &status] {
         const std::optional<TvModel> model = openTv();
         status = model ? kDone : kWrongUsage;
         if (!model) return;
-        // What cannot be read looks as if it were not there.
+        // Files that cannot be read are missing in the output.
         if (const std::string problem = contentProblem(tvRoot()); !problem.empty()) note(problem);
         if (*json) {
             printJson(*model);

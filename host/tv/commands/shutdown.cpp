@@ -17,17 +17,25 @@ int shutdown() {
     if (lock.error() != 0) return fail(fileError(tvRoot() + "/run", lock.error()));
     const bool ran = anyRunning();
     if (!stopPrograms()) return kFailed;
-    if (!ran) printf("nothing runs\n");
+    if (!ran) printf("no program was running\n");
     return kDone;
 }
 
 }  // namespace
 
 void addShutdown(CLI::App& app, int& status) {
-    CLI::App* command = app.add_subcommand("shutdown", "End the TV's programs");
+    CLI::App* command = app.add_subcommand("shutdown", "Stop the TV's programs");
     command->footer(
-        "Asks each program that runs on the TV to end, and kills one that has not after a second.\n"
-        "What the TV has stored stays.");
+        "Sends SIGTERM to each program that runs on the TV, and SIGKILL if it has not ended after one\n"
+        "second. The stored data of the TV is kept.\n"
+        "\n"
+        "Exit status:\n"
+        "  0  no program is running any more, even if none was running before\n"
+        "  1  a program cannot be stopped\n"
+        "  2  the arguments are wrong, or the folder is no TV\n"
+        "\n"
+        "Example:\n"
+        "  tv shutdown");
     command->callback([&status] { status = shutdown(); });
 }
 

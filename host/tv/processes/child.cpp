@@ -30,7 +30,7 @@ std::string nameOf(const std::string& variable) {
     return variable.substr(0, variable.find('=') + 1);
 }
 
-/** Those that are given take the place of this process's. */
+/** Returns this process's environment with `variables` added; they replace variables of the same name. */
 std::vector<std::string> environmentWith(const std::vector<std::string>& variables) {
     std::vector<std::string> all = variables;
     for (char** entry = environ; *entry != nullptr; ++entry) {
@@ -52,7 +52,7 @@ void addActions(posix_spawn_file_actions_t& actions, const ChildSetup& setup) {
     posix_spawn_file_actions_addchdir_np(&actions, setup.folder.c_str());
 }
 
-/** Signals as a program finds them, whatever this one blocks or ignores. */
+/** Resets all signals to their default action and unblocks them, regardless of this process's settings. */
 void addAttributes(posix_spawnattr_t& attributes) {
     sigset_t none, all;
     sigemptyset(&none);

@@ -10,28 +10,34 @@
 
 namespace hidlaudio::host {
 
-/** A program that this process starts and waits for, in its own process group. */
+/** How startChild() starts a program, which stays in this process's process group. */
 struct ChildSetup {
-    std::vector<std::string> arguments;  // the first is the program's path
-    std::vector<std::string> variables;  // "NAME=value", beside this process's
-    std::string output;                  // the file that standard output is appended to
-    std::string errors;                  // so for standard error
-    std::string folder;                  // where it runs
+    std::vector<std::string> arguments;  // the first one is the path of the program
+    std::vector<std::string> variables;  // "NAME=value", added to this process's environment
+    std::string output;                  // path; standard output is appended to this file
+    std::string errors;                  // path; standard error is appended to this file
+    std::string folder;                  // the working directory
 };
 
-/** Starts it without any of this process's descriptors. Returns 0, or an errno. */
+/** Starts the program. It inherits no descriptors; standard input is /dev/null. Returns 0, or an errno. */
 int startChild(const ChildSetup& setup, pid_t& pid);
 
-/** 0 or more: the exit status; below 0: minus the number of the signal that ended it. */
+/** The exit status, or the negated number of the signal that ended the process. */
 using ChildStatus = int;
 
-/** "ended with status 1", "was ended by signal 6 (Aborted)". */
+/** Returns a text such as "ended with status 1" or "was ended by signal 6 (Aborted)". */
 std::string describe(ChildStatus status);
 
-/** How the child has ended, once: nothing while it runs after `patience`. */
+/**
+ * Waits up to `patience` for the child to end and reaps it. Returns its status, or `std::nullopt` if it still
+ * runs or was reaped before.
+ */
 std::optional<ChildStatus> statusWithin(pid_t pid, std::chrono::milliseconds patience);
 
-/** Ends the child if it still runs: asked by `signal`, and by force after `patience`. */
+/**
+ * Sends `signal` to the child, and SIGKILL if it still runs after `patience`. Reaps it and returns its
+ * status.
+ */
 ChildStatus endChild(pid_t pid, int signal, std::chrono::milliseconds patience);
 
 }  // namespace hidlaudio::host

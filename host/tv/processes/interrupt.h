@@ -7,9 +7,8 @@
 namespace hidlaudio::host {
 
 /**
- * Ctrl-C, a request to end, a closed terminal and an output that nobody reads, kept
- * from ending the process for as long as the object lives, so that it can clean up.
- * For a process with one thread.
+ * Blocks SIGINT, SIGTERM, SIGHUP and SIGPIPE while the object lives, so that the process can clean up before
+ * it ends. For single-threaded processes only.
  */
 class Interrupt {
   public:
@@ -22,7 +21,9 @@ class Interrupt {
     Interrupt(const Interrupt&) = delete;
     Interrupt& operator=(const Interrupt&) = delete;
 
-    /** Waits up to `milliseconds` (below 1000); true at once when one of them has come. */
+    /**
+     * Waits up to `milliseconds` (below 1000) for one of the signals. Returns true as soon as one is pending.
+     */
     bool cameWithin(long milliseconds) const {
         const timespec time{0, milliseconds * 1000000};
         return sigtimedwait(&signals_, nullptr, &time) > 0;

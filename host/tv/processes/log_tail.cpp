@@ -18,7 +18,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** What a program's last words are looked for in. */
+/** lastLines() searches at most this many bytes at the end of a log. */
 constexpr int64_t kLastWords = 16384;
 
 int64_t sizeOf(const std::string& path) {
@@ -26,8 +26,7 @@ int64_t sizeOf(const std::string& path) {
     return stat(path.c_str(), &status) == 0 ? status.st_size : 0;
 }
 
-/** Passes the bytes of a file from `start` on to `use`, piece by piece. Returns the offset after the last
- * one. */
+/** Passes the content of a file from offset `start` to `use`, in pieces. Returns the offset of the end. */
 template <typename Use>
 int64_t readFrom(const std::string& path, int64_t start, Use use) {
     const OwnedDescriptor file(openRegularFile(path, O_RDONLY));
@@ -64,12 +63,12 @@ LogTail::LogTail(From from) {
 
 bool LogTail::print() {
     for (File& file : files_) {
-        // A log that somebody has emptied begins again.
+        // The log was truncated: print it from its start.
         if (sizeOf(file.path) < file.printed) file.printed = 0;
         file.printed = readFrom(file.path, file.printed,
                                 [](const char* piece, size_t size) { fwrite(piece, 1, size, stdout); });
     }
-    // A log may stay silent for long, so no write would notice that the reader has gone.
+    // A log may not grow for a long time, and without a write a closed pipe is not detected.
     return flushOutput() && isOutputRead();
 }
 

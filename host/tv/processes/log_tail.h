@@ -8,22 +8,25 @@
 
 namespace hidlaudio::host {
 
-/** The logs of the TV's programs, followed from where they ended when it was made, or from their start. */
+/** Follows the logs of the TV's programs, either from their start or from their end at construction. */
 class LogTail {
   public:
     enum class From { Start, End };
     explicit LogTail(From from);
 
-    /** Prints what has come since the last time to standard output. False if nobody reads that any more. */
+    /**
+     * Prints new log content to standard output. Returns false if the output cannot be written or has no
+     * reader.
+     */
     bool print();
 
-    /** The last `count` lines that have come since it was made, of all logs one after the other. */
+    /** Returns the last `count` lines of each log, one log after the other, from the initial position on. */
     std::string lastLines(size_t count) const;
 
-    /** Whether any program has a log yet. */
+    /** Returns whether any of the logs exists. */
     bool anyLog() const;
 
-    /** Why a log that is there cannot be read; empty if all can. */
+    /** Returns an error message if an existing log cannot be read, or "". */
     std::string problem() const;
 
   private:

@@ -28,13 +28,13 @@ using std::chrono::steady_clock;
 constexpr milliseconds kPollInterval{5};
 constexpr milliseconds kKillPatience{2000};
 
-/** The errno of a call that failed goes through the pipe to the parent. */
+/** Sends the errno of a failed call through the pipe to the parent, and exits. */
 [[noreturn]] void failIn(int report, int error) {
     (void)!write(report, &error, sizeof(error));
     _exit(127);
 }
 
-/** Signals as a program finds them at a boot, whatever this one blocks or ignores. */
+/** Resets all signals to their default action and unblocks them, as at a boot. */
 void resetSignals() {
     for (int number = 1; number < NSIG; ++number) signal(number, SIG_DFL);
     sigset_t none;
@@ -43,8 +43,9 @@ void resetSignals() {
 }
 
 /**
- * Becomes the program. Descriptors are closed by the exec and not before: one of them may hold the lock of
- * the run/ folder, which so stays locked until this process holds the program's own lock.
+ * Executes the program in the child process. The inherited descriptors are closed by the exec and not
+ * earlier, because one of them may hold the lock of run/: run/ stays locked until this process holds the
+ * program's own lock.
  */
 [[noreturn]] void becomeProgram(const ProcessSetup& setup, pid_t parent, int report) {
     setsid();
@@ -83,7 +84,7 @@ std::optional<Process> findProcess(pid_t pid) {
     std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
     std::string line;
     if (!std::getline(file, line)) return std::nullopt;
-    // The name in brackets may hold anything; the fields after it are plain.
+    // The program's name in parentheses may contain spaces and parentheses.
     const size_t afterName = line.rfind(')');
     if (afterName == std::string::npos) return std::nullopt;
     std::istringstream fields(line.substr(afterName + 1));

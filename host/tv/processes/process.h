@@ -10,42 +10,47 @@
 
 namespace hidlaudio::host {
 
-/** A process that a later one with the same number cannot be taken for. */
+/** Identifies a process even if its pid is reused later. */
 struct Process {
     pid_t pid = 0;
-    uint64_t startTime = 0;  // as the kernel counts it, since it was booted
+    uint64_t startTime = 0;  // in clock ticks since the kernel was booted
 };
 
-/** The process of that number, if it runs; one that has ended and was not waited for does not. */
+/** Returns the process with this pid, or `std::nullopt` if it is not running. Zombies are not running. */
 std::optional<Process> findProcess(pid_t pid);
 
 bool isRunning(const Process& process);
 
 struct ProcessSetup {
     std::string path;
-    int log = -1;                 // open for appending; gets the program's output
-    int lock = -1;                // of openProgramLock(); the program holds the lock from its first moment on
-    bool endsWithCaller = false;  // it is killed if this process ends
+    int log = -1;                 // standard output and error of the program, opened for appending
+    int lock = -1;                // from openProgramLock(); locked before the program is executed
+    bool endsWithCaller = false;  // whether the program is killed if this process ends
 };
 
 /**
- * Starts the program without arguments, with the same environment and no other
- * descriptors of this process, in a session of its own and at "/". Returns 0, or an
- * errno: EBUSY if another process holds the lock.
+ * Starts the program without arguments, in a new session, with this process's environment and "/" as its
+ * working directory. It inherits only the two descriptors of `setup`. Returns 0, or an errno: EBUSY if
+ * another process holds the lock.
  */
 int startProcess(const ProcessSetup& setup, Process& process);
 
 enum class Stopped { ByRequest, ByForce, No };
 
-/** Asks the process to end, makes it after `patience`, and waits until it has. */
+/**
+ * Sends SIGTERM, and SIGKILL if the process still runs after `patience`. Waits up to 2 s more for its end.
+ */
 Stopped stopProcess(const Process& process, std::chrono::milliseconds patience);
 
 struct Ending {
-    bool asked = false;  // by the signal that asks for it
+    bool asked = false;  // whether SIGTERM ended it
     std::string how;     // "ended with status 1", "was ended by signal 11 (Segmentation fault)"
 };
 
-/** How a process that this one started has ended, if it has. Tells it once. */
+/**
+ * Reaps a child that has ended. Returns how it ended, or `std::nullopt` if it is running or was reaped
+ * before.
+ */
 std::optional<Ending> endingOf(const Process& child);
 
 }  // namespace hidlaudio::host

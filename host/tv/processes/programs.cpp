@@ -24,10 +24,10 @@ bool stopProgram(const std::string& program) {
     if (process) {
         const Stopped stopped = stopProcess(*process, kPatience);
         if (stopped == Stopped::No) {
-            note(program + " (process " + std::to_string(process->pid) + ") does not end");
+            note(program + " (process " + std::to_string(process->pid) + ") cannot be stopped");
             return false;
         }
-        if (stopped == Stopped::ByForce) note(program + " did not end when asked to and was killed");
+        if (stopped == Stopped::ByForce) note(program + " did not end after SIGTERM and was killed");
         printf("%s stopped\n", program.c_str());
     }
     return true;
@@ -47,7 +47,7 @@ std::optional<Process> runningProgram(const std::string& program) {
     const pid_t holder = programLockHolder(program);
     if (holder == 0) return std::nullopt;
     std::optional<Process> process = findProcess(holder);
-    // Else the holder has ended, and another process may have its number.
+    // If the holder has changed, `process` may be another process that reuses the pid.
     return programLockHolder(program) == holder ? process : std::nullopt;
 }
 
@@ -62,7 +62,7 @@ std::string startProgram(const std::string& program, bool endsWithCaller, Proces
     const OwnedDescriptor lock(openProgramLock(program));
     if (lock.get() < 0) return fileError(programLockFile(program), errno);
     const int error = startProcess({fileOf(program), log.get(), lock.get(), endsWithCaller}, process);
-    if (error == EBUSY) return program + " is running already";
+    if (error == EBUSY) return program + " is already running";
     return error == 0 ? "" : fileError(fileOf(program), error);
 }
 

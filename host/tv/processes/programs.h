@@ -9,33 +9,35 @@
 namespace hidlaudio::host {
 
 /**
- * The programs of the TV, in the order in which it starts them, each once the services of
- * the one before are registered; all lie beside `tv`.
+ * The programs of the TV, which lie in the folder of `tv`. They are started in this order, each one when the
+ * services of the previous one are registered.
  */
 constexpr const char* kPrograms[] = {"audio_hal", "hidlaudio"};
 
-/** log/<program>.log of the TV at tvRoot(). */
+/** Returns the path of the program's log, log/<program>.log of the TV at tvRoot(). */
 std::string logOf(const std::string& program);
 
-/** The file that the program is started from. */
+/** Returns the path of the program's executable file. */
 std::string fileOf(const std::string& program);
 
-/** The process that runs the program on the TV at tvRoot(), whoever has started it: the holder of its lock.
+/**
+ * Returns the process that runs the program on the TV at tvRoot(), i.e. the holder of the program's lock, or
+ * `std::nullopt` if the program is not running.
  */
 std::optional<Process> runningProgram(const std::string& program);
 
-/** Whether any of the TV's programs runs. */
+/** Returns whether any of the TV's programs is running. */
 bool anyRunning();
 
 /**
- * Starts the program; with `endsWithCaller` it is killed if this process ends. Returns an empty string, or
- * why it could not be started.
+ * Starts the program. If `endsWithCaller` is set, it is killed when this process ends. Returns an error
+ * message, or "".
  */
 std::string startProgram(const std::string& program, bool endsWithCaller, Process& process);
 
 /**
- * Ends the TV's programs, the last started first, and prints a line for each.
- * False if one could not be ended.
+ * Stops the TV's programs in reverse order of their start and prints a line for each one. Returns false if a
+ * program cannot be stopped.
  */
 bool stopPrograms();
 

@@ -17,7 +17,7 @@ std::string contentOf(const char* path) {
     return text;
 }
 
-/** None where a person has written something else. */
+/** Returns a gain in dB, or `std::nullopt` if the line is not a number. */
 std::optional<double> parseGain(const std::string& line) {
     double gain = 0.0;
     const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), gain);

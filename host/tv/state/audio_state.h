@@ -8,12 +8,14 @@
 
 namespace hidlaudio::host {
 
-/** What the files of the TV at tvRoot() say of its audio decoder and post-processor. */
+/** State of the audio decoder and the post-processor, from the files of the TV at tvRoot(). */
 struct AudioState {
-    std::vector<std::optional<double>> equalizer;  // in dB, as the decoder was last given it; empty: never
-    std::optional<int32_t> volumeOffset;           // in tenths of a dB; none: never given
-    std::optional<uint32_t> channelDelay;   // of the speakers, as the decoder reports it; none: it fails
-    std::optional<uint32_t> postProcessor;  // what it answers, 0 while it is not ready; none: it fails
+    std::vector<std::optional<double>>
+        equalizer;                        // last gains in dB, `nullopt` if invalid; empty if never set
+    std::optional<int32_t> volumeOffset;  // last level offset in tenths of a dB; `nullopt` if never set
+    std::optional<uint32_t>
+        channelDelay;  // speaker delay that the decoder reports; `nullopt`: the query fails
+    std::optional<uint32_t> postProcessor;  // 0 if it is not ready; `nullopt`: the query fails
 };
 
 AudioState audioState();

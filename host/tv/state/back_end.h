@@ -11,27 +11,29 @@
 
 namespace hidlaudio::host {
 
-/** What the files of the TV at tvRoot() say of its back-end audio controller. */
+/** State of the back-end audio controller, from the files of the TV at tvRoot(). */
 
 struct UploadState {
     UploadKind kind;
-    std::optional<uint8_t> state;  // 0 idle, 1 in progress; none: the file cannot be read
+    std::optional<uint8_t> state;  // 0 idle, 1 in progress; `nullopt` if the file cannot be read
     std::optional<uint8_t> result;
-    std::optional<uint64_t> received;  // the size of the last whole upload; none: there was none
+    std::optional<uint64_t> received;  // size of the last complete upload in bytes, if there was one
 };
 
 std::vector<UploadState> uploadStates();
 
-/** "device: state 0, result 0x01, 3145728 bytes received". */
+/** Returns a text such as "device: state 0, result 0x01, 3145728 bytes received". */
 std::string describe(const UploadState& upload);
 
-/** The commands that the controller was given so far, a line each: type, length, payload in hex. */
+/** Returns the commands that the controller has received, one line each: type, length, payload in hex. */
 std::vector<std::string> customSpecCommands();
 
-/** What it answers to the request whether it has booted; none: it does not. */
+/** Returns the controller's answer to the boot state query, or `std::nullopt` if the query fails. */
 std::optional<int32_t> bootState();
 
-/** A TV that is switched on has an idle controller. Returns 0, or an errno with the path in `failed`. */
+/**
+ * Resets the controller to idle, its state after power-on. Returns 0, or an errno with the path in `failed`.
+ */
 int makeBackEndIdle(std::string& failed);
 
 }  // namespace hidlaudio::host

@@ -17,7 +17,7 @@ int openImage(int flags) {
     return openRegularFile(tvRoot() + "/soc/eeprom.bin", flags);
 }
 
-/** What a transfer of one byte came to, as an errno; closes the descriptor. */
+/** Closes the descriptor. Returns the result of a transfer of one byte: 0, or an errno. */
 int finish(int fd, ssize_t count) {
     const int error = count == 1 ? 0 : count == 0 ? ENODATA : errno;
     return close(fd) == 0 || error != 0 ? error : errno;

@@ -5,7 +5,7 @@
 
 namespace hidlaudio::host {
 
-/** The EEPROM of the TV at tvRoot(): the sparse file soc/eeprom.bin, a byte an address. */
+/** The EEPROM of the TV at tvRoot(): the sparse file soc/eeprom.bin, one byte per address. */
 
 constexpr uint32_t kEepromSize = 0x20000;
 
@@ -13,25 +13,25 @@ constexpr uint32_t kEepromSize = 0x20000;
 struct EepromByte {
     const char* name;
     uint32_t address;
-    uint8_t factoryValue;  // of a standard TV
-    uint8_t otherValue;    // of one that has what the byte is about
-    bool centre;           // about the centre speaker input; else about the back-end controller
+    uint8_t factoryValue;  // value of a TV without the feature
+    uint8_t otherValue;    // value of a TV with the feature
+    bool centre;           // feature: true: center speaker input, false: back-end controller
 };
 
-/** The segment code is a letter; S is one of those with a centre speaker input. */
+/** The segment code is a letter. TVs of segment S have a center speaker input. */
 constexpr EepromByte kEepromBytes[] = {
     {"back_end", 0x1001A, 0, 1, false},
     {"segment", 0x10089, 'E', 'S', true},
     {"center_speaker_mode", 0x10116, 0, 1, true},
 };
 
-/** Reads the byte of an address. Returns 0, or an errno; ENODATA where the image ends before it. */
+/** Reads the byte at an address. Returns 0, or an errno: ENODATA if the image ends before the address. */
 int readEeprom(uint32_t address, uint8_t& byte);
 
-/** Writes one byte in place; an image that is missing or shorter grows. Returns 0, or an errno. */
+/** Writes one byte; creates or extends the image if necessary. Returns 0, or an errno. */
 int writeEeprom(uint32_t address, uint8_t byte);
 
-/** Makes the image of a new TV. Returns 0, or an errno. */
+/** Writes the image of a new TV. Returns 0, or an errno. */
 int makeEeprom(bool backEnd, bool centreInput);
 
 }  // namespace hidlaudio::host

@@ -8,19 +8,19 @@
 
 namespace hidlaudio::host {
 
-/** The manifest of a new TV: it declares what its programs register. */
+/** Returns the manifest of a new TV, which declares the services of its programs. */
 std::string factoryManifest();
 
 /**
- * The services, as "interface/instance", that `program`, which runs as process `pid` on the TV at
- * tvRoot(), has not registered yet.
+ * Returns the services ("interface/instance") that process `pid`, which runs `program` on the TV at tvRoot(),
+ * has not registered yet.
  */
 std::vector<std::string> missingServices(const std::string& program, pid_t pid);
 
-/** Whether there are none. */
+/** Returns whether missingServices() is empty. */
 bool servicesRegistered(const std::string& program, pid_t pid);
 
-/** "A", or "A and 3 more", for a message; at least one is missing. */
+/** Returns "A", or "A and 3 more", for a message. `missing` must not be empty. */
 std::string describeMissing(const std::vector<std::string>& missing);
 
 }  // namespace hidlaudio::host

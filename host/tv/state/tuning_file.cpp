@@ -17,7 +17,7 @@ constexpr size_t kCurveSize = 128;
 constexpr size_t kCentreSpeaker = 23924;
 constexpr size_t kBands = 31;
 
-/** The channels whose curve is in use: front, centre, surround; not surround back, front height. */
+/** Whether each channel uses its curve: front, center, surround, surround back, front height. */
 constexpr bool kCurveUsed[] = {true, true, true, false, false};
 
 void putWord(std::string& file, size_t offset, int32_t value) {
@@ -32,10 +32,13 @@ void putWords(std::string& file, size_t offset, std::initializer_list<int32_t> v
     }
 }
 
-/** The parameters of the room measurement: numbers, tenths, and frequencies packed a byte a channel. */
+/**
+ * Writes the parameters of the room measurement: integers, tenths, and frequencies with one byte per channel.
+ */
 void putParameters(std::string& file) {
     putWords(file, kParameters, {48000, 65536, 8, 2, 1, 750, 10, 25, -120, 60, 3, 5, 30, -35});
-    // From 40, 60 and 100 Hz to 20, 20 and 16 kHz; from 100, 120 and 150 Hz to 10, 10 and 8 kHz.
+    // Three channels per word. Lower limits 40, 60, 100 Hz and upper limits 20, 20, 16 kHz; then lower limits
+    // 100, 120, 150 Hz and upper limits 10, 10, 8 kHz.
     putWords(file, kParameters + 0x38,
              {0x04060A00, static_cast<int32_t>(0xC8C8A000), 0x0A0C0F00, 0x64645000});
     for (size_t band = 0; band < kBands; ++band) {
@@ -43,7 +46,7 @@ void putParameters(std::string& file) {
     }
 }
 
-/** Each is a gentle slope from the low bands to the high ones, in tenths of a dB. */
+/** Writes the curves in tenths of a dB: straight slopes that fall towards the high bands. */
 void putCurves(std::string& file) {
     int32_t slope = 1;
     size_t curve = kCurves;

@@ -6,8 +6,8 @@
 namespace hidlaudio::host {
 
 /**
- * The acoustic tuning file of a TV model, as another component of the TV writes it:
- * plausible values in all that the daemon reads of it, zero elsewhere.
+ * Returns the content of an acoustic tuning file, which on a TV another component writes. It has plausible
+ * values in the fields that the daemon reads, and zeros elsewhere.
  */
 std::string makeTuningFile();
 

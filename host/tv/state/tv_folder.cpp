@@ -44,11 +44,11 @@ constexpr Folder kFolders[] = {
     {kHalFaultFolder, 0755},
     {"/power", 0755},
     {"/run", 0700},
-    {"/run/hwbinder", 0700},  // the services are for the same user only
+    {"/run/hwbinder", 0700},  // only this user may use the services
     {"/log", 0755},
 };
 
-/** Of a TV with a back-end controller. */
+/** Additional folders of a TV with a back-end controller. */
 constexpr Folder kBackEndFolders[] = {
     {kBackEndFolder, 0755},
     {"/soc/bectrl", 0755},
@@ -143,7 +143,7 @@ int makeTv(const TvModel& model, std::string& failed) {
     std::error_code error;
     fs::create_directories(root, error);
     if (error) return error.value();
-    // First, so that what an interrupted command leaves is a TV that can be made anew.
+    // Write tv.json first: after an interruption, `tv init --force` accepts the folder as a TV.
     failed = root + kModelFile;
     if (const int written = writeValueFile(failed, describe(model)); written != 0) return written;
     if (const int removed = removeParts(root, failed); removed != 0) return removed;
@@ -158,7 +158,7 @@ std::optional<TvModel> openTv() {
     const std::string path = tvRoot() + kModelFile;
     std::error_code unknown;
     const bool isTv = fs::symlink_status(path, unknown).type() != fs::file_type::not_found;
-    // A folder that is no TV is nobody's business.
+    // Check permissions only if the folder is a TV.
     if (const std::string problem = isTv ? foldersProblem(tvRoot()) : ""; !problem.empty()) {
         note(problem);
         return std::nullopt;
@@ -168,12 +168,12 @@ std::optional<TvModel> openTv() {
         if (error != ENOENT && error != ENOTDIR) {
             note(fileError(path, error));
         } else {
-            note(tvRoot() + " is no TV; `tv init` makes one, --tv DIR names another");
+            note(tvRoot() + " is no TV; create one with `tv init`, or select another folder with --tv DIR");
         }
         return std::nullopt;
     }
     const std::optional<TvModel> model = parseModel(text);
-    if (!model) note(path + " is damaged or of another version; `tv init --force` makes the TV anew");
+    if (!model) note(path + " is damaged or has an unknown format; `tv init --force` replaces the TV");
     return model;
 }
 

@@ -6,26 +6,24 @@
 
 namespace hidlaudio::host {
 
-/** What kind of TV the folder holds; kept in its tv.json. */
+/** The model of a TV, which tv.json stores. */
 struct TvModel {
-    bool backEnd = true;       // it has a back-end audio controller
-    bool centreInput = false;  // it can be the centre speaker of an audio system
+    bool backEnd = true;       // whether it has a back-end audio controller
+    bool centreInput = false;  // whether it has a center speaker input
 };
 
 enum class FolderContent { Nothing, Tv, SomethingElse };
 
-/** What lies at tvRoot(). Nothing: an empty folder, or none. */
+/** Returns the kind of content at tvRoot(). A missing or empty folder is `Nothing`. */
 FolderContent contentOfFolder();
 
 /**
- * Makes a new TV of that model at tvRoot(): everything that a TV holds at the
- * factory. What a TV held there before goes, other files in the folder stay. No
- * program may run on it. Returns 0; else an errno, with `failed` the path that it is
- * about.
+ * Creates a TV of this model, in its factory state, at tvRoot(). Deletes the data of a previous TV and keeps
+ * other files in the folder. No program may run on the TV. Returns 0, or an errno with the path in `failed`.
  */
 int makeTv(const TvModel& model, std::string& failed);
 
-/** The model of the TV at tvRoot(), or nothing once the user was told why there is none. */
+/** Returns the model of the TV at tvRoot(), or `std::nullopt` after printing an error message. */
 std::optional<TvModel> openTv();
 
 }  // namespace hidlaudio::host

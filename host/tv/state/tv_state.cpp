@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 constexpr const char* kFaultFolders[] = {"/soc/faults", kHalFaultFolder};
 constexpr uintmax_t kFewBytes = 64;
 
-/** The files of a folder below the root, by name; what begins with a dot is about to be one. */
+/** Returns the sorted names of the files in a folder below the root. Skips temporary files (.NAME). */
 std::vector<std::string> namesIn(const std::string& folder) {
     std::vector<std::string> names;
     std::error_code error;
@@ -84,11 +84,12 @@ std::vector<FaultState> faultStates() {
 }
 
 std::string describe(const FaultState& fault) {
-    if (!fault.setting) return fault.function + ": its file holds no STATUS, so it fails";
+    if (!fault.setting) return fault.function + " fails, because its fault file is invalid";
     std::string text = fault.function + " returns " + std::to_string(fault.setting->status);
     if (fault.setting->kind == FaultKind::Delays)
-        text = fault.function + " takes " + std::to_string(fault.setting->delay) + " ms more";
-    if (fault.setting->kind == FaultKind::Dies) text = fault.function + " kills the process that serves it";
+        text = fault.function + " is delayed by " + std::to_string(fault.setting->delay) + " ms";
+    if (fault.setting->kind == FaultKind::Dies)
+        text = fault.function + " kills the process that serves the call";
     if (fault.setting->count != 0) text += ", " + std::to_string(fault.setting->count) + " times";
     if (fault.setting->pass != 0) text += ", after " + std::to_string(fault.setting->pass) + " calls";
     return text;

@@ -11,69 +11,69 @@
 
 namespace hidlaudio::host {
 
-/** What the files of the TV at tvRoot() say, for a person and for a script. */
+/** State of the TV at tvRoot(), from its files. Each describe() returns one line of `tv show`. */
 
 /** A value of the configuration store. */
 struct ConfigValue {
     std::string key;
-    std::optional<int32_t> number;  // none: a read of it fails
-    std::string problem;            // why
+    std::optional<int32_t> number;  // `nullopt` if a read fails
+    std::string problem;            // why the read fails
 };
 
 ConfigValue readConfigValue(const std::string& key);
 
-/** Every key that the daemon uses, stored or not, then the others that are stored. */
+/** Returns all keys that the daemon uses, stored or not, and then the other stored keys. */
 std::vector<ConfigValue> configValues();
 
-/** "g_audio__tv_position 0", "g_audio__tv_position: No such file or directory". */
+/** Example: "g_audio__tv_position 0" or "g_audio__tv_position: No such file or directory". */
 std::string describe(const ConfigValue& value);
 
-/** A fault that is set on a function of the middleware or an operation of the audio HAL. */
+/** A fault on a function of the middleware, libpower or the audio HAL. */
 struct FaultState {
     std::string function;
-    std::string path;                     // its file
-    std::optional<FaultSetting> setting;  // none: the file holds something else; the function fails
+    std::string path;                     // the fault file
+    std::optional<FaultSetting> setting;  // `nullopt` if the file is invalid; the function then fails
 };
 
 std::vector<FaultState> faultStates();
 
-/** "MTAL_Init returns -1", "MTAL_Init returns -1, 3 times". */
+/** Example: "MTAL_Init returns -1, 3 times, after 2 calls". */
 std::string describe(const FaultState& fault);
 
 /** A byte of the EEPROM that the daemon reads. */
 struct EepromState {
     std::string name;
     uint32_t address;
-    std::optional<uint8_t> byte;  // none: it cannot be read
+    std::optional<uint8_t> byte;  // `nullopt` if it cannot be read
 };
 
 std::vector<EepromState> eepromStates();
 
-/** "segment (0x10089) 0x53". */
+/** Example: "segment (0x10089) 0x53". */
 std::string describe(const EepromState& state);
 
-/** A parameter that the audio HAL holds. */
+/** A parameter of the audio HAL. */
 struct HalParameter {
     std::string key;
-    std::string value;  // empty also where its file cannot be read
+    std::string value;  // also empty if its file cannot be read
 };
 
 std::vector<HalParameter> halParameters();
 
 /** A file of the data partition. */
 struct StoredFile {
-    std::string path;  // as the daemon knows it
+    std::string path;  // as used by the daemon, i.e. below the TV's root
     uint64_t size;
-    std::string hex;  // its bytes, if they are few
+    std::string hex;  // content, if it has at most 64 bytes
 };
 
-/** The files that the daemon has persisted, by name. */
+/** Returns the files that the daemon has persisted, sorted by name. */
 std::vector<StoredFile> storedFiles();
 
-/** The names of the wake locks that are held. */
+/** Returns the names of the wake locks that are held. */
 std::vector<std::string> wakeLocks();
 
-/** Whether the TV platform service has said that it is ready. */
+/** Returns whether the readiness marker of the TV's platform service exists. */
 bool isPlatformReady();
 
 }  // namespace hidlaudio::host

@@ -5,11 +5,12 @@
 
 namespace hidlaudio::test {
 
-/** Runs the daemon itself in a shell script. Its path is in the environment, so that it needs no quoting. */
+/** Runs the daemon in a shell script. The path is in an environment variable, so it needs no quoting. */
 #define RUN_DAEMON EMULATOR " \"$DAEMON\""
 
-/** `tv_stress` with temporary files of its own, and with a shell script in the daemon's place where a test
- * wants it.
+/**
+ * Runs `tv_stress` with a private folder for temporary files and, on request, a script in place of the
+ * daemon.
  */
 class ScratchCommand : public TvCommand {
   protected:
@@ -30,7 +31,7 @@ class ScratchCommand : public TvCommand {
         return runProgram(commandLine(arguments), variables());
     }
 
-    /** The daemon itself is started by RUN_DAEMON. */
+    /** Replaces the daemon with a shell script, which can start the daemon with RUN_DAEMON. */
     void useScript(const std::string& script) {
         const std::string bin = folder_ / "bin/";
         if (std::filesystem::create_directory(bin)) {
@@ -45,7 +46,7 @@ class ScratchCommand : public TvCommand {
     }
 
     std::vector<std::string> leftBehind() const {
-        // The thread sanitizer's own, of a program that was killed while it started.
+        // The thread sanitizer leaves this file if a program is killed during its start.
         constexpr const char* kOfTheSanitizer = "tsan.rodata.";
         std::vector<std::string> files;
         for (const auto& file : std::filesystem::recursive_directory_iterator(scratch_))

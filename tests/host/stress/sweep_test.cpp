@@ -29,7 +29,7 @@ class Sweep : public ScratchCommand {
     }
 };
 
-/** What was found for one fault on the first call of a name. */
+/** Returns the result of one fault on the first call of this name. */
 json rowOf(const json& sweep, const std::string& call, const std::string& fault) {
     for (const json& row : sweep[0]["faults"]) {
         if (row["call"] == call && row["fault"] == fault) return row;
@@ -38,14 +38,15 @@ json rowOf(const json& sweep, const std::string& call, const std::string& fault)
     return {};
 }
 
-TEST_F(Sweep, TellsWhatEachFaultChanges) {
+TEST_F(Sweep, ReportsDifferencesOfEachFault) {
     const Outcome outcome = runHere({"sweep", scenario(kTiny), "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.out;
     EXPECT_EQ(outcome.err, "");
     const json sweep = json::parse(outcome.out, nullptr, false);
     ASSERT_EQ(sweep.size(), 1U);
     EXPECT_EQ(sweep[0]["flagged"], 0);
-    EXPECT_EQ(sweep[0]["calls"], 4) << "a write to the store, and open, write, close of the file";
+    EXPECT_EQ(sweep[0]["calls"], 4)
+        << "a write to the configuration store; open, write and close of the file";
 
     const json refused = rowOf(sweep, "a_mtktvapi_config_set_value", "-1");
     EXPECT_EQ(refused["target"], "g_audio__bitstream_output_mode");
@@ -54,7 +55,7 @@ TEST_F(Sweep, TellsWhatEachFaultChanges) {
     EXPECT_THAT(refused["log"].dump(), HasSubstr("MTKTVAPI failed:ret = -1"));
 
     const json unopened = rowOf(sweep, "open", "EACCES");
-    EXPECT_EQ(unopened["client"]["line"], 0) << "the client does not see it";
+    EXPECT_EQ(unopened["client"]["line"], 0) << "the client does not notice the fault";
     EXPECT_THAT(unopened["log"].dump(), HasSubstr("errno 13"));
     EXPECT_EQ(unopened["files"].dump(),
               json::parse(R"([{"path": "/data/vendor/tovi/hidlaudio/bitstream_output_mode.data",
@@ -63,13 +64,12 @@ TEST_F(Sweep, TellsWhatEachFaultChanges) {
 
     const json killed = rowOf(sweep, "write", "dies");
     EXPECT_EQ(killed["client"]["status"], 3);
-    EXPECT_EQ(killed["files"].size(), 2U)
-        << "the restart gives the TV the mode of the file, which is the old one";
+    EXPECT_EQ(killed["files"].size(), 2U) << "the restarted daemon applies the old mode from the file";
     for (const json& row : sweep[0]["faults"]) EXPECT_TRUE(row["injected"]) << row;
     EXPECT_THAT(leftBehind(), IsEmpty());
 }
 
-TEST_F(Sweep, FlagsWhatMustNotBe) {
+TEST_F(Sweep, ViolationsAreFlagged) {
     useScript(
         "stored=$HIDLAUDIO_TV/data/vendor/tovi/hidlaudio/bitstream_output_mode.data\n"
         "case $HIDLAUDIO_FAULT in\n"
@@ -84,7 +84,7 @@ TEST_F(Sweep, FlagsWhatMustNotBe) {
         "exec " RUN_DAEMON "\n");
     const Outcome outcome = runHere({"sweep", scenario(kTiny), "--json"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("7 runs show what must not be"));
+    EXPECT_THAT(outcome.err, HasSubstr("7 runs were flagged"));
     const json sweep = json::parse(outcome.out, nullptr, false);
     const std::tuple<const char*, const char*, const char*> flags[] = {
         {"open", "ENOENT", "descriptors, allowed"},
@@ -101,7 +101,9 @@ TEST_F(Sweep, FlagsWhatMustNotBe) {
     EXPECT_THAT(leftBehind(), IsEmpty());
 }
 
-/** Whether a process runs whose TV lies in the folder, and whose command ends with `end`. */
+/**
+ * Returns whether a process runs whose HIDLAUDIO_TV begins with `folder` and whose command ends with `end`.
+ */
 bool anyProcessOn(const std::string& folder, const std::string& end = "") {
     for (const auto& process : std::filesystem::directory_iterator("/proc")) {
         const std::string command = contentOf(process.path() / "cmdline");
@@ -112,11 +114,11 @@ bool anyProcessOn(const std::string& folder, const std::string& end = "") {
     return false;
 }
 
-TEST_F(Sweep, LeavesNothingAfterCtrlC) {
+TEST_F(Sweep, InterruptOrKillLeavesNoProcess) {
     const std::string path = scenario(kTiny);
     for (const int signal : {SIGINT, SIGKILL}) {
         RunningProgram sweep(commandLine({"sweep", path}), variables());
-        // The daemon of the untouched run, which comes first.
+        // Wait for the daemon of the baseline run.
         EXPECT_TRUE(becomesTrue([&] { return anyProcessOn(scratch_ + "/", "/hidlaudio"); }));
         kill(sweep.pid(), signal);
         EXPECT_EQ(sweep.wait(), signal == SIGINT ? 1 : 128 + SIGKILL);
@@ -129,18 +131,17 @@ TEST_F(Sweep, LeavesNothingAfterCtrlC) {
 
 class Soak : public ScratchCommand {};
 
-TEST_F(Soak, ComesToRestWithNothingLeft) {
+TEST_F(Soak, PassesAndLeavesNoFile) {
     for (const char* option : {"--clients=3", "--restarts"}) {
-        // Slow enough for an emulated daemon on a busy machine.
+        // The clock is slow enough for an emulated daemon on a busy machine.
         const Outcome outcome = runHere({"soak", "--hours", "0.04", "--speed", "60", "--seed", "7", option});
         EXPECT_EQ(outcome.status, 0) << outcome.out;
-        EXPECT_THAT(outcome.out,
-                    AllOf(HasSubstr("0.04 h of the TV's time: "), HasSubstr("the daemon at rest: ")));
+        EXPECT_THAT(outcome.out, AllOf(HasSubstr("0.04 h of TV time: "), HasSubstr("idle daemon: ")));
     }
     EXPECT_THAT(leftBehind(), IsEmpty());
 }
 
-TEST_F(Soak, TellsWhatMustNotBe) {
+TEST_F(Soak, ViolationsAreReported) {
     const std::pair<const char*, const char*> daemons[] = {
         {"exit 1", "! hidlaudio ended with status 1\n"},
         {"HIDLAUDIO_FAULT=write:4:dies exec " RUN_DAEMON, "! crash: the daemon was ended by signal 9"},
@@ -159,7 +160,7 @@ TEST_F(ScratchCommand, NumberOutOfRangeIsRefused) {
     struct Row {
         const char* command;
         std::vector<std::string> accepted;
-        bool whole = true;  // takes whole numbers only
+        bool whole = true;  // accepts only whole numbers
     };
     const Row rows[] = {
         {"soak --plan 1 --hours", {"0.01", "1e5"}, false},

@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-/** `tv` with the daemon beside it, or a shell script in its place. */
+/** Runs `tv` from a folder with the audio HAL, and with the daemon or a shell script in its place. */
 class Boot : public TvCommand {
   protected:
     Boot() {
@@ -38,17 +38,17 @@ class Boot : public TvCommand {
         std::filesystem::permissions(folder_ / ("bin/" + program), std::filesystem::perms::owner_all);
     }
 
-    /** The daemon's process; 0 if it does not run. */
+    /** Returns the daemon's pid, or 0 if it is not running. */
     static pid_t daemon() { return host::programLockHolder("hidlaudio"); }
 
-    /** A process that has ended may stay in the table until its new parent has looked. */
+    /** Returns whether the process is running. A zombie that its new parent has not reaped is not running. */
     static bool runs(pid_t pid) {
         const std::string status = contentOf("/proc/" + std::to_string(pid) + "/status");
         return status != "(none)" && !status.empty() && status.find("State:\tZ") == std::string::npos;
     }
 };
 
-/** Two lines in the log, the second by way of its standard error. */
+/** Prints one line to standard output and one to standard error, then keeps running. */
 constexpr char kTalking[] = "echo out; echo err >&2; exec sleep 1000";
 
 TEST_F(Boot, RunsTheDaemonUntilShutdown) {
@@ -58,8 +58,7 @@ TEST_F(Boot, RunsTheDaemonUntilShutdown) {
     mustRun({"boot", "--background"});
     const pid_t pid = daemon();
     EXPECT_TRUE(runs(pid));
-    EXPECT_EQ(getsid(pid), pid)
-        << "a session of its own: a Ctrl-C of the user's shell is none of its business";
+    EXPECT_EQ(getsid(pid), pid) << "the daemon needs its own session, or Ctrl-C in the shell would end it";
     EXPECT_THAT(contentOf(tv_ + "/run/hwbinder/com.tovi.dtv.hardware.audio@3.1::IOutputExternal~default"),
                 HasSubstr("pid " + std::to_string(pid) + "\n"));
     EXPECT_THAT(mustRun({"show"}), HasSubstr("hidlaudio process " + std::to_string(pid)));
@@ -67,9 +66,9 @@ TEST_F(Boot, RunsTheDaemonUntilShutdown) {
                 AllOf(HasSubstr("earlier\n"), HasSubstr("HIDL server side: main() is called"),
                       HasSubstr("AudioHal: setParameters tv_position=table_top"),
                       Not(HasSubstr("load audio interface failed"))))
-        << "the audio HAL is there before the daemon looks for it";
+        << "the audio HAL must be registered before the daemon looks for it";
     EXPECT_EQ(contentOf(tv_ + "/power/wake_lock"), "");
-    // The tuning file that `tv init` made, as the services read it.
+    // The services read these values from the tuning file that `tv init` created.
     EXPECT_THAT(runProgram({AUDIOCTL, "center", "show"}).out, HasSubstr("type: 3\nlatency: 1024 samples"));
     EXPECT_THAT(runProgram({AUDIOCTL, "calibration", "parameters"}).out,
                 AllOf(HasSubstr("intValue1    48000 "), HasSubstr("scaledValue7 -3.5\n")));
@@ -82,11 +81,11 @@ TEST_F(Boot, RunsTheDaemonUntilShutdown) {
     EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("hidlaudio stopped\naudio_hal stopped"));
     EXPECT_FALSE(runs(pid));
     EXPECT_EQ(daemon(), 0);
-    EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("nothing runs"));
+    EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("no program was running"));
 }
 
-TEST_F(Boot, ReportsADaemonThatEnds) {
-    EXPECT_EQ(run({"boot"}).status, 1) << "there is none";
+TEST_F(Boot, DaemonThatEndsIsReportedWithItsLog) {
+    EXPECT_EQ(run({"boot"}).status, 1) << "the daemon's file does not exist";
     const std::pair<const char*, const char*> ends[] = {
         {"for i in 1 2 3 4 5 6 7 8 9 10 11 12; do echo line $i; done; exit 3", "ended with status 3"},
         {"echo line 12; kill -SEGV $$", "ended by signal 11"}};
@@ -98,13 +97,13 @@ TEST_F(Boot, ReportsADaemonThatEnds) {
             EXPECT_THAT(outcome.err, HasSubstr(how));
             EXPECT_THAT(background ? outcome.err : outcome.out, HasSubstr("line 12\n"));
             EXPECT_THAT(background ? outcome.err : "", Not(HasSubstr("line 2\n")))
-                << "its last lines are enough";
+                << "only the last lines are printed";
             EXPECT_EQ(daemon(), 0);
         }
     }
 }
 
-TEST_F(Boot, InForegroundShowsTheLogUntilInterrupted) {
+TEST_F(Boot, ForegroundShowsLogUntilInterrupted) {
     useScript(kTalking);
     makeFile(tv_ + "/log/hidlaudio.log", "earlier\n");
     for (const int signal : {SIGINT, SIGTERM}) {
@@ -115,7 +114,7 @@ TEST_F(Boot, InForegroundShowsTheLogUntilInterrupted) {
         EXPECT_EQ(foreground.wait(), 0) << foreground.err();
         EXPECT_FALSE(runs(pid));
     }
-    // Before it has come up, in the background: it is taken back.
+    // An interrupt during a background boot stops the daemon again.
     RunningProgram background({command_, "boot", "--background"});
     ASSERT_TRUE(becomesTrue([&] { return daemon() > 0; }));
     const pid_t pid = daemon();
@@ -124,8 +123,8 @@ TEST_F(Boot, InForegroundShowsTheLogUntilInterrupted) {
     EXPECT_FALSE(runs(pid));
 }
 
-TEST_F(Boot, InForegroundEndsWithAnothersShutdown) {
-    // One that does not end when asked to.
+TEST_F(Boot, ShutdownElsewhereEndsForeground) {
+    // This program ignores SIGTERM.
     useScript(std::string("trap '' TERM; ") + kTalking);
     RunningProgram follower({command_, "log", "-f"});
     RunningProgram foreground({command_, "boot"});
@@ -142,7 +141,7 @@ TEST_F(Boot, InForegroundEndsWithAnothersShutdown) {
     EXPECT_EQ(follower.wait(), 0);
 }
 
-TEST_F(Boot, StartsNoDaemonWithoutTheAudioHal) {
+TEST_F(Boot, DaemonIsNotStartedWithoutAudioHal) {
     useScript("echo >\"$HIDLAUDIO_TV/started\"; exec sleep 1000");
     useScript("echo broken; exit 3", "audio_hal");
     for (const auto& arguments : {std::vector<std::string>{"boot"}, {"boot", "--background"}}) {
@@ -160,12 +159,12 @@ TEST_F(Boot, StartsNoDaemonWithoutTheAudioHal) {
     EXPECT_EQ(contentOf(tv_ + "/started"), "(none)");
 }
 
-TEST_F(Boot, NamesTheServicesThatAreNotRegisteredInTime) {
+TEST_F(Boot, TimeoutNamesMissingServices) {
     const auto expectTimeout = [this](const std::string& reason) {
         const Outcome outcome = run({"boot", "--background", "--timeout", "1"});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.err, AllOf(HasSubstr(reason), HasSubstr("within 1 s"), HasSubstr("err\n")));
-        EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("nothing runs"));
+        EXPECT_THAT(mustRun({"shutdown"}), HasSubstr("no program was running"));
     };
     useScript(kTalking);
     expectTimeout("hidlaudio has not registered com.tovi.dtv.hardware.audio@1.1::IHdmiAudio/default and ");
@@ -174,7 +173,7 @@ TEST_F(Boot, NamesTheServicesThatAreNotRegisteredInTime) {
     for (const char* wrong : {"0", "x", "86401"}) EXPECT_EQ(run({"boot", "--timeout", wrong}).status, 2);
 }
 
-TEST_F(Boot, StartsNothingThatTheManifestDoesNotDeclare) {
+TEST_F(Boot, UndeclaredServiceFailsBoot) {
     useDaemon();
     const std::string manifest = contentOf(tv_ + "/manifest");
     const std::pair<std::string, std::string> refusals[] = {
@@ -191,7 +190,7 @@ TEST_F(Boot, StartsNothingThatTheManifestDoesNotDeclare) {
     }
 }
 
-TEST_F(Boot, KilledAtAnyMomentLeavesNoUnknownProgram) {
+TEST_F(Boot, KillAtAnyMomentLeavesNoUntrackedProgram) {
     useDaemon();
     std::minstd_rand random(11);
     constexpr int kKills = HIDLAUDIO_EMULATED != 0 ? 6 : 40;
@@ -202,12 +201,13 @@ TEST_F(Boot, KilledAtAnyMomentLeavesNoUnknownProgram) {
             if (background) arguments.push_back("--background");
             const RunningProgram boot(arguments);
             usleep(std::uniform_int_distribution<useconds_t>(0, 30000)(random));
-        }  // kills it
+        }  // the destructor kills it
         if (!background) {
-            EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); })) << "they end with it";
+            EXPECT_TRUE(becomesTrue([&] { return processesOn(tv_).empty(); }))
+                << "in the foreground, the programs end with `tv boot`";
         } else if (i % 4 == 0) {
             const Outcome next = run({"boot", "--background"});
-            EXPECT_TRUE(next.status == 0 || next.err.find("running already") != std::string::npos)
+            EXPECT_TRUE(next.status == 0 || next.err.find("already running") != std::string::npos)
                 << next.err;
             EXPECT_THAT(processesOn(tv_), ElementsAre("audio_hal\n", "hidlaudio\n"));
         }
@@ -220,7 +220,7 @@ TEST_F(Boot, ProgramsEndWhenTheTvIsDeleted) {
     useDaemon();
     for (const char* deleted : {"/run/hwbinder", "/run", ""}) {
         mustRun({"boot", "--background"});
-        EXPECT_EQ(countOf("task", daemon()), 1U) << "nothing watches by a thread";
+        EXPECT_EQ(countOf("task", daemon()), 1U) << "the deletion is detected without an additional thread";
         std::optional<RunningProgram> follower;
         if (std::string(deleted).empty()) follower.emplace(std::vector<std::string>{command_, "log", "-f"});
         if (follower) {
@@ -231,7 +231,7 @@ TEST_F(Boot, ProgramsEndWhenTheTvIsDeleted) {
     }
 }
 
-TEST_F(Boot, StartsAProgramThatHasEndedAlone) {
+TEST_F(Boot, EndedProgramIsStartedAgainIfOrderAllows) {
     useDaemon();
     mustRun({"boot", "--background"});
     const pid_t hal = host::programLockHolder("audio_hal");
@@ -244,17 +244,17 @@ TEST_F(Boot, StartsAProgramThatHasEndedAlone) {
         EXPECT_TRUE(becomesTrue([&] { return host::programLockHolder(program) == 0; }));
     };
     killProgram("hidlaudio");
-    EXPECT_THAT(mustRun({"boot", "--background"}), HasSubstr("audio_hal was running, process"));
+    EXPECT_THAT(mustRun({"boot", "--background"}), HasSubstr("audio_hal was already running, process"));
     EXPECT_NE(daemon(), 0);
     EXPECT_EQ(host::programLockHolder("audio_hal"), hal);
-    // The daemon looks for the HAL only as it starts.
+    // The HAL cannot be started after the daemon, which looks for it only at its start.
     killProgram("audio_hal");
     const Outcome refused = run({"boot", "--background"});
     EXPECT_EQ(refused.status, 1);
-    EXPECT_THAT(refused.err, AllOf(HasSubstr("audio_hal does not run"),
+    EXPECT_THAT(refused.err, AllOf(HasSubstr("audio_hal is not running"),
                                    HasSubstr("hidlaudio is process " + std::to_string(daemon()))));
     mustRun({"shutdown"});
-    // In the foreground, the end of one that ran before ends the other, too.
+    // In the foreground, `tv boot` also ends if a program ends that was already running.
     useScript("exec sleep 1000", "hidlaudio");
     RunningProgram hal2({AUDIO_HAL});
     ASSERT_TRUE(becomesTrue([&] { return host::programLockHolder("audio_hal") != 0; }));

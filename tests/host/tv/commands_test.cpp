@@ -15,12 +15,12 @@ using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;
 
-/** The commands that need a TV, each with arguments that would do. */
+/** Commands that need a TV, with valid arguments. */
 const std::vector<std::vector<std::string>> kTvCommands = {
     {"boot", "--background"}, {"shutdown"},          {"show"}, {"show", "--json"},  {"config"},
     {"config", "key", "1"},   {"fault", "DRV_Init"}, {"log"},  {"eeprom", "1", "2"}};
 
-TEST_F(TvCommand, MakesATvAndShowsIt) {
+TEST_F(TvCommand, InitCreatesTvThatShowPrints) {
     umask(022);
     mustRun({"init", "--model", "standard", "--centre-input"});
     for (const char* path : {"data/vendor/tmp/dtv_svc_is_ready", "data/vendor/tmp/recipe", "soc/faults",
@@ -33,7 +33,7 @@ TEST_F(TvCommand, MakesATvAndShowsIt) {
                       HasSubstr("\ncom.tovi.dtv.hardware.audio@6.1::IOutputSpeaker/default\n")));
     struct stat status{};
     ASSERT_EQ(stat((tv_ + "/run/hwbinder").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0700U) << "the services are for the same user only";
+    EXPECT_EQ(status.st_mode & 0777, 0700U) << "only this user may use the services";
 
     makeFile(tv_ + "/data/vendor/tovi/hidlaudio/bitstream_output_mode.data", std::string("\2\0\0\0", 4));
     makeFile(tv_ + "/data/vendor/tovi/hidlaudio/large", std::string(1000, 'x'));
@@ -71,7 +71,7 @@ TEST_F(TvCommand, MakesATvAndShowsIt) {
                       HasSubstr("equalizer 2.35 ? -9\n"), HasSubstr("center_speaker_mode (0x10116) cannot")));
 }
 
-TEST_F(TvCommand, InitLosesNothing) {
+TEST_F(TvCommand, InitKeepsExistingData) {
     mustRun({"init"});
     makeFile(tv_ + "/soc/config/g_audio__tv_position", "1\n");
     makeFile(tv_ + "/notes", "mine");
@@ -83,7 +83,7 @@ TEST_F(TvCommand, InitLosesNothing) {
     EXPECT_EQ(mustRun({"config", "g_audio__tv_position"}), "0\n");
     EXPECT_EQ(contentOf(tv_ + "/notes"), "mine");
 
-    // A TV whose description is damaged can be made anew, by nothing else used.
+    // A TV with a damaged tv.json cannot be used, but it can be replaced.
     makeFile(tv_ + "/tv.json", "{\"format\": 1, \"model\": \"other\"}");
     EXPECT_EQ(run({"show"}).status, 2);
     mustRun({"init", "--force"});
@@ -103,7 +103,7 @@ TEST_F(TvCommand, InitLosesNothing) {
     mustRun({"init", "--tv", folder_ / "a/new/place"});
 }
 
-TEST_F(TvCommand, RefusesAFolderThatIsNoTv) {
+TEST_F(TvCommand, FolderWithoutTvIsRefused) {
     makeFile(folder_ / "other/file");
     makeFile(folder_ / "plain");
     for (const char* name : {"tv", "other", "plain"}) {
@@ -118,7 +118,7 @@ TEST_F(TvCommand, RefusesAFolderThatIsNoTv) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_ / "other"), {}), 1);
 }
 
-TEST_F(TvCommand, RefusesWrongUsage) {
+TEST_F(TvCommand, WrongUsageChangesNothing) {
     mustRun({"init"});
     const std::string before = mustRun({"show", "--json"});
     const std::pair<const char*, std::vector<const char*>> wrongUses[] = {
@@ -155,10 +155,10 @@ TEST_F(TvCommand, OutputThatCannotBeWrittenIsAnError) {
         EXPECT_THAT(program.err(), HasSubstr("tv: standard output cannot be written")) << command;
     }
     EXPECT_EQ(RunningProgram({command_, "fault", "MTAL_Init"}, {}, "/dev/full").wait(), 0)
-        << "prints nothing";
+        << "the command prints nothing, so no write fails";
 }
 
-TEST_F(TvCommand, OutputThatNobodyReadsNeedsNoMessage) {
+TEST_F(TvCommand, ClosedPipePrintsNoError) {
     mustRun({"init"});
     makeFile(tv_ + "/log/hidlaudio.log", std::string(1000000, 'x'));
     for (const bool ignoresSignal : {false, true}) {
@@ -173,7 +173,7 @@ TEST_F(TvCommand, OutputThatNobodyReadsNeedsNoMessage) {
             EXPECT_EQ(status, ignoresSignal ? 1 : 128 + SIGPIPE) << command;
         }
     }
-    // Ends although the log is silent.
+    // `tv log -f` also detects a closed pipe while the log does not grow.
     makeFile(tv_ + "/log/hidlaudio.log");
     runRedirected({command_, "log", "-f"}, [&] {
         sendToNobody(STDOUT_FILENO);
@@ -182,7 +182,7 @@ TEST_F(TvCommand, OutputThatNobodyReadsNeedsNoMessage) {
     EXPECT_EQ(contentOf(folder_ / "errors"), "");
 }
 
-TEST_F(TvCommand, IgnoresARelativeStateFolder) {
+TEST_F(TvCommand, RelativeStateFolderIsIgnored) {
     const std::string home = folder_ / "home";
     const std::pair<std::string, std::string> states[] = {{"relative", home + "/.local/state"},
                                                           {"", home + "/.local/state"},
@@ -200,14 +200,14 @@ TEST_F(TvCommand, IgnoresARelativeStateFolder) {
     }
 }
 
-TEST_F(TvCommand, ChangesValuesAndFaults) {
+TEST_F(TvCommand, ConfigAndFaultChangeFiles) {
     mustRun({"init"});
     mustRun({"config", "g_audio__tv_position", "-2147483648"});
     EXPECT_EQ(mustRun({"config", "g_audio__tv_position"}), "-2147483648\n");
     EXPECT_EQ(contentOf(tv_ + "/soc/config/g_audio__tv_position"), "-2147483648\n");
     const Outcome unusual = run({"config", "other", "5"});
     EXPECT_EQ(unusual.status, 0);
-    EXPECT_THAT(unusual.err, HasSubstr("other")) << "it may be a misspelt one";
+    EXPECT_THAT(unusual.err, HasSubstr("other")) << "an unknown key may be a typing error";
     EXPECT_THAT(mustRun({"config"}),
                 AllOf(HasSubstr("g_audio__tv_position -2147483648\n"), HasSubstr("other 5\n")));
     std::filesystem::remove(tv_ + "/soc/config/other");

@@ -9,7 +9,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-TEST_F(TvCommand, SetsAndShowsTheBackEndController) {
+TEST_F(TvCommand, BectrlChangesSettingsAndShowPrintsState) {
     mustRun({"init"});
     mustRun({"bectrl", "hrtf", "result", "0xF3"});
     mustRun({"bectrl", "rate", "5"});
@@ -33,7 +33,7 @@ TEST_F(TvCommand, SetsAndShowsTheBackEndController) {
         EXPECT_THAT(outcome.err, HasSubstr(message));
     }
     makeFile(tv_ + "/bectrl/behaviour", "rate fast\n");
-    EXPECT_EQ(run({"bectrl", "rate", "1"}).status, 1) << "what a person wrote is not overwritten unread";
+    EXPECT_EQ(run({"bectrl", "rate", "1"}).status, 1) << "an invalid file is not overwritten";
 
     makeFile(tv_ + "/proc/driver/tovi_bectrl/audio/hrtf_parameter_complete", "\x02\x03");
     makeFile(tv_ + "/bectrl/hrtf.bin", "12345");
@@ -45,7 +45,7 @@ TEST_F(TvCommand, SetsAndShowsTheBackEndController) {
     EXPECT_EQ(run({"bectrl"}).status, 1);
 }
 
-TEST_F(TvCommand, WritesTheEepromByteByByte) {
+TEST_F(TvCommand, EepromChangesSingleBytes) {
     mustRun({"init"});
     const std::string image = tv_ + "/soc/eeprom.bin";
     struct stat status{};
@@ -64,7 +64,7 @@ TEST_F(TvCommand, WritesTheEepromByteByByte) {
     EXPECT_THAT(missing.err, HasSubstr("address 0x5"));
     mustRun({"eeprom", "5", "7"});
     EXPECT_EQ(contentOf(image), std::string("\0\0\0\0\0\7", 6));
-    EXPECT_EQ(run({"eeprom", "6"}).status, 1) << "what the image does not hold is no zero";
+    EXPECT_EQ(run({"eeprom", "6"}).status, 1) << "a byte after the end of the image does not read as 0";
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ using testing::HasSubstr;
 
 namespace fs = std::filesystem;
 
-/** A TV whose files and folders a test replaces by objects of other kinds. */
+/** Replaces files and folders of a TV with other file types. */
 class Folder : public TvCommand {
   protected:
     Folder() { alarm(120); }
@@ -25,7 +25,7 @@ class Folder : public TvCommand {
         run({"shutdown"});
     }
 
-    /** Every program that starts on a TV refuses it, in a message with `text`. */
+    /** Expects that every program refuses to start on the TV, with a message that contains `text`. */
     void expectNotStarted(const std::string& text) {
         for (const auto& command :
              {std::vector<std::string>{command_, "boot", "--background"}, {DAEMON}, {AUDIO_HAL}}) {
@@ -35,7 +35,7 @@ class Folder : public TvCommand {
         }
     }
 
-    /** What any command says of it, which must not wait. */
+    /** Returns the error messages of the commands. None of them may block. */
     std::string messagesOf(const std::vector<std::vector<std::string>>& commands) {
         std::string messages;
         for (const auto& command : commands) messages += run(command).err;
@@ -48,7 +48,7 @@ class Folder : public TvCommand {
     }
 };
 
-TEST_F(Folder, WithAnythingButFilesInItIsRefused) {
+TEST_F(Folder, WithIrregularFileIsRefused) {
     const std::string victim = folder_ / "victim";
     makeFile(victim, "precious");
     const std::function<bool(const std::string&)> kinds[] = {
@@ -56,7 +56,7 @@ TEST_F(Folder, WithAnythingButFilesInItIsRefused) {
         [&](const std::string& path) { return symlink(victim.c_str(), path.c_str()) == 0; },
         [](const std::string& path) {
             makeFile(path);
-            return truncate(path.c_str(), off_t{3} << 30) == 0;  // not every file system can
+            return truncate(path.c_str(), off_t{3} << 30) == 0;  // some file systems do not support this size
         },
     };
     for (const char* name :
@@ -75,7 +75,7 @@ TEST_F(Folder, WithAnythingButFilesInItIsRefused) {
             fs::remove(path);
         }
     }
-    // A folder in place of a file is named, too.
+    // The message also names a folder in place of a file.
     mustRun({"init", "--force"});
     for (const char* name : {"/run/hidlaudio.lock", "/log/hidlaudio.log"}) {
         fs::remove(tv_ + name);
@@ -85,7 +85,7 @@ TEST_F(Folder, WithAnythingButFilesInItIsRefused) {
     }
 }
 
-TEST_F(Folder, ThatOthersMayWriteIsRefused) {
+TEST_F(Folder, WritableByOtherUsersIsRefused) {
     mustRun({"init"});
     const bool isRoot = geteuid() == 0;
     for (const std::string& folder :
@@ -103,7 +103,7 @@ TEST_F(Folder, ThatOthersMayWriteIsRefused) {
         for (const mode_t mode : {0775U, 0757U}) {
             chmod(folder.c_str(), mode);
             expectRefused();
-            EXPECT_EQ(modeOf(folder), mode) << "nothing is repaired unasked";
+            EXPECT_EQ(modeOf(folder), mode) << "the permissions are not changed";
         }
         if (folder == tv_) {
             EXPECT_THAT(run({"init", "--force"}).err, HasSubstr("other users may write " + folder));
@@ -114,7 +114,7 @@ TEST_F(Folder, ThatOthersMayWriteIsRefused) {
             EXPECT_EQ(chown(folder.c_str(), 0, 0), 0);
         }
     }
-    // A link does not lead to another folder.
+    // A symbolic link in place of a folder of the TV is refused.
     fs::create_directory(folder_ / "other");
     chmod((folder_ / "other").c_str(), 0755);
     for (const char* name : {"/run/hwbinder", "/run", "/log"}) {
@@ -125,12 +125,12 @@ TEST_F(Folder, ThatOthersMayWriteIsRefused) {
         EXPECT_TRUE(fs::is_empty(folder_ / "other")) << name;
         mustRun({"init", "--force"});
     }
-    // The TV's own folder may be reached by the user's link.
+    // The user's own symbolic link to the TV's root is accepted.
     fs::create_directory_symlink(tv_, folder_ / "link");
     mustRun({"show", "--tv", folder_ / "link"});
 }
 
-TEST_F(Folder, ThatIsNoTvIsNotMadeOne) {
+TEST_F(Folder, WithoutTvStaysUnchanged) {
     expectNotStarted(tv_ + " is no TV");
     EXPECT_FALSE(fs::exists(tv_));
     fs::create_directory(tv_);
@@ -144,7 +144,7 @@ TEST_F(Folder, InitKilledAtAnyMomentLeavesNoTemporaryFile) {
         {
             const RunningProgram init({command_, "init"});
             usleep(std::uniform_int_distribution<useconds_t>(0, 8000)(random));
-        }  // kills it
+        }  // the destructor kills it
         if (!fs::exists(tv_)) continue;
         for (const auto& entry : fs::recursive_directory_iterator(tv_))
             EXPECT_NE(entry.path().filename().string().front(), '.') << entry.path();
@@ -152,7 +152,7 @@ TEST_F(Folder, InitKilledAtAnyMomentLeavesNoTemporaryFile) {
     }
 }
 
-TEST_F(Folder, MessagesNameTheCause) {
+TEST_F(Folder, ErrorMessagesNamePath) {
     mustRun({"init"});
     makeFile(tv_ + "/log/hidlaudio.log", std::string(1 << 20, '\n'));
     const Outcome head = runProgram({"/bin/sh", "-c", "'" + command_ + "' log | head -n 1"});
@@ -163,7 +163,7 @@ TEST_F(Folder, MessagesNameTheCause) {
     EXPECT_EQ(unrecorded.status, 2);
     EXPECT_THAT(unrecorded.err, AllOf(HasSubstr("HIDLAUDIO_CALLS"), HasSubstr(tv_ + "/none/calls")));
 
-    // What cannot be read is not the same as what is not there.
+    // A folder that cannot be read is reported with its path.
     const auto expectNamed = [&](const char* folder, const Outcome& outcome) {
         EXPECT_NE(outcome.status, 0) << folder;
         EXPECT_THAT(outcome.err, HasSubstr(tv_ + folder));
@@ -178,7 +178,7 @@ TEST_F(Folder, MessagesNameTheCause) {
         makeFile(tv_ + folder);
     }
     expectAllNamed();
-    if (geteuid() == 0) return;  // who may read everything
+    if (geteuid() == 0) return;  // root can read folders without permission
     for (const char* folder : {"/log", "/run/hwbinder"}) {
         fs::remove(tv_ + folder);
         fs::rename(tv_ + folder + ".kept", tv_ + folder);

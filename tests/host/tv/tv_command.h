@@ -11,7 +11,7 @@
 
 namespace hidlaudio::test {
 
-/** The names of the processes whose TV lies in the folder, sorted. */
+/** Returns the sorted names of the processes whose HIDLAUDIO_TV begins with `folder`. */
 inline std::vector<std::string> processesOn(const std::string& folder) {
     std::vector<std::string> names;
     for (const auto& process : std::filesystem::directory_iterator("/proc")) {
@@ -22,7 +22,7 @@ inline std::vector<std::string> processesOn(const std::string& folder) {
     return names;
 }
 
-/** What a shell makes of a line without spaces in its words; '' is an empty one. */
+/** Splits a line at spaces. The word '' stands for an empty word. */
 inline std::vector<std::string> wordsOf(const std::string& line) {
     std::istringstream text(line);
     std::vector<std::string> words;
@@ -30,7 +30,7 @@ inline std::vector<std::string> wordsOf(const std::string& line) {
     return words;
 }
 
-/** A folder in which a test runs `tv` on the TV in its subfolder "tv". */
+/** Runs `tv` on the TV in subfolder "tv" of a private folder. */
 class TvCommand : public testing::Test {
   protected:
     TvCommand() { host::setTvRoot(tv_); }
@@ -40,7 +40,7 @@ class TvCommand : public testing::Test {
         return runProgram(std::move(arguments));
     }
 
-    /** For a command that must go well; its output. */
+    /** Runs a command that must succeed. Returns its output. */
     std::string mustRun(std::vector<std::string> arguments) {
         const Outcome outcome = run(std::move(arguments));
         EXPECT_EQ(outcome.status, 0) << outcome.err;

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Breaks a copy of the tree, one line at a time, and wants the doctor to say where and what."""
+"""Breaks single lines in a copy of the tree and checks that the doctor reports file and problem."""
 import json
 import re
 import shutil
@@ -22,7 +22,7 @@ RC, XML, MATRIX = "packaging/hidlaudio.rc", "packaging/hidlaudio.xml", "packagin
 POLICY, PAGE = "packaging/sepolicy/", "packaging/README.md"
 MIC_ROW = r"    service<V\d_\d::IMicControl[^;]*?\),\n"
 
-# The file, what is replaced in it (a pattern, found once), by what; what must be found, and in which file.
+# File, pattern (must match once), replacement, expected problem; optional: other file that the finding names.
 FAULTS = [
     # interfaces
     ("interfaces/1.0/IHdmiAudio.hal", r"\Z", "// a word more\n", "but has changed"),
@@ -119,7 +119,7 @@ FAULTS = [
     (POLICY + "attributes", r"^hal_attribute.*\n", "", "no file of the policy has hal_attribute(tovi_audio)",
      POLICY + "hidlaudio.te"),
     (POLICY + "hidlaudio.te", r"^init_daemon_domain.*\n", "", "no domain that init starts"),
-    # what the code names
+    # names in the code
     ("service/mic_control/MicControl.cpp", r"\Z", 'const char* more = "/dev/more";\n', "gives /dev/more no label",
      POLICY + "file_contexts"),
     ("service/platform/soc_middleware.h", r"MTEEPROM_Read\(", "MTEEPROM_ReadAll(", "does not name MTEEPROM_ReadAll",
@@ -132,7 +132,7 @@ FAULTS = [
     (PAGE, r"^\| `/data/\S*/aqda.bin` .*\n", "", "does not name /data/vendor/tmp/recipe/aqda.bin"),
 ]
 
-# Files without which nothing works: gone, or no text, is a finding like any other.
+# Required files: a missing or unreadable one must be reported as a finding.
 NEEDED = [RC, XML, MATRIX, PAGE, KNOWN, "Android.bp", "service/main.cpp",
           "interfaces/current.txt",
           "service/platform/soc_middleware.h", "host/middleware/functions.h", POLICY + "file_contexts",
@@ -140,7 +140,7 @@ NEEDED = [RC, XML, MATRIX, PAGE, KNOWN, "Android.bp", "service/main.cpp",
 
 
 class DoctorTest(unittest.TestCase):
-    """On a copy of what the doctor looks at; each test puts back what it broke."""
+    """Runs the checks on a copy of the files that the doctor examines. Each test restores the copy."""
 
     @classmethod
     def setUpClass(cls):
@@ -153,7 +153,7 @@ class DoctorTest(unittest.TestCase):
             shutil.copytree(source, target) if source.is_dir() else shutil.copy(source, target)
 
     def findings_with(self, file, content, hidl_gen=None):
-        """What is found while the file holds `content`, or is gone."""
+        """Returns the findings with `content` in the file, or without the file if `content` is None."""
         path = self.copy / file
         before = path.read_bytes()
         try:
@@ -169,10 +169,10 @@ class DoctorTest(unittest.TestCase):
         self.assertIn(file, [finding.file for finding in places], "\n".join(map(str, findings)))
         self.assertTrue(all(finding.line >= 1 and finding.fix for finding in findings))
 
-    def test_whole_tree_is_clean(self):
+    def test_intact_tree_has_no_findings(self):
         self.assertEqual([], [str(finding) for finding in examine(self.copy, HIDL_GEN)])
 
-    def test_each_fault_is_found(self):
+    def test_each_broken_line_is_reported(self):
         for file, pattern, replacement, problem, *where in FAULTS:
             with self.subTest(file=file, problem=problem):
                 text = (self.copy / file).read_text(encoding="utf-8")
@@ -181,13 +181,13 @@ class DoctorTest(unittest.TestCase):
                 findings = self.findings_with(file, broken.encode())
                 self.assert_found(findings, where[0] if where else file, problem)
 
-    def test_line_is_the_one_at_fault(self):
+    def test_finding_names_broken_line(self):
         text = (self.copy / RC).read_text(encoding="utf-8")
         line = text[: text.index("@6.0::IMicControl")].count("\n") + 1
         findings = self.findings_with(RC, text.replace("@6.0::IMicControl", "@9.9::IMicControl").encode())
         self.assertIn((RC, line), [(finding.file, finding.line) for finding in findings])
 
-    def test_unreadable_file_is_a_finding(self):
+    def test_missing_or_unreadable_file_is_a_finding(self):
         for file in NEEDED:
             with self.subTest(file=file):
                 self.assertIn(file, [finding.file for finding in self.findings_with(file, None)])
@@ -195,8 +195,8 @@ class DoctorTest(unittest.TestCase):
                 self.assertIn(file, [finding.file for finding in self.findings_with(file, b"")])
                 self.findings_with(file, b"{ [ < \" ( , : = service on type")
 
-    @unittest.skipUnless(HIDL_GEN, "no hidl-gen")
-    def test_generator_is_asked(self):
+    @unittest.skipUnless(HIDL_GEN, "hidl-gen is not installed")
+    def test_hidl_gen_errors_are_findings(self):
         file = "interfaces/6.1/Android.bp"
         changed = (self.copy / file).read_bytes().replace(b"gen_java: true", b"gen_java: false")
         self.assert_found(self.findings_with(file, changed, HIDL_GEN), file, "gives here: gen_java: true")
@@ -213,7 +213,7 @@ class DoctorTest(unittest.TestCase):
         command = [sys.executable, "-B", DOCTOR, *arguments]
         return subprocess.run(command, capture_output=True, text=True, check=False)
 
-    def test_command(self):
+    def test_command_prints_findings_and_sets_exit_status(self):
         with tempfile.TemporaryDirectory() as empty:
             result = self.run_doctor("--json", "--tree", empty)
             self.assertEqual(1, result.returncode)

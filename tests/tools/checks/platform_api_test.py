@@ -1,5 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Uses what only the workstation's headers have, and wants each use reported. Argument: the build folder."""
+"""Uses names that only the workstation's headers have and checks that each is reported.
+
+Argument: the build folder.
+"""
 import json
 import re
 import shlex
@@ -15,7 +18,7 @@ BUILD = Path(sys.argv.pop()) if len(sys.argv) > 1 else TREE / "build"
 DATABASE = BUILD / "compile_commands.json"
 SKIPPED = 77  # the exit status that ctest reports as "Skipped"
 
-# What a service may write.
+# Uses only names of the platform.
 CLEAN = """
 #include <hidl/HidlSupport.h>
 #include <hidl/HidlTransportSupport.h>
@@ -60,7 +63,7 @@ struct Recipient : ::android::hardware::IBinder::DeathRecipient {  // foreign
 
 
 def write_tree(folder):
-    """Two sources of a module, and the commands that compile them as the daemon's main."""
+    """Writes two sources of a module and the compilation database, with the flags of service/main.cpp."""
     entry = next(entry for entry in json.loads(DATABASE.read_text(encoding="utf-8"))
                  if entry["file"].endswith("/service/main.cpp"))
     module = folder / "a-module"
@@ -77,13 +80,13 @@ def write_tree(folder):
 
 
 def marked(file):
-    """The lines that must be reported, as FILE:LINE."""
+    """Returns the lines that must be reported, as FILE:LINE."""
     lines = file.read_text(encoding="utf-8").splitlines()
     return {f"{file}:{number}" for number, line in enumerate(lines, 1) if line.endswith("// foreign")}
 
 
 class PlatformApiTest(unittest.TestCase):
-    """Every line that is marked is reported, and no other."""
+    """Checks that exactly the marked lines are reported."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory(suffix=" with a space")
@@ -107,7 +110,7 @@ class PlatformApiTest(unittest.TestCase):
         result = self.check("clean.cpp")
         self.assertEqual((0, "", ""), (result.returncode, result.stdout, result.stderr))
 
-    def test_what_does_not_compile_is_no_pass(self):
+    def test_compile_error_is_reported(self):
         (self.module / "clean.cpp").write_text("#include <hidl/Gone.h>\n", encoding="utf-8")
         result = self.check("clean.cpp")
         self.assertEqual(2, result.returncode)

@@ -17,7 +17,7 @@ using testing::UnorderedElementsAreArray;
 const std::map<std::string, std::string> kPrograms = {
     {"audioctl", AUDIOCTL}, {"tv", TV}, {"tv_stress", TV_STRESS}};
 
-/** Completes the last of the words as bash does when the user presses the tabulator. */
+/** Completes the last word in the same way as bash when the user presses the Tab key. */
 constexpr char kBash[] = R"bash(
     set -eu
     source "$1" && shift
@@ -26,7 +26,7 @@ constexpr char kBash[] = R"bash(
     printf '%s\n' "${COMPREPLY[@]}"
 )bash";
 
-/** Returns the words that bash offers in place of the last one. */
+/** Returns the completions of the last word. */
 Words inBash(const Words& typed) {
     Words command{"/bin/bash", "--norc", "-c", kBash, "bash", COMPLETION, kPrograms.at(typed[0])};
     command.insert(command.end(), typed.begin() + 1, typed.end());

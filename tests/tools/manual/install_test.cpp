@@ -12,7 +12,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-/** The tree that `cmake --install` makes, moved to another place than it was made for. */
+/** The tree that `cmake --install` creates, moved to another folder after the installation. */
 class Installed : public testing::Test {
   protected:
     Installed() {
@@ -43,14 +43,14 @@ class Installed : public testing::Test {
     const std::string prefix_ = folder_ / "moved";
 };
 
-TEST_F(Installed, RunsTheTv) {
+TEST_F(Installed, MovedTreeRunsTv) {
     for (const std::vector<std::string>& command :
          {std::vector<std::string>{"init"}, {"boot", "--background"}}) {
         const Outcome outcome = run("tv", command);
         ASSERT_EQ(outcome.status, 0) << outcome.err;
     }
     EXPECT_EQ(run("audioctl", {"external", "get"}).out, "on\n");
-    // Of the programs that run, each is the installed one, with the installed libraries.
+    // The daemon is the installed program and uses the installed libraries.
     const std::string pid = std::to_string(host::programLockHolder("hidlaudio"));
     const std::string maps = contentOf("/proc/" + pid + "/maps");
     for (const char* file :
@@ -60,7 +60,7 @@ TEST_F(Installed, RunsTheTv) {
     EXPECT_EQ(run("tv", {"shutdown"}).status, 0);
 }
 
-TEST_F(Installed, HasEachFileAtItsPlaceAndNoOthers) {
+TEST_F(Installed, TreeHasExpectedFilesAndNoTestFiles) {
     const std::set<std::string> found = files();
     for (const char* file :
          {"bin/tv", "share/bash-completion/completions/tv", "share/doc/hidlaudio/README.md",
