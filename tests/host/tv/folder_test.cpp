@@ -131,7 +131,7 @@ TEST_F(Folder, ThatOthersMayWriteIsRefused) {
 }
 
 TEST_F(Folder, ThatIsNoTvIsNotMadeOne) {
-    expectNotStarted(tv_ + " is no TV");
+    expectNotStarted(tv_ + " is not a TV");
     EXPECT_FALSE(fs::exists(tv_));
     fs::create_directory(tv_);
     EXPECT_EQ(runProgram({DAEMON}).status, 2);
