@@ -106,14 +106,14 @@ TEST_F(DumpTest, EachServiceWritesItsStateAndDoesNotChangeIt) {
     const size_t logged = daemon_.err().size();
     for (const char* name : kServices) {
         const std::string bareName = strchr(name, 'I') + 1;
-        const json told = state(name);
-        ASSERT_TRUE(told.is_object()) << name;
-        EXPECT_EQ(told["service"], bareName);
-        EXPECT_EQ(told["version"], VERSION);
-        EXPECT_GE(told.size(), 3U) << told;
+        const json dumped = state(name);
+        ASSERT_TRUE(dumped.is_object()) << name;
+        EXPECT_EQ(dumped["service"], bareName);
+        EXPECT_EQ(dumped["version"], VERSION);
+        EXPECT_GE(dumped.size(), 3U) << dumped;
         EXPECT_THAT(dumpOf(service(name)), testing::StartsWith(bareName + " (hidlaudio " VERSION ")\n  "));
         EXPECT_THAT(dumpOf(service(name), {"--json", "--help"}), HasSubstr("  --json  "));
-        EXPECT_EQ(state(name), told);
+        EXPECT_EQ(state(name), dumped);
     }
     EXPECT_EQ(files(), before);
     EXPECT_EQ(daemon_.err().size(), logged) << daemon_.err();

@@ -40,7 +40,7 @@ class Client : public RunningProgram {
     bool ready() const { return out().find("ready\n") != std::string::npos; }
 
     /** Returns the lines that its callbacks printed. */
-    Names told() const {
+    Names received() const {
         Names lines = linesOf(out());
         lines.erase(std::remove(lines.begin(), lines.end(), "ready"), lines.end());
         return lines;
@@ -115,8 +115,8 @@ TEST_F(HdmiAudioClients, CallbackIsCalledPerRegistrationUntilClientDies) {
     const auto twice = registered("twice");
     const auto once = registered("print");
     EXPECT_EQ(set({"ARC_DD_X", "ARC_DD_ATMOS"}), 0);
-    EXPECT_THAT(twice->told(), ElementsAre("ARC_DD_X ARC_DD_ATMOS", "ARC_DD_X ARC_DD_ATMOS"));
-    EXPECT_THAT(once->told(), ElementsAre("ARC_DD_X ARC_DD_ATMOS"));
+    EXPECT_THAT(twice->received(), ElementsAre("ARC_DD_X ARC_DD_ATMOS", "ARC_DD_X ARC_DD_ATMOS"));
+    EXPECT_THAT(once->received(), ElementsAre("ARC_DD_X ARC_DD_ATMOS"));
     twice->die();
     EXPECT_TRUE(logs(2, removal_));
     once->die();
@@ -132,8 +132,8 @@ TEST_F(HdmiAudioClients, CallbacksWaitForSlowClientBeforeThem) {
     const auto after = registered("print");
     auto setting = std::async(std::launch::async, [&] { return set({"ARC_DD_PLUS"}); });
     ASSERT_TRUE(slow->stops());
-    EXPECT_THAT(before->told(), ElementsAre("ARC_DD_PLUS"));
-    EXPECT_TRUE(after->told().empty()) << "its callback is called after the slow one";
+    EXPECT_THAT(before->received(), ElementsAre("ARC_DD_PLUS"));
+    EXPECT_TRUE(after->received().empty()) << "its callback is called after the slow one";
     EXPECT_EQ(count(finish_), 0U);
     // A request that arrives now is neither served early nor lost.
     auto next = std::async(std::launch::async, [&] { return set({"ARC_DD_NONE"}); });
@@ -143,7 +143,7 @@ TEST_F(HdmiAudioClients, CallbacksWaitForSlowClientBeforeThem) {
     slow->goOn();
     EXPECT_EQ(next.get(), 0);
     for (const Client* client : {before.get(), slow.get(), after.get()}) {
-        EXPECT_THAT(client->told(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
+        EXPECT_THAT(client->received(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
     }
 }
 
@@ -156,10 +156,10 @@ TEST_F(HdmiAudioClients, CallbackIsCalledThoughEarlierClientDies) {
     unaware->die();  // its death notice cannot be served before its callback is called
     doomed->die();
     EXPECT_EQ(setting.get(), 0);
-    EXPECT_THAT(after->told(), ElementsAre("ARC_DD_PLUS"));
+    EXPECT_THAT(after->received(), ElementsAre("ARC_DD_PLUS"));
     EXPECT_TRUE(logs(2, removal_));
     EXPECT_EQ(set({"ARC_DD_NONE"}), 0);
-    EXPECT_THAT(after->told(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
+    EXPECT_THAT(after->received(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
 }
 
 // Each callback has its own death notice. If the time of a removal grew with the number of callbacks, the
@@ -213,12 +213,12 @@ TEST_F(HdmiAudioClients, RandomClientsReceiveEveryChange) {
     over = true;
     setter.join();
     for (const Living& survivor : living) {
-        const Names told = survivor.client->told();
-        ASSERT_FALSE(told.empty());
-        const int first = begun - static_cast<int>(told.size()) + 1;
+        const Names received = survivor.client->received();
+        ASSERT_FALSE(received.empty());
+        const int first = begun - static_cast<int>(received.size()) + 1;
         EXPECT_LE(first, survivor.begunBefore + 1);
-        for (size_t i = 0; i < told.size(); ++i) {
-            ASSERT_EQ(told[i], "ARC_DD_PLUS ARC_DD_#" + std::to_string(first + static_cast<int>(i)));
+        for (size_t i = 0; i < received.size(); ++i) {
+            ASSERT_EQ(received[i], "ARC_DD_PLUS ARC_DD_#" + std::to_string(first + static_cast<int>(i)));
         }
     }
     for (const Living& survivor : living) survivor.client->die();

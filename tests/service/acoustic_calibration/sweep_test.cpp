@@ -18,7 +18,7 @@ class Sweep : public Calibration {
      * stream functions of libc fail.
      */
     void sweep(const std::function<std::string()>& scenario, const Effects& effects) {
-        const std::string untroubled = scenario();
+        const std::string baseline = scenario();
         std::set<std::string> met;
         for (const std::string& call : host::faultableCalls()) {
             const bool moves = call == "read" || call == "write" || call == "fread";
@@ -35,7 +35,7 @@ class Sweep : public Calibration {
                     const bool repeated = error == EINTR && call[0] != 'f' && call != "remove";
                     const auto effect = effects.find(key);
                     const bool none = repeated || effect == effects.end();
-                    EXPECT_EQ(outcome, none ? untroubled : withErrno(effect->second, error));
+                    EXPECT_EQ(outcome, none ? baseline : withErrno(effect->second, error));
                     EXPECT_EQ(openFiles(), before);
                 }
             }

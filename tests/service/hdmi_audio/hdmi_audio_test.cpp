@@ -30,10 +30,10 @@ struct Callback : V1_1::IHdmiAudioCallback {
     std::function<void()> inside;  // called once, inside the next callback
 };
 
-/** Returns the expected changes: one callback with `told`, or none if `told` is empty. */
-std::vector<Names> oneCall(const Names& told) {
-    if (told.empty()) return {};
-    return {told};
+/** Returns the expected changes: one callback with `notified`, or none if `notified` is empty. */
+std::vector<Names> oneCall(const Names& notified) {
+    if (notified.empty()) return {};
+    return {notified};
 }
 
 class HdmiAudio : public testing::Test {
@@ -147,7 +147,7 @@ TEST_F(HdmiAudio, SetsHighestNamedLevel) {
         Names request;
         int32_t result;
         Names written;
-        Names told;  // names in the callback; empty if it is not called
+        Names notified;  // names in the callback; empty if it is not called
     } cases[] = {
         {{"ARC_DD_ATMOS", "ARC_DD_PLUS"}, 0, {dd + "2", dd + "2"}, {"ARC_DD_ATMOS", "ARC_DD_PLUS"}},
         {{"ARC_DD_NONE", "", "ARC_DD_PLUS"}, 0, {dd + "1", dd + "1"}, {"ARC_DD_NONE", "ARC_DD_PLUS"}},
@@ -173,7 +173,7 @@ TEST_F(HdmiAudio, SetsHighestNamedLevel) {
         logged();
         EXPECT_EQ(set(known.request), known.result);
         EXPECT_EQ(writes(), known.written);
-        EXPECT_EQ(callback->changes, oneCall(known.told));
+        EXPECT_EQ(callback->changes, oneCall(known.notified));
     }
     EXPECT_THAT(Names({contentOf(arcDd_), contentOf(earcDd_), contentOf(arcMp4_)}),
                 ElementsAre("1\n", "1", "3\n"));
@@ -211,7 +211,7 @@ TEST_F(HdmiAudio, ReturnsStatusOfLastWriteUnlessOneSucceeded) {
         const char* fault;
         Names request;
         int32_t result;
-        Names told;
+        Names notified;
     } cases[] = {
         {"-7", {"ARC_DD_PLUS"}, -7, {}},
         {"7", {"ARC_DD_PLUS", "ARC_MP4AAC_5_1", "NONE", ""}, 7, {}},
@@ -226,7 +226,7 @@ TEST_F(HdmiAudio, ReturnsStatusOfLastWriteUnlessOneSucceeded) {
         callback->changes.clear();
         fail("a_mtktvapi_config_set_value", known.fault);
         EXPECT_EQ(set(known.request), known.result);
-        EXPECT_EQ(callback->changes, oneCall(known.told));
+        EXPECT_EQ(callback->changes, oneCall(known.notified));
     }
     std::filesystem::remove(tv_ / "soc/faults/a_mtktvapi_config_set_value");
     for (const std::string& file : {arcDd_, arcMp4_}) {

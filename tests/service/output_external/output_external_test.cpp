@@ -154,7 +154,7 @@ TEST_F(OutputExternal, FailingCallIsLoggedAndDamagesNothing) {
         EXPECT_THAT(contentOf(file_), testing::AnyOf(kOn, kOff));
         return logged();
     };
-    const std::vector<std::string> untroubled = scenario();
+    const std::vector<std::string> baseline = scenario();
     for (const std::string call : {"open", "read", "write", "close"}) {
         for (const int error : {EINTR, EIO}) {
             for (unsigned n = 1;; ++n) {
@@ -162,7 +162,7 @@ TEST_F(OutputExternal, FailingCallIsLoggedAndDamagesNothing) {
                 const host::ScopedFault fault({call, n, error});
                 const std::vector<std::string> lines = scenario();
                 if (!fault.injected()) break;
-                EXPECT_EQ(lines == untroubled, error == EINTR || call == "close");
+                EXPECT_EQ(lines == baseline, error == EINTR || call == "close");
                 EXPECT_TRUE(error != EINTR || contentOf(file_) == kOn) << "EINTR must not lose the setting";
             }
         }

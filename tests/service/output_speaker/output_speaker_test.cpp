@@ -55,12 +55,12 @@ class OutputSpeaker : public testing::Test {
 TEST_F(OutputSpeaker, SendsPositionToHalAtStart) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
-        for (const auto& [stored, told] : {std::pair(0, "table_top"), {1, "wall_mount"}}) {
+        for (const auto& [stored, sent] : {std::pair(0, "table_top"), {1, "wall_mount"}}) {
             store("tv_position", stored);
             start();
             EXPECT_THAT(logged(),
                         ElementsAre(kStart, kOpened, "D get tv position:" + std::to_string(stored), kEnd));
-            EXPECT_THAT(hal->device->take(), ElementsAre(std::string("tv_position=") + told));
+            EXPECT_THAT(hal->device->take(), ElementsAre(std::string("tv_position=") + sent));
             hal->device->result = Result::NOT_SUPPORTED;  // the HAL's result is ignored
         }
         for (const int stored : {5, -1}) {
@@ -85,7 +85,7 @@ TEST_F(OutputSpeaker, StoresPositionAndSendsItToHal) {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IOutputSpeaker> service = started();
         hal->device->take();
-        const auto expectSet = [&](int type, bool legal, const std::string& stored, const char* told,
+        const auto expectSet = [&](int type, bool legal, const std::string& stored, const char* sent,
                                    int status) {
             EXPECT_EQ(service->setTvPosition(type), status);
             std::vector<std::string> lines{"D [setTvPosition] start:type = " + std::to_string(type)};
@@ -93,14 +93,14 @@ TEST_F(OutputSpeaker, StoresPositionAndSendsItToHal) {
             lines.push_back("D set tv position:value = " + stored + ", result = " + std::to_string(status));
             lines.push_back("D [setTvPosition] end:ret = " + std::to_string(status));
             EXPECT_EQ(logged(), lines);
-            EXPECT_THAT(hal->device->take(), ElementsAre(std::string("tv_position=") + told));
+            EXPECT_THAT(hal->device->take(), ElementsAre(std::string("tv_position=") + sent));
         };
-        for (const auto& [type, stored, told] : {std::tuple(0, "0", "table_top"),
+        for (const auto& [type, stored, sent] : {std::tuple(0, "0", "table_top"),
                                                  {1, "1", "wall_mount"},
                                                  {7, "0", "table_top"},
                                                  {1, "1", "wall_mount"},
                                                  {-1, "0", "table_top"}}) {
-            expectSet(type, type == 0 || type == 1, stored, told, 0);
+            expectSet(type, type == 0 || type == 1, stored, sent, 0);
             EXPECT_EQ(contentOf(fileOf("tv_position")), std::string(stored) + "\n");
         }
         hal->device->result = Result::INVALID_ARGUMENTS;

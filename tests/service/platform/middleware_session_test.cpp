@@ -26,13 +26,13 @@ const std::tuple<MiddlewareUser, std::string, std::string> kUsers[] = {
 // The tests of the users check the log messages of a failed opening.
 TEST(MiddlewareSession, CallsInitFunctionsOfUser) {
     const host::LogCapture log;
-    for (const auto& [user, besides, connection] : kUsers) {
+    for (const auto& [user, initFunction, connection] : kUsers) {
         SCOPED_TRACE(static_cast<int>(user));
         const PrivateTv tv{"soc/faults"};
         // The fault file is deleted when the function is called.
-        makeFile(tv / "soc/faults/" + besides, "-12 1\n");
+        makeFile(tv / "soc/faults/" + initFunction, "-12 1\n");
         EXPECT_EQ(openMiddleware(user), 0) << "the result of this function is ignored";
-        EXPECT_EQ(contentOf(tv / "soc/faults/" + besides), "(none)");
+        EXPECT_EQ(contentOf(tv / "soc/faults/" + initFunction), "(none)");
         makeFile(tv / "soc/faults/" + connection, "-12 1\n");
         EXPECT_EQ(openMiddleware(user), -12);
     }
