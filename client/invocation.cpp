@@ -22,7 +22,7 @@ std::string checkSeconds(const std::string& given) {
 std::string problemOfTv() {
     std::error_code ignored;
     const bool exists = std::filesystem::is_directory(host::tvRoot(), ignored);
-    return exists ? host::registryProblem(host::tvRoot()) : host::tvRoot() + " is no TV: `tv init` makes one";
+    return exists ? host::registryProblem(host::tvRoot()) : host::tvRoot() + " is not a TV: `tv init` makes one";
 }
 
 const CLI::App* deepestParsed(const CLI::App* app, std::string* path) {

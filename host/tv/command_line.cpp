@@ -24,7 +24,7 @@ void addCommandLine(CLI::App& app, int& status) {
         "Exit status:\n"
         "  0  the command succeeded\n"
         "  1  the command failed, or its output could not be written\n"
-        "  2  the arguments are wrong, or the folder is no TV\n"
+        "  2  the arguments are wrong, or the folder is not a TV\n"
         "\n"
         "Examples:\n"
         "  tv init                # create a TV in the default folder\n"

@@ -172,7 +172,7 @@ TEST_F(Audioctl, RefusesWrongUsage) {
                {{"wait", "list"}, 2, "", "external  " + std::string(kExternal)},
                {{"wait", "external/"}, 2, "", "\"external/\" is no service"},
                {{"wait", "a@1.0::IFoo!"}, 2, "", "is no service"},
-               {{"wait", "--tv", tv_ / "nosuch"}, 2, "", "nosuch is no TV"}});
+               {{"wait", "--tv", tv_ / "nosuch"}, 2, "", "nosuch is not a TV"}});
     EXPECT_FALSE(std::filesystem::exists(tv_ / "nosuch"));
     const std::pair<std::vector<std::string>, std::string> numbers[] = {
         {{"list", "--timeout"}, "no number from 0.001 to 86400"},

@@ -86,7 +86,7 @@ void addBectrl(CLI::App& app, int& status) {
         allSettings() +
         "\n\nExit status:\n"
         "  1  the TV has no back-end controller, or bectrl/behaviour is invalid or cannot be written\n"
-        "  2  the arguments are wrong, or the folder is no TV\n"
+        "  2  the arguments are wrong, or the folder is not a TV\n"
         "\n"
         "Examples:\n"
         "  tv bectrl\n"

@@ -252,7 +252,7 @@ void addBoot(CLI::App& app, int& status) {
         "Exit status:\n"
         "  1  a program cannot be started, ends without being shut down, or does not register its services\n"
         "     in time; or `tv` is interrupted before that\n"
-        "  2  the arguments are wrong, or the folder is no TV\n"
+        "  2  the arguments are wrong, or the folder is not a TV\n"
         "\n"
         "Examples:\n"
         "  tv boot\n"

@@ -58,7 +58,7 @@ void addConfig(CLI::App& app, int& status) {
         "\n"
         "Exit status:\n"
         "  1  the value of KEY cannot be read or written, or is not a 32-bit number\n"
-        "  2  the arguments are wrong, or the folder is no TV\n"
+        "  2  the arguments are wrong, or the folder is not a TV\n"
         "\n"
         "Examples:\n"
         "  tv config\n"

@@ -79,7 +79,7 @@ void addEeprom(CLI::App& app, int& status) {
         namedBytes() +
         "\n\nExit status:\n"
         "  1  the byte cannot be read or written\n"
-        "  2  the arguments are wrong, or the folder is no TV\n"
+        "  2  the arguments are wrong, or the folder is not a TV\n"
         "\n"
         "Examples:\n"
         "  tv eeprom 0x10089\n"

@@ -122,7 +122,7 @@ void addFault(CLI::App& app, int& status) {
         allResults() + "\n\nFunctions:" + allFunctions() +
         "\n\nExit status:\n"
         "  1  the fault cannot be stored or cleared\n"
-        "  2  the arguments are wrong, or the folder is no TV\n"
+        "  2  the arguments are wrong, or the folder is not a TV\n"
         "\n"
         "Examples:\n"
         "  tv fault a_mtktvapi_config_set_value 7 1   # the next call fails with status 7\n"

@@ -38,7 +38,7 @@ void addLog(CLI::App& app, int& status) {
         "\n"
         "Exit status:\n"
         "  1  a log cannot be read, the output cannot be written, or the TV is deleted\n"
-        "  2  the arguments are wrong, or the folder is no TV\n"
+        "  2  the arguments are wrong, or the folder is not a TV\n"
         "\n"
         "Examples:\n"
         "  tv log | tail\n"

@@ -193,7 +193,7 @@ void addShow(CLI::App& app, int& status) {
         "\n"
         "Exit status:\n"
         "  1  the output cannot be written\n"
-        "  2  the arguments are wrong, or the folder is no TV\n"
+        "  2  the arguments are wrong, or the folder is not a TV\n"
         "\n"
         "Examples:\n"
         "  tv show\n"

@@ -32,7 +32,7 @@ void addShutdown(CLI::App& app, int& status) {
         "Exit status:\n"
         "  0  no program is running any more, even if none was running before\n"
         "  1  a program cannot be stopped\n"
-        "  2  the arguments are wrong, or the folder is no TV\n"
+        "  2  the arguments are wrong, or the folder is not a TV\n"
         "\n"
         "Example:\n"
         "  tv shutdown");

@@ -196,7 +196,7 @@ TEST_F(TvCommand, RelativeStateFolderIsIgnored) {
             setenv("XDG_STATE_HOME", state.c_str(), 1);
             sendToFile(STDERR_FILENO, errors);
         });
-        EXPECT_THAT(contentOf(errors), HasSubstr(used + "/hidlaudio/tv is no TV")) << given;
+        EXPECT_THAT(contentOf(errors), HasSubstr(used + "/hidlaudio/tv is not a TV")) << given;
     }
 }
 

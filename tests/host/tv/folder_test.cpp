@@ -106,7 +106,7 @@ TEST_F(Folder, WritableByOtherUsersIsRefused) {
             EXPECT_EQ(modeOf(folder), mode) << "the permissions are not changed";
         }
         if (folder == tv_) {
-            EXPECT_THAT(run({"init", "--force"}).err, HasSubstr("other users may write " + folder));
+            EXPECT_THAT(run({"init", "--force"}).err, HasSubstr("other users can write to " + folder));
         }
         chmod(folder.c_str(), before);
         if (isRoot && chown(folder.c_str(), 12345, 0) == 0) {
@@ -131,7 +131,7 @@ TEST_F(Folder, WritableByOtherUsersIsRefused) {
 }
 
 TEST_F(Folder, WithoutTvStaysUnchanged) {
-    expectNotStarted(tv_ + " is no TV");
+    expectNotStarted(tv_ + " is not a TV");
     EXPECT_FALSE(fs::exists(tv_));
     fs::create_directory(tv_);
     EXPECT_EQ(runProgram({DAEMON}).status, 2);
