@@ -5,7 +5,7 @@
 
 namespace hidlaudio::host {
 
-/** Opens the primary device of the virtual TV, always the same. */
+/** Opens the primary device of the virtual TV. All clients get the same device. */
 class DevicesFactory : public android::hardware::audio::V5_0::IDevicesFactory {
   public:
     DevicesFactory();

@@ -8,10 +8,10 @@
 namespace hidlaudio::host {
 
 /**
- * Records a call of `operation`, which is about `on`, and uses up one time of the fault that was set on
- * `operation` and logs it: the Result that the operation must answer instead of working; nothing where none
- * was set. A fault file that cannot be used makes the operation fail with INVALID_STATE: whoever wrote it
- * wanted no success.
+ * Records a call of `operation`; `on` is the key that it concerns. Consumes one use of the fault that is set
+ * on `operation`. Returns the Result that the operation must return instead of working, or `std::nullopt` if
+ * it must work. Logs the injected Result. An unusable fault file is logged and gives INVALID_STATE, so that
+ * the mistake does not stay unnoticed.
  */
 std::optional<android::hardware::audio::V5_0::Result> injectedResult(const char* operation,
                                                                      const char* on = "");

@@ -7,15 +7,14 @@
 
 namespace hidlaudio::host {
 
-/** Where the primary audio HAL keeps its parameters and finds its faults, below the root of the virtual TV.
- */
+/** Folders of the primary audio HAL's parameters and faults, below the root of the virtual TV. */
 constexpr char kHalParameterFolder[] = "/hal/parameters";
 constexpr char kHalFaultFolder[] = "/hal/faults";
 
-/** The operations that a Result can be set on, in hal/faults/<operation>. */
+/** The operations that have fault files, hal/faults/<operation>. */
 constexpr std::string_view kHalOperations[] = {"openPrimaryDevice", "setParameters", "getParameters"};
 
-/** The names of the HAL's Result values, which count from 0. */
+/** The names of the HAL's Result values, from 0 on. */
 constexpr std::string_view kHalResults[] = {"OK", "NOT_INITIALIZED", "INVALID_ARGUMENTS", "INVALID_STATE",
                                             "NOT_SUPPORTED"};
 

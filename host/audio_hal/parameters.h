@@ -7,20 +7,23 @@
 namespace hidlaudio::host {
 
 /**
- * The parameters of the primary audio HAL: a value file each, so that a person can
- * look at them and change them while the HAL runs. A key is a name for a value file.
+ * The parameters of the primary audio HAL. Each is a value file, so that a user can read and change it while
+ * the HAL runs. The key is the name of the file.
  */
 
-/** The longest value that is kept, in bytes. */
+/** Maximum size of a value, in bytes. */
 extern const size_t kLongestParameter;
 
-/** Keeps a value. Returns 0, or an errno; the old one is then untouched. `key` must be one. */
+/**
+ * Stores a value. Returns 0, or an errno; the old value then stays unchanged. `key` must be a valid name of a
+ * value file (isValueName()).
+ */
 int writeParameter(const std::string& key, const std::string& value);
 
 /**
- * Reads a value: the file without the line end that it closes with, if it does.
- * Nothing where there is none, nor for what is no key. Returns 0, or an errno where
- * the file is there and cannot be read.
+ * Reads a value: the file's content without the newline at its end. `value` becomes `std::nullopt` if the
+ * file does not exist or `key` is not a valid name. Returns 0, or an errno if the file exists but cannot be
+ * read.
  */
 int readParameter(const std::string& key, std::optional<std::string>& value);
 

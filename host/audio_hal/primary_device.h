@@ -5,7 +5,7 @@
 
 namespace hidlaudio::host {
 
-/** The primary device of the virtual TV: all that it does is keep its parameters. */
+/** The primary device of the virtual TV. It only stores its parameters. */
 class PrimaryDevice : public android::hardware::audio::V5_0::IPrimaryDevice {
     template <typename Type>
     using Values = android::hardware::hidl_vec<Type>;

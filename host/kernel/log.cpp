@@ -55,7 +55,7 @@ void print(int priority, const char* tag, const char* message) {
     size_t length = 0;
     char* text = android_log_formatLogLine(threadtimeFormat(), usual, sizeof(usual), &entry, &length);
     if (text == nullptr) return;
-    // A log that nobody can read any more is no reason to fail.
+    // A failed write to the log is ignored.
     [[maybe_unused]] const ssize_t written = __real_write(STDERR_FILENO, text, length);
     if (text != usual) free(text);
 }
@@ -75,7 +75,7 @@ void logMessage(int priority, const char* tag, const char* message) {
 
 void startLog() {
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-    // Older versions of liblog pass the text beside the record, newer ones in it.
+    // Old versions of liblog pass the text as an argument, new versions in the record.
     __android_log_set_logger([](const auto* record, auto... text) {
         if constexpr (sizeof...(text) == 0) {
             logMessage(record->priority, record->tag, record->message);

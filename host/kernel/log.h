@@ -10,19 +10,19 @@
 namespace hidlaudio::host {
 
 /**
- * The TV's log. A program that links host_kernel writes every message, of every
- * priority, to its standard error as logcat's threadtime format shows it, one
- * write(2) a message: "11-24 12:25:07.184  4149  4149 D HidlAudio: text". A
- * message without a tag comes under the program's name.
+ * The TV's log. A program that links host_kernel writes the messages of all priorities to standard error,
+ * in logcat's threadtime format, with one write(2) per message:
+ * "11-24 12:25:07.184  4149  4149 D HidlAudio: text". The tag of a message without a tag is the program's
+ * name.
  */
 
-/** Called at program start. */
+/** Starts logging. Called at program start. */
 void startLog();
 
 struct LogLine {
     int priority;
     std::string tag;
-    std::string text;  // as it was logged, with the line end if it had one
+    std::string text;  // as logged, with its trailing newline if it has one
 
     bool operator==(const LogLine& other) const {
         return priority == other.priority && tag == other.tag && text == other.text;
@@ -30,9 +30,9 @@ struct LogLine {
 };
 
 /**
- * Keeps the messages of the whole process, from every thread, instead of printing
- * them, for as long as it lives; the innermost one has them. Must end on the thread
- * that made it, the last made first.
+ * Captures the messages of all threads of the process instead of printing them, for the lifetime of the
+ * object. If several objects exist, the last created one captures. They must be destroyed in reverse order,
+ * by the thread that created them.
  */
 class LogCapture {
   public:
@@ -41,13 +41,13 @@ class LogCapture {
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    /** The messages so far, in order. */
+    /** Returns the messages so far, in order. */
     std::vector<LogLine> lines() const;
 
-    /** Takes the messages out: the next call gives those after this one. */
+    /** Returns the messages and removes them. */
     std::vector<LogLine> take();
 
-    /** For the logger. */
+    /** Adds a message. Called by the logger. */
     void add(LogLine line);
 
   private:

@@ -16,15 +16,16 @@
 #include "host/tv_files/tv_root.h"
 
 /**
- * The start of a program that is part of a virtual TV: it needs a TV, runs once on it, and ends when the TV
- * is deleted. Compiled into each program with its name in HIDLAUDIO_PROGRAM.
+ * Start-up of a program of the virtual TV. It checks the TV, ensures that the program runs only once per TV,
+ * and makes it exit when the TV is deleted. Compiled into each program, with the program's name in
+ * HIDLAUDIO_PROGRAM.
  */
 namespace hidlaudio::host {
 namespace {
 
 constexpr char kProgram[] = HIDLAUDIO_PROGRAM;
 
-/** For the signal handler, which may not allocate memory. */
+/** The files that the signal handler checks; it must not allocate memory. */
 struct Watched {
     char lock[PATH_MAX];
     char registry[PATH_MAX];
@@ -40,7 +41,7 @@ std::string problemOfTv(const std::string& root) {
     const std::string model = root + kModelFile;
     struct stat status{};
     if (lstat(model.c_str(), &status) != 0)
-        return root + " is no TV; `tv init` makes one, HIDLAUDIO_TV names another";
+        return root + " is no TV; create one with `tv init`, or set HIDLAUDIO_TV to another folder";
     return contentProblem(root);
 }
 
@@ -48,12 +49,12 @@ void makeFolder(const std::string& path) {
     if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) refuse(fileError(path, errno));
 }
 
-/** Returns the descriptor of the lock's file, which stays open. */
+/** Locks the program on this TV. Returns the descriptor of the lock file, which must stay open. */
 int lockProgram(const std::string& root) {
     const int fd = openProgramLock(kProgram);
     const int error = fd < 0 ? errno : takeProgramLock(fd);
     if (error == EBUSY)
-        refuse("runs on " + root + " already, as process " + std::to_string(programLockHolder(kProgram)));
+        refuse("already runs on " + root + " as process " + std::to_string(programLockHolder(kProgram)));
     if (error != 0) refuse(fileError(programLockFile(kProgram), error));
     return fd;
 }
@@ -65,12 +66,12 @@ bool isTvThere() {
 }
 
 [[noreturn]] void endWithoutTv() {
-    constexpr char kMessage[] = HIDLAUDIO_PROGRAM ": ends, because the TV's run/ was deleted\n";
+    constexpr char kMessage[] = HIDLAUDIO_PROGRAM ": exits because the run/ folder of the TV was deleted\n";
     (void)!__real_write(STDERR_FILENO, kMessage, sizeof(kMessage) - 1);
     _exit(1);
 }
 
-/** Something was deleted in run/. */
+/** Handles the signal that the kernel sends when a file in run/ is deleted or renamed. */
 void onDeletion(int) {
     const int kept = errno;
     if (!isTvThere()) endWithoutTv();
@@ -89,15 +90,15 @@ void takeSignal() {
 }
 
 /**
- * Makes the kernel send SIGIO when something is deleted in run/, which costs no thread and no waking up. A
- * kernel that cannot lets the program run until it is shut down.
+ * Makes the kernel send SIGIO when a file in run/ is deleted or renamed. This needs no thread and no polling.
+ * If the kernel does not support it, the program runs until it is shut down.
  */
 void watchTv(const std::string& root, int lock) {
     snprintf(watched.lock, sizeof(watched.lock), "%s", programLockFile(kProgram).c_str());
     snprintf(watched.registry, sizeof(watched.registry), "%s", (root + kRegistryFolder).c_str());
     fstat(lock, &watched.status);
     takeSignal();
-    // Stays open: the folder is watched as long as the descriptor exists.
+    // Left open on purpose: the kernel watches the folder while the descriptor is open.
     const int folder = open((root + kRunFolder).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (folder >= 0) fcntl(folder, F_NOTIFY, DN_DELETE | DN_RENAME | DN_MULTISHOT);
     if (!isTvThere()) endWithoutTv();
@@ -105,7 +106,7 @@ void watchTv(const std::string& root, int lock) {
 
 }  // namespace
 
-/** After the start of the log, and before any of the program's own constructors. */
+/** Runs after the log has started (priority 101), and before the program's own constructors. */
 extern "C" __attribute__((constructor(102))) void hidlaudio_host_program_start() {
     umask(umask(0) | S_IWGRP | S_IWOTH);
     const std::string root = tvRoot();

@@ -30,14 +30,14 @@ std::string environment(const char* name) {
 
 }  // namespace
 
-/** Before any of the program's own constructors, which may log and sleep already. */
+/** Runs before the program's own constructors, because those may log and sleep. */
 extern "C" __attribute__((constructor(101))) void hidlaudio_host_kernel_start() {
     openMissingStandardDescriptors();
     startLog();
     const std::string speed = environment(kClockVariable);
     if (!speed.empty() && !setClockSpeed(std::string_view(speed))) {
-        refuse(std::string(kClockVariable) + "=" + speed + ": must be a whole number from 1 to " +
-               std::to_string(kFastestClock) + ", how many times faster time passes");
+        refuse(std::string(kClockVariable) + "=" + speed +
+               ": the speed of time must be a whole number from 1 to " + std::to_string(kFastestClock));
     }
     if (const int error = callRecordError(); error != 0)
         refuse(std::string(kCallsVariable) + "=" + environment(kCallsVariable) + ": " + strerror(error));

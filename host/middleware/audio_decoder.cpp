@@ -11,11 +11,11 @@
 namespace hidlaudio::host {
 namespace {
 
-/** What a call that was made to fail leaves in its destination. */
+/** Value that a call with an injected fault writes to its output. */
 constexpr uint32_t kGarbage = 0x5A5A5A5A;
 constexpr int kEqualizerGains = 32;
 
-/** As short as it can be told apart from its neighbours. */
+/** Returns the shortest text that converts back to the same float. */
 std::string describe(float gain) {
     char text[32];
     return {text, std::to_chars(text, text + sizeof(text), gain).ptr};

@@ -15,7 +15,7 @@ namespace hidlaudio::host {
 namespace {
 
 constexpr uint32_t kReady = 0x42;
-/** What a call that was made to fail leaves in its destination. */
+/** Value that a call with an injected fault writes to its output. */
 constexpr uint32_t kGarbage = 0x5A5A5A5A;
 
 bool isValid(const MTAUDPOST_Request& request) {

@@ -10,8 +10,8 @@ namespace hidlaudio::host {
 /** A key of the configuration store that the daemon uses. */
 struct ConfigKey {
     std::string_view name;
-    int32_t factoryValue;  // what a new TV holds
-    int32_t writeMode;     // the only one the store takes for this key; 0: the daemon may not write it
+    int32_t factoryValue;  // value on a new TV
+    int32_t writeMode;     // required mode of a write; 0: the daemon must not write this key
 };
 
 constexpr ConfigKey kConfigKeys[] = {
@@ -24,7 +24,7 @@ constexpr ConfigKey kConfigKeys[] = {
     {"g_audio__arc_mpeg4_aac_lc_capab", 1, 4},
 };
 
-/** The key of that name, or null for one that the daemon does not use. */
+/** Returns the key with this name, or `nullptr` if the daemon does not use it. */
 constexpr const ConfigKey* findConfigKey(std::string_view name) {
     for (const ConfigKey& key : kConfigKeys) {
         if (key.name == name) return &key;

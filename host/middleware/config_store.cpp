@@ -18,14 +18,14 @@ namespace hidlaudio::host {
 namespace {
 
 constexpr int32_t kScope = -1;
-/** What a read that was made to fail leaves in its destination: no value of any key. */
+/** Value that a read with an injected fault writes to its output. No key has it. */
 constexpr int32_t kGarbage = 0x5A5A5A5A;
 
 std::string pathOf(const char* key) {
     return tvRoot() + "/soc/config/" + key;
 }
 
-/** Mistakes in what both calls take; logged. */
+/** Checks the arguments of both calls. Returns false after logging if one is invalid. */
 bool isValidRequest(const char* function, int32_t scope, const char* key) {
     if (scope == kScope && key != nullptr && isValueName(key)) return true;
     __android_log_print(ANDROID_LOG_ERROR, kLogTag,

@@ -30,7 +30,7 @@ bool isZero(const uint8_t* begin, const uint8_t* end) {
     return std::all_of(begin, end, [](uint8_t byte) { return byte == 0; });
 }
 
-/** What is wrong with a record that is about to be used; null where nothing is. */
+/** Returns why the controller refuses the record, or `nullptr` if it is valid. */
 const char* mistakeIn(const CustomSpecRecord& record, bool isSet) {
     for (const CustomSpecType& known : kCustomSpecTypes) {
         if (known.type != record.type) continue;
@@ -43,7 +43,7 @@ const char* mistakeIn(const CustomSpecRecord& record, bool isSet) {
     return "the controller knows no such type";
 }
 
-/** Mistakes in what both calls take; logged. */
+/** Checks the arguments of both calls and copies the record. Returns false after logging a mistake. */
 bool isValidRequest(const char* function, bool isSet, uint32_t identifier, const void* record, uint32_t size,
                     CustomSpecRecord& copy) {
     const char* mistake = nullptr;
@@ -91,7 +91,7 @@ int32_t appendToLog(const CustomSpecRecord& record) {
     const std::string line = describe(record);
     const int fd = openRegularFile(path, O_WRONLY | O_CREAT | O_APPEND);
     if (fd < 0) return failOn(path, strerror(errno));
-    // One write, so that the lines of two processes do not mix.
+    // A single write keeps lines of two processes from mixing.
     const ssize_t written = write(fd, line.data(), line.size());
     const int error = written < 0 ? errno : ENOSPC;
     close(fd);

@@ -6,20 +6,20 @@
 
 namespace hidlaudio::host {
 
-/** What carries a command to the back-end controller, or a request and its answer. */
+/** Record of a command to the back-end controller, or of a request and its reply. */
 struct CustomSpecRecord {
     uint32_t type;
     uint8_t payload[256];
-    uint8_t length;  // of the payload that is used; the rest is zero
+    uint8_t length;  // number of payload bytes in use; the rest is zero
     uint8_t tail[3];
 };
 static_assert(sizeof(CustomSpecRecord) == 264 && offsetof(CustomSpecRecord, length) == 260,
-              "the record's layout is the controller's");
+              "the controller defines the layout of the record");
 
-/** The one way in which a type of record is used. */
+/** Direction and payload length of a type of record. */
 struct CustomSpecType {
     uint32_t type;
-    bool isSet;
+    bool isSet;  // true: the daemon writes it; false: it reads it
     uint8_t length;
 };
 

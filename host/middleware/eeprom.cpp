@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kGarbage = 0x5A;
 
-/** How far this process has come: each step fails without the one before. */
+/** Steps that this process has completed. Each step fails before the previous one is done. */
 std::atomic<bool> propertyAsked{false};
 std::atomic<bool> ready{false};
 
@@ -30,7 +30,7 @@ int32_t mistake(const char* text) {
     return kBadArgument;
 }
 
-/** Reads all of `length` bytes. Returns 0, an errno, or ENODATA where the image is too short. */
+/** Reads exactly `length` bytes. Returns 0 or an errno: ENODATA if the image is too short. */
 int readImage(const std::string& path, uint32_t address, void* destination, uint32_t length) {
     const int fd = openRegularFile(path, O_RDONLY);
     if (fd < 0) return errno;

@@ -5,7 +5,7 @@
 
 namespace hidlaudio::host {
 
-/** The functions of the middleware that a status can be set on, in soc/faults/<function>. */
+/** The functions of the middleware that have fault files, soc/faults/<function>. */
 constexpr std::string_view kMiddlewareFunctions[] = {
     "IMtkPb_Ctrl_Init",
     "MTAL_InitExCb",

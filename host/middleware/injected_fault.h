@@ -8,9 +8,10 @@
 namespace hidlaudio::host {
 
 /**
- * Records a call of `function`, which is about `on`. The status that was set on `function` and that it must
- * return instead of working; nothing where none was set. A fault file that cannot be used is logged and makes
- * the function fail: whoever wrote it wanted no success.
+ * Records a call of `function`; `on` is the key, type or address that it concerns. Consumes one use of the
+ * fault that is set on `function`. Returns the status that the function must return instead of working, or
+ * `std::nullopt` if it must work. An unusable fault file is logged and gives kFailed, so that the mistake
+ * does not stay unnoticed.
  */
 std::optional<int32_t> injectedStatus(const char* function, const char* on = "");
 

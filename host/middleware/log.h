@@ -3,7 +3,7 @@
 
 namespace hidlaudio::host {
 
-/** The tag of what the middleware itself logs. */
+/** Log tag of the middleware's own messages. */
 constexpr char kLogTag[] = "middleware";
 
 }  // namespace hidlaudio::host

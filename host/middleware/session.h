@@ -4,8 +4,8 @@
 namespace hidlaudio::host {
 
 /**
- * Whether this process has opened a connection with success, by either of its two
- * ways. It then stays open: a later failing opening does not close it.
+ * Returns whether MTAL_InitExCb() or MTAL_Init() has succeeded in this process. The connection stays open
+ * even if a later call of these functions fails.
  */
 bool isConnected();
 

@@ -5,7 +5,7 @@
 
 namespace hidlaudio::host {
 
-/** The functions of libpower that a status can be set on, in soc/faults/<function>: below 0, a failure. */
+/** The functions of libpower that have fault files, soc/faults/<function>. A negative status is a failure. */
 constexpr std::string_view kPowerFunctions[] = {"acquire_wake_lock", "release_wake_lock"};
 
 }  // namespace hidlaudio::host

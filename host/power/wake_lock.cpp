@@ -39,7 +39,7 @@ std::string joined(const std::vector<std::string>& names) {
     return text;
 }
 
-/** Makes `name` held or not held, whatever it was. Returns 0 or an errno. */
+/** Adds `name` to the held locks or removes it. Returns 0 or an errno. */
 int setHeld(const std::string& name, bool held) {
     const std::string folder = tvRoot() + "/power";
     const FolderLock lock(folder);

@@ -32,13 +32,13 @@ constexpr uint8_t kInProgress = 1;
 constexpr uint8_t kResultFailed = 0x02;
 constexpr uint8_t kResultCancelled = 0x03;
 
-/** What a set command points to, whatever the word size of the program. */
+/** The argument of a set command. Has the same layout in 32-bit and 64-bit programs. */
 struct SetArgument {
     uint32_t count;
     uint32_t zero;
     uint64_t address;
 };
-static_assert(sizeof(SetArgument) == 16, "the commands' codes carry this size");
+static_assert(sizeof(SetArgument) == 16, "the command codes contain this size");
 
 struct Command {
     uint32_t request;
@@ -54,7 +54,7 @@ constexpr Command kCommands[] = {
 };
 
 struct Driver {
-    std::mutex mutex;  // the transfers, and the order of what becomes of one kind
+    std::mutex mutex;  // also serializes changes of a kind's files and state
     std::list<Transfer> transfers GUARDED_BY(mutex);
 };
 
@@ -71,7 +71,10 @@ int failWith(int error) {
     return -1;
 }
 
-/** Logs what cannot be used: whoever wrote it did not want the usual behaviour. */
+/**
+ * Reads the behaviour file. Returns false after logging if the file is unusable: using the default
+ * behavior instead would hide the mistake.
+ */
 bool readBehaviour(std::vector<BehaviourLine>& lines) {
     std::string problem;
     if (readBehaviourLines(tvRoot(), lines, problem)) return true;
@@ -80,8 +83,9 @@ bool readBehaviour(std::vector<BehaviourLine>& lines) {
 }
 
 /**
- * Makes what came the last upload. It stays as the incoming one, too, until the end is
- * told: a program that is killed before that has a transfer that is seen to be cut off.
+ * Publishes the received file as the last complete upload. Returns 0 or an errno. The incoming file
+ * stays until the final state is published: if the process is killed before that, the transfer counts
+ * as interrupted.
  */
 int keepReceived(const std::string& incoming, const std::string& received) {
     const std::string temporary = received + ".new";
@@ -90,7 +94,7 @@ int keepReceived(const std::string& incoming, const std::string& received) {
     return rename(temporary.c_str(), received.c_str()) == 0 ? 0 : errno;
 }
 
-/** Takes a transfer that has ended out, and tells how it did. */
+/** Removes a transfer that has ended and publishes its result. */
 void finish(std::list<Transfer>::iterator transfer, int error) {
     const std::string incoming = transfer->root + incomingFile(transfer->kind);
     const Lock lock(driver().mutex);
@@ -105,7 +109,7 @@ void finish(std::list<Transfer>::iterator transfer, int error) {
     const std::string root = transfer->root;
     const UploadKind kind = transfer->kind;
     const uint8_t state = transfer->endState;
-    // Before the news: who hears it may start the next transfer at once.
+    // Erase before publishing: a listener may start the next transfer at once.
     driver().transfers.erase(transfer);
     publishTransferState(root, kind, state, result);
     unlink(incoming.c_str());
@@ -130,6 +134,7 @@ int startThread(std::list<Transfer>::iterator transfer) {
     return error;
 }
 
+/** Makes the state idle if the incoming file exists, but no process holds its lock. */
 void endCutOffLocked(const std::string& root, UploadKind kind) {
     const std::string path = root + incomingFile(kind);
     const OwnedDescriptor incoming(open(path.c_str(), O_RDWR | O_CLOEXEC));
@@ -219,7 +224,7 @@ int openBackEnd(int flags) {
 }
 
 int controlBackEnd(unsigned long request, const void* argument) {
-    // Only these 32 bits reach a driver.
+    // A driver receives only the lower 32 bits of the request.
     const Command* const command = std::find_if(
         std::begin(kCommands), std::end(kCommands),
         [request](const Command& known) { return known.request == static_cast<uint32_t>(request); });

@@ -8,25 +8,34 @@
 namespace hidlaudio::host {
 
 /**
- * The driver of the back-end audio controller, behind /dev/tovi_bectrl. Any thread.
+ * The driver of the back-end audio controller, which serves /dev/tovi_bectrl. All functions may be called
+ * from any thread.
  */
 
-/** Whether the path is the controller's device node. */
+/** Returns whether `path` is the controller's device node. */
 bool isBackEndDevice(const char* path);
 
-/** Opens the device. -1 with errno: ENOENT on a TV without a controller, EIO where it was set to fail. */
+/**
+ * Opens the device. Returns a descriptor, or -1 with errno: ENOENT if the TV has no controller, EINVAL if
+ * the behaviour file is unusable, EIO if the behaviour file makes opening fail.
+ */
 int openBackEnd(int flags);
 
 /**
- * A command to the driver. A set command starts the transfer of the bytes that the
- * argument tells of and returns: they are read out of the program's memory as they are
- * transferred, and must stay until the state file tells that the transfer has ended. 0,
- * or -1 with errno: ENOTTY unknown command, EFAULT and EINVAL wrong argument, EBUSY a
- * transfer of that kind runs, EINVAL no transfer to cancel, EIO it was set to fail.
+ * Executes a command. A set command starts a transfer and returns at once. The payload that its argument
+ * points to is read while the transfer runs: the caller must keep it until the state file reports the end.
+ *
+ * Returns 0, or -1 with errno:
+ * - ENOTTY: unknown command
+ * - EFAULT: bad address in the argument
+ * - EINVAL: wrong argument, no transfer to cancel, or an unusable behaviour file
+ * - EBUSY: a transfer of this kind is running
+ * - EIO: the behaviour file makes commands fail
+ * - another error of creating the transfer's files, descriptors or thread
  */
 int controlBackEnd(unsigned long request, const void* argument);
 
-/** Makes the state idle where the process that a transfer came from has ended in the middle of it. */
+/** Resets the state of `kind` to idle if the process that started its transfer died before the end. */
 void endCutOffTransfer(const std::string& root, UploadKind kind);
 
 }  // namespace hidlaudio::host

@@ -3,7 +3,7 @@
 
 namespace hidlaudio::host {
 
-/** The tag of what the back-end controller's driver logs. */
+/** Log tag of the back-end controller's driver. */
 constexpr char kBackEndTag[] = "tovi_bectrl";
 
 }  // namespace hidlaudio::host

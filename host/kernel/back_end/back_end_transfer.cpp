@@ -12,10 +12,10 @@ namespace {
 
 constexpr uint64_t kSecond = 1000000000;
 constexpr uint64_t kLargestPiece = 65536;
-/** At a slow rate pieces are small, so that the memory is in use all the time. */
+/** Keeps pieces small at a slow rate, so that the payload is read throughout the transfer. */
 constexpr uint64_t kPiecesPerSecond = 20;
 
-/** The bytes that the controller can have taken in that time. */
+/** Returns how many bytes are transferred in `time` at `rate` bytes per second. */
 uint64_t bytesIn(std::chrono::nanoseconds time, uint64_t rate) {
     const auto passed = static_cast<uint64_t>(time.count());
     return rate * (passed / kSecond) + rate * (passed % kSecond) / kSecond;
@@ -25,7 +25,7 @@ std::chrono::nanoseconds timeFor(uint64_t bytes, uint64_t rate) {
     return std::chrono::nanoseconds(bytes / rate * kSecond + (bytes % rate * kSecond + rate - 1) / rate);
 }
 
-/** Waits until the transfer has lasted that long, or is cancelled. Returns 0 or an errno. */
+/** Waits until `end` after the transfer's start, or until it is cancelled. Returns 0 or an errno. */
 int waitUntil(const Transfer& transfer, std::chrono::nanoseconds end) {
     const auto left = end - elapsedOnClock(transfer.start);
     if (left.count() <= 0) return 0;
@@ -50,7 +50,7 @@ int waitForCancel(const Transfer& transfer) {
     return ECANCELED;
 }
 
-/** The kernel reads the memory: what is not there is an error and no crash. */
+/** Writes payload bytes to the incoming file. Unmapped memory gives EFAULT: the kernel reads the bytes. */
 int moveBytes(const Transfer& transfer, uint64_t from, uint64_t to) {
     while (from < to) {
         const ssize_t moved =

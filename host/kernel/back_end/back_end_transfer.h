@@ -12,27 +12,27 @@
 
 namespace hidlaudio::host {
 
-/** A transfer to the back-end controller, from its command to its end. */
+/** A running transfer to the back-end controller. */
 struct Transfer {
     std::string root;
     UploadKind kind = UploadKind::Device;
-    const char* payload = nullptr;  // in the program's memory
+    const char* payload = nullptr;  // memory of the caller of ioctl()
     uint64_t size = 0;
-    uint64_t rate = 1;  // bytes a second
+    uint64_t rate = 1;  // bytes per second
     bool hangs = false;
     uint8_t endState = 0;
     uint8_t endResult = 1;
     ClockStart start;
-    OwnedDescriptor incoming;  // the file that the bytes go to
+    OwnedDescriptor incoming;  // file that receives the payload
     OwnedDescriptor timer;
-    OwnedDescriptor cancel;  // an event, readable once the transfer is cancelled
+    OwnedDescriptor cancel;  // eventfd, readable after the transfer is cancelled
     std::atomic<bool> cancelled{false};
 };
 
 /**
- * Moves the payload to the incoming file, at the transfer's rate and piece by piece;
- * a transfer that hangs stays until it is cancelled. Returns 0, ECANCELED, or what
- * stopped it: EFAULT for memory that is not there. On the transfer's own thread.
+ * Copies the payload to the incoming file in pieces, at the transfer's rate. If `hangs` is set, then waits
+ * until the transfer is cancelled. Returns 0, ECANCELED, or the errno of a failed call: EFAULT if the
+ * payload's memory was unmapped. Runs on the transfer's own thread.
  */
 int runTransfer(Transfer& transfer);
 

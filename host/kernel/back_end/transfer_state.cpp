@@ -19,15 +19,15 @@ namespace {
 
 struct OpenFile {
     UploadKind kind;
-    uint64_t openedAt;  // the number of changes before
-    int event = -1;     // made when the file is first watched
+    uint64_t openedAt;  // number of changes before the file was opened
+    int event = -1;     // eventfd, created when the file is first watched
 };
 
 struct States {
     std::mutex mutex;
     std::map<int, OpenFile> files GUARDED_BY(mutex);
     uint64_t changes[std::size(kUploadKinds)] GUARDED_BY(mutex) = {};
-    uint64_t read[std::size(kUploadKinds)] GUARDED_BY(mutex) = {};  // the number of changes that were seen
+    uint64_t read[std::size(kUploadKinds)] GUARDED_BY(mutex) = {};  // number of changes that were read
 
     void update(const OpenFile& file) const REQUIRES(mutex);
     void update(UploadKind kind) const REQUIRES(mutex);
@@ -42,7 +42,7 @@ States& states() {
 using Lock = std::lock_guard<std::mutex>;
 
 void setReadable(int event, bool readable) {
-    // Neither can fail: the counter is non-blocking and never near its end.
+    // A read fails only if the counter is 0. A write cannot fail: the counter stays far below its maximum.
     uint64_t count = 0;
     if (event >= 0 && eventfd_read(event, &count) != 0) count = 0;
     if (event >= 0 && readable) eventfd_write(event, 1);
@@ -72,7 +72,7 @@ void publishTransferState(const std::string& root, UploadKind kind, uint8_t stat
     const std::string path = root + transferStateFile(kind);
     const std::string bytes{static_cast<char>(state), static_cast<char>(result)};
     States& all = states();
-    // Around the file too: who opens it with the news in it then has seen all that led to them.
+    // Also held while the file is written, so that stateChanges() counts every change that the file shows.
     const Lock lock(all.mutex);
     if (const int error = writeValueFile(path, bytes); error != 0) {
         __android_log_print(ANDROID_LOG_ERROR, kBackEndTag, "%s cannot be written: %s", path.c_str(),

@@ -11,32 +11,32 @@
 namespace hidlaudio::host {
 
 /**
- * The two files that the back-end controller's driver tells the state of a transfer
- * in. They are plain files below the root, which epoll refuses to watch: for the
- * program's epoll calls an event descriptor stands in for each one that is open. It is
- * readable from a change until somebody has read the state out of a file that was
- * opened after it. Any thread.
+ * The two files in which the back-end controller's driver publishes the state of transfers. They are
+ * regular files below the TV's root, which epoll cannot watch. So the program's epoll calls watch an
+ * eventfd in place of each open state file. It becomes readable when the state changes, and stays so until
+ * the program reads the state from a descriptor that was opened after the change. All functions may be
+ * called from any thread.
  */
 
-/** Of which kind the path is the state file, if it is one. */
+/** Returns the kind whose state file `path` is, or `std::nullopt` for any other path. */
 std::optional<UploadKind> stateFileKind(const char* path);
 
-/** Tells a new state below `root`, and everyone who waits for it. A failure is logged. */
+/** Writes a new state to the file below `root` and wakes up its watchers. Logs a failed write. */
 void publishTransferState(const std::string& root, UploadKind kind, uint8_t state, uint8_t result);
 
-/** The number of changes so far; to be taken before a state file is opened. */
+/** Returns the number of state changes so far. Call it before opening a state file. */
 uint64_t stateChanges(UploadKind kind);
 
-/** Notes that `fd` is a state file, opened after that many changes. */
+/** Registers `fd` as a state file that was opened after `changes` changes. */
 void rememberStateFile(int fd, UploadKind kind, uint64_t changes);
 
-/** To be called before the descriptor is closed. */
+/** Unregisters `fd`. Call it before closing `fd`. */
 void forgetStateFile(int fd);
 
-/** Notes that the state was read out of the file. */
+/** Records that the state was read from `fd`. */
 void noteStateRead(int fd);
 
-/** The descriptor to watch in place of the state file, or -1 with errno where none can be had. */
+/** Returns the eventfd to watch in place of `fd`, or -1 with errno if it cannot be created. */
 int descriptorToWatch(int fd);
 
 }  // namespace hidlaudio::host

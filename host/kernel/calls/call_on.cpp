@@ -19,7 +19,7 @@ std::string pathOf(int fd) {
     return length > 0 ? std::string(target, static_cast<size_t>(length)) : "descriptor " + std::to_string(fd);
 }
 
-/** Commands to a driver are known by their hexadecimal codes. */
+/** Formats large and negative numbers, which are ioctl requests, in hexadecimal. */
 std::string textOf(long number) {
     char text[32];
     const bool isCode = number < 0 || number > 100000000;
@@ -27,7 +27,7 @@ std::string textOf(long number) {
     return text;
 }
 
-/** As the daemon knows it. */
+/** Returns the path as the daemon uses it. */
 std::string withoutRoot(const std::string& path) {
     const std::string root = tvRoot();
     return path.compare(0, root.size() + 1, root + "/") == 0 ? path.substr(root.size()) : path;

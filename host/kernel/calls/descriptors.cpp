@@ -9,7 +9,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** Descriptors above are used, but not counted. */
+/** Calls on higher descriptors work, but are not counted and have no faults. */
 constexpr int kDescriptors = 65536;
 std::array<std::atomic<TvDescriptor>, kDescriptors> onTv;
 

@@ -7,29 +7,29 @@
 namespace hidlaudio::host {
 
 /**
- * Which descriptors of this process lead to the virtual TV: only calls on those
- * are counted and can be made to fail. Any thread, and without a lock: a child
- * that was forked while another thread was in here closes its descriptors too.
+ * Records which descriptors of this process belong to the virtual TV. Only calls on those are counted and
+ * can be made to fail. All functions may be called from any thread. They take no lock: a child that was
+ * forked while another thread held the lock would block when it closes a descriptor.
  */
 
 enum class TvDescriptor : uint8_t {
     None,
     File,
     BackEnd,        // the back-end controller's device
-    TransferState,  // one of the files that tell the state of its transfers
+    TransferState,  // one of the state files of its transfers
 };
 
-/** Notes a descriptor that was opened on the virtual TV; a negative one is no matter. */
+/** Registers a descriptor that was opened on the virtual TV. Ignores negative numbers. */
 void rememberTvDescriptor(int fd, TvDescriptor kind = TvDescriptor::File);
 
-/** To be called before the descriptor is closed, as its number may come back at once. */
+/** Unregisters a descriptor. Call it before closing: another thread may get the same number at once. */
 void forgetTvDescriptor(int fd);
 
 TvDescriptor kindOfDescriptor(int fd);
 
 bool isTvDescriptor(int fd);
 
-/** Whether the stream's descriptor is one; leaves errno alone for a stream without. */
+/** Returns whether the stream's descriptor belongs to the TV; false if it has none. Does not change errno. */
 bool isTvStream(FILE* stream);
 
 }  // namespace hidlaudio::host

@@ -8,7 +8,7 @@
 #include <sys/types.h>
 #include <time.h>
 
-// If time_t is wider than a long, calls with times are compiled to other functions of libc.
+// If time_t is wider than long, the compiler replaces calls with times by other functions of libc.
 #if defined(__USE_TIME_BITS64) && __TIMESIZE == 32
 #define __real_ioctl __real___ioctl_time64
 #define __wrap_ioctl __wrap___ioctl_time64
@@ -19,8 +19,8 @@
 #endif
 
 /**
- * The calls behind the wrapped ones, by the names that the linker gives them. The
- * plain lseek takes a long as its offset, whatever off_t is in this file's build.
+ * The real functions, under the names that the linker's --wrap option gives them. lseek() has an offset of
+ * type long, whatever the width of off_t in this build.
  */
 extern "C" {
 int __real_open(const char* path, int flags, ...);

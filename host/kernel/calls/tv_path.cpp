@@ -31,7 +31,7 @@ TvPath::TvPath(const char* path) : path_(path) {
     if (path == nullptr || !belongsToTv(path)) return;
     const int kept = errno;
     const std::string root = tvRoot();
-    // The TV's folder may itself lie somewhere under a workstation's /data.
+    // The TV's folder itself may be below /data of the workstation.
     if (!startsWith(path, root + "/")) mapped_ = root + path;
     errno = kept;
 }

@@ -6,19 +6,19 @@
 namespace hidlaudio::host {
 
 /**
- * Where a path of the program really lies: `/data/…`, `/dev/tovi_bectrl` and
- * `/proc/driver/tovi_bectrl/…` below the root of the virtual TV, every other path
- * (a relative one, a null pointer, one that lies below the root already) where it
- * says. Leaves errno alone. Must not outlive `path`.
+ * Maps a path that the program uses to a path on the workstation. `/data/…`, `/dev/tovi_bectrl` and
+ * `/proc/driver/tovi_bectrl/…` are mapped to files below the root of the virtual TV. All other paths stay
+ * unchanged: relative paths, null pointers, and paths that already are below the root. Does not change
+ * errno. Must not outlive `path`.
  */
 class TvPath {
   public:
     explicit TvPath(const char* path);
 
-    /** Whether the path belongs to the virtual TV. */
+    /** Returns whether the path belongs to the virtual TV. */
     bool onTv() const { return !mapped_.empty(); }
 
-    /** The path to give to the real call. */
+    /** Returns the path to pass to the real call. */
     const char* real() const { return onTv() ? mapped_.c_str() : path_; }
 
   private:

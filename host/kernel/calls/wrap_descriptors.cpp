@@ -14,7 +14,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** read and write, which may also come back short. */
+/** Implements read and write, whose faults include short reads and writes. */
 template <typename Buffer>
 ssize_t transfer(const char* name, ssize_t (*call)(int, Buffer, size_t), int fd, Buffer buffer,
                  size_t count) {
@@ -42,7 +42,7 @@ ssize_t __wrap_read(int fd, void* buffer, size_t count) {
     return transfer("read", __real_read, fd, buffer, count);
 }
 
-/** A fortified read: the buffer's size is known to be `size`. */
+/** read() compiled with _FORTIFY_SOURCE; `size` is the size of the buffer. */
 ssize_t __wrap___read_chk(int fd, void* buffer, size_t count, size_t size) {
     if (count > size) abort();
     return transfer("read", __real_read, fd, buffer, count);

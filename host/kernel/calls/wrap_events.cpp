@@ -29,7 +29,7 @@ int __wrap_epoll_wait(int epoll, epoll_event* events, int maximum, int timeout) 
                         [&] { return __real_epoll_wait(epoll, events, maximum, timeoutOnClock(timeout)); });
 }
 
-/** Tells its failure by its result, not by errno. */
+/** Returns its error and does not set errno, as pthread_create() does. */
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*routine)(void*),
                           void* argument) {
     const FaultVerdict verdict = countCall("pthread_create", {});

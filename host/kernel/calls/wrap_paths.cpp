@@ -12,7 +12,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** What a path on the TV that is about to be opened is besides a file. */
+/** Prepares the opening of a path on the TV, and registers its descriptor. */
 class StateFileOpening {
   public:
     explicit StateFileOpening(const char* path) : kind_(stateFileKind(path)) {
@@ -20,11 +20,11 @@ class StateFileOpening {
         const int kept = errno;
         endCutOffTransfer(tvRoot(), *kind_);
         errno = kept;
-        // Before the file is opened: a change in between makes one that is not in it yet.
+        // Read before the file is opened: a change in between then counts as unread, and no change is lost.
         changes_ = stateChanges(*kind_);
     }
 
-    /** The descriptor that it was opened as, if it was. */
+    /** Registers the open descriptor; ignores -1. */
     void remember(int fd) const {
         if (kind_ && fd >= 0) rememberStateFile(fd, *kind_, changes_);
         rememberTvDescriptor(fd, kind_ ? TvDescriptor::TransferState : TvDescriptor::File);
@@ -71,10 +71,7 @@ int onPath(const char* name, const char* path, Call call) {
 
 extern "C" {
 
-/**
- * The mode of a call that passes none is whatever lay in its place; the real call
- * does not look at it then.
- */
+/** If the caller passed no mode, `mode` is undefined; the real call does not use it then. */
 int __wrap_open(const char* path, int flags, mode_t mode) {
     return openPath(__real_open, path, flags, mode);
 }

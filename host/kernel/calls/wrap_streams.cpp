@@ -12,7 +12,10 @@
 namespace hidlaudio::host {
 namespace {
 
-/** fread and fwrite, which may also come back short: by whole items, after the bytes allowed have moved. */
+/**
+ * Implements fread and fwrite, whose faults include short reads and writes: as many bytes move as the fault
+ * allows, and the result counts complete items only.
+ */
 template <typename Buffer>
 size_t transfer(const char* name, size_t (*call)(Buffer, size_t, size_t, FILE*), Buffer buffer, size_t size,
                 size_t count, FILE* stream) {
@@ -39,7 +42,7 @@ size_t __wrap_fread(void* buffer, size_t size, size_t count, FILE* stream) {
     return transfer("fread", __real_fread, buffer, size, count, stream);
 }
 
-/** A fortified fread: the buffer's size is known to be `bufferSize`. */
+/** fread() compiled with _FORTIFY_SOURCE; `bufferSize` is the size of the buffer. */
 size_t __wrap___fread_chk(void* buffer, size_t bufferSize, size_t size, size_t count, FILE* stream) {
     if (size != 0 && count > bufferSize / size) abort();
     return transfer("fread", __real_fread, buffer, size, count, stream);

@@ -17,7 +17,7 @@ namespace {
 using Time = SteppedClock::Time;
 
 constexpr long kSecond = 1000000000;
-/** Some thirty years, in seconds: what is longer is left to the real clock, as an invalid time is. */
+/** In seconds; about 30 years. Longer times and invalid times go unchanged to the real call. */
 constexpr time_t kLongest = 1000000000;
 
 std::atomic<unsigned> speed{1};
@@ -38,7 +38,7 @@ timespec toTimespec(Time time) {
     return result;
 }
 
-/** Rounded up: a short sleep stays a sleep, and an armed timer stays armed. */
+/** Divides a time, rounding up: a timer that is set to 0 would be disarmed. */
 timespec faster(const timespec& time, unsigned times) {
     return toTimespec((toTime(time) + Time(times - 1)) / times);
 }

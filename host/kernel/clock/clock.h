@@ -16,36 +16,35 @@
 namespace hidlaudio::host {
 
 /**
- * How time passes for the program's nanosleep, usleep and timerfd timers: as it
- * is, a number of times faster, or as a test steps it.
+ * The clock of the program's sleeps (nanosleep, usleep) and timers (timerfd): real time, real time passing
+ * a number of times faster, or time that a test steps.
  */
 
 constexpr unsigned kFastestClock = 1000000;
 
 /**
- * Makes sleeps, timers and epoll timeouts that begin from now on pass `times`
- * (1 to kFastestClock; 1 is real time) faster. What an interrupted sleep has left
- * and what a timer had left is told in the program's own time. Any thread.
+ * Makes sleeps, timers and epoll time-outs that begin after this call pass `times` times faster: 1 (real
+ * time) to kFastestClock; other values are clamped. The remaining time of an interrupted sleep or a timer
+ * is reported in the program's time. May be called from any thread.
  */
 void setClockSpeed(unsigned times);
 
-/** Sets the speed from a text like "50". False, and nothing changes, for any other text. */
+/** Sets the speed from a text like "50". Returns false without a change if the text is no number in range. */
 [[nodiscard]] bool setClockSpeed(std::string_view times);
 
 /**
- * Time that passes only as a test wants, from 0, for as long as the object lives.
- * One at a time; threads that sleep must have ended before it ends. Timers that
- * were armed before keep to real time. A repeating timer cannot be stepped: arming
- * one fails with EINVAL, as does an absolute time (the speed of a clock that the
- * program can read is not changed).
+ * Stops the program's time at 0, for as long as the object exists; the test steps it. Only one object may
+ * exist at a time. All sleeping threads must have ended before it is destroyed. Timers that were armed
+ * before its creation use real time. Arming a repeating timer fails with EINVAL. So does an absolute time,
+ * because the clocks that the program can read are not stepped.
  */
 class SteppedClock {
   public:
     using Time = std::chrono::nanoseconds;
 
     enum class Sleeps {
-        PassTime,  // a sleep returns at once, and time has passed by its length
-        Wait,      // a sleep returns when advance() has brought time to its end
+        PassTime,  // a sleep advances the time by its length and returns at once
+        Wait,      // a sleep returns when advance() has reached its end
     };
 
     explicit SteppedClock(Sleeps sleeps = Sleeps::PassTime);
@@ -54,34 +53,37 @@ class SteppedClock {
     SteppedClock& operator=(const SteppedClock&) = delete;
 
     /**
-     * Calls `hook` after each sleep, on the thread that slept, with the number of
-     * sleeps begun so far: so a test can act between two sleeps. To be set before
-     * the first sleep.
+     * Sets a function to call after each sleep, so that a test can act between two sleeps. It runs on the
+     * thread that slept; its argument is the number of sleeps when this sleep began, itself included. Call
+     * this before the first sleep.
      */
     void onSleep(std::function<void(size_t)> hook);
 
-    /** Lets time pass: sleeps that are over return, timers that are due become readable. Any thread. */
+    /** Advances the time. Sleeps that have ended return, and expired timers become readable. Any thread. */
     void advance(Time time);
 
-    /** Blocks until `count` sleeps and armed timers at least wait for time to pass. Any thread. */
+    /** Blocks until the sum of waiting sleeps and armed timers is at least `count`. Any thread. */
     void awaitPending(size_t count);
 
     Time now() const;
 
-    /** The length of each sleep so far, in the order in which they began. */
+    /** Returns the length of each sleep so far, in the order in which they began. */
     std::vector<Time> sleeps() const;
 
-    /** For the wrapped calls: sleeps `time`. */
+    /** Sleeps for `time`. Called by the wrapped calls. */
     void sleep(Time time);
 
-    /** For the wrapped calls: arms the timer `fd`, or disarms it (0), and tells what it had left. */
+    /**
+     * Arms the timer `fd`, or disarms it if `time` is 0; `left` becomes the remaining time of its former
+     * setting. Returns 0, or -1 with errno. Called by the wrapped calls.
+     */
     int setTimer(int fd, Time time, Time& left);
 
-    /** For the wrapped calls: the descriptor is about to be closed. */
+    /** Disarms the timer `fd` before the descriptor is closed. Called by the wrapped calls. */
     void dropTimer(int fd);
 
   private:
-    /** Sleeps and returns what is to be called then, with the number of sleeps so far. */
+    /** Sleeps. Returns the hook to call afterwards; `count` becomes its argument. */
     std::function<void(size_t)> passSleep(Time time, size_t& count);
     void advanceLocked(Time time) REQUIRES(mutex_);
 
@@ -90,8 +92,8 @@ class SteppedClock {
     const Sleeps sleepsMode_;
     Time now_ GUARDED_BY(mutex_){0};
     std::vector<Time> sleeps_ GUARDED_BY(mutex_);
-    std::multiset<Time> sleepers_ GUARDED_BY(mutex_);  // when each waiting sleep is over
-    std::map<int, Time> timers_ GUARDED_BY(mutex_);    // when each armed timer is due
+    std::multiset<Time> sleepers_ GUARDED_BY(mutex_);  // end of each waiting sleep
+    std::map<int, Time> timers_ GUARDED_BY(mutex_);    // expiry of each armed timer
     std::function<void(size_t)> hook_ GUARDED_BY(mutex_);
 };
 

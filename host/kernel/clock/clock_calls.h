@@ -7,15 +7,14 @@
 
 namespace hidlaudio::host {
 
-/**
- * The calls that take time, on the clock that is set. Results and errno as those
- * of nanosleep, timerfd_settime and close.
- */
+/** nanosleep() and timerfd_settime() on the program's clock, with the same results and errno. */
 int sleepOnClock(const timespec* request, timespec* remainder);
 int setTimerOnClock(int fd, int flags, const itimerspec* value, itimerspec* old);
+
+/** Removes `fd` from the stepped clock, if there is one. Call it before closing a descriptor. */
 void dropTimerOnClock(int fd);
 
-/** A moment of the program's time. */
+/** A point in the program's time. */
 struct ClockStart {
     std::chrono::nanoseconds stepped{0};
     std::chrono::steady_clock::time_point real;
@@ -23,15 +22,15 @@ struct ClockStart {
 
 ClockStart startOnClock();
 
-/** How much of the program's time has passed since, at the speed that is set now. */
+/** Returns how much of the program's time has passed since `start`, computed with the current speed. */
 std::chrono::nanoseconds elapsedOnClock(const ClockStart& start);
 
-/** The timeout to give to the real epoll_wait, in milliseconds. */
+/** Converts a time-out of epoll_wait() in milliseconds to real time. Keeps 0 and negative values. */
 int timeoutOnClock(int timeout);
 
 class SteppedClock;
 
-/** Makes `clock` the program's, or the real one again (null). Returns the one before. */
+/** Installs `clock`, or real time if it is `nullptr`. Returns the previous stepped clock, or `nullptr`. */
 SteppedClock* exchangeSteppedClock(SteppedClock* clock);
 
 }  // namespace hidlaudio::host

@@ -18,7 +18,7 @@ using Lock = std::lock_guard<std::mutex>;
 
 SteppedClock::SteppedClock(Sleeps sleeps) : sleepsMode_(sleeps) {
     if (exchangeSteppedClock(this) == nullptr) return;
-    fprintf(stderr, "a second stepped clock was made while one lives\n");
+    fprintf(stderr, "a stepped clock already exists\n");
     abort();
 }
 

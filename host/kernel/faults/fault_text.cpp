@@ -22,7 +22,7 @@ std::optional<Number> parseNumber(std::string_view text) {
     return value;
 }
 
-/** The number of an errno given by its number or its name; 0 for none. */
+/** Returns the errno with this number or name, or 0 if there is none. */
 int parseErrno(std::string_view text) {
     if (const auto number = parseNumber<int>(text)) return *number > 0 ? *number : 0;
     for (int number = 1; number <= kLastErrno; ++number) {
@@ -32,7 +32,7 @@ int parseErrno(std::string_view text) {
     return 0;
 }
 
-/** The number after `start`, which the text begins with; false for any other text. */
+/** Parses `text` as `start` followed by a number. Returns false for any other text. */
 template <typename Number>
 bool parseAfter(std::string_view start, std::string_view text, Number& number) {
     if (text.substr(0, start.size()) != start) return false;
@@ -77,9 +77,9 @@ std::string injectFaults(std::string_view text) {
         const std::optional<Fault> fault = parseCallFault(one);
         if (!fault || !injectFault(*fault)) {
             return "\"" + std::string(one) +
-                   "\" is no fault: CALL:N:ERRNO, CALL:N:delay=MILLISECONDS, CALL:N:dies or, for "
-                   "read, write, fread and fwrite, CALL:N:short=BYTES; "
-                   "N+ for every call from the N-th on; CALL is one of" +
+                   "\" is not a fault. Accepted are CALL:N:ERRNO, CALL:N:delay=MILLISECONDS, "
+                   "CALL:N:dies and, for read, write, fread and fwrite, CALL:N:short=BYTES. "
+                   "N+ means every call from the N-th on. CALL is one of" +
                    allCalls();
         }
         text.remove_prefix(std::min(text.size(), one.size() + 1));

@@ -18,7 +18,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** The calls that can come back short stand first. */
+/** The first calls of the table can have short reads or writes. */
 constexpr size_t kMovingCalls = 4;
 constexpr std::string_view kCalls[] = {"read",       "write",          "fread",           "fwrite",
                                        "open",       "fopen",          "access",          "remove",
@@ -29,7 +29,7 @@ constexpr std::string_view kCalls[] = {"read",       "write",          "fread", 
 
 struct CallState {
     unsigned counted = 0;
-    Fault fault{};          // none while nth is 0
+    Fault fault{};          // nth 0: no fault
     unsigned sinceSet = 0;  // calls since the fault was set
     unsigned injected = 0;
 };
@@ -46,7 +46,7 @@ struct Faults {
     CallState states[std::size(kCalls)] GUARDED_BY(mutex);
 };
 
-/** Never destroyed: other threads and later destructors still make calls. */
+/** Never destroyed: other threads and later destructors may still make calls. */
 Faults& faults() {
     static auto& instance = *new Faults;
     return instance;
@@ -61,7 +61,9 @@ bool strikes(const CallState& state) {
     return state.fault.lasting ? state.sinceSet >= state.fault.nth : state.sinceSet == state.fault.nth;
 }
 
-/** Counts a call; the fault that strikes it, or one that does nothing. Recorded in the order of the counts.
+/**
+ * Counts and records a call. Returns the fault to inject into it, or a fault that does nothing. Recording
+ * under the lock keeps the record in the order of the counts.
  */
 Fault strikingFault(Faults& all, size_t index, const CallOn& on) {
     const std::lock_guard lock(all.mutex);
@@ -136,7 +138,7 @@ FaultVerdict countCall(std::string_view call, const CallOn& on) {
 
 ScopedFault::ScopedFault(const Fault& fault) : call_(fault.call) {
     if (injectFault(fault)) return;
-    fprintf(stderr, "no such fault: %s, call %u, errno %d\n", fault.call.c_str(), fault.nth, fault.error);
+    fprintf(stderr, "invalid fault: %s, call %u, errno %d\n", fault.call.c_str(), fault.nth, fault.error);
     abort();
 }
 

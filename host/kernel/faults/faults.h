@@ -11,53 +11,53 @@
 namespace hidlaudio::host {
 
 /**
- * Faults in the program's own system calls. Counted are the calls that go to the
- * virtual TV's files, and every sleep, thread, timer and epoll call; a call that
- * the compiler renames (open64, __read_chk) counts under its plain name, and creat
- * as open. Each name has at most one fault at a time. Any thread.
+ * A fault in the program's own system calls. Counted calls are those on the virtual TV's files, and all
+ * sleep, thread, timer and epoll calls. A call that the compiler renames (open64, __read_chk) counts under
+ * its plain name, and creat counts as open. Each name has at most one fault at a time. All functions may be
+ * called from any thread.
  *
- * A call that is made to fail does nothing, but close and fclose close all the
- * same, as Linux's do. Counted calls go into the call record (host/root/call_record.h).
+ * A call that is made to fail does nothing, except that close and fclose still close, as on Linux. Counted
+ * calls are written to the call record (host/tv_files/call_record.h).
  */
 struct Fault {
     std::string call;         // "write"; see faultableCalls()
     unsigned nth = 1;         // 1 for the next call of that name
-    int error = 0;            // the errno it fails with; 0: what follows
-    bool lasting = false;     // whether all calls from the n-th on are concerned
-    size_t bytes = SIZE_MAX;  // of a short read, write, fread or fwrite: the most it moves
-    uint32_t delay = 0;       // it works, so many milliseconds of the program's clock later
-    bool dies = false;        // the process is killed as it makes the call
+    int error = 0;            // errno of the failed call; 0: the call does not fail
+    bool lasting = false;     // whether the fault applies to all calls from the n-th on
+    size_t bytes = SIZE_MAX;  // maximum of a short read, write, fread or fwrite
+    uint32_t delay = 0;       // delay of the call in milliseconds of the program's clock
+    bool dies = false;        // the process is killed when it makes the call
 };
 
-/** The names of the calls that can be made to fail. */
+/** Returns the names of the calls that can be made to fail. */
 const std::vector<std::string>& faultableCalls();
 
 /**
- * Sets a fault in place of the one of the same call. False for a name that is none
- * of faultableCalls(), for an nth of 0, for no fault at all, and for a short call of one
- * that moves no bytes; nothing changes then.
+ * Sets a fault, which replaces the fault of the same call. Returns false without a change if the call is not
+ * one of faultableCalls(), if `nth` is 0, if the fault has no effect, or if only `bytes` is set and the call
+ * is not read, write, fread or fwrite.
  */
 [[nodiscard]] bool injectFault(const Fault& fault);
 
-/** Takes all faults away and counts from 0 again. */
+/** Removes all faults and resets all counts to 0. */
 void clearFaults();
 
-/** How often a call was made since the start or the last clearFaults(). */
+/** Returns how often the call was made since the start or the last clearFaults(). */
 unsigned countedCalls(std::string_view call);
 
-/** How often the fault that was last set on a call has injected. */
+/** Returns how often the current fault of the call was injected. */
 unsigned injectedFaults(std::string_view call);
 
 /**
- * Sets the faults of a text such as "write:3:ENOSPC,read:1+:short=2,usleep:1:4":
- * CALL:N[+]:OUTCOME, separated by commas, '+' for a lasting one; OUTCOME is an errno,
- * short=BYTES, delay=MILLISECONDS or dies. Returns an empty string, or what is wrong with the text; the
- * faults before the wrong one are set then.
+ * Sets the faults in a text such as "write:3:ENOSPC,read:1+:short=2,usleep:1:4". Each fault is
+ * CALL:N[+]:OUTCOME; a comma separates two faults. '+' makes a fault lasting. OUTCOME is the name or number
+ * of an errno, short=BYTES, delay=MILLISECONDS or dies. Returns an empty string, or an error message; the
+ * faults before the wrong one are set even then.
  */
 std::string injectFaults(std::string_view text);
 
 /**
- * A fault for the length of a scope. A test sweeps with it:
+ * Sets a fault for the lifetime of the object. A test can let each call of a scenario fail:
  *
  *     for (unsigned n = 1;; ++n) {
  *         const ScopedFault fault({"write", n, ENOSPC});
@@ -67,7 +67,7 @@ std::string injectFaults(std::string_view text);
  */
 class ScopedFault {
   public:
-    /** Ends the process with a message for a fault that injectFault refuses. */
+    /** Aborts the process with a message if injectFault() refuses the fault. */
     explicit ScopedFault(const Fault& fault);
     ~ScopedFault();
     ScopedFault(const ScopedFault&) = delete;
@@ -79,23 +79,23 @@ class ScopedFault {
     std::string call_;
 };
 
-/** What the fault on this very call asks for. */
+/** Effect of a fault on one call: error 0 means that the call is made, with at most `bytes` bytes. */
 struct FaultVerdict {
     int error = 0;
     size_t bytes = SIZE_MAX;
 };
 
-/** What a call is about, for the record: a path, else a descriptor, else a number. */
+/** Object of a call, as written to the record: a path, or else a descriptor; then a number if it is not 0. */
 struct CallOn {
     const char* path = nullptr;
     int fd = -1;
     long number = 0;
 };
 
-/** Counts and records a call, and lets it wait or die; for the wrapped calls alone. */
+/** Counts and records a call, and injects a delay or the death of the process. For wrapped calls only. */
 FaultVerdict countCall(std::string_view call, const CallOn& on);
 
-/** The words in the record for it. Keeps errno. */
+/** Returns the text for the record. Does not change errno. */
 std::string describe(const CallOn& on);
 
 }  // namespace hidlaudio::host

@@ -7,7 +7,7 @@
 
 namespace hidlaudio::host {
 
-/** Makes a call, or has it fail with `failure` and the errno of the fault set on it. */
+/** Makes a call, or returns `failure` with the fault's errno if a fault makes it fail. */
 template <typename Result, typename Call>
 Result unlessFaulty(std::string_view name, const CallOn& on, Result failure, Call call) {
     const FaultVerdict verdict = countCall(name, on);

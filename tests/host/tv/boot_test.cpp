@@ -237,7 +237,7 @@ TEST_F(Boot, StartsAProgramThatHasEndedAlone) {
     const pid_t hal = host::programLockHolder("audio_hal");
     const Outcome second = runProgram({DAEMON});
     EXPECT_EQ(second.status, 2);
-    EXPECT_THAT(second.err, HasSubstr("already, as process " + std::to_string(daemon())));
+    EXPECT_THAT(second.err, HasSubstr(" as process " + std::to_string(daemon())));
 
     const auto killProgram = [](const char* program) {
         kill(host::programLockHolder(program), SIGKILL);

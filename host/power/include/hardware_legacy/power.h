@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/** Wake locks: while one is held, the TV does not suspend. Any thread, any process. */
+/** Wake locks: while one is held, the TV does not suspend. Any thread of any process may use them. */
 extern "C" {
 
 enum { PARTIAL_WAKE_LOCK = 1 };
 
 /**
- * Holds the wake lock named `id`; holding it twice is holding it once. Returns the
- * length of the name, or a negative errno: EINVAL for another `lock` than
- * PARTIAL_WAKE_LOCK and for a name that is null, empty, longer than 255 bytes or
- * not on one line; else what the kernel's file answered.
+ * Acquires the wake lock named `id`. Wake locks are not counted: acquiring a held lock has no effect. Returns
+ * the length of the name, or a negative errno: -EINVAL if `lock` is not PARTIAL_WAKE_LOCK or if the name is
+ * null, empty, longer than 255 bytes or contains a newline; otherwise the error of reading or writing the
+ * list of held locks.
  */
 int acquire_wake_lock(int lock, const char* id);
 
 /**
- * Lets go of the wake lock named `id`; that it is not held is no failure. Returns
- * as acquire_wake_lock does.
+ * Releases the wake lock named `id`. Succeeds if the lock is not held. Returns the same values as
+ * acquire_wake_lock().
  */
 int release_wake_lock(const char* id);
 
