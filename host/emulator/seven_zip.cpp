@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <stdlib.h>
 
-/** What libbacktrace calls to unpack the symbols of a program whose call stack it prints: ours prints none.
+/** Functions that libbacktrace calls to unpack symbols for a call stack. Our programs print no call stacks.
  */
 extern "C" {
 

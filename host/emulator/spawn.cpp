@@ -13,16 +13,16 @@
 #include <vector>
 
 /**
- * A program in the emulator hands its exec to the kernel, which starts other programs of
- * the emulated machine only where root has told it of the emulator. So they are started
- * by way of the emulator, with this library loaded before their own. What else there is,
- * shell scripts for example, is left to the kernel.
+ * Starts programs from a program that runs in the emulator. Exec calls of an emulated program go to the
+ * kernel, which can execute programs of the emulated machine only if root has registered the emulator. So
+ * this library starts such programs through the emulator, with itself preloaded. Other files, such as shell
+ * scripts, are executed by the kernel.
  */
 namespace {
 
 /**
- * Those that are started find this library by their arguments; what is not emulated could not
- * load it. And they go by their own names, not by the emulator's.
+ * Removes LD_PRELOAD, which programs of the workstation's own machine could not load; emulatorCommand() sets
+ * it again for emulated programs. Sets the process name to that of the program in place of the emulator's.
  */
 __attribute__((constructor)) void hideEmulator() {
     unsetenv("LD_PRELOAD");
@@ -36,7 +36,7 @@ bool isEmulated(const char* path) {
     return file && std::equal(header.e_ident, header.e_ident + SELFMAG, ELFMAG) && header.e_machine == EM_ARM;
 }
 
-/** The emulator and its arguments, for a program of these arguments that lies at the path. */
+/** Returns the command line that runs the program at `path` with `arguments` in the emulator. */
 std::vector<const char*> emulatorCommand(const char* path, char* const arguments[]) {
     std::vector<const char*> command{EMULATOR, "-E", "LD_PRELOAD=" LIBRARY, "-0", arguments[0], path};
     for (char* const* argument = arguments + 1; *argument != nullptr; ++argument)
@@ -49,7 +49,7 @@ char* const* pointers(std::vector<const char*>& command) {
     return const_cast<char* const*>(command.data());
 }
 
-/** The function that a program would call without this library. */
+/** Returns the function that a program would call without this library. */
 template <typename Function>
 Function* next(Function*, const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -61,8 +61,8 @@ extern "C" int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_
                            const posix_spawnattr_t* attributes, char* const arguments[],
                            char* const environment[]) {
     static const auto spawn = next(posix_spawn, "posix_spawn");
-    // The emulated call cannot tell that its exec has failed, nor does the emulator know
-    // its own path for a program's.
+    // In the emulator, posix_spawn() does not report a failed exec, so errors are found here. The emulator
+    // gets the real path, because /proc/self/exe would name the emulator itself.
     char real[PATH_MAX];
     if (realpath(path, real) == nullptr || access(real, X_OK) != 0) return errno;
     if (!isEmulated(real)) return spawn(pid, path, actions, attributes, arguments, environment);
@@ -70,7 +70,7 @@ extern "C" int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_
     return spawn(pid, EMULATOR, actions, attributes, pointers(command), environment);
 }
 
-/** How a test that may end its process makes that process. */
+/** Used by GoogleTest's death tests and by runRedirected(). */
 extern "C" int execv(const char* path, char* const arguments[]) {
     static const auto exec = next(execv, "execv");
     if (!isEmulated(path)) return exec(path, arguments);

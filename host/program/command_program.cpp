@@ -34,7 +34,7 @@ int runCommand(int argc, char** argv, void (*add)(CLI::App& app, int& status)) {
 
 int runCommandProgram(int argc, char** argv, void (*add)(CLI::App& app, int& status)) {
     openMissingStandardDescriptors();
-    // Other users must not be able to write the files that this creates.
+    // Other users must not be able to write to the files that this process creates.
     umask(umask(0) | S_IWGRP | S_IWOTH);
     try {
         return finishOutput(program_invocation_short_name, runCommand(argc, argv, add));

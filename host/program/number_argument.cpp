@@ -8,7 +8,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** False unless all of `text` is one number that fits `value`. */
+/** Parses all of `text` as one number. Returns false if it is none or does not fit `value`. */
 template <typename Number>
 bool parseAll(std::string_view text, Number& value) {
     const char* const begin = text.data();
@@ -18,14 +18,14 @@ bool parseAll(std::string_view text, Number& value) {
 }
 
 std::string refusal(std::string_view text, const std::string& range) {
-    return "\"" + std::string(text) + "\" is no number from " + range;
+    return "\"" + std::string(text) + "\" is not a number from " + range;
 }
 
 }  // namespace
 
 std::string checkNumber(std::string_view text, double least, double most) {
     double value = 0;
-    // False for NaN as well.
+    // The comparisons are false for NaN.
     if (parseAll(text, value) && value >= least && value <= most) return "";
     char range[100];
     snprintf(range, sizeof(range), "%g to %g", least, most);

@@ -9,8 +9,9 @@
 namespace hidlaudio::host {
 
 /**
- * Checks of numbers on a command line: "", or why `text` is refused. CLI11's own accept NaN
- * within any range, and any text as a 64-bit number; their messages differ by release.
+ * Checks of numbers on a command line. They return an empty string, or an error message if `text` is refused.
+ * The checks of CLI11 accept NaN within any range and any text as a 64-bit number, and their messages differ
+ * between releases.
  */
 
 /** Accepts a decimal number from `least` to `most`. */

@@ -7,7 +7,7 @@
 
 namespace hidlaudio::host {
 
-/** A descriptor that is closed with the object. */
+/** Owns a descriptor and closes it in its destructor. */
 class OwnedDescriptor {
   public:
     explicit OwnedDescriptor(int fd = -1) : fd_(fd) {}

@@ -37,12 +37,12 @@ bool flushOutput() {
 
 int finishOutput(const char* program, int status) {
     if (flushOutput()) return status;
-    // A write that printf() made has failed: its errno is lost.
+    // A write in printf() failed before the flush, so its errno is unknown.
     if (outputError == 0 && !isOutputRead()) outputError = EPIPE;
     const std::string reason = outputError != 0 ? std::string(": ") + strerror(outputError) : "";
     if (outputError != EPIPE)
         fprintf(stderr, "%s: standard output cannot be written%s\n", program, reason.c_str());
-    clearerr(stdout);  // it is reported once
+    clearerr(stdout);  // a second call reports nothing
     return status == 0 ? 1 : status;
 }
 

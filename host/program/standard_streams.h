@@ -4,26 +4,25 @@
 namespace hidlaudio::host {
 
 /**
- * Opens /dev/null for each closed descriptor of 0, 1 and 2, so that no socket or file that
- * the program opens later gets one of these numbers and with it the program's output.
- * Each is opened in the wrong direction: reading from it or writing to it still fails.
- * Call it first in main.
+ * Opens /dev/null for each of the descriptors 0, 1 and 2 that is closed. Otherwise a socket or file that the
+ * program opens later could get the number and receive the program's output. The descriptors are opened in
+ * the wrong direction, so that reading standard input or writing output still fails. Call it first in main().
  */
 void openMissingStandardDescriptors();
 
-/** False if a process at the other end of standard output's pipe or socket will never read again. */
+/** Returns false if standard output is closed, or is a pipe or socket whose reader has closed its end. */
 bool isOutputRead();
 
 /**
- * Writes out what was printed to standard output. Returns false if that, or a write before,
- * failed; finishOutput() then reports the error. Use it in place of fflush(stdout).
+ * Flushes standard output. Returns false if this or an earlier write has failed; finishOutput() later reports
+ * the error. Use it in place of fflush(stdout).
  */
 bool flushOutput();
 
 /**
- * Writes out what was printed, at the end of a program with exit status `status`. Returns
- * `status`, but 1 in place of 0 if something could not be written. Reports that on standard
- * error as `program`; a reader that has closed its end is no error to report.
+ * Flushes standard output at the end of a program. Returns the exit status: `status`, or 1 if `status` is 0
+ * and a write has failed. Prints the error to standard error, with `program` as prefix, unless the reader of
+ * a pipe has closed its end.
  */
 int finishOutput(const char* program, int status);
 

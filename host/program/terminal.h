@@ -10,14 +10,14 @@ namespace hidlaudio::host {
 /** Exit statuses of `tv` and `tv_stress`. */
 enum ExitStatus {
     kDone = 0,
-    kFailed = 1,      // the TV or its folder did not allow it, or something was found
-    kWrongUsage = 2,  // a wrong argument, or a folder that holds no TV
+    kFailed = 1,      // the command failed, or a check of the TV found a violation
+    kWrongUsage = 2,  // invalid argument, or the folder is not a TV
 };
 
-/** Prints an error message, with the program's name, to standard error. Returns `status`. */
+/** Prints an error message to standard error, with the program's name as prefix. Returns `status`. */
 int fail(const std::string& message, ExitStatus status = kFailed);
 
-/** Prints a warning or a hint, with the program's name, to standard error. */
+/** Prints a warning or a hint to standard error, with the program's name as prefix. */
 void note(const std::string& message);
 
 }  // namespace hidlaudio::host

@@ -57,7 +57,7 @@ std::optional<int32_t> parseValue(BackEndSetting setting, const std::string& wor
 }
 
 std::string allSettings() {
-    std::string text = "accepted is [device|hrtf] SETTING VALUE, with these settings:";
+    std::string text = "expected [device|hrtf] SETTING VALUE. Settings:";
     for (const BackEndSettingInfo& info : kBackEndSettings) {
         text += "\n  " + std::string(info.name) + "  " + info.accepted;
     }
@@ -83,14 +83,14 @@ std::optional<BehaviourLine> parseBehaviourLine(std::string_view text, std::stri
     line.setting = *setting;
     const std::string name(infoOf(line.setting).name);
     if (line.kind && !infoOf(line.setting).perKind) {
-        problem = quoted(text) + ": " + name + " cannot be set for one kind alone";
+        problem = quoted(text) + ": " + name + " cannot be set for one kind only";
         return std::nullopt;
     }
     if (words.size() == 1 && isSwitch(line.setting)) words.emplace_back("on");
     const std::optional<int32_t> value =
         words.size() == 2 ? parseValue(line.setting, words[1]) : std::nullopt;
     if (!value) {
-        problem = quoted(text) + ": " + name + " takes " + infoOf(line.setting).accepted;
+        problem = quoted(text) + ": " + name + " must be " + infoOf(line.setting).accepted;
         return std::nullopt;
     }
     line.value = *value;

@@ -13,57 +13,57 @@
 
 namespace hidlaudio::host {
 
-/** How the back-end controller's driver behaves; a person or a test writes it to a file, a line a setting. */
+/** Settings of the back-end controller's driver. A user or a test writes them to a file, one per line. */
 enum class BackEndSetting { Rate, Result, State, Hang, IoctlFails, OpenFails };
 
-/** What there is to know about a setting. */
+/** Properties of a setting. */
 struct BackEndSettingInfo {
     std::string_view name;
     int32_t smallest;
     int32_t largest;
-    int32_t usual;         // where nothing is set
-    bool perKind;          // whether it can be set for one kind of upload
-    const char* accepted;  // in words
+    int32_t usual;         // default
+    bool perKind;          // whether it can be set for one kind of upload only
+    const char* accepted;  // accepted values, for messages and help
 };
 
 /** In the order of BackEndSetting. */
 constexpr BackEndSettingInfo kBackEndSettings[] = {
     {"rate", 1, INT32_MAX, 16777216, true, "bytes per second, 1 to 2147483647"},
-    {"result", 0, 255, 1, true, "the result byte that ends an upload, 0 to 0xFF"},
-    {"state", 0, 255, 0, true, "the state byte that ends an upload, 0 to 0xFF"},
-    {"hang", 0, 1, 0, true, "on or off: an upload does not end until it is cancelled"},
-    {"ioctl_fails", 0, 1, 0, true, "on or off: each command to the driver fails"},
-    {"open_fails", 0, 1, 0, false, "on or off: the device cannot be opened"},
+    {"result", 0, 255, 1, true, "result byte at the end of an upload, 0 to 0xFF"},
+    {"state", 0, 255, 0, true, "state byte at the end of an upload, 0 to 0xFF"},
+    {"hang", 0, 1, 0, true, "on or off: uploads do not end until they are cancelled"},
+    {"ioctl_fails", 0, 1, 0, true, "on or off: commands to the driver fail"},
+    {"open_fails", 0, 1, 0, false, "on or off: opening the device fails"},
 };
 
 constexpr const BackEndSettingInfo& infoOf(BackEndSetting setting) {
     return kBackEndSettings[static_cast<size_t>(setting)];
 }
 
-/** One line: "rate 1000", "hrtf result 0xF3", "hang on" or just "hang". */
+/** One line: "rate 1000", "hrtf result 0xF3", "hang on" or, for short, "hang". */
 struct BehaviourLine {
-    std::optional<UploadKind> kind;  // none: both, but for a kind that has a line of its own
+    std::optional<UploadKind> kind;  // none: both kinds; a line for one kind overrides it
     BackEndSetting setting = BackEndSetting::Rate;
     int32_t value = 0;
 };
 
-/** Nothing for any other text; `problem` then says what is accepted. */
+/** Parses a line. Returns `std::nullopt` for an invalid text, with the accepted texts in `problem`. */
 std::optional<BehaviourLine> parseBehaviourLine(std::string_view text, std::string& problem);
 
-/** The reverse of parseBehaviourLine, without a newline. */
+/** Returns the text of a line, as parseBehaviourLine() accepts it, without a newline. */
 std::string formatBehaviourLine(const BehaviourLine& line);
 
-/** "on", "1000": a setting's value as parseBehaviourLine takes it. */
+/** Returns a value as parseBehaviourLine() accepts it: "on" or "1000", for example. */
 std::string formatValue(BackEndSetting setting, int32_t value);
 
 /**
- * Reads the lines of the behaviour file below `root`, none where there is no such
- * file. False with `problem` where it cannot be read or has a wrong line.
+ * Reads the lines of the behaviour file below `root`. If the file does not exist, there are no lines. Returns
+ * false with a message in `problem` if the file cannot be read or has an invalid line.
  */
 [[nodiscard]] bool readBehaviourLines(const std::string& root, std::vector<BehaviourLine>& lines,
                                       std::string& problem);
 
-/** The value of each setting for each kind. */
+/** The values of all settings for both kinds, with defaults for those that are not set. */
 class BackEndBehaviour {
   public:
     explicit BackEndBehaviour(const std::vector<BehaviourLine>& lines);

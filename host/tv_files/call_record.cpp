@@ -16,11 +16,11 @@ struct Record {
     int error = 0;
 };
 
-/** Stays open: a record must not depend on the descriptors that are left. */
+/** Opens the record once and keeps it open, so that recording works even if no descriptor is left. */
 Record openRecord() {
     const char* path = getenv(kCallsVariable);
     if (path == nullptr || *path == '\0') return {};
-    // Does not wait for a reader of a named pipe; once open, it is written whole.
+    // O_NONBLOCK: opening a named pipe does not wait for its reader. It is cleared for the writes.
     const int fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0644);
     if (fd < 0) return {-1, errno};
     fcntl(fd, F_SETFL, O_APPEND);
@@ -47,7 +47,7 @@ void recordCall(std::string_view source, std::string_view call, std::string_view
     const int kept = errno;
     std::string line;
     line.append(source).append("\t").append(call).append("\t").append(on).append("\n");
-    // One write, so that the lines of two programs do not mix.
+    // A single write keeps lines of two programs from mixing.
     (void)!write(record().fd, line.data(), line.size());
     errno = kept;
 }

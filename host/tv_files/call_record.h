@@ -8,35 +8,35 @@
 namespace hidlaudio::host {
 
 /**
- * The record of the calls that a program makes to the TV, in the order in which it
- * makes them: a line each, "SOURCE CALL ON" with tabs between, in the file that
- * $HIDLAUDIO_CALLS names. Programs may share it. Any thread.
+ * The record of a program's calls to the TV, in their order, in the file that $HIDLAUDIO_CALLS names. Each
+ * line is "SOURCE CALL ON", separated by tabs. Several programs may write to the same file. All functions may
+ * be called from any thread.
  */
 
 constexpr char kCallsVariable[] = "HIDLAUDIO_CALLS";
 
-/** Who serves a call, as the record names them. */
+/** Values of SOURCE: the part of the TV that serves the call. */
 constexpr std::string_view kKernelCalls = "kernel";
 constexpr std::string_view kMiddlewareCalls = "middleware";
 constexpr std::string_view kPowerCalls = "power";
 constexpr std::string_view kHalCalls = "hal";
 
-/** Whether there is a record; the environment is looked at once. */
+/** Returns whether calls are recorded. The environment is read only once. */
 bool recordsCalls();
 
-/** 0, or the errno that keeps the file from being written. */
+/** Returns 0, or the errno of opening the record. */
 int callRecordError();
 
-/** Adds a line; leaves errno alone. Does nothing where there is no record. */
+/** Adds a line if calls are recorded. Does not change errno. */
 void recordCall(std::string_view source, std::string_view call, std::string_view on);
 
 struct RecordedCall {
     std::string source;
     std::string call;
-    std::string on;  // the file, the key, the command: what the call is about
+    std::string on;  // object of the call: file, key or command
 };
 
-/** The lines of a record that are whole; none where there is no such file. */
+/** Reads a record and skips incomplete lines. Returns no calls if the file does not exist. */
 std::vector<RecordedCall> readCallRecord(const std::string& path);
 
 }  // namespace hidlaudio::host

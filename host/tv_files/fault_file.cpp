@@ -27,7 +27,7 @@ std::vector<std::string> wordsOf(std::string_view text) {
     return words;
 }
 
-/** What the fault does, from the first word; false for any other text. */
+/** Parses the first word of a fault. Returns false if it is invalid. */
 bool parseKind(const std::string& word, FaultSetting& fault) {
     const bool delays = word.compare(0, kDelay.size(), kDelay) == 0;
     if (word == kDies) fault.kind = FaultKind::Dies;
@@ -38,6 +38,7 @@ bool parseKind(const std::string& word, FaultSetting& fault) {
     return number && fault.delay >= 0;
 }
 
+/** Writes the fault's remaining counts, or deletes its file after the last use. Returns 0 or an errno. */
 int useUpOnce(const std::string& path, FaultSetting fault) {
     if (fault.count == 0) return 0;
     if (fault.pass > 0) {
@@ -50,7 +51,7 @@ int useUpOnce(const std::string& path, FaultSetting fault) {
     return writeValueFile(path, formatFault(fault));
 }
 
-/** Reads the fault and uses it up once; none where there is no file, or the call is let pass. */
+/** Reads the fault and consumes one use. `fault` stays empty if there is no file or the call passes. */
 int readFault(const std::string& folder, const std::string& path, std::optional<FaultSetting>& fault) {
     const FolderLock lock(folder);
     if (lock.error() != 0) return lock.error();
@@ -64,7 +65,7 @@ int readFault(const std::string& folder, const std::string& path, std::optional<
     return used;
 }
 
-/** Here the programs' clock is not at hand: a vendor's library sleeps on the real one. */
+/** Sleeps in the TV's time. Reads HIDLAUDIO_CLOCK, as the clock of host_kernel is not available here. */
 void sleepFor(int32_t milliseconds) {
     const char* const text = getenv("HIDLAUDIO_CLOCK");
     const int32_t speed = std::max(1, parseInt32(text != nullptr ? text : "").value_or(1));

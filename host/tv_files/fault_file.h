@@ -9,37 +9,33 @@
 
 namespace hidlaudio::host {
 
-/** What a function does that a fault is set on. */
+/** Effect of a fault on the function. */
 enum class FaultKind {
-    Returns,  // the status, instead of working
-    Delays,   // it works, but late
+    Returns,  // the function returns a status and does not work
+    Delays,   // the function works after a delay
     Dies,     // the process that serves the call is killed
 };
 
-/**
- * A fault that a person or a test has set on a function of the TV: the file
- * `<folder>/<function>` with what the function does and, for a passing fault, how many
- * times, and how many calls go well before.
- */
+/** A fault that a user or a test sets on a function of the TV, in the file `<folder>/<function>`. */
 struct FaultSetting {
     int32_t status = 0;
-    int32_t count = 0;  // 0: until it is taken away
-    int32_t pass = 0;   // calls to come that are let pass
+    int32_t count = 0;  // number of injections; 0: until the file is deleted
+    int32_t pass = 0;   // number of calls that work before the first injection
     FaultKind kind = FaultKind::Returns;
-    int32_t delay = 0;  // in milliseconds of the programs' time
+    int32_t delay = 0;  // in milliseconds of the TV's time
 };
 
-/** A line: "STATUS", "delay=MILLISECONDS" or "dies", then COUNT and PASS where they are not 0. */
+/** Returns the file's line: "STATUS", "delay=MILLISECONDS" or "dies", then COUNT and PASS if not 0. */
 std::string formatFault(const FaultSetting& fault);
 
-/** The reverse of formatFault; nothing for any other text, a count below 1 included. */
+/** Parses the content of a fault file. Returns `std::nullopt` if it is invalid, for example if COUNT is 0. */
 std::optional<FaultSetting> parseFault(std::string_view text);
 
 /**
- * Uses up one time of the fault on `function`, if there is one: `status` becomes
- * its status, and nothing where none is to be returned, after the delay that was set.
- * The file of a passing fault goes with its last time. Returns 0, or an errno (EINVAL:
- * the file holds no fault). Any thread and any process.
+ * Consumes one use of the fault on `function`, if there is one, and injects it: `status` becomes the status
+ * to return; a delay is waited for; or the process is killed. `status` is `std::nullopt` if the function must
+ * work. The file is deleted after its last use. Returns 0, or an errno: EINVAL if the file holds no valid
+ * fault. May be called from any thread and any process.
  */
 int takeFault(const std::string& folder, const std::string& function, std::optional<int32_t>& status);
 

@@ -6,9 +6,9 @@
 namespace hidlaudio::host {
 
 /**
- * Holds a folder's advisory lock, so that a value in it can be read and written
- * as one step: excludes every other holder, of this process and of others, and
- * ends with the process. Waits for the lock.
+ * Holds an exclusive advisory lock on a folder, so that a value in it can be read and written in one step.
+ * The constructor waits until no other object, in this process or another, holds the lock. The kernel
+ * releases the lock when the process ends.
  */
 class FolderLock {
   public:
@@ -17,7 +17,8 @@ class FolderLock {
     FolderLock(const FolderLock&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;
 
-    /** 0 when the lock is held, else the errno of what failed (ENOENT: no such folder). */
+    /** Returns 0 if the lock is held, or the errno of the failed call: ENOENT if the folder does not exist.
+     */
     int error() const { return error_; }
 
   private:

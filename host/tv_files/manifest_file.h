@@ -4,7 +4,7 @@
 namespace hidlaudio::host {
 
 /**
- * The file below the TV's root that declares its services, one `interface/instance` a line:
+ * The file below the TV's root that declares its services, one `interface/instance` per line:
  *     com.tovi.dtv.hardware.audio@6.1::IMicControl/default    # a comment
  */
 constexpr char kManifestFile[] = "/manifest";

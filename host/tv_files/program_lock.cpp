@@ -11,7 +11,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** Of the whole file. */
+/** Returns a description of a write lock on the whole file. */
 struct flock writeLock() {
     struct flock lock{};
     lock.l_type = F_WRLCK;

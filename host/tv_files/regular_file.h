@@ -8,16 +8,19 @@
 namespace hidlaudio::host {
 
 /**
- * Opens a regular file as open(2) does, with O_CLOEXEC. Never blocks. Follows a link in the file's place
- * only to read. Returns -1 with errno if that fails: ELOOP for a link, EISDIR for a folder, EINVAL or ENXIO
- * for a pipe, a device or a socket.
+ * Opens a regular file as open(2) does, with O_CLOEXEC. Never blocks. If the file is a symbolic link, it is
+ * followed only for reading. Returns a descriptor, or -1 with errno: ELOOP for a link, EISDIR for a folder,
+ * EINVAL or ENXIO for a pipe, a device or a socket.
  */
 int openRegularFile(const std::string& path, int flags, mode_t mode = 0644);
 
-/** "PATH is a named pipe, not a regular file"; empty if it is a regular file, a folder, or nothing. */
+/**
+ * Returns a message such as "PATH is a named pipe, not a regular file", or an empty string if `path` is a
+ * regular file or a folder, or does not exist.
+ */
 std::string irregularityOf(const std::string& path);
 
-/** Message for a file that cannot be used: irregularityOf(), else "PATH: meaning of the errno". */
+/** Returns the message for an unusable file: that of irregularityOf(), or else "PATH: text of the errno". */
 std::string fileError(const std::string& path, int error);
 
 }  // namespace hidlaudio::host

@@ -16,7 +16,8 @@
 namespace hidlaudio::host {
 namespace {
 
-/** Far above what any program of the TV writes, apart from a log, and far below what it can hold in memory.
+/** Size limits in bytes, far above all files of the programs except logs, and small enough to read into
+ * memory.
  */
 constexpr int64_t kLargestKept = int64_t{16} << 20;
 constexpr int64_t kLargestOther = int64_t{1} << 30;
@@ -32,11 +33,11 @@ std::string problemOfFolder(const std::string& path, const struct stat& status) 
     if (!S_ISDIR(status.st_mode)) return path + " is not a folder";
     if (status.st_uid != geteuid()) return path + " belongs to another user";
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
-        return "other users may write " + path + "; `chmod go-w` on it takes that away";
+        return "other users can write to " + path + "; run `chmod go-w` on it";
     return "";
 }
 
-/** Uploads are counted in bytes, but never read again. */
+/** Returns the size limit of a file in bytes. Uploads have none, because no program reads them. */
 int64_t largestSize(const std::string& root, const std::string& path) {
     if (path == root + kModelFile) return kLargestValueFile;
     if (isBelow(path, root + "/bectrl")) return INT64_MAX;
@@ -59,7 +60,7 @@ std::string problemBelow(const std::string& root, const std::string& folder, Fil
         if (name == "." || name == "..") continue;
         const std::string path = std::string(folder).append("/").append(name);
         struct stat status{};
-        // Programs that run replace and remove files.
+        // A running program may have removed the file.
         if (lstat(path.c_str(), &status) != 0) continue;
         std::string problem;
         if (S_ISDIR(status.st_mode)) {
@@ -95,8 +96,9 @@ std::string folderProblem(const std::string& path) {
 std::string rootProblem(const std::string& root) {
     struct stat status{};
     if (lstat(root.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return folderProblem(root);
-    if (status.st_uid != geteuid() && status.st_uid != 0) return root + " is a link of another user";
-    if (stat(root.c_str(), &status) != 0) return root + " is a link that leads nowhere";
+    if (status.st_uid != geteuid() && status.st_uid != 0)
+        return root + " is a link that belongs to another user";
+    if (stat(root.c_str(), &status) != 0) return root + " is a broken link";
     return problemOfFolder(root, status);
 }
 

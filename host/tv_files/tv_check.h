@@ -16,30 +16,29 @@ constexpr const char* kTvParts[] = {"/data", "/soc",   "/bectrl",  "/proc",
                                     "/hal",  "/power", kRunFolder, "/log"};
 
 /**
- * The checks below return why the TV cannot be used, naming the file or folder; an empty string if it can.
- * A folder that does not exist is no problem of theirs.
+ * The checks below return an empty string if the TV can be used, or else a message that names the file or
+ * folder. They accept folders that do not exist.
  *
- * If a TV passes, only the caller can put links or files into its folders, so its files can be opened by
- * their paths.
+ * If a TV passes, no other user can put links or files into its folders, so its files can be opened by their
+ * paths.
  */
 
-/** The folder must belong to the caller, and nobody else may write it. A link is refused. */
+/** Checks that the path is a folder, belongs to the caller and is not writable for others. Refuses a link. */
 std::string folderProblem(const std::string& path);
 
-/** As folderProblem(), but the TV's own folder may be reached by a link of the caller or of root. */
+/** Like folderProblem(), for the TV's root. A link is accepted if it belongs to the caller or to root. */
 std::string rootProblem(const std::string& root);
 
-/** The file, `name` below the root, must be a regular file of plausible size. */
+/** Checks that `name` below the root is a regular file of plausible size, or does not exist. */
 std::string fileProblem(const std::string& root, const std::string& name);
 
-/** As folderProblem() for the TV's own folder, its run/ and the registry in there, which must also be
- * readable. */
+/** Checks the TV's root, its folder run/ and the registry below that, which must be readable. */
 std::string registryProblem(const std::string& root);
 
-/** The same for the TV's own folder and all folders of it. */
+/** Checks the TV's root and all folders of kTvParts with their subfolders. */
 std::string foldersProblem(const std::string& root);
 
-/** As foldersProblem(), and as fileProblem() for every file except the registry's sockets. */
+/** Checks like foldersProblem(), and like fileProblem() for all files except the registry's sockets. */
 std::string contentProblem(const std::string& root);
 
 }  // namespace hidlaudio::host

@@ -6,18 +6,17 @@
 namespace hidlaudio::host {
 
 /**
- * The folder that holds the state of the virtual TV this process belongs to:
- * $HIDLAUDIO_TV, else hidlaudio/tv under $XDG_STATE_HOME, else under
- * ~/.local/state. A relative $XDG_STATE_HOME is ignored, as the XDG rules for base
- * directories demand; so is a relative $HOME. The result is absolute, without a
- * trailing slash; the folder need not exist. Reads the environment at each call;
- * any thread, but not beside a setenv.
+ * Returns the folder of this process's virtual TV: $HIDLAUDIO_TV, or else hidlaudio/tv below $XDG_STATE_HOME,
+ * or else hidlaudio/tv below ~/.local/state. A relative $XDG_STATE_HOME is ignored, as the XDG rules for base
+ * directories require, and so is a relative $HOME. The result is absolute and has no trailing slash. The
+ * folder need not exist. Reads the environment at each call. May be called from any thread, but not while
+ * another thread calls setenv().
  */
 std::string tvRoot();
 
 /**
- * Makes `directory` the virtual TV of this process and its children; a relative
- * path is taken from the working directory. For the start of a command.
+ * Sets the folder of the virtual TV for this process and its children. A relative path is relative to the
+ * working directory. Call it at the start of a command, before other threads exist.
  */
 void setTvRoot(const std::string& directory);
 

@@ -48,7 +48,7 @@ int writeAll(int fd, const std::string& content) {
     return fchmod(fd, 0644) == 0 ? 0 : errno;
 }
 
-/** A name beside the file that no other writer uses. */
+/** Returns a path in the same folder that no other writer uses. */
 std::string temporaryFor(const std::filesystem::path& file) {
     uint64_t number = 0;
     while (getrandom(&number, sizeof(number), 0) != sizeof(number)) {
@@ -58,8 +58,7 @@ std::string temporaryFor(const std::filesystem::path& file) {
     return (file.parent_path() / ("." + file.filename().string() + end)).string();
 }
 
-/** Gives a name to a file that was opened without one. Returns 0, or an errno: EEXIST if the name is taken.
- */
+/** Links a file that was created without a name to `path`. Returns 0 or an errno: EEXIST if `path` exists. */
 int giveName(int fd, const std::string& path) {
     const std::string unnamed = "/proc/self/fd/" + std::to_string(fd);
     return linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
@@ -95,7 +94,7 @@ int writeValueFile(const std::string& path, const std::string& content) {
     const std::filesystem::path file(path);
     const std::string temporary = temporaryFor(file);
     OwnedDescriptor fd(open(file.parent_path().c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600));
-    // Not every file system can make a file without a name.
+    // Some file systems do not support O_TMPFILE.
     const bool named = fd.get() < 0;
     if (named) fd.reset(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (fd.get() < 0) return errno;

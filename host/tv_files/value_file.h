@@ -10,35 +10,34 @@
 namespace hidlaudio::host {
 
 /**
- * The small files of the virtual TV: one number or a few words, and a newline.
- * Any thread and any process may call these at the same time: a reader sees the
- * old content or the new one, never a part.
+ * The small files of the virtual TV, which hold one number or a few words, and a newline. All functions may
+ * be called from any thread and any process at the same time. A reader gets the old content or the new
+ * content, never a part.
  */
 
-/** The largest value file that is read; more is a mistake of whoever wrote it. */
+/** Maximum size of a value file in bytes. Larger files are refused as damaged. */
 constexpr size_t kLargestValueFile = 65536;
 
 /**
- * Reads the whole of a regular file of at most kLargestValueFile bytes. Returns 0,
- * or the errno of what failed (EFBIG, or as openRegularFile()); `content` is then
- * unchanged.
+ * Reads a regular file. Returns 0, or an errno with `content` unchanged: EFBIG if the file is larger than
+ * kLargestValueFile, the errors of openRegularFile(), or those of read(2).
  */
 int readValueFile(const std::string& path, std::string& content);
 
 /**
- * Replaces a file, or makes it. A link in its place is replaced, too. Returns 0, or
- * the errno of what failed; the old content is then untouched. The new content has no
- * name while it is written, and a name that begins with a dot while it replaces a file.
+ * Replaces or creates a file. If `path` is a link, the link itself is replaced. Returns 0, or an errno with
+ * the old content unchanged. The new content is written to a file without a name, if the file system supports
+ * that. To replace an existing file, it briefly has a name that begins with a dot.
  */
 int writeValueFile(const std::string& path, const std::string& content);
 
-/** The text as one decimal number, with white space around it allowed; else nothing. */
+/** Parse a decimal number; white space around it is allowed. Return `std::nullopt` for any other text. */
 std::optional<int32_t> parseInt32(std::string_view text);
 std::optional<uint32_t> parseUint32(std::string_view text);
 
 /**
- * Whether `name` may name a value file: letters, digits, '_', '-' and '.', no dot
- * first, at most 128 characters. What passes cannot lead out of its folder.
+ * Returns whether `name` is a valid name of a value file: 1 to 128 letters, digits, '_', '-' and '.', with no
+ * dot first. A path that ends in a valid name cannot lead out of its folder.
  */
 bool isValueName(std::string_view name);
 

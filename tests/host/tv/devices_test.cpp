@@ -21,11 +21,11 @@ TEST_F(TvCommand, SetsAndShowsTheBackEndController) {
     mustRun({"bectrl", "rate", "7"});
     EXPECT_EQ(contentOf(tv_ + "/bectrl/behaviour"), "hrtf result 243\nhang on\nrate 7\n");
     const std::pair<std::vector<std::string>, const char*> wrongs[] = {
-        {{"bectrl", "speed", "1"}, "with these settings:\n  rate"},
+        {{"bectrl", "speed", "1"}, "Settings:\n  rate"},
         {{"bectrl", "rate", "0"}, "1 to 2147483647"},
         {{"bectrl", "result", "256"}, "0 to 0xFF"},
         {{"bectrl", "hang", "1"}, "on or off"},
-        {{"bectrl", "hrtf", "open_fails", "on"}, "for one kind alone"},
+        {{"bectrl", "hrtf", "open_fails", "on"}, "for one kind only"},
     };
     for (const auto& [wrong, message] : wrongs) {
         const Outcome outcome = run(wrong);

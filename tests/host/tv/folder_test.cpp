@@ -106,7 +106,7 @@ TEST_F(Folder, ThatOthersMayWriteIsRefused) {
             EXPECT_EQ(modeOf(folder), mode) << "nothing is repaired unasked";
         }
         if (folder == tv_) {
-            EXPECT_THAT(run({"init", "--force"}).err, HasSubstr("other users may write " + folder));
+            EXPECT_THAT(run({"init", "--force"}).err, HasSubstr("other users can write to " + folder));
         }
         chmod(folder.c_str(), before);
         if (isRoot && chown(folder.c_str(), 12345, 0) == 0) {
