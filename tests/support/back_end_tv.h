@@ -8,7 +8,7 @@
 
 namespace hidlaudio::test {
 
-/** A virtual TV that is ready and has a back-end controller that has booted. */
+/** A virtual TV that is ready, with a back-end controller that has booted. */
 class BackEndTv : public PrivateTv {
   public:
     BackEndTv() : PrivateTv({"soc/config", "soc/faults", "bectrl", "power", "data/vendor/tovi/hidlaudio"}) {
@@ -23,19 +23,19 @@ class BackEndTv : public PrivateTv {
         makeFile(*this / "soc/eeprom.bin", std::string(0x1001A, '\0') + flag);
     }
 
-    /** Makes a function of the middleware return `status`, `times` ("-7 1") or for good. */
+    /** Makes a middleware function return a status: "-7" at each call, "-7 1" at the next call only. */
     void fail(const std::string& function, const std::string& status) const {
         makeFile(*this / ("soc/faults/" + function), status + "\n");
     }
 
-    /** How the driver behaves from now on. */
+    /** Sets the behavior of the driver for later calls. */
     void behave(const std::string& lines) const { makeFile(*this / "bectrl/behaviour", lines); }
 
     std::string stateFile(host::UploadKind kind) const { return path() + host::transferStateFile(kind); }
 
     void setState(host::UploadKind kind, const std::string& bytes) const { makeFile(stateFile(kind), bytes); }
 
-    /** The last upload that the controller has taken. */
+    /** Returns the last complete upload. */
     std::string received(host::UploadKind kind) const { return contentOf(path() + host::receivedFile(kind)); }
 
     std::string commands() const { return contentOf(*this / "soc/bectrl/custom_spec.log"); }

@@ -8,7 +8,7 @@
 
 namespace hidlaudio::test {
 
-/** Asks every few milliseconds until the answer is yes; false after far longer than it can take. */
+/** Checks the condition every 2 ms. Returns true once it holds, or false after 30 s. */
 template <typename Condition>
 bool becomesTrue(Condition condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
@@ -19,7 +19,7 @@ bool becomesTrue(Condition condition) {
     return true;
 }
 
-/** The service of that interface, once somebody has registered it. */
+/** Waits until the service is registered and returns it. */
 template <typename Interface>
 auto awaitService() {
     decltype(Interface::getService()) service;

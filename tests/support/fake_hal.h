@@ -22,11 +22,11 @@ using android::hardware::audio::V5_0::IPrimaryDevice;
 using android::hardware::audio::V5_0::ParameterValue;
 using android::hardware::audio::V5_0::Result;
 
-/** A primary device that keeps what it was given and answers what it was told to. */
+/** A primary device that records its calls, and returns `result` and `answer`. */
 struct FakeDevice : IPrimaryDevice {
     Result result = Result::OK;
     hidl_vec<ParameterValue> answer;
-    std::vector<std::string> calls;  // "key=value" or "key?", with "context " before where there was one
+    std::vector<std::string> calls;  // "key=value" or "key?"; starts with "context " if a context was given
 
     Return<void> getParameters(const hidl_vec<ParameterValue>& context, const hidl_vec<hidl_string>& keys,
                                getParameters_cb callback) override {
@@ -48,7 +48,7 @@ struct FakeDevice : IPrimaryDevice {
     }
 };
 
-/** An audio HAL in the process that makes it. */
+/** An audio HAL in the test's process. */
 struct FakeHal : IDevicesFactory {
     sp<FakeDevice> device = new FakeDevice;
     Result result = Result::OK;
@@ -62,7 +62,7 @@ struct FakeHal : IDevicesFactory {
         return Void();
     }
 
-    /** A new one, registered in place of any other. */
+    /** Creates and registers an audio HAL; replaces one that was registered before. */
     static sp<FakeHal> start() {
         sp<FakeHal> hal = new FakeHal;
         EXPECT_EQ(hal->registerAsService("default"), android::OK);

@@ -1,3 +1,3 @@
 // SPDX-License-Identifier: Apache-2.0
-// The program whose precompiled headers all suites share.
+// All suites reuse the precompiled headers of this program.
 int main() {}

@@ -8,7 +8,7 @@
 
 namespace hidlaudio::test {
 
-/** Takes the messages as "D text"; one under another tag than `tag` has that before it: "other: D text". */
+/** Takes the captured messages as "D text", or "other: D text" if the tag `other` is not `tag`. */
 inline std::vector<std::string> takeText(host::LogCapture& log, const std::string& tag) {
     std::vector<std::string> lines;
     for (const host::LogLine& line : log.take()) {

@@ -9,9 +9,9 @@
 namespace hidlaudio::test {
 
 /**
- * Runs `body` in a process of its own, where no module holds anything yet; what fails
- * there fails the test. The test's own process must have started no thread: all of
- * its HIDL use belongs into such bodies.
+ * Runs `body` in a child process, in which the modules have their initial state. A failure in it fails the
+ * test. The test's process must not have started a thread before, so all HIDL calls must be made in such
+ * bodies.
  */
 template <typename Body>
 void inOwnProcess(const Body& body) {
@@ -24,7 +24,7 @@ void inOwnProcess(const Body& body) {
     }
     int status = -1;
     ASSERT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_EQ(status, 0) << "what failed is told above";
+    EXPECT_EQ(status, 0) << "see the failures above";
 }
 
 }  // namespace hidlaudio::test

@@ -16,20 +16,20 @@
 namespace hidlaudio::test {
 
 /**
- * A folder of the test's own, gone with everything in it when the test ends. It has a space in its
- * path, as a user's folder may have.
+ * A temporary folder, deleted with its content in the destructor. Its path contains a space, as a user's path
+ * may.
  */
 class PrivateFolder {
   public:
     PrivateFolder() {
-        // Programs of the TV refuse folders that others may write.
+        // Programs of the TV refuse folders that other users can write to.
         umask(umask(0) | S_IWGRP | S_IWOTH);
         std::string name = std::filesystem::temp_directory_path() / "hidl audio.XXXXXX";
         if (mkdtemp(name.data()) == nullptr) abort();
         path_ = name;
     }
     ~PrivateFolder() {
-        // A thread of the back-end controller's driver may still write its last state.
+        // A thread of the back-end controller's driver may still be writing its final state.
         std::error_code error;
         EXPECT_TRUE(becomesTrue([&] {
             std::filesystem::remove_all(path_, error);
@@ -48,19 +48,19 @@ class PrivateFolder {
     std::string path_;
 };
 
-/** The whole of a file; "(none)" where there is no such file. */
+/** Returns the content of a file, or "(none)" if it cannot be opened. */
 inline std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "(none)";
 }
 
-/** Makes a file, and the folders on the way to it. */
+/** Creates or replaces a file. Creates its parent folders. */
 inline void makeFile(const std::string& path, const std::string& content = "") {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream(path, std::ios::binary) << content;
 }
 
-/** A private folder that is the virtual TV of this process; holds the given folders. */
+/** A temporary folder as the virtual TV of this process, with the given folders in it. */
 class PrivateTv : public PrivateFolder {
   public:
     explicit PrivateTv(std::initializer_list<const char*> folders) {

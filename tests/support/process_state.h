@@ -15,16 +15,16 @@ inline std::string procFolder(pid_t pid) {
     return "/proc/" + std::to_string(pid);
 }
 
-/** How many descriptors ("fd") or threads ("task") the system holds for a process; 0 for one that is gone. */
+/** Returns how many descriptors ("fd") or threads ("task") a process has; 0 if it has ended. */
 inline size_t countOf(const char* name, pid_t pid) {
     std::error_code ignored;
     const std::filesystem::directory_iterator entries(procFolder(pid) + "/" + name, ignored);
     return static_cast<size_t>(std::distance(begin(entries), end(entries)));
 }
 
-/** Whether nothing in a process wakes up any more, once it has done what there was to do. */
+/** Returns true once no thread of the process wakes up for 100 ms; false after 30 s. */
 inline bool fallsAsleep(pid_t pid) {
-    // How often each thread went to sleep or was put off.
+    // Context switches of each thread, voluntary and not.
     const auto switches = [pid] {
         std::string all;
         for (const auto& task : std::filesystem::directory_iterator(procFolder(pid) + "/task")) {

@@ -15,12 +15,15 @@
 
 namespace hidlaudio::test {
 
-/** A program that runs beside the test, its output going to files; killed if it outlives the object. */
+/** A running child program with its output in files. The destructor kills it if it still runs. */
 class RunningProgram {
   public:
     /**
-     * `arguments` begins with the program's path; `variables` ("NAME=value") go into its environment; with
-     * `output` its standard output goes to that file, which out() does not tell then.
+     * Starts a program.
+     *
+     * @param arguments command line, starting with the program's path
+     * @param variables additions to the environment: "NAME=value"
+     * @param output file for standard output; out() then returns "(none)"
      */
     explicit RunningProgram(std::vector<std::string> arguments, std::vector<std::string> variables = {},
                             const std::string& output = "") {
@@ -43,7 +46,7 @@ class RunningProgram {
     RunningProgram(const RunningProgram&) = delete;
     RunningProgram& operator=(const RunningProgram&) = delete;
 
-    /** Waits for its end; its exit status, 128 + n if signal n ended it, -1 if it could not be started. */
+    /** Waits for the end. Returns the exit status, 128 + n after signal n, or -1 if the start failed. */
     int wait() {
         int status = 0;
         const pid_t pid = std::exchange(pid_, -1);
@@ -68,7 +71,7 @@ class RunningProgram {
     pid_t pid_ = -1;
 };
 
-/** What a program that has ended did. */
+/** Exit status and output of a program that has ended. */
 struct Outcome {
     int status;
     std::string out;

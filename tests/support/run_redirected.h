@@ -12,8 +12,8 @@
 namespace hidlaudio::test {
 
 /**
- * Runs a program in a process in which `redirect` has changed descriptors, signals or variables. Returns
- * its exit status, or 128 + n if signal n ended it.
+ * Runs a program. The child process calls `redirect` first, which may change descriptors, signals or
+ * variables. Returns the exit status, or 128 + n if signal n ended the program.
  */
 template <typename Redirect>
 int runRedirected(std::vector<std::string> arguments, const Redirect& redirect) {
@@ -32,12 +32,12 @@ int runRedirected(std::vector<std::string> arguments, const Redirect& redirect) 
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-/** Makes `fd` of this process a file, to which it appends. */
+/** Redirects `fd` of this process to a file, in append mode. */
 inline void sendToFile(int fd, const std::string& path) {
     dup2(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), fd);
 }
 
-/** Makes `fd` of this process a pipe whose reader has gone. */
+/** Redirects `fd` of this process to a pipe whose read end is closed. */
 inline void sendToNobody(int fd) {
     int ends[2];
     if (pipe(ends) != 0) _exit(126);

@@ -3,7 +3,7 @@
 
 namespace hidlaudio::test {
 
-/** What the build is made with: its programs hold more memory, its runtime wakes up, signals come late. */
+/** Sanitizers of this build. They use more memory, wake up idle programs and deliver signals late. */
 #if defined(__has_feature)
 constexpr bool kAddressSanitizer = __has_feature(address_sanitizer);
 constexpr bool kThreadSanitizer = __has_feature(thread_sanitizer);

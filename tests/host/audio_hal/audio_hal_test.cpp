@@ -21,7 +21,7 @@ class AudioHal : public testing::Test {
   protected:
     void SetUp() override { ASSERT_NE(factory_, nullptr) << process_.err(); }
 
-    /** The device, and what the HAL says of it. */
+    /** Returns the device and the HAL's Result. */
     std::pair<sp<IPrimaryDevice>, Result> open() {
         std::pair<sp<IPrimaryDevice>, Result> opened{nullptr, Result::NOT_INITIALIZED};
         EXPECT_TRUE(
@@ -34,7 +34,7 @@ class AudioHal : public testing::Test {
         return open().first->setParameters(context, parameters);
     }
 
-    /** "key=value" of each that was found. */
+    /** Returns "key=value" for each parameter that exists. */
     std::vector<std::string> get(const hidl_vec<hidl_string>& keys, Result expected = Result::OK,
                                  const hidl_vec<ParameterValue>& context = {}) {
         std::vector<std::string> found;
@@ -57,7 +57,7 @@ class AudioHal : public testing::Test {
     sp<IDevicesFactory> factory_ = awaitService<IDevicesFactory>();
 };
 
-TEST_F(AudioHal, KeepsItsParametersInFiles) {
+TEST_F(AudioHal, StoresParametersInFiles) {
     EXPECT_EQ(set({{"tv_position", "wall_mount"}, {"lines", "a\nb\n"}, {"tv_position", "table_top"}}),
               Result::OK);
     EXPECT_EQ(contentOf(file("tv_position")), "table_top\n");
@@ -67,7 +67,7 @@ TEST_F(AudioHal, KeepsItsParametersInFiles) {
     EXPECT_THAT(process_.err(), HasSubstr(" I AudioHal: setParameters tv_position=wall_mount\n"));
 }
 
-TEST_F(AudioHal, RefusesWhatItCannotKeep) {
+TEST_F(AudioHal, RefusesInvalidParameters) {
     const std::string longest(65535, 'x');
     EXPECT_EQ(set({{"longest", longest}}), Result::OK);
     EXPECT_THAT(get({"longest"}), ElementsAre("longest=" + longest));
@@ -87,7 +87,7 @@ TEST_F(AudioHal, RefusesWhatItCannotKeep) {
     EXPECT_THAT(get({"longest", "folder"}, Result::INVALID_STATE), IsEmpty());
 }
 
-TEST_F(AudioHal, AnswersWhatItIsToldTo) {
+TEST_F(AudioHal, ReturnsInjectedResults) {
     makeFile(tv_ / "hal/faults/openPrimaryDevice", "4 1\n");
     EXPECT_EQ(open(), (std::pair<sp<IPrimaryDevice>, Result>{nullptr, Result::NOT_SUPPORTED}));
     EXPECT_TRUE(android::hardware::interfacesEqual(open().first, open().first));

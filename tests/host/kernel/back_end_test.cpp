@@ -33,7 +33,7 @@ Argument argumentOf(const std::string& payload) {
     return {static_cast<uint32_t>(payload.size()), 0, reinterpret_cast<uintptr_t>(payload.data())};
 }
 
-/** 0, or the errno. */
+/** Opens the device and executes a command. Returns 0 or the errno. */
 int command(unsigned long request, void* argument) {
     const int device = open("/dev/tovi_bectrl", O_RDWR);
     if (device < 0) return errno;
@@ -42,7 +42,7 @@ int command(unsigned long request, void* argument) {
     return error;
 }
 
-/** The state and the result byte, as the daemon reads them. */
+/** Returns the state byte and the result byte. Reads them in the same way as the daemon. */
 std::pair<int, int> stateOf(int kind) {
     unsigned char bytes[2] = {0xEE, 0xEE};
     FILE* file = fopen(kStateFiles[kind], "r");
@@ -53,7 +53,7 @@ std::pair<int, int> stateOf(int kind) {
     return {bytes[0], bytes[1]};
 }
 
-/** A state file that is open and watched with epoll, as the daemon does. */
+/** Opens a state file and watches it with epoll, as the daemon does. */
 class Watch {
   public:
     explicit Watch(int kind) : kind_(kind), file_(fopen(kStateFiles[kind], "r")), epoll_(epoll_create(1)) {
@@ -76,7 +76,7 @@ class Watch {
         return count > 0;
     }
 
-    /** Waits for a state other than "in progress". */
+    /** Waits for a state other than "in progress" and returns it with the result. */
     std::pair<int, int> end() const {
         std::pair<int, int> state{1, 0};
         while (state.first == 1 && isReadable(-1)) state = stateOf(kind_);
@@ -113,7 +113,7 @@ class BackEnd : public testing::Test {
     std::string payload_;
 };
 
-TEST_F(BackEnd, IsReadableFromAChangeUntilTheStateWasReadAfresh) {
+TEST_F(BackEnd, StateFileIsReadableFromChangeUntilNewStateIsRead) {
     behave("hang");
     const Watch watch(0), other(1);
     EXPECT_FALSE(watch.isReadable());
@@ -126,20 +126,20 @@ TEST_F(BackEnd, IsReadableFromAChangeUntilTheStateWasReadAfresh) {
     FILE* early = fopen(kStateFiles[0], "r");
     EXPECT_EQ(stateOf(0).first, 1);
     EXPECT_FALSE(watch.isReadable());
-    EXPECT_FALSE(Watch(0).isReadable()) << "what was before is no news";
+    EXPECT_FALSE(Watch(0).isReadable()) << "earlier changes do not make a new descriptor readable";
     ASSERT_EQ(command(kCancel[0], nullptr), 0);
     EXPECT_TRUE(watch.isReadable(-1));
     char stale[2];
     EXPECT_EQ(fread(stale, 1, 2, early), 2U);
     fclose(early);
-    EXPECT_TRUE(watch.isReadable()) << "what was read was opened before the change";
+    EXPECT_TRUE(watch.isReadable()) << "the state was read from a descriptor opened before the change";
     EXPECT_EQ(watch.end(), std::pair(0, 3));
     EXPECT_FALSE(watch.isReadable());
     EXPECT_FALSE(other.isReadable());
-    EXPECT_EQ(received(0), "(none)") << "a cancelled upload is none";
+    EXPECT_EQ(received(0), "(none)") << "a cancelled upload is not published";
 }
 
-TEST_F(BackEnd, IsIdleAfterAProcessThatEndedInATransfer) {
+TEST_F(BackEnd, StateIsIdleAfterProcessDiedDuringTransfer) {
     behave("hang");
     const pid_t child = fork();
     if (child == 0) {
@@ -156,7 +156,7 @@ TEST_F(BackEnd, IsIdleAfterAProcessThatEndedInATransfer) {
     EXPECT_EQ(received(1), payload_);
 }
 
-TEST_F(BackEnd, ServesTwoThreadsAtOnce) {
+TEST_F(BackEnd, TwoThreadsUploadAtTheSameTime) {
     behave("rate 50000000");
     const auto uploads = [this](int kind) {
         for (int i = 0; i < 20; ++i) EXPECT_EQ(upload(kind, payload_), std::pair(0, 1));

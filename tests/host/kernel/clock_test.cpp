@@ -39,11 +39,11 @@ TEST(ScaledClock, MakesSleepsAndTimersFaster) {
     EXPECT_LT(passed, 20s);
 }
 
-TEST(ScaledClock, TellsWhatAnInterruptedSleepHasLeft) {
+TEST(ScaledClock, InterruptedSleepReturnsRemainingTime) {
     struct sigaction action{};
     action.sa_handler = [](int) {};
     sigaction(SIGALRM, &action, nullptr);
-    // Repeating, so that one that comes before the sleep begins does no harm.
+    // The timer repeats, because its first signal may come before the sleep begins.
     const itimerval every10ms{{0, 10000}, {0, 10000}}, off{};
     setClockSpeed(10U);
     setitimer(ITIMER_REAL, &every10ms, nullptr);
@@ -52,7 +52,7 @@ TEST(ScaledClock, TellsWhatAnInterruptedSleepHasLeft) {
     EXPECT_EQ(nanosleep(&request, &left), -1);
     EXPECT_EQ(errno, EINTR);
     setitimer(ITIMER_REAL, &off, nullptr);
-    // More than the 100 s that a forgotten conversion would leave of it.
+    // Without conversion to the program's time, less than 100 s would remain.
     EXPECT_GT(left.tv_sec, 500);
     EXPECT_LT(left.tv_sec, 1000);
 }

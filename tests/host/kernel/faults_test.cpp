@@ -23,7 +23,7 @@ using host::ScopedFault;
 
 constexpr char kFile[] = "/data/file";
 
-/** What a service does to store two bytes: 0, or the errno of what went wrong. */
+/** Stores two bytes as a service does. Returns 0, or the errno of the failed call. */
 int store() {
     const int fd = open(kFile, O_WRONLY | O_CREAT | O_TRUNC, 0600);
     if (fd < 0) return errno;
@@ -37,7 +37,7 @@ int store() {
     return close(fd) == 0 ? error : errno;
 }
 
-TEST(Faults, EveryCallOfAScenarioCanBeMadeToFail) {
+TEST(Faults, EveryCallOfScenarioCanFail) {
     const PrivateTv tv{"data"};
     const std::pair<const char*, unsigned> calls[] = {{"open", 1}, {"write", 2}, {"fsync", 1}, {"close", 1}};
     for (const auto& [call, times] : calls) {
@@ -49,12 +49,12 @@ TEST(Faults, EveryCallOfAScenarioCanBeMadeToFail) {
             if (!fault.injected()) break;
         }
         EXPECT_EQ(n, times + 1) << call;
-        EXPECT_EQ(store(), 0) << "nothing is left of the fault on " << call;
+        EXPECT_EQ(store(), 0) << "the fault must be removed: " << call;
     }
     EXPECT_EQ(contentOf(tv / "data/file"), "12");
 }
 
-TEST(Faults, PassOrLastAndCountOnlyTheTvsCalls) {
+TEST(Faults, SingleAndLastingFaultsCountOnlyCallsOnTv) {
     const PrivateTv tv{"data"};
     makeFile(tv / "elsewhere");
     host::clearFaults();
@@ -68,13 +68,13 @@ TEST(Faults, PassOrLastAndCountOnlyTheTvsCalls) {
     }
     EXPECT_EQ(accesses, ".x..");
     EXPECT_EQ(sleeps, ".xxx");
-    EXPECT_EQ(countedCalls("access"), 4U) << "the test's own file does not count";
+    EXPECT_EQ(countedCalls("access"), 4U) << "a file that the program opens by its real path does not count";
     host::clearFaults();
     EXPECT_EQ(usleep(0), 0);
     EXPECT_EQ(countedCalls("usleep"), 1U);
 }
 
-TEST(Faults, AreSetByText) {
+TEST(Faults, TextSetsFaults) {
     const PrivateTv tv{"data"};
     EXPECT_EQ(injectFaults("access:2:EACCES,write:1+:short=1,usleep:1:4"), "");
     EXPECT_EQ(access("/data/", F_OK), 0);
@@ -91,7 +91,7 @@ TEST(Faults, AreSetByText) {
     EXPECT_EQ(injectFaults("access:2:delay=22000"), "");
     EXPECT_EQ(access("/data/", F_OK), 0);
     EXPECT_EQ(clock.now(), std::chrono::seconds(0));
-    EXPECT_EQ(access("/data/", F_OK), 0) << "it works, but late";
+    EXPECT_EQ(access("/data/", F_OK), 0) << "the delayed call works";
     EXPECT_EQ(clock.now(), std::chrono::seconds(22));
     EXPECT_EQ(injectFaults("access:1:dies"), "");
     EXPECT_EXIT(access("/data/", F_OK), testing::KilledBySignal(SIGKILL), "");
@@ -106,7 +106,7 @@ TEST(Faults, AreSetByText) {
     }
 }
 
-/** Starts this very program, which has all that host_kernel does at a start. */
+/** Starts this test program again, so that host_kernel's start-up code runs with `variable`. */
 int startWith(const std::string& variable, std::string& err) {
     RunningProgram program({"/proc/self/exe", "--gtest_list_tests"}, {variable});
     const int status = program.wait();
@@ -114,7 +114,7 @@ int startWith(const std::string& variable, std::string& err) {
     return status;
 }
 
-TEST(Start, RefusesWhatItCannotDo) {
+TEST(Start, InvalidVariablesAreRefused) {
     std::string err;
     for (const char* wrong :
          {"HIDLAUDIO_CLOCK=0", "HIDLAUDIO_CLOCK=-1", "HIDLAUDIO_CLOCK=50x", "HIDLAUDIO_CLOCK=1000001",

@@ -9,8 +9,8 @@ namespace {
 
 using host::TvPath;
 
-TEST(Paths, OnlyTheTvsOwnLieBelowTheRoot) {
-    // A root under /data: its own files must not be looked for below it a second time.
+TEST(Paths, OnlyPathsOfTvAreMappedBelowRoot) {
+    // The root is below /data: paths that already are below the root must not be mapped again.
     host::setTvRoot("/data/some where/tv");
     const std::string root = host::tvRoot();
     for (const char* path : {"/data/vendor/tmp/dtv_svc_is_ready", "/dev/tovi_bectrl", "/data/",
@@ -20,7 +20,7 @@ TEST(Paths, OnlyTheTvsOwnLieBelowTheRoot) {
     for (const char* path :
          {"/data", "/database/x", "data/x", "./data/x", "/dev/tovi_bectrl2", "/dev/tovi", "/proc/driver/x",
           "", "/proc/self/stat", "/tmp/data/x", "/data/some where/tv/soc/config/key"}) {
-        EXPECT_EQ(TvPath(path).real(), path) << "must be the very same pointer";
+        EXPECT_EQ(TvPath(path).real(), path) << "must be the same pointer";
     }
     EXPECT_EQ(TvPath(nullptr).real(), nullptr);
 }

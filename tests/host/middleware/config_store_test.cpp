@@ -35,7 +35,7 @@ class ConfigStore : public testing::Test {
     int32_t value_ = 0;
 };
 
-TEST_F(ConfigStore, FailsOnAFileThatHoldsNoNumber) {
+TEST_F(ConfigStore, ReadFailsIfFileHoldsNoNumber) {
     std::filesystem::create_directory(tv_ / "soc/config/folder");
     for (const char* text : {"", "\n", "five", "5 6", "0x5", "5.0", "2147483648", "- 5", "+5"}) {
         makeFile(tv_ / "soc/config/bad", text);
@@ -52,7 +52,7 @@ TEST_F(ConfigStore, FailsOnAFileThatHoldsNoNumber) {
     }
 }
 
-TEST_F(ConfigStore, RefusesAWrongRequest) {
+TEST_F(ConfigStore, InvalidRequestsAreRefused) {
     makeFile(tv_ / "soc/key", "5\n");
     const std::string longName(129, 'k');
     for (const char* key : {"../key", "", ".", "..", "a/b", ".hidden", "a b", "a\n", longName.c_str()}) {
@@ -64,7 +64,7 @@ TEST_F(ConfigStore, RefusesAWrongRequest) {
     EXPECT_NE(a_mtktvapi_config_get_value(0, kKey, &value_), 0);
     EXPECT_NE(a_mtktvapi_config_set_value(0, kKey, 1, 7), 0);
 
-    // The mode must be that of the key; a key without one is not the daemon's to write.
+    // Each key has its own mode. A key without a mode must not be written.
     for (const auto& [key, mode, right] : {std::tuple(kKey, 7, true),
                                            {kKey, 4, false},
                                            {"g_audio__arc_dd_plus_capab", 4, true},
@@ -75,7 +75,7 @@ TEST_F(ConfigStore, RefusesAWrongRequest) {
     }
 }
 
-TEST_F(ConfigStore, LosesNothingWhereItCannotWrite) {
+TEST_F(ConfigStore, FailedWriteLosesNothing) {
     std::filesystem::create_directories(tv_ / "soc/config/" + kKey + "/inside");
     EXPECT_NE(set(kKey, 1, 7), 0);
     EXPECT_TRUE(std::filesystem::exists(tv_ / "soc/config/" + kKey + "/inside"));
@@ -87,7 +87,7 @@ TEST_F(ConfigStore, LosesNothingWhereItCannotWrite) {
     EXPECT_NE(set(kKey, 1, 7), 0);
 }
 
-TEST_F(ConfigStore, IsNotReachedByTheProgramsFaults) {
+TEST_F(ConfigStore, FaultsOfProgramDoNotReachMiddleware) {
     std::vector<std::unique_ptr<host::ScopedFault>> faults;
     for (const std::string& call : host::faultableCalls()) {
         faults.push_back(std::make_unique<host::ScopedFault>(host::Fault{call, 1, EIO, true}));

@@ -20,7 +20,7 @@ class Audio : public testing::Test {
     host::LogCapture log_;
 };
 
-TEST_F(Audio, TellsWhetherThePostProcessorIsReady) {
+TEST_F(Audio, ReturnsReadinessOfPostProcessor) {
     uint32_t answer = 7;
     const MTAUDPOST_Request request{0x42, 1, &answer, {}};
     makeFile(tv_ / "soc/audio_post/ready", "4294967295\n");
@@ -34,7 +34,7 @@ TEST_F(Audio, TellsWhetherThePostProcessorIsReady) {
     EXPECT_EQ(answer, 7U);
     makeFile(tv_ / "soc/faults/MTAUDPOST_GetParameters", "-4 1\n");
     EXPECT_EQ(MTAUDPOST_GetParameters(request), -4);
-    EXPECT_NE(answer, 0U) << "garbage, which must not be taken for an answer";
+    EXPECT_NE(answer, 0U) << "the output is garbage";
     EXPECT_EQ(MTAUDPOST_GetParameters(request), 0);
     EXPECT_EQ(answer, 4294967295U);
 }
@@ -66,7 +66,7 @@ class CustomSpec : public testing::Test {
     host::LogCapture log_;
 };
 
-TEST_F(CustomSpec, RefusesADamagedRecord) {
+TEST_F(CustomSpec, DamagedRecordsAreRefused) {
     Record dirtyTail = recordOf(32, "\x01"), dirtyPayload = dirtyTail;
     dirtyTail[263] = 1;
     dirtyPayload[5] = 1;
@@ -84,12 +84,12 @@ TEST_F(CustomSpec, RefusesADamagedRecord) {
     EXPECT_EQ(logged(), "(none)");
 }
 
-TEST(Eeprom, IsAddressedByByte) {
+TEST(Eeprom, ReadsBytesAtAddress) {
     const PrivateTv tv{"soc/faults"};
     host::LogCapture log;
     const std::string image = tv / "soc/eeprom.bin";
     makeFile(image, "\xff");
-    std::filesystem::resize_file(image, 0x10116);  // the most of it is a hole
+    std::filesystem::resize_file(image, 0x10116);  // sparse file
     std::ofstream(image, std::ios::app) << "ab";
     MTEEPROM_Property property;
     ASSERT_EQ(MTAL_Init() + MTEEPROM_GetProperty(&property) + MTEEPROM_Init(), 0);

@@ -29,7 +29,7 @@ class MiddlewareFaults : public testing::Test {
     host::LogCapture log_;
 };
 
-TEST_F(MiddlewareFaults, AreReturnedAsOftenAsSet) {
+TEST_F(MiddlewareFaults, FaultIsReturnedAsOftenAsSet) {
     const std::string file = fileOf("DRV_Init");
     makeFile(file, "-17 2\n");
     EXPECT_EQ(DRV_Init(), -17);
@@ -42,31 +42,31 @@ TEST_F(MiddlewareFaults, AreReturnedAsOftenAsSet) {
     EXPECT_THAT(log_.lines(), testing::IsEmpty());
 }
 
-TEST_F(MiddlewareFaults, LeaveTheStoreAloneAndGarbageInTheDestination) {
+TEST_F(MiddlewareFaults, FaultKeepsStoreAndWritesGarbageToOutput) {
     makeFile(fileOf("a_mtktvapi_config_get_value"), "-1 1\n");
     makeFile(fileOf("a_mtktvapi_config_set_value"), "0 1\n");
     int32_t value = -1;
     EXPECT_EQ(a_mtktvapi_config_get_value(-1, kKey, &value), -1);
     EXPECT_NE(value, -1);
     EXPECT_NE(value, 5);
-    // A status of 0 says that it worked, which it has not.
+    // An injected status of 0 reports success, but nothing is written.
     EXPECT_EQ(a_mtktvapi_config_set_value(-1, kKey, 6, 7), 0);
     EXPECT_EQ(contentOf(tv_ / "soc/config/key"), "5\n");
 }
 
-TEST_F(MiddlewareFaults, FailWhereTheFileIsDamaged) {
+TEST_F(MiddlewareFaults, DamagedFaultFileFailsCall) {
     for (const char* text : {"", "x", "1 0", "1 -1", "1 x", "1 2 -1", "1 2 3 4", "5000000000",
                              "delay=", "delay=-1", "delay=1 0", "dies 0"}) {
         makeFile(fileOf("DRV_Init"), text);
         EXPECT_NE(DRV_Init(), 0) << text;
-        EXPECT_EQ(contentOf(fileOf("DRV_Init")), text) << "it is left for the person to see";
+        EXPECT_EQ(contentOf(fileOf("DRV_Init")), text) << "the damaged file is kept";
         const auto lines = log_.take();
         ASSERT_EQ(lines.size(), 1U) << text;
         EXPECT_THAT(lines[0].text, testing::HasSubstr(fileOf("DRV_Init")));
     }
 }
 
-TEST_F(MiddlewareFaults, LetCallsPassAndDelayThem) {
+TEST_F(MiddlewareFaults, FaultLetsCallsPassAndDelaysThem) {
     makeFile(fileOf("DRV_Init"), "-1 2 2\n");
     std::vector<int32_t> statuses;
     for (int i = 0; i < 5; ++i) statuses.push_back(DRV_Init());
@@ -77,13 +77,13 @@ TEST_F(MiddlewareFaults, LetCallsPassAndDelayThem) {
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(MTAL_Init(), 0);
     EXPECT_EQ(contentOf(fileOf("MTAL_Init")), "delay=20000 1\n");
-    EXPECT_EQ(MTAL_Init(), 0) << "it works, but late";
+    EXPECT_EQ(MTAL_Init(), 0) << "the delayed call works";
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(20));
     EXPECT_EQ(contentOf(fileOf("MTAL_Init")), "(none)");
     unsetenv("HIDLAUDIO_CLOCK");
 }
 
-TEST_F(MiddlewareFaults, AreCountedOnceEach) {
+TEST_F(MiddlewareFaults, ConcurrentCallsConsumeFaultOnceEach) {
     makeFile(fileOf("DRV_Init"), "-1 100\n");
     std::atomic<int> failed{0};
     std::vector<std::thread> threads;

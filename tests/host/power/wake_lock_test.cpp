@@ -11,7 +11,7 @@
 namespace hidlaudio::test {
 namespace {
 
-TEST(WakeLock, IsHeldOnceByName) {
+TEST(WakeLock, AcquiringTwiceHoldsLockOnce) {
     const PrivateTv tv{"power"};
     const std::string file = tv / "power/wake_lock";
     const auto acquire = [](const char* id) { return acquire_wake_lock(PARTIAL_WAKE_LOCK, id); };
@@ -34,7 +34,7 @@ TEST(WakeLock, IsHeldOnceByName) {
     EXPECT_EQ(release_wake_lock("x"), -ENOENT);
 }
 
-TEST(WakeLock, KeepsThoseOfEveryThread) {
+TEST(WakeLock, ConcurrentChangesAreAllKept) {
     const PrivateTv tv{"power"};
     std::vector<std::thread> threads;
     threads.reserve(4);
