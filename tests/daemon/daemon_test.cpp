@@ -36,7 +36,7 @@ constexpr char kMainCalled[] = "D HidlAudio: ########## HIDL server side: main()
 constexpr char kNoHal[] = "E hidlaudio: load audio interface failed";
 constexpr char kOpened[] = "D hidlaudio: OutputExternal mtal open success";
 
-/** What the daemon itself logged, without time and thread: "D HidlAudio: text". */
+/** Returns the messages with tag "HidlAudio" or "hidlaudio", without time and thread: "D HidlAudio: text". */
 std::vector<std::string> logOf(const RunningProgram& daemon) {
     std::istringstream log(daemon.err());
     std::vector<std::string> lines;
@@ -79,7 +79,7 @@ class Daemon : public testing::Test {
   protected:
     void switchTvOn() { makeFile(tv_ / "data/vendor/tmp/dtv_svc_is_ready"); }
 
-    /** Makes the TV's manifest. */
+    /** Writes the TV's manifest. */
     void declare(const std::vector<std::string>& interfaces) const {
         std::string manifest;
         for (const std::string& interface : interfaces) manifest += interface + "/default\n";
@@ -95,7 +95,7 @@ class Daemon : public testing::Test {
     PrivateTv tv_{"data/vendor/tmp", "data/vendor/tovi/hidlaudio", "soc/config", "soc/faults"};
 };
 
-TEST_F(Daemon, KeepsASettingThroughAKill) {
+TEST_F(Daemon, SettingSurvivesKill) {
     switchTvOn();
     {
         const RunningProgram daemon({DAEMON});
@@ -114,7 +114,7 @@ TEST_F(Daemon, KeepsASettingThroughAKill) {
     EXPECT_FALSE(awaitService<IOutputExternal>()->getForceEncodingEnabled());
 }
 
-TEST_F(Daemon, KeepsTheCalibrationThroughAKill) {
+TEST_F(Daemon, CalibrationSurvivesKill) {
     switchTvOn();
     makeFile(tv_ / "soc/eeprom.bin", std::string(0x1001B, '\0'));
     makeFile(tv_ / "soc/audio_post/ready", "1\n");
@@ -125,7 +125,7 @@ TEST_F(Daemon, KeepsTheCalibrationThroughAKill) {
     awaitService<IDevicesFactory>();
     {
         const RunningProgram daemon({DAEMON});
-        // A client of the first version reaches the same object.
+        // A client of the oldest interface version reaches the same object.
         const auto service = awaitService<V3_0::IAcousticCalibration>();
         EXPECT_EQ(service->setCalibratedData({{"FL", {}, 2.35F, 0}}), 0);
         EXPECT_EQ(contentOf(offset), "0\n");
@@ -139,7 +139,7 @@ TEST_F(Daemon, KeepsTheCalibrationThroughAKill) {
     EXPECT_EQ(contentOf(tv_ / "hal/parameters/ac_offset"), "14.350000\n");
 }
 
-TEST_F(Daemon, OutlivesTheHal) {
+TEST_F(Daemon, SurvivesDeathOfHal) {
     switchTvOn();
     makeFile(tv_ / "soc/eeprom.bin", std::string(0x1001B, '\0'));
     makeFile(tv_ / "soc/audio_post/ready", "1\n");
@@ -155,7 +155,7 @@ TEST_F(Daemon, OutlivesTheHal) {
     EXPECT_EQ(mic->getMicGain(kMicrophone), 0.0F);
     EXPECT_EQ(mic->setMicGain(kMicrophone, 0.5F), -1);
     EXPECT_THAT(daemon.err(), HasSubstr("E MicControl: setParameters failed"));
-    EXPECT_EQ(mic->getMicGain(kMicrophone), 0.0F) << "once more";
+    EXPECT_EQ(mic->getMicGain(kMicrophone), 0.0F) << "a second call fails, too";
     EXPECT_EQ(awaitService<V6_1::IOutputSpeaker>()->setTvPosition(1), 0);
     EXPECT_EQ(contentOf(tv_ / "soc/config/g_audio__tv_position"), "1\n");
     EXPECT_EQ(awaitService<V5_1::IAcousticCalibration>()->setEnabled(false), 0);
@@ -164,7 +164,7 @@ TEST_F(Daemon, OutlivesTheHal) {
 constexpr char kWaitsForHal[] =
     "W HidlServiceManagement: Waited one second for android.hardware.audio@5.0::IDevicesFactory/default";
 
-TEST_F(Daemon, ServesOneCallAtATimeIfTheHalComesLate) {
+TEST_F(Daemon, ServesOneCallAtATimeIfHalStartsLate) {
     switchTvOn();
     declareAllAndHal();
     makeFile(tv_ / "hal/parameters/builtin_mic_gain");
@@ -177,13 +177,13 @@ TEST_F(Daemon, ServesOneCallAtATimeIfTheHalComesLate) {
     auto blocked = std::async(std::launch::async, [&] { return mic->setMicGain(kMicrophone, 0.5F) == 0; });
     EXPECT_TRUE(hasLogged(daemon, "[setMicGain] start"));
     auto other = std::async(std::launch::async, [&] { return bool{external->getForceEncodingEnabled()}; });
-    EXPECT_EQ(other.wait_for(200ms), std::future_status::timeout) << "served by another thread meanwhile";
+    EXPECT_EQ(other.wait_for(200ms), std::future_status::timeout) << "the call was served by another thread";
     kill(hal.pid(), SIGCONT);
     EXPECT_TRUE(blocked.get());
     EXPECT_TRUE(other.get());
 }
 
-TEST_F(Daemon, RegistersNothingWhileItWaitsForADeclaredHal) {
+TEST_F(Daemon, RegistersNothingWhileWaitingForDeclaredHal) {
     switchTvOn();
     declareAllAndHal();
     RunningProgram daemon({DAEMON});
@@ -193,10 +193,10 @@ TEST_F(Daemon, RegistersNothingWhileItWaitsForADeclaredHal) {
     EXPECT_EQ(daemon.wait(), 128 + SIGTERM);
 }
 
-TEST_F(Daemon, ServesEverythingElseIfTheHalIsUndeclared) {
+TEST_F(Daemon, ServesOtherRequestsIfHalIsUndeclared) {
     switchTvOn();
     declare(kServices);
-    EXPECT_EQ(RunningProgram({AUDIO_HAL}).wait(), 1) << "it cannot be registered";
+    EXPECT_EQ(RunningProgram({AUDIO_HAL}).wait(), 1) << "the HAL cannot be registered";
     const RunningProgram daemon({DAEMON});
     EXPECT_EQ(awaitService<V6_1::IMicControl>()->setMicGain(kMicrophone, 0.5F), -1);
     EXPECT_TRUE(awaitService<IOutputExternal>()->getForceEncodingEnabled());
@@ -205,7 +205,7 @@ TEST_F(Daemon, ServesEverythingElseIfTheHalIsUndeclared) {
     EXPECT_TRUE(hasLogged(daemon, "E AudioOutSp: load audio interface failed"));
 }
 
-TEST_F(Daemon, ServesOnlyOnceTheTvIsReady) {
+TEST_F(Daemon, RegistersOnlyAfterTvIsReady) {
     const RunningProgram daemon({DAEMON});
     EXPECT_TRUE(hasLogged(daemon, "waiting dtv_svc>>>>> count:3"));
     EXPECT_EQ(IOutputEncodingStatusListener::getService(), nullptr);
@@ -213,7 +213,7 @@ TEST_F(Daemon, ServesOnlyOnceTheTvIsReady) {
     EXPECT_TRUE(awaitService<IOutputExternal>()->getForceEncodingEnabled());
 }
 
-TEST_F(Daemon, ServesATvThatNeverGetsReady) {
+TEST_F(Daemon, RegistersAfterTimeoutIfTvNeverGetsReady) {
     const RunningProgram daemon({DAEMON}, {"HIDLAUDIO_CLOCK=10000"});
     EXPECT_TRUE(awaitService<IOutputExternal>()->getForceEncodingEnabled());
     const std::vector<std::string> log = logOf(daemon);
@@ -224,7 +224,7 @@ TEST_F(Daemon, ServesATvThatNeverGetsReady) {
     EXPECT_EQ(log[2002], kOpened);
 }
 
-TEST_F(Daemon, EndsWhereItCannotRegister) {
+TEST_F(Daemon, ExitsIfRegistrationFails) {
     switchTvOn();
     const auto lastLine = [] {
         RunningProgram daemon({DAEMON});
@@ -245,7 +245,7 @@ TEST_F(Daemon, EndsWhereItCannotRegister) {
     EXPECT_EQ(lastLine(),
               "E HidlAudio: ########## HIDL OutputExternal server side: registerAsService() is failed:");
     EXPECT_THAT(contentOf(package + "IOutputEncodingStatusListener~default"), HasSubstr("pid "))
-        << "what was registered before stays";
+        << "services registered before stay registered";
 }
 
 }  // namespace

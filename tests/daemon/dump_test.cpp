@@ -39,7 +39,7 @@ constexpr const char* kServices[] = {"3.1::IHdmiAudio",
                                      "5.1::IHeadphoneVirtualizer",
                                      "6.1::IMicControl"};
 
-/** Both ends of a pipe or of a socket pair; the second is written to. */
+/** Both ends of a pipe or socket pair; the second end is written to. */
 struct Ends {
     int ends[2] = {-1, -1};
     ~Ends() {
@@ -52,17 +52,17 @@ struct Ends {
 
 class DumpTest : public testing::Test {
   protected:
-    DumpTest() { awaitService<V6_1::IMicControl>(); }  // the last one registered
+    DumpTest() { awaitService<V6_1::IMicControl>(); }  // registered last
 
     static sp<IBase> service(const std::string& name) {
         return android::hardware::defaultServiceManager()->get("com.tovi.dtv.hardware.audio@" + name,
                                                                "default");
     }
 
-    /** A call that must return at once; false where the daemon did not serve it. */
+    /** Calls debug(). Returns false if the call failed. Ends the test if the call blocks for 60 s. */
     static bool debug(const sp<IBase>& object, const std::vector<int>& fds,
                       const hidl_vec<hidl_string>& options = {}) {
-        alarm(60);  // ends a test that would wait for ever
+        alarm(60);
         native_handle_t* const native = native_handle_create(static_cast<int>(fds.size()), 0);
         std::copy(fds.begin(), fds.end(), native->data);
         const bool done = object->debug(hidl_handle(native), options).isOk();
@@ -71,7 +71,8 @@ class DumpTest : public testing::Test {
         return done;
     }
 
-    static std::string tell(const sp<IBase>& object, const hidl_vec<hidl_string>& options = {}) {
+    /** Calls debug() and returns the text that the service wrote. */
+    static std::string dumpOf(const sp<IBase>& object, const hidl_vec<hidl_string>& options = {}) {
         Ends pipes;
         EXPECT_EQ(pipe(pipes.ends), 0);
         EXPECT_TRUE(debug(object, {pipes.ends[1]}, options));
@@ -84,10 +85,10 @@ class DumpTest : public testing::Test {
     }
 
     static json state(const std::string& name) {
-        return json::parse(tell(service(name), {"--json"}), nullptr, false);
+        return json::parse(dumpOf(service(name), {"--json"}), nullptr, false);
     }
 
-    /** All files of the TV but those of the registry, which may not be complete yet. */
+    /** Returns the content of all files of the TV except run/, where the registry may not be complete yet. */
     std::map<std::string, std::string> files() const {
         std::map<std::string, std::string> contents;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(tv_.path()))
@@ -100,19 +101,19 @@ class DumpTest : public testing::Test {
     const RunningProgram daemon_{{DAEMON}};
 };
 
-TEST_F(DumpTest, EachServiceTellsItsStateAndKeepsIt) {
+TEST_F(DumpTest, EachServiceWritesItsStateAndDoesNotChangeIt) {
     const auto before = files();
     const size_t logged = daemon_.err().size();
     for (const char* name : kServices) {
         const std::string bareName = strchr(name, 'I') + 1;
-        const json told = state(name);
-        ASSERT_TRUE(told.is_object()) << name;
-        EXPECT_EQ(told["service"], bareName);
-        EXPECT_EQ(told["version"], VERSION);
-        EXPECT_GE(told.size(), 3U) << told;
-        EXPECT_THAT(tell(service(name)), testing::StartsWith(bareName + " (hidlaudio " VERSION ")\n  "));
-        EXPECT_THAT(tell(service(name), {"--json", "--help"}), HasSubstr("  --json  "));
-        EXPECT_EQ(state(name), told);
+        const json dumped = state(name);
+        ASSERT_TRUE(dumped.is_object()) << name;
+        EXPECT_EQ(dumped["service"], bareName);
+        EXPECT_EQ(dumped["version"], VERSION);
+        EXPECT_GE(dumped.size(), 3U) << dumped;
+        EXPECT_THAT(dumpOf(service(name)), testing::StartsWith(bareName + " (hidlaudio " VERSION ")\n  "));
+        EXPECT_THAT(dumpOf(service(name), {"--json", "--help"}), HasSubstr("  --json  "));
+        EXPECT_EQ(state(name), dumped);
     }
     EXPECT_EQ(files(), before);
     EXPECT_EQ(daemon_.err().size(), logged) << daemon_.err();
@@ -128,14 +129,14 @@ struct ApplyCallback : V5_0::IHeadphoneVirtualizerCallback {
     android::hardware::Return<void> onApplyResult(int32_t) override { return android::hardware::Void(); }
 };
 
-TEST_F(DumpTest, FollowsTheSettings) {
+TEST_F(DumpTest, StateFollowsSettings) {
     std::filesystem::create_directories(tv_ / "soc/config");
     const auto external = [] { return state("3.1::IOutputExternal")["persisted"]["bitstream_output_mode"]; };
     EXPECT_EQ(external(), nullptr);
     EXPECT_EQ(awaitService<V3_1::IOutputExternal>()->setForceEncodingEnabled(false), 0);
     EXPECT_EQ(external(), 2);
     makeFile(tv_ / "data/vendor/tovi/hidlaudio/bitstream_output_mode.data", "\1");
-    EXPECT_EQ(external(), 1) << "as the next start reads a short file";
+    EXPECT_EQ(external(), 1) << "the next start reads a short file in the same way";
 
     const auto callbacks = [] { return state("3.1::IHdmiAudio")["clients"]["callbacks"]; };
     EXPECT_EQ(callbacks(), 0);
@@ -152,10 +153,10 @@ TEST_F(DumpTest, FollowsTheSettings) {
     EXPECT_EQ(calibration()["persisted"]["enabled"], 1);
     EXPECT_EQ(calibration()["persisted"]["results_channels"], 2);
     EXPECT_EQ(calibration()["smooth_delay"], json({{"enabled", true}, {"channels", 2}}));
-    EXPECT_EQ(tell(room).find("secr"), std::string::npos);
+    EXPECT_EQ(dumpOf(room).find("secr"), std::string::npos);
 }
 
-TEST_F(DumpTest, TellsHowAnUploadStands) {
+TEST_F(DumpTest, StateShowsProgressOfUpload) {
     tv_.behave("hang\n");
     const auto virtualizer = awaitService<V5_1::IHeadphoneVirtualizer>();
     const auto hrtf = [] { return state("5.1::IHeadphoneVirtualizer")["hrtf_buffer"]; };
@@ -165,7 +166,7 @@ TEST_F(DumpTest, TellsHowAnUploadStands) {
     EXPECT_EQ(hrtf()["upload"], "none");
     EXPECT_EQ(virtualizer->append(handle, {7}), 0);
     EXPECT_EQ(virtualizer->apply(handle, new ApplyCallback), 0);
-    // The controller has the data only some time after the upload is told to be on its way.
+    // The driver reports the transfer some time after apply() has returned.
     EXPECT_TRUE(becomesTrue([&] { return contentOf(tv_.stateFile(host::UploadKind::Hrtf))[0] == 1; }));
     EXPECT_EQ(hrtf()["upload"], "transferring");
     const int32_t other = virtualizer->allocateParameterBuffer(V5_0::ParamType::DEVICE, 0);
@@ -176,14 +177,14 @@ TEST_F(DumpTest, TellsHowAnUploadStands) {
     EXPECT_EQ(hrtf()["allocated"], false);
 }
 
-TEST_F(DumpTest, ExplainsItsOptions) {
+TEST_F(DumpTest, UnknownOptionPrintsHelp) {
     const hidl_string odd(std::string("--\"\\\x1b\0\xff", 7));
-    EXPECT_THAT(tell(service(kServices[0]), {"--json", odd}),
+    EXPECT_THAT(dumpOf(service(kServices[0]), {"--json", odd}),
                 HasSubstr("Unknown option \"--\\\"\\\\\\u001b\\u0000\\ufffd\"\nOptions:\n  --json  "));
-    EXPECT_LT(tell(service(kServices[0]), {std::string(100000, 'x')}).size(), 400U);
+    EXPECT_LT(dumpOf(service(kServices[0]), {std::string(100000, 'x')}).size(), 400U);
 }
 
-/** Fills a descriptor that blocks, with its flags as they were in the end. */
+/** Fills a pipe or socket until a write would block. Restores the descriptor's flags. */
 void fill(int fd) {
     const int flags = fcntl(fd, F_GETFL);
     fcntl(fd, F_SETFL, flags | O_NONBLOCK);
@@ -193,7 +194,7 @@ void fill(int fd) {
     fcntl(fd, F_SETFL, flags);
 }
 
-TEST_F(DumpTest, WaitsForNobodyWhoReads) {
+TEST_F(DumpTest, NeverWaitsForReader) {
     Ends full, readerless, sockets, closedSocket, dead;
     ASSERT_EQ(pipe(full.ends) + pipe(readerless.ends) + pipe(dead.ends), 0);
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, sockets.ends), 0);
@@ -207,17 +208,18 @@ TEST_F(DumpTest, WaitsForNobodyWhoReads) {
     for (const char* name : kServices) {
         const sp<IBase> object = service(name);
         for (const int fd : {full.ends[1], sockets.ends[1], readerless.ends[1], closedSocket.ends[1],
-                             full.ends[0] /* only read */, file.ends[0]})
+                             full.ends[0] /* read end */, file.ends[0]})
             EXPECT_TRUE(debug(object, {fd})) << name << fd;
         EXPECT_TRUE(debug(object, {})) << name;
         EXPECT_TRUE(object->debug(hidl_handle(), {}).isOk()) << name;
     }
     EXPECT_EQ(fcntl(full.ends[1], F_GETFL), flags);
     const bool isMemory = fcntl(file.ends[0], F_GET_SEALS) >= 0;  // if the folder is on a tmpfs
-    EXPECT_EQ(contentOf(tv_ / "tv.txt").empty(), !isMemory) << "an app may serve any other file";
+    EXPECT_EQ(contentOf(tv_ / "tv.txt").empty(), !isMemory)
+        << "an app could serve any other file and block the daemon";
     EXPECT_THAT(daemon_.err(), HasSubstr("the state cannot be written whole: Broken pipe"));
 
-    // A socket and memory are as good as a pipe, and of several descriptors only the first is used.
+    // Sockets and memory files work like pipes. Of several descriptors only the first is used.
     Ends good, second;
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, good.ends) + pipe(second.ends), 0);
     const Ends memory{{memfd_create("state", MFD_CLOEXEC), -1}};
@@ -226,7 +228,7 @@ TEST_F(DumpTest, WaitsForNobodyWhoReads) {
     second.closeEnd(second.ends[1]);
     char text[8192] = {};
     const ssize_t size = recv(good.ends[0], text, sizeof(text), MSG_DONTWAIT);
-    EXPECT_EQ(std::string(text), tell(object));
+    EXPECT_EQ(std::string(text), dumpOf(object));
     EXPECT_EQ(read(second.ends[0], text, sizeof(text)), 0);
     EXPECT_EQ(lseek(memory.ends[0], 0, SEEK_CUR), size);
 }

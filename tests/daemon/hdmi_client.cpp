@@ -17,7 +17,7 @@ using android::hardware::Void;
 using com::tovi::dtv::hardware::audio::V1_1::IHdmiAudioCallback;
 using com::tovi::dtv::hardware::audio::V3_1::IHdmiAudio;
 
-/** Writes the line at once: the main thread and a callback's thread may write at the same time. */
+/** Writes a line with one write(2): the main thread and a callback's thread may print at the same time. */
 void print(const std::string& line) {
     const std::string text = line + "\n";
     [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
@@ -27,7 +27,7 @@ struct Silent : IHdmiAudioCallback {
     Return<void> onCapabilityChanged(const hidl_vec<hidl_string>&) override { return Void(); }
 };
 
-/** Prints what it is told. */
+/** Prints the names that it receives. */
 struct Printer : IHdmiAudioCallback {
     Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
         std::string line;
@@ -37,7 +37,7 @@ struct Printer : IHdmiAudioCallback {
     }
 };
 
-/** Stops its process before it returns: whoever goes on with it decides how long that takes. */
+/** Prints the names, then stops its process. The callback returns after the test has sent SIGCONT. */
 struct Stopper : Printer {
     Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
         Printer::onCapabilityChanged(names).isOk();
@@ -48,8 +48,10 @@ struct Stopper : Printer {
 
 }  // namespace
 
-/** Registers callbacks: "print", "twice" or "stop", or as many silent ones as the number says. Prints "ready"
- * and lives on. */
+/**
+ * Registers callbacks, prints "ready" and runs until it is killed. The argument is "print" (one Printer),
+ * "twice" (the same Printer twice), "stop" (a Stopper), or the number of Silent callbacks before one Printer.
+ */
 int main(int, char** argv) {
     const sp<IHdmiAudio> service = IHdmiAudio::getService();
     if (service == nullptr) return 1;

@@ -39,8 +39,8 @@ class Client : public RunningProgram {
 
     bool ready() const { return out().find("ready\n") != std::string::npos; }
 
-    /** What its callbacks printed. */
-    Names told() const {
+    /** Returns the lines that its callbacks printed. */
+    Names received() const {
         Names lines = linesOf(out());
         lines.erase(std::remove(lines.begin(), lines.end(), "ready"), lines.end());
         return lines;
@@ -51,7 +51,7 @@ class Client : public RunningProgram {
         wait();
     }
 
-    /** Whether it came to a stop in its callback. */
+    /** Waits until the process has stopped itself in its callback. Returns false after 30 s. */
     bool stops() const {
         siginfo_t state{};
         return becomesTrue([&] {
@@ -67,7 +67,7 @@ class Client : public RunningProgram {
     }
 };
 
-/** The daemon on a TV of the test's own. */
+/** Starts the daemon on a temporary TV. */
 class HdmiAudioClients : public testing::Test {
   protected:
     HdmiAudioClients() {
@@ -111,31 +111,31 @@ class HdmiAudioClients : public testing::Test {
     sp<IHdmiAudio> service_;
 };
 
-TEST_F(HdmiAudioClients, AreToldAsOftenAsTheyRegisteredUntilTheyDie) {
+TEST_F(HdmiAudioClients, CallbackIsCalledPerRegistrationUntilClientDies) {
     const auto twice = registered("twice");
     const auto once = registered("print");
     EXPECT_EQ(set({"ARC_DD_X", "ARC_DD_ATMOS"}), 0);
-    EXPECT_THAT(twice->told(), ElementsAre("ARC_DD_X ARC_DD_ATMOS", "ARC_DD_X ARC_DD_ATMOS"));
-    EXPECT_THAT(once->told(), ElementsAre("ARC_DD_X ARC_DD_ATMOS"));
+    EXPECT_THAT(twice->received(), ElementsAre("ARC_DD_X ARC_DD_ATMOS", "ARC_DD_X ARC_DD_ATMOS"));
+    EXPECT_THAT(once->received(), ElementsAre("ARC_DD_X ARC_DD_ATMOS"));
     twice->die();
     EXPECT_TRUE(logs(2, removal_));
     once->die();
     EXPECT_TRUE(logs(3, removal_));
     EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
-    EXPECT_EQ(count(event_), 1U) << "nobody is left";
+    EXPECT_EQ(count(event_), 1U) << "no callback is left";
     EXPECT_EQ(contentOf(tv_ / "soc/config/g_audio__arc_dd_plus_capab"), "1\n");
 }
 
-TEST_F(HdmiAudioClients, WaitForASlowOneBeforeThem) {
+TEST_F(HdmiAudioClients, CallbacksWaitForSlowClientBeforeThem) {
     const auto before = registered("print");
     const auto slow = registered("stop");
     const auto after = registered("print");
     auto setting = std::async(std::launch::async, [&] { return set({"ARC_DD_PLUS"}); });
     ASSERT_TRUE(slow->stops());
-    EXPECT_THAT(before->told(), ElementsAre("ARC_DD_PLUS"));
-    EXPECT_TRUE(after->told().empty()) << "it comes after the slow one";
+    EXPECT_THAT(before->received(), ElementsAre("ARC_DD_PLUS"));
+    EXPECT_TRUE(after->received().empty()) << "its callback is called after the slow one";
     EXPECT_EQ(count(finish_), 0U);
-    // Comes meanwhile, and is neither served before its turn nor lost.
+    // A request that arrives now is neither served early nor lost.
     auto next = std::async(std::launch::async, [&] { return set({"ARC_DD_NONE"}); });
     slow->goOn();
     EXPECT_EQ(setting.get(), 0);
@@ -143,28 +143,28 @@ TEST_F(HdmiAudioClients, WaitForASlowOneBeforeThem) {
     slow->goOn();
     EXPECT_EQ(next.get(), 0);
     for (const Client* client : {before.get(), slow.get(), after.get()}) {
-        EXPECT_THAT(client->told(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
+        EXPECT_THAT(client->received(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
     }
 }
 
-TEST_F(HdmiAudioClients, AreToldAlthoughOneBeforeThemDies) {
+TEST_F(HdmiAudioClients, CallbackIsCalledThoughEarlierClientDies) {
     const auto doomed = registered("stop");
     const auto unaware = registered("stop");
     const auto after = registered("print");
     auto setting = std::async(std::launch::async, [&] { return set({"ARC_DD_PLUS"}); });
     ASSERT_TRUE(doomed->stops());
-    unaware->die();  // its notice cannot be served before its callback is due
+    unaware->die();  // its death notice cannot be served before its callback is called
     doomed->die();
     EXPECT_EQ(setting.get(), 0);
-    EXPECT_THAT(after->told(), ElementsAre("ARC_DD_PLUS"));
+    EXPECT_THAT(after->received(), ElementsAre("ARC_DD_PLUS"));
     EXPECT_TRUE(logs(2, removal_));
     EXPECT_EQ(set({"ARC_DD_NONE"}), 0);
-    EXPECT_THAT(after->told(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
+    EXPECT_THAT(after->received(), ElementsAre("ARC_DD_PLUS", "ARC_DD_NONE"));
 }
 
-// Each callback is removed by a death notice of its own. If that took longer the more there are,
-// the daemon would serve nobody for minutes.
-TEST_F(HdmiAudioClients, RegisterThousandsOfCallbacksAndDie) {
+// Each callback has its own death notice. If the time of a removal grew with the number of callbacks, the
+// daemon would not serve other requests for minutes.
+TEST_F(HdmiAudioClients, ThousandsOfCallbacksAreRemovedQuickly) {
     constexpr size_t kCallbacks = 16000;
     const auto many = registered(std::to_string(kCallbacks).c_str());
     many->die();
@@ -174,14 +174,14 @@ TEST_F(HdmiAudioClients, RegisterThousandsOfCallbacksAndDie) {
     EXPECT_TRUE(becomesTrue([&] { return count(removal_) == kCallbacks + 1; }));
 }
 
-// A number goes along with each change: the service passes on whatever begins as a capability.
-TEST_F(HdmiAudioClients, ComeAndGoAtRandom) {
+// Each change contains its number: the service passes on every name that starts like a capability.
+TEST_F(HdmiAudioClients, RandomClientsReceiveEveryChange) {
     constexpr int kClients = 200;
     constexpr size_t kAtOnce = 12;
     const uint32_t seed = std::random_device()();
     SCOPED_TRACE(seed);
     std::minstd_rand random(seed);
-    // From a thread of its own, as below: each has its own way to the daemon.
+    // Called on another thread, as below: each calling thread has its own channel to the daemon.
     EXPECT_EQ(std::async(std::launch::async, [&] { return set({"ARC_DD_PLUS"}); }).get(), 0);
     const size_t before = descriptors();
     std::atomic<int> begun{0};
@@ -191,11 +191,11 @@ TEST_F(HdmiAudioClients, ComeAndGoAtRandom) {
     });
     struct Living {
         std::unique_ptr<Client> client;
-        int begunBefore;  // it must be told of all changes after this one; 0 where it was not yet registered
+        int begunBefore;  // it must receive all later changes; 0 if not yet registered
     };
     std::vector<Living> living;
     for (int i = 0; i < kClients; ++i) {
-        const bool mayRegister = random() % 4 != 0;  // others die on the way there
+        const bool mayRegister = random() % 4 != 0;  // other clients are killed before they have registered
         living.push_back({mayRegister ? registered("print") : std::make_unique<Client>("print"), 0});
         if (mayRegister) living.back().begunBefore = begun;
         if (living.size() <= kAtOnce) continue;
@@ -213,12 +213,12 @@ TEST_F(HdmiAudioClients, ComeAndGoAtRandom) {
     over = true;
     setter.join();
     for (const Living& survivor : living) {
-        const Names told = survivor.client->told();
-        ASSERT_FALSE(told.empty());
-        const int first = begun - static_cast<int>(told.size()) + 1;
+        const Names received = survivor.client->received();
+        ASSERT_FALSE(received.empty());
+        const int first = begun - static_cast<int>(received.size()) + 1;
         EXPECT_LE(first, survivor.begunBefore + 1);
-        for (size_t i = 0; i < told.size(); ++i) {
-            ASSERT_EQ(told[i], "ARC_DD_PLUS ARC_DD_#" + std::to_string(first + static_cast<int>(i)));
+        for (size_t i = 0; i < received.size(); ++i) {
+            ASSERT_EQ(received[i], "ARC_DD_PLUS ARC_DD_#" + std::to_string(first + static_cast<int>(i)));
         }
     }
     for (const Living& survivor : living) survivor.client->die();
@@ -226,7 +226,7 @@ TEST_F(HdmiAudioClients, ComeAndGoAtRandom) {
     const size_t events = count(event_);
     EXPECT_TRUE(becomesTrue([&] { return count(removal_) == count("D hdmiaudio: set callback"); }));
     EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
-    EXPECT_EQ(count(event_), events) << "nobody is left";
+    EXPECT_EQ(count(event_), events) << "no callback is left";
 }
 
 }  // namespace

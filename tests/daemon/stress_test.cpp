@@ -24,7 +24,7 @@ using testing::Not;
 
 constexpr size_t kClients = 5;
 
-/** Whether the program runs; otherwise `status` is how it ended. */
+/** Returns whether the program runs. If it has ended, `status` becomes its exit status. */
 bool runs(RunningProgram& program, int& status) {
     siginfo_t state{};
     waitid(P_PID, static_cast<id_t>(program.pid()), &state, WEXITED | WNOHANG | WNOWAIT);
@@ -34,9 +34,9 @@ bool runs(RunningProgram& program, int& status) {
 }
 
 /**
- * Clients call all services at random, from inside their callbacks too, and are killed, as is
- * the audio HAL, while uploads run. A service that is not safe against a second thread crashes
- * within a second or two, or is found by the thread sanitizer.
+ * Clients call all services at random, also from inside their callbacks. Clients and the audio HAL are killed
+ * while uploads run. A service that is not thread-safe crashes within one or two seconds, or is reported by
+ * the thread sanitizer.
  */
 TEST(Stress, ClientsCallFromInsideTheirCallbacksAndDie) {
     const uint32_t seed = std::random_device()();
@@ -75,7 +75,7 @@ TEST(Stress, ClientsCallFromInsideTheirCallbacksAndDie) {
         if (round % 5 == 2) hal = std::make_unique<RunningProgram>(std::vector<std::string>{AUDIO_HAL});
     }
     for (auto& client : clients) client.reset();
-    // The thread sanitizer adds a thread of its own with the first one that the daemon creates.
+    // The thread sanitizer starts its own thread when the daemon creates its first thread.
     const size_t rest = kThreadSanitizer ? threads + 1 : threads;
     EXPECT_TRUE(becomesTrue([&] { return countOf("task", daemon.pid()) <= rest; })) << "an upload hangs";
     EXPECT_TRUE(becomesTrue([&] { return countOf("fd", daemon.pid()) <= descriptors; }));

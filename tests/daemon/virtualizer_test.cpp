@@ -29,14 +29,14 @@ struct Callback : V5_0::IHeadphoneVirtualizerCallback {
     std::promise<int32_t> result;
 };
 
-/** Starts the upload of a byte; its handle, or 0. */
+/** Starts an upload of one byte. Returns its handle, or 0 if that failed. */
 int32_t startUpload(const sp<IHeadphoneVirtualizer>& service, const sp<Callback>& callback) {
     const int32_t handle = service->allocateParameterBuffer(V5_0::ParamType::HRTF, 1);
     const bool started = service->append(handle, {7}) == 0 && service->apply(handle, callback) == 0;
     return started ? handle : 0;
 }
 
-/** A client that starts an upload and dies in the middle of it; the upload's handle. */
+/** Starts an upload from a client process and kills the client. Returns the handle of the upload. */
 int32_t uploadAndDie() {
     int pipes[2];
     EXPECT_EQ(pipe(pipes), 0);
@@ -56,7 +56,7 @@ int32_t uploadAndDie() {
     return handle;
 }
 
-TEST(VirtualizerDaemon, FinishesTheUploadOfADeadClient) {
+TEST(VirtualizerDaemon, UploadOfDeadClientIsFinished) {
     const BackEndTv tv;
     tv.behave("hang\n");
     const RunningProgram daemon({DAEMON});
@@ -81,13 +81,13 @@ TEST(VirtualizerDaemon, FinishesTheUploadOfADeadClient) {
     EXPECT_EQ(tv.received(host::UploadKind::Hrtf), "\7");
 }
 
-/** The daemon's resident memory in bytes: "VmRSS" now, "VmHWM" at its height. */
+/** Returns the daemon's resident memory in bytes: current ("VmRSS:") or peak ("VmHWM:"). */
 size_t memoryOf(const RunningProgram& daemon, const std::string& field) {
     const std::string status = contentOf(procFolder(daemon.pid()) + "/status");
     return 1024 * std::stoul(status.substr(status.find(field) + field.size() + 1));
 }
 
-TEST(VirtualizerDaemon, HoldsOneCopyOfALargeUploadAndSleepsAfterIt) {
+TEST(VirtualizerDaemon, LargeUploadIsHeldOnceAndDaemonSleepsAfterwards) {
     constexpr size_t kMiB = 1048576;
     const BackEndTv tv;
     tv.behave("rate 2147483647\n");
@@ -118,7 +118,7 @@ TEST(VirtualizerDaemon, HoldsOneCopyOfALargeUploadAndSleepsAfterIt) {
         EXPECT_LT(memoryOf(daemon, "VmHWM:"), before + 66 * kMiB);
         EXPECT_TRUE(becomesTrue([&] { return memoryOf(daemon, "VmRSS:") < before + 2 * kMiB; }));
     }
-    if (kThreadSanitizer) return;  // has a thread that wakes up all the time
+    if (kThreadSanitizer) return;  // its own thread wakes up periodically
     EXPECT_TRUE(fallsAsleep(daemon.pid()));
 }
 

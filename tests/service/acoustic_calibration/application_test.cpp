@@ -9,7 +9,7 @@ namespace {
 
 using Application = Calibration;
 
-TEST_F(Application, RoundsTheClientsUnits) {
+TEST_F(Application, RoundsToTenthsOfDecibelAndSamples) {
     using V5_1::implementation::toSamples;
     using V5_1::implementation::toTenths;
     for (int tenths = -90; tenths <= 90; ++tenths) {
@@ -34,7 +34,7 @@ const hidl_vec<calibratedData> kExample{channel("FR", {9}, 9, 0.02F),
                                         channel("FL", {-1, -0.25F, 0.25F, 9, -9}, 2.35F, 10),
                                         channel("C", {5}, 5, 5)};
 
-TEST_F(Application, GivesTheControllerABlock) {
+TEST_F(Application, SendsBlockToController) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IAcousticCalibration> service = started();
@@ -52,10 +52,11 @@ TEST_F(Application, GivesTheControllerABlock) {
         EXPECT_THAT(hal->device->take(), ElementsAre("ac_offset=-3.000000"));
         EXPECT_EQ(apply({channel("FL", {1}, 1, 1), channel("FL", {}, 2, 2)}),
                   repeat("80", 31) + "9460000000\n")
-            << "the last of a name counts";
-        EXPECT_THAT(hal->device->take(), ElementsAre("ac_offset=1.000000")) << "here the first";
+            << "if channels share a name, the last one wins";
+        EXPECT_THAT(hal->device->take(), ElementsAre("ac_offset=1.000000"))
+            << "for the HAL, the first one wins";
         EXPECT_EQ(apply({channel("FR", {9}, 9, 10), channel("FLx", {9}, 9, 9)}), kFlatBands + "0000e001\n")
-            << "no front left, no change of the sound";
+            << "without the channel FL, the equalizer stays flat";
         hidl_vec<calibratedData> ten(10);
         ten[9] = channel("FL", {9}, 9, 9);
         for (size_t i = 0; i < 9; ++i) ten[i] = channel("C", {});
@@ -73,7 +74,7 @@ TEST_F(Application, GivesTheControllerABlock) {
     });
 }
 
-TEST_F(Application, GivesTheDecoderAnEqualizerAndAnOffset) {
+TEST_F(Application, SetsEqualizerAndOffsetOfDecoder) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IAcousticCalibration> service = started(false);
@@ -103,7 +104,7 @@ TEST_F(Application, GivesTheDecoderAnEqualizerAndAnOffset) {
     });
 }
 
-TEST_F(Application, LeavesTheSwitchWhereTheTvRefuses) {
+TEST_F(Application, RefusedCalibrationLeavesSwitchUnchanged) {
     constexpr char kSkipped[] = "[setEnabled] Skip to write enabled data, because calibration was fail.\n";
     const struct {
         bool backEnd;

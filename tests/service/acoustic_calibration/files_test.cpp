@@ -16,7 +16,7 @@ std::string bytesOf(const std::vector<float>& numbers) {
     return {reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(float)};
 }
 
-/** A channel as it lies in the file. */
+/** Returns the bytes of a channel in the file. */
 std::string recordOf(const std::string& name, float level, float delay, std::vector<float> gains = {}) {
     gains.resize(31);
     return name + std::string(8 - name.size(), '\0') + bytesOf({level, delay}) + bytesOf(gains);
@@ -25,7 +25,7 @@ std::string recordOf(const std::string& name, float level, float delay, std::vec
 const std::string kMarker = "\1\0\0\0"s;
 const std::string kEnd(4, '\0');
 
-TEST_F(Files, HoldTheChannelsByteForByte) {
+TEST_F(Files, ChannelsAreStoredByteForByte) {
     inOwnProcess([&] {
         const sp<IAcousticCalibration> service = started();
         std::vector<float> gains(40, 1.5F);
@@ -57,11 +57,11 @@ TEST_F(Files, HoldTheChannelsByteForByte) {
         EXPECT_EQ(contentOf(data_), kMarker + kEnd);
         EXPECT_THAT(stored(service), IsEmpty());
         EXPECT_EQ(errors(), "");
-        EXPECT_EQ(takeBlocks(), "") << "storing applies nothing";
+        EXPECT_EQ(takeBlocks(), "") << "storing does not apply the data";
     });
 }
 
-TEST_F(Files, HoldNothingOutOfRange) {
+TEST_F(Files, OutOfRangeDataIsNotStored) {
     inOwnProcess([&] {
         const sp<IAcousticCalibration> service = started();
         EXPECT_EQ(service->setCalibratedData({channel("FL", {9, -9}, -9, 0)}), 0);
@@ -88,7 +88,7 @@ TEST_F(Files, HoldNothingOutOfRange) {
     });
 }
 
-TEST_F(Files, AreReadUpToTheTenthItem) {
+TEST_F(Files, ReadingStopsAtTenthItem) {
     inOwnProcess([&] {
         const sp<IAcousticCalibration> service = started();
         const auto read = [&](const std::string& content) {
@@ -122,7 +122,7 @@ TEST_F(Files, AreReadUpToTheTenthItem) {
     });
 }
 
-TEST_F(Files, ThatAreDamagedApplyNothing) {
+TEST_F(Files, DamagedFileAppliesNothing) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IAcousticCalibration> service = started();
@@ -150,9 +150,9 @@ TEST_F(Files, ThatAreDamagedApplyNothing) {
     });
 }
 
-TEST_F(Files, OfRandomBytesDoNoHarm) {
+TEST_F(Files, RandomBytesDoNoHarm) {
     inOwnProcess([&] {
-        std::mt19937 random(7);  // NOLINT: the same bytes each time
+        std::mt19937 random(7);  // NOLINT: a fixed seed gives the same bytes in each run
         std::vector<sp<IAcousticCalibration>> services{started(false)};
         const float numbers[] = {NAN, INFINITY, -INFINITY, 3e38F, 2147483648.0F, -2147483904.0F, 1e6F};
         for (int round = 0; round < 120; ++round) {
@@ -168,7 +168,7 @@ TEST_F(Files, OfRandomBytesDoNoHarm) {
     });
 }
 
-TEST_F(Files, KeepTheSwitch) {
+TEST_F(Files, SwitchIsReadAtEachCall) {
     inOwnProcess([&] {
         const sp<IAcousticCalibration> service = started();
         for (const auto& [content, enabled] :
@@ -184,7 +184,7 @@ TEST_F(Files, KeepTheSwitch) {
         std::filesystem::remove(flag_);
         EXPECT_FALSE(service->getEnabled());
         EXPECT_EQ(errors(), "[getEnabled] fopen error\n");
-        EXPECT_FALSE(std::filesystem::exists(flag_)) << "only a start makes it";
+        EXPECT_FALSE(std::filesystem::exists(flag_)) << "the file is created only at start";
     });
 }
 

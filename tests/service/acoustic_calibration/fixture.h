@@ -28,7 +28,7 @@ inline calibratedData channel(const std::string& name, const std::vector<float>&
     return {name, bands, level, delay};
 }
 
-/** A service without HAL, on a TV with a back-end controller that has booted and all else ready. */
+/** Fixture for a service without HAL, on a ready TV with a back-end controller that has booted. */
 class Calibration : public testing::Test {
   protected:
     Calibration() {
@@ -36,10 +36,10 @@ class Calibration : public testing::Test {
         makeFile(tv_ / "soc/audio_post/ready", "1\n");
     }
 
-    /** What a start of the daemon does. */
+    /** Constructs the service, as the daemon does at start. */
     static sp<IAcousticCalibration> start() { return new V5_1::implementation::AcousticCalibration; }
 
-    /** Starts with the log lines taken, on the model that has or lacks the controller. */
+    /** Starts a service on a model with or without controller. Discards the log messages. */
     sp<IAcousticCalibration> started(bool backEnd = true) {
         tv_.setModelFlag(backEnd ? '\1' : '\0');
         sp<IAcousticCalibration> service = start();
@@ -49,7 +49,7 @@ class Calibration : public testing::Test {
 
     std::vector<std::string> logged() { return takeText(log_, "AudioAC"); }
 
-    /** Of the log, what went wrong. */
+    /** Takes the log and returns the texts of its errors. */
     std::string errors() {
         std::string text;
         for (const std::string& line : logged()) {
@@ -58,7 +58,7 @@ class Calibration : public testing::Test {
         return text;
     }
 
-    /** The calibration blocks that the controller was given since the last time, a line of hex each. */
+    /** Returns the calibration blocks sent since the last call, as one line of hexadecimal digits each. */
     std::string takeBlocks() {
         std::istringstream lines(tv_.commands());
         std::filesystem::remove(tv_ / "soc/bectrl/custom_spec.log");
@@ -70,7 +70,7 @@ class Calibration : public testing::Test {
         return blocks;
     }
 
-    /** What the decoder was given since the last time: its equalizer, then its offset, a line each. */
+    /** Returns the decoder's equalizer gains and offset since the last call, one number per line. */
     std::string takeDecoder() {
         std::string text;
         for (const char* name : {"equalizer", "volume_offset"}) {

@@ -36,7 +36,7 @@ class Parameters : public Calibration {
     std::string file_ = std::string(kSize, '\0');
 };
 
-TEST_F(Parameters, AreThoseOfTheTuningFile) {
+TEST_F(Parameters, ComeFromTuningFile) {
     inOwnProcess([&] {
         service_ = started();
         for (uint32_t i = 0; i < 14; ++i) put(kBlock + 4 * i, 10 * (i + 1));
@@ -75,7 +75,7 @@ TEST_F(Parameters, AreThoseOfTheTuningFile) {
                                   {"FrontHeight", false, bands(-1.4F, 0.5F)}};
         EXPECT_EQ(parameters, expected) << toString(parameters);
 
-        // Afresh at each call; what has no sign takes the same bits as a large number.
+        // The file is read at each call. In unsigned fields, these bits are a large number.
         for (const size_t tenths : {0x14U, 0x18U, 0x1CU, 0x30U}) put(kBlock + tenths, 0xFFFFFFDD);
         for (const size_t tenths : {0x20U, 0x24U, 0x34U}) put(kBlock + tenths, 0xFFFFFFDD);
         const auto changed = read();
@@ -89,7 +89,7 @@ TEST_F(Parameters, AreThoseOfTheTuningFile) {
     });
 }
 
-TEST_F(Parameters, AreAllOrNothing) {
+TEST_F(Parameters, ShortFileGivesNoParameters) {
     inOwnProcess([&] {
         service_ = started();
         const V3_0::calibrationParameters nothing{};

@@ -6,7 +6,7 @@ namespace {
 
 class SmoothDelay : public Calibration {
   protected:
-    /** Starts with results that delay by 480 and 240 samples and are switched on. */
+    /** Starts a service with an enabled calibration that delays by 480 and 240 samples. */
     sp<IAcousticCalibration> calibrated() {
         sp<IAcousticCalibration> service = started();
         EXPECT_EQ(service->setCalibratedData({channel("FL", {}, 0, 10), channel("FR", {}, 0, 5)}), 0);
@@ -16,7 +16,7 @@ class SmoothDelay : public Calibration {
         return service;
     }
 
-    /** The delays of the one block that was sent; empty where none was. */
+    /** Returns the delays of the block that was sent, or an empty string if there was none. */
     std::string takeDelays() {
         const std::string block = takeBlocks();
         return block.substr(block.find(kFlatBands) == 0 ? kFlatBands.size() : 0);
@@ -29,12 +29,12 @@ class SmoothDelay : public Calibration {
     }
 };
 
-TEST_F(SmoothDelay, TakesThePlaceOfTheDelays) {
+TEST_F(SmoothDelay, ReplacesDelaysOfCalibration) {
     inOwnProcess([&] {
         const sp<IAcousticCalibration> service = calibrated();
         EXPECT_THAT(values(service), IsEmpty());
         EXPECT_EQ(service->setSmoothDelay({1, 2}), 0);
-        EXPECT_THAT(values(service), IsEmpty()) << "it is off";
+        EXPECT_THAT(values(service), IsEmpty()) << "smooth delay is off";
         EXPECT_EQ(takeDelays(), "");
         logged();
 
@@ -46,7 +46,7 @@ TEST_F(SmoothDelay, TakesThePlaceOfTheDelays) {
         EXPECT_EQ(takeDelays(), "00000000\n");
         EXPECT_THAT(values(service), ElementsAre(0, 0));
         EXPECT_EQ(service->setSmoothDelayEnabled(true), 0);
-        EXPECT_EQ(takeDelays(), "") << "it is on";
+        EXPECT_EQ(takeDelays(), "") << "smooth delay is already on";
 
         EXPECT_EQ(service->setSmoothDelay({1, 2.5F, 7}), 0);
         EXPECT_EQ(takeDelays(), "30007800\n");
@@ -69,13 +69,14 @@ TEST_F(SmoothDelay, TakesThePlaceOfTheDelays) {
         EXPECT_EQ(takeDelays(), "e001f000\n");
         EXPECT_EQ(values(service).size(), 9U);
         EXPECT_EQ(service->setSmoothDelayEnabled(true), 0);
-        EXPECT_THAT(values(service), ElementsAre(0, 0)) << "each use begins anew";
+        EXPECT_THAT(values(service), ElementsAre(0, 0))
+            << "the delays are reset when smooth delay is switched on";
         const sp<IAcousticCalibration> next = start();
         EXPECT_FALSE(next->getSmoothDelayEnabled());
     });
 }
 
-TEST_F(SmoothDelay, GoesBackWhereTheTvRefuses) {
+TEST_F(SmoothDelay, RefusedSwitchIsUndone) {
     inOwnProcess([&] {
         const sp<IAcousticCalibration> service = calibrated();
         tv_.fail("MTDRVCUST_dcustom_cust_spec_set", "-6 1");
@@ -85,7 +86,7 @@ TEST_F(SmoothDelay, GoesBackWhereTheTvRefuses) {
         EXPECT_THAT(logged(), ElementsAre("D [getSmoothDelayEnabled] Return: 0"));
         EXPECT_THAT(values(service), ElementsAre(0, 0));
 
-        // Of a calibration that can't be read the delays alone are sent.
+        // If the calibration cannot be read, only the delays are sent.
         std::filesystem::remove(data_);
         logged();
         EXPECT_EQ(service->setSmoothDelayEnabled(true), 0);
@@ -94,7 +95,7 @@ TEST_F(SmoothDelay, GoesBackWhereTheTvRefuses) {
         EXPECT_EQ(takeBlocks(), kFlatBlock);
         tv_.fail("MTDRVCUST_dcustom_cust_spec_set", "-7 2");
         EXPECT_EQ(service->setSmoothDelay({1, 1}), -7);
-        EXPECT_THAT(values(service), ElementsAre(1, 1)) << "they go out with the next change";
+        EXPECT_THAT(values(service), ElementsAre(1, 1)) << "the delays are sent with the next change";
         EXPECT_EQ(service->setSmoothDelayEnabled(false), -7);
         EXPECT_TRUE(service->getSmoothDelayEnabled());
         EXPECT_EQ(service->setEnabled(false), 0);
@@ -102,7 +103,7 @@ TEST_F(SmoothDelay, GoesBackWhereTheTvRefuses) {
     });
 }
 
-TEST_F(SmoothDelay, NeedsAController) {
+TEST_F(SmoothDelay, FailsWithoutController) {
     inOwnProcess([&] {
         const sp<IAcousticCalibration> service = started(false);
         EXPECT_EQ(service->setSmoothDelayEnabled(true), -2);

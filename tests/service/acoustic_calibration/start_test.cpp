@@ -9,7 +9,7 @@ using namespace std::chrono_literals;
 
 constexpr char kReady[] = "I <<<<<hidlaudio dtv_svc is ready !>>>>> count:0";
 
-TEST_F(Start, BringsTheSoundToTheStoredState) {
+TEST_F(Start, AppliesStoredCalibration) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IAcousticCalibration> first = start();
@@ -29,7 +29,7 @@ TEST_F(Start, BringsTheSoundToTheStoredState) {
                                                  {"\2"s, kFlatBlock, "ac_offset=0.000000"},
                                                  {""s, kFlatBlock, "ac_offset=0.000000"}}) {
             makeFile(flag_, flag);
-            hal->device->result = Result::NOT_SUPPORTED;  // goes unnoticed
+            hal->device->result = Result::NOT_SUPPORTED;  // the HAL's result is ignored
             start();
             EXPECT_EQ(takeBlocks(), sent);
             EXPECT_THAT(hal->device->take(), ElementsAre(offset));
@@ -41,11 +41,11 @@ TEST_F(Start, BringsTheSoundToTheStoredState) {
         started(false);
         EXPECT_EQ(takeDecoder(), kFlatDecoder);
         EXPECT_THAT(hal->device->take(), ElementsAre("ac_offset=12.000000"));
-        EXPECT_EQ(contentOf(flag_), "\1") << "the results may come back";
+        EXPECT_EQ(contentOf(flag_), "\1") << "a missing data file does not reset the switch";
     });
 }
 
-TEST_F(Start, RestoresNothingWithoutAHal) {
+TEST_F(Start, AppliesNothingWithoutHal) {
     inOwnProcess([&] {
         const sp<IAcousticCalibration> service = start();
         EXPECT_THAT(logged(), ElementsAre("D [AcousticCalibration] start", kReady,
@@ -54,18 +54,18 @@ TEST_F(Start, RestoresNothingWithoutAHal) {
         EXPECT_FALSE(std::filesystem::exists(flag_));
         EXPECT_EQ(takeBlocks(), "");
         EXPECT_EQ(service->setCalibratedData({channel("FL", {})}), 0);
-        EXPECT_EQ(service->setEnabled(true), 0) << "the sound needs no HAL";
+        EXPECT_EQ(service->setEnabled(true), 0) << "calibration works without HAL";
         EXPECT_TRUE(service->getEnabled());
         EXPECT_EQ(takeBlocks(), kFlatBlock);
     });
 }
 
-/** How far a part of the TV is: ready, after some sleeps, or never. */
+/** When a part of the TV becomes ready: at once, after some sleeps, or never. */
 enum Stage { Ready, Late, Never };
 
-TEST_F(Start, WaitsForEachPartOfTheTv) {
+TEST_F(Start, WaitsForEachPartOfTv) {
     constexpr Stage kStages[] = {Ready, Late, Never};
-    constexpr size_t kPlatformSleeps[] = {0, 37, 4000};  // at most twice: before and in the application
+    constexpr size_t kPlatformSleeps[] = {0, 37, 4000};  // Never: two waits, at start and before sending
     constexpr size_t kControllerSleeps[] = {0, 3, 30};
     constexpr size_t kPostProcessorSleeps[] = {0, 3, 50};
     const auto check = [&](bool backEnd, Stage platform, Stage part) {
@@ -87,7 +87,8 @@ TEST_F(Start, WaitsForEachPartOfTheTv) {
             if (part == Late && sleeps == before + 3) beginPart();
         });
         start();
-        const bool controlled = backEnd || platform == Never;  // a TV that does not tell has a controller
+        const bool controlled =
+            backEnd || platform == Never;  // the model is assumed to have one until it is known
         std::map<host::SteppedClock::Time, size_t> slept{{10ms, 0}, {200ms, 0}, {500ms, 0}};
         for (const auto time : clock.sleeps()) ++slept[time];
         EXPECT_THAT(slept, ElementsAre(std::pair(10ms, kPlatformSleeps[platform]),
@@ -116,7 +117,7 @@ TEST_F(Start, WaitsForEachPartOfTheTv) {
     }
 }
 
-TEST_F(Start, OnATvThatGoesAwayLeavesTheSound) {
+TEST_F(Start, NothingIsAppliedIfTvIsNotReady) {
     inOwnProcess([&] {
         const sp<IAcousticCalibration> service = started(false);
         std::filesystem::remove(marker_);

@@ -6,18 +6,19 @@
 namespace hidlaudio::test {
 namespace {
 
-/** What becomes of a scenario whose call is made to fail, by call and number; "$" stands for the errno. */
+/** Outcome of a scenario with one failed call. The key is call and number; "$" stands for the errno. */
 using Effects = std::map<std::string, std::string>;
 
 class Sweep : public Calibration {
   protected:
     /**
-     * Makes each system call of `scenario` fail, be interrupted and come back short, and
-     * compares what it tells. A signal costs nothing where a descriptor is used; the
-     * streams of libc take it for a failure. A call without an effect changes nothing.
+     * Runs `scenario` repeatedly and makes one system call fail each time: with EIO, with EINTR, and with a
+     * short read or write. Compares the outcome with `effects`; a call that is not listed there must not
+     * change the outcome. EINTR has no effect on calls with descriptors, which are repeated, but makes the
+     * stream functions of libc fail.
      */
     void sweep(const std::function<std::string()>& scenario, const Effects& effects) {
-        const std::string untroubled = scenario();
+        const std::string baseline = scenario();
         std::set<std::string> met;
         for (const std::string& call : host::faultableCalls()) {
             const bool moves = call == "read" || call == "write" || call == "fread";
@@ -34,7 +35,7 @@ class Sweep : public Calibration {
                     const bool repeated = error == EINTR && call[0] != 'f' && call != "remove";
                     const auto effect = effects.find(key);
                     const bool none = repeated || effect == effects.end();
-                    EXPECT_EQ(outcome, none ? untroubled : withErrno(effect->second, error));
+                    EXPECT_EQ(outcome, none ? baseline : withErrno(effect->second, error));
                     EXPECT_EQ(openFiles(), before);
                 }
             }
@@ -52,7 +53,7 @@ class Sweep : public Calibration {
         return text;
     }
 
-    /** What the controller was given: a calibration, a flat one, or nothing. */
+    /** Returns the kind of block that was sent to the controller: "calibrated", "flat" or "nothing". */
     std::string takeSent() {
         const std::string blocks = takeBlocks();
         return blocks.empty() ? "nothing" : blocks == kFlatBlock ? "flat" : "calibrated";
@@ -63,7 +64,7 @@ class Sweep : public Calibration {
         return content == "\1" ? "on" : content == "\0"s ? "off" : content.empty() ? "empty" : content;
     }
 
-    /** On a service with a HAL, results stored, and all else at rest. */
+    /** Runs `body` in a child process, on a service with a HAL and stored data. */
     void withService(const std::function<void(const sp<IAcousticCalibration>&, FakeDevice&)>& body) {
         inOwnProcess([&] {
             const sp<FakeHal> hal = FakeHal::start();
@@ -78,7 +79,7 @@ class Sweep : public Calibration {
     const hidl_vec<calibratedData> kData{channel("FL", {1}, -3, 1), channel("FR", {})};
 };
 
-TEST_F(Sweep, OfStoring) {
+TEST_F(Sweep, FailingCallsWhileStoring) {
     withService([&](const sp<IAcousticCalibration>& service, FakeDevice&) {
         const auto scenario = [&] {
             makeFile(data_, "old");
@@ -104,7 +105,10 @@ TEST_F(Sweep, OfStoring) {
     });
 }
 
-/** Of reading the results: its calls, and what it logs. The file has two channels, the marker and the end. */
+/**
+ * Returns the effects of failing calls while the data file is read. The file has two channels, the marker and
+ * the end. "@" in `effect` stands for the log message.
+ */
 Effects readingEffects(const std::string& effect) {
     Effects effects;
     for (const std::string call : {"fopen 1", "fread 1", "fread 2", "fread 3", "fread 4", "fread 5",
@@ -116,7 +120,7 @@ Effects readingEffects(const std::string& effect) {
     return effects;
 }
 
-TEST_F(Sweep, OfEnabling) {
+TEST_F(Sweep, FailingCallsWhileEnabling) {
     withService([&](const sp<IAcousticCalibration>& service, FakeDevice& device) {
         const auto scenario = [&] {
             makeFile(flag_, "\0"s);
@@ -138,7 +142,7 @@ TEST_F(Sweep, OfEnabling) {
     });
 }
 
-TEST_F(Sweep, OfStarting) {
+TEST_F(Sweep, FailingCallsWhileStarting) {
     withService([&](const sp<IAcousticCalibration>&, FakeDevice& device) {
         std::string flag = "\1";
         const auto scenario = [&] {
@@ -168,7 +172,7 @@ TEST_F(Sweep, OfStarting) {
     });
 }
 
-TEST_F(Sweep, OfReading) {
+TEST_F(Sweep, FailingCallsWhileReading) {
     withService([&](const sp<IAcousticCalibration>& service, FakeDevice&) {
         makeFile(flag_, "\1");
         makeFile(tv_ / "data/vendor/tmp/recipe/aqda.bin", std::string(22980, '\1'));

@@ -27,13 +27,13 @@ struct Callback : V1_1::IHdmiAudioCallback {
         return android::hardware::Void();
     }
     std::vector<Names> changes;
-    std::function<void()> inside;  // what the client does from inside its next call
+    std::function<void()> inside;  // called once, inside the next callback
 };
 
-/** A call that tells of those, or none where there is nothing to tell. */
-std::vector<Names> oneCall(const Names& told) {
-    if (told.empty()) return {};
-    return {told};
+/** Returns the expected changes: one callback with `notified`, or none if `notified` is empty. */
+std::vector<Names> oneCall(const Names& notified) {
+    if (notified.empty()) return {};
+    return {notified};
 }
 
 class HdmiAudio : public testing::Test {
@@ -66,7 +66,7 @@ class HdmiAudio : public testing::Test {
         return service_->setAudioCapabilities(std::vector<hidl_string>(names.begin(), names.end()));
     }
 
-    /** What the service logged since the last time. */
+    /** Takes the service's log messages. */
     Names logged() {
         Names lines;
         for (const std::string& line : takeText(log_, "hdmiaudio")) {
@@ -75,7 +75,7 @@ class HdmiAudio : public testing::Test {
         return lines;
     }
 
-    /** The writes among them: "setArcDdCapability 2". */
+    /** Takes the log and returns the writes in it: "setArcDdCapability 2". */
     Names writes() {
         const std::string call = ", call set API capas : ";
         Names found;
@@ -95,7 +95,7 @@ class HdmiAudio : public testing::Test {
     sp<V3_1::implementation::HdmiAudio> service_;
 };
 
-TEST_F(HdmiAudio, ReadsTheLevelsOfTheTv) {
+TEST_F(HdmiAudio, ReadsLevelsOfTv) {
     EXPECT_THAT(get(), ElementsAre("ARC_DD_PLUS", "EARC_DD_PLUS", "ARC_MP4AAC_22_2"));
     EXPECT_THAT(logged(), ElementsAre("D HdmiAudio mtal open success", "D HIDL getAudioCapabilities",
                                       "D getArcDdCapability, caps = ARC_DD_PLUS\n",
@@ -116,7 +116,7 @@ TEST_F(HdmiAudio, ReadsTheLevelsOfTheTv) {
                             "E getArcMp4Capability, invalid value = 4\n"));
 }
 
-TEST_F(HdmiAudio, AFailedReadLeavesTheOtherLevelsAlone) {
+TEST_F(HdmiAudio, FailedReadDoesNotAffectOtherLevels) {
     const Names all = get();
     const std::string* const files[] = {&arcDd_, &earcDd_, &arcMp4_};
     const char* const getters[] = {"getArcDdCapability", "getEarcDdCapability", "getArcMp4Capability"};
@@ -138,7 +138,7 @@ TEST_F(HdmiAudio, AFailedReadLeavesTheOtherLevelsAlone) {
     EXPECT_EQ(logged().back(), "E getArcMp4Capability, MTKTVAPI failed:ret = -2147483648\n");
 }
 
-TEST_F(HdmiAudio, SetsTheHighestLevelThatIsNamed) {
+TEST_F(HdmiAudio, SetsHighestNamedLevel) {
     const sp<Callback> callback = new Callback;
     EXPECT_TRUE(service_->setCallback(callback).isOk());
     const std::string dd = "setArcDdCapability ";
@@ -147,7 +147,7 @@ TEST_F(HdmiAudio, SetsTheHighestLevelThatIsNamed) {
         Names request;
         int32_t result;
         Names written;
-        Names told;  // none where there is no call
+        Names notified;  // names in the callback; empty if it is not called
     } cases[] = {
         {{"ARC_DD_ATMOS", "ARC_DD_PLUS"}, 0, {dd + "2", dd + "2"}, {"ARC_DD_ATMOS", "ARC_DD_PLUS"}},
         {{"ARC_DD_NONE", "", "ARC_DD_PLUS"}, 0, {dd + "1", dd + "1"}, {"ARC_DD_NONE", "ARC_DD_PLUS"}},
@@ -173,13 +173,13 @@ TEST_F(HdmiAudio, SetsTheHighestLevelThatIsNamed) {
         logged();
         EXPECT_EQ(set(known.request), known.result);
         EXPECT_EQ(writes(), known.written);
-        EXPECT_EQ(callback->changes, oneCall(known.told));
+        EXPECT_EQ(callback->changes, oneCall(known.notified));
     }
     EXPECT_THAT(Names({contentOf(arcDd_), contentOf(earcDd_), contentOf(arcMp4_)}),
                 ElementsAre("1\n", "1", "3\n"));
 }
 
-TEST_F(HdmiAudio, LogsWhatItDoes) {
+TEST_F(HdmiAudio, LogsEachCall) {
     logged();
     EXPECT_EQ(set({"ARC_MP4AAC_5_1", "", "x"}), 0);
     const std::vector<std::string> setting = {"D HIDL hdmiaudio set",
@@ -188,7 +188,7 @@ TEST_F(HdmiAudio, LogsWhatItDoes) {
                                               "D setArcMp4Capability, capas : x\n",
                                               "D setArcMp4Capability, call set API capas : 1\n",
                                               "D HIDL hdmiaudio set finish"};
-    EXPECT_EQ(logged(), setting) << "nobody is to be called";
+    EXPECT_EQ(logged(), setting) << "no callback is registered";
 
     EXPECT_EQ(set({"ARC_DD_X"}), -1);
     EXPECT_THAT(logged(),
@@ -204,14 +204,14 @@ TEST_F(HdmiAudio, LogsWhatItDoes) {
     EXPECT_EQ(logged(), telling);
 }
 
-TEST_F(HdmiAudio, ReturnsTheStatusOfTheLastWriteUnlessOneSucceeded) {
+TEST_F(HdmiAudio, ReturnsStatusOfLastWriteUnlessOneSucceeded) {
     const sp<Callback> callback = new Callback;
     EXPECT_TRUE(service_->setCallback(callback).isOk());
     const struct {
         const char* fault;
         Names request;
         int32_t result;
-        Names told;
+        Names notified;
     } cases[] = {
         {"-7", {"ARC_DD_PLUS"}, -7, {}},
         {"7", {"ARC_DD_PLUS", "ARC_MP4AAC_5_1", "NONE", ""}, 7, {}},
@@ -226,14 +226,15 @@ TEST_F(HdmiAudio, ReturnsTheStatusOfTheLastWriteUnlessOneSucceeded) {
         callback->changes.clear();
         fail("a_mtktvapi_config_set_value", known.fault);
         EXPECT_EQ(set(known.request), known.result);
-        EXPECT_EQ(callback->changes, oneCall(known.told));
+        EXPECT_EQ(callback->changes, oneCall(known.notified));
     }
     std::filesystem::remove(tv_ / "soc/faults/a_mtktvapi_config_set_value");
     for (const std::string& file : {arcDd_, arcMp4_}) {
         std::filesystem::remove(file);
         std::filesystem::create_directory(file);
         callback->changes.clear();
-        EXPECT_EQ(set({"ARC_DD_PLUS", "ARC_MP4AAC_5_1"}), 0) << "a later failure undoes nothing";
+        EXPECT_EQ(set({"ARC_DD_PLUS", "ARC_MP4AAC_5_1"}), 0)
+            << "a failure in one group does not undo the other";
         EXPECT_THAT(callback->changes,
                     ElementsAre(ElementsAre(file == arcDd_ ? "ARC_MP4AAC_5_1" : "ARC_DD_PLUS")));
         std::filesystem::remove(file);
@@ -246,7 +247,7 @@ TEST_F(HdmiAudio, KeepsCallbacksUntilTheirClientDies) {
     for (const sp<Callback>& callback : {first, second, first}) {
         EXPECT_TRUE(service_->setCallback(callback).isOk());
     }
-    // Registers itself once more, which counts from the next change on.
+    // A registration inside a callback takes effect at the next change.
     first->inside = [&] { EXPECT_TRUE(service_->setCallback(first).isOk()); };
     EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
     EXPECT_EQ(first->changes.size(), 2U);
@@ -256,7 +257,7 @@ TEST_F(HdmiAudio, KeepsCallbacksUntilTheirClientDies) {
     android::wp<Callback> gone;
     gone = sp<Callback>(new Callback);
     service_->serviceDied(0, gone);
-    EXPECT_THAT(logged(), ElementsAre("E Monitored process died")) << "nothing is left of that object";
+    EXPECT_THAT(logged(), ElementsAre("E Monitored process died")) << "the object is already destroyed";
     service_->serviceDied(7, first);
     EXPECT_THAT(logged(), ElementsAre("E Monitored process died", "D remove callback", "D remove callback",
                                       "D remove callback"));
@@ -280,7 +281,7 @@ TEST_F(HdmiAudio, ServesAClientFromInsideItsCallback) {
     caller->inside = [&] {
         EXPECT_EQ(set({"ARC_DD_ATMOS"}), 0);
         EXPECT_EQ(get()[0], "ARC_DD_ATMOS");
-        service_->serviceDied(0, dying);  // a second thread may deliver the notice meanwhile
+        service_->serviceDied(0, dying);  // another thread may deliver the death notice now
     };
     EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
     EXPECT_THAT(caller->changes, ElementsAre(Names{"ARC_DD_PLUS"}, Names{"ARC_DD_ATMOS"}));
@@ -289,7 +290,7 @@ TEST_F(HdmiAudio, ServesAClientFromInsideItsCallback) {
     EXPECT_EQ(dying->changes.size(), 2U);
 }
 
-TEST_F(HdmiAudio, ServesATvThatCannotBeOpened) {
+TEST_F(HdmiAudio, WorksIfMiddlewareCannotBeOpened) {
     logged();
     fail("MTAL_InitExCb", "-3");
     service_ = new V3_1::implementation::HdmiAudio;

@@ -7,7 +7,7 @@ namespace {
 using Buffers = Virtualizer;
 using testing::MatchesRegex;
 
-TEST_F(Buffers, AreMadeFilledAndDropped) {
+TEST_F(Buffers, BufferIsAllocatedFilledAndDiscarded) {
     logged();
     const int32_t handle = service_->allocateParameterBuffer(ParamType::DEVICE, 10);
     const std::string number = std::to_string(handle);
@@ -42,7 +42,7 @@ TEST_F(Buffers, AreMadeFilledAndDropped) {
                                       "D [discardParameterBuffer] end. Return:-1"));
 }
 
-TEST_F(Buffers, TakeAQuarterMebibyteAtOnce) {
+TEST_F(Buffers, AppendTakesAtMost256KiB) {
     EXPECT_EQ(service_->getMaxAppendSize(), 262144);
     const int32_t handle = service_->allocateParameterBuffer(ParamType::HRTF, 300000);
     logged();
@@ -51,7 +51,7 @@ TEST_F(Buffers, TakeAQuarterMebibyteAtOnce) {
     EXPECT_EQ(append(handle, std::string(262144, 'x')), 0);
 }
 
-TEST_F(Buffers, AreRefusedWithoutKindOrMemory) {
+TEST_F(Buffers, AllocationFailsForUnknownTypeOrNegativeSize) {
     const int32_t old = service_->allocateParameterBuffer(ParamType::DEVICE, 1);
     logged();
     EXPECT_EQ(service_->allocateParameterBuffer(static_cast<ParamType>(2), 10), 0);
@@ -62,12 +62,12 @@ TEST_F(Buffers, AreRefusedWithoutKindOrMemory) {
     for (const int32_t size : {-1, INT32_MIN}) {
         EXPECT_EQ(service_->allocateParameterBuffer(ParamType::DEVICE, size), 0);
         EXPECT_THAT(logged(), Contains("D [allocateParameterBufferInt] malloc fail."));
-        EXPECT_EQ(append(old, ""), -1) << "the old one is gone all the same";
+        EXPECT_EQ(append(old, ""), -1) << "the old buffer is discarded even so";
     }
     for (const int32_t never : {-1, 0, 255}) EXPECT_EQ(append(never, ""), -1);
 }
 
-TEST_F(Buffers, HandlesComeRoundAndPassTheOneInUse) {
+TEST_F(Buffers, HandlesWrapAroundAndSkipHandleInUse) {
     const int32_t kept = service_->allocateParameterBuffer(ParamType::HRTF, 1);
     int32_t previous = kept;
     for (int i = 0; i < 1000; ++i) {
@@ -85,7 +85,7 @@ TEST_F(Buffers, HandlesComeRoundAndPassTheOneInUse) {
 using Settings = Virtualizer;
 using Implementation = V5_1::implementation::HeadphoneVirtualizer;
 
-TEST_F(Settings, FollowTheController) {
+TEST_F(Settings, SwitchChangesOnlyIfControllerAccepts) {
     EXPECT_EQ(logged().back(), "D [HeadphoneVirtualizer] end");
     EXPECT_FALSE(service_->getVirtualizerEnabled());
     EXPECT_TRUE(service_->getUpmixEnabled());
@@ -112,7 +112,7 @@ TEST_F(Settings, FollowTheController) {
     EXPECT_FALSE(service_->getUpmixEnabled());
 }
 
-TEST_F(Settings, NeedAControllerAndAReadyTv) {
+TEST_F(Settings, UnsupportedWithoutControllerOrReadyTv) {
     const auto expectUnsupported = [&] {
         EXPECT_EQ(logged().back(), "E [HeadphoneVirtualizer] end. HRTF is not supported.");
         EXPECT_EQ(service_->setUpmixEnabled(true), -5);
@@ -141,7 +141,7 @@ TEST_F(Settings, NeedAControllerAndAReadyTv) {
     expectUnsupported();
 }
 
-TEST_F(Settings, WorkWithAControllerThatBootsLate) {
+TEST_F(Settings, WorkIfControllerBootsLate) {
     makeFile(tv_ / "soc/bectrl/boot_state", "0\n");
     host::SteppedClock clock;
     service_ = new Implementation;
@@ -149,7 +149,7 @@ TEST_F(Settings, WorkWithAControllerThatBootsLate) {
     EXPECT_EQ(service_->setVirtualizerEnabled(true), 0);
 }
 
-TEST_F(Settings, KnowOneType) {
+TEST_F(Settings, OnlyOneTypeIsSupported) {
     logged();
     for (const auto& [type, result] : {std::pair("Tovi", 0), {"tovi", -5}, {"", -5}, {"Tovi ", -5}}) {
         EXPECT_EQ(service_->setVirtualizerType(type), result);

@@ -28,9 +28,9 @@ using testing::Contains;
 using testing::ElementsAre;
 using V5_0::ParamType;
 
-constexpr int32_t kUntold = 99;
+constexpr int32_t kNoResult = 99;
 
-/** A client's callback, which keeps what it was told. */
+/** A client's callback that records the results it receives. */
 class Callback : public V5_0::IHeadphoneVirtualizerCallback {
   public:
     Return<void> onApplyResult(int32_t result) override {
@@ -43,11 +43,11 @@ class Callback : public V5_0::IHeadphoneVirtualizerCallback {
         return android::hardware::Void();
     }
 
-    /** The first result; kUntold where none comes in half a minute. */
+    /** Waits for the first result and returns it, or kNoResult after 30 s. */
     int32_t await() {
         std::unique_lock lock(mutex_);
         changed_.wait_for(lock, std::chrono::seconds(30), [&] { return !results_.empty(); });
-        return results_.empty() ? kUntold : results_[0];
+        return results_.empty() ? kNoResult : results_[0];
     }
 
     std::vector<int32_t> results() {
@@ -55,17 +55,17 @@ class Callback : public V5_0::IHeadphoneVirtualizerCallback {
         return results_;
     }
 
-    /** Whether the call is not to return. */
+    /** Sets whether the callback blocks. */
     void hold(bool held) {
         const std::lock_guard lock(mutex_);
         held_ = held;
         changed_.notify_all();
     }
 
-    /** What the client does from inside the call. Set before apply(). */
+    /** Sets a function to call inside the callback. Call this before apply(). */
     void doInside(std::function<void(int32_t)> action) { inside_ = std::move(action); }
 
-    /** Has the call fail as that of a client that is gone. */
+    /** Makes the callback fail as if the client had died. */
     void die() { dead_ = true; }
 
   private:
@@ -89,7 +89,7 @@ class Virtualizer : public testing::Test {
 
     std::vector<std::string> logged() { return takeText(log_, "AudioHV"); }
 
-    /** Keeps what is logged until `text` was logged `times`; all of it, in order. */
+    /** Waits until `text` was logged `times` times. Returns all messages so far, in order. */
     std::vector<std::string> loggedUntil(const std::string& text, size_t times = 1) {
         std::vector<std::string> lines;
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
@@ -110,7 +110,7 @@ class Virtualizer : public testing::Test {
         return service_->append(handle, data);
     }
 
-    /** The handle of a full buffer. */
+    /** Allocates a buffer and fills it with `bytes`. Returns its handle. */
     int32_t fill(ParamType type, const std::string& bytes) {
         const int32_t handle = service_->allocateParameterBuffer(type, static_cast<int32_t>(bytes.size()));
         for (size_t i = 0; i < bytes.size(); i += 262144) {

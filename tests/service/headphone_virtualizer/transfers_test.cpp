@@ -32,11 +32,11 @@ class Transfers : public Virtualizer {
         return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
     }
 
-    /** Uploads in full and answers what the callback was told; kUntold where apply() refuses. */
+    /** Uploads `bytes`. Returns the result of the callback, or kNoResult if apply() fails. */
     int32_t upload(ParamType type, const std::string& bytes) {
         callback_ = new Callback;
         log_.take();
-        if (service_->apply(fill(type, bytes), callback_) != 0) return kUntold;
+        if (service_->apply(fill(type, bytes), callback_) != 0) return kNoResult;
         const int32_t result = callback_->await();
         lines_ = loggedUntil(kFinished);
         EXPECT_EQ(callback_->results().size(), 1U);
@@ -45,7 +45,7 @@ class Transfers : public Virtualizer {
         return result;
     }
 
-    /** Has a device upload stay in its client's callback: it is not over for the other kind. */
+    /** Starts a device upload whose callback blocks, so that the other kind has to wait. */
     void blockDevice() {
         other_->hold(true);
         EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, ""), other_), 0);
@@ -58,7 +58,7 @@ class Transfers : public Virtualizer {
     std::vector<std::string> lines_;
 };
 
-TEST_F(Transfers, GiveTheControllerEveryByte) {
+TEST_F(Transfers, ControllerReceivesEveryByte) {
     for (const auto& [type, kind] :
          {std::pair(ParamType::DEVICE, UploadKind::Device), {ParamType::HRTF, UploadKind::Hrtf}}) {
         for (const size_t size : {0U, 1U, 262144U, 262145U, 5000000U}) {
@@ -70,7 +70,7 @@ TEST_F(Transfers, GiveTheControllerEveryByte) {
     }
 }
 
-TEST_F(Transfers, TellWhatTheControllerReports) {
+TEST_F(Transfers, CallbackReportsResultOfController) {
     struct Report {
         std::string state, result;
         int32_t code;
@@ -91,7 +91,7 @@ TEST_F(Transfers, TellWhatTheControllerReports) {
     }
 }
 
-TEST_F(Transfers, AreCancelledAtTheControllerAndLogged) {
+TEST_F(Transfers, CancelStopsTransferAndIsLogged) {
     tv_.behave("hang\n");
     const int32_t handle = fill(ParamType::HRTF, "");
     const std::string number = std::to_string(handle);
@@ -136,7 +136,7 @@ TEST_F(Transfers, AreCancelledAtTheControllerAndLogged) {
     EXPECT_EQ(callback_->getStrongCount(), 1);
 }
 
-TEST_F(Transfers, AreRefusedAndTriedAgain) {
+TEST_F(Transfers, RefusedApplyCanBeRepeated) {
     int32_t handle = service_->allocateParameterBuffer(ParamType::DEVICE, 2);
     EXPECT_EQ(append(handle, "x"), 0);
     logged();
@@ -162,7 +162,7 @@ TEST_F(Transfers, AreRefusedAndTriedAgain) {
         const ScopedFault fault({"pthread_create", 1, EAGAIN});
         refused(-5, "E [apply] paramTransferThread create Failed.", callback_);
     }
-    EXPECT_EQ(callback_->getStrongCount(), 2) << "kept until the slot is free";
+    EXPECT_EQ(callback_->getStrongCount(), 2) << "the slot still holds the callback";
     EXPECT_EQ(service_->apply(handle, callback_), 0);
     EXPECT_EQ(callback_->await(), 0);
     loggedUntil(kFinished);
@@ -172,7 +172,7 @@ TEST_F(Transfers, AreRefusedAndTriedAgain) {
     EXPECT_EQ(callback_->results().size(), 1U);
 }
 
-TEST_F(Transfers, OfBothKindsGoOneAfterTheOther) {
+TEST_F(Transfers, BothKindsRunOneAfterTheOther) {
     host::setClockSpeed(50);
     for (int i = 0; i < 20; ++i) {
         const bool deviceFirst = i % 2 == 0;
@@ -183,12 +183,12 @@ TEST_F(Transfers, OfBothKindsGoOneAfterTheOther) {
         EXPECT_EQ(service_->apply(handles[0], callbacks[0]), 0);
         EXPECT_EQ(service_->apply(handles[1], callbacks[1]), 0);
         EXPECT_EQ(callbacks[1]->await(), 0);
-        EXPECT_EQ(callbacks[0]->results(), std::vector<int32_t>{0}) << "the first was over before";
+        EXPECT_EQ(callbacks[0]->results(), std::vector<int32_t>{0}) << "the first transfer has ended before";
         loggedUntil(kFinished, 2);
     }
 }
 
-TEST_F(Transfers, WaitForTheOtherKindForTwentySeconds) {
+TEST_F(Transfers, WaitForOtherKindTimesOutAfter20Seconds) {
     blockDevice();
     SteppedClock clock;
     EXPECT_EQ(upload(ParamType::HRTF, "x"), -2);
@@ -199,7 +199,7 @@ TEST_F(Transfers, WaitForTheOtherKindForTwentySeconds) {
     loggedUntil(kFinished);
 }
 
-TEST_F(Transfers, AreCancelledWhileTheyWait) {
+TEST_F(Transfers, CancelEndsWaitForOtherKind) {
     blockDevice();
     SteppedClock clock(SteppedClock::Sleeps::Wait);
     const auto startAndCancel = [&](const sp<Callback>& callback) {
@@ -217,7 +217,7 @@ TEST_F(Transfers, AreCancelledWhileTheyWait) {
     EXPECT_THAT(loggedUntil(kFinished),
                 Contains("D [paramTransferThread] Waiting thread finish is canceled"));
 
-    // Where the other kind is over by then, the upload goes on.
+    // If the other kind has ended before the next check, the cancel has no effect.
     const sp<Callback> late = new Callback;
     startAndCancel(late);
     other_->hold(false);
@@ -227,7 +227,7 @@ TEST_F(Transfers, AreCancelledWhileTheyWait) {
     loggedUntil(kFinished);
 }
 
-TEST_F(Transfers, EndAfterTwentySecondsAtTheController) {
+TEST_F(Transfers, TransferTimesOutAfter20Seconds) {
     tv_.behave("hang\n");
     SteppedClock clock(SteppedClock::Sleeps::Wait);
     EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, ""), callback_), 0);
@@ -241,7 +241,7 @@ TEST_F(Transfers, EndAfterTwentySecondsAtTheController) {
     EXPECT_EQ(platform::notifyCancelToBeCtrl(platform::BECTRL_IOC_CANCEL_DEVICE_PARAMETER), 0);
 }
 
-TEST_F(Transfers, LeaveTheirDataToAControllerThatIsLate) {
+TEST_F(Transfers, DataIsKeptUntilLateTransferEnds) {
     tv_.behave("rate 1\n");
     SteppedClock clock(SteppedClock::Sleeps::Wait);
     const std::string bytes = "thirty bytes are thirty bytes.";
@@ -250,7 +250,7 @@ TEST_F(Transfers, LeaveTheirDataToAControllerThatIsLate) {
     clock.advance(20s);
     EXPECT_EQ(callback_->await(), -2);
     loggedUntil(kFinished);
-    // Memory that was freed too early would be this one's.
+    // If the memory was freed too early, this allocation would reuse it.
     const int32_t next = fill(ParamType::DEVICE, std::string(bytes.size(), '-'));
     EXPECT_EQ(service_->apply(next, callback_), -3);
     clock.advance(10s);
@@ -264,7 +264,7 @@ TEST_F(Transfers, LeaveTheirDataToAControllerThatIsLate) {
     loggedUntil(kFinished);
 }
 
-TEST_F(Transfers, AreCutOffByADiscardOrANewBuffer) {
+TEST_F(Transfers, DiscardOrNewBufferCancelsTransfer) {
     host::setClockSpeed(50);
     tv_.behave("hang\n");
     int32_t next = 0;
@@ -285,8 +285,8 @@ TEST_F(Transfers, AreCutOffByADiscardOrANewBuffer) {
     EXPECT_EQ(append(next, "x"), 0);
 }
 
-TEST_F(Transfers, ThatComeLateTouchNoNewBuffer) {
-    // Late in the callback, late in the wait: the one sleeps past the discard, by force.
+TEST_F(Transfers, LateTransferDoesNotTouchNewBuffer) {
+    // The old transfer is late in its callback, or (waiting) in its wait for the other kind.
     for (const bool waiting : {false, true}) {
         SCOPED_TRACE(waiting);
         const sp<Callback> late = new Callback;
@@ -330,8 +330,8 @@ TEST_F(Transfers, ThatComeLateTouchNoNewBuffer) {
     }
 }
 
-// The platform serves a call from inside the callback on the thread that makes the callback.
-TEST_F(Transfers, ServeTheirClientFromInsideItsCallback) {
+// On the TV, a call from inside a callback is served on the thread that made the callback.
+TEST_F(Transfers, ClientCanMakeCallsInsideCallback) {
     const auto begin = std::chrono::steady_clock::now();
     const auto during = [&](const auto& action) {
         const sp<Callback> callback = new Callback;
@@ -354,7 +354,7 @@ TEST_F(Transfers, ServeTheirClientFromInsideItsCallback) {
         EXPECT_EQ(service_->cancel(handle), -1);
     });
     loggedUntil(kFinished);
-    // The next upload of the kind begins when the callback has returned.
+    // The next upload of the same kind starts after the callback has returned.
     during([&](int32_t) {
         applyNext("new", callback_);
         EXPECT_TRUE(callback_->results().empty());
@@ -365,7 +365,7 @@ TEST_F(Transfers, ServeTheirClientFromInsideItsCallback) {
     EXPECT_LT(std::find(lines.begin(), lines.end(), kFinished),
               std::find(lines.rbegin(), lines.rend(), "I [paramTransferThread] Acquire Wakelock completed.")
                   .base());
-    // One that is cancelled, discarded or replaced before it begins, and one after it.
+    // Uploads that are cancelled, discarded or replaced before they start, and one that follows.
     const sp<Callback> cancelled = new Callback;
     const sp<Callback> discarded = new Callback;
     const sp<Callback> replaced = new Callback;
@@ -380,14 +380,14 @@ TEST_F(Transfers, ServeTheirClientFromInsideItsCallback) {
         EXPECT_EQ(callback->results(), std::vector{1});
     EXPECT_EQ(tv_.received(UploadKind::Device), "last");
     loggedUntil(kFinished, 5);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 19s) << "a call waited for its own thread";
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 19s) << "a call has waited for its own thread";
     EXPECT_EQ(contentOf(tv_ / "power/wake_lock"), "");
 }
 
-TEST_F(Transfers, OfTheOtherKindAreAppliedFromInsideACallback) {
+TEST_F(Transfers, OtherKindCanBeAppliedInsideCallback) {
     callback_->doInside([&](int32_t) {
         EXPECT_EQ(service_->apply(fill(ParamType::HRTF, "hrtf"), other_), 0);
-        EXPECT_EQ(other_->await(), 0) << "although this callback has not returned";
+        EXPECT_EQ(other_->await(), 0) << "the callback of the first kind is still running";
     });
     EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, "device"), callback_), 0);
     EXPECT_EQ(callback_->await(), 0);
@@ -395,7 +395,7 @@ TEST_F(Transfers, OfTheOtherKindAreAppliedFromInsideACallback) {
     loggedUntil(kFinished, 2);
 }
 
-TEST_F(Transfers, AreNotRepeatedByAnApplyThatComesAsTheyEnd) {
+TEST_F(Transfers, ApplyAtEndDoesNotRepeatTransfer) {
     for (int i = 0; i < 100; ++i) {
         const sp<Callback> callback = new Callback;
         const int32_t handle = fill(ParamType::DEVICE, "bytes");
@@ -410,7 +410,7 @@ TEST_F(Transfers, AreNotRepeatedByAnApplyThatComesAsTheyEnd) {
     }
 }
 
-TEST_F(Transfers, NeedAWakeLock) {
+TEST_F(Transfers, TransferFailsWithoutWakeLock) {
     fs::remove_all(tv_ / "power");
     EXPECT_EQ(upload(ParamType::DEVICE, "x"), -3);
     EXPECT_THAT(lines_,
@@ -419,14 +419,14 @@ TEST_F(Transfers, NeedAWakeLock) {
     EXPECT_EQ(tv_.received(UploadKind::Device), "(none)");
 }
 
-TEST_F(Transfers, OutliveTheirClient) {
+TEST_F(Transfers, TransferSurvivesDeathOfClient) {
     callback_->die();
     EXPECT_EQ(service_->apply(fill(ParamType::DEVICE, "x"), callback_), 0);
     EXPECT_THAT(loggedUntil(kFinished), Contains("E [paramTransferThread] the client cannot be told: 0"));
     EXPECT_EQ(upload(ParamType::DEVICE, "y"), 0);
 }
 
-TEST_F(Transfers, SurviveEveryFailingCall) {
+TEST_F(Transfers, FailingCallsEndTransferAndAreReported) {
     struct Failure {
         std::string call;
         unsigned nth;
@@ -457,7 +457,7 @@ TEST_F(Transfers, SurviveEveryFailingCall) {
         EXPECT_EQ(upload(ParamType::DEVICE, ""), failure.result);
         EXPECT_TRUE(fault.injected());
         EXPECT_THAT(lines_, Contains(failure.line));
-        // The controller may have gone on without us.
+        // After a failed read of the state, the controller still finishes the transfer.
         while (contentOf(tv_.stateFile(UploadKind::Device)) != "\0\1"s && failure.call == "fread") {
             std::this_thread::yield();
         }
@@ -466,7 +466,7 @@ TEST_F(Transfers, SurviveEveryFailingCall) {
     EXPECT_EQ(upload(ParamType::DEVICE, "x"), 0);
 }
 
-TEST_F(Transfers, LeaveNoThread) {
+TEST_F(Transfers, NoThreadRemainsAfterTransfers) {
     EXPECT_EQ(upload(ParamType::HRTF, ""), 0);
     for (int i = 0; i < 50; ++i) ASSERT_EQ(upload(ParamType::HRTF, ""), 0);
     const auto deadline = std::chrono::steady_clock::now() + 30s;

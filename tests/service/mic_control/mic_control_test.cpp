@@ -39,7 +39,7 @@ class MicControl : public testing::Test {
     host::LogCapture log_;
 };
 
-TEST_F(MicControl, ListsTheMicrophoneAndHandsItsGainToTheHal) {
+TEST_F(MicControl, ListsMicrophoneAndPassesGainToHal) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IMicControl> service = start();
@@ -64,7 +64,7 @@ TEST_F(MicControl, ListsTheMicrophoneAndHandsItsGainToTheHal) {
     });
 }
 
-TEST_F(MicControl, RefusesWhatIsNoGainOrNoMicrophone) {
+TEST_F(MicControl, RefusesInvalidGainOrDevice) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IMicControl> service = start();
@@ -85,7 +85,7 @@ TEST_F(MicControl, RefusesWhatIsNoGainOrNoMicrophone) {
     });
 }
 
-TEST_F(MicControl, AsksTheHalForTheGain) {
+TEST_F(MicControl, ReadsGainFromHal) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IMicControl> service = start();
@@ -105,13 +105,13 @@ TEST_F(MicControl, AsksTheHalForTheGain) {
     });
 }
 
-TEST_F(MicControl, NeedsTheHalWhenItStarts) {
+TEST_F(MicControl, FailsIfHalIsMissingAtStart) {
     inOwnProcess([&] {
         const sp<IMicControl> service = start();
         EXPECT_THAT(logged(),
                     ElementsAre("D [MicControl] start", "mic_control_test: E load audio interface failed",
                                 "E load audio interface failed"));
-        const sp<FakeHal> hal = FakeHal::start();  // too late
+        const sp<FakeHal> hal = FakeHal::start();  // the service looks for the HAL only at start
         expectRefused(service, kMic, 0.5F, "PrimaryHAL getService fails");
         EXPECT_EQ(service->getMicGain(kMic), 0.0F);
         EXPECT_THAT(logged(), ElementsAre("D [getMicGain] start", "D [getMicGain] end:scale = 0.000000"));

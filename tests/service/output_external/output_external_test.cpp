@@ -35,7 +35,7 @@ class OutputExternal : public testing::Test {
         makeFile(store_, "1\n");
     }
 
-    /** What a start of the daemon does. */
+    /** Constructs the service, as the daemon does at start. */
     static sp<IOutputExternal> start() { return new implementation::OutputExternal; }
 
     std::vector<std::string> logged() { return takeText(log_, "output_external_test"); }
@@ -51,7 +51,7 @@ class OutputExternal : public testing::Test {
     const std::string folder_ = fs::path(file_).parent_path();
 };
 
-TEST_F(OutputExternal, KeepsTheSettingFromTheFirstBootOn) {
+TEST_F(OutputExternal, SettingIsPersistedFromFirstBoot) {
     sp<IOutputExternal> service = start();
     EXPECT_THAT(
         logged(),
@@ -70,7 +70,7 @@ TEST_F(OutputExternal, KeepsTheSettingFromTheFirstBootOn) {
     EXPECT_EQ(contentOf(store_), "2\n");
     EXPECT_EQ(contentOf(file_), kOff);
 
-    makeFile(store_, "0\n");  // by another component of the TV
+    makeFile(store_, "0\n");  // changed by another component of the TV
     EXPECT_TRUE(service->getForceEncodingEnabled());
     service = start();
     EXPECT_FALSE(service->getForceEncodingEnabled());
@@ -79,7 +79,7 @@ TEST_F(OutputExternal, KeepsTheSettingFromTheFirstBootOn) {
     EXPECT_EQ(contentOf(store_), "0\n");
 }
 
-TEST_F(OutputExternal, RestoresWhatTheFileHolds) {
+TEST_F(OutputExternal, RestoresModeFromFile) {
     for (const auto& [content, mode] : {std::pair("\1"s, "1"),
                                         {"\1\2\3"s, "197121"},
                                         {"\5\0\0\0"s, "5"},
@@ -98,12 +98,12 @@ TEST_F(OutputExternal, RestoresWhatTheFileHolds) {
     }
 }
 
-TEST_F(OutputExternal, WorksWithoutItsFile) {
+TEST_F(OutputExternal, WorksIfFileCannotBeOpened) {
     const auto works = [&](int error) {
         makeFile(store_, "1\n");
         const sp<IOutputExternal> service = start();
         EXPECT_THAT(logged(), ElementsAre(kOpened, openFailure("OutputExternal", error)));
-        EXPECT_EQ(contentOf(store_), "1\n") << "there is nothing to restore";
+        EXPECT_EQ(contentOf(store_), "1\n") << "no mode is restored";
         EXPECT_EQ(service->setForceEncodingEnabled(false), 0);
         EXPECT_EQ(logged()[1], openFailure("setForceEncodingEnabled", error));
         EXPECT_EQ(contentOf(store_), "2\n");
@@ -113,7 +113,7 @@ TEST_F(OutputExternal, WorksWithoutItsFile) {
     fs::remove_all(folder_);
     works(ENOENT);
 
-    // Only a start makes the file.
+    // The file is created only at start.
     fs::create_directory(folder_);
     const sp<IOutputExternal> service = start();
     fs::remove(file_);
@@ -123,7 +123,7 @@ TEST_F(OutputExternal, WorksWithoutItsFile) {
     EXPECT_FALSE(fs::exists(file_));
 }
 
-TEST_F(OutputExternal, TellsWhatTheMiddlewareRefuses) {
+TEST_F(OutputExternal, ReturnsStatusOfRefusingMiddleware) {
     makeFile(file_, kOff);
     fail("MTAL_InitExCb", "-5 1\n");
     fail("a_mtktvapi_config_set_value", "-6 2\n");
@@ -142,7 +142,7 @@ TEST_F(OutputExternal, TellsWhatTheMiddlewareRefuses) {
                                       "E getForceEncodingEnabled, MTKTVAPI failed:ret = -7\n"));
 }
 
-TEST_F(OutputExternal, AnyFailingCallIsLoggedAndDamagesNothing) {
+TEST_F(OutputExternal, FailingCallIsLoggedAndDamagesNothing) {
     const auto openFiles = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
     const auto scenario = [&] {
         makeFile(file_, kOff);
@@ -154,7 +154,7 @@ TEST_F(OutputExternal, AnyFailingCallIsLoggedAndDamagesNothing) {
         EXPECT_THAT(contentOf(file_), testing::AnyOf(kOn, kOff));
         return logged();
     };
-    const std::vector<std::string> untroubled = scenario();
+    const std::vector<std::string> baseline = scenario();
     for (const std::string call : {"open", "read", "write", "close"}) {
         for (const int error : {EINTR, EIO}) {
             for (unsigned n = 1;; ++n) {
@@ -162,8 +162,8 @@ TEST_F(OutputExternal, AnyFailingCallIsLoggedAndDamagesNothing) {
                 const host::ScopedFault fault({call, n, error});
                 const std::vector<std::string> lines = scenario();
                 if (!fault.injected()) break;
-                EXPECT_EQ(lines == untroubled, error == EINTR || call == "close");
-                EXPECT_TRUE(error != EINTR || contentOf(file_) == kOn) << "a signal costs no setting";
+                EXPECT_EQ(lines == baseline, error == EINTR || call == "close");
+                EXPECT_TRUE(error != EINTR || contentOf(file_) == kOn) << "EINTR must not lose the setting";
             }
         }
     }
@@ -171,7 +171,7 @@ TEST_F(OutputExternal, AnyFailingCallIsLoggedAndDamagesNothing) {
     EXPECT_EQ(scenario()[3], "D [setForceEncodingEnabled] write(data=0) ret = 1");
 }
 
-TEST_F(OutputExternal, AnswersTheRestInOneWay) {
+TEST_F(OutputExternal, OtherMethodsReturnFixedValues) {
     const sp<IOutputExternal> service = start();
     const sp<IOutputEncodingStatusListener> listener = new implementation::OutputEncodingStatusListener;
     logged();
@@ -184,7 +184,7 @@ TEST_F(OutputExternal, AnswersTheRestInOneWay) {
     EXPECT_THAT(answers, ElementsAre("auto", "0"));
     EXPECT_EQ(service->registerEncodingFormatListener(listener), 0);
     EXPECT_EQ(service->unregisterEncodingFormatListener(nullptr), 0);
-    EXPECT_EQ(listener->getStrongCount(), 1) << "it is not kept";
+    EXPECT_EQ(listener->getStrongCount(), 1) << "the service keeps no reference";
     EXPECT_TRUE(listener->onForceEncodingChanged(true).isOk());
     EXPECT_TRUE(listener->onEncodingFormatChanged("auto").isOk());
     EXPECT_THAT(

@@ -25,7 +25,7 @@ constexpr char kStart[] = "D [CenterSpeaker] start";
 constexpr char kReady[] = "I <<<<<hidlaudio dtv_svc is ready !>>>>> count:0";
 constexpr char kEnd[] = "D [CenterSpeaker] end";
 
-/** All that the service can be asked for. */
+/** Results of all getters. */
 struct Answers {
     std::vector<int16_t> types;
     SampleLatency latency{};
@@ -71,7 +71,7 @@ class CenterSpeaker : public testing::Test {
     const std::string aqData_ = tv_ / "data/vendor/tmp/recipe/aqda.bin";
 };
 
-TEST_F(CenterSpeaker, FindsOutOnceAndReports) {
+TEST_F(CenterSpeaker, ReadsDataOnceAtStart) {
     const sp<ICenterSpeaker> service = start();
     EXPECT_THAT(logged(), ElementsAre(kStart, kReady, kEnd));
     std::filesystem::remove_all(tv_.path());
@@ -87,7 +87,7 @@ TEST_F(CenterSpeaker, FindsOutOnceAndReports) {
                                       "D [isSynchronizedCenterSpeakerInputAvailable] Return: 1"));
 }
 
-TEST_F(CenterSpeaker, TakesTheTypeFromTheTuningDataAndTheLatencyUnchecked) {
+TEST_F(CenterSpeaker, TypeAndLatencyComeFromTuningData) {
     for (const auto& [typeWord, type, latencyWord, samples] :
          {std::tuple("\0\0\0\0"s, 0, "\0\0\0\0"s, 0),
           {"\xff\0\0\0"s, 255, "\xff\xff\xff\x7f"s, INT32_MAX},
@@ -97,11 +97,12 @@ TEST_F(CenterSpeaker, TakesTheTypeFromTheTuningDataAndTheLatencyUnchecked) {
         const Answers answers = answersOf(start());
         EXPECT_THAT(answers.types, ElementsAre(type));
         EXPECT_EQ(answers.latency.samples, samples);
-        EXPECT_THAT(logged(), testing::Each(testing::Not(testing::HasSubstr("W ")))) << "it is no problem";
+        EXPECT_THAT(logged(), testing::Each(testing::Not(testing::HasSubstr("W "))))
+            << "no warning for valid data";
     }
 }
 
-TEST_F(CenterSpeaker, TakesTheInputFromTheEeprom) {
+TEST_F(CenterSpeaker, InputComesFromEeprom) {
     for (const auto& [segment, mode, input, synchronized] : {std::tuple('S', 0, true, false),
                                                              {'T', 2, true, true},
                                                              {'U', -1, false, true},
@@ -114,10 +115,11 @@ TEST_F(CenterSpeaker, TakesTheInputFromTheEeprom) {
     }
 }
 
-TEST_F(CenterSpeaker, AnswersDefaultsWithoutTuningData) {
+TEST_F(CenterSpeaker, ReturnsDefaultsWithoutTuningData) {
     const auto expectFailure = [&](const std::string& failure) {
         const sp<ICenterSpeaker> service = start();
-        EXPECT_THAT(logged(), ElementsAre(kStart, "E [readMmCecFromAqdata] " + failure)) << "and no wait";
+        EXPECT_THAT(logged(), ElementsAre(kStart, "E [readMmCecFromAqdata] " + failure))
+            << "the service does not wait for the TV";
         const Answers answers = answersOf(service);
         EXPECT_THAT(answers.types, ElementsAre(0));
         EXPECT_EQ(answers.latency, (SampleLatency{48000, 576}));
@@ -127,7 +129,7 @@ TEST_F(CenterSpeaker, AnswersDefaultsWithoutTuningData) {
         EXPECT_EQ(lines[4], "W [getCenterSpeakerLatency] Exist problem in AQData access.");
     };
     for (const auto& [call, error] : {std::pair("fopen", EACCES), {"fseek", EIO}, {"fread", EIO}}) {
-        answersOf(start());  // what an earlier start has found is forgotten
+        answersOf(start());  // the data of an earlier start must not be reused
         logged();
         const host::ScopedFault fault({call, 1, error});
         expectFailure(call + " failed, errno "s + std::to_string(error));
@@ -140,10 +142,10 @@ TEST_F(CenterSpeaker, AnswersDefaultsWithoutTuningData) {
     expectFailure("fopen failed, errno 2");
     makeAqData("\7\0\0\0"s, "\0\4\0\0"s);
     std::filesystem::resize_file(aqData_, kBlock + 20);
-    EXPECT_THAT(answersOf(start()).types, ElementsAre(7)) << "the block is all that it needs";
+    EXPECT_THAT(answersOf(start()).types, ElementsAre(7)) << "data after the block is not needed";
 }
 
-TEST_F(CenterSpeaker, KeepsTheTuningDataWhereTheTvFails) {
+TEST_F(CenterSpeaker, TuningDataIsKeptIfMiddlewareFails) {
     const std::string segment = "E [CenterSpeaker] Eeprom read fail.(segment)";
     const std::string mode = "E [CenterSpeaker] Eeprom read fail.(center_speaker_mode)";
     struct Case {
@@ -178,7 +180,7 @@ TEST_F(CenterSpeaker, KeepsTheTuningDataWhereTheTvFails) {
     }
 }
 
-TEST_F(CenterSpeaker, HasNoInputOnATvThatNeverGetsReady) {
+TEST_F(CenterSpeaker, HasNoInputIfTvNeverGetsReady) {
     std::filesystem::remove(marker_);
     const host::SteppedClock clock;
     const sp<ICenterSpeaker> service = start();

@@ -30,10 +30,10 @@ class OutputSpeaker : public testing::Test {
         store("tv_position", 1);
     }
 
-    /** What a start of the daemon does. */
+    /** Constructs the service, as the daemon does at start. */
     static sp<IOutputSpeaker> start() { return new V6_1::implementation::OutputSpeaker; }
 
-    /** One that has started without a HAL, its log lines taken. */
+    /** Starts a service without HAL. Discards its log messages. */
     sp<IOutputSpeaker> started() {
         sp<IOutputSpeaker> service = start();
         log_.take();
@@ -52,16 +52,16 @@ class OutputSpeaker : public testing::Test {
     const std::string marker_ = tv_ / "data/vendor/tmp/dtv_svc_is_ready";
 };
 
-TEST_F(OutputSpeaker, TellsTheHalThePositionWhenItStarts) {
+TEST_F(OutputSpeaker, SendsPositionToHalAtStart) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
-        for (const auto& [stored, told] : {std::pair(0, "table_top"), {1, "wall_mount"}}) {
+        for (const auto& [stored, sent] : {std::pair(0, "table_top"), {1, "wall_mount"}}) {
             store("tv_position", stored);
             start();
             EXPECT_THAT(logged(),
                         ElementsAre(kStart, kOpened, "D get tv position:" + std::to_string(stored), kEnd));
-            EXPECT_THAT(hal->device->take(), ElementsAre(std::string("tv_position=") + told));
-            hal->device->result = Result::NOT_SUPPORTED;  // goes unnoticed
+            EXPECT_THAT(hal->device->take(), ElementsAre(std::string("tv_position=") + sent));
+            hal->device->result = Result::NOT_SUPPORTED;  // the HAL's result is ignored
         }
         for (const int stored : {5, -1}) {
             store("tv_position", stored);
@@ -80,12 +80,12 @@ TEST_F(OutputSpeaker, TellsTheHalThePositionWhenItStarts) {
     });
 }
 
-TEST_F(OutputSpeaker, StoresThePositionAndTellsTheHal) {
+TEST_F(OutputSpeaker, StoresPositionAndSendsItToHal) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IOutputSpeaker> service = started();
         hal->device->take();
-        const auto expectSet = [&](int type, bool legal, const std::string& stored, const char* told,
+        const auto expectSet = [&](int type, bool legal, const std::string& stored, const char* sent,
                                    int status) {
             EXPECT_EQ(service->setTvPosition(type), status);
             std::vector<std::string> lines{"D [setTvPosition] start:type = " + std::to_string(type)};
@@ -93,14 +93,14 @@ TEST_F(OutputSpeaker, StoresThePositionAndTellsTheHal) {
             lines.push_back("D set tv position:value = " + stored + ", result = " + std::to_string(status));
             lines.push_back("D [setTvPosition] end:ret = " + std::to_string(status));
             EXPECT_EQ(logged(), lines);
-            EXPECT_THAT(hal->device->take(), ElementsAre(std::string("tv_position=") + told));
+            EXPECT_THAT(hal->device->take(), ElementsAre(std::string("tv_position=") + sent));
         };
-        for (const auto& [type, stored, told] : {std::tuple(0, "0", "table_top"),
+        for (const auto& [type, stored, sent] : {std::tuple(0, "0", "table_top"),
                                                  {1, "1", "wall_mount"},
                                                  {7, "0", "table_top"},
                                                  {1, "1", "wall_mount"},
                                                  {-1, "0", "table_top"}}) {
-            expectSet(type, type == 0 || type == 1, stored, told, 0);
+            expectSet(type, type == 0 || type == 1, stored, sent, 0);
             EXPECT_EQ(contentOf(fileOf("tv_position")), std::string(stored) + "\n");
         }
         hal->device->result = Result::INVALID_ARGUMENTS;
@@ -110,11 +110,11 @@ TEST_F(OutputSpeaker, StoresThePositionAndTellsTheHal) {
     });
 }
 
-TEST_F(OutputSpeaker, WorksWithoutAHal) {
+TEST_F(OutputSpeaker, WorksWithoutHal) {
     inOwnProcess([&] {
         const sp<IOutputSpeaker> service = start();
         EXPECT_THAT(logged(), ElementsAre(kStart, kOpened, kAccessorsNoHal, kNoHal));
-        const sp<FakeHal> hal = FakeHal::start();  // too late
+        const sp<FakeHal> hal = FakeHal::start();  // the service looks for the HAL only at start
         EXPECT_EQ(service->setTvPosition(0), 0);
         EXPECT_EQ(contentOf(fileOf("tv_position")), "0\n");
         EXPECT_EQ(hal->opens, 0);
@@ -122,7 +122,7 @@ TEST_F(OutputSpeaker, WorksWithoutAHal) {
     });
 }
 
-TEST_F(OutputSpeaker, StartsOnATvThatNeverGetsReady) {
+TEST_F(OutputSpeaker, StartsIfTvNeverGetsReady) {
     inOwnProcess([&] {
         std::filesystem::remove(marker_);
         const host::SteppedClock clock;
@@ -135,7 +135,7 @@ TEST_F(OutputSpeaker, StartsOnATvThatNeverGetsReady) {
     });
 }
 
-TEST_F(OutputSpeaker, ReadsThePosition) {
+TEST_F(OutputSpeaker, ReturnsStoredPosition) {
     inOwnProcess([&] {
         const sp<IOutputSpeaker> service = started();
         for (const auto& [stored, position] : {std::pair(0, 0), {1, 1}, {2, 0}, {-1, 0}}) {
@@ -154,7 +154,7 @@ TEST_F(OutputSpeaker, ReadsThePosition) {
     });
 }
 
-TEST_F(OutputSpeaker, TellsTheSurroundType) {
+TEST_F(OutputSpeaker, ReturnsSurroundType) {
     inOwnProcess([&] {
         const sp<IOutputSpeaker> service = started();
         for (const auto& [type, speaker, answer] :
@@ -175,7 +175,7 @@ TEST_F(OutputSpeaker, TellsTheSurroundType) {
     });
 }
 
-TEST_F(OutputSpeaker, TellsTheDelay) {
+TEST_F(OutputSpeaker, ReturnsDelay) {
     inOwnProcess([&] {
         const sp<IOutputSpeaker> service = started();
         for (const auto& [reported, delay, shown] :

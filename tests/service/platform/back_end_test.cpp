@@ -28,8 +28,8 @@ using std::string_literals::operator""s;
 struct User {
     std::string tag;
     bool (*isModel)();
-    std::string model;  // its name in the log
-    bool unknownModel;
+    std::string model;  // name of isModel in the log
+    bool unknownModel;  // result of isModel if the EEPROM cannot be read
     std::string eepromInit, eepromRead;
     int32_t (*waitForBoot)();
     std::string wait, openFailure;
@@ -50,7 +50,7 @@ class BackEnd : public testing::Test {
     host::LogCapture log_;
 };
 
-TEST_F(BackEnd, IsToldByTheEeprom) {
+TEST_F(BackEnd, EepromDecidesWhetherModelHasController) {
     for (const User& user : kUsers) {
         for (const char flag : {'\0', '\1', '\2', '\xFF'}) {
             tv_.setModelFlag(flag);
@@ -59,7 +59,7 @@ TEST_F(BackEnd, IsToldByTheEeprom) {
         EXPECT_THAT(logged(user.tag), IsEmpty());
         tv_.setModelFlag(user.unknownModel ? '\0' : '\1');
         tv_.fail("MTEEPROM_GetProperty", "-9 1");
-        EXPECT_EQ(user.isModel(), !user.unknownModel) << "nobody needs the property";
+        EXPECT_EQ(user.isModel(), !user.unknownModel) << "the property is not used";
         logged(user.tag);
 
         tv_.fail("MTAL_Init", "-9 1");
@@ -76,7 +76,7 @@ TEST_F(BackEnd, IsToldByTheEeprom) {
     }
 }
 
-TEST_F(BackEnd, IsWaitedForUntilItHasBooted) {
+TEST_F(BackEnd, WaitEndsWhenControllerHasBooted) {
     const std::string bootState = tv_ / "soc/bectrl/boot_state";
     for (const User& user : kUsers) {
         for (const size_t sleeps : {0U, 29U, 30U}) {
@@ -103,13 +103,13 @@ TEST_F(BackEnd, IsWaitedForUntilItHasBooted) {
     }
 }
 
-TEST_F(BackEnd, TakesCommands) {
+TEST_F(BackEnd, CommandsAreSentToController) {
     std::string block(36, '\0'), hex(72, '0');
     block[35] = '\xA0';
     hex[70] = 'a';
     EXPECT_EQ(setEnabledToBeCtrl(BECTRL_SPEC_HV_ENABLE, true), 0);
 
-    // What can't be opened is tried for the calibration alone.
+    // If the middleware cannot be opened, only the calibration is sent nevertheless.
     log_.take();
     tv_.fail("MTAL_InitExCb", "-4 2");
     EXPECT_EQ(setEnabledToBeCtrl(BECTRL_SPEC_HV_ENABLE, true), -4);
@@ -134,11 +134,11 @@ TEST_F(BackEnd, TakesCommands) {
     EXPECT_EQ(logged("AudioAC").back(), "E [setCalibratedDataToBeCtrl] BECtrl Boot failed [TimeOut].");
 }
 
-TEST_F(BackEnd, RefusalsOfItsDriverAreTold) {
+TEST_F(BackEnd, ErrorsOfDriverAreReturned) {
     const uint8_t byte = 1;
     const auto set = [&] { return setParametersToBeCtrl(BECTRL_IOC_SET_DEVICE_PARAMETER, &byte, 1); };
     const auto cancel = [] { return notifyCancelToBeCtrl(BECTRL_IOC_CANCEL_HRTF_PARAMETER); };
-    EXPECT_EQ(cancel(), -5) << "there is nothing to cancel";
+    EXPECT_EQ(cancel(), -5) << "no transfer is running";
     tv_.behave("ioctl_fails\n");
     EXPECT_EQ(set(), -5);
     EXPECT_THAT(logged("AudioHV"), ElementsAre("E [notifyCancelToBeCtrl] ioctl() failed! : (-1)",
@@ -151,7 +151,7 @@ TEST_F(BackEnd, RefusalsOfItsDriverAreTold) {
                             "E [setParametersToBeCtrl] bectrl device file open failed! : (-5)"));
 }
 
-TEST_F(BackEnd, TransferStateIsReadWholeOrNotAtAll) {
+TEST_F(BackEnd, TransferStateIsReadCompletelyOrNotAtAll) {
     BeCtrlTransferState state{5, 6};
     const auto read = [&] { return readBeCtrlTransferState(kHrtfStateFile, state); };
     tv_.setState(host::UploadKind::Hrtf, "\x01");

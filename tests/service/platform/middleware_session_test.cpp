@@ -13,7 +13,7 @@ namespace {
 
 using namespace com::tovi::dtv::hardware::audio::platform;
 
-// Those that open more than the connection, and what besides.
+// Users that call a second init function, that function, and the function that opens the connection.
 const std::tuple<MiddlewareUser, std::string, std::string> kUsers[] = {
     {MiddlewareUser::HdmiAudio, "IMtkPb_Ctrl_Init", "MTAL_InitExCb"},
     {MiddlewareUser::OutputExternal, "IMtkPb_Ctrl_Init", "MTAL_InitExCb"},
@@ -23,16 +23,16 @@ const std::tuple<MiddlewareUser, std::string, std::string> kUsers[] = {
     {MiddlewareUser::IsBeModelForHV, "DRV_Init", "MTAL_Init"},
 };
 
-// What each logs where it cannot be opened shows in the tests of the users.
-TEST(MiddlewareSession, OpensWhatTheUserNeedsBesides) {
+// The tests of the users check the log messages of a failed opening.
+TEST(MiddlewareSession, CallsInitFunctionsOfUser) {
     const host::LogCapture log;
-    for (const auto& [user, besides, connection] : kUsers) {
+    for (const auto& [user, initFunction, connection] : kUsers) {
         SCOPED_TRACE(static_cast<int>(user));
         const PrivateTv tv{"soc/faults"};
-        // A fault for one call is gone once its function was called.
-        makeFile(tv / "soc/faults/" + besides, "-12 1\n");
-        EXPECT_EQ(openMiddleware(user), 0) << "it may fail without harm";
-        EXPECT_EQ(contentOf(tv / "soc/faults/" + besides), "(none)");
+        // The fault file is deleted when the function is called.
+        makeFile(tv / "soc/faults/" + initFunction, "-12 1\n");
+        EXPECT_EQ(openMiddleware(user), 0) << "the result of this function is ignored";
+        EXPECT_EQ(contentOf(tv / "soc/faults/" + initFunction), "(none)");
         makeFile(tv / "soc/faults/" + connection, "-12 1\n");
         EXPECT_EQ(openMiddleware(user), -12);
     }

@@ -20,7 +20,7 @@ constexpr char kFailed[] = "E load audio interface failed";
 
 class PrimaryHalAccessor : public testing::Test {
   protected:
-    /** What each service does in its constructor. */
+    /** Gets the device, as each service does in its constructor. */
     static sp<IPrimaryDevice> ask() {
         return com::tovi::dtv::hardware::audio::platform::PrimaryHalAccessor().getHalPrimaryDevice();
     }
@@ -31,7 +31,7 @@ class PrimaryHalAccessor : public testing::Test {
     host::LogCapture log_;
 };
 
-TEST_F(PrimaryHalAccessor, OpensTheDeviceOnceForTheProcess) {
+TEST_F(PrimaryHalAccessor, OpensDeviceOncePerProcess) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         EXPECT_EQ(ask(), hal->device);
@@ -40,12 +40,12 @@ TEST_F(PrimaryHalAccessor, OpensTheDeviceOnceForTheProcess) {
         for (int i = 0; i < 2; ++i) EXPECT_EQ(ask(), hal->device);
         EXPECT_EQ(hal->opens, 1);
         EXPECT_EQ(another->opens, 0);
-        EXPECT_EQ(another->getStrongCount(), references) << "nobody looked for it";
+        EXPECT_EQ(another->getStrongCount(), references) << "no proxy of the second HAL was requested";
         EXPECT_THAT(logged(), testing::Not(testing::Contains(kFailed)));
     });
 }
 
-TEST_F(PrimaryHalAccessor, TriesAgainUntilThereIsADevice) {
+TEST_F(PrimaryHalAccessor, RetriesUntilDeviceExists) {
     inOwnProcess([&] {
         for (int i = 0; i < 2; ++i) {
             EXPECT_EQ(ask(), nullptr);
@@ -58,7 +58,7 @@ TEST_F(PrimaryHalAccessor, TriesAgainUntilThereIsADevice) {
             EXPECT_EQ(ask(), nullptr);
             EXPECT_EQ(hal->opens, opens);
         }
-        // The device counts, not what the HAL says about it.
+        // A device is accepted even if the HAL returns an error with it.
         hal->device = device;
         for (int i = 0; i < 2; ++i) EXPECT_EQ(ask(), device);
         EXPECT_EQ(hal->opens, 3);
@@ -66,7 +66,7 @@ TEST_F(PrimaryHalAccessor, TriesAgainUntilThereIsADevice) {
     });
 }
 
-TEST_F(PrimaryHalAccessor, OutlivesAHalThatEndsWhileItOpens) {
+TEST_F(PrimaryHalAccessor, SurvivesHalThatDiesWhileOpening) {
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
     const pid_t dying = fork();
@@ -80,7 +80,7 @@ TEST_F(PrimaryHalAccessor, OutlivesAHalThatEndsWhileItOpens) {
     }
     close(ready[1]);
     char byte;
-    EXPECT_EQ(read(ready[0], &byte, 1), 0) << "closed: it is registered";
+    EXPECT_EQ(read(ready[0], &byte, 1), 0) << "the pipe is closed after registration";
     close(ready[0]);
     inOwnProcess([&] {
         EXPECT_EQ(ask(), nullptr);

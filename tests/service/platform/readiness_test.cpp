@@ -65,9 +65,9 @@ std::vector<LogLine> expectedLog(const Waiter& waiter, size_t sleeps) {
     return lines;
 }
 
-TEST(Readiness, EveryCallerWaitsInItsOwnWay) {
+TEST(Readiness, EachServiceWaitsWithItsOwnLimitAndMessages) {
     for (const Waiter& waiter : kWaiters) {
-        // A marker that comes with the last sleep comes too late.
+        // A marker that is created during the last sleep is too late.
         for (const size_t sleeps : {size_t{0}, size_t{37}, waiter.limit - 1, waiter.limit}) {
             SCOPED_TRACE(waiter.tag + " " + waiter.timeout + " " + std::to_string(sleeps));
             const PrivateTv tv{"data/vendor/tmp"};
