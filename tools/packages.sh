@@ -1,5 +1,5 @@
-# To be sourced: install_packages [CATEGORY...] installs what packages.txt lists without a
-# category or under one of those, and the machine lacks.
+# To be sourced. install_packages [CATEGORY...] installs the missing packages of packages.txt that have no
+# category or one of the given categories.
 
 install_packages() {
     local wanted missing=() name
@@ -23,13 +23,13 @@ install_packages() {
             *:*) "${root[@]}" dpkg --add-architecture "${name#*:}" ;;
         esac
     done
-    # One list of many that a mirror has half copied: the packages may all be in the others.
+    # Continue after an error: a mirror may lack one list for a moment, and the packages may be in the others.
     "${root[@]}" apt-get update -qq ||
         echo "Not all package lists could be fetched; trying with those that are there." >&2
     "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# A name without an architecture is not installed by being there for another one alone.
+# Returns whether a package is installed. A name without an architecture means that of this machine.
 is_installed() {
     local architecture=${1#*:}
     [ "$architecture" != "$1" ] || architecture="($(dpkg --print-architecture)|all)"

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
-# Completion of audioctl, tv and tv_stress for bash. It asks the commands themselves: the help
-# text of a command lists its subcommands, options and arguments.
+# Bash completion of audioctl, tv and tv_stress. It reads the commands' help texts, which list
+# subcommands, options and arguments.
 
-# Prints the first words of the lines of a section of a help text.
+# Prints the first word of each line in a section of a help text.
 _hidlaudio_section() {
     awk -v section="$1" 'index($0, section) == 1 { inside = 1; next } /^[^ ]/ { inside = 0 } inside && /^  [^ ]/ { print $1 }'
 }
@@ -17,7 +17,7 @@ _hidlaudio() {
         elif [[ -n $awaited ]]; then
             awaited=
         elif [[ $word == -* ]]; then
-            # The second word of its line in the help, if it takes a value.
+            # If the option takes a value, the second word of its line in the help describes it.
             awaited=$(awk -v option="$word" '
                 /^  -/ && ("," $1 ",") ~ ("," option ",") && $2 ~ /^[A-Z]+/ && !/^  [^ ]+  / { print $2; exit }' <<<"$all")
         elif _hidlaudio_section Subcommands: <<<"$help" | grep -qxF -- "$word"; then
@@ -37,8 +37,8 @@ _hidlaudio() {
         kind=$(_hidlaudio_section Subcommands: <<<"$help" | paste -sd '|')
         [[ -n $kind ]] || kind=$(_hidlaudio_section Positionals: <<<"$help" | sed -n "$((place + 1))p" | tr -d '[]')
     fi
-    # DIR, FILE, the values themselves (a|b, or {a,b} behind a colon), or the name of a section of
-    # the help that lists them: SETTING is in "Settings:".
+    # The kind is DIR, FILE, a list of values (a|b, or {a,b} after a colon), or the name of a section of
+    # the help that lists the values: SETTING means the section "Settings:".
     case $kind in
         DIR) compopt -o filenames 2>/dev/null || true
             mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Android.bp: the libraries that the daemon links on the TV, and its files of packaging/."""
+"""Checks Android.bp: the libraries that the daemon links on the TV, and its files in packaging/."""
 import re
 
 from .interfaces import versions
@@ -8,7 +8,7 @@ from .tree import PACKAGE, line_of
 
 FILE = "Android.bp"
 PROGRAM = "/vendor/bin/hw/hidlaudio"
-# Headers of the platform, and the libraries that come with them.
+# Headers of the platform, and the libraries that provide them.
 PLATFORM = (
     (r"android/log\.h", ("liblog",)),
     (r"android/hardware/audio/(\d+\.\d+)/.*",
@@ -19,7 +19,7 @@ PLATFORM = (
 
 
 def check_build_file(tree, headers):
-    """The module names each library that the code needs, no version that does not exist, and no missing file."""
+    """Checks that the module names all needed libraries, and no missing version or file."""
     text = tree.read(FILE)
     quoted = {match[1]: line_of(text, match.start()) for match in re.finditer(r'"([^"\n]+)"', text)}
     wanted = [f"{PACKAGE}@{version}" for version in versions(tree)]
@@ -35,13 +35,13 @@ def check_build_file(tree, headers):
 
 
 def _platform_libraries(headers):
-    """The libraries whose headers the code includes."""
+    """Returns the libraries whose headers the code includes."""
     matches = ((re.fullmatch(pattern, header), names) for header in headers for pattern, names in PLATFORM)
     return sorted({match.expand(name) for match, names in matches if match for name in names})
 
 
 def _vendor_libraries(tree):
-    """The libraries that the header of the vendor's functions names."""
+    """Returns the libraries that are named in the header of the vendor's functions."""
     match = re.search(r"vendor's libraries \(([^)]*)\)", tree.read(HEADER))
     if not match:
         tree.find(HEADER, 1, "does not name the vendor's libraries",

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the daemon's code uses of the TV: files and nodes, ioctls, wake locks, headers."""
+"""Finds the files, nodes, ioctls, wake locks and headers that the daemon's code uses."""
 import re
 from dataclasses import dataclass, field
 
@@ -8,8 +8,11 @@ from .tree import line_of
 
 @dataclass
 class CodePaths:
-    """{what: (file, line)} of the paths it opens, the commands it gives to nodes, the headers it includes;
-    "file:line" of each call that takes a wake lock."""
+    """What the code uses, with the place of its first use.
+
+    `paths`, `commands` (ioctls) and `headers` map to (file, line). `wake_locks` holds "file:line" of each
+    call that acquires a wake lock.
+    """
 
     paths: dict = field(default_factory=dict)
     commands: dict = field(default_factory=dict)
@@ -18,14 +21,14 @@ class CodePaths:
 
 
 def load_code_paths(tree):
-    """Looks through all sources and headers of the daemon."""
+    """Searches all sources and headers of the daemon."""
     result = CodePaths()
     for file in tree.glob("service/**/*.cpp") + tree.glob("service/**/*.h"):
         code = tree.code(file)
         for match in re.finditer(r'"(/(?:data|dev|proc|sys)/[^"]*)"', code):
             result.paths.setdefault(match[1], (file, line_of(code, match.start())))
         for match in re.finditer(r"_IOW?R?\('(.)',\s*(\d+)\b", code):
-            # The policy knows a command by its type and number alone.
+            # The SELinux policy identifies an ioctl by its type and number only.
             result.commands.setdefault(ord(match[1]) << 8 | int(match[2]),
                                        (file, line_of(code, match.start())))
         for match in re.finditer(r"^#include <(\S+)>", code, re.MULTILINE):

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-"""All checks, one after the other."""
+"""Runs all checks."""
 from . import (build_file, code_paths, generators, init_rc, interfaces, middleware, sepolicy, vintf,
                workstation)
 from .tree import Tree
 
 
 def examine(root, hidl_gen=None):
-    """The findings in the tree at `root`, in order; `hidl_gen` is a program, None to do without."""
+    """Returns the sorted findings in the tree at `root`. If `hidl_gen` is None, its output is not checked."""
     tree = Tree(root)
     known = interfaces.load_interfaces(tree)
     services = interfaces.load_services(tree, known)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What hidl-gen makes of the interfaces, where it is installed."""
+"""Checks the output of hidl-gen for the interfaces."""
 import re
 import subprocess
 import tempfile
@@ -12,12 +12,12 @@ from .tree import PACKAGE
 LANGUAGES = ("check", "hash", "androidbp", "java")
 UPREV = ("move it to the next minor version of the interface that it extends, a new interface to a new major"
          " version, or extend one of the version before beside it (current.txt tells how)")
-# What the comparison with current.txt finds as well, and tells better.
+# Errors that the comparison with current.txt also finds, with a better message.
 FROZEN = r"does not match hash on record|cannot depend on unfrozen"
 
 
 def check_generators(tree, hidl_gen):
-    """Each version can be generated for every use that the TV's build has for it."""
+    """Checks that hidl-gen generates each version in all languages that the TV's build uses."""
     for version in versions(tree):
         with tempfile.TemporaryDirectory() as folder:
             complaints = [_run(tree, hidl_gen, version, language, folder) for language in LANGUAGES]
@@ -31,7 +31,7 @@ def check_generators(tree, hidl_gen):
 
 
 def _run(tree, hidl_gen, version, language, folder):
-    """What it complained of, empty where it did its work."""
+    """Runs hidl-gen. Returns its error message, or an empty string if it succeeded."""
     command = [hidl_gen, f"-L{language}", "-o", folder, *ROOTS, f"{PACKAGE}@{version}"]
     try:
         result = subprocess.run(command, cwd=tree.root, capture_output=True, text=True, timeout=60,
@@ -42,7 +42,7 @@ def _run(tree, hidl_gen, version, language, folder):
 
 
 def _first_error(text):
-    """What comes after it follows from it."""
+    """Returns the first error line. Later errors are its consequences."""
     lines = text.splitlines()
     return next((line for line in lines if line.startswith("ERROR")), " ".join(text.split()))
 

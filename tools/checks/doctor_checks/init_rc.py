@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The init script that starts the daemon."""
+"""Checks the init script that starts the daemon."""
 import re
 
 from .interfaces import full_name
@@ -9,7 +9,7 @@ ONCE = ("class", "user", "group")
 
 
 class Section:
-    """`service …` or `on …` with the lines below it as (number, words)."""
+    """A section of the script: `service …` or `on …`, with its lines in `options` as (number, words)."""
 
     def __init__(self, line, words):
         self.line = line
@@ -17,12 +17,12 @@ class Section:
         self.options = []
 
     def option(self, name):
-        """(line, arguments) of an option, None where it is not there."""
+        """Returns (line, arguments) of an option, or None if it is missing."""
         return next(((number, words[1:]) for number, words in self.options if words[0] == name), None)
 
 
 def check_init_rc(tree, path, services, code_paths, own_folders):
-    """Init starts the daemon, and knows each name under which it is found."""
+    """Checks that init starts the daemon and that the script lists all its interfaces."""
     sections = _sections(tree)
     service = next((s for s in sections if s.words[0] == "service" and s.words[2:3] == [path]), None)
     if service is None:
@@ -80,7 +80,7 @@ def _check_interfaces(tree, service, services):
 
 
 def _check_wake_locks(tree, service, wake_locks):
-    """libpower needs the group and the capability where it writes the kernel's file itself."""
+    """Checks the group and the capability that libpower needs to write the kernel's wake lock file."""
     for option, needed in (("capabilities", "BLOCK_SUSPEND"), ("group", "wakelock")):
         line, values = service.option(option) or (service.line, [])
         if wake_locks and needed not in values:
@@ -89,7 +89,7 @@ def _check_wake_locks(tree, service, wake_locks):
 
 
 def _check_folders(tree, sections, own_folders):
-    """The daemon makes none of its folders."""
+    """Checks that the script creates the daemon's folders, as the daemon does not."""
     made = {words[1]: number for section in sections if section.words[0] == "on"
             for number, words in section.options if words[0] == "mkdir" and len(words) > 1}
     for own, (file, line) in own_folders.items():

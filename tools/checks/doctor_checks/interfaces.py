@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The interfaces of the package, and which of them the daemon registers."""
+"""Checks the interfaces of the package and the services that the daemon registers."""
 import hashlib
 import re
 from dataclasses import dataclass
@@ -15,7 +15,7 @@ UNDO = "undo the edit, and make the change in a new version (current.txt tells h
 
 @dataclass(frozen=True)
 class Interface:
-    """One interface of one version; `parent` is the (version, name) that it extends."""
+    """An interface of one version. `parent` is the (version, name) that it extends, or None."""
 
     version: str
     name: str
@@ -26,7 +26,7 @@ class Interface:
 
 @dataclass(frozen=True)
 class Service:
-    """What the daemon registers: the newest interface and the older ones that it stands for."""
+    """A registered service. `chain` holds its (version, name) and those that it extends, newest first."""
 
     name: str
     chain: tuple
@@ -34,23 +34,23 @@ class Service:
 
 
 def version_key(version):
-    """Sorts 10.0 after 9.1."""
+    """Returns a sort key that puts 10.0 after 9.1."""
     return tuple(int(number) for number in version.split("."))
 
 
 def full_name(version, name):
-    """As HIDL writes it."""
+    """Returns the fully qualified HIDL name."""
     return f"{PACKAGE}@{version}::{name}"
 
 
 def versions(tree):
-    """The package's versions, oldest first."""
+    """Returns the package's versions, oldest first."""
     folders = {file.split("/")[1] for file in tree.glob(f"{FOLDER}/*/*.hal")}
     return sorted((name for name in folders if re.fullmatch(r"\d+\.\d+", name)), key=version_key)
 
 
 def load_interfaces(tree):
-    """All interfaces by (version, name); a file that can't be understood is found."""
+    """Returns all interfaces by (version, name). Reports files that cannot be parsed."""
     result = {}
     for version in versions(tree):
         for file in tree.glob(f"{FOLDER}/{version}/*.hal"):
@@ -86,7 +86,7 @@ def _load_interface(tree, file, version):
 
 
 def chain_of(interfaces, key):
-    """`key` and what it extends, newest first; stops where one is missing."""
+    """Returns `key` and the interfaces that it extends, newest first. Stops at a missing one."""
     chain = []
     while key in interfaces and key not in chain:
         chain.append(key)
@@ -95,7 +95,7 @@ def chain_of(interfaces, key):
 
 
 def load_services(tree, interfaces):
-    """The registration table of the daemon's main."""
+    """Returns the services in the registration table of the daemon's main.cpp."""
     code = tree.code(MAIN)
     pattern = r"service<V(\d+)_(\d+)::(\w+),\s*V\d+_\d+::implementation::\w+>"
     services = []
@@ -114,7 +114,7 @@ def load_services(tree, interfaces):
 
 
 def check_extends(tree, interfaces):
-    """Each interface extends one that is there."""
+    """Checks that each extended interface exists."""
     for interface in interfaces.values():
         if interface.parent and interface.parent not in interfaces:
             tree.find(interface.file, interface.line,
@@ -123,7 +123,7 @@ def check_extends(tree, interfaces):
 
 
 def check_registered(tree, interfaces, services):
-    """Each interface that is not a client's to implement is reached through a registered service."""
+    """Checks that each interface belongs to a registered service, unless clients implement it."""
     reached = {key for service in services for key in service.chain}
     lines = {service.name: service.line for service in services}
     for key, interface in interfaces.items():
@@ -137,13 +137,13 @@ def check_registered(tree, interfaces, services):
 
 
 def _is_argument(tree, interfaces, interface):
-    """Whether a method takes it: then it is the clients' to implement."""
+    """Returns whether a method takes the interface as argument, so that clients implement it."""
     pattern = re.compile(rf"\b{interface.name}\s+\w+\s*[,)]")
     return any(pattern.search(tree.code(other.file)) for other in interfaces.values())
 
 
 def check_frozen(tree):
-    """current.txt holds the hash of each .hal file, and of nothing else."""
+    """Checks that current.txt holds the hashes of all .hal files and no others."""
     frozen = _frozen_hashes(tree)
     files = {}
     for version in versions(tree):
@@ -163,7 +163,7 @@ def check_frozen(tree):
 
 
 def _frozen_hashes(tree):
-    """{name: {hash: line}}; a line that is neither is found."""
+    """Returns {name: {hash: line}}. Reports lines that are not a hash and a name."""
     frozen = {}
     for number, text in tree.lines(FROZEN, comment="#"):
         match = re.fullmatch(r"([0-9a-f]{64}) (\S+)", text)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The vendor's functions: on the integrator's page, and on the virtual TV."""
+"""Checks the vendor's functions in the integrator's page and in the virtual TV."""
 import posixpath
 import re
 
@@ -11,14 +11,14 @@ FAULTS = "host/middleware/functions.h"
 
 
 def load_functions(tree):
-    """{name: line} of the vendor's functions that the daemon declares."""
+    """Returns {name: line} of the vendor's functions that the daemon declares."""
     code = tree.code(HEADER)
     matches = re.finditer(r"^\w+ \*?(\w+)\([^)]*\)(?:\s+REQUIRES\(\w+\))?;", code, re.MULTILINE)
     return {match[1]: line_of(code, match.start()) for match in matches}
 
 
 def check_page(tree, functions, paths):
-    """Each function and each path that the code names stands on the page, no function besides."""
+    """Checks that the page lists all functions and paths that the code uses, and no other function."""
     text = tree.read(PAGE)
     for name, line in functions.items():
         if f"`{name}`" not in text:
@@ -33,7 +33,7 @@ def check_page(tree, functions, paths):
 
 
 def check_virtual_tv(tree, functions):
-    """On the virtual TV each function can be made to fail."""
+    """Checks that the virtual TV implements each function and can make it fail."""
     code = tree.code(FAULTS)
     listed = {match[1]: line_of(code, match.start()) for match in re.finditer(r'"(\w+)"', code)}
     for name, line in functions.items():

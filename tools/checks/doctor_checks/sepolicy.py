@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The daemon's SELinux policy: what it may open, and under which names it may serve."""
+"""Checks the daemon's SELinux policy: files, nodes, ioctls and service names."""
 import posixpath
 import re
 from dataclasses import dataclass
@@ -13,13 +13,13 @@ PROC = f"{FOLDER}/genfs_contexts"
 DOMAIN = f"{FOLDER}/hidlaudio.te"
 ATTRIBUTES = f"{FOLDER}/attributes"
 CONTEXT = r"u:object_r:(\w+):s0"
-# Types that the platform's own policy has.
+# Types that the platform's policy declares.
 PLATFORM_TYPES = {"vendor_data_file"}
 
 
 @dataclass(frozen=True)
 class Label:
-    """A line that gives what matches `pattern` a type."""
+    """A line of the policy that gives paths matching `pattern` a type."""
 
     pattern: re.Pattern
     type: str
@@ -28,7 +28,7 @@ class Label:
 
 
 def load_types(tree):
-    """{type: attributes} of what the policy declares."""
+    """Returns {type: attributes} of the declared types."""
     types = {}
     for file in tree.glob(f"{FOLDER}/*.te"):
         for number, text in tree.lines(file, comment="#"):
@@ -41,7 +41,7 @@ def load_types(tree):
 
 
 def load_labels(tree):
-    """The lines of file_contexts and genfs_contexts, by the paths that they have on the TV."""
+    """Returns the labels of file_contexts and genfs_contexts, with full paths on the TV."""
     labels = []
     for number, text in tree.lines(FILES, comment="#"):
         _add_label(tree, labels, FILES, number, re.fullmatch(rf"(\S+)\s+(?:--\s+)?{CONTEXT}", text), "{}")
@@ -63,7 +63,7 @@ def _add_label(tree, labels, file, line, match, pattern):
 
 
 def own_folders(labels, types, paths):
-    """{folder: (file, line)} of the data that is the daemon's alone, by the type it has."""
+    """Returns {folder: (file, line)} of the data folders that have a type of the daemon."""
     folders = {}
     for path, place in paths.items():
         label = _label_of(labels, path)
@@ -73,12 +73,12 @@ def own_folders(labels, types, paths):
 
 
 def _label_of(labels, path):
-    """The last line that matches holds."""
+    """Returns the label of `path`, or None. The last matching line wins."""
     return next((label for label in reversed(labels) if label.pattern.fullmatch(path)), None)
 
 
 def check_labels(tree, labels, types, program, paths):
-    """Each path that the code names has a label, and each label is there for one."""
+    """Checks that each path in the code has a label, and that each label belongs to such a path."""
     needed = {program: ("Android.bp", 1), **paths}
     for path, (file, line) in needed.items():
         if _label_of(labels, path) is None:
@@ -99,7 +99,7 @@ def check_labels(tree, labels, types, program, paths):
 
 
 def check_domain(tree, labels, types, code):
-    """The daemon may use what the labels name and what the code calls."""
+    """Checks that the domain may use the labeled files, and the ioctls and processes that the code calls."""
     rules = "\n".join(text for _, text in tree.lines(DOMAIN, comment="#"))
     domain = next((name for name, attributes in types.items() if "domain" in attributes), None)
     if domain is None or f"init_daemon_domain({domain})" not in rules:
@@ -119,7 +119,7 @@ def check_domain(tree, labels, types, code):
 
 
 def _check_calls(tree, rules, domain, code):
-    """Wake locks and the audio HAL go through processes of the platform."""
+    """Checks the rules for wake locks and the audio HAL, which are served by processes of the platform."""
     factory = next((code.headers[name] for name in code.headers if name.endswith("/IDevicesFactory.h")), None)
     needed = ((f"wakelock_use({domain})", code.wake_locks[0] if code.wake_locks else None),
               (f"hal_client_domain({domain}, hal_audio)", factory and "{}:{}".format(*factory)))
@@ -129,7 +129,7 @@ def _check_calls(tree, rules, domain, code):
 
 
 def _check_commands(tree, rules, commands):
-    """The nodes take no ioctl but those that the policy lists."""
+    """Checks that the policy permits all ioctls in the code."""
     permitted = set()
     for match in re.finditer(r"^allowxperm\s+\S+\s+\S+\s+ioctl\s+\{([^}]*)\}", rules, re.MULTILINE):
         for first, last in re.findall(r"0x([0-9a-f]{4})(?:-0x([0-9a-f]{4}))?", match[1]):
@@ -141,7 +141,7 @@ def _check_commands(tree, rules, commands):
 
 
 def check_service_rules(tree, types):
-    """The domain may register, and calls pass both ways."""
+    """Checks that the domain may register services, and that calls may pass in both directions."""
     rules = "\n".join(text for file in (ATTRIBUTES, *tree.glob(f"{FOLDER}/*.te"))
                       for _, text in tree.lines(file, comment="#"))
     match = re.search(r"hal_server_domain\(\w+, hal_(\w+)\)", rules)
@@ -159,7 +159,7 @@ def check_service_rules(tree, types):
 
 
 def check_hwservices(tree, types, services):
-    """Each service has the one type under which its clients may find it."""
+    """Checks that each service has exactly one type, which clients need to find it."""
     names = {f"{PACKAGE}::{service.name}" for service in services}
     listed = {}
     for number, text in tree.lines(HWSERVICES, comment="#"):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The tree under examination, and what is found in it."""
+"""The tree to check, and the findings in it."""
 import re
 from dataclasses import dataclass
 from functools import lru_cache
@@ -10,7 +10,7 @@ PACKAGE = "com.tovi.dtv.hardware.audio"
 
 @dataclass(frozen=True, order=True)
 class Finding:
-    """One thing that is wrong: where, what, and what to do about it."""
+    """A finding: place, problem and fix."""
 
     file: str
     line: int
@@ -22,7 +22,7 @@ class Finding:
 
 
 class Tree:
-    """The files below `root`, read at most once each; paths are relative to it."""
+    """The files below `root`. Each is read at most once. Paths are relative to `root`."""
 
     def __init__(self, root):
         self.root = Path(root)
@@ -31,34 +31,34 @@ class Tree:
         self._unreadable = set()
 
     def find(self, file, line, problem, fix):
-        """Takes a finding down. Line 1 stands for the whole file; one that can't be read has this only."""
+        """Adds a finding. Line 1 means the whole file. An unreadable file has no other findings."""
         if file in self._unreadable:
             return
         self.findings.append(Finding(file, line, problem, fix))
 
     def read(self, file):
-        """The file's text; empty where it can't be read, which is found once."""
+        """Returns the file's text. If it cannot be read, reports that once and returns an empty string."""
         if file not in self._texts:
             self._texts[file] = self._load(file)
         return self._texts[file]
 
     def lines(self, file, comment=None):
-        """(number, text) of the lines that hold something; `comment` opens a comment that is cut off."""
+        """Yields (number, text) of non-blank lines, without comments that start with `comment`."""
         for number, line in enumerate(self.read(file).splitlines(), 1):
             text = line.split(comment)[0].strip() if comment else line.strip()
             if text:
                 yield number, text
 
     def code(self, file):
-        """The text of a C++ or HIDL file with its comments blanked, so that lines keep their numbers."""
+        """Returns the text of a C++ or HIDL file with blanks for comments. Line numbers do not change."""
         return without_comments(self.read(file))
 
     def glob(self, pattern):
-        """The files that match, in order."""
+        """Returns the matching files, sorted."""
         return sorted(path.relative_to(self.root).as_posix() for path in self.root.glob(pattern))
 
     def exists(self, file):
-        """Whether the file is there."""
+        """Returns whether the file exists."""
         return (self.root / file).is_file()
 
     def _load(self, file):
@@ -74,12 +74,12 @@ class Tree:
 
 
 def line_of(text, position):
-    """The number of the line that holds the character at `position`."""
+    """Returns the number of the line that contains `position`."""
     return text.count("\n", 0, position) + 1
 
 
 @lru_cache(maxsize=1024)
 def without_comments(text):
-    """C++ or HIDL with blanks for comments."""
+    """Returns C++ or HIDL text with blanks for comments."""
     blank = lambda match: re.sub(r"[^\n]", " ", match[0]) if match[0][0] == "/" else match[0]
     return re.sub(r'/\*.*?\*/|//[^\n]*|"(?:\\.|[^"\\\n])*"', blank, text, flags=re.DOTALL)

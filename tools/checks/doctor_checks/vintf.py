@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the TV's manifest says of the services, and the matrix that permits it."""
+"""Checks the VINTF manifest of the services and the compatibility matrix."""
 import re
 from dataclasses import dataclass, field
 from xml.parsers import expat
@@ -13,7 +13,7 @@ MATRIX = "packaging/compatibility_matrix.xml"
 
 @dataclass
 class Element:
-    """An XML element with its line."""
+    """An XML element with its line number."""
 
     name: str
     attributes: dict
@@ -22,16 +22,16 @@ class Element:
     children: list = field(default_factory=list)
 
     def all(self, name):
-        """Its children of that name."""
+        """Returns the children with this name."""
         return [child for child in self.children if child.name == name]
 
     def value(self, name):
-        """The text of the first child of that name, empty where there is none."""
+        """Returns the text of the first child with this name, or an empty string if there is none."""
         return next((child.text.strip() for child in self.all(name)), "")
 
 
 def check_manifest(tree, services):
-    """The manifest declares each major version of each service, with its newest minor one."""
+    """Checks that the manifest declares the newest minor version of each major version of each service."""
     expected = _declared(services)
     offered = {key for service in services for key in service.chain}
     listed = {}
@@ -47,7 +47,7 @@ def check_manifest(tree, services):
 
 
 def check_matrix(tree, services):
-    """The framework's matrix permits what the manifest declares."""
+    """Checks that the framework's matrix permits all interfaces that the manifest must declare."""
     expected = _declared(services)
     listed = {}
     for hal in _hals(tree, MATRIX):
@@ -74,7 +74,7 @@ def check_matrix(tree, services):
 
 
 def _declared(services):
-    """(version, name) of the newest minor version of each major one, in order."""
+    """Returns the sorted (version, name) of the newest minor version of each major version."""
     newest = {}
     for service in services:
         for version, name in service.chain:
@@ -92,7 +92,7 @@ def _check_transport(tree, hal):
 
 
 def _check_entry(tree, entry, expected, offered, listed):
-    """The (version, name) that it declares, None where that can't be told."""
+    """Returns the (version, name) that the entry declares, or None if it cannot be parsed."""
     text = entry.text.strip()
     match = re.fullmatch(r"@(\d+\.\d+)::(\w+)/default", text)
     if not match:
@@ -111,7 +111,7 @@ def _check_entry(tree, entry, expected, offered, listed):
 
 
 def _hals(tree, file):
-    """The entries of our package."""
+    """Returns the entries of our package."""
     root = _parse(tree, file)
     hals = [hal for hal in (root.all("hal") if root else []) if hal.value("name") == PACKAGE]
     if root and not hals:
@@ -123,7 +123,7 @@ def _hals(tree, file):
 
 
 def _parse(tree, file):
-    """The root element, None (and a finding) where the file is no XML."""
+    """Returns the root element, or None after reporting that the file is not valid XML."""
     text = tree.read(file)
     if not text:
         return None

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""`audioctl` knows each service in its newest version; it and `tv` leave nothing of their own out."""
+"""Checks that `audioctl` lists all services, and that `audioctl` and `tv` use all their subcommands."""
 import re
 
 from .interfaces import MAIN, full_name
@@ -9,7 +9,7 @@ KNOWN = "client/services/known_services.cpp"
 
 
 def check_known_services(tree, services):
-    """`audioctl` knows the registered services and no others."""
+    """Checks that `audioctl` lists the registered services and no others, in their newest versions."""
     newest = {service.chain[0]: service.line for service in services}
     code = tree.code(KNOWN)
     known = {(f"{match[1]}.{match[2]}", match[3]): line_of(code, match.start())
@@ -26,7 +26,7 @@ def check_known_services(tree, services):
 
 
 def check_commands(tree):
-    """Each subcommand is part of its command line: one left out breaks no build."""
+    """Checks that each subcommand is added to its command line. The build does not detect a missing one."""
     for folder in ("client", "host/tv"):
         _check_taken(tree, f"{folder}/commands.h", f"{folder}/command_line.cpp")
 
