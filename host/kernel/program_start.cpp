@@ -41,7 +41,7 @@ std::string problemOfTv(const std::string& root) {
     const std::string model = root + kModelFile;
     struct stat status{};
     if (lstat(model.c_str(), &status) != 0)
-        return root + " is not a TV; create one with `tv init`, or set HIDLAUDIO_TV to another TV";
+        return root + " is not a TV; create one with `tv init`, or set HIDLAUDIO_TV to another folder";
     return contentProblem(root);
 }
 
