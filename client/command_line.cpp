@@ -6,14 +6,14 @@ namespace {
 
 constexpr char kFooter[] =
     R"(Results go to standard output, messages to standard error. With --json, most commands that read
-print {"value": ...}, and those that set print {"result": N}, N being the result code of the service.
+print {"value": ...}, and those that set print {"result": N}, where N is the service's result code.
 
 Exit status of all commands:
   0  success
   1  the service returned an error, a call failed, or output could not be written
   2  invalid usage or input file, or no TV
   3  the service is not registered, or it ended during the call
-  4  time-out
+  4  a service did not reply in time
 
 `audioctl COMMAND --help` describes a command.
 

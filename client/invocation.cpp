@@ -11,6 +11,9 @@
 namespace hidlaudio::client {
 namespace {
 
+constexpr char kCommonOptionsHint[] =
+    "\n\nAll commands also accept --tv, --json and --timeout; see `audioctl --help`.";
+
 constexpr double kShortestSeconds = 0.001;
 constexpr double kLongestSeconds = 86400;
 
@@ -51,8 +54,7 @@ std::string checkNotEmpty(const std::string& given) {
 
 void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>& body,
            const std::function<bool()>& needsTv) {
-    command->footer(command->get_footer() +
-                    "\n\nAll commands also accept --tv, --json and --timeout; see `audioctl --help`.");
+    command->footer(command->get_footer() + kCommonOptionsHint);
     command->callback([&invocation, body, needsTv] {
         const std::string problem = needsTv() ? problemOfTv() : "";
         invocation.status = problem.empty() ? body() : fail(kWrongUsage, problem);
@@ -61,7 +63,7 @@ void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>
 
 void finishGroup(CLI::App* group, const std::string& footer) {
     group->require_subcommand(1);
-    group->footer(footer);
+    group->footer(group->get_parent() != nullptr ? footer + kCommonOptionsHint : footer);
 }
 
 void addCommonOptions(CLI::App& app, Invocation& invocation) {
@@ -75,7 +77,7 @@ void addCommonOptions(CLI::App& app, Invocation& invocation) {
     app.add_flag("--json", invocation.json, "Print the result as JSON");
     app.add_option("--timeout", invocation.timeout,
                    "Wait at most this long for each reply of a service, 0.001 to 86400\n"
-                   "(default: 30, if the command's help names no other)")
+                   "(default: 30 for most commands)")
         ->type_name("SECONDS")
         ->check(checkSeconds);
     app.set_version_flag("--version", "audioctl " HIDLAUDIO_VERSION, "Print the version and exit");

@@ -29,8 +29,9 @@ void onRun(
     const std::function<bool()>& needsTv = [] { return true; });
 
 /**
- * Requires a subcommand of `group`, and sets the footer. Call it after adding the subcommands: each copies
- * the footer that its parent has at that time.
+ * Makes `group` require a subcommand, and sets its footer, with the line about the common options unless it
+ * is the program itself. Call it after adding the subcommands: each copies the footer that its parent has at
+ * that time.
  */
 void finishGroup(CLI::App* group, const std::string& footer);
 

@@ -24,11 +24,11 @@ namespace {
 constexpr char kFooter[] =
     R"(FILE is a calibration file or an equalizer text.
 
-A calibration file, as `audioctl calibration save` writes it, is a JSON list of channels. All keys are
-required: level in dB, delay in ms, and 31 gains in dB of the third octaves from 20 Hz to 20 kHz.
+A calibration file, as `audioctl calibration save` writes it, is a JSON list of channels. All keys
+are required: level in dB, delay in ms, and 31 gains in dB (third octaves from 20 Hz to 20 kHz).
     [{"channel": "FL", "level": -3.0, "delay": 1.5, "equalizer": [31 gains]}, ...]
 
-An equalizer text is one for Equalizer APO, also as AutoEq writes it, or REW's text export of filters:
+An equalizer text has the format of Equalizer APO, AutoEq, or the text export of filters of REW:
     GraphicEQ: 20 -1.5; 25 0; 40 2.5
     Filter 1: ON PK Fc 63 Hz Gain -3.0 dB Q 4.3
     Preamp: -6 dB
@@ -38,21 +38,22 @@ An equalizer text is one for Equalizer APO, also as AutoEq writes it, or REW's t
 - A peak (PK, PEQ) or shelf adds its gain at the center frequency of each band, at 48 kHz.
 - All curves and filters of a channel add up. Preamp is the level.
 - Channel applies to the lines after it. L is FL, R is FR.
-- A shelf may have a Q or a slope, as in LSC 6dB (default: 10.8 dB per octave). LSC, HSC, and LS Q and
-  HS Q of REW have half their gain at Fc. For LS and HS, Fc is the corner, as in Equalizer APO; a
-  message reports the frequency of half the gain.
+- A shelf may have a Q or a slope, as in LSC 6dB (default: 10.8 dB per octave). LSC, HSC, and LS Q
+  and HS Q of REW have half their gain at Fc. For LS and HS, Fc is the corner, as in Equalizer APO;
+  a message reports the frequency of half the gain.
 - Numbers may have a decimal comma.
+
 Lines that cannot be used are reported with the reason. The whole text is refused if it has
 conditions (If), sections, or other commands that change the meaning of its lines (Device, Include,
 Copy, ...), if no filter of a channel can be used, or if it is a CamillaDSP configuration.
 
-If FILE has a fault, or a value beyond -9 to 9 dB or 0 to 10 ms, nothing is stored and the exit status
-is 2.
+If FILE has a fault, or a value beyond -9 to 9 dB or 0 to 10 ms, nothing is stored and the exit
+status is 2.
 
 First prints the values that a TV with a back-end controller rounds: to 0.1 dB, and to samples at
-48 kHz. (Other TVs round only the level, and have no delays.) Then replaces all stored results, which
-`audioctl calibration on` applies. The TV uses equalizer and level of FL for both sides, and the
-delays of FL and FR; it stores up to 9 channels.
+48 kHz. (Other TVs round only the level, and have no delays.) Then replaces all stored results;
+`audioctl calibration on` applies them. The TV uses equalizer and level of FL for both sides, and
+the delays of FL and FR. It stores up to 9 channels.
 
 --dry-run needs a TV only with --keep.
 

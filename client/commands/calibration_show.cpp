@@ -74,14 +74,14 @@ int plot(const Invocation& invocation, const std::string& svgPath) {
 void addCalibrationSave(CLI::App* parent, Invocation& invocation) {
     const auto path = std::make_shared<std::string>();
     CLI::App* command = parent->add_subcommand("save", "Write the stored results as a calibration file");
-    command->add_option("FILE", *path, "Replace this file (default: -, standard output)")
+    command->add_option("FILE", *path, "Replace this file; - is standard output (default: standard output)")
         ->type_name("")
         ->check(checkNotEmpty);
     command->footer(
         R"(`audioctl calibration load` reads the file. A regular file is replaced atomically and keeps its
 permissions; a device, a pipe or /dev/fd/N is written directly. Symbolic links are followed.
 
-With --json: {"result": 0} if FILE is given, or else {"value": [...]}.
+With --json: {"value": [...]} without FILE, {"result": 0} with FILE, only the file with -.
 
 Example:
   audioctl calibration save room.json)");

@@ -81,9 +81,9 @@ void addList(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand("list", "List the registered services and their processes");
     command->add_flag("--all", *all, "Also list the inherited interface versions");
     command->footer(
-        R"(Requests the interface chain of each service, most derived interface first. If a service does not
-reply within --timeout (default: 5 s), or the call fails, all its names are listed with "?" (null
-with --json) as chain, and the exit status is 4 or 1.
+        R"(Requests the interface chain of each service, most derived interface first. A service that does not
+reply within --timeout (default: 5 s) is listed under all its names, with the chain "?" (null with
+--json), and the exit status is 4. The same applies if a call fails, with exit status 1.
 
 With --json: [{"interface": ..., "instance": ..., "pid": ..., "process": ..., "chain": [...]}]
 
