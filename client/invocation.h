@@ -44,8 +44,7 @@ void addCommonOptions(CLI::App& app, Invocation& invocation);
 /** Returns an error message if the argument of an option is empty, or else an empty string. */
 std::string checkNotEmpty(const std::string& given);
 
-/** Prints the error of the command line, and the accepted commands, to standard error. Returns kWrongUsage.
- */
+/** Prints the error of the command line to standard error. Returns kWrongUsage. */
 int wrongUsage(const CLI::App& app, const CLI::ParseError& error);
 
 }  // namespace hidlaudio::client

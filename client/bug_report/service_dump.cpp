@@ -95,7 +95,7 @@ int millisecondsUntil(Clock::time_point end) {
     return static_cast<int>(std::max<int64_t>(left, 0));
 }
 
-/** Reads all available data; discards what exceeds kLargestState. */
+/** Reads all available data; discards data beyond kLargestState. */
 void drain(int fd, std::string& text) {
     char buffer[4096];
     for (;;) {

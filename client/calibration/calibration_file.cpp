@@ -23,8 +23,7 @@ struct Entry {
     ChannelCalibration channel;
     std::vector<std::string>& faults;
 
-    /** Adds a fault at `below`, a JSON pointer relative to the entry, with the channel's name if it is known.
-     */
+    /** Adds a fault with the channel's name, if known. `below` is a JSON pointer relative to the entry. */
     void fault(const std::string& below, const std::string& what) {
         const std::string name = channel.channel.empty() ? "" : " (" + channel.channel + ")";
         faults.push_back(pointer + below + name + ": " + what);

@@ -17,8 +17,7 @@ namespace {
 using android::hardware::Return;
 using nlohmann::json;
 
-/** Time-out in seconds: the service waits up to 20 s for the TV's platform and 10 s for its post-processor.
- */
+/** Time-out: the service waits up to 20 s for the TV's platform and 10 s for its post-processor. */
 constexpr double kSwitchSeconds = 45;
 
 json summaryOf(const ChannelCalibration& channel) {

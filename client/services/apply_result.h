@@ -31,8 +31,7 @@ class ApplyResult : public com::tovi::dtv::hardware::audio::V5_0::IHeadphoneVirt
         changed_.notify_all();
     }
 
-    /** Blocks until the upload or its service has ended. Returns false if that does not happen before `end`.
-     */
+    /** Blocks until the upload or its service has ended. Returns false if `end` is reached before. */
     bool wait(Time end) {
         std::unique_lock<std::mutex> lock(mutex_);
         return changed_.wait_until(lock, end, [this]() REQUIRES(mutex_) { return result_ || died_; });

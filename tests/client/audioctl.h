@@ -65,8 +65,7 @@ class AudioctlTv : public Audioctl {
             makeFile(tv_ / (std::string("soc/config/g_audio__") + key), "1\n");
     }
 
-    /** Starts the daemon with additional environment variables and waits until its services are registered.
-     */
+    /** Starts the daemon with extra environment variables and waits until its services are registered. */
     static std::unique_ptr<RunningProgram> startDaemon(const std::vector<std::string>& variables = {}) {
         auto daemon = std::make_unique<RunningProgram>(std::vector<std::string>{DAEMON}, variables);
         EXPECT_EQ(run({"wait"}).status, 0);

@@ -20,8 +20,7 @@ struct Terminal {
  */
 std::string plotGains(const Gains& gains, const Terminal& terminal);
 
-/** Returns the upper end of the scale in dB: the first of 3, 6, 9, 18, 36, ... that covers all finite gains.
- */
+/** Returns the upper end of the scale in dB: the first of 3, 6, 9, 18, ... that covers all finite gains. */
 double scaleOf(const Gains& gains);
 
 }  // namespace hidlaudio::client

@@ -11,7 +11,7 @@ namespace hidlaudio::client {
 
 /**
  * Parses a calibration file or an equalizer text, detected from its first character, and applies the limits.
- * The options are for equalizer texts; with a calibration file, each is a fault. `text` may be any bytes.
+ * The options are for equalizer texts; with a calibration file, they are a fault. `text` may be any bytes.
  */
 Reading importCalibration(std::string_view text, const TextOptions& options, BeyondLimit beyond);
 

@@ -17,8 +17,7 @@ std::string lowerCase(std::string_view text);
 /** Splits a line into words in lower case, and numbers from their units: "63Hz" gives "63" and "hz". */
 std::vector<std::string> splitWords(std::string_view text);
 
-/** Returns at most 60 characters, followed by "..." if more exist. Replaces all but printable ASCII by '?'.
- */
+/** Shortens `text` to 60 characters and "...", and replaces all but printable ASCII by '?'. */
 std::string printable(std::string_view text);
 
 /** Returns printable() in quotation marks. */
