@@ -5,29 +5,33 @@ namespace hidlaudio::client {
 namespace {
 
 constexpr char kFooter[] =
-    R"(Results go to standard output, everything else to standard error. With --json a command that
-reads prints {"value": ...} and one that sets prints {"result": N}, N being the service's answer.
+    R"(Results go to standard output, messages to standard error. With --json, most commands that read
+print {"value": ...}, and those that set print {"result": N}, where N is the service's result code.
 
-Exit status:
-  0  done
-  1  the service answered with an error, or the result cannot be written; standard error tells why
-  2  wrong usage, or no TV
-  3  the service is not there, or ended before it answered
-  4  no answer in time
+Exit status of all commands:
+  0  success
+  1  the service returned an error, a call failed, or output could not be written
+  2  invalid usage or input file, or no TV
+  3  the service is not registered, or it ended during the call
+  4  a service did not reply in time
 
-`audioctl COMMAND --help` tells more about a command.)";
+`audioctl COMMAND --help` describes a command.
+
+Examples:
+  audioctl list
+  audioctl external get --json
+  audioctl --timeout 5 ping)";
 
 }  // namespace
 
 void addCommandLine(CLI::App& app, Invocation& invocation) {
     app.name("audioctl");
-    app.description("Uses the audio services of a TV.");
-    app.footer(kFooter);
-    app.require_subcommand(1);
+    app.description("Use the audio services of a TV.");
     addCommonOptions(app, invocation);
     for (const auto add : {addList, addWait, addPing, addDump, addHdmi, addExternal, addSpeaker,
                            addCalibration, addCenter, addVirtualizer, addMic})
         add(app, invocation);
+    finishGroup(&app, kFooter);
 }
 
 }  // namespace hidlaudio::client

@@ -5,10 +5,10 @@
 
 namespace hidlaudio::client {
 
-/** All that `audioctl` takes: its options and subcommands. `invocation` outlives `app`. */
+/** Adds all options and subcommands of `audioctl`. `invocation` must outlive `app`. */
 void addCommandLine(CLI::App& app, Invocation& invocation);
 
-/** The subcommands of `audioctl`, one file each: its options, its help, and what it does. */
+/** Each function adds one subcommand with its options, help and action. */
 void addList(CLI::App& app, Invocation& invocation);
 void addWait(CLI::App& app, Invocation& invocation);
 void addPing(CLI::App& app, Invocation& invocation);

@@ -11,6 +11,9 @@
 namespace hidlaudio::client {
 namespace {
 
+constexpr char kCommonOptionsHint[] =
+    "\n\nAll commands also accept --tv, --json and --timeout; see `audioctl --help`.";
+
 constexpr double kShortestSeconds = 0.001;
 constexpr double kLongestSeconds = 86400;
 
@@ -18,11 +21,12 @@ std::string checkSeconds(const std::string& given) {
     return host::checkNumber(given, kShortestSeconds, kLongestSeconds);
 }
 
-/** Why the TV cannot be used; empty if it can. */
+/** Returns why the TV cannot be used, or an empty string if it can. */
 std::string problemOfTv() {
     std::error_code ignored;
     const bool exists = std::filesystem::is_directory(host::tvRoot(), ignored);
-    return exists ? host::registryProblem(host::tvRoot()) : host::tvRoot() + " is not a TV: `tv init` makes one";
+    return exists ? host::registryProblem(host::tvRoot())
+                  : host::tvRoot() + " is not a TV; create one with `tv init`";
 }
 
 const CLI::App* deepestParsed(const CLI::App* app, std::string* path) {
@@ -50,25 +54,30 @@ std::string checkNotEmpty(const std::string& given) {
 
 void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>& body,
            const std::function<bool()>& needsTv) {
-    command->footer(command->get_footer() +
-                    "\n\nAll commands take --tv, --json and --timeout, too: `audioctl --help` tells.");
+    command->footer(command->get_footer() + kCommonOptionsHint);
     command->callback([&invocation, body, needsTv] {
         const std::string problem = needsTv() ? problemOfTv() : "";
         invocation.status = problem.empty() ? body() : fail(kWrongUsage, problem);
     });
 }
 
+void finishGroup(CLI::App* group, const std::string& footer) {
+    group->require_subcommand(1);
+    group->footer(group->get_parent() != nullptr ? footer + kCommonOptionsHint : footer);
+}
+
 void addCommonOptions(CLI::App& app, Invocation& invocation) {
     app.fallthrough();
     app.add_option_function<std::string>(
            "--tv", [](const std::string& given) { host::setTvRoot(given); },
-           "The TV's folder; otherwise $HIDLAUDIO_TV, else hidlaudio/tv under $XDG_STATE_HOME\n"
-           "(~/.local/state)")
+           "Use the TV in this folder (default: $HIDLAUDIO_TV, or else\n"
+           "$XDG_STATE_HOME/hidlaudio/tv, or else ~/.local/state/hidlaudio/tv)")
         ->type_name("DIR")
         ->check(checkNotEmpty);
-    app.add_flag("--json", invocation.json, "Print the result as JSON, for programs");
+    app.add_flag("--json", invocation.json, "Print the result as JSON");
     app.add_option("--timeout", invocation.timeout,
-                   "How long to wait for each answer of a service, 0.001 to 86400 seconds; otherwise 30")
+                   "Wait at most this long for each reply of a service, 0.001 to 86400\n"
+                   "(default: 30 for most commands)")
         ->type_name("SECONDS")
         ->check(checkSeconds);
     app.set_version_flag("--version", "audioctl " HIDLAUDIO_VERSION, "Print the version and exit");
@@ -77,17 +86,17 @@ void addCommonOptions(CLI::App& app, Invocation& invocation) {
 int wrongUsage(const CLI::App& app, const CLI::ParseError& error) {
     std::string path;
     const CLI::App* command = deepestParsed(&app, &path);
-    const std::string help = "\n`" + path + " --help` tells more.";
+    const std::string help = "\nSee `" + path + " --help`.";
     const std::string names = namesOfSubcommands(*command);
     const std::vector<std::string> unknown = app.remaining(true);
     std::string message = error.what();
     if (!unknown.empty() && unknown.front()[0] == '-') {
-        message = unknown.front() + " is no option of it";
+        message = "unknown option " + unknown.front();
     } else if (!unknown.empty()) {
-        message = "\"" + unknown.front() + "\" is " +
-                  (names.empty() ? "not expected here" : "no command; these are: " + names);
+        message = (names.empty() ? "unexpected argument \"" : "unknown command \"") + unknown.front() + "\"" +
+                  (names.empty() ? "" : "; expected one of: " + names);
     } else if (!names.empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
-        message = "a command is missing; these are: " + names;
+        message = "missing command; expected one of: " + names;
     }
     return fail(kWrongUsage, message + help);
 }

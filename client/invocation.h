@@ -9,35 +9,42 @@
 
 namespace hidlaudio::client {
 
-/** How long a service may take to answer where the user does not say. */
+/** Default time-out for one reply of a service, in seconds. */
 constexpr double kAnswerSeconds = 30;
 
-/** What the user asked for besides the subcommand, and what became of it. */
+/** The options that all subcommands share, and the exit status. */
 struct Invocation {
     bool json = false;
-    std::optional<double> timeout;  // seconds
-    int status = kDone;             // set by the subcommand once it has run
+    std::optional<double> timeout;  // seconds; if not set, the subcommand uses its default
+    int status = kDone;             // set by the action of the subcommand
 };
 
 /**
- * Makes `body`, which returns the exit status, the action of `command`. Before it runs,
- * `needsTv` decides whether there must be a TV. Call it after the command's footer was set,
- * which it completes.
+ * Sets `body` as the action of `command`; its return value becomes the exit status. If `needsTv` returns
+ * true and the TV cannot be used, the action fails with kWrongUsage before `body` runs. Call it after the
+ * command's footer is set: it appends a line about the common options.
  */
 void onRun(
     CLI::App* command, Invocation& invocation, const std::function<int()>& body,
     const std::function<bool()>& needsTv = [] { return true; });
 
 /**
- * The options of every subcommand, accepted before and after its name, and
- * --version. Before the first subcommand is added.
+ * Makes `group` require a subcommand, and sets its footer, with the line about the common options unless it
+ * is the program itself. Call it after adding the subcommands: each copies the footer that its parent has at
+ * that time.
+ */
+void finishGroup(CLI::App* group, const std::string& footer);
+
+/**
+ * Adds --version and the options that are accepted before and after the name of every subcommand. Call it
+ * before adding subcommands.
  */
 void addCommonOptions(CLI::App& app, Invocation& invocation);
 
-/** "", or why the text of an option that names something is refused. */
+/** Returns an error message if the argument of an option is empty, or else an empty string. */
 std::string checkNotEmpty(const std::string& given);
 
-/** Tells the user what is wrong with the command line and what is accepted; kWrongUsage. */
+/** Prints the error of the command line to standard error. Returns kWrongUsage. */
 int wrongUsage(const CLI::App& app, const CLI::ParseError& error);
 
 }  // namespace hidlaudio::client

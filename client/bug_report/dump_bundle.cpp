@@ -35,7 +35,7 @@ ordered_json describeSystem() {
     return std::string(system.sysname) + " " + system.release + " " + system.machine;
 }
 
-/** The interfaces of a service with the hash of each, as far as it told them. */
+/** Returns the interfaces of a service with their hashes; an unknown hash is null. */
 ordered_json describeChain(const RegisteredService& service, const std::vector<std::string>& hashes) {
     ordered_json chain = ordered_json::array();
     for (size_t i = 0; i < service.chain.size(); ++i) {
@@ -60,7 +60,7 @@ ordered_json describe(const RegisteredService& service, const ServiceDump& asked
     return entry;
 }
 
-/** The known services that are not there, however they are named in the registry. */
+/** Returns the names of the known services that are not in `services`. */
 ordered_json namesOfMissing(const std::vector<RegisteredService>& services) {
     ordered_json missing = ordered_json::array();
     for (const ServiceName& name : knownServices()) {
@@ -72,7 +72,7 @@ ordered_json namesOfMissing(const std::vector<RegisteredService>& services) {
     return missing;
 }
 
-/** States, in the order of the services; those that did not even tell their chain are not asked again. */
+/** Returns the states, in the order of `services`. Services whose object is unknown are not called again. */
 std::vector<ServiceDump> askAll(const std::vector<RegisteredService>& services, double seconds) {
     std::vector<ServiceName> names;
     for (const RegisteredService& service : services)
@@ -91,7 +91,7 @@ std::vector<ServiceDump> askAll(const std::vector<RegisteredService>& services, 
     return states;
 }
 
-/** Adds the services to the bundle; what kept some of them from being complete. */
+/** Adds the services to the bundle. Returns kDone, or the status of the first error. */
 int addServices(double seconds, ordered_json& bundle) {
     std::vector<RegisteredService> services;
     int status = findRegisteredServices(seconds, services);
@@ -127,7 +127,7 @@ int writeDumpBundle(const Invocation& invocation, const std::string& path) {
     if (invocation.json) {
         printJson({{"result", status}});
     } else {
-        note(path + " is written" + (status == kDone ? "" : ", and names what is missing in it"));
+        note(path + " is written" + (status == kDone ? "" : ", with error messages for the missing parts"));
     }
     return status;
 }

@@ -8,13 +8,11 @@
 namespace hidlaudio::client {
 
 /**
- * Writes all that a bug report needs into a file, which is replaced: versions, the
- * services with their processes, interface hashes and states, the ends of the logs, the
- * TV's state. What cannot be had is named in its place and does not keep out the rest.
- * One JSON file: a person reads it in any editor, a program takes what it needs, and no
- * part gets lost on the way.
+ * Writes a bug report as one JSON file, which is replaced: versions; the services with their processes,
+ * interface hashes and states; the last lines of the logs; the state of the TV. A part that cannot be read is
+ * replaced by an error message.
  *
- * @return the exit status: kDone where the file is complete
+ * @return the exit status: kDone if all services are complete and the file is written
  */
 int writeDumpBundle(const Invocation& invocation, const std::string& path);
 

@@ -34,14 +34,14 @@ using android::hardware::Return;
 using android::hidl::base::V1_0::IBase;
 using Clock = std::chrono::steady_clock;
 
-/** What a call that may never return is given and leaves; shared with it for that reason. */
+/** A request for a dump, shared with the thread that makes the call, which may never return. */
 struct DumpRequest {
     ServiceName name;
     hidl_vec<hidl_string> options;
     bool wantsHashes = false;
-    unique_fd output;  // where the service writes
+    unique_fd output;  // write end of the pipe for debug()
     std::promise<ServiceDump> answer;
-    unique_fd unanswered;  // closed when it has answered
+    unique_fd unanswered;  // write end of a pipe; closed after the reply
 };
 
 using Hash = hidl_array<uint8_t, 32>;
@@ -52,12 +52,12 @@ std::string asHex(const Hash& hash) {
     return digits;
 }
 
-/** Whether the call was answered; otherwise `asked` tells. */
+/** Returns whether the call succeeded. If not, stores the error in `asked`. */
 bool examined(const android::hardware::details::return_status& returned, ServiceDump& asked) {
     if (returned.isOk()) return true;
     const bool dead = returned.isDeadObject();
     asked.status = dead ? kNoService : kRefused;
-    asked.error = dead ? "it ended before it answered" : "the call failed: " + returned.description();
+    asked.error = dead ? "it ended during the call" : "the call failed: " + returned.description();
     return false;
 }
 
@@ -95,7 +95,7 @@ int millisecondsUntil(Clock::time_point end) {
     return static_cast<int>(std::max<int64_t>(left, 0));
 }
 
-/** Takes what is there. */
+/** Reads all available data; discards data beyond kLargestState. */
 void drain(int fd, std::string& text) {
     char buffer[4096];
     for (;;) {
@@ -107,7 +107,9 @@ void drain(int fd, std::string& text) {
     }
 }
 
-/** Reads until `answered` comes to its end, or the time is over. A service may keep its end of `output` open.
+/**
+ * Reads `output` until the peer of `answered` is closed or `end` is reached. Does not wait for the end of
+ * `output`, because a service may keep its descriptor open.
  */
 void readUntilAnswered(int output, int answered, Clock::time_point end, std::string& text) {
     pollfd ready[] = {{output, POLLIN, 0}, {answered, POLLIN, 0}};
@@ -121,7 +123,7 @@ ServiceDump requestDump(const std::shared_ptr<DumpRequest>& request, Clock::time
     unique_fd output, answered;
     if (!android::base::Pipe(&output, &request->output) || fcntl(output.get(), F_SETFL, O_NONBLOCK) != 0 ||
         !android::base::Pipe(&answered, &request->unanswered))
-        return {kRefused, std::string("no pipe can be had: ") + strerror(errno), "", {}};
+        return {kRefused, std::string("cannot create a pipe: ") + strerror(errno), "", {}};
     std::future<ServiceDump> answer = request->answer.get_future();
     askOnThread(request);
     std::string text;

@@ -12,29 +12,29 @@
 
 namespace hidlaudio::client {
 
-/** More than this is no state that anybody reads; the rest is left out. */
+/** Maximum size of a state in bytes; the rest is discarded. */
 constexpr size_t kLargestState = 1 << 20;
 
-/** What a service told of itself. */
+/** The reply of a service to a request for a dump. */
 struct ServiceDump {
-    int status = kDone;               // why there is nothing (more): kRefused, kNoService or kTimedOut
-    std::string error;                // the same in words; empty for kDone
-    std::string text;                 // what it wrote until then
-    std::vector<std::string> hashes;  // of its interfaces, the most derived one first, as hex digits
+    int status = kDone;               // or the error: kRefused, kNoService, kTimedOut
+    std::string error;                // message for the error; empty for kDone
+    std::string text;                 // output of debug(); incomplete after an error
+    std::vector<std::string> hashes;  // of its interfaces, most derived first, in hex
 };
 
 /**
- * Asks the services for their state, with the options of debug(), and with `hashes` for
- * their interfaces' hashes first; in the order of `names`. All are asked at once, each on
- * threads of its own, and none is waited for longer than `seconds`: one that hangs or
- * ends spoils only its own answer. Tells the user nothing.
+ * Calls debug() of all services at the same time, with the given options. If `hashes` is true, requests the
+ * hashes of their interfaces before. Waits at most `seconds` for all of them. Returns the dumps in the order
+ * of `names`. Each service is called on its own threads, so one that hangs or dies affects only its own dump.
+ * Prints nothing.
  */
 std::vector<ServiceDump> requestDumps(const std::vector<ServiceName>& names,
                                       const std::vector<std::string>& options, bool hashes, double seconds);
 
 /**
- * What a service asked for --json told: its object, its text where it knows no JSON, null
- * where it tells nothing; {"error": ...} where it did not answer.
+ * Converts a dump that was requested with the option --json. Returns the parsed JSON, or the text if it is
+ * not JSON, or null if it is empty, or {"error": ...} after an error.
  */
 nlohmann::ordered_json asJson(const ServiceDump& asked);
 

@@ -34,7 +34,7 @@ constexpr size_t kLastLines = 200;
 constexpr std::streamoff kLastBytes = 65536;
 constexpr char kTvProgram[] = "tv";
 
-/** Starts a program whose output goes to `output`; its process, or -1 with errno. */
+/** Starts a program with `output` as its standard output. Returns its process ID, or -1 with errno. */
 pid_t start(const std::string& program, std::vector<const char*> arguments, int output) {
     arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;
@@ -49,7 +49,7 @@ pid_t start(const std::string& program, std::vector<const char*> arguments, int 
     return error == 0 ? pid : -1;
 }
 
-/** Reads to the end; false where that does not come in time. */
+/** Reads until the peer closes the pipe. Returns false if that does not happen before `end`. */
 bool readAll(int fd, Clock::time_point end, std::string& text) {
     for (;;) {
         pollfd ready{fd, POLLIN, 0};
@@ -92,7 +92,8 @@ std::vector<std::string> lastLines(const std::string& text) {
 ordered_json readTvState(double seconds) {
     const std::string program = host::programFolder() + "/" + kTvProgram;
     unique_fd output, input;
-    if (!android::base::Pipe(&output, &input)) return failure(std::string("no pipe: ") + strerror(errno));
+    if (!android::base::Pipe(&output, &input))
+        return failure(std::string("cannot create a pipe: ") + strerror(errno));
     const pid_t pid = start(program, {kTvProgram, "show", "--json"}, input.get());
     if (pid < 0) return failure(program + ": " + strerror(errno));
     input.reset();
@@ -103,9 +104,9 @@ ordered_json readTvState(double seconds) {
     if (!complete) kill(pid, SIGKILL);
     int status = 0;
     waitpid(pid, &status, 0);
-    if (!complete) return failure(program + " did not tell in time");
+    if (!complete) return failure(program + " did not end in time");
     auto state = ordered_json::parse(text, nullptr, false);
-    if (state.is_discarded() || status != 0) return failure(program + " could not tell");
+    if (state.is_discarded() || status != 0) return failure(program + " failed, or did not print JSON");
     return state;
 }
 

@@ -5,15 +5,18 @@
 
 namespace hidlaudio::client {
 
-/** What a bug report tells of the virtual TV besides its services. */
+/** The parts of a bug report that describe the virtual TV without its services. */
 
 /**
- * The TV's state as `tv show --json` prints it, the program beside this one; where that
- * does not tell it within `seconds`, {"error": ...}.
+ * Returns the output of `tv show --json`, run from the folder of this program, or {"error": ...} if it fails
+ * or takes longer than `seconds`.
  */
 nlohmann::ordered_json readTvState(double seconds);
 
-/** The last lines of each log of the TV's programs, by the log's name. */
+/**
+ * Returns the last 200 lines (at most 64 KiB) of each log of the TV, by file name, or {"error": ...} if the
+ * folder cannot be read.
+ */
 nlohmann::ordered_json readEndsOfLogs();
 
 }  // namespace hidlaudio::client

@@ -8,7 +8,7 @@ namespace {
 
 constexpr double kSamplesPerMillisecond = 48;
 
-/** In single precision, as the service reckons: 2.35 dB are 2.4 dB. */
+/** Rounds in single precision, as the service does: 2.35 dB become 2.4 dB. */
 double appliedDecibels(double decibels) {
     const auto requested = static_cast<float>(decibels);
     const int tenths = static_cast<int>(requested * 10.0F + (requested < 0 ? -0.5F : 0.5F));

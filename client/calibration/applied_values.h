@@ -6,16 +6,16 @@
 namespace hidlaudio::client {
 
 /**
- * What a TV with a back-end controller makes of a channel: level and gains in whole tenths of
- * a dB, halves rounded away from zero, and the delay in whole samples at 48 kHz. Values are
- * within the service's limits.
+ * Returns the values that a TV with a back-end controller applies: level and gains rounded to 0.1 dB, halves
+ * away from zero, and the delay rounded to samples at 48 kHz. The requested values must be within the
+ * service's limits.
  */
 ChannelCalibration appliedValues(const ChannelCalibration& requested);
 
-/** Whether the service, which gets floats, sees two different values. */
+/** Returns whether the values differ as floats, the type in which the service receives them. */
 bool differs(double a, double b);
 
-/** How many of a channel's level, delay and gains are not applied as they are requested. */
+/** Returns how many of a channel's values (level, delay, gains) are rounded when they are applied. */
 size_t countRounded(const ChannelCalibration& requested);
 
 }  // namespace hidlaudio::client

@@ -10,19 +10,19 @@
 
 namespace hidlaudio::client {
 
-/** Further channels make the service lose the delays of all of them. */
+/** The service's limit. With more channels, it loses the delays of all channels. */
 constexpr size_t kMaxChannels = 9;
 
-/** Gains and levels reach from -9 dB to 9 dB. */
+/** Gains and levels are limited to -9 dB to 9 dB. */
 constexpr double kLargestGain = 9;
 
-/** Delays reach from 0 ms to 10 ms. */
+/** Delays are limited to 0 ms to 10 ms. */
 constexpr double kLongestDelay = 10;
 
 /** The gain of each third-octave band, in dB. */
 using Gains = std::array<double, kBands>;
 
-/** What a user wants for one channel; not checked against the limits. */
+/** The requested values of one channel, not checked against the limits. */
 struct ChannelCalibration {
     std::string channel;
     double level = 0;  // dB
@@ -32,14 +32,14 @@ struct ChannelCalibration {
 
 using Calibration = std::vector<ChannelCalibration>;
 
-/** What was read from a text. The readers know no file names: whoever tells the user adds it. */
+/** The result of parsing a text. The messages do not contain the file name. */
 struct Reading {
-    Calibration calibration;          // complete only where there are no faults
-    std::vector<std::string> faults;  // each a reason to send nothing
-    std::vector<std::string> notes;   // each something that the user must know
+    Calibration calibration;          // complete only if there are no faults
+    std::vector<std::string> faults;  // errors: the calibration must not be stored
+    std::vector<std::string> notes;   // warnings for the user
 };
 
-/** "" where the service keeps a channel of that name as it is, else why it does not. */
+/** Returns an error message if the service cannot store the channel name, or else an empty string. */
 std::string checkChannelName(std::string_view name);
 
 }  // namespace hidlaudio::client

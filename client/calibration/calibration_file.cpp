@@ -16,21 +16,21 @@ using nlohmann::json;
 
 constexpr const char* kKeys[] = {"channel", "level", "delay", "equalizer"};
 
-/** An entry of the file while it is read. */
+/** State of parsing one entry of the file. */
 struct Entry {
     const json& value;
     std::string pointer;
     ChannelCalibration channel;
     std::vector<std::string>& faults;
 
-    /** Adds a fault at `below`, a pointer relative to the entry; the channel is named once it is known. */
+    /** Adds a fault with the channel's name, if known. `below` is a JSON pointer relative to the entry. */
     void fault(const std::string& below, const std::string& what) {
         const std::string name = channel.channel.empty() ? "" : " (" + channel.channel + ")";
         faults.push_back(pointer + below + name + ": " + what);
     }
 };
 
-/** A value as a message shows it. */
+/** Returns a value as text for messages. */
 std::string shown(const json& value) {
     return printable(value.dump(-1, ' ', true, json::error_handler_t::replace));
 }
@@ -38,7 +38,7 @@ std::string shown(const json& value) {
 void readName(Entry& entry) {
     const auto found = entry.value.find("channel");
     if (found == entry.value.end()) return;
-    if (!found->is_string()) return entry.fault("/channel", shown(*found) + " is no text");
+    if (!found->is_string()) return entry.fault("/channel", shown(*found) + " is not a string");
     const std::string reason = checkChannelName(found->get_ref<const std::string&>());
     if (!reason.empty()) return entry.fault("/channel", reason);
     entry.channel.channel = found->get<std::string>();
@@ -47,17 +47,17 @@ void readName(Entry& entry) {
 void readNumber(Entry& entry, const char* key, double& number) {
     const auto found = entry.value.find(key);
     if (found == entry.value.end()) return;
-    if (!found->is_number()) return entry.fault(std::string("/") + key, shown(*found) + " is no number");
+    if (!found->is_number()) return entry.fault(std::string("/") + key, shown(*found) + " is not a number");
     number = found->get<double>();
 }
 
 void readGains(Entry& entry) {
     const auto found = entry.value.find("equalizer");
     if (found == entry.value.end()) return;
-    if (!found->is_array()) return entry.fault("/equalizer", shown(*found) + " is no list of gains");
+    if (!found->is_array()) return entry.fault("/equalizer", shown(*found) + " is not a list of gains");
     if (found->size() != kBands) {
-        entry.fault("/equalizer", std::to_string(found->size()) + " gains; there are " +
-                                      std::to_string(kBands) + " bands, from 20 Hz to 20 kHz");
+        entry.fault("/equalizer", std::to_string(found->size()) + " gains; expected " +
+                                      std::to_string(kBands) + ", for the bands from 20 Hz to 20 kHz");
     }
     for (size_t band = 0; band < std::min(found->size(), kBands); ++band) {
         const json& gain = (*found)[band];
@@ -65,7 +65,7 @@ void readGains(Entry& entry) {
             entry.channel.gains[band] = gain.get<double>();
         } else {
             entry.fault("/equalizer/" + std::to_string(band),
-                        bandName(band) + ": " + shown(gain) + " is no number");
+                        bandName(band) + ": " + shown(gain) + " is not a number");
         }
     }
 }
@@ -76,7 +76,7 @@ void checkKeys(Entry& entry) {
     }
     for (const auto& item : entry.value.items()) {
         if (std::find(std::begin(kKeys), std::end(kKeys), item.key()) == std::end(kKeys))
-            entry.fault("", "key " + quote(item.key()) + " is unknown");
+            entry.fault("", "unknown key " + quote(item.key()));
     }
 }
 
@@ -97,7 +97,7 @@ void readEntry(const json& value, size_t index, Reading& reading) {
         readNumber(entry, "delay", entry.channel.delay);
         readGains(entry);
     } else {
-        entry.fault("", shown(value) + " is no channel, which is an object");
+        entry.fault("", shown(value) + " is not an object");
     }
     reading.calibration.push_back(entry.channel);
 }
@@ -115,7 +115,7 @@ Reading readCalibrationFile(std::string_view text) {
         return reading;
     }
     if (document.size() > kMaxChannels) {
-        reading.faults.push_back(std::to_string(document.size()) + " channels; the service keeps " +
+        reading.faults.push_back(std::to_string(document.size()) + " channels; the limit is " +
                                  std::to_string(kMaxChannels));
     }
     for (size_t i = 0; i < std::min(document.size(), kMaxChannels); ++i) readEntry(document[i], i, reading);

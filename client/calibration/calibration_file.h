@@ -9,14 +9,14 @@
 namespace hidlaudio::client {
 
 /**
- * A calibration file: [{"channel":"FL","level":-3.0,"delay":1.5,"equalizer":[31 gains]}, ...],
- * at most 9 channels, each with these four keys and no other. Every fault of the text is
- * found, with line or JSON pointer, channel and band; limits of values are not checked.
- * Takes time and memory in proportion to the text.
+ * Parses a calibration file: [{"channel":"FL","level":-3.0,"delay":1.5,"equalizer":[31 gains]}, ...],
+ * at most 9 channels, each with exactly these four keys. Reports a syntax error with line and column, all
+ * other faults with JSON pointer, channel and band. Does not check the limits of values. Takes time and
+ * memory in proportion to the size of the text.
  */
 Reading readCalibrationFile(std::string_view text);
 
-/** The text of such a file; channels without a UTF-8 name get U+FFFD. */
+/** Returns the text of a calibration file. Invalid UTF-8 in channel names is replaced by U+FFFD. */
 std::string writeCalibrationFile(const Calibration& calibration);
 
 }  // namespace hidlaudio::client

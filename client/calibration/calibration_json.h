@@ -7,7 +7,7 @@
 
 namespace hidlaudio::client {
 
-/** As in a calibration file; what is no number is null. */
+/** Return JSON as in a calibration file. NaN and infinity are printed as null. */
 nlohmann::json toJson(const ChannelCalibration& channel);
 nlohmann::json toJson(const Calibration& calibration);
 

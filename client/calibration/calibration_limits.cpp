@@ -8,14 +8,14 @@
 namespace hidlaudio::client {
 namespace {
 
-/** One value of a channel. */
+/** A level or gain of a channel. */
 struct Value {
     std::string name;     // "FL, band 3 (40 Hz)"
     std::string pointer;  // "/0/equalizer/3"
     double& decibels;
 };
 
-/** What a value is called; a channel whose name was refused has none. */
+/** Returns the name of a value for messages. The channel's name is empty if it was rejected. */
 std::string nameOf(const ChannelCalibration& channel, const std::string& what) {
     return channel.channel.empty() ? what : channel.channel + ", " + what;
 }
@@ -26,14 +26,14 @@ std::string placeOf(const std::string& name, const std::string& pointer, Place p
 
 void limitDecibels(const Value& value, BeyondLimit beyond, Place place, Reading& reading) {
     const double clamped = std::clamp(value.decibels, -kLargestGain, kLargestGain);
-    if (shortText(value.decibels) == shortText(clamped)) return;  // the service gets floats
+    if (shortText(value.decibels) == shortText(clamped)) return;  // equal as floats
     const std::string what = placeOf(value.name, value.pointer, place) + ": " + shortText(value.decibels) +
-                             " dB is beyond " + shortText(clamped) + " dB";
+                             " dB exceeds the limit of " + shortText(clamped) + " dB";
     if (beyond == BeyondLimit::Clamp) {
-        reading.notes.push_back(what + ", which is taken");
+        reading.notes.push_back(what + "; the limit is used");
         value.decibels = clamped;
     } else {
-        reading.faults.push_back(what + "; --clamp takes that");
+        reading.faults.push_back(what + "; --clamp uses the limit");
     }
 }
 
@@ -42,7 +42,7 @@ void limitDelay(const ChannelCalibration& channel, const std::string& pointer, P
     if (channel.delay >= 0 && shortText(channel.delay) == shortText(std::min(channel.delay, kLongestDelay)))
         return;
     reading.faults.push_back(placeOf(nameOf(channel, "delay"), pointer + "/delay", place) + ": " +
-                             shortText(channel.delay) + " ms is not within 0 to 10 ms");
+                             shortText(channel.delay) + " ms is outside 0 to 10 ms");
 }
 
 }  // namespace

@@ -5,16 +5,15 @@
 
 namespace hidlaudio::client {
 
-/** What is done about levels and gains that are beyond 9 dB either way. */
+/** Treatment of levels and gains beyond -9 dB to 9 dB. */
 enum class BeyondLimit { Refuse, Clamp };
 
-/** How messages name the place of a value besides its channel and band. */
+/** How messages locate a value, in addition to its channel and band. */
 enum class Place { None, JsonPointer };
 
 /**
- * Holds what was read against the limits of the service: a fault for each value beyond them,
- * or a note where it is clamped. A delay is never clamped: that would put the channels out of
- * step with each other.
+ * Checks the values against the limits of the service. Adds a fault for each value beyond them, or a note if
+ * it is clamped. Delays are never clamped, because that would change the delay between the channels.
  */
 void applyLimits(Reading& reading, BeyondLimit beyond, Place place);
 

@@ -16,10 +16,10 @@ bool isVisible(char c) {
 }  // namespace
 
 std::string checkChannelName(std::string_view name) {
-    // The service keeps four bytes, and takes a first byte of 0 or 1 for the end of its file.
+    // The service stores four bytes, and a first byte of 0 or 1 marks the end of its file.
     const bool accepted =
         !name.empty() && name.size() <= kLongestName && std::all_of(name.begin(), name.end(), isVisible);
-    return accepted ? "" : quote(name) + " is no channel name of 1 to 4 ASCII characters";
+    return accepted ? "" : quote(name) + " is not a channel name of 1 to 4 ASCII characters";
 }
 
 }  // namespace hidlaudio::client

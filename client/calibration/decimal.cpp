@@ -60,7 +60,7 @@ double shortest(float value) {
 std::string signedText(double value, int decimals) {
     char text[400];
     snprintf(text, sizeof(text), "%+.*f", decimals, value);
-    // What rounds to nothing has no sign.
+    // A value that rounds to 0 has no sign.
     const bool nothing = strpbrk(text, "123456789in") == nullptr;
     return nothing ? text + 1 : text;
 }

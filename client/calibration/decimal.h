@@ -7,30 +7,27 @@
 
 namespace hidlaudio::client {
 
-/** Numbers as text, the same in every locale. */
+/** Conversions between numbers and text, independent of the locale. */
 
 /**
- * All of `text` as a decimal number with a point or a comma; nothing where it is anything
- * else, or beyond what a double holds.
+ * Parses all of `text` as a decimal number with a point or a comma. Returns `std::nullopt` if it is not one,
+ * is not finite, does not fit a double, or is longer than 40 characters.
  */
 std::optional<double> parseDecimal(std::string_view text);
 
-/**
- * Whether a comma in `text` may stand before thousands as well as before decimals, as in
- * "12,500".
- */
+/** Returns whether the comma in `text` may be a decimal comma or a thousands separator, as in "12,500". */
 bool hasUnclearComma(std::string_view text);
 
-/** The fewest digits that name the number among the floats: "0.1", "nan". */
+/** Returns the shortest text that identifies the float: "0.1", "nan". */
 std::string shortText(float value);
 
-/** Likewise; what no float comes near keeps its own digits. */
+/** As above, for the nearest float, or for the double if it exceeds the range of a float. */
 std::string shortText(double value);
 
-/** The double of these digits: 0.1, not 0.10000000149011612. */
+/** Returns the double with the digits of shortText(): 0.1, not 0.10000000149011612. */
 double shortest(float value);
 
-/** With a sign and that many decimals: "-3.0", "+0.5", "0.0". */
+/** Returns the value with a sign and `decimals` decimals: "-3.0", "+0.5", "0.0". */
 std::string signedText(double value, int decimals);
 
 }  // namespace hidlaudio::client

@@ -12,7 +12,7 @@ namespace {
 
 using nlohmann::json;
 
-/** Hears what the parser meets. A document made of it would keep but one of two equal keys. */
+/** Finds syntax errors and repeated keys. A parsed document would keep only one of two equal keys. */
 class SyntaxCheck : public nlohmann::json_sax<json> {
   public:
     explicit SyntaxCheck(std::string_view text) : text_(text) {}
@@ -37,12 +37,12 @@ class SyntaxCheck : public nlohmann::json_sax<json> {
     }
 
     bool parse_error(size_t position, const std::string& lastToken, const json::exception&) override {
-        // `position` counts the bytes read: the last of them is the one too many.
+        // `position` is the number of bytes read, of which the last one is invalid.
         const std::string_view before = text_.substr(0, std::max<size_t>(position, 1) - 1);
         const auto line = 1 + std::count(before.begin(), before.end(), '\n');
         const size_t column = before.size() - (before.rfind('\n') + 1) + 1;
-        const std::string what =
-            position > text_.size() ? "the text ends too early" : "no JSON at: " + printable(lastToken);
+        const std::string what = position > text_.size() ? "unexpected end of the text"
+                                                         : "invalid JSON at: " + printable(lastToken);
         faults.push_back("line " + std::to_string(line) + ", column " + std::to_string(column) + ": " + what);
         return false;
     }
@@ -71,8 +71,8 @@ class SyntaxCheck : public nlohmann::json_sax<json> {
 
     std::string_view text_;
     size_t depth_ = 0;
-    size_t entries_ = 0;          // begun in the outer array
-    std::set<std::string> keys_;  // of the present one
+    size_t entries_ = 0;          // number of entries of the outer array so far
+    std::set<std::string> keys_;  // keys of the current entry
 };
 
 }  // namespace

@@ -8,8 +8,8 @@
 namespace hidlaudio::client {
 
 /**
- * What is wrong with `text` before anybody asks what it says: where it is no JSON, with line
- * and column, or where an object in the outer array has a key twice, with its JSON pointer.
+ * Returns messages for repeated keys of an object in the outer array, with JSON pointer, and for the first
+ * syntax error, with line and column.
  */
 std::vector<std::string> findJsonFaults(std::string_view text);
 

@@ -17,7 +17,7 @@ namespace {
 using android::hardware::Return;
 using nlohmann::json;
 
-/** Switching waits 20 s at most for the TV's platform, and 10 s more for its audio post-processor. */
+/** Time-out: the service waits up to 20 s for the TV's platform and 10 s for its post-processor. */
 constexpr double kSwitchSeconds = 45;
 
 json summaryOf(const ChannelCalibration& channel) {
@@ -58,49 +58,63 @@ int setEnabled(const Invocation& invocation, bool enable) {
         if (const int failed = examine(result, name); failed != kDone) return failed;
         return reportResult(
             invocation, "setEnabled", result,
-            {{-1, enable ? "no results are stored (`audioctl calibration load` does), the TV's platform is "
-                           "not ready, or the switch cannot be stored"
+            {{-1, enable ? "no results are stored (store them with `audioctl calibration load`), the TV's "
+                           "platform is not ready, or the switch cannot be stored"
                          : "the TV's platform is not ready, or the switch cannot be stored"}},
-            "the TV's audio driver or middleware refused; the switch is as before");
+            "the TV's audio driver or middleware refused; the switch is unchanged");
     });
 }
 
 void addStatus(CLI::App* parent, Invocation& invocation) {
-    CLI::App* command = parent->add_subcommand("status", "Print whether it is on, and what is stored");
+    CLI::App* command = parent->add_subcommand("status", "Print the switch and the stored results");
     command->footer(
-        "\"off\" also where the service cannot read its files; its log then tells.\n"
-        "The TV takes equalizer and level from the channel FL, for both sides, and delays from FL and FR.\n"
-        "With --json: {\"enabled\":..., \"channels\":[...]}; `audioctl calibration save` gives all bands.");
+        R"(Prints "off" also if the service cannot read its files; see the daemon's log. The TV uses equalizer
+and level of channel FL for both sides, and the delays of FL and FR.
+
+With --json: {"value": {"enabled": ..., "channels": [...]}}, with the range of the gains of each
+channel. `audioctl calibration save` prints all gains.
+
+Example:
+  audioctl calibration status)");
     onRun(command, invocation, [&invocation] { return status(invocation); });
 }
 
 void addSwitch(CLI::App* parent, Invocation& invocation, bool enable) {
     CLI::App* command = parent->add_subcommand(
-        enable ? "on" : "off", enable ? "Apply the stored results" : "Apply a flat equalizer without delays");
+        enable ? "on" : "off",
+        enable ? "Apply the stored results" : "Apply a flat equalizer, level 0 dB and no delays");
     command->footer(
-        std::string(enable ? "Once more after each `load`: what is loaded is only stored.\n" : "") +
-        "The service restores the switch at every start. It waits for the TV where that starts up: "
-        "--timeout\n"
-        "is 45 s if it is not given.");
+        std::string(enable
+                        ? "Run it again after each `audioctl calibration load`, which only stores results.\n"
+                        : "") +
+        "The service restores the switch at every start. It may wait until the TV has started: the default\n"
+        "of --timeout is 45 s.\n"
+        "\n" +
+        (enable ? "Example:\n"
+                  "  echo 'GraphicEQ: 20 3; 20000 0' >room.txt\n"
+                  "  audioctl calibration load room.txt\n"
+                  "  audioctl calibration on"
+                : "Example:\n"
+                  "  audioctl calibration off"));
     onRun(command, invocation, [&invocation, enable] { return setEnabled(invocation, enable); });
 }
 
 }  // namespace
 
 void addCalibration(CLI::App& app, Invocation& invocation) {
-    CLI::App* calibration = app.add_subcommand("calibration", "The sound's adjustment to the room");
-    calibration->footer(
-        "Examples:\n"
-        "  audioctl calibration load room.json\n"
-        "  audioctl calibration on\n"
-        "  audioctl calibration plot --svg room.svg");
-    calibration->require_subcommand(1);
+    CLI::App* calibration = app.add_subcommand("calibration", "Adjust the TV's sound to the room");
     addStatus(calibration, invocation);
     addSwitch(calibration, invocation, true);
     addSwitch(calibration, invocation, false);
     for (const auto add : {addCalibrationLoad, addCalibrationSave, addCalibrationPlot,
                            addCalibrationParameters, addSmoothDelay})
         add(calibration, invocation);
+    finishGroup(calibration,
+                "Examples:\n"
+                "  echo 'GraphicEQ: 20 3; 20000 0' >room.txt\n"
+                "  audioctl calibration load room.txt\n"
+                "  audioctl calibration on\n"
+                "  audioctl calibration plot --svg room.svg");
 }
 
 }  // namespace hidlaudio::client

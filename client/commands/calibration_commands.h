@@ -5,7 +5,7 @@
 
 namespace hidlaudio::client {
 
-/** The subcommands of `audioctl calibration`. */
+/** Each function adds one subcommand of `audioctl calibration`. */
 void addCalibrationLoad(CLI::App* parent, Invocation& invocation);
 void addCalibrationSave(CLI::App* parent, Invocation& invocation);
 void addCalibrationPlot(CLI::App* parent, Invocation& invocation);

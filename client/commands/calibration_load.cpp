@@ -22,44 +22,48 @@ namespace hidlaudio::client {
 namespace {
 
 constexpr char kFooter[] =
-    R"(FILE is one of these:
+    R"(FILE is a calibration file or an equalizer text.
 
-* a calibration file, as `audioctl calibration save` makes it: a JSON list of channels
-    [{"channel":"FL", "level":-3.0, "delay":1.5, "equalizer":[31 gains]}, ...]
-  with dB, ms, and the gains of the third octaves from 20 Hz to 20 kHz; all of it is needed
-* an equalizer: a text for Equalizer APO, also as AutoEq writes it, or the filter settings that REW
-  exports as text, with lines such as
+A calibration file, as `audioctl calibration save` writes it, is a JSON list of channels. All keys
+are required: level in dB, delay in ms, and 31 gains in dB (third octaves from 20 Hz to 20 kHz).
+    [{"channel": "FL", "level": -3.0, "delay": 1.5, "equalizer": [31 gains]}, ...]
+
+An equalizer text has the format of Equalizer APO, AutoEq, or the text export of filters of REW:
     GraphicEQ: 20 -1.5; 25 0; 40 2.5
     Filter 1: ON PK Fc 63 Hz Gain -3.0 dB Q 4.3
     Preamp: -6 dB
     Delay: 2.5 ms
     Channel: L R
-  Between the points of a GraphicEQ lie straight lines over the logarithm of the frequency; peaks (PK,
-  PEQ) and shelves count with their response at 48 kHz at each band's centre. All of them add up.
-  Preamp is the level. Channel is for the lines that follow; L is FL and R is FR. Numbers may have a
-  decimal comma.
-  Shelves may have a Q or a slope (LSC 6dB); otherwise the slope is 10.8 dB per octave. LSC, HSC, and
-  REW's LS Q and HS Q have half their gain at Fc. For LS and HS, Fc is the corner, as in Equalizer APO:
-  a note gives the frequency of half the gain.
+- GraphicEQ is linear between its points, over the logarithm of the frequency.
+- A peak (PK, PEQ) or shelf adds its gain at the center frequency of each band, at 48 kHz.
+- All curves and filters of a channel add up. Preamp is the level.
+- Channel applies to the lines after it. L is FL, R is FR.
+- A shelf may have a Q or a slope, as in LSC 6dB (default: 10.8 dB per octave). LSC, HSC, and LS Q
+  and HS Q of REW have half their gain at Fc. For LS and HS, Fc is the corner, as in Equalizer APO;
+  a message reports the frequency of half the gain.
+- Numbers may have a decimal comma.
 
-Each line that cannot be used is named, with the reason. A text is refused as a whole if it has
+Lines that cannot be used are reported with the reason. The whole text is refused if it has
 conditions (If), sections, or other commands that change the meaning of its lines (Device, Include,
-Copy, ...), if none of a channel's filters can be used, or if it is a CamillaDSP configuration.
+Copy, ...), if no filter of a channel can be used, or if it is a CamillaDSP configuration.
 
-A fault, or a value beyond -9 to 9 dB or 0 to 10 ms, means that nothing is sent, with status 2; --clamp
-takes the nearest level or gain. --dry-run needs a TV only with --keep.
+If FILE has a fault, or a value beyond -9 to 9 dB or 0 to 10 ms, nothing is stored and the exit
+status is 2.
 
-First the values are shown that a TV with a back-end controller rounds: to 0.1 dB, and to samples at
-48 kHz. (Others round the level only, and have no delay.) Then the service stores the results in place
-of all former ones; they are heard after `audioctl calibration on`. The TV takes equalizer and level
-from FL, for both sides, and delays from FL and FR; further channels are only stored, 9 in all.
+First prints the values that a TV with a back-end controller rounds: to 0.1 dB, and to samples at
+48 kHz. (Other TVs round only the level, and have no delays.) Then replaces all stored results;
+`audioctl calibration on` applies them. The TV uses equalizer and level of FL for both sides, and
+the delays of FL and FR. It stores up to 9 channels.
 
-With --json: {"result":N}; with --dry-run, too, the requested and the applied values.
+--dry-run needs a TV only with --keep.
+
+With --json: {"result": N}, or with --dry-run {"value": [{"requested": ..., "applied": ...}, ...]}.
 
 Examples:
-  audioctl calibration load room.json --dry-run
-  audioctl calibration load left.txt --channel FL --level -2 --clamp
-  audioctl calibration load right.txt --channel FR --keep)";
+  echo 'GraphicEQ: 20 3; 20000 0' >room.txt
+  audioctl calibration load room.txt --dry-run
+  audioctl calibration load room.txt --channel FL --level -2 --clamp
+  audioctl calibration load room.txt --channel FR --keep)";
 
 struct Options {
     std::string file;
@@ -84,13 +88,13 @@ std::string checkDelay(const std::string& text) {
 int readFile(const std::string& path, std::string& text) {
     const int error = host::readValueFile(path, text);
     if (error == 0) return kDone;
-    const std::string why = error == EFBIG    ? "it has more than 64 KiB, which no calibration needs"
-                            : error == EINVAL ? "it is no regular file"
+    const std::string why = error == EFBIG    ? "it is larger than the limit of 64 KiB"
+                            : error == EINVAL ? "it is not a regular file"
                                               : strerror(error);
     return fail(kWrongUsage, path + ": " + why);
 }
 
-/** Reads the file and tells what the user must know about it; the exit status. */
+/** Reads the file, and prints its faults and notes. Returns the exit status. */
 int import(const Options& options, Calibration& calibration) {
     std::string text;
     if (const int status = readFile(options.file, text); status != kDone) return status;
@@ -98,12 +102,12 @@ int import(const Options& options, Calibration& calibration) {
         importCalibration(text, options.text, options.clamp ? BeyondLimit::Clamp : BeyondLimit::Refuse);
     for (const std::string& message : reading.notes) note(options.file + ": " + message);
     for (const std::string& message : reading.faults) note(options.file + ": " + message);
-    if (!reading.faults.empty()) return fail(kWrongUsage, "nothing was sent");
+    if (!reading.faults.empty()) return fail(kWrongUsage, "nothing was stored");
     calibration = reading.calibration;
     return kDone;
 }
 
-/** The stored results, with those of the loaded channels replaced and new ones added. */
+/** Adds the stored results of all other channels to `calibration`. Returns the exit status. */
 int keepOthers(const Invocation& invocation, Calibration& calibration) {
     Calibration merged;
     if (const int status = readStored(invocation, merged); status != kDone) return status;
@@ -119,7 +123,7 @@ int keepOthers(const Invocation& invocation, Calibration& calibration) {
     }
     calibration = merged;
     if (calibration.size() <= kMaxChannels) return kDone;
-    return fail(kWrongUsage, "with those kept there are more than 9 channels: nothing was sent");
+    return fail(kWrongUsage, "with the stored channels there are more than 9 channels; nothing was stored");
 }
 
 nlohmann::json comparison(const Calibration& calibration) {
@@ -148,7 +152,7 @@ int load(const Invocation& invocation, const Options& options) {
     return invocation.json ? printValue(invocation, comparison(calibration), "") : kDone;
 }
 
-/** What the user gave for the texts, in the form that the readers take. */
+/** Converts the arguments of --channel. Returns the exit status. */
 int takeChannels(const std::vector<std::string>& words, Options& options) {
     options.text.channels.clear();
     for (const std::string& word : words) {
@@ -177,22 +181,25 @@ void addCalibrationLoad(CLI::App* parent, Invocation& invocation) {
     const auto options = std::make_shared<Options>();
     const auto channels = std::make_shared<std::vector<std::string>>();
     CLI::App* command = parent->add_subcommand("load", "Store results from a file");
-    command->add_option("FILE", options->file, "What to load")->type_name("")->required();
+    command->add_option("FILE", options->file, "Load this file")->type_name("")->required();
     command
         ->add_option("--channel", *channels,
-                     "For an equalizer: the channels to load; otherwise those of its Channel: lines,\n"
-                     "else FL,FR")
+                     "Load these channels of an equalizer text (default: those of its\n"
+                     "Channel: lines, or else FL,FR)")
         ->type_name("NAME,NAME")
         ->delimiter(',')
         ->allow_extra_args(false)
         ->check(checkChannel);
-    addNumber(command, "--level", "DB", "For an equalizer: the level, in place of its Preamp: lines",
-              checkLevel, options->text.level);
-    addNumber(command, "--delay", "MS", "For an equalizer: the delay, in place of its Delay: lines",
+    addNumber(command, "--level", "DB",
+              "Set the level of an equalizer text (default: from its Preamp: lines)", checkLevel,
+              options->text.level);
+    addNumber(command, "--delay", "MS", "Set the delay of an equalizer text (default: from its Delay: lines)",
               checkDelay, options->text.delay);
-    command->add_flag("--clamp", options->clamp, "Take 9 dB for what is beyond");
-    command->add_flag("--keep", options->keep, "Keep the stored results of other channels");
-    command->add_flag("--dry-run", options->dryRun, "Show what would be stored, and send nothing");
+    command->add_flag("--clamp", options->clamp,
+                      "Limit levels and gains to -9 to 9 dB (default: refuse FILE)");
+    command->add_flag("--keep", options->keep,
+                      "Keep the stored results of other channels (default: remove them)");
+    command->add_flag("--dry-run", options->dryRun, "Print the values, but do not store them");
     command->footer(kFooter);
     onRun(
         command, invocation,

@@ -116,7 +116,7 @@ void printBands(const calibrationParameters& parameters) {
 
 int print(const Invocation& invocation, const calibrationParameters& parameters) {
     if (parameters.equalizer.size() == 0)
-        note("the TV's tuning data is missing or incomplete; the service's log tells");
+        note("the TV's tuning data is missing or incomplete; see the daemon's log");
     if (invocation.json) return printValue(invocation, toJson(parameters), "");
     printScalars(parameters);
     printRanges("frequencyRanges1", parameters.frequencyRanges1);
@@ -142,8 +142,11 @@ void addCalibrationParameters(CLI::App* parent, Invocation& invocation) {
     CLI::App* command =
         parent->add_subcommand("parameters", "Print the TV model's settings for a measurement");
     command->footer(
-        "From the TV's tuning data. What the first fourteen numbers mean is agreed between that and the app\n"
-        "that measures the room. Gains are in dB. With --json: the interface's structure, field by field.");
+        R"(Prints the acoustic tuning data of the TV. The tuning data and the app that measures the room define
+the meaning of the numbers. Gains are in dB. With --json the value has the fields of the interface.
+
+Example:
+  audioctl calibration parameters)");
     onRun(command, invocation, [&invocation] { return show(invocation); });
 }
 

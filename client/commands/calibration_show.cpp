@@ -27,10 +27,10 @@ int writeFile(const Invocation& invocation, const std::string& path, const std::
     return path == kStandardOutput ? kDone : reportResult(invocation, "", 0, {}, "");
 }
 
-/** A service hands out what its file holds, be it good or not. */
+/** Reports faults of the stored results: the service returns the content of its file unchecked. */
 void noteWhatCannotBeLoaded(const std::string& text) {
     for (const std::string& fault : readCalibrationFile(text).faults)
-        note("`load` will not take this as it is: " + fault);
+        note("`audioctl calibration load` will refuse this: " + fault);
 }
 
 int save(const Invocation& invocation, const std::string& path) {
@@ -74,33 +74,38 @@ int plot(const Invocation& invocation, const std::string& svgPath) {
 void addCalibrationSave(CLI::App* parent, Invocation& invocation) {
     const auto path = std::make_shared<std::string>();
     CLI::App* command = parent->add_subcommand("save", "Write the stored results as a calibration file");
-    command->add_option("FILE", *path, "The file, which is replaced; - or nothing is standard output")
+    command->add_option("FILE", *path, "Replace this file; - is standard output (default: standard output)")
         ->type_name("")
         ->check(checkNotEmpty);
     command->footer(
-        "An existing file is replaced whole or not at all, and keeps its permissions. Links are followed. A\n"
-        "device, a pipe or /dev/fd/N is written to. `audioctl calibration load` reads the file.\n"
-        "With --json: {\"result\":0}, and {\"value\":[...]} without FILE.\n"
-        "\n"
-        "Example:\n"
-        "  audioctl calibration save room.json");
+        R"(`audioctl calibration load` reads the file. A regular file is replaced atomically and keeps its
+permissions; a device, a pipe or /dev/fd/N is written directly. Symbolic links are followed.
+
+With --json: {"value": [...]} without FILE, {"result": 0} with FILE, only the file with -.
+
+Example:
+  audioctl calibration save room.json)");
     onRun(command, invocation, [&invocation, path] { return save(invocation, *path); });
 }
 
 void addCalibrationPlot(CLI::App* parent, Invocation& invocation) {
     const auto path = std::make_shared<std::string>();
-    CLI::App* command = parent->add_subcommand("plot", "Show the stored equalizers");
+    CLI::App* command = parent->add_subcommand("plot", "Plot the stored equalizers");
     command
         ->add_option("--svg", *path,
-                     "Draw them into that file instead, which is replaced; - is standard output")
+                     "Replace this file with an SVG picture (-: standard output;\n"
+                     "default: plot in the terminal)")
         ->type_name("FILE")
         ->check(checkNotEmpty);
     command->footer(
-        "As wide as the terminal allows, 80 columns in a pipe; in ASCII where the locale has no UTF-8.\n"
-        "With --json the value is what `audioctl calibration save` writes.\n"
-        "\n"
-        "Example:\n"
-        "  audioctl calibration plot --svg room.svg");
+        R"(The plot is as wide as the terminal (default: 80 columns), in ASCII if the locale is not UTF-8.
+With --json: {"result": 0} with --svg, or else the value of `audioctl calibration save --json`.
+
+Examples:
+  echo 'GraphicEQ: 20 3; 20000 0' >room.txt
+  audioctl calibration load room.txt
+  audioctl calibration plot
+  audioctl calibration plot --svg room.svg)");
     onRun(command, invocation, [&invocation, path] { return plot(invocation, *path); });
 }
 

@@ -17,7 +17,7 @@ using android::hardware::Return;
 using com::tovi::dtv::hardware::audio::V4_0::ICenterSpeaker;
 using com::tovi::dtv::hardware::audio::V4_0::SampleLatency;
 
-/** All that the service tells. */
+/** All values that the service reports. */
 struct Center {
     std::vector<int16_t> types;
     SampleLatency latency{};
@@ -68,10 +68,13 @@ int show(const Invocation& invocation) {
 }
 
 void addShow(CLI::App* center, Invocation& invocation) {
-    CLI::App* command = center->add_subcommand("show", "Print all that the service tells");
+    CLI::App* command = center->add_subcommand("show", "Print type, latency and inputs");
     command->footer(
-        "The service finds it out when it starts. What it could not find out has a default: type 0, 576\n"
-        "samples at 48000 Hz, no input; its log then tells.");
+        R"(The service reads these values when it starts. A value that it cannot read has a default: type 0,
+576 samples at 48000 Hz, no input; see the daemon's log.
+
+Example:
+  audioctl center show --json)");
     onRun(command, invocation, [&invocation] { return show(invocation); });
 }
 
@@ -79,12 +82,11 @@ void addShow(CLI::App* center, Invocation& invocation) {
 
 void addCenter(CLI::App& app, Invocation& invocation) {
     CLI::App* center =
-        app.add_subcommand("center", "The TV as the centre speaker of an external audio system");
-    center->footer(
-        "Example:\n"
-        "  audioctl center show --json");
-    center->require_subcommand(1);
+        app.add_subcommand("center", "Print the values for use as center speaker of an audio system");
     addShow(center, invocation);
+    finishGroup(center,
+                "Example:\n"
+                "  audioctl center show");
 }
 
 }  // namespace hidlaudio::client

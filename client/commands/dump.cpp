@@ -24,7 +24,7 @@ struct Arguments {
     std::string output;
 };
 
-/** The services that the user named, each once. */
+/** Returns the services that the user named, without repetitions. */
 std::vector<ServiceName> namedServices(const std::vector<std::string>& words) {
     std::vector<ServiceName> names;
     for (const std::string& word : words) {
@@ -38,7 +38,7 @@ std::vector<ServiceName> namedServices(const std::vector<std::string>& words) {
     return names;
 }
 
-/** All that are registered, those that do not tell their chain among them. */
+/** Appends the registered services, except those whose object is unknown. Returns the exit status. */
 int registeredServices(double seconds, std::vector<ServiceName>& names) {
     std::vector<RegisteredService> services;
     const int status = findRegisteredServices(seconds, services);
@@ -47,14 +47,14 @@ int registeredServices(double seconds, std::vector<ServiceName>& names) {
     for (const RegisteredService& service : services)
         if (service.object != nullptr) names.push_back(service.name);
     if (!services.empty()) return status;
-    return fail(kNoService,
-                "no service is registered on the TV " + host::tvRoot() + "; `tv boot` starts the services");
+    return fail(kNoService, "no service is registered on the TV " + host::tvRoot() +
+                                "; start the services with `tv boot`");
 }
 
 void printText(const ServiceName& name, const ServiceDump& state) {
     printf("%s\n%s", toString(name).c_str(), state.text.c_str());
     if (state.text.empty()) {
-        printf("  (tells nothing of itself)\n");
+        printf("  (no state)\n");
     } else if (state.text.back() != '\n') {
         printf("\n");
     }
@@ -81,19 +81,21 @@ int dump(const Invocation& invocation, const std::vector<std::string>& words) {
 }
 
 constexpr char kFooter[] =
-    R"(A service tells its settings as far as it holds them itself, what it has persisted, its buffers and
-uploads, and how many clients it calls back. It asks nobody else for that and changes nothing, so that
-the answer comes even where the TV's middleware hangs; a ..._key names where such a setting is kept.
-One that does not answer within --timeout is named, and the others are printed nevertheless; the exit
-status is that of the first such service.
+    R"(Prints the settings that each service holds, its stored files, its buffers and uploads, and the
+number of its callbacks. The services call no other component for this and change nothing, so they
+reply even if the TV's middleware hangs. A field named ..._key is the name of a setting that the
+middleware holds.
 
-With --json: {"value": {"INTERFACE/INSTANCE": STATE}}, where a service that knows no JSON is its text,
-one that tells nothing is null, and one that does not answer is {"error": ...}.
+A service that does not reply within --timeout (default: 30 s) is reported, and the others are
+printed. The exit status is that of the first service that failed.
 
---all makes a file for a bug report: versions, all services with their processes, the hashes of their
-interfaces and their states, the last 200 lines of each log, and the state of the virtual TV. It is one
-JSON file, for people and programs. What cannot be had is named in it; the exit status tells, too. With
---json: {"result": N}, N being the exit status.
+With --json: {"value": {"INTERFACE/INSTANCE": STATE}}. STATE is the JSON of the service, or its text
+if that is not JSON, or null if it is empty, or {"error": ...} if the service failed.
+
+--all writes a bug report as one JSON file: versions; all services with their processes, interface
+hashes and states; the last 200 lines of each log; the state of the virtual TV. Parts that cannot be
+read are replaced by an error message. The exit status is that of the first service that failed.
+With --json: {"result": N}, N being the exit status.
 
 Short names:
 )";
@@ -103,17 +105,18 @@ Short names:
 void addDump(CLI::App& app, Invocation& invocation) {
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* command =
-        app.add_subcommand("dump", "Print the inner state of services, or gather a bug report");
+        app.add_subcommand("dump", "Print the internal state of services, or write a bug report");
     CLI::Option* services =
         command
             ->add_option("SERVICE", arguments->services,
-                         "The services, by full or short names; otherwise all that are registered")
+                         "Print these services, by full or short name (default: all registered)")
             ->type_name("")
             ->check(checkServiceName);
-    CLI::Option* all = command->add_flag("--all", arguments->all, "Gather all that a bug report needs");
+    CLI::Option* all =
+        command->add_flag("--all", arguments->all, "Write a bug report to the file of --output");
     CLI::Option* output = command
                               ->add_option("--output", arguments->output,
-                                           "The file for that, which is replaced; - is standard output")
+                                           "Replace this file with the bug report (-: standard output)")
                               ->type_name("FILE")
                               ->check(checkNotEmpty);
     all->needs(output)->excludes(services);

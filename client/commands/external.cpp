@@ -33,7 +33,7 @@ int set(const Invocation& invocation, bool enable) {
         const int status = examine(result, name);
         return status != kDone ? status
                                : reportResult(invocation, "setForceEncodingEnabled", result, {},
-                                              "the TV's middleware refused; the setting is as before");
+                                              "the TV's middleware refused; the setting is unchanged");
     });
 }
 
@@ -53,13 +53,13 @@ int setFormat(const Invocation& invocation, const std::string& format) {
         const int status = examine(result, name);
         return status != kDone ? status
                                : reportResult(invocation, "setEncodingFormat", result, {},
-                                              "the service did not take the format");
+                                              "the service refused the format");
     });
 }
 
 int printFormats(const Invocation& invocation, const std::vector<std::string>& formats) {
     if (invocation.json) return printValue(invocation, formats, "");
-    if (formats.empty()) note("none: the TV chooses the format");
+    if (formats.empty()) note("no formats: the TV chooses the format");
     for (const std::string& format : formats) printf("%s\n", format.c_str());
     return kDone;
 }
@@ -77,68 +77,73 @@ int formats(const Invocation& invocation) {
 }
 
 void addGet(CLI::App* external, Invocation& invocation) {
-    CLI::App* command = external->add_subcommand("get", "Print whether encoding is forced: on or off");
+    CLI::App* command = external->add_subcommand("get", "Print whether encoding is forced");
     command->footer(
-        "\"off\" also where the service cannot ask the TV; its log then tells.\n"
-        "With --json the value is true or false.");
+        "Prints \"on\" or \"off\". Prints \"off\" also if the service cannot read the setting; see the "
+        "daemon's\n"
+        "log. With --json the value is true or false.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl external get");
     onRun(command, invocation, [&invocation] { return get(invocation); });
 }
 
 void addSet(CLI::App* external, Invocation& invocation) {
     CLI::App* command = external->add_subcommand("set", "Switch forced encoding on or off");
     command->footer(
-        "The service keeps the setting and restores it at every start; on a TV that was never set it is on.\n"
-        "A result other than 0 is the status of the TV's middleware; the setting is then as before.\n"
+        "The service stores the setting and restores it at every start. On a new TV it is on. A result\n"
+        "other than 0 is the status of the TV's middleware; the setting is then unchanged.\n"
         "\n"
         "Example:\n"
         "  audioctl external set off");
-    const CLI::Option* mode = command
-                                  ->add_option_function<std::string>(
-                                      "on|off", [](const std::string&) {}, "on forces encoding, off does not")
-                                  ->type_name("")
-                                  ->required()
-                                  ->check(CLI::IsMember({"on", "off"}).description(""));
+    const CLI::Option* mode =
+        command
+            ->add_option_function<std::string>(
+                "on|off", [](const std::string&) {}, "Force encoding (on), or not (off)")
+            ->type_name("")
+            ->required()
+            ->check(CLI::IsMember({"on", "off"}).description(""));
     onRun(command, invocation, [&invocation, mode] { return set(invocation, mode->results()[0] == "on"); });
 }
 
 void addFormat(CLI::App* external, Invocation& invocation) {
     CLI::App* command = external->add_subcommand("format", "Print or set the encoding format");
     command->footer(
-        "Today's services accept any name and go on with \"auto\": the TV chooses the format.\n"
+        "The TV chooses the format: the service accepts any name without effect, and reports \"auto\".\n"
         "\n"
         "Examples:\n"
         "  audioctl external format\n"
         "  audioctl external format auto");
-    const CLI::Option* format = command
-                                    ->add_option_function<std::string>(
-                                        "NAME", [](const std::string&) {},
-                                        "The format to set; without it, the present one is printed")
-                                    ->type_name("");
+    const CLI::Option* format =
+        command
+            ->add_option_function<std::string>(
+                "NAME", [](const std::string&) {}, "Set this format (default: print the current one)")
+            ->type_name("");
     onRun(command, invocation, [&invocation, format] {
         return format->count() > 0 ? setFormat(invocation, format->results()[0]) : printFormat(invocation);
     });
 }
 
 void addFormats(CLI::App* external, Invocation& invocation) {
-    CLI::App* command = external->add_subcommand("formats", "List the encoding formats, one a line");
+    CLI::App* command =
+        external->add_subcommand("formats", "List the available encoding formats, one per line");
     command->footer(
-        "Today's services have none to choose from: nothing is printed, {\"value\":[]} with --json.");
+        "The TV chooses the format: the service reports no formats. With --json the value is an array.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl external formats --json");
     onRun(command, invocation, [&invocation] { return formats(invocation); });
 }
 
 }  // namespace
 
 void addExternal(CLI::App& app, Invocation& invocation) {
-    CLI::App* external = app.add_subcommand("external", "The external (bitstream) output: forced encoding");
-    external->footer(
-        "The service keeps the switch of forced encoding and restores it at every start.\n"
-        "\n"
-        "Examples:\n"
-        "  audioctl external get\n"
-        "  audioctl external set off\n"
-        "  audioctl external formats --json");
-    external->require_subcommand(1);
+    CLI::App* external = app.add_subcommand("external", "Control the external (bitstream) audio output");
     for (const auto add : {addGet, addSet, addFormat, addFormats}) add(external, invocation);
+    finishGroup(external,
+                "Examples:\n"
+                "  audioctl external get\n"
+                "  audioctl external set off");
 }
 
 }  // namespace hidlaudio::client

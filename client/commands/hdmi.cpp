@@ -27,7 +27,7 @@ constexpr const char* kSettable[] = {
 };
 
 constexpr char kCapabilities[] =
-    "The capabilities, each group in ascending order:\n"
+    "Capabilities, each group in ascending order:\n"
     "  ARC, Dolby Digital   ARC_DD_NONE ARC_DD_PLUS ARC_DD_ATMOS\n"
     "  ARC, MPEG-4 AAC      ARC_MP4AAC_NONE ARC_MP4AAC_5_1 ARC_MP4AAC_7_1 ARC_MP4AAC_22_2\n"
     "  eARC, Dolby Digital  EARC_DD_NONE EARC_DD_PLUS EARC_DD_ATMOS (cannot be set)\n"
@@ -47,11 +47,11 @@ int get(const Invocation& invocation) {
     });
 }
 
-/** The service takes such a name and says nothing; who mistyped it shall hear of it. */
+/** Reports names that have no effect: the service ignores them without an error. */
 void noteUnknown(const Names& names) {
     for (const std::string& name : names) {
         if (std::find(std::begin(kSettable), std::end(kSettable), name) == std::end(kSettable)) {
-            note("\"" + name + "\" is no capability that can be set; it sets nothing");
+            note("\"" + name + "\" is not a capability that can be set; it has no effect");
         }
     }
 }
@@ -63,31 +63,34 @@ int set(const Invocation& invocation, const Names& names) {
         if (const int status = examine(result, name); status != kDone) return status;
         noteUnknown(names);
         return reportResult(invocation, "setAudioCapabilities", result,
-                            {{-1, "no name is a capability that can be set, or the TV's middleware failed"}},
-                            "the TV's middleware refused; the capabilities are as before");
+                            {{-1, "none of the names can be set, or the TV's middleware failed"}},
+                            "the TV's middleware refused; the capabilities are unchanged");
     });
 }
 
 void addGet(CLI::App* hdmi, Invocation& invocation) {
     CLI::App* command =
-        hdmi->add_subcommand("get", "Print the capabilities that the TV announces, one a line");
+        hdmi->add_subcommand("get", "Print the capabilities that the TV announces, one per line");
     command->footer(
-        "Always three: ARC Dolby Digital, eARC Dolby Digital, ARC MPEG-4 AAC. One that the service cannot\n"
-        "read is \"NONE\"; its log then tells. With --json the value is an array.");
+        R"(Prints always three names: ARC Dolby Digital, eARC Dolby Digital, ARC MPEG-4 AAC. If the service
+cannot read one, prints "NONE"; see the daemon's log. With --json the value is an array.
+
+Example:
+  audioctl hdmi get)");
     onRun(command, invocation, [&invocation] { return get(invocation); });
 }
 
 void addSet(CLI::App* hdmi, Invocation& invocation) {
     const auto names = std::make_shared<Names>();
-    CLI::App* command = hdmi->add_subcommand("set", "Set what the TV announces at its audio return channel");
-    command->add_option("CAPABILITY", *names, "The capabilities of one group or both, in any order")
+    CLI::App* command = hdmi->add_subcommand("set", "Set the capabilities that the TV announces over ARC");
+    command
+        ->add_option("CAPABILITY", *names, "Announce these capabilities, of one group or both, in any order")
         ->type_name("")
         ->required();
     command->footer(
         std::string(kCapabilities) +
-        "Of each group the highest one given is set; a group of which none is given stays as it is.\n"
-        "The result is 0 as soon as one group was set. Otherwise it is -1 or the status of the TV's\n"
-        "middleware.\n"
+        "Sets each group to the highest of its capabilities given. A group with none given is unchanged.\n"
+        "The result is 0 if at least one group was set, or else -1 or the status of the TV's middleware.\n"
         "\n"
         "Example:\n"
         "  audioctl hdmi set ARC_DD_PLUS ARC_MP4AAC_5_1");
@@ -95,30 +98,29 @@ void addSet(CLI::App* hdmi, Invocation& invocation) {
 }
 
 void addWatch(CLI::App* hdmi, Invocation& invocation) {
-    CLI::App* command =
-        hdmi->add_subcommand("watch", "Print each change that some client makes, until Ctrl-C");
+    CLI::App* command = hdmi->add_subcommand("watch", "Print each change by a client, until Ctrl-C");
     command->footer(
-        "One line a change: the names that the client gave of the groups that were set. What others change "
-        "in\n"
-        "the TV's configuration store is not told. With --json each line is {\"value\": [...]}.\n"
-        "\n"
-        "Where the service ends, waits for it and goes on; standard error tells when it is being watched\n"
-        "again. Changes that are made in between are not told: `audioctl hdmi get` prints the present "
-        "state.");
+        R"(Prints one line per change: the names that the client passed for the groups that were set. With
+--json each line is {"value": [...]}. Changes in the TV's configuration store are not reported.
+
+If the service ends, waits until it is registered again and continues; reports both on standard
+error. Changes in between are not reported: `audioctl hdmi get` prints the current state.
+
+Example:
+  audioctl hdmi watch --json)");
     onRun(command, invocation, [&invocation] { return watchHdmi(invocation); });
 }
 
 }  // namespace
 
 void addHdmi(CLI::App& app, Invocation& invocation) {
-    CLI::App* hdmi = app.add_subcommand("hdmi", "The audio formats announced over HDMI (ARC and eARC)");
-    hdmi->footer(std::string(kCapabilities) +
-                 "Examples:\n"
-                 "  audioctl hdmi get\n"
-                 "  audioctl hdmi set ARC_DD_ATMOS\n"
-                 "  audioctl hdmi watch --json");
-    hdmi->require_subcommand(1);
+    CLI::App* hdmi = app.add_subcommand("hdmi", "Print, set or watch the audio formats announced over HDMI");
     for (const auto add : {addGet, addSet, addWatch}) add(hdmi, invocation);
+    finishGroup(hdmi, std::string(kCapabilities) +
+                          "Examples:\n"
+                          "  audioctl hdmi get\n"
+                          "  audioctl hdmi set ARC_DD_ATMOS\n"
+                          "  audioctl hdmi watch --json");
 }
 
 }  // namespace hidlaudio::client

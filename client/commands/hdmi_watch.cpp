@@ -38,13 +38,13 @@ using Names = std::vector<std::string>;
 
 struct Event {
     enum class Kind { Changed, Registered, Ended } kind;
-    Names names;          // that were set
-    uint64_t cookie = 0;  // of the service that ended
+    Names names;          // of a change
+    uint64_t cookie = 0;  // of the death link
 };
 
 /**
- * What the service, its registration and its death tell on the thread of the pool, for
- * the main thread: nobody there waits until a line is printed, or a service found.
+ * A queue from the threads of the HIDL pool to the main thread, so that the pool never waits for output or
+ * for a look-up of the service.
  */
 class Events : public virtual android::RefBase {
   public:
@@ -104,7 +104,7 @@ class Ends : public android::hardware::hidl_death_recipient {
     const sp<Events> events_;
 };
 
-/** The service that is being watched, if any, and what it and its successors tell. Main thread. */
+/** Follows the service through its restarts. Main thread only. */
 class Watch {
   public:
     explicit Watch(const Invocation& invocation) : invocation_(invocation) {}
@@ -127,7 +127,7 @@ class Watch {
     const sp<Starts> starts_ = new Starts(events_);
     const sp<Ends> ends_ = new Ends(events_);
     sp<IHdmiAudio> service_;
-    uint64_t cookie_ = 0;  // of the link to its death: a late notice shall not speak for the next one
+    uint64_t cookie_ = 0;  // of the current death link; a late notice of an older link is ignored
 };
 
 int Watch::run() {
@@ -143,7 +143,7 @@ int Watch::askForStarts() {
     const Return<bool> asked = android::hardware::defaultServiceManager()->registerForNotifications(
         IHdmiAudio::descriptor, "default", starts_);
     if (const int status = examine(asked, "the service manager"); status != kDone) return status;
-    return asked ? kDone : fail(kRefused, "the service manager cannot tell of " + name_);
+    return asked ? kDone : fail(kRefused, "the service manager does not report registrations of " + name_);
 }
 
 int Watch::handle(const Event& event) {
@@ -162,7 +162,7 @@ int Watch::handle(const Event& event) {
 int Watch::handleStart() {
     const Deadline deadline(invocation_, name_);
     const sp<IHdmiAudio> service = IHdmiAudio::tryGetService();
-    // It may have gone again, or be the one that was there when its start was asked for.
+    // The service may have died again, or this is the registration of the one that is watched already.
     if (service == nullptr || interfacesEqual(service, service_)) return kDone;
     return follow(service);
 }
@@ -173,11 +173,11 @@ int Watch::follow(const sp<IHdmiAudio>& service) {
     if (!linked.isOk()) return handleFailure(linked);
     const Return<void> registered = service->setCallback(changes_);
     if (!registered.isOk()) return handleFailure(registered);
-    note("watching " + name_ + "; Ctrl-C ends it");
+    note("watching " + name_ + "; stop with Ctrl-C");
     return kDone;
 }
 
-/** One that has just started may have ended again. */
+/** Handles a service that has died during the call like a death notice; reports other errors. */
 int Watch::handleFailure(const android::hardware::details::return_status& call) {
     if (!call.isDeadObject()) return examine(call, name_);
     handleEnd(cookie_);
@@ -201,7 +201,7 @@ void endWatching(int) {
     _exit(kDone);
 }
 
-/** Also where whoever started this program has them ignored or blocked, as a shell's "&" does. */
+/** Also unblocks the signals and replaces SIG_IGN, which the parent may have set, as a shell does for "&". */
 void endOnSignals() {
     struct sigaction action{};
     action.sa_handler = endWatching;

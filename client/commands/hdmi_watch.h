@@ -6,10 +6,9 @@
 namespace hidlaudio::client {
 
 /**
- * Prints each change of the HDMI capabilities that some client makes, one a line, until
- * the process gets SIGINT or SIGTERM, which end it with kDone. Where the service ends,
- * waits for the next one and goes on with that; both are told on standard error. Returns
- * only where it cannot go on, with the exit status of that. Main thread.
+ * Prints each change of the HDMI capabilities that a client makes, one per line, until SIGINT or SIGTERM ends
+ * the process with kDone. If the service dies, waits until it is registered again and continues; reports both
+ * on standard error. Returns only after an error, with its exit status. Call it on the main thread.
  */
 int watchHdmi(const Invocation& invocation);
 

@@ -14,12 +14,12 @@ namespace {
 
 using nlohmann::json;
 
-// A list is for looking around: what hangs shall not hold up the rest for long.
+// Shorter than the default, so that a service that hangs does not delay the list for long.
 constexpr double kListSeconds = 5;
 
 using Row = std::array<std::string, 4>;
 
-// Most names of a chain are of the service's own package, which is told already.
+// Leaves out the package name of interfaces that are in the service's own package.
 std::string chainText(const RegisteredService& service) {
     const std::string package = service.name.interface.substr(0, service.name.interface.find('@'));
     std::string text;
@@ -67,7 +67,7 @@ int run(const Invocation& invocation, bool all) {
     if (invocation.json) {
         printArray(services);
     } else if (services.empty()) {
-        note("no service is registered; `tv boot` starts the services");
+        note("no service is registered; start the services with `tv boot`");
     } else {
         printTable(services);
     }
@@ -79,14 +79,17 @@ int run(const Invocation& invocation, bool all) {
 void addList(CLI::App& app, Invocation& invocation) {
     const auto all = std::make_shared<bool>(false);
     CLI::App* command = app.add_subcommand("list", "List the registered services and their processes");
-    command->add_flag("--all", *all, "Also the names that services have only as heirs of older interfaces");
+    command->add_flag("--all", *all, "Also list the inherited interface versions");
     command->footer(
-        "Each service is asked for its interface chain, the most derived interface first. One that does not\n"
-        "answer within --timeout (otherwise 5 s) is listed with \"?\" (null with --json) for each name that\n"
-        "it has, and the exit status is 4. It is 1 if one could not be asked, which is listed likewise.\n"
-        "\n"
-        "With --json: [{\"interface\": ..., \"instance\": ..., \"pid\": ..., \"process\": ..., \"chain\": "
-        "[...]}]");
+        R"(Requests the interface chain of each service, most derived interface first. A service that does not
+reply within --timeout (default: 5 s) is listed under all its names, with the chain "?" (null with
+--json), and the exit status is 4. The same applies if a call fails, with exit status 1.
+
+With --json: [{"interface": ..., "instance": ..., "pid": ..., "process": ..., "chain": [...]}]
+
+Examples:
+  audioctl list
+  audioctl list --all --json)");
     onRun(command, invocation, [&invocation, all] { return run(invocation, *all); });
 }
 

@@ -28,7 +28,7 @@ int gain(const Invocation& invocation, const std::string& device) {
     return withService<IMicControl>(invocation, [&](IMicControl& mic, const std::string& name) {
         const Return<float> scale = mic.getMicGain(device);
         if (const int status = examine(scale, name); status != kDone) return status;
-        // As a float's digits: 0.3, not 0.30000001192092896.
+        // Prints 0.3, not 0.30000001192092896.
         char text[64];
         snprintf(text, sizeof(text), "%g", static_cast<double>(static_cast<float>(scale)));
         return printValue(invocation, strtod(text, nullptr), text);
@@ -42,8 +42,8 @@ int setGain(const Invocation& invocation, const std::string& device, float scale
         return reportResult(
             invocation, "setMicGain", result,
             {{-1,
-              "the TV has no such microphone (`audioctl mic devices` lists them), or its audio "
-              "HAL is missing or refuses; the gain is as before"}},
+              "the TV has no such microphone (list them with `audioctl mic devices`), or its audio "
+              "HAL is missing or refused; the gain is unchanged"}},
             "the service did not set the gain");
     });
 }
@@ -63,8 +63,8 @@ int devices(const Invocation& invocation) {
 void addGain(CLI::App* mic, Invocation& invocation) {
     CLI::App* command = mic->add_subcommand("gain", "Print or set the gain of a microphone");
     command->footer(
-        "The TV's audio HAL holds the gain. 0 is also printed where the service cannot ask the HAL, or does\n"
-        "not know the microphone; its log then tells.\n"
+        "The TV's audio HAL holds the gain. Prints 0 also if the service cannot read the gain, or does not\n"
+        "know the microphone; see the daemon's log.\n"
         "\n"
         "Examples:\n"
         "  audioctl mic gain\n"
@@ -73,10 +73,10 @@ void addGain(CLI::App* mic, Invocation& invocation) {
     const CLI::Option* scale = command
                                    ->add_option_function<std::string>(
                                        "SCALE", [](const std::string&) {},
-                                       "The gain to set, 0.0 to 1.0; without it, the present one is printed")
+                                       "Set this gain, 0.0 to 1.0 (default: print the current one)")
                                    ->type_name("")
                                    ->check(checkScale);
-    command->add_option("--device", *device, "The microphone, a name that `audioctl mic devices` lists")
+    command->add_option("--device", *device, "Use this microphone, a name from `audioctl mic devices`")
         ->type_name("NAME")
         ->capture_default_str();
     onRun(command, invocation, [&invocation, scale, device] {
@@ -86,21 +86,24 @@ void addGain(CLI::App* mic, Invocation& invocation) {
 }
 
 void addDevices(CLI::App* mic, Invocation& invocation) {
-    CLI::App* command = mic->add_subcommand("devices", "List the microphones, one a line");
-    command->footer("With --json the value is an array.");
+    CLI::App* command = mic->add_subcommand("devices", "List the microphones, one per line");
+    command->footer(
+        "With --json the value is an array.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl mic devices");
     onRun(command, invocation, [&invocation] { return devices(invocation); });
 }
 
 }  // namespace
 
 void addMic(CLI::App& app, Invocation& invocation) {
-    CLI::App* mic = app.add_subcommand("mic", "The TV's microphone");
-    mic->footer(
-        "Examples:\n"
-        "  audioctl mic gain 0.5\n"
-        "  audioctl mic devices");
-    mic->require_subcommand(1);
+    CLI::App* mic = app.add_subcommand("mic", "List the TV's microphones; print or set their gain");
     for (const auto add : {addGain, addDevices}) add(mic, invocation);
+    finishGroup(mic,
+                "Examples:\n"
+                "  audioctl mic gain 0.5\n"
+                "  audioctl mic devices");
 }
 
 }  // namespace hidlaudio::client

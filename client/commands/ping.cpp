@@ -39,7 +39,7 @@ int ping(const Invocation& invocation, IBase& service, const std::string& name, 
 }
 
 int measure(const Invocation& invocation, IBase& service, const std::string& name, Times& times) {
-    // The first call also opens a way to the service, which is not what is asked for.
+    // The first call also opens the connection, which is not part of the round trip.
     double unused;
     int status = ping(invocation, service, name, &unused);
     for (size_t i = 0; i < times.size() && status == kDone; ++i) {
@@ -95,15 +95,16 @@ void addPing(CLI::App& app, Invocation& invocation) {
     CLI::App* command = app.add_subcommand("ping", "Measure the round-trip time of a call to a service");
     command
         ->add_option("SERVICE", arguments->service,
-                     "The service, by a full or short name; otherwise external")
+                     "Call this service, by full or short name (default: external)")
         ->type_name("")
         ->check(checkServiceName);
-    command->add_option("-n", arguments->count, "How many calls to measure, 1 to 1000000; otherwise 100")
+    command->add_option("-n", arguments->count, "Measure this many calls, 1 to 1000000 (default: 100)")
         ->type_name("COUNT")
         ->check([](const std::string& given) { return host::checkInteger(given, 1, 1000000); });
     command->footer(
-        "Prints the shortest, the median and the longest time in microseconds; one more call before them\n"
-        "is not counted. The daemon's services share one thread: a call waits for those of other clients.\n"
+        "Prints the minimum, median and maximum time in microseconds. Makes one call before, which is not\n"
+        "measured. All audio services share one thread, so a call may wait for calls of other clients.\n"
+        "With --json the value has \"service\", \"count\", \"min_us\", \"median_us\" and \"max_us\".\n"
         "\n"
         "Short names:\n" +
         describeKnownServices() +

@@ -19,18 +19,18 @@ using nlohmann::json;
 constexpr size_t kFewestDelays = 2;
 constexpr size_t kMaxDelays = 9;
 
-/** What a delay of the controller's block can hold: a signed 16-bit number of samples at 48 kHz. */
+/** Limit in ms. The controller takes a delay as a signed 16-bit number of samples at 48 kHz. */
 constexpr double kLongestSmoothDelay = 682;
 
 std::string checkAction(const std::string& action) {
     const bool known = action == "on" || action == "off" || action == "set";
-    return known ? "" : "\"" + action + "\" is none of on, off, set";
+    return known ? "" : "\"" + action + "\" is not one of on, off, set";
 }
 
 std::string checkMilliseconds(const std::string& text) {
     const std::optional<double> value = parseDecimal(text);
     const bool accepted = value && *value >= -kLongestSmoothDelay && *value <= kLongestSmoothDelay;
-    return accepted ? "" : "\"" + text + "\" is no number of milliseconds from -682 to 682";
+    return accepted ? "" : "\"" + text + "\" is not a number of milliseconds from -682 to 682";
 }
 
 int print(const Invocation& invocation, bool enabled, const std::vector<float>& delays) {
@@ -73,13 +73,15 @@ int setEnabled(const Invocation& invocation, bool enable) {
         });
 }
 
-/** The service answers 0 for delays that it does not take. */
+/** Reports an error if the smooth delay is off: the service has then ignored the delays, but returned 0. */
 int checkTaken(CalibrationService& service, const std::string& name) {
     const Return<bool> enabled = service.getSmoothDelayEnabled();
     if (const int status = examine(enabled, name); status != kDone) return status;
     if (enabled) return kDone;
-    return fail(kRefused,
-                "the smooth delay is off and took no delays: `audioctl calibration smooth-delay on` first");
+    return fail(
+        kRefused,
+        "the smooth delay is off, so the delays were ignored; run `audioctl calibration smooth-delay on` "
+        "first");
 }
 
 int setDelays(const Invocation& invocation, const std::vector<std::string>& texts) {
@@ -101,9 +103,9 @@ int run(const Invocation& invocation, const std::string& action, const std::vect
     if (action == "set") {
         if (delays.size() >= kFewestDelays && delays.size() <= kMaxDelays)
             return setDelays(invocation, delays);
-        return fail(kWrongUsage, "set takes 2 to 9 delays, front left and front right first");
+        return fail(kWrongUsage, "set needs 2 to 9 delays, front left and front right first");
     }
-    if (!delays.empty()) return fail(kWrongUsage, "only set takes delays");
+    if (!delays.empty()) return fail(kWrongUsage, "delays are only accepted after set");
     return action.empty() ? show(invocation) : setEnabled(invocation, action == "on");
 }
 
@@ -113,23 +115,24 @@ void addSmoothDelay(CLI::App* parent, Invocation& invocation) {
     const auto action = std::make_shared<std::string>();
     const auto delays = std::make_shared<std::vector<std::string>>();
     CLI::App* command =
-        parent->add_subcommand("smooth-delay", "Print or set delays of the front channels for the moment");
-    command
-        ->add_option("on|off|set", *action, "What to do; without it, the switch and the delays are printed")
+        parent->add_subcommand("smooth-delay", "Print or set temporary delays of the front channels");
+    command->add_option("on|off|set", *action, "Switch it, or set its delays (default: print both)")
         ->type_name("")
         ->check(checkAction);
-    command->add_option("MS", *delays, "For set: 2 to 9 delays in ms, of which the first two are used")
+    command->add_option("MS", *delays, "Set these 2 to 9 delays, -682 to 682 ms; the first two are used")
         ->type_name("")
         ->check(checkMilliseconds);
     command->footer(
-        "For TVs with a back-end controller, whether the calibration is on or off. Both delays are 0 when "
-        "it\n"
-        "is switched on, and it is off after a restart.\n"
-        "With --json: {\"value\":{\"enabled\":..., \"delays\":[...]}}.\n"
-        "\n"
-        "Examples:\n"
-        "  audioctl calibration smooth-delay on\n"
-        "  audioctl calibration smooth-delay set 1.0 2.5");
+        R"(While it is on, these delays replace those of the calibration, even if the calibration is off.
+Switching it on sets them to 0. It is off after a restart of the service. Needs a TV with a back-end
+controller.
+
+Without arguments, --json prints {"value": {"enabled": ..., "delays": [...]}}.
+
+Examples:
+  audioctl calibration smooth-delay on
+  audioctl calibration smooth-delay set 1.0 2.5
+  audioctl calibration smooth-delay)");
     onRun(command, invocation, [&invocation, action, delays] { return run(invocation, *action, *delays); });
 }
 

@@ -29,7 +29,7 @@ constexpr NumberName kSurroundTypes[] = {{static_cast<int32_t>(SurroundType::NON
 constexpr NumberName kPositions[] = {{static_cast<int32_t>(TvPositionType::TABLE_TOP), "table-top"},
                                      {static_cast<int32_t>(TvPositionType::WALL_MOUNT), "wall-mount"}};
 
-/** The name of the number; a number that has none in digits. */
+/** Returns the name of the number, or its digits if it has none. */
 template <typename Names>
 std::string nameOf(const Names& names, int32_t number) {
     for (const NumberName& known : names) {
@@ -47,7 +47,7 @@ std::optional<int32_t> parsePosition(const std::string& text) {
 
 std::string checkPosition(const std::string& text) {
     if (parsePosition(text)) return "";
-    return "\"" + text + "\" is no position; accepted are table-top, wall-mount and 32-bit numbers";
+    return "\"" + text + "\" is not a position; expected table-top, wall-mount or a 32-bit number";
 }
 
 template <typename Enum, typename Names>
@@ -75,7 +75,7 @@ int setPosition(const Invocation& invocation, int32_t position) {
         const Return<int32_t> result = speaker.setTvPosition(position);
         if (const int status = examine(result, name); status != kDone) return status;
         return reportResult(invocation, "setTvPosition", result, {},
-                            "the TV's middleware did not store the position; the audio HAL was told it");
+                            "the TV's middleware did not store the position; the audio HAL has received it");
     });
 }
 
@@ -91,18 +91,25 @@ int delay(const Invocation& invocation) {
 }
 
 void addSurround(CLI::App* speaker, Invocation& invocation) {
-    CLI::App* command = speaker->add_subcommand("surround", "Print how the speakers form surround sound");
+    CLI::App* command = speaker->add_subcommand("surround", "Print the surround type of the TV's speakers");
     command->footer(
-        "none, type-1 or type-2; which arrangement of speakers is behind a type, the TV's set-up decides.\n"
-        "\"none\" also where the service cannot ask the TV; its log then tells.");
+        R"(Prints none, type-1 or type-2. The set-up of the TV defines the arrangement that a type stands for.
+Prints "none" also if the service cannot read the type; see the daemon's log.
+
+Example:
+  audioctl speaker surround)");
     onRun(command, invocation, [&invocation] { return surround(invocation); });
 }
 
 void addPosition(CLI::App* speaker, Invocation& invocation) {
-    CLI::App* command = speaker->add_subcommand("position", "Print or set where the TV stands");
+    CLI::App* command = speaker->add_subcommand("position", "Print or set the position of the TV");
     command->footer(
-        "The position is stored on the TV, and its audio HAL is told it. The service takes any number and\n"
-        "counts those that it does not know as table-top.\n"
+        "The service stores the position and sends it to the audio HAL. It accepts any 32-bit number;\n"
+        "unknown numbers count as table-top.\n"
+        "\n"
+        "Positions:\n"
+        "  table-top   0\n"
+        "  wall-mount  1\n"
         "\n"
         "Examples:\n"
         "  audioctl speaker position\n"
@@ -111,7 +118,7 @@ void addPosition(CLI::App* speaker, Invocation& invocation) {
         command
             ->add_option_function<std::string>(
                 "POSITION", [](const std::string&) {},
-                "table-top (0), wall-mount (1) or another number; without it, the present one is printed")
+                "Set this position, a name or a number (default: print the current one)")
             ->type_name("")
             ->check(checkPosition);
     onRun(command, invocation, [&invocation, wanted] {
@@ -121,22 +128,26 @@ void addPosition(CLI::App* speaker, Invocation& invocation) {
 }
 
 void addDelay(CLI::App* speaker, Invocation& invocation) {
-    CLI::App* command = speaker->add_subcommand("delay", "Print how late the main channel is");
+    CLI::App* command = speaker->add_subcommand("delay", "Print the delay of the main channel");
     command->footer(
-        "In the audio decoder's own unit. 0 also where the service cannot ask it; its log then tells.");
+        "Prints the delay in the unit of the audio decoder. Prints 0 also if the service cannot read it;\n"
+        "see the daemon's log.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl speaker delay");
     onRun(command, invocation, [&invocation] { return delay(invocation); });
 }
 
 }  // namespace
 
 void addSpeaker(CLI::App& app, Invocation& invocation) {
-    CLI::App* speaker = app.add_subcommand("speaker", "The TV's own speakers and where it stands");
-    speaker->footer(
-        "Examples:\n"
-        "  audioctl speaker surround\n"
-        "  audioctl speaker position table-top");
-    speaker->require_subcommand(1);
+    CLI::App* speaker =
+        app.add_subcommand("speaker", "Print settings of the TV's speakers; set the TV's position");
     for (const auto add : {addSurround, addPosition, addDelay}) add(speaker, invocation);
+    finishGroup(speaker,
+                "Examples:\n"
+                "  audioctl speaker surround\n"
+                "  audioctl speaker position table-top");
 }
 
 }  // namespace hidlaudio::client

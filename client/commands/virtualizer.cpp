@@ -19,7 +19,7 @@ using android::hardware::Return;
 using com::tovi::dtv::hardware::audio::V5_1::IHeadphoneVirtualizer;
 using nlohmann::json;
 
-/** A switch of the service: how it is read and set. */
+/** The getter and setter of a switch. */
 struct Switch {
     Return<bool> (IHeadphoneVirtualizer::*get)();
     Return<int32_t> (IHeadphoneVirtualizer::*set)(bool);
@@ -49,7 +49,7 @@ int set(const Invocation& invocation, const Switch& which, bool enable) {
             return reportResult(
                 invocation, which.setter, result,
                 {{-5, "not supported: the TV has no back-end controller, or its platform is not ready"}},
-                "the TV's middleware refused; the switch is as before");
+                "the TV's middleware refused; the switch is unchanged");
         });
 }
 
@@ -68,10 +68,11 @@ int setType(const Invocation& invocation, const std::string& type) {
                                                               const std::string& name) {
         const Return<int32_t> result = virtualizer.setVirtualizerType(type);
         const int status = examine(result, name);
-        return status != kDone ? status
-                               : reportResult(invocation, "setVirtualizerType", result,
-                                              {{-5, "no such type; `audioctl virtualizer types` lists them"}},
-                                              "the service did not take the type");
+        return status != kDone
+                   ? status
+                   : reportResult(invocation, "setVirtualizerType", result,
+                                  {{-5, "unknown type; list the types with `audioctl virtualizer types`"}},
+                                  "the service refused the type");
     });
 }
 
@@ -108,17 +109,37 @@ CLI::Option* addOptional(CLI::App* command, const char* name, const char* help) 
 void addSwitches(CLI::App* parent, Invocation& invocation) {
     CLI::App* status = parent->add_subcommand("status", "Print whether the virtualizer is on or off");
     status->footer(
-        "\"off\" also on a TV without a back-end controller. With --json the value is true or false.");
+        "Prints \"on\" or \"off\", \"off\" also on a TV without a back-end controller. With --json the value "
+        "is\n"
+        "true or false.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl virtualizer status");
     onRun(status, invocation, [&invocation] { return get(invocation, kEnabled); });
-    onRun(parent->add_subcommand("on", "Switch the virtualizer on"), invocation,
-          [&invocation] { return set(invocation, kEnabled, true); });
-    onRun(parent->add_subcommand("off", "Switch the virtualizer off"), invocation,
-          [&invocation] { return set(invocation, kEnabled, false); });
-    CLI::App* upmix =
-        parent->add_subcommand("upmix", "Print or set the mixing up of sound with few channels");
-    const CLI::Option* mode =
-        addOptional(upmix, "on|off", "What to set; without it, the present one is printed")
-            ->check(CLI::IsMember({"on", "off"}).description(""));
+    CLI::App* on = parent->add_subcommand("on", "Switch the virtualizer on");
+    on->footer(
+        "Needs a TV with a back-end controller. The virtualizer is off after a restart of the service.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl virtualizer on");
+    onRun(on, invocation, [&invocation] { return set(invocation, kEnabled, true); });
+    CLI::App* off = parent->add_subcommand("off", "Switch the virtualizer off");
+    off->footer(
+        "Needs a TV with a back-end controller.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl virtualizer off");
+    onRun(off, invocation, [&invocation] { return set(invocation, kEnabled, false); });
+    CLI::App* upmix = parent->add_subcommand("upmix", "Print or set upmixing of sound with few channels");
+    upmix->footer(
+        "Needs a TV with a back-end controller to set it. Upmixing is on after a restart of the service.\n"
+        "With --json the printed value is true or false.\n"
+        "\n"
+        "Examples:\n"
+        "  audioctl virtualizer upmix\n"
+        "  audioctl virtualizer upmix off");
+    const CLI::Option* mode = addOptional(upmix, "on|off", "Set this state (default: print the current one)")
+                                  ->check(CLI::IsMember({"on", "off"}).description(""));
     onRun(upmix, invocation, [&invocation, mode] {
         return mode->count() > 0 ? set(invocation, kUpmix, mode->results()[0] == "on")
                                  : get(invocation, kUpmix);
@@ -127,32 +148,47 @@ void addSwitches(CLI::App* parent, Invocation& invocation) {
 
 void addTypes(CLI::App* parent, Invocation& invocation) {
     CLI::App* type = parent->add_subcommand("type", "Print or set the virtualizer's type");
-    const CLI::Option* name =
-        addOptional(type, "NAME", "The type to set; without it, the present one is printed");
+    type->footer(
+        "`audioctl virtualizer types` lists the types. Their names are case-sensitive.\n"
+        "\n"
+        "Examples:\n"
+        "  audioctl virtualizer type\n"
+        "  audioctl virtualizer type Tovi");
+    const CLI::Option* name = addOptional(type, "NAME", "Set this type (default: print the current one)");
     onRun(type, invocation, [&invocation, name] {
         return name->count() > 0 ? setType(invocation, name->results()[0]) : printType(invocation);
     });
-    onRun(parent->add_subcommand("types", "List the types, one a line"), invocation,
-          [&invocation] { return types(invocation); });
-    onRun(parent->add_subcommand("max-append", "Print how many bytes an upload may send at a time"),
-          invocation, [&invocation] { return maxAppend(invocation); });
+    CLI::App* all = parent->add_subcommand("types", "List the types, one per line");
+    all->footer(
+        "With --json the value is an array.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl virtualizer types");
+    onRun(all, invocation, [&invocation] { return types(invocation); });
+    CLI::App* append = parent->add_subcommand("max-append", "Print the upload limit per call, in bytes");
+    append->footer(
+        "The service accepts at most this many bytes per append() call. `audioctl virtualizer upload` uses\n"
+        "it as the default of --chunk.\n"
+        "\n"
+        "Example:\n"
+        "  audioctl virtualizer max-append");
+    onRun(append, invocation, [&invocation] { return maxAppend(invocation); });
 }
 
 }  // namespace
 
 void addVirtualizer(CLI::App& app, Invocation& invocation) {
     CLI::App* virtualizer =
-        app.add_subcommand("virtualizer", "The headphone virtualizer: switches, type, parameter uploads");
-    virtualizer->footer(
-        "The switches are forgotten when the service restarts.\n"
-        "\n"
-        "Examples:\n"
-        "  audioctl virtualizer on\n"
-        "  audioctl virtualizer upload hrtf set.bin");
-    virtualizer->require_subcommand(1);
+        app.add_subcommand("virtualizer", "Control the headphone virtualizer; upload parameters");
     addSwitches(virtualizer, invocation);
     addTypes(virtualizer, invocation);
     addVirtualizerUpload(virtualizer, invocation);
+    finishGroup(virtualizer,
+                "The switches are reset when the service restarts.\n"
+                "\n"
+                "Examples:\n"
+                "  audioctl virtualizer on\n"
+                "  audioctl virtualizer upmix off");
 }
 
 }  // namespace hidlaudio::client

@@ -34,18 +34,18 @@ using com::tovi::dtv::hardware::audio::V5_1::IHeadphoneVirtualizer;
 using Clock = std::chrono::steady_clock;
 using Bytes = std::vector<uint8_t>;
 
-/** The service tells the end of an upload after 40 s at most. */
+/** Default time-out of an upload, in seconds. The service reports its end within 40 s. */
 constexpr double kLongestUpload = 60;
 
 struct Options {
     std::string kind;
     std::string file;
-    int32_t chunk = 0;  // 0: as much as the service takes
+    int32_t chunk = 0;  // 0: the service's limit
     std::optional<double> cancelAfter;
     bool noWait = false;
 };
 
-/** An upload under way. */
+/** An upload in progress. */
 struct Upload {
     const Invocation& invocation;
     const Options& options;
@@ -56,7 +56,7 @@ struct Upload {
     sp<ApplyResult> end;
     Clock::time_point begin = Clock::now();
 
-    /** Makes a call that answers a number; the exit status. */
+    /** Makes a call that returns a number, within one Deadline. Returns the exit status. */
     template <typename Call>
     int call(int32_t& answer, Call make) const {
         const Deadline deadline(invocation, name);
@@ -73,18 +73,18 @@ struct Meaning {
 };
 
 constexpr Meaning kCallMeanings[] = {
-    {-1, "the buffer is gone: another client has made one of this kind"},
+    {-1, "the buffer does not exist: another client has allocated one of this kind"},
     {-2, "too much data for one call or for the buffer"},
-    {-3, "busy: an upload is under way"},
-    {-5, "not supported: the back-end controller cannot be asked"},
+    {-3, "busy: an upload is in progress"},
+    {-5, "not supported: the back-end controller cannot be reached"},
 };
 
 constexpr Meaning kEndMeanings[] = {
-    {0, "the controller has taken the parameters"},
-    {1, "cancelled"},
-    {-1, "the controller reports an error of its own"},
-    {-2, "it took longer than 20 s, could not be handed over, or the controller's report is unknown"},
-    {-3, "it could not be prepared, or the controller has given it up"},
+    {0, "the controller has accepted the parameters"},
+    {1, "canceled"},
+    {-1, "the controller reported an error"},
+    {-2, "it took longer than 20 s, could not be sent, or the controller reported an unknown status"},
+    {-3, "it could not be prepared, or the controller aborted it"},
 };
 
 template <size_t size>
@@ -103,26 +103,26 @@ Clock::duration duration(double time) {
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(time));
 }
 
-/** Reads all of the file, which must have content; the exit status. */
+/** Reads the file, which must not be empty. Returns the exit status. */
 int readFile(const std::string& path, Bytes& bytes) {
     struct stat status{};
     if (stat(path.c_str(), &status) != 0) return fail(kWrongUsage, path + ": " + strerror(errno));
-    if (!S_ISREG(status.st_mode)) return fail(kWrongUsage, path + " is no regular file");
+    if (!S_ISREG(status.st_mode)) return fail(kWrongUsage, path + " is not a regular file");
     if (status.st_size == 0) return fail(kWrongUsage, path + " is empty: there is nothing to upload");
     if (status.st_size > INT32_MAX)
-        return fail(kWrongUsage, path + ": at most 2147483647 bytes can be uploaded");
+        return fail(kWrongUsage, path + ": the limit of an upload is 2147483647 bytes");
     bytes.resize(static_cast<size_t>(status.st_size));
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     if (file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(status.st_size)))
         return kDone;
     return fail(kWrongUsage,
-                path + " cannot be read: " + (errno != 0 ? strerror(errno) : "it became shorter"));
+                path + " cannot be read: " + (errno != 0 ? strerror(errno) : "it was truncated"));
 }
 
 int refused(const char* method, int32_t result) {
     return fail(kRefused,
-                StringPrintf("%s answered %d: %s", method, result, wordsFor(kCallMeanings, result)));
+                StringPrintf("%s returned %d: %s", method, result, wordsFor(kCallMeanings, result)));
 }
 
 int allocate(Upload& upload) {
@@ -131,7 +131,7 @@ int allocate(Upload& upload) {
         return upload.service->allocateParameterBuffer(kind, static_cast<int32_t>(upload.data.size()));
     });
     if (status != kDone || upload.handle != 0) return status;
-    return fail(kRefused, "allocateParameterBuffer answered 0: the service has no memory for that much");
+    return fail(kRefused, "allocateParameterBuffer returned 0: the service does not have enough memory");
 }
 
 int chooseChunk(const Upload& upload, size_t& chunk) {
@@ -163,7 +163,7 @@ int sendAll(Upload& upload) {
 int apply(Upload& upload) {
     upload.end = new ApplyResult;
     const Return<bool> linked = upload.service->linkToDeath(upload.end, 0);
-    if (!linked.isOk() || !linked) return fail(kNoService, upload.name + " ended before it answered");
+    if (!linked.isOk() || !linked) return fail(kNoService, upload.name + " ended during the call");
     int32_t result = 0;
     const int status = upload.call(result, [&] { return upload.service->apply(upload.handle, upload.end); });
     return status == kDone && result != 0 ? refused("apply", result) : status;
@@ -173,13 +173,13 @@ int cancel(Upload& upload) {
     int32_t result = 0;
     const int status = upload.call(result, [&] { return upload.service->cancel(upload.handle); });
     if (status == kDone && result != 0) {
-        note(StringPrintf("cancel answered %d: there is nothing to cancel, or the controller refuses",
+        note(StringPrintf("cancel returned %d: there is nothing to cancel, or the controller refused",
                           result));
     }
     return status;
 }
 
-/** Waits for the end, and cancels on the way if the user wants that; the exit status. */
+/** Waits for the end of the upload, and cancels it after --cancel-after. Returns the exit status. */
 int awaitEnd(Upload& upload) {
     const double limit = upload.invocation.timeout.value_or(kLongestUpload);
     const auto start = Clock::now();
@@ -191,7 +191,7 @@ int awaitEnd(Upload& upload) {
     return fail(kTimedOut, StringPrintf("no result from %s within %g s", upload.name.c_str(), limit));
 }
 
-/** Prints what has become of the upload. */
+/** Prints the result of the upload. Returns the exit status. */
 int report(const Upload& upload, const std::optional<int32_t>& result) {
     const double time = seconds(Clock::now() - upload.begin);
     const size_t size = upload.data.size();
@@ -203,7 +203,7 @@ int report(const Upload& upload, const std::optional<int32_t>& result) {
                    {"result", result ? nlohmann::json(*result) : nlohmann::json(nullptr)}});
     } else if (code == 0) {
         printf("%s %zu bytes in %.3f s, %.1f MiB/s%s\n", result ? "uploaded" : "sent", size, time,
-               static_cast<double>(size) / time / 1048576, result ? "" : "; the upload goes on");
+               static_cast<double>(size) / time / 1048576, result ? "" : "; the upload continues");
     }
     if (code == 0) return kDone;
     return fail(kRefused, StringPrintf("the upload ended with %d: %s", code, wordsFor(kEndMeanings, code)));
@@ -215,7 +215,7 @@ int run(Upload& upload) {
     status = sendAll(upload);
     if (status == kDone) status = apply(upload);
     if (status == kRefused) {
-        // The client has no more use for it, and it holds the service's memory.
+        // Release the service's memory: this program does not try again.
         int32_t ignored = 0;
         upload.call(ignored, [&] { return upload.service->discardParameterBuffer(upload.handle); });
     }
@@ -224,7 +224,7 @@ int run(Upload& upload) {
     status = awaitEnd(upload);
     if (status != kDone) return status;
     const std::optional<int32_t> result = upload.end->result();
-    return result ? report(upload, result) : fail(kNoService, upload.name + " ended before the upload did");
+    return result ? report(upload, result) : fail(kNoService, upload.name + " ended during the upload");
 }
 
 int start(const Invocation& invocation, const Options& options) {
@@ -246,31 +246,35 @@ int start(const Invocation& invocation, const Options& options) {
 void addVirtualizerUpload(CLI::App* parent, Invocation& invocation) {
     const auto options = std::make_shared<Options>();
     CLI::App* command = parent->add_subcommand("upload", "Upload parameters to the back-end controller");
-    command->add_option("device|hrtf", options->kind, "The kind of parameters")
+    command->add_option("device|hrtf", options->kind, "Upload parameters of this kind")
         ->type_name("")
         ->required()
         ->check(CLI::IsMember({"device", "hrtf"}).description(""));
-    command->add_option("FILE", options->file, "What to upload, byte for byte")->type_name("")->required();
+    command->add_option("FILE", options->file, "Upload the bytes of this file")->type_name("")->required();
     command
         ->add_option("--chunk", options->chunk,
-                     "How many to send at a time; otherwise what the service takes")
+                     "Send this many bytes per call (default: the service's limit)")
         ->type_name("BYTES")
         ->check([](const std::string& given) { return host::checkInteger(given, 1, INT32_MAX); });
     CLI::Option* after =
-        command->add_option("--cancel-after", options->cancelAfter, "Cancel it once it has run that long")
+        command
+            ->add_option("--cancel-after", options->cancelAfter,
+                         "Cancel the upload after this time (default: never)")
             ->type_name("SECONDS")
             ->check([](const std::string& given) { return host::checkNumber(given, 0, 86400); });
-    command->add_flag("--no-wait", options->noWait, "Return once it has begun")->excludes(after);
+    command->add_flag("--no-wait", options->noWait, "Return when the upload has started")->excludes(after);
     command->footer(
-        "Ends when the controller has answered: with status 0 where it has taken the parameters, else with\n"
-        "status 1 and the reason. Another upload of the same kind, by whomever, is cancelled.\n"
-        "--timeout is the time for each answer, and for the upload itself, which otherwise is 60 s.\n"
-        "With --json: {\"handle\":..., \"bytes\":..., \"seconds\":..., \"result\":...}; the result is null\n"
-        "with --no-wait.\n"
-        "\n"
-        "Examples:\n"
-        "  audioctl virtualizer upload hrtf set.bin\n"
-        "  audioctl virtualizer upload device set.bin --chunk 4096 --cancel-after 1.5");
+        R"(Waits until the controller has reported the result. The exit status is 0 if it has accepted the
+parameters, or else 1. Cancels any other upload of the same kind. --timeout limits each call to the
+service (default: 30 s) and the upload itself (default: 60 s).
+
+With --json: {"handle": ..., "bytes": ..., "seconds": ..., "result": ...}; with --no-wait the result
+is null.
+
+Examples:
+  head -c 100000 /dev/urandom >set.bin
+  audioctl virtualizer upload hrtf set.bin
+  audioctl virtualizer upload device set.bin --chunk 4096 --cancel-after 10)");
     onRun(command, invocation, [&invocation, options] { return start(invocation, *options); });
 }
 

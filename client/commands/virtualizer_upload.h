@@ -5,7 +5,7 @@
 
 namespace hidlaudio::client {
 
-/** `audioctl virtualizer upload`; `parent` is `audioctl virtualizer`. */
+/** Adds `audioctl virtualizer upload`. `parent` is `audioctl virtualizer`. */
 void addVirtualizerUpload(CLI::App* parent, Invocation& invocation);
 
 }  // namespace hidlaudio::client

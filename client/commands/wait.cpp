@@ -24,7 +24,7 @@ using android::hardware::Return;
 using android::hidl::manager::V1_0::IServiceNotification;
 using Clock = std::chrono::steady_clock;
 
-/** Hears of registrations, on any thread, and crosses them off. */
+/** Receives registrations and removes them from the set of missing services. Thread-safe. */
 class Awaited : public IServiceNotification {
   public:
     explicit Awaited(const std::vector<ServiceName>& services) {
@@ -40,7 +40,7 @@ class Awaited : public IServiceNotification {
         return android::hardware::Void();
     }
 
-    /** Whether all are there; waits for that until `end`. */
+    /** Blocks until all services are registered. Returns false if that does not happen before `end`. */
     bool wait(Clock::time_point end) {
         std::unique_lock<std::mutex> lock(mutex_);
         return allThere_.wait_until(lock, end, [this]() REQUIRES(mutex_) { return missing_.empty(); });
@@ -65,7 +65,9 @@ int askForNotices(const std::vector<ServiceName>& services, const android::sp<Aw
         const Return<bool> asked =
             manager->registerForNotifications(service.interface, service.instance, awaited);
         if (const int status = examine(asked, "the service manager"); status != kDone) return status;
-        if (!asked) return fail(kRefused, "the service manager cannot tell of " + toString(service));
+        if (!asked)
+            return fail(kRefused,
+                        "the service manager does not report registrations of " + toString(service));
     }
     return kDone;
 }
@@ -99,12 +101,14 @@ std::vector<ServiceName> parseAll(const std::vector<std::string>& texts) {
 void addWait(CLI::App& app, Invocation& invocation) {
     const auto texts = std::make_shared<std::vector<std::string>>();
     CLI::App* command = app.add_subcommand("wait", "Wait until services are registered");
-    command->add_option("INTERFACE", *texts, "The services, by full or short names; without any, those below")
+    command
+        ->add_option("INTERFACE", *texts,
+                     "Wait for these services, by full or short name (default: all below)")
         ->type_name("")
         ->check(checkServiceName);
     command->footer(
-        "Ends as soon as each was registered once, with status 4 where that takes longer than --timeout\n"
-        "(otherwise 30 s), which here is the time for all of them.\n"
+        "Waits until each service has been registered at least once. --timeout (default: 30 s) limits the\n"
+        "total time; after it the exit status is 4. With --json: {\"result\": 0}.\n"
         "\n"
         "Short names:\n" +
         describeKnownServices() +

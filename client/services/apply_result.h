@@ -12,7 +12,7 @@
 
 namespace hidlaudio::client {
 
-/** Hears how an upload ends, or that its service has; on any thread. */
+/** Receives the result of an upload, or the notice that its service has died. Thread-safe. */
 class ApplyResult : public com::tovi::dtv::hardware::audio::V5_0::IHeadphoneVirtualizerCallback,
                     public android::hardware::hidl_death_recipient {
   public:
@@ -31,13 +31,13 @@ class ApplyResult : public com::tovi::dtv::hardware::audio::V5_0::IHeadphoneVirt
         changed_.notify_all();
     }
 
-    /** Whether it has ended; waits for that until `end`. */
+    /** Blocks until the upload or its service has ended. Returns false if `end` is reached before. */
     bool wait(Time end) {
         std::unique_lock<std::mutex> lock(mutex_);
         return changed_.wait_until(lock, end, [this]() REQUIRES(mutex_) { return result_ || died_; });
     }
 
-    /** None where the service ended before it told. */
+    /** Returns the result of the upload, or `std::nullopt` if the service has not reported one. */
     std::optional<int32_t> result() {
         const std::lock_guard<std::mutex> lock(mutex_);
         return result_;

@@ -51,14 +51,15 @@ int readStored(const Invocation& invocation, Calibration& calibration) {
 int store(const Invocation& invocation, const Calibration& calibration) {
     hidl_vec<calibratedData> data(calibration.size());
     std::transform(calibration.begin(), calibration.end(), data.begin(), toService);
-    return withService<CalibrationService>(invocation, [&](CalibrationService& service,
-                                                           const std::string& name) {
-        const Return<int32_t> result = service.setCalibratedData(data);
-        if (const int status = examine(result, name); status != kDone) return status;
-        return reportResult(invocation, "setCalibratedData", result, {},
-                            "the service could not write its file, or found a value out of range; the stored "
-                            "results are as before, or gone");
-    });
+    return withService<CalibrationService>(
+        invocation, [&](CalibrationService& service, const std::string& name) {
+            const Return<int32_t> result = service.setCalibratedData(data);
+            if (const int status = examine(result, name); status != kDone) return status;
+            return reportResult(
+                invocation, "setCalibratedData", result, {},
+                "the service could not write its file, or rejected a value; the stored results are "
+                "unchanged or lost");
+        });
 }
 
 }  // namespace hidlaudio::client

@@ -12,13 +12,13 @@ namespace hidlaudio::client {
 
 using CalibrationService = com::tovi::dtv::hardware::audio::V5_1::IAcousticCalibration;
 
-/** Reads the stored results; the exit status. `calibration` is complete where that is kDone. */
+/** Appends the stored results to `calibration`. Returns the exit status. */
 int readStored(CalibrationService& service, const std::string& name, Calibration& calibration);
 
-/** Reads the stored results within the time for one answer; the exit status. */
+/** Appends the stored results to `calibration`, within one Deadline. Returns the exit status. */
 int readStored(const Invocation& invocation, Calibration& calibration);
 
-/** Replaces the stored results; the exit status, the result reported. */
+/** Replaces the stored results and reports the result code. Returns the exit status. */
 int store(const Invocation& invocation, const Calibration& calibration);
 
 }  // namespace hidlaudio::client

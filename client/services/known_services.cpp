@@ -77,7 +77,7 @@ std::optional<ServiceName> parseServiceName(const std::string& text) {
 
 std::string checkServiceName(const std::string& text) {
     if (parseServiceName(text)) return "";
-    return "\"" + text + "\" is no service; accepted are package@version::IName[/instance] and\n" +
+    return "unknown service \"" + text + "\"; expected package@version::IName[/instance] or one of:\n" +
            describeKnownServices();
 }
 

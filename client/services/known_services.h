@@ -7,29 +7,29 @@
 
 namespace hidlaudio::client {
 
-/** The name that a service is registered under. */
+/** The name under which a service is registered. */
 struct ServiceName {
     std::string interface;  // "package@version::IName"
     std::string instance;
 };
 
-/** "interface/instance". */
+/** Returns "interface/instance". */
 std::string toString(const ServiceName& name);
 
-/** The names of the services that this program has commands for. */
+/** Returns the names of the TV's audio services, in their newest versions. */
 std::vector<ServiceName> knownServices();
 
 /**
- * The service that the user means: a full name, or a known service's short one in
- * whatever case ("external", "OutputExternal", "IOutputExternal"); each with "/instance"
- * or without, which is "default". Nothing where it is neither.
+ * Parses a full interface name, or a short name of a known service in any case ("external", "OutputExternal",
+ * "IOutputExternal"). Either may be followed by "/instance" (default: "/default"). Returns `std::nullopt` if
+ * it is neither, or if the instance is empty.
  */
 std::optional<ServiceName> parseServiceName(const std::string& text);
 
-/** What is wrong with a name that parseServiceName() refuses, and what is accepted; "" for a good one. */
+/** Returns an error message if parseServiceName() rejects the name, or else an empty string. */
 std::string checkServiceName(const std::string& text);
 
-/** The known services' short and full names, one service a line, for help texts. */
+/** Returns the short and full names of the known services, one service per line, for help texts. */
 std::string describeKnownServices();
 
 }  // namespace hidlaudio::client

@@ -27,8 +27,8 @@ using android::hidl::manager::V1_0::IServiceManager;
 using Clock = std::chrono::steady_clock;
 
 struct Answer {
-    bool gone = false;
-    std::string error;  // why the service could not be asked
+    bool gone = false;  // not registered any more, or died during the call
+    std::string error;  // empty if the call succeeded
     sp<IBase> object;
     std::vector<std::string> chain;
 };
@@ -52,7 +52,7 @@ Answer ask(const ServiceName& name) {
     return answer;
 }
 
-// On a thread of its own: a call that is never answered cannot be given up.
+// Calls on a detached thread, because a pending call cannot be canceled.
 std::future<Answer> startAsking(const ServiceName& name) {
     std::promise<Answer> promise;
     std::future<Answer> answer = promise.get_future();

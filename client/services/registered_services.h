@@ -12,28 +12,29 @@
 
 namespace hidlaudio::client {
 
-/** A name in the registry and what is behind it. */
+/** A name in the registry, and the object that it refers to. */
 struct RegisteredService {
     ServiceName name;
     pid_t pid = -1;
-    android::sp<android::hidl::base::V1_0::IBase> object;  // null where it did not answer
-    std::vector<std::string>
-        chain;  // its interfaces, the most derived one first; empty where it did not answer
+    android::sp<android::hidl::base::V1_0::IBase> object;  // null if it could not be obtained
+    std::vector<std::string> chain;  // its interfaces, most derived first; empty if the call failed
 };
 
 /**
- * Fills in every registered name, in their order, but those whose process ends meanwhile.
- * All are asked at once for their chain, and none is waited for longer than `seconds`.
- * Returns kDone; otherwise reports to the user why some did not answer in time (kTimedOut)
- * or could not be asked, which are there nevertheless. None is there if the names cannot be
- * had.
+ * Appends all registered names, in the order of the registry, to `services`; leaves out names whose process
+ * ends meanwhile. Requests all interface chains at the same time, and waits at most `seconds` for all of
+ * them.
+ *
+ * Returns kDone, or reports the errors on standard error and returns kTimedOut (no reply in time) or kRefused
+ * (a call failed). Services with such an error are appended as well. Nothing is appended if the registry
+ * cannot be read.
  */
 int findRegisteredServices(double seconds, std::vector<RegisteredService>& services);
 
-/** Takes out the names under which a service is registered only because it extends those interfaces. */
+/** Removes the names of inherited interfaces: each service keeps only its most derived name. */
 void keepMostDerived(std::vector<RegisteredService>& services);
 
-/** The name of a running process's program; "?" where it has ended. */
+/** Returns the name of the program that the process runs, or "?" if the process has ended. */
 std::string processName(pid_t pid);
 
 }  // namespace hidlaudio::client

@@ -14,7 +14,7 @@
 namespace hidlaudio::client {
 namespace {
 
-// Made before the timer runs: the handler may format nothing.
+// Formatted before the timer starts: a signal handler must not call snprintf().
 char expiredMessage[512];
 
 void expire(int) {
@@ -33,7 +33,7 @@ void takeAlarms() {
     struct sigaction action{};
     action.sa_handler = expire;
     sigaction(SIGALRM, &action, nullptr);
-    // Whoever started this program may have blocked it.
+    // The parent process may have blocked the signal.
     sigset_t alarm;
     sigemptyset(&alarm);
     sigaddset(&alarm, SIGALRM);
@@ -46,7 +46,7 @@ Deadline::Deadline(const Invocation& invocation, const std::string& service) {
     const double seconds = invocation.timeout.value_or(kAnswerSeconds);
     snprintf(expiredMessage, sizeof(expiredMessage), "audioctl: no answer from %.400s within %g s\n",
              service.c_str(), seconds);
-    host::flushOutput();  // what was printed is not lost when the time is over
+    host::flushOutput();  // expire() discards buffered output
     takeAlarms();
     setTimer(seconds);
 }
@@ -57,12 +57,12 @@ Deadline::~Deadline() {
 
 int noService(const std::string& service) {
     return fail(kNoService, service + " is not registered on the TV " + host::tvRoot() +
-                                "; `tv boot` starts the services");
+                                "; start the services with `tv boot`");
 }
 
 int examine(const android::hardware::details::return_status& returned, const std::string& service) {
     if (returned.isOk()) return kDone;
-    if (returned.isDeadObject()) return fail(kNoService, service + " ended before it answered");
+    if (returned.isDeadObject()) return fail(kNoService, service + " ended during the call");
     return fail(kRefused, "the call to " + service + " failed: " + returned.description());
 }
 

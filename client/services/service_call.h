@@ -12,29 +12,32 @@
 namespace hidlaudio::client {
 
 /**
- * The time in which a service must answer. A call cannot be given up, so that once the
- * time is over the process ends with kTimedOut and words on standard error. One at a time,
- * on the main thread.
+ * A time limit for calls to a service. A pending call cannot be canceled: when the time is over, the process
+ * prints a message to standard error and exits with kTimedOut. Only one object may exist at a time, on the
+ * main thread.
  */
 class Deadline {
   public:
-    /** Runs from now on, on behalf of the service of that name. */
+    /** Starts the timer. `service` is the name in the message. */
     Deadline(const Invocation& invocation, const std::string& service);
     ~Deadline();
     Deadline(const Deadline&) = delete;
     Deadline& operator=(const Deadline&) = delete;
 };
 
-/** Tells the user that nothing is registered under that name; kNoService. */
+/** Reports that the service is not registered. Returns kNoService. */
 int noService(const std::string& service);
 
-/** kDone where the call was answered; otherwise told to the user: kNoService or kRefused. */
+/**
+ * Returns kDone if the call succeeded. Otherwise reports the error and returns kNoService if the service has
+ * died, or kRefused.
+ */
 int examine(const android::hardware::details::return_status& returned, const std::string& service);
 
 /**
- * Runs `use` on the "default" service of an interface, all of it within one Deadline;
- * the exit status that it returns, or kNoService. A service that is not registered is reported
- * at once; getService would wait for it.
+ * Calls `use` with the "default" service of an interface and its name, within one Deadline. Returns the exit
+ * status of `use`, or reports that the service is not registered and returns kNoService. Does not wait for a
+ * service, as getService() does.
  */
 template <typename Interface, typename Use>
 int withService(const Invocation& invocation, Use use) {

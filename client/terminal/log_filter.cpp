@@ -8,7 +8,7 @@
 namespace hidlaudio::client {
 
 void showOnlyErrorsOfLog() {
-    // Older versions of liblog pass the text beside the record, newer ones in it.
+    // Older versions of liblog pass the text as a separate argument, newer ones as a member of the record.
     __android_log_set_logger([](const auto* record, auto... text) {
         if (record->priority < ANDROID_LOG_ERROR) return;
         if constexpr (sizeof...(text) == 0) {

@@ -4,8 +4,8 @@
 namespace hidlaudio::client {
 
 /**
- * Shows the HIDL runtime's errors on standard error as this program's own, and nothing
- * else of its log. Before the first HIDL call.
+ * Prints the errors that the HIDL runtime logs to standard error, as messages of this program, and drops the
+ * rest of its log. Call it before the first HIDL call.
  */
 void showOnlyErrorsOfLog();
 

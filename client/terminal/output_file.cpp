@@ -24,20 +24,23 @@ namespace {
 namespace fs = std::filesystem;
 using android::base::unique_fd;
 
-constexpr int kMaxLinks = 40;  // as the kernel
+constexpr int kMaxLinks = 40;  // the kernel's limit
 constexpr int kMaxTemporaryNames = 100;
 
 fs::path folderOf(const fs::path& path) {
     return path.has_parent_path() ? path.parent_path() : ".";
 }
 
-/** A link in /proc leads to an open file, whatever name its text shows. */
+/** Returns whether `path` is in /proc. A link there refers to an open file, which may have lost its name. */
 bool isInProc(const fs::path& path) {
     struct statfs status{};
     return statfs(folderOf(path).c_str(), &status) == 0 && status.f_type == PROC_SUPER_MAGIC;
 }
 
-/** The path behind symbolic links; nothing needs to be there. After too many links, one of them. */
+/**
+ * Follows symbolic links up to a path in /proc or one that is not a link; the target need not exist. Returns
+ * a link if there are more than kMaxLinks.
+ */
 fs::path followLinks(fs::path path) {
     for (int i = 0; i < kMaxLinks && !isInProc(path); ++i) {
         std::error_code error;
@@ -48,7 +51,10 @@ fs::path followLinks(fs::path path) {
     return path;
 }
 
-/** A duplicate of this process's descriptor that `path`, in /proc, names; else -1 with errno. */
+/**
+ * Duplicates the descriptor that `path`, in /proc, names. Returns -1 with errno if that fails: ENOENT if
+ * `path` names no descriptor of this process.
+ */
 unique_fd duplicateOwnDescriptor(const fs::path& path) {
     std::error_code error;
     const std::string folder = fs::canonical(folderOf(path), error);
@@ -59,12 +65,12 @@ unique_fd duplicateOwnDescriptor(const fs::path& path) {
     return unique_fd(isOwn ? fcntl(*number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1);
 }
 
-/** "" or why not. */
+/** Returns an empty string, or an error message. */
 std::string writeTo(int fd, const std::string& content) {
     return android::base::WriteStringToFd(content, fd) ? "" : strerror(errno);
 }
 
-/** Opens a new file in the folder and sets `path` to its name; -1 with errno if that fails. */
+/** Creates a file in the folder and sets `path` to its path. Returns -1 with errno if that fails. */
 unique_fd makeTemporary(const fs::path& folder, mode_t mode, fs::path& path) {
     std::random_device random;
     unique_fd fd;
@@ -76,23 +82,31 @@ unique_fd makeTemporary(const fs::path& folder, mode_t mode, fs::path& path) {
     return fd;
 }
 
-/** Gives a new file the mode, owner and group of the one that it replaces, as far as this process may. */
+/**
+ * Copies the mode of the replaced file `old` to the new one, and owner and group if this process may set
+ * them. Returns false with errno if the mode cannot be set.
+ */
 bool takeAttributes(int fd, const struct stat& old) {
     mode_t mode = old.st_mode & 0777;
     const bool groupKept =
         fchown(fd, old.st_uid, old.st_gid) == 0 || fchown(fd, static_cast<uid_t>(-1), old.st_gid) == 0;
-    // Another group must not get the permissions of the old one.
+    // If the group differs, it gets the permissions of others.
     if (!groupKept) mode = (mode & 0707) | ((mode & 07) << 3);
     return fchmod(fd, mode) == 0;
 }
 
-/** Makes the file at `target` anew; `old` is the one that is there, or null. "" or why not. */
+/**
+ * Writes `content` to a temporary file and renames it to `target`. `old` describes the existing file, or is
+ * `nullptr` if there is none. Returns an empty string, or an error message.
+ */
 std::string replaceFile(const fs::path& target, const struct stat* old, const std::string& content) {
     fs::path temporary;
     const unique_fd fd = makeTemporary(folderOf(target), old != nullptr ? 0600 : 0666, temporary);
     if (!fd.ok()) {
         const std::string reason = strerror(errno);
-        return old == nullptr ? reason : "no temporary file in " + folderOf(target).string() + ": " + reason;
+        return old == nullptr
+                   ? reason
+                   : "cannot create a temporary file in " + folderOf(target).string() + ": " + reason;
     }
     std::string problem = writeTo(fd.get(), content);
     if (problem.empty() && ((old != nullptr && !takeAttributes(fd.get(), *old)) || fsync(fd.get()) != 0 ||
@@ -103,7 +117,7 @@ std::string replaceFile(const fs::path& target, const struct stat* old, const st
 }
 
 std::string writeThrough(const fs::path& path, const std::string& content) {
-    host::flushOutput();  // what was printed before comes before
+    host::flushOutput();  // `path` may be standard output: keep the order
     unique_fd fd = duplicateOwnDescriptor(path);
     if (!fd.ok() && errno == ENOENT) fd.reset(open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NOCTTY));
     return fd.ok() ? writeTo(fd.get(), content) : strerror(errno);

@@ -5,22 +5,21 @@
 
 namespace hidlaudio::client {
 
-/** The name by which a user means standard output. */
+/** Name of an output file that stands for standard output. */
 constexpr char kStandardOutput[] = "-";
 
 /**
- * Writes `content` to the file that a user named. Links are followed.
+ * Writes `content` to a file that the user named. Symbolic links are followed.
  *
- * - A regular file is replaced whole, or keeps its old content: the new content goes to a
- *   temporary file beside it, which then takes its name. The mode stays, and owner and group
- *   if this process may set them. If the folder does not permit a temporary file, the
- *   write fails: writing in place could leave a part of the content, and nothing of the old.
- * - A missing file is made likewise, with the permissions that the umask leaves.
- * - A device, a named pipe or an open descriptor (/dev/stdout, /dev/fd/N) gets the content as it is;
- *   a regular file behind an open descriptor gets it where the descriptor stands.
- * - "-" is standard output; main reports a failure to write there.
+ * - A regular file is replaced atomically: the content goes to a temporary file in the same folder, which is
+ *   then renamed. The mode is kept, and owner and group if this process may set them. If the temporary file
+ *   cannot be created, the write fails and the old content is kept.
+ * - A file that does not exist is created the same way, with the permissions that the umask leaves.
+ * - A device or a named pipe is written directly. /dev/stdout and /dev/fd/N are written through the open
+ *   descriptor, at its current offset.
+ * - "-" is standard output. finishOutput() reports a failure there at the end of the program.
  *
- * @return "", or why `path` could not be written, with the path
+ * @return an empty string, or an error message that contains `path`
  */
 std::string writeOutputFile(const std::string& path, const std::string& content);
 

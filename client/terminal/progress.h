@@ -5,11 +5,11 @@
 
 namespace hidlaudio::client {
 
-/** A progress bar on the terminal that standard error is; nothing where it is none. On one thread. */
+/** A progress bar on standard error; does nothing if that is not a terminal. Not thread-safe. */
 class Progress {
   public:
     explicit Progress(size_t total);
-    /** Takes the bar away. */
+    /** Erases the bar. */
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -18,7 +18,7 @@ class Progress {
 
   private:
     size_t total_;
-    unsigned percent_ = 101;  // as shown; 101: nothing is
+    unsigned percent_ = 101;  // last value shown; 101 if there is none
     bool onTerminal_;
 };
 

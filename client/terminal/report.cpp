@@ -40,7 +40,7 @@ int reportResult(const Invocation& invocation, const char* method, int32_t resul
     for (const ResultMeaning& known : meanings) {
         if (known.result == result) otherwise = known.meaning;
     }
-    return fail(kRefused, std::string(method) + " answered " + std::to_string(result) + ": " + otherwise);
+    return fail(kRefused, std::string(method) + " returned " + std::to_string(result) + ": " + otherwise);
 }
 
 }  // namespace hidlaudio::client

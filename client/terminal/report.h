@@ -13,28 +13,28 @@ namespace hidlaudio::client {
 
 struct Invocation;
 
-/** Tells the user on standard error why a command did not do it; returns `status`. */
+/** Prints an error message to standard error. Returns `status`. */
 int fail(ExitStatus status, const std::string& message);
 
-/** Tells the user on standard error what he may want to know. */
+/** Prints a message to standard error. */
 void note(const std::string& message);
 
-/** Prints `value` on a line of its own. Bytes that are no UTF-8 become U+FFFD. */
+/** Prints `value` on one line. Invalid UTF-8 is replaced by U+FFFD. */
 void printJson(const nlohmann::json& value);
 
-/** Prints what a getter read: `text`, or {"value": value}; kDone. */
+/** Prints a value that was read: `text`, or {"value": value} with --json. Returns kDone. */
 int printValue(const Invocation& invocation, const nlohmann::json& value, const std::string& text);
 
-/** What a result code of a method means; one line of a method's table. */
+/** The meaning of one result code of a method. */
 struct ResultMeaning {
     int32_t result;
     const char* meaning;
 };
 
 /**
- * Reports the result code of `method`: {"result": N} with --json; where it is not 0,
- * its meaning from `meanings`, else `otherwise`, on standard error. Returns kDone for
- * 0, else kRefused.
+ * Reports the result code of `method`. Prints {"result": N} with --json. If the code is not 0, prints its
+ * meaning from `meanings`, or `otherwise` if it is not listed there, to standard error. Returns kDone for 0,
+ * or else kRefused.
  */
 int reportResult(const Invocation& invocation, const char* method, int32_t result,
                  std::initializer_list<ResultMeaning> meanings, const char* otherwise);

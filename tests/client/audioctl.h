@@ -13,7 +13,7 @@
 
 namespace hidlaudio::test {
 
-/** What a user types, and what `audioctl` answers. */
+/** Arguments of `audioctl`, and the expected exit status, output and part of the error output. */
 struct Exchange {
     std::vector<std::string> arguments;
     int status;
@@ -35,15 +35,15 @@ class Audioctl : public testing::Test {
     static void expectAll(const std::vector<Exchange>& exchanges) {
         for (const Exchange& exchange : exchanges) {
             const Outcome outcome = run(exchange.arguments);
-            const std::string what = testing::PrintToString(exchange.arguments);
-            EXPECT_EQ(outcome.status, exchange.status) << what << outcome.err;
-            EXPECT_EQ(outcome.out, exchange.out) << what;
-            EXPECT_THAT(outcome.err, testing::HasSubstr(exchange.errorPart)) << what;
-            EXPECT_EQ(outcome.err.empty(), exchange.errorPart.empty()) << what << outcome.err;
+            const std::string command = testing::PrintToString(exchange.arguments);
+            EXPECT_EQ(outcome.status, exchange.status) << command << outcome.err;
+            EXPECT_EQ(outcome.out, exchange.out) << command;
+            EXPECT_THAT(outcome.err, testing::HasSubstr(exchange.errorPart)) << command;
+            EXPECT_EQ(outcome.err.empty(), exchange.errorPart.empty()) << command << outcome.err;
         }
     }
 
-    /** A process that serves those, once they are registered. */
+    /** Starts a process with these services ("external", "listener") and waits until they are registered. */
     static std::unique_ptr<RunningProgram> serve(const std::vector<std::string>& services) {
         std::vector<std::string> command = services;
         command.insert(command.begin(), FAKE_SERVICE);
@@ -57,7 +57,7 @@ class Audioctl : public testing::Test {
     BackEndTv tv_;
 };
 
-/** The daemon itself, on that TV. */
+/** Tests with the daemon on the TV. */
 class AudioctlTv : public Audioctl {
   protected:
     AudioctlTv() {
@@ -65,7 +65,7 @@ class AudioctlTv : public Audioctl {
             makeFile(tv_ / (std::string("soc/config/g_audio__") + key), "1\n");
     }
 
-    /** With those environment variables; all its services are registered. */
+    /** Starts the daemon with extra environment variables and waits until its services are registered. */
     static std::unique_ptr<RunningProgram> startDaemon(const std::vector<std::string>& variables = {}) {
         auto daemon = std::make_unique<RunningProgram>(std::vector<std::string>{DAEMON}, variables);
         EXPECT_EQ(run({"wait"}).status, 0);

@@ -15,7 +15,7 @@ using testing::Not;
 
 class AudioctlCalibration : public AudioctlTv {
   protected:
-    /** Loads a file of that content. */
+    /** Runs `audioctl calibration load` with a file that has this content. */
     Outcome load(const std::string& content, std::vector<std::string> options = {}) {
         makeFile(path_, content);
         options.insert(options.begin(), {"calibration", "load", path_});
@@ -29,10 +29,10 @@ class AudioctlCalibration : public AudioctlTv {
     std::string path_ = tv_ / "room";
 };
 
-TEST_F(AudioctlCalibration, LoadsAndSwitches) {
+TEST_F(AudioctlCalibration, LoadedResultsAreStoredAndSwitched) {
     const auto daemon = startDaemon();
     expectAll({{{"calibration", "status"}, 0, "off\n", "no results are stored"},
-               {{"calibration", "on"}, 1, "", "setEnabled answered -1: no results are stored"},
+               {{"calibration", "on"}, 1, "", "setEnabled returned -1: no results are stored"},
                {{"calibration", "plot"}, 0, "", "no results are stored"},
                {{"calibration", "plot", "--svg", path_}, 1, "", "nothing to draw"},
                {{"calibration", "save"}, 0, "[]\n", "the list is empty"}});
@@ -68,26 +68,27 @@ TEST_F(AudioctlCalibration, LoadsAndSwitches) {
     EXPECT_EQ(stored(), json::array());
 }
 
-TEST_F(AudioctlCalibration, SendsNothingFromAFileWithFaults) {
-    // Without a service: all of it comes before a call.
+TEST_F(AudioctlCalibration, FileWithFaultsIsNotStored) {
+    // No service is running: the file is checked before any call.
     struct Row {
         std::string content;
         std::vector<std::string> options;
         int status;
         std::string errorPart;
     };
-    for (const Row& row : {Row{"[{\"channel\":\"FL\",\n!", {}, 2, "room: line 2, column 1: "},
-                           {"[{\"channel\":\"FL\"}]", {}, 2, "room: /0 (FL): \"level\" is missing"},
-                           {"GraphicEQ: 40 9.5", {}, 2, "room: FL, band 3 (40 Hz): 9.5 dB is beyond 9 dB"},
-                           {"GraphicEQ: 40 9.5", {"--clamp"}, 3, "which is taken"},
-                           {"GraphicEQ: 40 9.5", {"--clamp", "--dry-run"}, 0, "which is taken"},
-                           {"GraphicEQ: 40 1", {"--channel", "C", "--dry-run"}, 0, "without a channel FL"},
-                           {"[]", {"--level", "1"}, 2, "a JSON file has its own"},
-                           {"Preamp: 1", {"--channel", "L,FL"}, 2, "--channel names FL twice"},
-                           {"Preamp: 1", {"--channel", "1,2,3,4,5,6,7,8,9,10"}, 2, "at most 9"},
-                           {"Preamp: 1", {"--level", "9.1"}, 2, "\"9.1\" is no number from -9 to 9"},
-                           {"Preamp: 1", {"--delay", "-1"}, 2, "\"-1\" is no number from 0 to 10"},
-                           {std::string(65537, ' '), {}, 2, "more than 64 KiB"}}) {
+    for (const Row& row :
+         {Row{"[{\"channel\":\"FL\",\n!", {}, 2, "room: line 2, column 1: "},
+          {"[{\"channel\":\"FL\"}]", {}, 2, "room: /0 (FL): \"level\" is missing"},
+          {"GraphicEQ: 40 9.5", {}, 2, "room: FL, band 3 (40 Hz): 9.5 dB exceeds the limit of 9 dB"},
+          {"GraphicEQ: 40 9.5", {"--clamp"}, 3, "the limit is used"},
+          {"GraphicEQ: 40 9.5", {"--clamp", "--dry-run"}, 0, "the limit is used"},
+          {"GraphicEQ: 40 1", {"--channel", "C", "--dry-run"}, 0, "without a channel FL"},
+          {"[]", {"--level", "1"}, 2, "a JSON file has its own"},
+          {"Preamp: 1", {"--channel", "L,FL"}, 2, "--channel names FL twice"},
+          {"Preamp: 1", {"--channel", "1,2,3,4,5,6,7,8,9,10"}, 2, "at most 9"},
+          {"Preamp: 1", {"--level", "9.1"}, 2, "\"9.1\" is not a number from -9 to 9"},
+          {"Preamp: 1", {"--delay", "-1"}, 2, "\"-1\" is not a number from 0 to 10"},
+          {std::string(65537, ' '), {}, 2, "limit of 64 KiB"}}) {
         const Outcome outcome = load(row.content, row.options);
         EXPECT_EQ(outcome.status, row.status) << row.content.substr(0, 40) << outcome.err;
         EXPECT_THAT(outcome.err, HasSubstr(row.errorPart));
@@ -103,7 +104,7 @@ TEST_F(AudioctlCalibration, SendsNothingFromAFileWithFaults) {
                {{"calibration", "status"}, 3, "", "IAcousticCalibration/default is not registered"}});
 }
 
-TEST_F(AudioctlCalibration, ExplainsWhatTheServiceDoesNotDo) {
+TEST_F(AudioctlCalibration, FailureOfServiceIsReported) {
     auto daemon = startDaemon();
     const std::string file = tv_ / "data/vendor/tovi/hidlaudio/aud_ac.data";
     std::filesystem::create_directory(file);
@@ -111,7 +112,7 @@ TEST_F(AudioctlCalibration, ExplainsWhatTheServiceDoesNotDo) {
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.out, "{\"result\":-1}\n");
     EXPECT_THAT(refused.err,
-                HasSubstr("setCalibratedData answered -1: the service could not write its file"));
+                HasSubstr("setCalibratedData returned -1: the service could not write its file"));
     std::filesystem::remove(file);
     EXPECT_EQ(load("Preamp: 1", {"--channel", "1,2,3,4,5,6,7,8,9"}).status, 0);
     EXPECT_THAT(load("Preamp: 1", {"--channel", "X", "--keep"}).err, HasSubstr("more than 9 channels"));
@@ -122,7 +123,7 @@ TEST_F(AudioctlCalibration, ExplainsWhatTheServiceDoesNotDo) {
     EXPECT_EQ(load("Preamp: 1").status, 3);
 }
 
-TEST_F(AudioctlCalibration, Plots) {
+TEST_F(AudioctlCalibration, PlotFollowsLocaleAndSvgIsWritten) {
     const auto daemon = startDaemon();
     EXPECT_EQ(load("GraphicEQ: 20 3; 20000 -3").status, 0);
     RunningProgram ascii(commandLine({"calibration", "plot"}), {"LC_ALL=C"});
@@ -136,7 +137,7 @@ TEST_F(AudioctlCalibration, Plots) {
     EXPECT_THAT(contentOf(path_), AllOf(HasSubstr("<svg "), HasSubstr(">FR<"), HasSubstr("</svg>\n")));
 }
 
-TEST_F(AudioctlCalibration, ShowsTheModelsParameters) {
+TEST_F(AudioctlCalibration, ParametersComeFromTuningData) {
     const auto daemon = startDaemon();
     const Outcome missing = run({"calibration", "parameters"});
     EXPECT_THAT(missing.err, HasSubstr("tuning data is missing"));
@@ -163,14 +164,14 @@ TEST_F(AudioctlCalibration, ShowsTheModelsParameters) {
               json({{"type", "Parametric"}, {"param1", 0}, {"param2", 0}, {"gain", 429496736}}));
 }
 
-TEST_F(AudioctlCalibration, SetsTheSmoothDelay) {
+TEST_F(AudioctlCalibration, SmoothDelayIsSetWhileOn) {
     auto daemon = startDaemon();
     const auto with = [](std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), {"calibration", "smooth-delay"});
         return arguments;
     };
     expectAll({{with({}), 0, "off\n", ""},
-               {with({"set", "1", "2.5"}), 1, "", "took no delays"},
+               {with({"set", "1", "2.5"}), 1, "", "the delays were ignored"},
                {with({"on"}), 0, "", ""},
                {with({}), 0, "on 0 0\n", ""},
                {with({"set", "1", "2,5", "7", "--json"}), 0, "{\"result\":0}\n", ""},
@@ -178,13 +179,13 @@ TEST_F(AudioctlCalibration, SetsTheSmoothDelay) {
                {with({"off"}), 0, "", ""},
                {with({}), 0, "off 1 2.5 7\n", ""},
                {with({"set", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}), 2, "", "2 to 9 delays"},
-               {with({"on", "1"}), 2, "", "only set takes delays"},
+               {with({"on", "1"}), 2, "", "only accepted after set"},
                {with({"set", "1", "nan"}), 2, "", "milliseconds"}});
     daemon.reset();
     tv_.setModelFlag('\0');
     daemon = startDaemon();
     expectAll(
-        {{with({"on"}), 1, "", "setSmoothDelayEnabled answered -2: the TV has no back-end controller"}});
+        {{with({"on"}), 1, "", "setSmoothDelayEnabled returned -2: the TV has no back-end controller"}});
 }
 
 }  // namespace

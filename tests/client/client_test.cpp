@@ -20,7 +20,7 @@ constexpr char kExternal[] = "com.tovi.dtv.hardware.audio@3.1::IOutputExternal";
 constexpr char kExternal20[] = "com.tovi.dtv.hardware.audio@2.0::IOutputExternal";
 constexpr char kListener[] = "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingStatusListener";
 
-TEST_F(Audioctl, ReadsAndSetsTheExternalOutput) {
+TEST_F(Audioctl, ExternalOutputIsReadAndSet) {
     const auto service = serve({"external"});
     expectAll({{{"external", "get"}, 0, "on\n", ""},
                {{"external", "set", "off"}, 0, "", ""},
@@ -29,9 +29,9 @@ TEST_F(Audioctl, ReadsAndSetsTheExternalOutput) {
                {{"external", "set", "on", "--json"}, 0, "{\"result\":0}\n", ""},
                {{"external", "get", "--json"}, 0, "{\"value\":true}\n", ""},
                {{"external", "format"}, 0, "auto\n", ""},
-               {{"external", "formats"}, 0, "", "none"},
+               {{"external", "formats"}, 0, "", "no formats"},
                {{"external", "formats", "--json"}, 0, "{\"value\":[]}\n", ""},
-               {{"external", "format", "get"}, 0, "", ""},  // a name like any other
+               {{"external", "format", "get"}, 0, "", ""},  // "get" is a format here, not a command
                {{"external", "format", "a\xff"}, 0, "", ""},
                {{"external", "format", ""}, 0, "", ""},
                {{"external", "format", "--json"}, 0, "{\"value\":\"\"}\n", ""},
@@ -39,30 +39,30 @@ TEST_F(Audioctl, ReadsAndSetsTheExternalOutput) {
                {{"external", "formats", "--json"}, 0, "{\"value\":[\"get\",\"a\xEF\xBF\xBD\",\"\"]}\n", ""}});
 }
 
-TEST_F(Audioctl, ExplainsWhatTheServiceDoesNotDo) {
+TEST_F(Audioctl, FailureOfServiceIsReported) {
     const std::string missing = std::string(kExternal) + "/default is not registered";
-    makeFile(tv_ / "manifest", std::string(kExternal) + "/default\n");  // for which getService would wait
+    makeFile(tv_ / "manifest", std::string(kExternal) + "/default\n");  // getService() would wait for it
     const auto service = serve({"external"});
     expectAll({{{"external", "format", "huge"}, 0, "", ""},
                {{"external", "formats"}, 1, "", "FAILED_TRANSACTION"},
                {{"external", "format", "refuse", "--json"},
                 1,
                 "{\"result\":-7}\n",
-                "setEncodingFormat answered -7"},
+                "setEncodingFormat returned -7"},
                {{"external", "set", "off"}, 1, "", "-7: the TV's middleware refused"},
                {{"external", "get", "--timeout", "20"}, 0, "on\n", ""},
-               {{"external", "format", "die"}, 3, "", "ended before it answered"},
+               {{"external", "format", "die"}, 3, "", "ended during the call"},
                {{"external", "get"}, 3, "", missing},
                {{"ping"}, 3, "", missing}});
 }
 
-TEST_F(Audioctl, DoesNotWaitForEver) {
+TEST_F(Audioctl, HungServiceCausesTimeout) {
     const auto hung = serve({"external"});
     const auto lively = serve({"listener"});
     kill(hung->pid(), SIGSTOP);
     expectAll({{{"external", "get", "--timeout", "0.02"}, 4, "", "no answer from " + std::string(kExternal)},
                {{"--timeout", "0.02", "ping"}, 4, "", "within 0.02 s"}});
-    // However slow this machine is now, the service that answers is listed in full in the end.
+    // Retry with longer time-outs, for a slow machine, until the other service is listed with its chain.
     json list;
     for (const char* seconds : {"0.02", "1", "60"}) {
         const Outcome outcome = run({"list", "--json", "--timeout", seconds});
@@ -72,14 +72,14 @@ TEST_F(Audioctl, DoesNotWaitForEver) {
         ASSERT_GE(list.size(), 3U);
         if (list[list.size() - 2]["chain"] != nullptr) break;
     }
-    EXPECT_EQ(list.size(), 3U) << "each name of the hung service, the most derived one of the other";
+    EXPECT_EQ(list.size(), 3U) << "all names of the hung service, and the most derived name of the other";
     for (const json& row : list) {
         EXPECT_EQ(row["chain"] == nullptr, row["pid"] == hung->pid()) << row;
     }
     EXPECT_THAT(run({"list", "--timeout", "0.02"}).out, HasSubstr(" ?\n"));
 }
 
-TEST_F(Audioctl, ListsServices) {
+TEST_F(Audioctl, RegisteredServicesAreListed) {
     expectAll({{{"list"}, 0, "", "no service"}, {{"list", "--json"}, 0, "[]\n", ""}});
     const auto service = serve({"external"});
     const json chain = {kExternal, kExternal20, "android.hidl.base@1.0::IBase"};
@@ -101,8 +101,8 @@ TEST_F(Audioctl, ListsServices) {
     EXPECT_EQ(RunningProgram(commandLine({"list"}), {}, "/dev/full").wait(), 1);
 }
 
-// With few descriptors it may list a part, or nothing; it must not look like all there is.
-TEST_F(Audioctl, ListsNoPartOfTheServicesAsIfItWereAll) {
+// With too few descriptors the list may be incomplete, but then the exit status must not be 0.
+TEST_F(Audioctl, IncompleteListIsAnError) {
     const auto service = serve({"external"});
     bool failed = false;
     for (int descriptors = 4; descriptors < 24; ++descriptors) {
@@ -120,14 +120,14 @@ TEST_F(Audioctl, ListsNoPartOfTheServicesAsIfItWereAll) {
     EXPECT_TRUE(failed);
 }
 
-TEST_F(Audioctl, WaitsUntilAllAreRegistered) {
+TEST_F(Audioctl, WaitEndsWhenAllServicesAreRegistered) {
     auto stale = serve({"external"});
     kill(stale->pid(), SIGKILL);
     stale->wait();
     RunningProgram waiting(commandLine({"wait", "listener", "external", "--json"}));
     ASSERT_TRUE(becomesTrue([&] { return waiting.err().find("waiting for") != std::string::npos; }));
     EXPECT_THAT(waiting.err(), AllOf(HasSubstr(kExternal), HasSubstr(kListener)));
-    // It must remember the one that goes again.
+    // A service counts even if it ends again.
     stale = serve({"listener"});
     ASSERT_TRUE(becomesTrue([&] { return waiting.err().find("is registered") != std::string::npos; }));
     kill(stale->pid(), SIGKILL);
@@ -148,7 +148,7 @@ TEST_F(Audioctl, WaitsUntilAllAreRegistered) {
                 "not registered within 0.02 s: " + instance}});
 }
 
-TEST_F(Audioctl, MeasuresRoundTrips) {
+TEST_F(Audioctl, PingPrintsRoundTripTimes) {
     const auto service = serve({"external", "listener"});
     const json value =
         json::parse(run({"ping", "-n", "20", "listener", "--json"}).out, nullptr, false)["value"];
@@ -160,29 +160,29 @@ TEST_F(Audioctl, MeasuresRoundTrips) {
     EXPECT_THAT(run({"ping", "-n", "1"}).out, HasSubstr(std::string(kExternal) + "/default: 1 call, min "));
 }
 
-TEST_F(Audioctl, RefusesWrongUsage) {
+TEST_F(Audioctl, InvalidUsageIsReported) {
     const std::string verbs = "get, set, format, formats";
     expectAll({{{}, 2, "", "list, wait, ping, "},
-               {{"nosuch"}, 2, "", "\"nosuch\" is no command; these are: list, wait, ping, "},
-               {{""}, 2, "", "\"\" is no command"},
-               {{"external"}, 2, "", "missing; these are: " + verbs},
-               {{"external", "put"}, 2, "", "\"put\" is no command; these are: " + verbs},
+               {{"nosuch"}, 2, "", "unknown command \"nosuch\"; expected one of: list, wait, ping, "},
+               {{""}, 2, "", "unknown command \"\""},
+               {{"external"}, 2, "", "missing command; expected one of: " + verbs},
+               {{"external", "put"}, 2, "", "unknown command \"put\"; expected one of: " + verbs},
                {{"external", "set", "ON"}, 2, "", "{on,off}"},
                {{"ping", "-n", "0"}, 2, "", "1000000"},
                {{"wait", "list"}, 2, "", "external  " + std::string(kExternal)},
-               {{"wait", "external/"}, 2, "", "\"external/\" is no service"},
-               {{"wait", "a@1.0::IFoo!"}, 2, "", "is no service"},
+               {{"wait", "external/"}, 2, "", "unknown service \"external/\""},
+               {{"wait", "a@1.0::IFoo!"}, 2, "", "unknown service"},
                {{"wait", "--tv", tv_ / "nosuch"}, 2, "", "nosuch is not a TV"}});
     EXPECT_FALSE(std::filesystem::exists(tv_ / "nosuch"));
     const std::pair<std::vector<std::string>, std::string> numbers[] = {
-        {{"list", "--timeout"}, "no number from 0.001 to 86400"},
-        {{"virtualizer", "upload", "hrtf", "file", "--cancel-after"}, "no number from 0 to 86400"},
-        {{"virtualizer", "upload", "hrtf", "file", "--chunk"}, "no number from 1 to 2147483647"},
-        {{"ping", "-n"}, "no number from 1 to 1000000"},
-        {{"mic", "gain"}, "no number from 0 to 1"},
-        {{"calibration", "load", "file", "--level"}, "no number from -9 to 9"},
-        {{"calibration", "load", "file", "--delay"}, "no number from 0 to 10"},
-        {{"calibration", "smooth-delay", "set", "1"}, "no number of milliseconds from -682 to 682"},
+        {{"list", "--timeout"}, "number from 0.001 to 86400"},
+        {{"virtualizer", "upload", "hrtf", "file", "--cancel-after"}, "number from 0 to 86400"},
+        {{"virtualizer", "upload", "hrtf", "file", "--chunk"}, "number from 1 to 2147483647"},
+        {{"ping", "-n"}, "number from 1 to 1000000"},
+        {{"mic", "gain"}, "number from 0 to 1"},
+        {{"calibration", "load", "file", "--level"}, "not a number from -9 to 9"},
+        {{"calibration", "load", "file", "--delay"}, "not a number from 0 to 10"},
+        {{"calibration", "smooth-delay", "set", "1"}, "not a number of milliseconds from -682 to 682"},
     };
     for (const auto& [command, range] : numbers) {
         for (const char* number : {"", "nan", "inf", "1e999", "1x", "99999999999999999999999"}) {

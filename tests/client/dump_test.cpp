@@ -15,10 +15,10 @@ constexpr char kListener[] = "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingSt
 
 using Dump = Audioctl;
 
-TEST_F(Dump, PrintsWhatServicesTell) {
+TEST_F(Dump, StatesOfServicesArePrinted) {
     const auto service = serve({"external", "listener"});
     const std::string external = kExternal;
-    const std::string listener = std::string(kListener) + "\n  (tells nothing of itself)\n";
+    const std::string listener = std::string(kListener) + "\n  (no state)\n";
     const std::string begin = R"({"value":{")" + external + R"(":{"format":"a"}})" + "}\n";
     expectAll({{{"external", "format", "a"}, 0, "", ""},
                {{"dump", "external", "OutputExternal"}, 0, external + "\na\n", ""},
@@ -36,11 +36,11 @@ TEST_F(Dump, PrintsWhatServicesTell) {
                {{"dump", "external"}, 0, external + "\n" + std::string(200000, 'x') + "\n", ""}});
 }
 
-TEST_F(Dump, TellsWhoDoesNotAnswerAndShowsTheOthers) {
+TEST_F(Dump, FailedServiceIsReportedAndOthersArePrinted) {
     const auto external = serve({"external"});
     const auto listener = serve({"listener"});
     EXPECT_EQ(run({"external", "format", "hang in debug"}).status, 0);
-    // However slow this machine is now, the service that answers is shown in the end.
+    // Retry with longer time-outs, for a slow machine, until the other service replies in time.
     for (const std::string seconds : {"1", "8", "60"}) {
         const Outcome hung = run({"dump", "external", "listener", "--json", "--timeout", seconds});
         const std::string error = "no answer within " + seconds + " s";
@@ -56,18 +56,18 @@ TEST_F(Dump, TellsWhoDoesNotAnswerAndShowsTheOthers) {
     EXPECT_EQ(run({"external", "format", "die in debug"}).status, 0);
     expectAll({{{"dump", "external", "listener"},
                 3,
-                std::string(kListener) + "\n  (tells nothing of itself)\n",
-                "it ended before it answered"}});
+                std::string(kListener) + "\n  (no state)\n",
+                "it ended during the call"}});
 }
 
-/** What a bug report tells of a service that it could not ask. */
+/** Returns the error message of a service in a bug report. */
 std::string errorOf(const json& report, const std::string& name) {
     for (const json& service : report["services"])
         if (name == service["interface"].get<std::string>() + "/default") return service.value("error", "");
     return "(none)";
 }
 
-TEST_F(Dump, GathersABugReportWhateverFails) {
+TEST_F(Dump, BugReportIsWrittenDespiteFailures) {
     const std::string tv = tv_ / "whole";
     ASSERT_EQ(runProgram({TV, "init", "--tv", tv}).status, 0);
     host::setTvRoot(tv);
@@ -98,8 +98,7 @@ TEST_F(Dump, GathersABugReportWhateverFails) {
                   "{\"result\":4}\n");
         report = json::parse(contentOf(file));
         EXPECT_EQ(errorOf(report, kListener), "no answer within " + seconds + " s");
-        if (errorOf(report, kExternal) == "it ended before it answered" &&
-            !report["tv_state"].contains("error"))
+        if (errorOf(report, kExternal) == "it ended during the call" && !report["tv_state"].contains("error"))
             break;
         EXPECT_NE(seconds, "60") << report;
     }
@@ -109,7 +108,7 @@ TEST_F(Dump, GathersABugReportWhateverFails) {
     EXPECT_THAT(nowhere.err, HasSubstr("cannot be written: No such file"));
 }
 
-TEST_F(Dump, RefusesWrongUsage) {
+TEST_F(Dump, InvalidUsageIsReported) {
     expectAll({{{"dump"}, 3, "", "no service is registered"},
                {{"dump", "--output", "a"}, 2, "", "--all"},
                {{"dump", "external", "--all", "--output", "a"}, 2, "", "--all"}});

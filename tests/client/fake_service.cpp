@@ -18,8 +18,8 @@ using namespace com::tovi::dtv::hardware::audio;
 using BaseListener = V2_0::IOutputEncodingStatusListener;
 
 /**
- * A service that a test scripts through the formats it sets: each is added to the
- * available ones, and some have an effect besides.
+ * A service that tests control with the formats that they set: each is added to the available formats, and
+ * some have an additional effect.
  */
 class FakeOutput : public V3_1::IOutputExternal {
   public:
@@ -46,7 +46,7 @@ class FakeOutput : public V3_1::IOutputExternal {
     Return<int32_t> registerEncodingFormatListener(const sp<BaseListener>&) override { return 0; }
     Return<int32_t> unregisterEncodingFormatListener(const sp<BaseListener>&) override { return 0; }
 
-    /** Writes the last format, or does what that says. */
+    /** Writes the last format, unless that has an effect of its own. */
     Return<void> debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) override {
         const std::string format = formats_.empty() ? "" : std::string(formats_.back());
         std::string text = options.size() == 0 ? format : "{\"format\":\"" + format + "\"}";
@@ -72,7 +72,7 @@ class FakeListener : public V3_1::IOutputEncodingStatusListener {
 
 }  // namespace
 
-/** Serves those named: "external", "listener". */
+/** Registers the services named in the arguments, "external" or "listener", and serves them. */
 int main(int argc, char** argv) {
     android::hardware::configureRpcThreadpool(1, true);
     for (int i = 1; i < argc; ++i) {

@@ -22,23 +22,24 @@ class AudioctlHdmi : public AudioctlTv {
     }
 };
 
-TEST_F(AudioctlHdmi, ReadsAndSetsCapabilities) {
+TEST_F(AudioctlHdmi, CapabilitiesAreReadAndSet) {
     const auto daemon = startDaemon();
-    expectAll({{{"hdmi", "get"}, 0, "ARC_DD_PLUS\nEARC_DD_PLUS\nARC_MP4AAC_5_1\n", ""},
-               {{"hdmi", "set", "ARC_MP4AAC_7_1", "ARC_DD_NONE", "--json"}, 0, "{\"result\":0}\n", ""},
-               {{"hdmi", "get", "--json"},
-                0,
-                "{\"value\":[\"ARC_DD_NONE\",\"EARC_DD_PLUS\",\"ARC_MP4AAC_7_1\"]}\n",
-                ""},
-               {{"hdmi", "set", "ARC_DD_ATMOS", "arc_mp4aac_5_1"}, 0, "", "\"arc_mp4aac_5_1\" is no"},
-               {{"hdmi", "set", "EARC_DD_NONE"}, 1, "", "answered -1: no name is a capability"},
-               {{"hdmi", "get"}, 0, "ARC_DD_ATMOS\nEARC_DD_PLUS\nARC_MP4AAC_7_1\n", ""},
-               {{"hdmi", "set"}, 2, "", "CAPABILITY"}});
+    expectAll(
+        {{{"hdmi", "get"}, 0, "ARC_DD_PLUS\nEARC_DD_PLUS\nARC_MP4AAC_5_1\n", ""},
+         {{"hdmi", "set", "ARC_MP4AAC_7_1", "ARC_DD_NONE", "--json"}, 0, "{\"result\":0}\n", ""},
+         {{"hdmi", "get", "--json"},
+          0,
+          "{\"value\":[\"ARC_DD_NONE\",\"EARC_DD_PLUS\",\"ARC_MP4AAC_7_1\"]}\n",
+          ""},
+         {{"hdmi", "set", "ARC_DD_ATMOS", "arc_mp4aac_5_1"}, 0, "", "\"arc_mp4aac_5_1\" is not a capability"},
+         {{"hdmi", "set", "EARC_DD_NONE"}, 1, "", "returned -1: none of the names can be set"},
+         {{"hdmi", "get"}, 0, "ARC_DD_ATMOS\nEARC_DD_PLUS\nARC_MP4AAC_7_1\n", ""},
+         {{"hdmi", "set"}, 2, "", "CAPABILITY"}});
     makeFile(tv_ / "soc/faults/a_mtktvapi_config_set_value", "9");
-    expectAll({{{"hdmi", "set", "ARC_DD_NONE"}, 1, "", "answered 9: the TV's middleware refused"}});
+    expectAll({{{"hdmi", "set", "ARC_DD_NONE"}, 1, "", "returned 9: the TV's middleware refused"}});
 }
 
-TEST_F(AudioctlHdmi, WatchesThroughARestartOfTheDaemon) {
+TEST_F(AudioctlHdmi, WatchContinuesAfterRestartOfDaemon) {
     expectAll({{{"hdmi", "watch"}, 3, "", "IHdmiAudio/default is not registered"}});
     auto daemon = startDaemon();
     RunningProgram plain(commandLine({"hdmi", "watch"}));
@@ -64,8 +65,7 @@ TEST_F(AudioctlHdmi, WatchesThroughARestartOfTheDaemon) {
     EXPECT_EQ(json.out(), objects);
 }
 
-// Whoever reads the lines slowly must not hold up the TV.
-TEST_F(AudioctlHdmi, WatchesWithoutHoldingUpTheService) {
+TEST_F(AudioctlHdmi, WatchWithBlockedOutputDoesNotBlockService) {
     const auto daemon = startDaemon();
     const std::string fifo = tv_ / "fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
@@ -73,9 +73,9 @@ TEST_F(AudioctlHdmi, WatchesWithoutHoldingUpTheService) {
     RunningProgram watcher(commandLine({"hdmi", "watch"}), {}, fifo);
     awaitTimes(watcher, kWatching, 1);
     std::vector<std::string> command = {"hdmi", "set", "ARC_DD_PLUS"};
-    command.resize(20, "ARC_DD_" + std::string(3000, 'x'));  // a pipe holds one such line
+    command.resize(20, "ARC_DD_" + std::string(3000, 'x'));  // a pipe has space for one such line
     for (int i = 0; i < 4; ++i) EXPECT_EQ(run(command).status, 0);
-    if (kThreadSanitizer) return;  // a signal waits there until the write is over
+    if (kThreadSanitizer) return;  // it delays signals until the write ends
     kill(watcher.pid(), SIGINT);
     EXPECT_EQ(watcher.wait(), 0);
 }

@@ -18,7 +18,7 @@ using test::makeFile;
 using test::PrivateFolder;
 using testing::HasSubstr;
 
-/** A folder with one of each kind of file that a user may name, and this process's descriptors on some. */
+/** A folder with one file of each type, and open descriptors of some. */
 class OutputFile : public testing::Test {
   protected:
     OutputFile() {
@@ -51,7 +51,7 @@ class OutputFile : public testing::Test {
         return stat((folder_ / name).c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
     }
 
-    /** What each file is, so that a changed kind or a new file shows. */
+    /** Returns name and type of each file, to detect new files and changed types. */
     std::string kinds() const {
         std::string text;
         for (const auto& entry : fs::recursive_directory_iterator(folder_.path())) {
@@ -68,12 +68,12 @@ class OutputFile : public testing::Test {
     int appender_ = -1;
 };
 
-TEST_F(OutputFile, IsWrittenAsItsKindDemands) {
+TEST_F(OutputFile, FileOfEachTypeIsWrittenAndKeepsItsType) {
     const std::string descriptor = "/dev/fd/" + std::to_string(appender_);
     struct Row {
         std::string path;
         std::string problem;
-        std::string written;  // the file that must hold the content then; "" if none
+        std::string written;  // the file whose content is checked; none if empty
         std::string content = "new\n";
         mode_t mode = 0;
     };
@@ -103,15 +103,15 @@ TEST_F(OutputFile, IsWrittenAsItsKindDemands) {
         EXPECT_EQ(contentOf(folder_ / row.written), row.content) << row.path;
         EXPECT_EQ(modeOf(row.written), row.mode) << row.path;
     }
-    EXPECT_EQ(kinds(), before) << "no other file, and none of another kind";
+    EXPECT_EQ(kinds(), before) << "no new file, and no changed type";
     char piped[10] = {};
     EXPECT_EQ(read(reader_, piped, sizeof(piped)), 4);
 }
 
-TEST_F(OutputFile, KeepsItsContentIfItCannotBeReplaced) {
+TEST_F(OutputFile, FileThatCannotBeReplacedKeepsItsContent) {
     const std::string before = kinds();
     const std::string old = contentOf(folder_ / "private");
-    // A disk that becomes full.
+    // Simulates a full disk.
     signal(SIGXFSZ, SIG_IGN);
     rlimit unlimited{};
     getrlimit(RLIMIT_FSIZE, &unlimited);
@@ -126,13 +126,13 @@ TEST_F(OutputFile, KeepsItsContentIfItCannotBeReplaced) {
     EXPECT_EQ(contentOf(folder_ / "new"), "(none)");
     EXPECT_EQ(kinds(), before);
 
-    if (geteuid() == 0) return;  // may write anything
+    if (geteuid() == 0) return;  // root may write to any file
     chmod((folder_ / "private").c_str(), 0400);
     EXPECT_THAT(writeOutputFile(folder_ / "private", "new"), HasSubstr("written: Permission denied"));
     chmod((folder_ / "private").c_str(), 0600);
     chmod(folder_.path().c_str(), 0500);
     EXPECT_THAT(writeOutputFile(folder_ / "private", "new"),
-                HasSubstr("no temporary file in " + folder_.path() + ": Permission denied"));
+                HasSubstr("cannot create a temporary file in " + folder_.path() + ": Permission denied"));
     chmod(folder_.path().c_str(), 0700);
     EXPECT_EQ(contentOf(folder_ / "private"), old);
 }

@@ -13,7 +13,7 @@ using Words = std::vector<std::string>;
 
 using AudioctlOutput = AudioctlTv;
 
-TEST_F(AudioctlOutput, ThatCannotBeWrittenIsAnError) {
+TEST_F(AudioctlOutput, FailedWriteIsAnError) {
     makeFile(tv_ / "room", "GraphicEQ: 20 1");
     makeFile(tv_ / "set", "parameters");
     std::filesystem::create_symlink("/dev/full", tv_ / "full");
@@ -66,7 +66,7 @@ TEST_F(AudioctlOutput, ThatCannotBeWrittenIsAnError) {
         EXPECT_THAT(program.err(), HasSubstr("standard output cannot be written"))
             << testing::PrintToString(command);
     }
-    // Nothing was printed, so nothing failed.
+    // Without output, no write can fail.
     EXPECT_EQ(RunningProgram(commandLine({"external", "set", "on"}), {}, "/dev/full").wait(), 0);
     for (const Words& command : {Words{"calibration", "save", tv_ / "full"},
                                  {"calibration", "plot", "--svg", tv_ / "full"},
@@ -78,11 +78,11 @@ TEST_F(AudioctlOutput, ThatCannotBeWrittenIsAnError) {
     }
 }
 
-TEST_F(AudioctlOutput, GoesWhereTheUserSays) {
+TEST_F(AudioctlOutput, NamedDescriptorIsWritten) {
     const auto daemon = startDaemon();
     EXPECT_EQ(run({"calibration", "save", "-"}).out, "[]\n");
     EXPECT_FALSE(std::filesystem::exists("-"));
-    // Not /dev/stdout itself: a program in error that runs as root would replace it.
+    // Not /dev/stdout: a faulty program that runs as root would replace it.
     std::filesystem::create_symlink("/proc/self/fd/1", tv_ / "stdout");
     for (const std::string& path :
          {tv_ / "stdout", std::string("/dev/fd/1"), std::string("/proc/self/fd/1")}) {
@@ -97,8 +97,8 @@ TEST_F(AudioctlOutput, GoesWhereTheUserSays) {
                {{"dump", "--all", "--output", ""}, 2, "", "must not be empty"}});
 }
 
-TEST_F(AudioctlOutput, ThatIsClosedNeverGoesIntoTheTransport) {
-    if (HIDLAUDIO_EMULATED) GTEST_SKIP() << "the emulator's own files take the closed descriptors";
+TEST_F(AudioctlOutput, ClosedStandardDescriptorsAreNotReusedByTransport) {
+    if (HIDLAUDIO_EMULATED) GTEST_SKIP() << "the emulator opens its own files on the closed descriptors";
     const auto service = serve({"external"});
     struct Row {
         std::vector<int> closed;
@@ -112,7 +112,7 @@ TEST_F(AudioctlOutput, ThatIsClosedNeverGoesIntoTheTransport) {
         {{0, 1}, {"external", "get"}, 1},
         {{0, 1, 2}, {"list"}, 1},
         {{0, 1, 2}, {"external", "get"}, 1},
-        {{2}, {"external", "formats"}, 0},  // says "none" on standard error
+        {{2}, {"external", "formats"}, 0},  // prints only to standard error
         {{0, 1, 2}, {"external", "formats"}, 0},
         {{0, 1, 2}, {"external", "set", "on"}, 0},
         {{0, 1, 2}, {"external", "format", "refuse"}, 1},
@@ -144,7 +144,7 @@ TEST_F(AudioctlOutput, ThatIsClosedNeverGoesIntoTheTransport) {
     }
 }
 
-TEST_F(AudioctlOutput, ThatNobodyReadsEndsTheCommandSilently) {
+TEST_F(AudioctlOutput, ClosedPipeEndsCommandWithoutMessage) {
     const auto daemon = startDaemon();
     for (const bool ignoresSignal : {false, true}) {
         for (const Words& command : {Words{"list"}, {"dump"}, {"--help"}, {"calibration", "save", "-"}}) {

@@ -4,7 +4,7 @@
 namespace hidlaudio::test {
 namespace {
 
-TEST_F(AudioctlTv, ReadsAndSetsTheSpeaker) {
+TEST_F(AudioctlTv, SpeakerSettingsAreReadAndSet) {
     for (const char* key : {"tv_position", "aud_speaker"})
         makeFile(tv_ / (std::string("soc/config/g_audio__") + key), "0\n");
     makeFile(tv_ / "soc/config/g_audio__spk_sur_type", "1\n");
@@ -17,15 +17,15 @@ TEST_F(AudioctlTv, ReadsAndSetsTheSpeaker) {
                {{"speaker", "position", "wall-mount"}, 0, "", ""},
                {{"speaker", "position", "--json"}, 0, "{\"value\":\"wall-mount\"}\n", ""},
                {{"speaker", "position", "0", "--json"}, 0, "{\"result\":0}\n", ""},
-               {{"speaker", "position", "sideways"}, 2, "", "table-top, wall-mount and 32-bit numbers"},
+               {{"speaker", "position", "sideways"}, 2, "", "table-top, wall-mount or a 32-bit number"},
                {{"speaker", "position", "2147483648"}, 2, "", "32-bit"},
                {{"speaker", "delay"}, 0, "4294967296\n", ""}});
     tv_.fail("a_mtktvapi_config_set_value", "-7 1");
-    expectAll({{{"speaker", "position", "-5"}, 1, "", "setTvPosition answered -7: the TV's middleware"}});
+    expectAll({{{"speaker", "position", "-5"}, 1, "", "setTvPosition returned -7: the TV's middleware"}});
     EXPECT_THAT(daemon->err(), testing::HasSubstr("[setTvPosition] start:type = -5"));
 }
 
-TEST_F(AudioctlTv, ReadsAndSetsTheMicrophonesGain) {
+TEST_F(AudioctlTv, MicrophoneGainIsReadAndSet) {
     std::filesystem::create_directories(tv_ / "hal/parameters");
     const RunningProgram hal({AUDIO_HAL});
     EXPECT_EQ(run({"wait", "android.hardware.audio@5.0::IDevicesFactory"}).status, 0);
@@ -34,16 +34,16 @@ TEST_F(AudioctlTv, ReadsAndSetsTheMicrophonesGain) {
                {{"mic", "gain", "0.3"}, 0, "", ""},
                {{"mic", "gain", "--json"}, 0, "{\"value\":0.3}\n", ""},
                {{"mic", "gain", "1.0", "--json"}, 0, "{\"result\":0}\n", ""},
-               {{"mic", "gain", "0", "--device", "b"}, 1, "", "setMicGain answered -1: the TV has no such"},
+               {{"mic", "gain", "0", "--device", "b"}, 1, "", "setMicGain returned -1: the TV has no such"},
                {{"mic", "gain", "--device", "b"}, 0, "0\n", ""},
                {{"mic", "devices"}, 0, "AUDIO_DEVICE_IN_BUILTIN_MIC\n", ""},
                {{"mic", "devices", "--json"}, 0, "{\"value\":[\"AUDIO_DEVICE_IN_BUILTIN_MIC\"]}\n", ""}});
     for (const char* wrong : {"", "1.0001", "nan"})
-        expectAll({{{"mic", "gain", wrong}, 2, "", "no number from 0 to 1"}});
+        expectAll({{{"mic", "gain", wrong}, 2, "", "number from 0 to 1"}});
     expectAll({{{"mic", "gain"}, 0, "1\n", ""}});
 }
 
-TEST_F(AudioctlTv, ShowsTheCentreSpeaker) {
+TEST_F(AudioctlTv, CenterSpeakerValuesArePrinted) {
     const std::string block("\7\0\0\0\xFB\xFF\xFF\xFF", 8);
     makeFile(tv_ / "data/vendor/tmp/recipe/aqda.bin",
              std::string(23924, '\0') + block + std::string(12, '\0'));

@@ -9,7 +9,7 @@ namespace {
 using nlohmann::json;
 using testing::HasSubstr;
 
-TEST_F(AudioctlTv, SwitchesTheVirtualizer) {
+TEST_F(AudioctlTv, VirtualizerSettingsAreReadAndSet) {
     const auto daemon = startDaemon();
     expectAll({{{"virtualizer", "status"}, 0, "off\n", ""},
                {{"virtualizer", "on"}, 0, "", ""},
@@ -25,7 +25,7 @@ TEST_F(AudioctlTv, SwitchesTheVirtualizer) {
     expectAll({{{"virtualizer", "upmix", "on", "--json"}, 1, "{\"result\":-5}\n", "no back-end controller"}});
 }
 
-TEST_F(AudioctlTv, UploadsParameters) {
+TEST_F(AudioctlTv, UploadReportsResultOfController) {
     auto daemon = startDaemon();
     const auto upload = [this](const std::string& content, std::vector<std::string> options = {}) {
         makeFile(tv_ / "set.bin", content);
@@ -34,7 +34,7 @@ TEST_F(AudioctlTv, UploadsParameters) {
     };
     EXPECT_THAT(upload("0123456789").out, HasSubstr("uploaded 10 bytes in "));
     const Outcome good = upload("9876543210", {"--json", "--chunk", "3"});
-    EXPECT_EQ(good.err, "") << "no progress bar but on a terminal";
+    EXPECT_EQ(good.err, "") << "a progress bar is only shown on a terminal";
     EXPECT_EQ(tv_.received(host::UploadKind::Hrtf), "9876543210");
     json answer = json::parse(good.out, nullptr, false);
     EXPECT_GT(answer["seconds"], 0);
@@ -48,10 +48,10 @@ TEST_F(AudioctlTv, UploadsParameters) {
         int status;
         std::string errorPart;
     };
-    // The waits are long enough for a busy machine to have begun the upload.
-    for (const Row& row : {Row{"result 0xF3", "x", {}, 1, "ended with -1: the controller reports an error"},
-                           {"", std::string(262145, 'x'), {"--chunk", "262145"}, 1, "append answered -2"},
-                           {"hang", "x", {"--cancel-after", "0.5"}, 1, "ended with 1: cancelled"},
+    // The waits are long enough for an upload to start on a busy machine.
+    for (const Row& row : {Row{"result 0xF3", "x", {}, 1, "ended with -1: the controller reported an error"},
+                           {"", std::string(262145, 'x'), {"--chunk", "262145"}, 1, "append returned -2"},
+                           {"hang", "x", {"--cancel-after", "0.5"}, 1, "ended with 1: canceled"},
                            {"hang", "x", {"--timeout", "2"}, 4, "no result"},
                            {"", "x", {"--cancel-after", "1", "--no-wait"}, 2, "--cancel-after"},
                            {"", "", {}, 2, "is empty"}}) {
@@ -62,13 +62,13 @@ TEST_F(AudioctlTv, UploadsParameters) {
     }
     tv_.behave("");
     tv_.setState(host::UploadKind::Device, std::string("\1\0", 2));
-    EXPECT_THAT(upload("x").err, HasSubstr("apply answered -3: busy"));
+    EXPECT_THAT(upload("x").err, HasSubstr("apply returned -3: busy"));
     tv_.setState(host::UploadKind::Device, std::string(2, '\0'));
     EXPECT_THAT(upload("x", {"--no-wait", "--json"}).out, HasSubstr("\"result\":null"));
     EXPECT_THAT(run({"virtualizer", "upload", "hrtf", tv_ / "none"}).err, HasSubstr("none: No such file"));
     EXPECT_EQ(run({"virtualizer", "upload", "device", tv_.path()}).status, 2);
 
-    // A service that dies while the upload's end is waited for.
+    // The service dies while the client waits for the end of the upload.
     daemon.reset();
     daemon = startDaemon({"HIDLAUDIO_FAULT=ioctl:1:dies"});
     EXPECT_EQ(upload("x").status, 3);

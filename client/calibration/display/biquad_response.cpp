@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-/** Of 1, z^-1 and z^-2. */
+/** The coefficients of 1, z^-1 and z^-2. */
 struct Polynomial {
     double a, b, c;
 };
@@ -24,7 +24,7 @@ Coefficients peak(double amplitude, double cosine, double alpha) {
             {1 + alpha / amplitude, -2 * cosine, 1 - alpha / amplitude}};
 }
 
-/** A high shelf is a low one with its cosines turned round. */
+/** `turn` is 1 for a low shelf; -1 negates the cosines, which gives a high shelf. */
 Coefficients shelf(double amplitude, double cosine, double alpha, double turn) {
     const double more = amplitude + 1;
     const double less = amplitude - 1;

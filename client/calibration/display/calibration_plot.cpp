@@ -9,12 +9,12 @@
 namespace hidlaudio::client {
 namespace {
 
-constexpr size_t kRows = 6;  // above 0 dB, and as many below
+constexpr size_t kRows = 6;  // above 0 dB; the same number is below
 constexpr size_t kLeft = 7;  // "  +4.5 "
 constexpr size_t kWidestBand = 4;
 constexpr size_t kLabelRoom = 6;  // "1.25k", and a gap
 
-/** How a row of a bar looks that is filled by a little, by half, and wholly. */
+/** Characters for a row of a bar that is filled slightly, half, or completely. */
 struct Blocks {
     const char* up[3];
     const char* down[3];
@@ -32,7 +32,7 @@ struct Plot {
     size_t bandWidth;
 };
 
-/** What a bar that is `height` rows long shows in a row, which begins `from` rows from the line. */
+/** Returns one row of a bar that is `height` rows long. The row begins `from` rows from the 0 dB line. */
 const char* cellOf(double height, double from, const char* const (&blocks)[3]) {
     const double filled = height - from;
     if (filled >= 0.75) return blocks[2];
@@ -40,7 +40,7 @@ const char* cellOf(double height, double from, const char* const (&blocks)[3]) {
     return from == 0 && filled > 0 ? blocks[0] : " ";
 }
 
-/** A band's cell, and a gap to the next where there is room. */
+/** Returns the cell of a band, followed by a gap if it is wide enough. */
 std::string bandText(const Plot& plot, const char* cell, const char* gap) {
     std::string text;
     for (size_t i = 0; i + 1 < plot.bandWidth; ++i) text += cell;
@@ -52,7 +52,7 @@ std::string withoutEnd(std::string line) {
     return line + "\n";
 }
 
-/** A row beside the line: `row` counts from it, `sign` is 1 above and -1 below. */
+/** Returns row number `row`, counted from the 0 dB line. `sign` is 1 above the line and -1 below. */
 std::string rowText(const Plot& plot, size_t row, int sign) {
     const double end = sign * static_cast<double>(row + 1) * plot.decibelsPerRow;
     std::string label = row % 2 == 1 ? signedText(end, 1) : "";
@@ -66,7 +66,7 @@ std::string rowText(const Plot& plot, size_t row, int sign) {
     return withoutEnd(line);
 }
 
-/** Which bands have a label: all, each octave or each second one, as there is room. */
+/** Returns whether the band has a label: every octave has one, or every second octave if space is short. */
 bool hasLabel(const Plot& plot, size_t band) {
     const size_t step = kLabelRoom <= plot.bandWidth * 3 ? 3 : 6;
     return band % step == 2;

@@ -7,20 +7,20 @@
 
 namespace hidlaudio::client {
 
-/** What a terminal can show. */
+/** Properties of the terminal. */
 struct Terminal {
     size_t columns = 80;
-    bool utf8 = true;  // else ASCII
+    bool utf8 = true;  // if false, use ASCII only
 };
 
 /**
- * The gains of a channel as bars over and under a line at 0 dB, with a scale in dB on the left
- * and the bands' frequencies below. As wide as the terminal allows, but at least 38 columns.
- * "?" stands for a gain that is no number.
+ * Returns the gains of a channel as bars above and below a 0 dB line, with a scale in dB on the left and the
+ * frequencies below. The plot is as wide as the terminal allows, but at least 38 columns. "?" marks a gain
+ * that is NaN or infinite.
  */
 std::string plotGains(const Gains& gains, const Terminal& terminal);
 
-/** The scale for gains: the dB at its upper end, of 3, 6, 9 and so on. */
+/** Returns the upper end of the scale in dB: the first of 3, 6, 9, 18, ... that covers all finite gains. */
 double scaleOf(const Gains& gains);
 
 }  // namespace hidlaudio::client

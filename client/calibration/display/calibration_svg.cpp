@@ -14,7 +14,7 @@ namespace {
 
 using android::base::StringPrintf;
 
-// In the picture's own units. The legend stands right of the curves.
+// Coordinates in the picture. The legend is to the right of the curves.
 constexpr double kWidth = 960;
 constexpr double kHeight = 480;
 constexpr double kLeft = 70;
@@ -23,7 +23,7 @@ constexpr double kRight = 800;
 constexpr double kBottom = 410;
 constexpr double kLegendStep = 42;
 
-// Told apart by colour-blind people, too.
+// Color-blind people can distinguish these colors.
 constexpr const char* kColours[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7", "#e69f00",
                                     "#56b4e9", "#000000", "#7f3c8d", "#888888"};
 
@@ -35,7 +35,7 @@ double yOf(double gain, double scale) {
     return kTop + (kBottom - kTop) * (scale - gain) / (2 * scale);
 }
 
-/** The name in characters that stand for themselves. */
+/** Escapes XML's special characters, and replaces all but visible ASCII by '?'. */
 std::string escape(const std::string& name) {
     std::string text;
     for (const char c : name) {
@@ -85,7 +85,7 @@ std::string frequencyAxis() {
                         "Frequency in Hz, third octaves");
 }
 
-/** Two channels with the same gains show through each other's gaps. */
+/** Every second curve is dashed, so that a curve with the same gains below it stays visible. */
 std::string strokeOf(size_t index) {
     return StringPrintf("stroke=\"%s\" stroke-width=\"2\"%s", kColours[index % std::size(kColours)],
                         index % 2 == 1 ? " stroke-dasharray=\"7 5\"" : "");

@@ -8,9 +8,8 @@
 namespace hidlaudio::client {
 
 /**
- * A picture of the gains of all channels: a curve each over the third octaves, with labelled
- * axes and a legend. Complete, well-formed SVG, whatever the names and values are; gains that
- * are no numbers are left out.
+ * Returns an SVG picture of the gains of all channels: one curve per channel over the third octaves, with
+ * labeled axes and a legend. It is well-formed for any names and values. NaN and infinite gains are left out.
  */
 std::string drawCalibration(const Calibration& calibration);
 

@@ -13,7 +13,7 @@ namespace {
 constexpr size_t kRows = 2 + kBands;  // level, delay, the bands
 constexpr size_t kLabelWidth = 9;
 constexpr size_t kColumnWidth = 21;
-constexpr size_t kColumnsAtATime = 3;  // in 80 characters
+constexpr size_t kColumnsAtATime = 3;  // fits 80 characters
 
 /** Channels with the same values. */
 struct Column {
@@ -29,7 +29,7 @@ std::string padRight(const std::string& text, size_t width) {
     return text + std::string(width - std::min(width, text.size()), ' ');
 }
 
-/** With up to three decimals, and none that is 0. */
+/** Returns the value with up to three decimals, without trailing zeros. */
 std::string decimals(double value) {
     char text[400];
     snprintf(text, sizeof(text), "%.3f", value);

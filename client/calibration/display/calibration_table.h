@@ -8,15 +8,16 @@
 namespace hidlaudio::client {
 
 /**
- * The values that are not applied as they are requested, side by side, a line a level, delay
- * or band; channels with the same values share a column. "" where there are none.
+ * Returns a table of the values that are rounded when they are applied: one line per level, delay or band,
+ * with the requested and the applied value. Channels with the same values share a column. Returns an empty
+ * string if no value is rounded.
  */
 std::string roundingTable(const Calibration& calibration);
 
-/** A line a channel: its level, its delay and the range of its gains. */
+/** Returns one line per channel: its level, its delay, the range of its gains, and useOf(). */
 std::string summarize(const Calibration& calibration);
 
-/** What the TV uses of a channel of that name, to be added to a sentence; "" for all of it. */
+/** Returns which values of the channel the TV uses, as the end of a sentence; empty if it uses all. */
 std::string useOf(const std::string& channel);
 
 }  // namespace hidlaudio::client

@@ -16,7 +16,7 @@ struct Alias {
 constexpr Alias kAliases[] = {{"l", "FL"}, {"1", "FL"}, {"r", "FR"}, {"2", "FR"}};
 constexpr char kAll[] = "all";
 
-/** What programs call the channels, besides the aliases. */
+/** Channel names that room-correction programs write, besides the aliases. */
 constexpr const char* kKnown[] = {"FL", "FR", "C", "LFE", "SUB", "RL", "RR", "RC", "SL", "SR"};
 
 bool isKnown(const std::string& channel) {
@@ -26,7 +26,7 @@ bool isKnown(const std::string& channel) {
 std::string unknownChannel(const std::string& channel) {
     std::string names = "L, R";
     for (const char* known : kKnown) names += std::string(", ") + known;
-    return "channel " + quote(channel) + " is unknown; known are " + names + ", and those of --channel";
+    return "unknown channel " + quote(channel) + "; expected " + names + ", or one of --channel";
 }
 
 bool contains(const std::vector<std::string>& channels, const std::string& channel) {

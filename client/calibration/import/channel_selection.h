@@ -12,19 +12,19 @@
 
 namespace hidlaudio::client {
 
-/** Some of the channels of a text, by their place in its list. */
+/** A set of channels, as indices into a list of channels. */
 using Selection = std::bitset<kMaxChannels>;
 
-/** The channel that a user means by a word: L and 1 are FL, R and 2 are FR, others in upper case. */
+/** Returns the channel of a name: FL for L and 1, FR for R and 2, or else the name in upper case. */
 std::string channelOf(std::string_view word);
 
-/** The channels that the "Channel:" lines of a text name, in order: the known ones, at most kMaxChannels. */
+/** Returns the known channels in the "Channel:" lines of a text, in order, at most kMaxChannels. */
 std::vector<std::string> channelsNamedIn(std::string_view text);
 
 /**
- * Those of `channels` that a "Channel:" line selects; ALL is all of them. Notes known
- * channels that are not among them. Any other name is a fault: the lines that follow would
- * go to no channel, or to a wrong one.
+ * Returns the channels that a "Channel:" line selects from `channels`; ALL selects all of them. A known
+ * channel that is not in `channels` adds a note. An unknown name adds a fault, because the lines after it
+ * would apply to no channel or to a wrong one.
  */
 Selection selectChannels(const TextLine& line, const std::vector<std::string>& channels, LineNotes& notes,
                          LineNotes& faults);

@@ -17,15 +17,15 @@ namespace {
 
 constexpr double kLargestTextDelay = 10000;  // ms
 
-/** A text on its way into a calibration. */
+/** State of importing a text. */
 struct Import {
     const TextOptions& options;
     std::vector<std::string> channels;
     Calibration calibration;
-    Selection selected;  // by the last "Channel:" line
-    Selection touched;   // by a line that was used
-    Selection filtered;  // by a filter or curve that was understood
-    Selection wanted;    // by any filter or curve
+    Selection selected;  // selected by the last "Channel:" line
+    Selection touched;   // changed by a line
+    Selection filtered;  // has a valid filter or curve, even one that is off
+    Selection wanted;    // has any filter or curve
     LineNotes notes, faults;
 };
 
@@ -47,11 +47,11 @@ void addGains(Import& import, const Gains& gains) {
 
 std::string takeChannel(Import& import, const TextLine& line) {
     import.selected = selectChannels(line, import.channels, import.notes, import.faults);
-    if (line.body.empty()) import.faults.add(line.number, "no channel behind \"Channel:\"");
+    if (line.body.empty()) import.faults.add(line.number, "no channel after \"Channel:\"");
     return "";
 }
 
-/** The one number of a line, with or without its unit. */
+/** Returns the words of a line without the unit: one word if the line is valid. */
 std::vector<std::string> numberOf(const TextLine& line, const char* unit) {
     std::vector<std::string> words = splitWords(line.body);
     if (words.size() == 2 && words[1] == unit) words.pop_back();
@@ -59,9 +59,9 @@ std::vector<std::string> numberOf(const TextLine& line, const char* unit) {
 }
 
 std::string takePreamp(Import& import, const TextLine& line) {
-    if (import.options.level) return "--level takes the place of the preamplifier";
+    if (import.options.level) return "ignored because of --level";
     const std::vector<std::string> words = numberOf(line, "db");
-    if (words.size() != 1) return quote(line.body) + " is no gain in dB";
+    if (words.size() != 1) return quote(line.body) + " is not a gain in dB";
     const Quantity gain = readGain(words[0]);
     if (!gain.reason.empty()) return gain.reason;
     changeSelected(import, [&gain](ChannelCalibration& channel) { channel.level += gain.value; });
@@ -69,9 +69,9 @@ std::string takePreamp(Import& import, const TextLine& line) {
 }
 
 std::string takeDelay(Import& import, const TextLine& line) {
-    if (import.options.delay) return "--delay takes the place of the delay";
+    if (import.options.delay) return "ignored because of --delay";
     const std::vector<std::string> words = numberOf(line, "ms");
-    if (words.size() != 1) return quote(line.body) + " is no delay in ms";
+    if (words.size() != 1) return quote(line.body) + " is not a delay in ms";
     const Quantity delay = readQuantity("delay", words[0], 0, kLargestTextDelay);
     if (!delay.reason.empty()) return delay.reason;
     changeSelected(import, [&delay](ChannelCalibration& channel) { channel.delay += delay.value; });
@@ -86,13 +86,13 @@ std::string takeGraphicEq(Import& import, const TextLine& line) {
     return reason;
 }
 
-/** A filter between two bands, or narrower than one, hardly shows at their centres. */
+/** Adds a note if the filter lies between two bands and so has less than half its gain at their centers. */
 void noteIfMissed(Import& import, const TextLine& line, const Filter& filter, const Gains& gains) {
     double most = 0;
     for (const double gain : gains) most = std::fabs(gain) > std::fabs(most) ? gain : most;
     if (std::fabs(most) >= std::fabs(filter.gain) / 2) return;
-    import.notes.add(line.number, "of the filter's " + signedText(filter.gain, 1) + " dB the bands take " +
-                                      signedText(most, 1) + " dB: it lies between them");
+    import.notes.add(line.number, "the filter lies between two bands, which get only " + signedText(most, 1) +
+                                      " dB of its " + signedText(filter.gain, 1) + " dB");
 }
 
 std::string takeFilter(Import& import, const TextLine& line) {
@@ -127,15 +127,15 @@ struct Command {
 
 constexpr char kCondition[] = "conditions are not evaluated: keep only the lines that apply";
 
-/** Commands without which the other lines mean something else. */
+/** Commands that change the meaning of the other lines. */
 constexpr Command kRefusedCommands[] = {
     {"if", kCondition},
     {"elseif", kCondition},
     {"else", kCondition},
     {"endif", kCondition},
     {"eval", "expressions are not evaluated"},
-    {"device", "the lines are for some devices only: keep those that are for the TV"},
-    {"stage", "the lines are for a part of the processing only: keep those that are for the TV"},
+    {"device", "the lines apply to some devices only: keep those for the TV"},
+    {"stage", "the lines apply to a part of the processing only: keep those for the TV"},
     {"include", "other files are not read: insert the lines of that file"},
     {"copy", "channels cannot be mixed"},
     {"convolution", "impulse responses are not supported"},
@@ -143,9 +143,9 @@ constexpr Command kRefusedCommands[] = {
     {"vstplugin", "plug-ins are not supported"},
 };
 
-/** Why the line makes the whole text useless, or "". */
+/** Returns why the whole text is refused because of the line, or an empty string. */
 std::string refusalOf(const TextLine& line) {
-    if (line.whole.front() == '[') return quote(line.whole) + " begins a section, which is not understood";
+    if (line.whole.front() == '[') return quote(line.whole) + " begins a section, which is not supported";
     for (const Command& command : kRefusedCommands) {
         const bool forAll = line.keyword == "device" && lowerCase(line.body) == "all";
         if (line.keyword == command.name && !forAll) return quote(line.whole) + ": " + command.reason;
@@ -153,9 +153,9 @@ std::string refusalOf(const TextLine& line) {
     return "";
 }
 
-/** "" if the line was used, else why not. */
+/** Returns an empty string if the line was used, or why it was not. */
 std::string takeTextLine(Import& import, const TextLine& line) {
-    if (line.keyword == "device") return "";  // all devices
+    if (line.keyword == "device") return "";  // "all": others are refused
     for (const Keyword& keyword : kKeywords) {
         if (line.keyword != keyword.name) continue;
         if (keyword.take != takeChannel && import.selected.none()) return "none of its channels is loaded";
@@ -168,7 +168,7 @@ bool isBlankOrComment(const TextLine& line) {
     return line.whole.empty() || line.whole.front() == '#';
 }
 
-/** Whether `line` belongs to a section that `before` begins, as in YAML. Notes may go on anyhow. */
+/** Returns whether `line` belongs to a YAML section that `before` begins. Lines after "Notes:" never do. */
 bool isSection(const TextLine& before, const TextLine& line) {
     if (before.keyword.empty() || !before.body.empty() || before.keyword == "notes") return false;
     return line.indent > before.indent || line.whole.substr(0, 2) == "- ";
@@ -181,10 +181,10 @@ std::string describeSection(const TextLine& heading) {
     return quote(heading.whole) +
            (known ? " begins a section of a CamillaDSP configuration, which is not supported: write its "
                     "filters as \"Filter:\" lines"
-                  : " begins a section, which is not understood");
+                  : " begins a section, which is not supported");
 }
 
-/** Takes the lines of the text up to the first section: what follows in that are no lines of this format. */
+/** Processes the lines up to the first section, which adds a fault: its lines have another format. */
 void takeText(Import& import, std::string_view text) {
     TextLine before;
     for (size_t number = 0; !text.empty();) {
@@ -206,7 +206,7 @@ std::vector<std::string> chooseChannels(std::string_view text, const TextOptions
     return channels;
 }
 
-/** To what a file shows: no filter is meant more finely than a thousandth of a dB. */
+/** Rounds to 0.001 dB. Filters are not more accurate, and calibration files stay short. */
 void roundGains(Calibration& calibration) {
     for (ChannelCalibration& channel : calibration) {
         for (double& gain : channel.gains) gain = std::round(gain * 1000) / 1000 + 0.0;
@@ -218,14 +218,14 @@ Reading finish(const Import& import) {
     const bool nothingUsed = import.touched.none() && (import.wanted & ~import.filtered).none();
     if (nothingUsed && reading.faults.empty())
         reading.faults.emplace_back(
-            "is neither JSON nor has it a \"GraphicEQ:\" or \"Filter:\" line that can be used");
+            "the text is not JSON and has no usable \"GraphicEQ:\" or \"Filter:\" line");
     std::string useless;
     for (size_t i = 0; i < import.channels.size(); ++i) {
         const std::string& channel = import.channels[i];
         if (import.wanted[i] && !import.filtered[i])
             useless += (useless.empty() ? "" : ", ") + channel;
         else if (!import.touched[i] && !nothingUsed)
-            reading.notes.push_back("nothing in it is for " + channel + ", which becomes flat");
+            reading.notes.push_back("no line applies to " + channel + ", which becomes flat");
     }
     if (!useless.empty()) reading.faults.push_back("none of the filters for " + useless + " can be used");
     return reading;

@@ -10,26 +10,27 @@
 
 namespace hidlaudio::client {
 
-/** What the user adds to a text. */
+/** The user's options for a text. */
 struct TextOptions {
-    std::vector<std::string> channels;  // to load; none: those that the text names, else FL and FR
-    std::optional<double> level;        // dB, in place of the text's
-    std::optional<double> delay;        // ms, likewise
+    std::vector<std::string> channels;  // to load; if empty, those in the text, or else FL and FR
+    std::optional<double> level;        // dB, replaces that of the text
+    std::optional<double> delay;        // ms, replaces that of the text
 };
 
 /**
- * Reads the equalizer of a room-correction program, lines such as
+ * Parses the equalizer text of a room-correction program, with lines such as
  *
- *   Channel: L R      for the lines that follow; all channels before the first of them
- *   Preamp: -6 dB     adds up to the level
- *   Delay: 2.5 ms     adds up to the delay
- *   GraphicEQ: ...    adds to the bands' gains, as do
- *   Filter 1: ...     those that are on
+ *   Channel: L R      selects channels for the lines after it; before the first one, all are selected
+ *   Preamp: -6 dB     is added to the level
+ *   Delay: 2.5 ms     is added to the delay
+ *   GraphicEQ: ...    is added to the gains
+ *   Filter 1: ...     is added to the gains if the filter is on
+ *   # ...             is a comment
  *
- * and comments ('#'). Numbers have a point or a comma. Lines that cannot be used are noted
- * with number and reason. A text has a fault if it has conditions, sections or other commands
- * that decide what its lines mean, if a channel's filters are all unusable, or if no line can
- * be used. Takes time and memory in proportion to the text.
+ * Numbers have a decimal point or comma. A line that cannot be used adds a note with line number and reason.
+ * A text has a fault if it has conditions, sections or other commands that change the meaning of its lines,
+ * if no filter of a channel can be used, or if no line can be used. Takes time and memory in proportion to
+ * the size of the text.
  */
 Reading readEqualizerText(std::string_view text, const TextOptions& options);
 

@@ -24,7 +24,7 @@ struct Type {
     const char* name;
     FilterShape shape;
     bool needsWidth;  // Q or BW Oct
-    bool corner;      // Fc is the corner of the shelf, not its centre
+    bool corner;      // Fc is the corner of the shelf, not its center
 };
 
 constexpr Type kTypes[] = {
@@ -40,8 +40,8 @@ struct Values {
 
 struct Setting {
     const char* name;
-    const char* before;  // a word that may stand before the number
-    const char* after;   // one that may stand behind it
+    const char* before;  // optional word before the number
+    const char* after;   // optional word after the number
     Quantity (*read)(std::string_view text);
     std::optional<double> Values::* value;
 };
@@ -81,10 +81,10 @@ const Type* findType(const std::string& name) {
     return nullptr;
 }
 
-/** Finds the type whose name stands at `next`, and moves that behind it; nullptr if it is unknown. */
+/** Returns the type whose name is at `next`, or `nullptr` if it is unknown. Advances `next` past the name. */
 const Type* takeType(const Words& words, size_t& next) {
     const std::string& name = words[next++];
-    // "LS Q Fc 100 Hz", not "LS Q 0.7 Fc 100 Hz".
+    // "Q" is part of the type in "LS Q Fc 100 Hz", but not in "LS Q 0.7 Fc 100 Hz".
     const bool hasQ = next < words.size() && words[next] == "q" &&
                       (next + 1 == words.size() || findSetting(words[next + 1]) != nullptr);
     const Type* type = hasQ ? findType(name + " q") : nullptr;
@@ -93,7 +93,10 @@ const Type* takeType(const Words& words, size_t& next) {
     return type;
 }
 
-/** Takes a shelf's slope, "6 dB", if one stands at `next`; "" or why it cannot. */
+/**
+ * Parses the slope of a shelf, such as "6 dB", if there is one at `next`, and advances `next` past it.
+ * Returns an empty string, or an error message.
+ */
 std::string takeSlope(const Words& words, size_t& next, Values& values) {
     if (next + 1 >= words.size() || words[next + 1] != "db") return "";
     const Quantity slope = readSlope(words[next]);
@@ -102,14 +105,14 @@ std::string takeSlope(const Words& words, size_t& next, Values& values) {
     return slope.reason;
 }
 
-/** Takes the setting whose name stands at `next`, and moves that behind it; "" or why it cannot. */
+/** Parses the setting at `next` and advances `next` past it. Returns an empty string, or an error message. */
 std::string takeSetting(const Words& words, size_t& next, Values& values) {
     const Setting* setting = findSetting(words[next]);
-    if (setting == nullptr) return quote(words[next]) + " in a filter is not understood";
+    if (setting == nullptr) return "unknown word " + quote(words[next]) + " in a filter";
     if (values.*setting->value) return quote(words[next]) + " is given twice";
     ++next;
     if (next < words.size() && words[next] == setting->before) ++next;
-    if (next == words.size()) return "nothing behind " + quote(setting->name);
+    if (next == words.size()) return "no value after " + quote(setting->name);
     const Quantity quantity = setting->read(words[next]);
     values.*setting->value = quantity.value;
     ++next;
@@ -117,27 +120,27 @@ std::string takeSetting(const Words& words, size_t& next, Values& values) {
     return quantity.reason;
 }
 
-/** The quality whose peak is that many octaves wide between the points of half its gain. */
+/** Returns the Q of a peak whose points of half the gain are `octaves` apart. */
 double qOfBandwidth(double octaves, double frequency) {
     const double angle = 2 * std::acos(-1.0) * frequency / kSamplingRate;
     return 1 / (2 * std::sinh(std::log(2.0) / 2 * octaves * angle / std::sin(angle)));
 }
 
 /**
- * A + 1/A of a shelf with the amplitude A = 10^(gain/40). The shelf's Q and its slope S, which
- * is 1 at 12 dB per octave, obey 1/Q^2 = (A + 1/A)(1/S - 1) + 2.
+ * Returns A + 1/A of a shelf, A being its amplitude 10^(gain/40). The Q of the shelf and its slope S, which
+ * is 1 at 12 dB per octave, are related by 1/Q^2 = (A + 1/A)(1/S - 1) + 2.
  */
 double sumOfAmplitudes(double gain) {
     const double amplitude = std::pow(10.0, gain / 40);
     return amplitude + 1 / amplitude;
 }
 
-/** NaN if no shelf of that gain is so steep. */
+/** Returns the Q of a shelf, or NaN if no shelf with this gain is so steep. */
 double qOfSlope(double slope, double gain) {
     return 1 / std::sqrt(sumOfAmplitudes(gain) * (12 / slope - 1) + 2);
 }
 
-/** How many times the corner frequency of a low shelf its centre is. */
+/** Returns the ratio of the center frequency of a low shelf to its corner frequency. */
 double centreOverCorner(double q, double gain) {
     const double inverseSlope = (1 / (q * q) - 2) / sumOfAmplitudes(gain) + 1;
     return std::pow(10.0, std::fabs(gain) / 80 * inverseSlope);
@@ -147,25 +150,25 @@ FilterLine refuse(const std::string& reason) {
     return {false, {}, reason, ""};
 }
 
-/** NaN if no filter has that width. */
+/** Returns the Q of the filter, or NaN if no filter has its slope. */
 double qOf(const Values& values) {
     if (values.q) return *values.q;
     if (values.bandwidth) return qOfBandwidth(*values.bandwidth, values.frequency.value_or(0));
     return qOfSlope(values.slope.value_or(kDefaultSlope), values.gain.value_or(0));
 }
 
-/** Moves a shelf from its corner, at the filter's frequency, to its centre. */
+/** Converts the frequency of a shelf from its corner to its center. */
 FilterLine moveToCentre(Filter filter) {
     const bool low = filter.shape == FilterShape::LowShelf;
     const double factor = centreOverCorner(filter.q, filter.gain);
     filter.frequency = low ? filter.frequency * factor : filter.frequency / factor;
     // False for NaN as well.
     const bool isValid = filter.frequency >= kLowestCentre && filter.frequency <= kHighestCentre;
-    if (!isValid) return refuse("the shelf has half its gain at no frequency from 1 to 23999 Hz");
+    if (!isValid) return refuse("the shelf does not have half its gain between 1 and 23999 Hz");
     char note[160];
     snprintf(note, sizeof(note),
-             "Fc is the corner of the shelf, as in Equalizer APO, and half the gain is at %.0f Hz; the type "
-             "%sC has that at Fc",
+             "Fc is the corner of the shelf, as in Equalizer APO: half the gain is at %.0f Hz; with type "
+             "%sC it would be at Fc",
              filter.frequency, low ? "LS" : "HS");
     return {true, filter, "", note};
 }
@@ -174,11 +177,12 @@ FilterLine makeFilter(const Type& type, const Values& values) {
     if (!values.frequency) return refuse("the filter has no \"Fc\"");
     if (!values.gain) return refuse("the filter has no \"Gain\"");
     if (values.q && values.bandwidth) return refuse("the filter has both \"Q\" and \"BW Oct\"");
-    if (values.slope && (values.q || values.bandwidth)) return refuse("the filter has a slope and a width");
+    if (values.slope && (values.q || values.bandwidth))
+        return refuse("the filter has both a slope and a width");
     if (type.needsWidth && !values.q && !values.bandwidth)
         return refuse("the filter has neither \"Q\" nor \"BW Oct\"");
     const Filter filter{type.shape, *values.frequency, *values.gain, qOf(values)};
-    if (!(filter.q > 0)) return refuse("no shelf of that gain is so steep");
+    if (!(filter.q > 0)) return refuse("no shelf with this gain is so steep");
     return type.corner ? moveToCentre(filter) : FilterLine{true, filter, "", ""};
 }
 
@@ -187,14 +191,13 @@ FilterLine makeFilter(const Type& type, const Values& values) {
 FilterLine parseFilter(std::string_view text) {
     const Words words = splitWords(text);
     if (words.empty() || (words[0] != "on" && words[0] != "off"))
-        return refuse("a filter begins with ON or OFF");
+        return refuse("a filter must begin with ON or OFF");
     if (words[0] == "off" || (words.size() == 2 && words[1] == "none")) return {};
     if (words.size() == 1) return refuse("the filter has no type");
     size_t next = 1;
     const Type* type = takeType(words, next);
     if (type == nullptr) {
-        return refuse("a filter of type " + quote(words[1]) +
-                      " is no peak or shelf, which alone are supported");
+        return refuse("filter type " + quote(words[1]) + " is not supported; only peaks and shelves are");
     }
     Values values;
     std::string reason = type->shape != FilterShape::Peak ? takeSlope(words, next, values) : "";

@@ -15,7 +15,7 @@ namespace {
 constexpr double kLowestPoint = 0.1;
 constexpr double kHighestPoint = 1e6;
 
-/** Points nearer to each other make no line, nor does a user mean them. */
+/** Minimum ratio of the frequencies of two points. Nearer points count as one frequency. */
 constexpr double kNearest = 1 + 1e-9;
 
 struct Point {
@@ -25,7 +25,7 @@ struct Point {
 
 std::string readPoint(std::string_view text, Point& point) {
     const std::vector<std::string> words = splitWords(text);
-    if (words.size() != 2) return quote(trim(text)) + " is no frequency with a gain";
+    if (words.size() != 2) return quote(trim(text)) + " is not a frequency with a gain";
     const Quantity frequency = readFrequency(words[0], kLowestPoint, kHighestPoint);
     const Quantity gain = readGain(words[1]);
     point = {frequency.value, gain.value};

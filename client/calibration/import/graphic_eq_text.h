@@ -9,10 +9,10 @@
 namespace hidlaudio::client {
 
 /**
- * Reads what stands behind "GraphicEQ:", points of a curve such as "20 -1.5; 25 0; 31,5 2" in
- * Hz and dB, in any order. `gains` becomes the curve at the bands' centres: straight lines
- * over the logarithm of the frequency between the points, and level beyond the outermost.
- * Returns "", or why it cannot be read; `gains` is then unchanged.
+ * Parses the text after "GraphicEQ:", points of a curve in Hz and dB, such as "20 -1.5; 25 0; 31,5 2", in any
+ * order. Sets `gains` to the curve at the center frequencies of the bands. The curve is linear over the
+ * logarithm of the frequency between the points, and constant beyond the outermost ones. Returns an empty
+ * string, or an error message; `gains` is then unchanged.
  */
 std::string parseGraphicEq(std::string_view text, Gains& gains);
 

@@ -21,12 +21,12 @@ bool isUtf16(std::string_view text) {
 }  // namespace
 
 Reading importCalibration(std::string_view text, const TextOptions& options, BeyondLimit beyond) {
-    if (isUtf16(text)) return {{}, {"is UTF-16 text; save it as UTF-8"}, {}};
+    if (isUtf16(text)) return {{}, {"the text is UTF-16; save it as UTF-8"}, {}};
     const bool json = isJson(text);
     Reading reading = json ? readCalibrationFile(text) : readEqualizerText(text, options);
     if (json && (!options.channels.empty() || options.level || options.delay))
         reading.faults.emplace_back(
-            "a JSON file has its own channels, levels and delays: leave out the options");
+            "a JSON file has its own channels, levels and delays: omit --channel, --level and --delay");
     applyLimits(reading, beyond, json ? Place::JsonPointer : Place::None);
     return reading;
 }

@@ -10,9 +10,8 @@
 namespace hidlaudio::client {
 
 /**
- * Reads a calibration file or an equalizer's text, whichever `text` is, and applies the
- * limits. The options are for equalizers: a calibration file that is given any has a fault.
- * Takes any bytes.
+ * Parses a calibration file or an equalizer text, detected from its first character, and applies the limits.
+ * The options are for equalizer texts; with a calibration file, they are a fault. `text` may be any bytes.
  */
 Reading importCalibration(std::string_view text, const TextOptions& options, BeyondLimit beyond);
 

@@ -8,13 +8,13 @@
 
 namespace hidlaudio::client {
 
-/** What is to be told about the lines of a text. */
+/** Collects messages about the lines of a text. */
 class LineNotes {
   public:
-    /** Lines count from 1 and come in order. */
+    /** Adds a message. Lines are numbered from 1 and must be added in ascending order. */
     void add(size_t line, const std::string& reason);
 
-    /** One message for each run of lines with the same reason: "lines 5 to 14: the filter is off". */
+    /** Returns one message per run of lines with the same reason: "lines 5 to 14: the filter is off". */
     std::vector<std::string> messages() const;
 
   private:

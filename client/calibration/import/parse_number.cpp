@@ -16,7 +16,7 @@ constexpr double kLargestTextGain = 60;
 Quantity readQuantity(std::string_view what, std::string_view text, double least, double most) {
     const std::optional<double> value = parseDecimal(text);
     if (value && *value >= least && *value <= most) return {*value, ""};
-    return {0, std::string(what) + " " + quote(text) + " is no number from " + shortText(least) + " to " +
+    return {0, std::string(what) + " " + quote(text) + " is not a number from " + shortText(least) + " to " +
                    shortText(most)};
 }
 
@@ -26,7 +26,8 @@ Quantity readGain(std::string_view text) {
 
 Quantity readFrequency(std::string_view text, double least, double most) {
     if (hasUnclearComma(text))
-        return {0, "frequency " + quote(text) + " may have thousands or decimals behind its comma"};
+        return {0,
+                "frequency " + quote(text) + " is ambiguous: its comma may separate thousands or decimals"};
     return readQuantity("frequency", text, least, most);
 }
 

@@ -6,19 +6,19 @@
 
 namespace hidlaudio::client {
 
-/** A number in its range; else why it is none. */
+/** A number, or the reason why the text is not accepted. */
 struct Quantity {
     double value = 0;
-    std::string reason;  // "" where there is a value
+    std::string reason;  // empty if there is a value
 };
 
-/** `text`, which is the value of `what`, as a number from `least` to `most`. */
+/** Parses `text` as a number from `least` to `most`. `what` is the name of the value in the error message. */
 Quantity readQuantity(std::string_view what, std::string_view text, double least, double most);
 
-/** In dB, 60 either way: what is beyond is a mistake. */
+/** Parses a gain from -60 to 60 dB. */
 Quantity readGain(std::string_view text);
 
-/** In Hz. "12,500" is refused: some programs mean 12.5 by it and some 12500. */
+/** Parses a frequency in Hz. Refuses "12,500": some programs write that for 12.5, some for 12500. */
 Quantity readFrequency(std::string_view text, double least, double most);
 
 }  // namespace hidlaudio::client

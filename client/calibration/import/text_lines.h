@@ -8,19 +8,19 @@
 
 namespace hidlaudio::client {
 
-/** A line of an equalizer's text. */
+/** A line of an equalizer text. */
 struct TextLine {
     size_t number = 0;       // from 1
-    size_t indent = 0;       // blanks at its start
-    std::string_view whole;  // without blanks at its ends
-    std::string keyword;     // in lower case, "filter" for "Filter 12:"; "" where there is none
-    std::string_view body;   // behind the colon
+    size_t indent = 0;       // number of leading blanks
+    std::string_view whole;  // without leading and trailing blanks
+    std::string keyword;     // in lower case, "filter" for "Filter 12:"; empty if there is none
+    std::string_view body;   // text after the colon
 };
 
-/** Takes the next line off the front of `text`; `number` counts. Lines end with LF, CR LF or CR. */
+/** Removes the first line from `text` and returns it. Increments `number`. Lines end with LF, CR LF or CR. */
 TextLine takeLine(std::string_view& text, size_t& number);
 
-/** Without the mark that some editors put before UTF-8. */
+/** Returns the text without a UTF-8 byte order mark. */
 std::string_view withoutMark(std::string_view text);
 
 }  // namespace hidlaudio::client

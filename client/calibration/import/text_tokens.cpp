@@ -21,7 +21,7 @@ bool isLetter(char c) {
     return c >= 'a' && c <= 'z';
 }
 
-/** The length of the number at the front, where a letter follows one; else of all of it. */
+/** Returns the length of the number at the start if a letter follows it, or else the length of the word. */
 size_t lengthOfNumber(const std::string& word) {
     size_t length = 0;
     while (length < word.size() && isNumeric(word[length])) ++length;

@@ -7,23 +7,20 @@
 
 namespace hidlaudio::client {
 
-/** Pieces of the text formats that room-correction programs write. */
+/** Functions for the text formats of room-correction programs. */
 
-/** Without blanks at either end. */
+/** Returns the text without leading and trailing blanks. */
 std::string_view trim(std::string_view text);
 
 std::string lowerCase(std::string_view text);
 
-/**
- * The words of a line, in lower case. A unit that sticks to its number is a word of its
- * own: "63Hz" gives "63" and "hz".
- */
+/** Splits a line into words in lower case, and numbers from their units: "63Hz" gives "63" and "hz". */
 std::vector<std::string> splitWords(std::string_view text);
 
-/** Cut where it is long, and with nothing in it that a terminal would obey. */
+/** Shortens `text` to 60 characters and "...", and replaces all but printable ASCII by '?'. */
 std::string printable(std::string_view text);
 
-/** Likewise, in quotation marks. */
+/** Returns printable() in quotation marks. */
 std::string quote(std::string_view text);
 
 }  // namespace hidlaudio::client

@@ -17,7 +17,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-TEST(CalibrationPicture, RoundsAsTheControllerDoes) {
+TEST(CalibrationPicture, AppliedValuesAreRoundedLikeInController) {
     struct Row {
         double requested, applied;
     };
@@ -29,10 +29,11 @@ TEST(CalibrationPicture, RoundsAsTheControllerDoes) {
     }
     EXPECT_EQ(appliedValues({"FL", 0, 10, {}}).delay, 10);
     EXPECT_EQ(appliedValues({"FL", 0, 0.01, {}}).delay, 0);
-    EXPECT_EQ(countRounded({"FL", 0.1, 1.5, {-3.3, 8.9}}), 0U) << "tenths are floats, too";
+    EXPECT_EQ(countRounded({"FL", 0.1, 1.5, {-3.3, 8.9}}), 0U)
+        << "tenths of a dB are not exact as floats, but not rounded";
 }
 
-TEST(CalibrationPicture, ShowsWhatIsRounded) {
+TEST(CalibrationPicture, RoundedValuesAreShown) {
     const Gains gains = {0.25, -3};
     EXPECT_EQ(roundingTable({{"FL", 1, 0.3, gains}, {"C", 0, 0, {}}, {"FR", 1, 0.3, gains}}),
               "                         FL,FR\n"
@@ -44,7 +45,7 @@ TEST(CalibrationPicture, ShowsWhatIsRounded) {
                 EndsWith("\nFR    level 0 dB, delay 0 ms, equalizer 0 to 0 dB; only the delay is used\n"));
 }
 
-TEST(CalibrationPicture, PlotsInATerminal) {
+TEST(CalibrationPicture, PlotFitsTerminal) {
     Gains gains{};
     gains[0] = 3;
     gains[1] = -0.75;
@@ -71,7 +72,7 @@ TEST(CalibrationPicture, PlotsInATerminal) {
     EXPECT_EQ(scaleOf({INFINITY, 6}), 6);
 }
 
-TEST(CalibrationPicture, DrawsWhateverTheValues) {
+TEST(CalibrationPicture, SvgIsWellFormedForAnyValues) {
     Calibration calibration = {{"<&\">", -3, 1.5, {3, NAN, -3, INFINITY}}, {"\xff\x01", 0, 0, {}}};
     calibration.resize(kMaxChannels, {"FR", 0, 0, {}});
     const std::string svg = drawCalibration(calibration);

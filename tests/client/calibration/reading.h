@@ -9,8 +9,8 @@
 
 namespace hidlaudio::client {
 
-/** All that is said about a text, for matchers and failures. */
-inline std::string said(const Reading& reading) {
+/** Returns all faults and notes, one per line. */
+inline std::string messagesOf(const Reading& reading) {
     std::string text;
     for (const auto* messages : {&reading.faults, &reading.notes}) {
         for (const std::string& message : *messages) text += message + "\n";
