@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace com::tovi::dtv::hardware::audio::V5_1::implementation;  // NOLINT: of what is tried
+using namespace com::tovi::dtv::hardware::audio::V5_1::implementation;  // NOLINT: names of the tested code
 using hidlaudio::fuzz::require;
 
 constexpr size_t kMaxItems = 10;
@@ -26,7 +26,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     return 0;
 }
 
-/** The stored calibration results, as the start of the daemon reads and applies them. Input: the file. */
+/**
+ * Reads and applies the stored calibration results, as the daemon does at its start. Input: content of the
+ * file.
+ */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const hidlaudio::fuzz::TvFile file(kCalibrationFile);
     file.fill(data, size);
@@ -39,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         require(fromRecord(record).equalizer.size() == kBands);
     }
     (void)enableCalibrationBeCtrl(records);
-    // The log of what the controller was told grows with each.
+    // Empty the log of the controller's commands, which grows with each input.
     static const hidlaudio::fuzz::TvFile log("/soc/bectrl/custom_spec.log");
     log.fill(data, 0);
     return 0;

@@ -8,13 +8,13 @@
 
 namespace {
 
-using namespace hidlaudio::fuzz;  // NOLINT: of this file
+using namespace hidlaudio::fuzz;  // NOLINT: names of the fuzz support
 using com::tovi::dtv::hardware::audio::V3_0::calibrationParameters;
 using com::tovi::dtv::hardware::audio::V4_0::implementation::CenterSpeaker;
 using com::tovi::dtv::hardware::audio::V5_1::implementation::kTuningFile;
 using com::tovi::dtv::hardware::audio::V5_1::implementation::readCalibrationParameters;
 
-/** What lies before the first part that is read. */
+/** Size of the unused beginning of the file, in bytes. */
 constexpr size_t kSkipped = 19'412;
 constexpr size_t kBands = 31;
 
@@ -46,9 +46,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 /**
- * The readers of the acoustic tuning file.
+ * Runs the readers of the acoustic tuning file.
  *
- * Input: a word, with which the file ends early where it is odd; the file behind what nobody reads.
+ * Input: a 16-bit word, at which the file is truncated if it is odd; then the file without its unused
+ * beginning.
  */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const TvFile file(kTuningFile);
