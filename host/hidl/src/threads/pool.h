@@ -48,11 +48,11 @@ class Pool {
     /** Watches the source again after DispatchGuard::forget(). */
     void resume(Source& source);
 
-    /** As configureRpcThreadpool. */
+    /** Implements configureRpcThreadpool(). */
     void configure(size_t maxThreads, bool callerJoins);
-    /** As ProcessState::startThreadPool. */
+    /** Implements ProcessState::startThreadPool(). */
     void start();
-    /** As joinRpcThreadpool. */
+    /** Implements joinRpcThreadpool(). */
     void join();
     /** Serves one ready source on the calling thread. Returns false at once if none is ready. */
     bool serveReady();
