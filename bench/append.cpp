@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Filling a parameter buffer of the daemon beside sending the same bytes over a bare
-// stream socket to a process that keeps as many of them.
+// Compares filling a parameter buffer of the daemon with sending the same bytes over a bare stream socket
+// to a process that stores as many of them.
 
 #include <com/tovi/dtv/hardware/audio/5.1/IHeadphoneVirtualizer.h>
 #include <fcntl.h>
@@ -37,7 +37,7 @@ using hidlaudio::bench::timed;
 constexpr size_t kPiece = 256 * 1024;
 constexpr size_t kHeader = 80;
 constexpr size_t kAnswer = 40;
-constexpr size_t kPieces = 12;  // in a buffer: a set of some megabytes
+constexpr size_t kPieces = 12;  // per buffer: 3 MiB
 constexpr int kTurns = 15;
 constexpr int kOperations = 800;
 
@@ -46,7 +46,7 @@ constexpr int kOperations = 800;
     exit(1);
 }
 
-/** The daemon on a processor, killed with the object. */
+/** The daemon, pinned to a processor. The destructor kills it. */
 class Daemon {
   public:
     explicit Daemon(int processor) : pid_(fork()) {
@@ -79,7 +79,7 @@ class Daemon {
     sp<IHeadphoneVirtualizer> service_;
 };
 
-/** Fills one buffer after the other; only the appends count. */
+/** Fills one buffer after the other. Measures only the calls of append(). */
 class Filling {
   public:
     explicit Filling(IHeadphoneVirtualizer& service) : service_(service) {

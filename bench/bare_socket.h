@@ -9,21 +9,24 @@
 namespace hidlaudio::bench {
 
 /**
- * The least that an exchange over a stream socket takes: a request of a fixed size,
- * an answer of a fixed size, the server waiting in epoll_wait.
+ * Baseline: an exchange over a stream socket. Request and reply have fixed sizes; the server waits in
+ * epoll_wait().
  */
 class BareSocket {
   public:
     /**
-     * Starts the server process on `processor`. It receives requests into so many places
-     * in turn: more than one for what keeps the bytes, which are not in a cache then.
+     * Starts the server process.
+     *
+     * @param processor the processor on which the server runs; -1: any
+     * @param places    number of receive buffers, used in turn. Use more than one to compare with a service
+     *                  that stores the bytes: they are then not in a cache
      */
     BareSocket(size_t requestSize, size_t answerSize, int processor, size_t places = 1);
     ~BareSocket();
     BareSocket(const BareSocket&) = delete;
     BareSocket& operator=(const BareSocket&) = delete;
 
-    /** One exchange. */
+    /** Sends a request and receives the reply. */
     void exchange();
 
   private:

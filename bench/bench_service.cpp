@@ -55,7 +55,7 @@ BenchService::BenchService(const char* instance, int processor) {
     if (pipe(ready) != 0) exit(1);
     server_ = fork();
     if (server_ == 0) {
-        // A new program: the runtime's state of this process is not for two.
+        // Start a new program, because a forked child cannot use the runtime's state of its parent.
         const std::string fd = std::to_string(ready[1]);
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         pin(processor);

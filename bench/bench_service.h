@@ -6,10 +6,10 @@
 
 namespace hidlaudio::bench {
 
-/** For the beginning of main: serves and does not return where this process was started for that. */
+/** Call it at the start of main(). In a process that BenchService has started, it never returns. */
 void serveIfAsked(int argc, char** argv);
 
-/** A process on `processor` that serves IBench under `instance`, as the daemon serves: one thread. */
+/** A process on `processor` that serves IBench as `instance`, on one thread like the daemon. */
 class BenchService {
   public:
     BenchService(const char* instance, int processor);

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a program costs that only has the daemon's libraries loaded. With an argument
-// it waits to be looked at.
+// A program that only loads the daemon's libraries. With an argument it waits, so that its memory can be
+// measured.
 
 #include <android/hidl/base/1.0/IBase.h>
 #include <hidl/HidlTransportSupport.h>
 #include <unistd.h>
 
 int main(int argc, char**) {
-    // Names a function of the runtime, or the linker would leave the library out.
+    // Refers to a function of the runtime: otherwise the linker would drop the library.
     volatile auto runtime = &android::hardware::configureRpcThreadpool;
     if (argc > 1 && runtime != nullptr) pause();
     return 0;

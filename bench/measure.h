@@ -7,31 +7,31 @@
 
 namespace hidlaudio::bench {
 
-/** Pins the calling process to one processor; -1 leaves it free. */
+/** Pins the calling thread to one processor. Does nothing for -1. */
 void pin(int processor);
 
-/** Microseconds on the monotonic clock. */
+/** Returns the monotonic time in microseconds. */
 double nowMicroseconds();
 
 double median(std::vector<double> values);
 
-/** Two ways to do the same, measured in turns so that both see the same machine. */
+/** Result of comparing two operations, which run in turns so that both see the same load. */
 struct Comparison {
-    double ours;   // median, microseconds an operation
-    double other;  // median, microseconds an operation
+    double ours;   // median, microseconds per operation
+    double other;  // median, microseconds per operation
     double ratio;  // median of the turns' ratios
 };
 
-/** How long one operation took, in microseconds. */
+/** Runs one operation and returns its duration in microseconds. */
 using TimedOperation = std::function<double()>;
 
-/** An operation that is timed as a whole. */
+/** Returns `operation` with a measurement of its whole duration. */
 TimedOperation timed(std::function<void()> operation);
 
-/** Runs both in `turns` turns of `operations` each, after a turn that is not counted. */
+/** Runs both in `turns` turns of `operations` operations each, after a warm-up turn. */
 Comparison compare(const TimedOperation& ours, const TimedOperation& other, int turns, int operations);
 
-/** One row of the report: what, the figures, and the ratio that is wanted at most. */
+/** Prints one row: name, medians, ratio, and `wanted`, the target for the ratio at most. */
 void report(const std::string& what, const Comparison& comparison, double wanted);
 
 }  // namespace hidlaudio::bench

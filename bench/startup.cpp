@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The daemon's start, from exec to all services registered, and its resident memory,
-// beside an empty program with the same libraries.
+// Compares the daemon's start, until all services are registered, and its resident memory with those of
+// an empty program with the same libraries.
 
 #include <fcntl.h>
 #include <signal.h>
@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 constexpr int kTurns = 15;
 constexpr int kOperations = 5;
-// The last name that the daemon registers.
+// Registry entry of the last name that the daemon registers.
 constexpr char kLastService[] = "com.tovi.dtv.hardware.audio@6.0::IMicControl~default";
 
 fs::path gBin;
@@ -43,7 +43,7 @@ void stop(pid_t pid) {
     waitpid(pid, nullptr, 0);
 }
 
-// Starts a daemon in place of `*running`; the time until its last service is registered.
+// Starts a daemon in place of `*running`. Returns the time until its last service is registered, in us.
 double timeDaemon(pid_t* running) {
     if (*running > 0) stop(*running);
     const fs::path registry = gRoot / "run/hwbinder";

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Calls through the HIDL runtime beside the same exchange over a bare stream socket.
+// Compares calls through the HIDL runtime with the same exchange over a bare stream socket.
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -26,7 +26,7 @@ using hidlaudio::bench::timed;
 
 namespace {
 
-// What a call of one integer takes on the wire, header included.
+// Packet sizes of a call with one integer, in bytes, with the header.
 constexpr size_t kSmallRequest = 88;
 constexpr size_t kSmallAnswer = 48;
 constexpr size_t kBulk = 256 * 1024;

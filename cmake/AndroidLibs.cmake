@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Debian's builds of the platform's base libraries: sp<> and RefBase, native
-# handles, the Android log. They live in a folder of their own, hence the rpath.
+# Debian's builds of the platform's base libraries: sp<> and RefBase, native handles, the Android log.
+# They are in a folder that ld.so does not search, hence the rpath.
 set(HIDLAUDIO_ANDROID_INCLUDE /usr/include/android)
 set(HIDLAUDIO_ANDROID_LIBDIR /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/android)
 set(CMAKE_BUILD_RPATH ${HIDLAUDIO_ANDROID_LIBDIR})
@@ -11,12 +11,11 @@ foreach(lib log cutils utils base)
   target_include_directories(android_${lib} SYSTEM INTERFACE ${HIDLAUDIO_ANDROID_INCLUDE})
   target_link_libraries(android_${lib} INTERFACE ${HIDLAUDIO_LIB_${lib}})
 endforeach()
-# libutils and libcutils name libbacktrace among their own needs, which lies in
-# the same folder.
+# libutils and libcutils depend on libbacktrace, which is in the same folder.
 target_link_options(android_utils INTERFACE -Wl,-rpath-link,${HIDLAUDIO_ANDROID_LIBDIR})
 target_link_options(android_cutils INTERFACE -Wl,-rpath-link,${HIDLAUDIO_ANDROID_LIBDIR})
-# Debian's libbacktrace takes functions from p7zip's library, of which only one machine's
-# can be installed.
+# Debian's libbacktrace uses functions of p7zip's library, which can be installed for one architecture
+# only.
 if(CMAKE_CROSSCOMPILING)
   target_link_options(android_utils INTERFACE -Wl,--allow-shlib-undefined)
   target_link_options(android_cutils INTERFACE -Wl,--allow-shlib-undefined)

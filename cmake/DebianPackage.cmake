@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# What `cpack -G DEB` makes of the installed tree, in the build folder.
+# `cpack -G DEB` creates a Debian package of the installed tree in the build folder.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME hidlaudio)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "vendor audio service of a TV, on a virtual TV")
@@ -18,11 +18,12 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian/folder_modes.cmake)
-# What the programs need of other packages; their own libraries lie where the build put them.
+# Let cpack find the packages on which the programs depend. Their own libraries are in the build folder.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 
-# A package has to have both; the date is the version's, so that each build is the same.
+# Debian's policy requires changelog and copyright. The changelog has the date of the version, so that
+# builds are reproducible.
 execute_process(COMMAND date -u -R -d ${HIDLAUDIO_DATE} OUTPUT_VARIABLE changelog_date
   OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 set(changelog ${CMAKE_BINARY_DIR}/debian/changelog)

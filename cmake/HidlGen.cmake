@@ -2,12 +2,14 @@
 # hidl_package(<prefix> PACKAGE <name> VERSIONS <version...> ROOT <dir>
 #              [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>])
 #
-# Generates the C++ headers, proxies and stubs of a HIDL package with hidl-gen at
-# build time. The caller finds the generated files in <prefix>_SOURCES and
-# <prefix>_HEADERS; the headers' include path is ${HIDL_GEN_DIR}.
-# ROOT is the package root: every file <version>/I*.hal below it is an interface,
-# <version>/types.hal holds types. ROOTS adds package roots for hidl-gen,
-# HAL_DEPENDS the .hal files of other packages that this one imports.
+# Generates the C++ headers, proxies and stubs of a HIDL package with hidl-gen at build time. Sets
+# <prefix>_SOURCES and <prefix>_HEADERS to the generated files; the include path of the headers is
+# ${HIDL_GEN_DIR}.
+#
+# ROOT        package root: each file <version>/I*.hal below it is an interface, <version>/types.hal
+#             contains types
+# ROOTS       further package roots for hidl-gen
+# HAL_DEPENDS the .hal files of other packages that this one imports
 find_program(HIDL_GEN hidl-gen REQUIRED)
 set(HIDL_GEN_DIR ${CMAKE_BINARY_DIR}/gen)
 set(HIDL_GEN_ROOTS
@@ -15,18 +17,18 @@ set(HIDL_GEN_ROOTS
   -r com.tovi.dtv.hardware.audio:interfaces
   -r android.hidl:host/interfaces/hidl
   -r android.hardware:host/interfaces/hardware
-  CACHE INTERNAL "Where hidl-gen looks for packages")
+  CACHE INTERNAL "Package roots for hidl-gen")
 
-# hidl-gen's readers make room for as many interfaces as a vector of them claims to hold.
-# A peer's claim must not take the process's memory: they are let read it as a count.
+# The generated readers of vectors of interfaces allocate memory for the number of elements that the peer
+# claims. Replace their readUint64() by readCount(), which rejects numbers that the parcel cannot contain.
 set(HIDL_READ_COUNTS
   [[s/readUint64(\(&(\w+)\).\s*if \(_hidl_err != ::android::OK\) \{[^}]*\}\s*\S+\.resize\(\2\))/readCount\1/g]]
   CACHE INTERNAL "For sed, with -E and -z")
-# This hidl-gen's proxies refuse a call without result callback. Those of the platform call the
-# empty function, which ends the client.
+# Proxies of this hidl-gen return an error for a call without a result callback. Those of the platform
+# call the empty function, which aborts the client: remove the check.
 set(HIDL_NULL_CALLBACKS
   [[s/\s*if \(_hidl_cb == nullptr\) \{[^}]*EX_ILLEGAL_ARGUMENT[^}]*\}//g]]
-  CACHE INTERNAL "Likewise")
+  CACHE INTERNAL "For sed, with -E and -z")
 
 function(hidl_package target)
   cmake_parse_arguments(ARG "" "PACKAGE;ROOT" "VERSIONS;ROOTS;HAL_DEPENDS" ${ARGN})
@@ -34,7 +36,7 @@ function(hidl_package target)
   set(roots ${HIDL_GEN_ROOTS} ${ARG_ROOTS})
   set(all_hal ${ARG_HAL_DEPENDS})
   if(EXISTS ${ARG_ROOT}/current.txt)
-    list(APPEND all_hal ${ARG_ROOT}/current.txt) # hidl-gen compares the frozen hashes in it
+    list(APPEND all_hal ${ARG_ROOT}/current.txt) # hidl-gen checks the frozen hashes in it
   endif()
   foreach(version ${ARG_VERSIONS})
     file(GLOB hal CONFIGURE_DEPENDS ${ARG_ROOT}/${version}/*.hal)
@@ -71,7 +73,7 @@ function(hidl_package target)
     list(APPEND sources ${version_sources})
     list(APPEND headers ${version_headers})
   endforeach()
-  # Generated code is not ours to warn about.
+  # No warnings for generated code.
   set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS "-w")
   set(${target}_SOURCES ${${target}_SOURCES} ${sources} PARENT_SCOPE)
   set(${target}_HEADERS ${${target}_HEADERS} ${headers} PARENT_SCOPE)

@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 # add_module(<name>)
 #
-# A module of the daemon: a static library of the folder's sources, whose headers are included
-# as "<name>/<header>", by the module itself and by whatever links it. service/ is not on its
-# include path, where every module would see every other: each module gets a folder in the build
-# tree that holds one link, to the module, and only that folder comes along with the target. So
-# the target_link_libraries of a module list what it may include, and a wrong include does not
-# compile. The TV's build puts service/ on the include path and needs no link.
+# Adds a module of the daemon: a static library of the sources in the current folder. The module and the
+# targets that link it include its headers as "<name>/<header>".
+#
+# service/ is not on the include path, because a module could then include any other module. Instead, each
+# module has a folder in the build tree with a single symbolic link to the module, and only that folder is
+# on the include path of its target. A module can therefore include only the modules in its
+# target_link_libraries(). The TV's build has service/ on its include path and needs no links.
 function(add_module name)
   set(include ${CMAKE_BINARY_DIR}/modules/${name})
   file(MAKE_DIRECTORY ${include})

@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
-# cmake --install puts programs, libraries, manual and completion below a prefix; the
-# programs find their libraries relative to themselves, so that the tree can be moved.
-# `cpack -G DEB` makes a package of it.
+# `cmake --install` installs programs, libraries, manual pages and completion below a prefix. The programs
+# find their libraries relative to themselves, so that the tree can be moved. `cpack -G DEB` creates a
+# package of it.
 include(GNUInstallDirs)
 
-# Of no use to other programs, hence in a folder of their own; where Debian has the
-# libraries of each architecture, so that no package of it calls ldconfig for them.
+# The libraries are private, hence the subfolder. It is below Debian's library folder of the architecture
+# and is not searched by ld.so, so the package need not call ldconfig.
 set(private_libdir lib/${CMAKE_LIBRARY_ARCHITECTURE}/hidlaudio)
 set(programs hidlaudio audio_hal tv tv_stress audioctl soak_client)
 set(libraries hidlbase host_middleware host_power)
@@ -15,7 +15,7 @@ set_target_properties(${programs} PROPERTIES
   INSTALL_RPATH "$ORIGIN/${to_libraries};${HIDLAUDIO_ANDROID_LIBDIR}")
 set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO_ANDROID_LIBDIR}")
 
-# `tv boot` starts the programs that lie beside `tv`.
+# `tv boot` starts the programs in the folder of `tv`.
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private_libdir})
 install(DIRECTORY host/stress/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/hidlaudio)
@@ -25,7 +25,7 @@ foreach(page ${HIDLAUDIO_PAGES})
   string(SUBSTRING ${section} 0 1 section)
   install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
 endforeach()
-# bash looks for the name of the command.
+# bash finds a completion by the name of the command, so each command has its own file.
 foreach(command audioctl tv tv_stress)
   install(FILES tools/manual/completion.bash RENAME ${command}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

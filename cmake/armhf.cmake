@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Debian's cross compiler for 32-bit ARM, which finds Debian's armhf libraries beside the
-# native ones, and the emulator in which the programs run while building and testing.
+# Debian's cross compiler for 32-bit ARM, which uses Debian's armhf libraries, and the emulator that runs
+# the programs during build and test.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)

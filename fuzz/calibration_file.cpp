@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace com::tovi::dtv::hardware::audio::acoustic_calibration;  // NOLINT: of what is tried
+using namespace com::tovi::dtv::hardware::audio::acoustic_calibration;  // NOLINT: names of the tested code
 using hidlaudio::fuzz::require;
 
 constexpr size_t kMaxItems = 10;

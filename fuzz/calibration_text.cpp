@@ -8,7 +8,7 @@
 
 namespace {
 
-using namespace hidlaudio::client;  // NOLINT: of what is tried
+using namespace hidlaudio::client;  // NOLINT: names of the tested code
 using hidlaudio::fuzz::require;
 
 bool isPrintable(const std::string& text) {
@@ -37,8 +37,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 /**
- * Calibration files and equalizers of room-correction programs. Nothing that the service
- * refuses passes, and no message upsets a terminal. Input: the text.
+ * Imports calibration files and equalizers of room-correction programs. The import must only accept
+ * values that the service accepts, and all messages must be printable. Input: the text.
  */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);

@@ -10,14 +10,14 @@
 
 namespace {
 
-using namespace hidlaudio::client;  // NOLINT: of what is tried
+using namespace hidlaudio::client;  // NOLINT: names of the tested code
 using hidlaudio::fuzz::Input;
 using hidlaudio::fuzz::require;
 
-// Enough to differ from each other; more only take longer.
+// Maximum number of channels. More would only take longer.
 constexpr size_t kMaxTried = 3;
 
-/** A name that no channel has yet: one of up to three letters, or one of four. */
+/** Returns a channel name that is not yet used: from the input, or a default if that is not valid. */
 std::string takeName(Input& input, const Calibration& before) {
     const size_t size = std::min<size_t>(input.take<uint8_t>() % 4U, input.left());
     const std::string name(reinterpret_cast<const char*>(input.take(size)), size);
@@ -26,7 +26,7 @@ std::string takeName(Input& input, const Calibration& before) {
     return checkChannelName(name).empty() && !isUsed ? name : "CH_" + std::to_string(before.size());
 }
 
-/** Any number up to `limit` either way. */
+/** Reads a number from -limit to limit. */
 double takeNumber(Input& input, double limit) {
     const auto number = input.take<double>();
     if (!std::isfinite(number)) return limit;
@@ -47,7 +47,7 @@ Calibration takeCalibration(Input& input) {
     return calibration;
 }
 
-/** What is written of a calibration is read as the same. */
+/** Requires that a written calibration is read back unchanged. */
 void writeAndRead(const Calibration& calibration) {
     const Reading again = readCalibrationFile(writeCalibrationFile(calibration));
     require(again.faults.empty() && again.calibration.size() == calibration.size());
@@ -76,8 +76,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 /**
- * What `audioctl` writes and draws of a calibration. Input: how many channels, and of each its
- * name's length and text, level, delay and gains.
+ * Writes and draws a calibration as `audioctl` does. Input: number of channels; for each channel the
+ * length and text of its name, level, delay and gains.
  */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input input(data, size);

@@ -11,7 +11,7 @@
 namespace hidlaudio::fuzz {
 namespace {
 
-using namespace android::hardware::transport;  // NOLINT: the wire's names are what this file is about
+using namespace android::hardware::transport;  // NOLINT: names of the wire format
 using test::ParentProbe;
 
 constexpr uint32_t kAdd = 1;
@@ -19,13 +19,13 @@ constexpr size_t kMaxSteps = 64;
 constexpr size_t kMaxChannels = 4;
 constexpr size_t kMaxRounds = 100'000;
 
-/** Until nothing is left to do, which must come. */
+/** Serves all pending messages. Aborts if there is no end to them. */
 void serveAll() {
     size_t rounds = 0;
     while (Process::self().pool().serveReady()) require(++rounds < kMaxRounds);
 }
 
-/** A connection as the listening socket makes one; returns the peer's end. */
+/** Connects a peer as the listening socket does. Returns the peer's end. */
 android::base::unique_fd connectToService() {
     SocketPair sockets;
     auto link = std::make_shared<PeerConnection>(std::move(sockets.far), getpid(), getuid());
@@ -53,14 +53,14 @@ android::base::unique_fd openChannel(int control) {
     return std::move(sockets.near);
 }
 
-/** Takes what the service has sent; descriptors in it are lost. */
+/** Discards the messages and descriptors that the service has sent. */
 void readAll(int socket) {
     uint8_t bytes[64];
     while (recv(socket, bytes, sizeof(bytes), MSG_DONTWAIT) > 0) {
     }
 }
 
-/** A client that keeps to the rules all the time. */
+/** A client that never violates the protocol. */
 class GoodClient {
   public:
     explicit GoodClient(uint64_t object) : control_(connectToService()) {
@@ -102,9 +102,10 @@ struct Service {
 
     Service() {
         makePrivateTv();
-        // The descriptors of what all links share are there from the beginning.
+        // Create the memory of the receive buffer now, so that its descriptors are open before the first
+        // input.
         ReceiveSpace::own().open(getpid())->close();
-        // Nobody joins: the inputs are served on this thread.
+        // No thread joins the pool: serveAll() serves the inputs on this thread.
         android::hardware::configureRpcThreadpool(1, true);
         require(probe->registerAsService("default") == android::OK);
         object = android::hardware::getOrCreateCachedBinder(probe.get())->localBinder()->exportId();
@@ -117,7 +118,7 @@ Service& service() {
     return service;
 }
 
-/** The peer that the input describes. */
+/** The peer whose actions the input describes. */
 class Peer {
   public:
     Peer() : control_(connectToService()) {}
@@ -144,14 +145,14 @@ class Peer {
         }
     }
 
-    // The service may wait for what this peer says: it says nothing more on the channels so far.
+    // Shuts the channels down first: otherwise the service could wait for a reply of this peer.
     void serve() {
         for (const auto& channel : channels_) shutdown(channel.get(), SHUT_WR);
         serveAll();
     }
 
   private:
-    /** A call channel, the one made last first; or else the control channel. */
+    /** Returns a call channel, 0 being the newest, or the control channel if there is none of that index. */
     int socket(size_t which) const {
         const size_t index = which % (kMaxChannels + 1);
         return index < channels_.size() ? channels_[channels_.size() - 1 - index].get() : control_.get();
@@ -186,13 +187,13 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 /**
- * A peer against a live service, on one thread. A good client is served before and after, and
- * nothing of the peer is left when it has gone.
+ * Runs a peer against a live service on one thread. A good client must be served before and afterwards,
+ * and the peer must not leave descriptors open.
  *
- * Input: steps, each a byte for what and to which socket, and what it needs.
+ * Input: steps, each a byte for the action and the socket, followed by the data of the action.
  */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace hidlaudio::fuzz;  // NOLINT: of this function's own file
+    using namespace hidlaudio::fuzz;  // NOLINT: names of this file
     Input input(data, size);
     descriptor(0, -1);
     service().client->call();

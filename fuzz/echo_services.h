@@ -7,9 +7,9 @@
 
 namespace hidlaudio::fuzz {
 
-/** A probe without methods that wait, start threads, or end the process by design. */
+/** A probe whose methods neither wait nor start threads nor abort the process. */
 struct EchoProbe : test::Probe {
-    static constexpr uint32_t kMaxMade = 40'000;  // more than a packet
+    static constexpr uint32_t kMaxMade = 40'000;  // does not fit a packet
 
     EchoProbe() : test::Probe(1) {}
 
@@ -39,7 +39,7 @@ struct EchoProbe : test::Probe {
     }
 };
 
-/** Gives back what it was given. */
+/** Stores the values that it receives and returns them. */
 struct EchoCalibration : com::tovi::dtv::hardware::audio::V5_1::IAcousticCalibration {
     using Data = com::tovi::dtv::hardware::audio::V3_0::calibratedData;
 

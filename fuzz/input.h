@@ -9,7 +9,7 @@
 
 namespace hidlaudio::fuzz {
 
-/** An input, taken piece by piece from its beginning; zeros once it has ended. */
+/** Reads an input piece by piece from its beginning. Values beyond its end are zero. */
 class Input {
   public:
     Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
@@ -24,7 +24,7 @@ class Input {
         return value;
     }
 
-    /** `size` bytes, of which there must be as many. */
+    /** Returns the next `size` bytes. At least that many must be left. */
     const uint8_t* take(size_t size) {
         const uint8_t* taken = data_;
         data_ += size;
@@ -37,7 +37,7 @@ class Input {
     size_t size_;
 };
 
-/** Ends the process, so that the input is kept, unless `condition` holds. */
+/** Aborts the process unless `condition` is true, so that the fuzzer saves the input. */
 inline void require(bool condition) {
     if (!condition) __builtin_trap();
 }

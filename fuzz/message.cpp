@@ -8,13 +8,13 @@
 namespace hidlaudio::fuzz {
 namespace {
 
-using namespace android::hardware::transport;  // NOLINT: messages are what this file is about
+using namespace android::hardware::transport;  // NOLINT: names of the wire format
 using android::hardware::Parcel;
 
 constexpr size_t kMaxPackets = 8;
 constexpr size_t kMaxReads = 32;
 
-/** No reader goes beyond the body unseen, although its memory is larger. */
+/** Poisons the rest of the buffer behind the body, so that a read beyond the body is reported. */
 class BodyAlone {
   public:
     explicit BodyAlone(const IncomingMessage& message)
@@ -34,12 +34,12 @@ void touch(const void* data, size_t size) {
     for (size_t i = 0; i < size; ++i) (void)static_cast<const volatile uint8_t*>(data)[i];
 }
 
-/** The parent that the record at hand may name: none, or data at an aligned offset. */
+/** Returns the parent to ask for: none, or data at an aligned offset. */
 size_t parentOf(uint8_t parent) {
     return parent % 4 == 0 ? kNoParent : parent / 4U * 8U;
 }
 
-/** One read; false where there was nothing of the kind. */
+/** Reads one value of the kind that the input chooses. Returns false if the parcel has none there. */
 bool read(const Parcel& parcel, Input& input) {
     uint64_t number = 0;
     size_t handle = 0;
@@ -82,13 +82,13 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 /**
- * A channel's check of what comes, and the parcel over it.
+ * Checks received messages in a channel and reads them through a parcel.
  *
- * Input: the kind of channel and the number of packets; the packets; what is read of each message
- * that passes.
+ * Input: kind of the channel, number of packets, the packets, then the kinds of values to read from each
+ * accepted message.
  */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace hidlaudio::fuzz;  // NOLINT: of this function's own file
+    using namespace hidlaudio::fuzz;  // NOLINT: names of this file
     Input input(data, size);
     static const SocketPair other;
     descriptor(0, -1);

@@ -9,7 +9,7 @@
 namespace hidlaudio::fuzz {
 namespace {
 
-using namespace android::hardware::transport;  // NOLINT: the wire's names are what this file is about
+using namespace android::hardware::transport;  // NOLINT: names of the wire format
 
 constexpr size_t kMaxReferences = 8;
 constexpr uint32_t kRoomUnit = 40'000;
@@ -33,7 +33,7 @@ const Descriptors& descriptors() {
     return descriptors;
 }
 
-/** What the input says of a message before its body. */
+/** Description of a message at the beginning of its input. */
 struct Layout {
     uint8_t type;
     uint8_t flags;
@@ -41,7 +41,7 @@ struct Layout {
     uint8_t references;
     uint8_t fds;
     uint8_t bulk;
-    uint8_t changes;  // above three bits for their number: the room that the message claims
+    uint8_t changes;  // low three bits: number of changes; upper bits: the room that the message claims
     uint8_t padding;
     uint32_t code;
     uint16_t bodySize;

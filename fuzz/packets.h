@@ -13,16 +13,16 @@
 
 namespace hidlaudio::fuzz {
 
-/** Bytes that a peer may send. */
+/** A packet of a peer. */
 struct Packet {
     std::vector<uint8_t> bytes;
     std::vector<int> fds;
 };
 
-/** Sends `packet` where there is room for it. */
+/** Sends `packet`, or drops it if the socket is full. */
 void send(int socket, const Packet& packet);
 
-/** A pair of connected sockets, as call channels are. */
+/** A pair of connected SOCK_SEQPACKET sockets, like a call channel. */
 struct SocketPair {
     android::base::unique_fd near;
     android::base::unique_fd far;
@@ -31,24 +31,25 @@ struct SocketPair {
 };
 
 /**
- * A descriptor of the kind that `kind` tells: shared memory as a peer's must be, null device,
- * a call channel's far end, memory of which the peer can cut off a part, a page of memory.
- * All but the channel are the process's for its whole life.
+ * Returns a descriptor by `kind` modulo 5: 0 valid shared memory, 1 the null device, 2 `far` (the far
+ * end of a call channel), 3 memory that its owner can shrink, 4 a page of memory. All but `far` stay open
+ * until the process exits.
  */
 int descriptor(uint8_t kind, int far);
 
-/** Writes to the memory that descriptor() gives out. */
+/** Writes to the memory of descriptor(0). */
 void fillMemory(size_t offset, const uint8_t* data, size_t size);
 
-/** Which of the first numbers are descriptors now. The fuzzer itself may open some between two inputs. */
+/** Returns which descriptors below 128 are open. The fuzzer itself may open some between two inputs. */
 std::bitset<128> openDescriptors();
 
 /**
- * A whole message, whose sizes are right to begin with: type, flags, target, code, references,
- * descriptors, bulk, body; then changes of single bytes.
+ * Builds a message from the input: type, flags, target, code, references, descriptors, bulk and body
+ * with matching sizes, then changes of single bytes.
  *
- * @param object the target where the input does not give another
- * @param token what the body of a call begins with
+ * @param object the target if the input names none
+ * @param token  interface name at the beginning of a call's body
+ * @param far    descriptor for the messages, see descriptor()
  */
 Packet takeMessage(Input& input, uint64_t object, const char* token, int far);
 

@@ -18,17 +18,17 @@
 namespace hidlaudio::fuzz {
 namespace {
 
-using namespace android::hardware::transport;  // NOLINT: messages are what this file is about
+using namespace android::hardware::transport;  // NOLINT: names of the wire format
 using android::hardware::IBinder;
 using android::hardware::Parcel;
 namespace audio = com::tovi::dtv::hardware::audio;
 namespace probe = com::tovi::test::probe;
 
-/** What is in the message beside its body. */
+/** Attachments of the message. */
 struct Beside {
-    uint8_t objects;  // each null or the probe
+    uint8_t objects;  // number of references to the probe
     uint8_t fds;
-    uint8_t bulk;  // whether there is plain data in shared memory
+    uint8_t bulk;  // whether there is plain data in shared memory (odd)
 };
 
 constexpr size_t kMaxObjects = 8;
@@ -49,7 +49,7 @@ Objects& objects() {
     return objects;
 }
 
-/** A body that ends where its memory ends, so that no reader goes beyond it unseen. */
+/** A body that ends with its allocation, so that a read beyond it is reported. */
 class Body {
   public:
     Body(const std::string& token, Input& input) {
@@ -105,7 +105,7 @@ void serve(const android::sp<IBinder>& stub, const char* token, uint32_t code, c
     stub->transact(code, data, &reply, code == 10 || code == 14 ? IBinder::FLAG_ONEWAY : 0, [](Parcel&) {});
 }
 
-/** The methods that every object has. */
+/** Numbers of the methods of IBase. */
 constexpr uint32_t kBaseMethods[] = {0x0f43484e, 0x0f444247, 0x0f445343, 0x0f485348,
                                      0x0f494e54, 0x0f504e47, 0x0f524546, 0x0f535953};
 
@@ -123,7 +123,7 @@ constexpr auto hdmi = as<audio::V3_1::BpHwHdmiAudio>;
 constexpr auto device = as<android::hardware::audio::V5_0::BpHwDevice>;
 constexpr auto prober = as<probe::V1_1::BpHwProbe>;
 
-/** A call of a client whose reply is the input. */
+/** Makes a client's call whose reply is the input. */
 void readReply(uint8_t method, const Remote& remote) {
     static void (*const kMethods[])(const Remote&) = {
         [](const Remote& r) { (void)calibration(r)->getCalibratedData(kIgnore).isOk(); },
@@ -154,13 +154,13 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 /**
- * The readers that hidl-gen makes, of requests and of replies.
+ * Runs the generated readers of requests and replies.
  *
- * Input: whose body it is, the method, what is Beside it, the body behind the name of
- * the interface.
+ * Input: target (0 probe, 1 calibration, 2 IBase, 3 reply), method, Beside, body without the name of the
+ * interface.
  */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace hidlaudio::fuzz;  // NOLINT: of this function's own file
+    using namespace hidlaudio::fuzz;  // NOLINT: names of this file
     Input input(data, size);
     const auto whose = input.take<uint8_t>();
     const auto method = input.take<uint8_t>();

@@ -8,13 +8,13 @@
 
 namespace hidlaudio::fuzz {
 
-/** Nothing that is logged is seen from here on: hostile inputs have much to be told of. */
+/** Discards all log messages from now on, because hostile inputs cause many. */
 void silenceLog();
 
-/** Makes a virtual TV of this process's own, in $TMPDIR; gone when the process ends of itself. */
+/** Creates a virtual TV for this process in $TMPDIR and removes it at a normal exit. */
 void makePrivateTv();
 
-/** A file of the private TV, made with the folders on the way to it. */
+/** A file of the private TV. The constructor creates it and its folders. */
 class TvFile {
   public:
     /** @param path below the TV's root, such as "/data/…" */
@@ -23,7 +23,7 @@ class TvFile {
     TvFile(const TvFile&) = delete;
     TvFile& operator=(const TvFile&) = delete;
 
-    /** The whole of its content from now on. */
+    /** Replaces the content of the file. */
     void fill(const uint8_t* data, size_t size) const;
 
   private:

@@ -12,7 +12,7 @@
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-/** Runs a target over each file of a folder: the place of the fuzzer in builds without one. */
+/** Runs a target with each file of a folder. Replaces the fuzzer in builds without one. */
 int main(int argc, char** argv) {
     LLVMFuzzerInitialize(&argc, &argv);
     if (argc != 2) {
@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[1])) {
         if (!entry.is_regular_file()) continue;
         printf("%s\n", entry.path().c_str());
-        fflush(stdout);  // names the culprit
+        fflush(stdout);  // so that the file is known if the target aborts
         std::ifstream file(entry.path(), std::ios::binary);
         const std::vector<uint8_t> input(std::istreambuf_iterator<char>(file), {});
         LLVMFuzzerTestOneInput(input.data(), input.size());

@@ -14,7 +14,7 @@
 namespace hidlaudio::fuzz {
 namespace {
 
-using namespace android::hardware::transport;  // NOLINT: the wire's names are what this file is about
+using namespace android::hardware::transport;  // NOLINT: names of the wire format
 using android::sp;
 using android::hardware::BHwBinder;
 using android::hardware::Parcel;
@@ -30,10 +30,10 @@ Bytes bytesOf(std::initializer_list<int> values) {
     return bytes;
 }
 
-/** A call as it was made, and its reply. */
+/** A recorded call and its reply. */
 struct Call {
     uint32_t code = 0;
-    Bytes arguments;  // behind the interface's name
+    Bytes arguments;  // without the interface's name
     Bytes results;
     int objects = 0;
     int fds = 0;
@@ -44,7 +44,7 @@ Bytes bodyOf(const Parcel& parcel) {
     return {reinterpret_cast<const char*>(body.body()), body.bodySize};
 }
 
-/** Serves what its proxies call, and keeps what was last said. */
+/** Passes calls of its proxies to a stub and records the last call and its reply. */
 struct Recorder : BHwBinder {
     sp<BHwBinder> stub;
     Call call;
@@ -65,11 +65,11 @@ struct Recorder : BHwBinder {
         Parcel reply;
         const auto keep = [this](Parcel& results) { call.results = bodyOf(results); };
         (void)stub->transact(code, request, &reply, flags, keep);
-        return android::UNKNOWN_ERROR;  // the reply is not for reading
+        return android::UNKNOWN_ERROR;  // so that the proxy does not read the reply
     }
 };
 
-/** Calls of each kind, by a telling name. */
+/** Returns recorded calls of the probe with a file name for each. */
 std::vector<std::pair<std::string, Call>> probeCalls() {
     using test::Callback;
     sp<Recorder> recorder = new Recorder(new BnHwProbe(new EchoProbe));
@@ -133,7 +133,7 @@ std::vector<std::pair<std::string, Call>> calibrationCalls() {
     return calls;
 }
 
-/** As takeMessage() takes it. */
+/** Returns the input of takeMessage() for a call or its reply. */
 Bytes message(const Call& call, uint8_t type, uint8_t flags, uint64_t references = 0x5, uint8_t memory = 0) {
     const bool oneway = call.code == 10 || call.code == 14;
     Bytes text =
@@ -173,14 +173,14 @@ class Corpus {
 void addParcels(const Corpus& corpus, int whose, const std::vector<std::pair<std::string, Call>>& calls) {
     for (const auto& [name, call] : calls) {
         const int base = static_cast<int>(call.code >> 24) != 0 ? 2 : whose;
-        // The base methods are numbered by the target, which tries all of them soon enough.
+        // The target has its own numbers for the methods of IBase; the fuzzer tries all of them anyway.
         const Bytes beside = bytesOf({call.objects, call.fds, 0});
         corpus.add("parcel", name,
                    bytesOf({base, static_cast<int>(call.code & 0xff)}) + beside + call.arguments);
     }
 }
 
-/** What parcel.cpp lists, by the name of the call whose reply it reads. */
+/** Adds replies: the calls with their index in readReply() of parcel.cpp. */
 void addReplies(const Corpus& corpus, const std::vector<std::pair<std::string, Call>>& calls) {
     static const std::pair<const char*, int> kReaders[] = {
         {"get-calibration", 0}, {"everything", 5}, {"files", 6},       {"callbacks", 7},       {"texts", 8},
@@ -239,7 +239,7 @@ void addConnections(const Corpus& corpus, const std::vector<std::pair<std::strin
     Call claim{8, bytesOf({0, 0, 0, 0x10, 0, 0, 0, 0}), "", 0, 0};
     corpus.add("parcel", "more-callbacks-than-there-are", bytesOf({0, 8, 0, 0, 0}) + claim.arguments);
     corpus.add("connection", "more-callbacks-than-there-are", start + to + message(claim, kCall, 0) + end);
-    // On the control channel: books and claims, each a page. The answer is on the next channel.
+    // Control channel: books and claims, one page each. The service answers on the next call channel.
     const Bytes space = bytesOf(
         {kToControl | kMessageStep, kReceiveSpace, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 4, 4});
     Bytes claiming = message(find("text"), kCall, 0);
@@ -258,9 +258,9 @@ void addConnections(const Corpus& corpus, const std::vector<std::pair<std::strin
 }  // namespace
 }  // namespace hidlaudio::fuzz
 
-/** Writes the inputs that targets of binary messages begin with: fuzz_seeds fuzz/corpus. */
+/** Writes the seed inputs of the targets that read binary messages: fuzz_seeds fuzz/corpus. */
 int main(int argc, char** argv) {
-    using namespace hidlaudio::fuzz;  // NOLINT: of this function's own file
+    using namespace hidlaudio::fuzz;  // NOLINT: names of this file
     if (argc != 2) {
         fprintf(stderr, "Usage: %s FOLDER\n", argv[0]);
         return 2;

@@ -10,10 +10,10 @@
 
 namespace {
 
-using namespace hidlaudio::host;  // NOLINT: of what is tried
-using namespace hidlaudio::fuzz;  // NOLINT: of this file
+using namespace hidlaudio::host;  // NOLINT: names of the tested code
+using namespace hidlaudio::fuzz;  // NOLINT: names of the fuzz support
 
-/** What is read is written as a text that is read as the same. */
+/** Requires that a parsed number is written as text with the same value. */
 void tryNumbers(std::string_view text) {
     const std::optional<int32_t> number = parseInt32(text);
     if (number) require(parseInt32(std::to_string(*number)) == number);
@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     return 0;
 }
 
-/** What a person writes into the virtual TV. Input: the text of a file, or of one line of it. */
+/** Parses the texts that users write into the virtual TV. Input: text of a file or of one line. */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     tryNumbers(text);

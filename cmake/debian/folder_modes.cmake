@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Run by cpack between installing and packing: gives each folder the mode of Debian's policy.
-# cpack makes them under the umask of its caller.
+# cpack runs this between installing and packing. Sets the mode of each folder to that of Debian's policy,
+# because cpack creates folders with the umask of its caller.
 file(GLOB_RECURSE paths LIST_DIRECTORIES true ${CPACK_TEMPORARY_DIRECTORY}/*)
 foreach(path ${paths})
   if(IS_DIRECTORY ${path})

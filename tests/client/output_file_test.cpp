@@ -7,6 +7,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <set>
+
 #include "tests/support/private_tv.h"
 
 namespace hidlaudio::client {
@@ -53,13 +55,13 @@ class OutputFile : public testing::Test {
 
     /** Returns name and type of each file, to detect new files and changed types. */
     std::string kinds() const {
-        std::string text;
+        std::set<std::string> files;  // sorted: each file system lists its files in another order
         for (const auto& entry : fs::recursive_directory_iterator(folder_.path())) {
             if (entry.path().filename() == "new") continue;
             const auto type = static_cast<int>(entry.symlink_status().type());
-            text += entry.path().filename().string() + " " + std::to_string(type) + "\n";
+            files.insert(entry.path().filename().string() + " " + std::to_string(type));
         }
-        return text;
+        return testing::PrintToString(files);
     }
 
     const mode_t before_ = umask(0);

@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/** A recipient that remembers what it was told. */
+/** A recipient that records its notices. */
 struct Told : Mourner {
     Told() {
         died = [this](uint64_t cookie, const wp<IBase>& who) {
@@ -34,7 +34,7 @@ struct Told : Mourner {
 
 using DeathTest = ServedTest;
 
-TEST_F(DeathTest, EachLinkIsToldOnceOnAThreadOfThePool) {
+TEST_F(DeathTest, EndOfServiceNotifiesEachLinkOnceOnAPoolThread) {
     const sp<Told> twice = new Told();
     const sp<Told> unlinked = new Told();
     const sp<Told> ofDropped = new Told();
@@ -46,7 +46,7 @@ TEST_F(DeathTest, EachLinkIsToldOnceOnAThreadOfThePool) {
     EXPECT_TRUE(probe_->linkToDeath(unlinked, 2));
     EXPECT_TRUE(probe_->linkToDeath(twice, UINT64_MAX));
     EXPECT_TRUE(dropped->linkToDeath(ofDropped, 3));
-    EXPECT_TRUE(probe_->linkToDeath(sp<Told>(new Told()), 4));  // held by nobody
+    EXPECT_TRUE(probe_->linkToDeath(sp<Told>(new Told()), 4));  // destroyed at once
     EXPECT_TRUE(probe_->linkToDeath(last, 5));
     EXPECT_FALSE(other->unlinkToDeath(unlinked));
     EXPECT_FALSE(probe_->unlinkToDeath(unknown));
@@ -74,8 +74,8 @@ TEST_F(DeathTest, EachLinkIsToldOnceOnAThreadOfThePool) {
     EXPECT_THAT(unknown->cookies(), IsEmpty());
 }
 
-// An object of the dead process that nobody had linked to: the notice is still due.
-TEST_F(DeathTest, ALinkMadeAfterTheEndIsToldAtOnce) {
+// The object has no recipients when its process ends, so that a later one is still notified.
+TEST_F(DeathTest, FirstLinkAfterTheEndIsNotifiedAtOnce) {
     const sp<IProbeCallback> object = probe_->makeCallback();
     const sp<Told> first = new Told();
     const sp<Told> late = new Told();
@@ -89,10 +89,10 @@ TEST_F(DeathTest, ALinkMadeAfterTheEndIsToldAtOnce) {
     EXPECT_FALSE(object->linkToDeath(late, 3));
 }
 
-TEST_F(DeathTest, ALinkToAProcessThatDiedUnnoticedTellsAtOnce) {
+TEST_F(DeathTest, LinkBeforeTheEndIsDetectedIsNotifiedByThePool) {
     Service busy({1, "busy"});
     const sp<IProbe> busyProbe = busy.get();
-    // The pool's only thread is in a callback, and cannot notice anything.
+    // The only pool thread is in a callback, so it cannot detect the end of the service.
     Gate inCallback;
     sp<Callback> callback = new Callback();
     callback->event = [&](int32_t) { return passGate(inCallback.handle()); };
@@ -110,7 +110,7 @@ TEST_F(DeathTest, ALinkToAProcessThatDiedUnnoticedTellsAtOnce) {
     EXPECT_THAT(told->cookies(), ElementsAre(1, 2));
 }
 
-TEST_F(DeathTest, EveryCallInFlightEnds) {
+TEST_F(DeathTest, EndOfServiceFailsCallsInFlight) {
     Service service({3, "three"});
     const sp<IProbe> probe = service.get();
     std::vector<Gate> gates(3);
@@ -128,20 +128,20 @@ TEST_F(DeathTest, EveryCallInFlightEnds) {
     EXPECT_EQ(probe_->add(1, 2), 3);
 }
 
-TEST_F(DeathTest, ACallOfADyingClientRunsToItsEndBeforeTheNotice) {
+TEST_F(DeathTest, CallOfAKilledClientCompletesBeforeTheDeathNotice) {
     Gate gate;
     Helper client({"hold", "7"}, gate.handle()->data[0]);
     gate.awaitEntry();
     client.kill();
     gate.open();
     EXPECT_TRUE(logged(probe_, "died 42"));
-    EXPECT_TRUE(logged(probe_, "callback gone"));  // what only the client held
+    EXPECT_TRUE(logged(probe_, "callback gone"));  // only the client held it
     std::vector<std::string> events = eventsOf(probe_);
     events.resize(3);
     EXPECT_THAT(events, ElementsAre("joined", "enter 7", "leave 7"));
 }
 
-TEST_F(DeathTest, AServiceThatWaitsForADyingClientGoesOnAtOnce) {
+TEST_F(DeathTest, EndOfClientFailsTheCallbackThatTheServiceWaitsFor) {
     const std::string dead = "answer " + std::to_string(android::DEAD_OBJECT);
     Helper nested({"hang", "nested"});
     EXPECT_EQ(nested.readLine(), "ready");

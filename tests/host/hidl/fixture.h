@@ -21,13 +21,13 @@ namespace hidlaudio::test {
 using android::base::unique_fd;
 using android::hardware::interfacesEqual;
 
-/** What went wrong with a call, with the status's name in it; empty where nothing did. Examines. */
+/** Returns the description of a failed call, or an empty string. Marks the status as examined. */
 template <typename T>
 std::string errorOf(const Return<T>& result) {
     return result.isOk() ? "" : result.description();
 }
 
-/** What the service logged so far. */
+/** Returns all events that the service has logged. */
 inline std::vector<std::string> eventsOf(const sp<ParentProbe>& probe) {
     std::vector<std::string> events;
     const auto keep = [&events](const auto& logged) { events.assign(logged.begin(), logged.end()); };
@@ -35,15 +35,15 @@ inline std::vector<std::string> eventsOf(const sp<ParentProbe>& probe) {
     return events;
 }
 
-/** Waits until the service has logged `event`. */
+/** Waits until the service has logged `event`. Returns false on a time-out. */
 inline bool logged(const sp<ParentProbe>& probe, const std::string& event) {
     return becomesTrue([&] { return testing::Matches(testing::Contains(event))(eventsOf(probe)); });
 }
 
-/** A process beside the test (probe_process.cpp), killed at the latest with this object. Main thread. */
+/** A helper process (probe_process.cpp). The destructor kills it. Main thread only. */
 class Helper {
   public:
-    /** @param passed a descriptor that the process finds as number 3 */
+    /** @param passed a descriptor that the process gets as descriptor 3, or -1 */
     explicit Helper(std::vector<std::string> arguments, int passed = -1) {
         int input[2];
         int output[2];
@@ -52,7 +52,7 @@ class Helper {
         output_.reset(output[0]);
         const unique_fd theirs[] = {unique_fd(input[0]), unique_fd(output[1])};
         arguments.insert(arguments.begin(), PROBE_PROCESS);
-        std::vector<char*> pointers(arguments.size() + 1);  // and a null at the end
+        std::vector<char*> pointers(arguments.size() + 1);  // null-terminated
         for (size_t i = 0; i < arguments.size(); ++i) pointers[i] = arguments[i].data();
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
@@ -67,22 +67,23 @@ class Helper {
     Helper& operator=(const Helper&) = delete;
 
     pid_t pid() const { return pid_; }
-    /** The next line of its output; empty at the end. */
+    /** Returns the next line of its output, or an empty string at the end of the output. */
     std::string readLine() {
         std::string line;
         for (char c; read(output_.get(), &c, 1) == 1 && c != '\n';) line += c;
         return line;
     }
-    /** Whether there is output to read. */
+    /** Returns whether there is output to read. */
     bool hasOutput() const {
         pollfd poll{output_.get(), POLLIN, 0};
         return ::poll(&poll, 1, 0) == 1;
     }
+    /** Lets the process continue when it waits for a byte of input. */
     void letGo() { EXPECT_EQ(write(input_.get(), "g", 1), 1); }
     void kill() {
         if (pid_ > 0 && ::kill(pid_, SIGKILL) == 0) wait();
     }
-    /** Waits for its end; its exit status, 128 + n if signal n ended it. */
+    /** Waits for the process. Returns its exit status, or 128 + n if signal n ended it. */
     int wait() {
         int status = 0;
         waitpid(std::exchange(pid_, -1), &status, 0);
@@ -101,11 +102,11 @@ class Helper {
 struct ServiceOptions {
     size_t threads = 1;
     std::string instance = "default";
-    size_t descriptors = 0;
-    bool joins = true;
+    size_t descriptors = 0;  // limit of open descriptors; 0: unchanged
+    bool joins = true;       // whether the main thread joins the pool without a letGo() of the test
 };
 
-/** A process that serves a probe; registered when the constructor returns. */
+/** A process that serves a probe. The probe is registered when the constructor returns. */
 class Service : public Helper {
   public:
     explicit Service(const ServiceOptions& options = {})
@@ -116,14 +117,14 @@ class Service : public Helper {
         if (options.joins) letGo();
     }
 
-    /** A new proxy of it. */
+    /** Returns a new proxy of the probe. */
     sp<IProbe> get() const { return IProbe::getService(instance_); }
 
   private:
     const std::string instance_;
 };
 
-/** Where a method of the probe waits; see the interface. */
+/** Gate at which a method of the probe waits; see IProbe.hal. */
 class Gate {
   public:
     Gate() {
@@ -134,13 +135,14 @@ class Gate {
         far->data[0] = ends[1];
         far_.setTo(far, true);
     }
-    /** As an argument of a call. */
+    /** Returns the handle to pass to the method. */
     const hidl_handle& handle() const { return far_; }
-    /** Waits until the method is there. */
+    /** Waits until the method has reached the gate. */
     void awaitEntry() {
         char byte = 0;
         EXPECT_EQ(read(near_.get(), &byte, 1), 1);
     }
+    /** Lets the method continue. */
     void open() { EXPECT_EQ(write(near_.get(), "o", 1), 1); }
 
   private:
@@ -148,18 +150,18 @@ class Gate {
     hidl_handle far_;
 };
 
-/** A virtual TV of this test program's own, and an end for tests that hang. */
+/** Fixture with a virtual TV for this test program. Ends a test that hangs after 90 s. */
 class HidlTest : public testing::Test {
   protected:
     HidlTest() {
-        // One for the program: the runtime of a process belongs to one TV.
+        // One TV per program, because the runtime of a process uses only one.
         static const PrivateTv tv({});
-        alarm(90);  // no test takes a tenth of that, on a machine that is busy with other things
+        alarm(90);  // ten times the duration of the longest test on a busy machine
     }
     ~HidlTest() override { alarm(0); }
 };
 
-/** With a service of one thread, and a proxy of it. */
+/** Fixture with a single-threaded service and a proxy of it. */
 class ServedTest : public HidlTest {
   protected:
     Service service_;

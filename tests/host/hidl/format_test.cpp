@@ -11,7 +11,7 @@ namespace {
 using android::BAD_VALUE;
 using android::NOT_ENOUGH_DATA;
 
-// Peers that break the wire's format, or put wrong things into it.
+// Peers that violate the wire format or send wrong content.
 class FormatTest : public HostileTest {
   protected:
     struct Case {
@@ -24,7 +24,7 @@ class FormatTest : public HostileTest {
     const RawMessage call_ = rawCall(object_, kMark);
 };
 
-// A message with one thing wrong, from a well-formed one.
+// Returns `message` with one change.
 template <typename Change>
 RawMessage with(RawMessage message, const Change& change) {
     change(message);
@@ -42,7 +42,7 @@ RawMessage referring(RawMessage message, uint64_t object, uint32_t owner, uint32
     return message;
 }
 
-TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
+TEST_F(FormatTest, ProtocolErrorOnControlChannelClosesConnection) {
     const int null = null_.get();
     const RawMessage hello = rawMessage(kHello, 77, kWireVersion);
     const RawMessage channel = rawMessage(kNewCallChannel);
@@ -68,8 +68,8 @@ TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
         {"too large",
          {hello, with(note, [](auto& m) { m.body.resize(m.header.bodySize = 2 * kMaxPacket); })}},
         {"4 GiB", {hello, with(note, [](auto& m) { m.header.bodySize = UINT32_MAX; })}},
-        {"no channel in it", {hello, channel}},
-        {"no socket", {hello, withFds(channel, {null}, 1)}},
+        {"a channel without descriptor", {hello, channel}},
+        {"a channel that is no socket", {hello, withFds(channel, {null}, 1)}},
         {"two channels in one", {hello, withFds(channel, {null, null}, 2)}},
         {"fewer descriptors", {hello, withFds(note, {null}, 2)}},
         {"more descriptors", {hello, withFds(note, {null}, 0)}},
@@ -78,27 +78,28 @@ TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
         {"a reply", {hello, rawMessage(kReply)}},
         {"a two-way call", {hello, call_}},
         {"an announcement", {hello, rawMessage(kDescriptorsFollow)}},
-        {"gives back nothing", {hello, rawMessage(kRelease, object_, 0)}},
-        {"gives back more than it has", {hello, acquire, rawMessage(kRelease, object_, 2)}},
+        {"releases no reference", {hello, rawMessage(kRelease, object_, 0)}},
+        {"releases more references than it has", {hello, acquire, rawMessage(kRelease, object_, 2)}},
         {"fewer objects", {hello, with(note, [](auto& m) { m.header.objectCount = 9; })}},
-        {"unknown object of ours", {hello, referring(note, 999, kReceiversObject)}},
-        {"an owner that is neither", {hello, referring(note, 1, 3)}},
-        {"a reference with more", {hello, referring(note, 1, kSendersObject, 1)}},
+        {"unknown object of the receiver", {hello, referring(note, 999, kReceiversObject)}},
+        {"unknown owner", {hello, referring(note, 1, 3)}},
+        {"reserved field of a reference not zero", {hello, referring(note, 1, kSendersObject, 1)}},
         {"room beyond the limit", {with(hello, [](auto& m) { m.header.room = kTransactionLimit + 1; })}},
-        {"more in the header", {with(hello, [](auto& m) { m.header.reserved = 1; })}},
+        {"reserved field of the header not zero", {with(hello, [](auto& m) { m.header.reserved = 1; })}},
         {"receive buffer without memory", {hello, space}},
         {"receive buffer of one page", {hello, withFds(space, {memory}, 1)}},
         {"receive buffer of three", {hello, withFds(space, {memory, memory, memory}, 3)}},
         {"receive buffer on a device", {hello, withFds(space, {memory, null}, 2)}},
         {"receive buffer that may shrink", {hello, withFds(space, {memory, unsealed.get()}, 2)}},
         {"receive buffer too large", {hello, withFds(space, {memory, larger.get()}, 2)}},
-        {"no slot of it", {hello, with(twoPages, [](auto& m) { m.header.code = kSpaceSlots; })}},
+        {"receive buffer with an unknown slot",
+         {hello, with(twoPages, [](auto& m) { m.header.code = kSpaceSlots; })}},
         {"receive buffer twice", {hello, twoPages, twoPages}},
         {"bulk without memory", {hello, with(note, [](auto& m) { m.header.bulkSize = 64; })}},
     };
     for (const Case& one : kCases) {
         SCOPED_TRACE(one.name);
-        // An emulator keeps the descriptors that do not fit into the receiver's buffer; a kernel closes them.
+        // The emulator keeps descriptors that exceed the receiver's buffer open; a kernel closes them.
         if (HIDLAUDIO_EMULATED && one.messages.back().fds.size() > kMaxDescriptors) continue;
         {
             RawPeer peer;
@@ -115,7 +116,7 @@ TEST_F(FormatTest, WhoBreaksThatOfTheControlChannelLosesTheConnection) {
     expectUnharmed();
 }
 
-TEST_F(FormatTest, WhoBreaksThatOfACallChannelLosesTheConnection) {
+TEST_F(FormatTest, ProtocolErrorOnCallChannelClosesConnection) {
     const RawMessage announcement = rawMessage(kDescriptorsFollow);
     const unique_fd memory = sealedMemory(kBulkMemorySize);
     const unique_fd unsealed = sealedMemory(kBulkMemorySize, 0);
@@ -140,20 +141,20 @@ TEST_F(FormatTest, WhoBreaksThatOfACallChannelLosesTheConnection) {
         return message;
     };
     const Case kCases[] = {
-        {"a reply that nobody waits for", {rawMessage(kReply)}},
+        {"a reply without a call", {rawMessage(kReply)}},
         {"a reply after the reply", {call_, rawMessage(kReply)}},
         {"hello", {rawMessage(kHello, 1, kWireVersion)}},
         {"a receive buffer", {rawMessage(kReceiveSpace)}},
         {"a refusal", {rawMessage(kRefused)}},
         {"oneway", {with(call_, [](auto& m) { m.header.flags = kOneway; })}},
-        {"no reply was to be read", {rawMessage(kReplyRead)}},
+        {"kReplyRead without a reply", {rawMessage(kReplyRead)}},
         {"two announcements", {announcement, announcement}},
         {"descriptors without announcement", {withFds(call_, {memory.get()}, 1)}},
         {"announcement without descriptors", {announcement, withFds(call_, {}, 1)}},
         {"memory without descriptor", {with(call_, [](auto& m) { m.header.flags = kNewBulkMemory; })}},
         {"memory that may shrink", {announcement, giving(unsealed)}},
         {"memory too short", {announcement, giving(shorter)}},
-        {"memory that cannot be given back", {announcement, giving(readOnly)}},
+        {"memory sealed against writing", {announcement, giving(readOnly)}},
         {"no memory at all", {announcement, giving(null_)}},
         {"memory twice", {announcement, giving(memory), announcement, giving(memory)}},
         {"a block between blocks", {announcement, block(1, 64)}},
@@ -163,7 +164,7 @@ TEST_F(FormatTest, WhoBreaksThatOfACallChannelLosesTheConnection) {
         {"a body in no block", {with(call_, [](auto& m) { m.header.flags = kBodyInBulk; })}},
         {"a body beyond its block", {announcement, bodyInBlock(64, 65)}},
         {"a body beyond the limit", {announcement, bodyInBlock(kBulkMemorySize - 64, kTransactionLimit + 1)}},
-        {"unknown object of ours", {referring(call_, 999, kReceiversObject)}},
+        {"unknown object of the receiver", {referring(call_, 999, kReceiversObject)}},
     };
     for (const Case& one : kCases) {
         SCOPED_TRACE(one.name);
@@ -181,8 +182,8 @@ TEST_F(FormatTest, WhoBreaksThatOfACallChannelLosesTheConnection) {
     }
 }
 
-// Well-formed messages whose content is wrong: the call fails, the peer may go on.
-TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
+// The messages are well-formed, so that the connection stays open.
+TEST_F(FormatTest, WrongContentOfACallFailsOnlyThatCall) {
     const auto integers = [](const std::vector<int32_t>& values) {
         return [=](Parcel& parcel) {
             for (int32_t value : values) parcel.writeInt32(value);
@@ -200,7 +201,7 @@ TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
     };
     RawMessage otherInterface = call_;
     otherInterface.body[0] = 'X';
-    // An object of another type than the method takes counts as none.
+    // An object of a type other than the parameter's is read as null.
     const RawMessage otherType =
         referring(rawCall(object_, kSetCallback, integers({0})), object_, kReceiversObject);
     const struct {
@@ -210,8 +211,10 @@ TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
     } kCases[] = {
         {"unknown method", rawCall(object_, 4711), android::UNKNOWN_TRANSACTION},
         {"unknown object", rawCall(object_ + 1000, kMark), android::DEAD_OBJECT},
-        {"more objects than it holds", rawCall(object_, kPassCallbacks, count(1 << 28)), NOT_ENOUGH_DATA},
-        {"objects beyond number", rawCall(object_, kPassCallbacks, count(UINT64_MAX)), NOT_ENOUGH_DATA},
+        {"more objects than the message can hold", rawCall(object_, kPassCallbacks, count(1 << 28)),
+         NOT_ENOUGH_DATA},
+        {"the largest number of objects", rawCall(object_, kPassCallbacks, count(UINT64_MAX)),
+         NOT_ENOUGH_DATA},
         {"another interface", otherInterface, android::BAD_TYPE},
         {"another type", otherType, android::OK},
         {"no arguments", rawCall(object_, kAdd), NOT_ENOUGH_DATA},
@@ -220,12 +223,12 @@ TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
         {"no interface", rawCall(object_, kSetCallback), android::BAD_TYPE},
         {"half of the arguments", rawCall(object_, kAdd, integers({1})), NOT_ENOUGH_DATA},
         {"a oneway method", rawCall(object_, kNote, integers({1, -1})), android::UNKNOWN_ERROR},
-        {"an object not sent", rawCall(object_, kSetCallback, integers({5})), BAD_VALUE},
+        {"an object that is not sent", rawCall(object_, kSetCallback, integers({5})), BAD_VALUE},
         {"fewer bytes", rawCall(object_, kEchoBytes, sequence(9, "12345678")), BAD_VALUE},
         {"more bytes", rawCall(object_, kEchoBytes, sequence(7, "12345678")), BAD_VALUE},
         {"4 GiB", rawCall(object_, kEchoBytes, sequence(UINT32_MAX, "12345678")), BAD_VALUE},
-        {"another's bytes", rawCall(object_, kEchoBytes, sequence(8, "12345678", 8)), BAD_VALUE},
-        {"no end", rawCall(object_, kEchoText, sequence(7, "12345678")), BAD_VALUE},
+        {"wrong offset in the parent", rawCall(object_, kEchoBytes, sequence(8, "12345678", 8)), BAD_VALUE},
+        {"text without NUL", rawCall(object_, kEchoText, sequence(7, "12345678")), BAD_VALUE},
         {"4 GiB of text", rawCall(object_, kEchoText, sequence(UINT32_MAX, "")), BAD_VALUE},
         {"many texts", rawCall(object_, kEchoTexts, sequence(0x10000001, "12345678")), BAD_VALUE},
         {"descriptors not sent", rawCall(object_, kReadFiles, handle(1, 0)), BAD_VALUE},
@@ -244,8 +247,8 @@ TEST_F(FormatTest, AWrongCallGetsAnErrorAndNothingElse) {
     EXPECT_EQ(sp<IProbeCallback>(probe_->getCallback()), nullptr);
 }
 
-// Bytes in shared memory are read in place: nothing but plain data, and only where it may lie.
-TEST_F(FormatTest, BulkDataLiesInItsBlockAndAligned) {
+// Data in shared memory is read in place.
+TEST_F(FormatTest, BulkDataMustBePlainAlignedAndInsideItsBlock) {
     const unique_fd memory = sealedMemory(kBulkMemorySize);
     const struct {
         ProbeMethod method;
@@ -253,7 +256,7 @@ TEST_F(FormatTest, BulkDataLiesInItsBlockAndAligned) {
         status_t status;
     } kCases[] = {
         {kEchoBytes, 0, android::OK},       {kEchoBytes, 64, android::OK},
-        {kEchoBytes, 65, BAD_VALUE},  // a vector of wider numbers would be read astray
+        {kEchoBytes, 65, BAD_VALUE},  // misaligned for wider numbers
         {kEchoBytes, 4096 - 64, BAD_VALUE}, {kEchoBytes, UINT32_MAX - 63, BAD_VALUE},
         {kEchoText, 0, BAD_VALUE},
     };

@@ -12,7 +12,7 @@
 namespace hidlaudio::test {
 namespace {
 
-TEST_F(HostileTest, WhoIsSilentOrDoesNotReadStopsNobody) {
+TEST_F(HostileTest, SilentAndNonReadingPeersDoNotBlockOtherClients) {
     RawPeer silent;
     RawPeer helloOnly;
     helloOnly.hello();
@@ -20,29 +20,29 @@ TEST_F(HostileTest, WhoIsSilentOrDoesNotReadStopsNobody) {
     EXPECT_TRUE(sendRaw(announcing.channel, rawMessage(kDescriptorsFollow)));
     EXPECT_EQ(probe_->add(1, 2), 3);
     {
-        // Calls of whose replies none is taken: at last there is no room for one.
+        // The peer reads no replies, so its socket fills up and the service closes the connection.
         RawClient deaf;
         const Write text = sequence(20'000, std::string(20'000, 't') + std::string(1, '\0'));
         const RawMessage call = rawCall(deaf.object(), kEchoText, text);
         EXPECT_TRUE(becomesTrue([&] { return !sendRaw(deaf.channel, call) && errno == EPIPE; }));
     }
     {
-        // Many channels, more than a process gets.
+        // More channels than a process may open.
         RawPeer greedy;
         greedy.hello();
         for (int i = 0; i < 257 && greedy.offerChannel(); ++i) continue;
         EXPECT_TRUE(closes(greedy.control()));
     }
     {
-        // Several calls on a channel whose caller does not wait, and is gone at once.
+        // The peer sends several calls without waiting and closes the connection at once.
         RawClient hasty;
         for (int i = 0; i < 10; ++i) EXPECT_TRUE(sendRaw(hasty.channel, rawCall(hasty.object(), kMark)));
     }
     expectUnharmed(7);
 }
 
-// Calls that nest for ever, each made from within the callback of the one before.
-TEST_F(HostileTest, NestedCallsHaveALimit) {
+// The peer makes each call from the callback of the previous one.
+TEST_F(HostileTest, TooDeeplyNestedCallFails) {
     RawClient peer;
     RawMessage set = rawCall(peer.object(), kSetCallback, [](Parcel& parcel) { parcel.writeUint32(0); });
     addReference(&set, 1, kSendersObject);
@@ -60,8 +60,8 @@ TEST_F(HostileTest, NestedCallsHaveALimit) {
     EXPECT_GE(depth, 10);
 }
 
-// Objects that a peer sends by the thousand, reading nothing of their being given back.
-TEST_F(HostileTest, ReferencesThatAPeerDoesNotTakeBackAreNotPiledUp) {
+// The peer sends objects by the thousand and does not read the releases.
+TEST_F(HostileTest, TooManyPendingReleasesCloseConnection) {
     constexpr uint64_t kFarTooMany = 1'000'000;
     {
         RawClient peer;
@@ -76,9 +76,9 @@ TEST_F(HostileTest, ReferencesThatAPeerDoesNotTakeBackAreNotPiledUp) {
     expectUnharmed();
 }
 
-// Random changes of good messages. None holds a truth value: any other byte than 0
-// and 1 in its place is the callee's own undefined behaviour.
-TEST_F(HostileTest, RandomDamageHarmsNobody) {
+// No call has a bool argument: a byte other than 0 and 1 in its place would be undefined behavior of the
+// callee.
+TEST_F(HostileTest, RandomlyDamagedMessagesDoNotAffectOtherClients) {
     const uint32_t seed = std::random_device()();
     SCOPED_TRACE(seed);
     std::minstd_rand random(seed);
@@ -100,7 +100,7 @@ TEST_F(HostileTest, RandomDamageHarmsNobody) {
         if (good.method == kSetCallback) addReference(&call, 1, kSendersObject);
         for (uint32_t i = random() % 4 + 1; i > 0; --i) {
             const size_t place = random() % (kHeaderSize + call.body.size());
-            // Another method is another call, and no damage.
+            // Leave the method number alone: another method would be a valid call.
             if (place >= offsetof(MessageHeader, code) && place < offsetof(MessageHeader, fdCount)) continue;
             uint8_t* header = reinterpret_cast<uint8_t*>(&call.header);
             uint8_t& byte = place < kHeaderSize ? header[place] : call.body[place - kHeaderSize];
@@ -115,16 +115,16 @@ TEST_F(HostileTest, RandomDamageHarmsNobody) {
     expectUnharmed();
 }
 
-TEST_F(HostileTest, OneProcessGetsFewConnectionsAndLeavesTheOthersTheirs) {
+TEST_F(HostileTest, TooManyConnectionsOfAProcessAreRefusedButNotThoseOfOthers) {
     {
-        std::vector<RawPeer> peers(63);  // the client of this process has one
+        std::vector<RawPeer> peers(63);  // the client `probe_` has the 64th
         EXPECT_TRUE(closes(RawPeer().control()));
         peers[3].hello();
         int last = -1;
         for (int i = 0; i < 150; ++i) last = peers[3].openChannel();
         EXPECT_TRUE(sendRaw(last, rawCall(peers[3].object(), kMark)));
         EXPECT_EQ(positionOfReply(last), 0u);
-        // With those and the client's, one more than a process gets.
+        // Together with those and the client's, one channel more than a process may open.
         peers[7].hello();
         for (int i = 0; i < 106; ++i) peers[7].openChannel();
         EXPECT_TRUE(closes(peers[7].control()));
@@ -135,7 +135,7 @@ TEST_F(HostileTest, OneProcessGetsFewConnectionsAndLeavesTheOthersTheirs) {
     expectUnharmed();
 }
 
-TEST_F(HostileTest, AServiceWithoutDescriptorsRefusesAndLives) {
+TEST_F(HostileTest, ServiceWithoutDescriptorsRefusesConnectionsAndRecovers) {
     constexpr size_t kLimit = 48;
     Service service({1, "small", kLimit});
     const sp<IProbe> probe = service.get();
@@ -152,8 +152,8 @@ TEST_F(HostileTest, AServiceWithoutDescriptorsRefusesAndLives) {
     EXPECT_EQ(positionOfReply(next.channel), 0u);
 }
 
-// Other threads may take even the descriptor that is kept for refusals.
-TEST_F(HostileTest, AServiceThatCannotEvenRefuseDoesNotSpin) {
+// The service cannot even use the descriptor that it reserves for refusals.
+TEST_F(HostileTest, ServiceThatCannotRefuseConnectionsDoesNotSpin) {
     const auto processorTime = [this] {
         clockid_t clock{};
         timespec used{};
@@ -174,8 +174,7 @@ TEST_F(HostileTest, AServiceThatCannotEvenRefuseDoesNotSpin) {
     EXPECT_EQ(positionOfReply(waiting.channel), 0u);
 }
 
-// Whatever descriptors a process has sent, nothing of them is left once it has ended.
-TEST_F(HostileTest, DescriptorsOfADeadProcessAreClosed) {
+TEST_F(HostileTest, DescriptorsFromAnEndedProcessAreClosed) {
     for (const std::string& name : offerNames()) {
         SCOPED_TRACE(name);
         for (int i = 0; i < 3; ++i) EXPECT_EQ(Helper({"offer", name}).wait(), 0);
@@ -186,9 +185,8 @@ TEST_F(HostileTest, DescriptorsOfADeadProcessAreClosed) {
 
 using KilledClientsTest = HidlTest;
 
-// Killed while they connect, in mid call, in mid callback, or between: nothing of
-// them stays, and the service goes on.
-TEST_F(KilledClientsTest, LeaveNothingBehind) {
+// The clients are killed while they connect, call, are called back, or in between.
+TEST_F(KilledClientsTest, LeakNoDescriptorsThreadsOrMemory) {
     const uint32_t seed = std::random_device()();
     RecordProperty("seed", std::to_string(seed));
     SCOPED_TRACE(seed);
@@ -211,11 +209,11 @@ TEST_F(KilledClientsTest, LeaveNothingBehind) {
                 << service.descriptors() << " descriptors, not " << descriptors;
             EXPECT_EQ(errorOf(probe->setCallback(nullptr)), "");
         };
-        // Until the allocator and the event log have what they need.
+        // Warm-up: lets the heap and the event log of the service reach their final size.
         kill(pool.clients / 5);
         const uint64_t heap = probe->heapInUse();
         kill(pool.clients);
-        // Each thread may meanwhile have taken its share of packet buffers.
+        // Each further thread may have filled its cache of packet buffers in the meantime.
         EXPECT_LT(probe->heapInUse(), heap + 64 * 1024 + (pool.threads - 1) * 128 * 1024);
         EXPECT_LE(service.threads(), threads + pool.threads - 1);
     }

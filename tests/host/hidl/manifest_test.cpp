@@ -17,7 +17,7 @@ using testing::HasSubstr;
 
 const std::string kProbe = "com.tovi.test.probe@1.1::IProbe/default";
 
-/** On a TV with a manifest. */
+/** Fixture of a TV with a manifest. */
 class ManifestTest : public HidlTest {
   protected:
     ~ManifestTest() override { std::filesystem::remove_all(path_); }
@@ -32,7 +32,7 @@ class ManifestTest : public HidlTest {
 
     static status_t registerProbe() { return sp<Probe>(new Probe(1))->registerAsService("default"); }
 
-    /** Asks for the service on a thread of its own. */
+    /** Calls getService() on another thread. */
     static std::future<sp<IProbe>> ask(const std::string& instance) {
         return std::async(std::launch::async, [=] { return IProbe::getService(instance); });
     }
@@ -44,7 +44,7 @@ class ManifestTest : public HidlTest {
     const std::string path_ = host::tvRoot() + "/manifest";
 };
 
-TEST_F(ManifestTest, ALineDeclaresItsVersionAndOlderMinorOnes) {
+TEST_F(ManifestTest, LineDeclaresItsVersionAndOlderMinorVersions) {
     declare("# what this TV has\n\n" + kProbe +
             "  # the newest\n\tcom.tovi.test.other@2.10::IOther/default\r\n"
             "com.tovi.test.other@2.3::IOther/second#");
@@ -68,7 +68,7 @@ TEST_F(ManifestTest, ALineDeclaresItsVersionAndOlderMinorOnes) {
         EXPECT_EQ(isDeclared(interface, instance), expected) << interface << "/" << instance;
 }
 
-TEST_F(ManifestTest, AWrongOneDeclaresNothingAndIsNamed) {
+TEST_F(ManifestTest, WrongLineIsLoggedAndTheManifestDeclaresNothing) {
     for (const char* line :
          {"com.tovi.test.probe@1.1::IProbe", "com.tovi.test.probe@1.1::IProbe/", "@1.1::IProbe/default",
           "com.tovi.test.probe@1::IProbe/default", "com.tovi.test.probe@1.1::Probe/default",
@@ -88,7 +88,7 @@ TEST_F(ManifestTest, AWrongOneDeclaresNothingAndIsNamed) {
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("cannot read " + path_ + ": Is a dir"));
 }
 
-TEST_F(ManifestTest, RegistrationNeedsTheMostDerivedInterface) {
+TEST_F(ManifestTest, RegistrationRequiresADeclaredMostDerivedInterface) {
     declare("com.tovi.test.probe@1.0::IProbe/default\ncom.tovi.test.probe@1.1::IProbe/declared\n");
     testing::internal::CaptureStderr();
     EXPECT_EQ(registerProbe(), android::UNKNOWN_ERROR);
@@ -100,7 +100,7 @@ TEST_F(ManifestTest, RegistrationNeedsTheMostDerivedInterface) {
     EXPECT_EQ(IProbe::getService("undeclared"), nullptr);
     EXPECT_EQ(IProbe::tryGetService("undeclared"), nullptr);
 
-    // What is registered is not found under a name that is not declared.
+    // getService() does not find a registered service whose name is not declared.
     declare(kProbe);
     EXPECT_EQ(IProbe::getService("declared"), nullptr);
     const sp<IBase> registered =
@@ -108,7 +108,7 @@ TEST_F(ManifestTest, RegistrationNeedsTheMostDerivedInterface) {
     EXPECT_NE(registered, nullptr);
 }
 
-TEST_F(ManifestTest, ALookUpWaitsAndHearsOfTheRegistrationAtOnce) {
+TEST_F(ManifestTest, WaitingLookUpReturnsAtOnceAfterTheRegistration) {
     testing::internal::CaptureStderr();
     constexpr size_t kRounds = 3;
     for (size_t i = 0; i < kRounds; ++i) {
@@ -126,7 +126,7 @@ TEST_F(ManifestTest, ALookUpWaitsAndHearsOfTheRegistrationAtOnce) {
     EXPECT_LT(seconds, kRounds) << "each look-up waited for its second to end";
 }
 
-TEST_F(ManifestTest, AServiceThatDiesInTheLookUpIsNoneOrWaitedFor) {
+TEST_F(ManifestTest, LookUpOfAKilledServiceWaitsIfDeclaredOrReturnsNull) {
     for (const bool hasManifest : {false, true}) {
         SCOPED_TRACE(hasManifest);
         Service busy({1, "default", 0, false});
@@ -143,13 +143,14 @@ TEST_F(ManifestTest, AServiceThatDiesInTheLookUpIsNoneOrWaitedFor) {
     }
 }
 
-// A pool that was configured for the joining thread alone gets no other one, and asks every second.
-TEST_F(ManifestTest, WaitingStartsThePoolUnlessItWasConfigured) {
+// A pool that is configured for the joining thread alone gets no other thread. Its process repeats the
+// look-up once a second.
+TEST_F(ManifestTest, WaitingLookUpStartsAnUnconfiguredPool) {
     declare(kProbe);
     Helper unconfigured({"await", "0"});
     Helper configured({"await", "1"});
     for (Helper* helper : {&unconfigured, &configured}) EXPECT_EQ(helper->readLine(), "asking");
-    // A sanitizer may add a thread of its own once there are two.
+    // Compare the processes: a sanitizer may add a thread of its own once there are two.
     const auto hasMore = [&] { return unconfigured.threads() > configured.threads(); };
     EXPECT_TRUE(becomesTrue(hasMore));
     const Service service;

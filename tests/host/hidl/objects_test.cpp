@@ -10,7 +10,7 @@ using testing::HasSubstr;
 
 class ObjectsTest : public ServedTest {
   protected:
-    /** A callback that is counted while it lives. */
+    /** Creates a callback that alive_ counts while it exists. */
     sp<Callback> counted() {
         sp<Callback> callback = new Callback();
         ++alive_;
@@ -20,17 +20,18 @@ class ObjectsTest : public ServedTest {
         };
         return callback;
     }
+    /** Waits until all of them are destroyed. */
     bool allEnd() {
         return becomesTrue([this] { return alive_ == 0; });
     }
-    /** A proxy of an object that lives in the service. */
+    /** Returns a proxy of a new object of the service. */
     sp<IProbeCallback> servicesObject() { return sp<IProbeCallback>(probe_->makeCallback()); }
 
     std::atomic<int> alive_{0};
     std::atomic<int32_t> endedOn_{0};
 };
 
-TEST_F(ObjectsTest, ALocalObjectComesBackAsItself) {
+TEST_F(ObjectsTest, LocalObjectIsReturnedAsItself) {
     const sp<IProbeCallback> local = new Callback();
     const sp<IProbeCallback> other = new Callback();
     const sp<IProbeCallback> remote = servicesObject();
@@ -52,7 +53,7 @@ TEST_F(ObjectsTest, ALocalObjectComesBackAsItself) {
     }
 }
 
-TEST_F(ObjectsTest, ARemoteObjectArrivesAsANewProxyEachTime) {
+TEST_F(ObjectsTest, EachLookUpReturnsANewProxyOfTheSameObject) {
     const sp<IProbe> again = service_.get();
     EXPECT_NE(again, probe_);
     const struct {
@@ -65,7 +66,7 @@ TEST_F(ObjectsTest, ARemoteObjectArrivesAsANewProxyEachTime) {
     }
 }
 
-TEST_F(ObjectsTest, Casts) {
+TEST_F(ObjectsTest, CastReturnsNullUnlessTheObjectImplementsTheInterface) {
     const sp<ParentProbe> parent = ParentProbe::getService();
     const sp<IBase> base = parent;
     const sp<IProbe> child = IProbe::castFrom(parent);
@@ -85,7 +86,7 @@ TEST_F(ObjectsTest, Casts) {
     EXPECT_THAT(errorOf(IProbe::castFrom(parent, true)), HasSubstr("DEAD_OBJECT"));
 }
 
-TEST_F(ObjectsTest, TheLastReferenceReleasesTheObjectOnTheOtherSide) {
+TEST_F(ObjectsTest, DroppingTheLastReferenceReleasesTheRemoteObject) {
     EXPECT_EQ(errorOf(probe_->setCallback(counted())), "");
     EXPECT_EQ(errorOf(probe_->callBack(1, [](int32_t, int32_t) {})), "");
     EXPECT_EQ(alive_, 1);
@@ -107,7 +108,7 @@ TEST_F(ObjectsTest, TheLastReferenceReleasesTheObjectOnTheOtherSide) {
     EXPECT_NE(endedOn_, threadNumber());
 }
 
-TEST_F(ObjectsTest, PassingReferencesBackAndForthLeavesNothingBehind) {
+TEST_F(ObjectsTest, PassingReferencesBackAndForthLeaksNoMemory) {
     const auto pass = [&](int rounds) {
         const sp<IProbeCallback> remote = servicesObject();
         for (int i = 0; i < rounds; ++i) {
@@ -118,8 +119,8 @@ TEST_F(ObjectsTest, PassingReferencesBackAndForthLeavesNothingBehind) {
         }
         EXPECT_TRUE(allEnd()) << alive_ << " are still held";
     };
-    // A leak makes each pass grow, one of 16 bytes a round as well. What the service keeps for
-    // the largest number of references that it has seen at a time, grows in some.
+    // A leak of only 16 bytes per round makes the heap grow in each pass. Memory that the service keeps
+    // for its largest number of simultaneous references makes it grow in some passes only.
     const auto growth = [&] {
         const uint64_t before = probe_->heapInUse();
         pass(1000);
@@ -130,9 +131,9 @@ TEST_F(ObjectsTest, PassingReferencesBackAndForthLeavesNothingBehind) {
     EXPECT_LT(least, 16 * 1000);
 }
 
-// The client's only pool thread is in a callback, so that what the service gives
-// back has to wait in the socket, and more of it than the socket takes.
-TEST_F(ObjectsTest, ReferencesGivenBackToABusyClientAreNotForgotten) {
+// The client's only pool thread is in a callback, so that it does not read the releases of the service.
+// There are more of them than the socket can hold.
+TEST_F(ObjectsTest, ReleasesForABusyClientArriveLater) {
     Gate inCallback;
     sp<Callback> blocking = new Callback();
     blocking->event = [&](int32_t) { return passGate(inCallback.handle()); };
@@ -146,7 +147,7 @@ TEST_F(ObjectsTest, ReferencesGivenBackToABusyClientAreNotForgotten) {
     EXPECT_TRUE(allEnd()) << alive_ << " are still held";
 }
 
-TEST_F(ObjectsTest, AnObjectIsNotPassedOnToAThirdProcess) {
+TEST_F(ObjectsTest, PassingAnObjectToAThirdProcessFails) {
     Service other({1, "other"});
     const sp<IProbeCallback> foreign = sp<IProbeCallback>(other.get()->makeCallback());
     EXPECT_THAT(errorOf(probe_->setCallback(foreign)), HasSubstr("INVALID_OPERATION"));

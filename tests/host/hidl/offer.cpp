@@ -35,7 +35,7 @@ int openPipe() {
     return pipe2(ends, O_CLOEXEC) == 0 ? ends[0] : -1;
 }
 
-/** A socket that listens under a name of its own, and perhaps one that is connected to it. */
+/** Returns a listening socket with a name of its own, or, if `connected`, a client connected to it. */
 int listening(bool connected) {
     const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
     sockaddr_un address{};
@@ -50,7 +50,7 @@ int listening(bool connected) {
     return client;
 }
 
-/** Sends `message` with descriptors beside those that it names. */
+/** Sends `message` with `fds`, whatever number of descriptors its header claims. */
 void sendWith(int socket, RawMessage message, const std::vector<int>& fds) {
     message.fds = fds;
     (void)sendRaw(socket, rawMessage(kDescriptorsFollow));
@@ -72,7 +72,10 @@ RawMessage filesCall(const RawClient& client, int fd) {
     return call;
 }
 
-/** Gives the service a callback and has it call that on a channel of the service's; returns its end here. */
+/**
+ * Sets a callback and makes the service call it on a call channel of its own. Returns this process's end
+ * of that channel.
+ */
 int channelOfService(const RawClient& client) {
     RawMessage set = rawCall(client.object(), kSetCallback, [](Parcel& parcel) { parcel.writeUint32(0); });
     addReference(&set, 1, kSendersObject);
@@ -95,7 +98,8 @@ struct Offer {
 
 const Offer kOffers[] = {
     {"its control connection", [](RawClient& client) { offerAsChannel(client, client.control()); }},
-    {"a copy of it", [](RawClient& client) { offerAsChannel(client, dup(client.control())); }},
+    {"a duplicate of its control connection",
+     [](RawClient& client) { offerAsChannel(client, dup(client.control())); }},
     {"the connection of another link",
      [](RawClient& client) { offerAsChannel(client, (*new RawPeer).control()); }},
     {"a channel that the service has", [](RawClient& client) { offerAsChannel(client, client.channel); }},
@@ -108,7 +112,7 @@ const Offer kOffers[] = {
          offerAsChannel(client, pair.far);
      }},
     {"one end of a pair", [](RawClient& client) { offerAsChannel(client, Pair().near); }},
-    {"an end that waits for itself",
+    {"an end whose queue holds the other end",
      [](RawClient& client) {
          const Pair pair;
          (void)sendRaw(pair.near, "x", 1, {pair.near});
@@ -117,7 +121,8 @@ const Offer kOffers[] = {
     {"a stream", [](RawClient& client) { offerAsChannel(client, Pair(SOCK_STREAM).near); }},
     {"datagrams", [](RawClient& client) { offerAsChannel(client, Pair(SOCK_DGRAM).near); }},
     {"a socket that listens", [](RawClient& client) { offerAsChannel(client, listening(false)); }},
-    {"a connection that nobody accepts", [](RawClient& client) { offerAsChannel(client, listening(true)); }},
+    {"a connection that is never accepted",
+     [](RawClient& client) { offerAsChannel(client, listening(true)); }},
     {"a socket without peer",
      [](RawClient& client) { offerAsChannel(client, socket(AF_UNIX, SOCK_SEQPACKET, 0)); }},
     {"a pipe", [](RawClient& client) { offerAsChannel(client, openPipe()); }},
@@ -139,7 +144,7 @@ const Offer kOffers[] = {
          answer.header.bodySize = 8;
          answer.body.resize(8);
          (void)sendRaw(channel, answer);
-         // The service does not read this: nobody there waits for anything on that channel.
+         // The service does not read this, because none of its threads waits on that channel.
          for (int i = 0; i < 2; ++i) sendWith(channel, rawMessage(kReplyRead), {client.control(), channel});
      }},
 };
@@ -155,7 +160,8 @@ std::vector<std::string> offerNames() {
 bool offer(const std::string& name) {
     for (const Offer& one : kOffers) {
         if (one.name != name) continue;
-        auto* client = new RawClient;  // nothing of it is closed before the process ends
+        auto* client =
+            new RawClient;  // never deleted, so that its descriptors stay open until the process exits
         one.make(*client);
         return true;
     }

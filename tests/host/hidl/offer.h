@@ -6,10 +6,13 @@
 
 namespace hidlaudio::test {
 
-/** The ways in which a client can leave descriptors with a service. */
+/** Returns the names of all ways in which a client can leave descriptors with a service. */
 std::vector<std::string> offerNames();
 
-/** Does so. The process is to end at once, without closing anything. Returns false if it cannot. */
+/**
+ * Leaves descriptors with the service in the way `name`. The process must exit afterwards without
+ * closing any descriptor. Returns false if there is no such name.
+ */
 bool offer(const std::string& name);
 
 }  // namespace hidlaudio::test

@@ -13,7 +13,7 @@ using com::tovi::test::probe::V1_0::Colour;
 using com::tovi::test::probe::V1_0::Item;
 using com::tovi::test::probe::V1_1::BpHwProbe;
 
-/** Receives what a proxy calls, and keeps it as a message that can be sent. */
+/** Records the last call of a proxy as a message that can be sent. */
 struct Recorder : android::hardware::BHwBinder {
     RawMessage call;
     size_t size = 0;
@@ -30,10 +30,11 @@ struct Recorder : android::hardware::BHwBinder {
     }
 };
 
-// A sanitizer's shadow memory, which covers most numbers.
+// Mappings of this size and more are ignored: a sanitizer's shadow memory covers most of the address
+// space.
 constexpr uint64_t kShadowSize = uint64_t{1} << 36;
 
-/** The addresses at which a process has memory. */
+/** The mapped addresses of a process. */
 class AddressSpace {
   public:
     explicit AddressSpace(pid_t pid) {
@@ -47,7 +48,7 @@ class AddressSpace {
         EXPECT_FALSE(ranges_.empty());
     }
 
-    /** The offset of the first address in `bytes`, or -1. */
+    /** Returns the offset of the first mapped address in `bytes`, or -1 if there is none. */
     ssize_t findIn(const std::vector<uint8_t>& bytes) const {
         uint64_t word = 0;
         for (size_t i = 0; i + sizeof(word) <= bytes.size(); ++i) {
@@ -66,14 +67,14 @@ class AddressSpace {
     std::vector<Range> ranges_;
 };
 
-/** A proxy whose calls a recorder keeps. */
+/** Fixture with a proxy whose calls are recorded. */
 class PacketTest : public ServedTest {
   protected:
     const sp<Recorder> recorder_ = new Recorder();
     const sp<BpHwProbe> proxy_ = new BpHwProbe(recorder_);
 };
 
-/** A result callback that is not called. */
+/** Result callback for calls that return no results. */
 constexpr auto kIgnore = [](const auto&...) {};
 
 native_handle_t* newHandle(const std::vector<int>& numbers) {
@@ -83,7 +84,7 @@ native_handle_t* newHandle(const std::vector<int>& numbers) {
     return handle;
 }
 
-TEST_F(PacketTest, NoPacketHoldsAnAddressOfItsSender) {
+TEST_F(PacketTest, PacketsContainNoAddressOfTheirSender) {
     const Item item{"item", {1.5f}, {"", "note"}, true, Colour::GREEN};
     Everything everything{};
     everything.twoTexts[0] = "first";
@@ -125,13 +126,13 @@ TEST_F(PacketTest, NoPacketHoldsAnAddressOfItsSender) {
     }
 }
 
-// As the platform's parcel lays them out: what fits here must fit on the TV.
-TEST_F(PacketTest, ATransactionWeighsWhatItsParcelTakesOnThePlatform) {
+// A transaction that fits here must fit on the TV.
+TEST_F(PacketTest, TransactionSizeEqualsThatOfThePlatformsParcel) {
     constexpr size_t kName = 32;    // "com.tovi.test.probe@1.0::IProbe"
-    constexpr size_t kObject = 48;  // of a buffer, with its entry
+    constexpr size_t kObject = 48;  // of a buffer, with its entry in the list of objects
     constexpr size_t kHead = 16;    // of a string or a vector
     constexpr size_t kItem = 56;    // a string, two vectors, a bool, an enumeration
-    // Without content: eight strings, of which each has its NUL, and seven vectors.
+    // An empty structure: eight strings, each with its NUL, and seven vectors.
     constexpr size_t kEverything = sizeof(Everything) + 8 * (kObject + 8) + 7 * kObject;
     hidl_handle file;
     file.setTo(newHandle({1, 2}), true);

@@ -32,19 +32,20 @@ using com::tovi::test::probe::V1_0::IProbeCallback;
 using com::tovi::test::probe::V1_1::IProbe;
 using ParentProbe = com::tovi::test::probe::V1_0::IProbe;
 
-/** The kernel's number of this thread; that of the main thread is the process's. */
+/** Returns the kernel's ID of this thread. The main thread's ID is the process ID. */
 inline int32_t threadNumber() {
     return static_cast<int32_t>(syscall(SYS_gettid));
 }
 
-/** What a method does behind a gate: tells that it is there, and waits. 0, or -1 if there is no gate. */
+/** Reports that the method has reached the gate and waits until it opens. Returns 0, or -1 if there is none.
+ */
 inline int32_t passGate(const native_handle_t* gate) {
     char byte = 'e';
     return gate != nullptr && write(gate->data[0], &byte, 1) == 1 && read(gate->data[0], &byte, 1) == 1 ? 0
                                                                                                         : -1;
 }
 
-/** A callback that does what the test says. */
+/** Callback whose behavior the test sets. */
 struct Callback : IProbeCallback {
     std::function<int32_t(int32_t)> event = [](int32_t value) { return value + 1; };
     std::function<void()> gone = [] {};
@@ -53,14 +54,14 @@ struct Callback : IProbeCallback {
     Return<int32_t> onEvent(int32_t value) override { return event(value); }
 };
 
-/** Hands each death notice to the test: the cookie, and the object that died. */
+/** Passes each death notice to the test: the cookie and the proxy of the dead object. */
 struct Mourner : android::hardware::hidl_death_recipient {
     std::function<void(uint64_t, const wp<IBase>&)> died;
 
     void serviceDied(uint64_t cookie, const wp<IBase>& who) override { died(cookie, who); }
 };
 
-/** The service that the interface describes. Any thread. */
+/** Implements IProbe, as IProbe.hal describes it. Any thread. */
 class Probe : public IProbe {
   public:
     explicit Probe(uint32_t number) : number_(number) {
@@ -81,7 +82,7 @@ class Probe : public IProbe {
     Return<uint32_t> mark() override { return marks_++; }
     Return<void> setCallback(const sp<IProbeCallback>& callback) override {
         if (callback != nullptr) (void)callback->linkToDeath(mourner_, 42).isOk();
-        sp<IProbeCallback> previous = callback;  // goes after the mutex is free
+        sp<IProbeCallback> previous = callback;  // destroyed after the mutex is released
         std::lock_guard<std::mutex> lock(mutex_);
         std::swap(previous, callback_);
         return Void();
@@ -180,7 +181,7 @@ class Probe : public IProbe {
         log(event);
         return Void();
     }
-    // The status of the call, which is also logged.
+    // Calls `target`. Returns and logs the status of the call.
     int32_t call(const sp<IProbeCallback>& target, int32_t value, int32_t* result) {
         Return<int32_t> called = target != nullptr ? target->onEvent(value) : Return<int32_t>(-1);
         const int32_t error = called.isDeadObject() ? android::DEAD_OBJECT : android::UNKNOWN_ERROR;
@@ -193,7 +194,7 @@ class Probe : public IProbe {
     const uint32_t number_;
     const sp<Mourner> mourner_ = new Mourner();
     std::atomic<uint32_t> marks_{0};
-    std::mutex mutex_;  // what follows
+    std::mutex mutex_;  // guards the members below
     sp<IProbeCallback> callback_;
     std::vector<hidl_string> events_;
     std::vector<std::thread> threads_;

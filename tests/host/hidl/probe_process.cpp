@@ -16,13 +16,13 @@
 #include "offer.h"
 #include "probe.h"
 
-// The processes around a test: services, and clients that are killed or many.
+// Program of the processes that the tests start: services and clients. The first argument is the role.
 namespace hidlaudio::test {
 namespace {
 
 using Arguments = std::vector<std::string>;
 
-// Beyond the standard three, the test passes at most one descriptor: a gate.
+// Descriptor of the gate that the test may pass.
 constexpr int kPassed = 3;
 
 void say(const std::string& line) {
@@ -49,7 +49,7 @@ int serve(const Arguments& arguments) {
     return 1;
 }
 
-// Has and holds an object, and calls a method that waits at the passed gate.
+// Holds an object of the service and calls a method that waits at the passed gate.
 int hold(const Arguments& arguments) {
     sp<ParentProbe> probe = ParentProbe::getService();
     const sp<IProbeCallback> held = sp<IProbeCallback>(probe->makeCallback());
@@ -59,7 +59,7 @@ int hold(const Arguments& arguments) {
     return probe->wait(std::stoi(arguments.at(0)), gate).isOk() ? 0 : 1;
 }
 
-// Has a callback that never answers, and asks for it itself where it is told to.
+// Sets a callback that never returns. With "nested", makes the service call it.
 int hang(const Arguments& arguments) {
     sp<ParentProbe> probe = ParentProbe::getService();
     sp<Callback> callback = new Callback();
@@ -73,14 +73,14 @@ int hang(const Arguments& arguments) {
     sleepForEver();
 }
 
-// Asks for the callback that another process gave to the service.
+// Gets the callback that another process has passed to the service.
 int fetch(const Arguments&) {
     const Return<sp<IProbeCallback>> fetched = ParentProbe::getService()->getCallback();
     say(fetched.isOk() ? "" : fetched.description());
     return 0;
 }
 
-// Waits for a service, with a pool that was configured for this thread alone or not at all.
+// Waits for a service. With "1", the pool is configured for this thread alone; otherwise not at all.
 int await(const Arguments& arguments) {
     if (arguments.at(0) == "1") android::hardware::configureRpcThreadpool(1, true);
     say("asking");
@@ -88,7 +88,7 @@ int await(const Arguments& arguments) {
     sleepForEver();
 }
 
-// Looks a service up without calling it, calls it, and reports what came of that.
+// Looks up a service without calling it, then calls it and reports the errors.
 int find(const Arguments&) {
     const Return<sp<IBase>> found =
         android::hardware::defaultServiceManager()->get(ParentProbe::descriptor, "default");
@@ -102,7 +102,7 @@ int find(const Arguments&) {
     return 0;
 }
 
-// Sends so many bytes once it is let go, and reports what came of it.
+// Sends the given number of bytes after the test has written a byte, and reports the result.
 int sendBytes(const Arguments& arguments) {
     const sp<ParentProbe> probe = ParentProbe::getService();
     const hidl_vec<uint8_t> bytes(std::stoul(arguments.at(0)));
@@ -119,7 +119,7 @@ int offerDescriptors(const Arguments& arguments) {
     _exit(offer(arguments.at(0)) ? 0 : 1);
 }
 
-// What a client may be at when it is killed.
+// Makes random calls until the process is killed.
 [[noreturn]] void live(uint32_t seed) {
     std::minstd_rand random(seed);
     sp<ParentProbe> probe = ParentProbe::getService();
@@ -137,7 +137,7 @@ int offerDescriptors(const Arguments& arguments) {
     for (;;) actions[random() % std::size(actions)]();
 }
 
-// So many clients, some at a time, each killed at a random moment of its first milliseconds.
+// Runs the given number of clients, three at a time. Kills each at a random moment within milliseconds.
 int churn(const Arguments& arguments) {
     constexpr size_t kAtOnce = 3;
     constexpr uint32_t kLongestPause = 1'500'000;
@@ -169,7 +169,7 @@ constexpr std::pair<const char*, int (*)(const Arguments&)> kRoles[] = {
 }  // namespace hidlaudio::test
 
 int main(int count, char** arguments) {
-    // A test that is killed leaves nobody behind.
+    // If the test is killed, this process ends as well.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     for (const auto& [name, run] : hidlaudio::test::kRoles)
         if (count > 1 && name == std::string(arguments[1]))

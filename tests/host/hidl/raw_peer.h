@@ -14,10 +14,10 @@
 
 namespace hidlaudio::test {
 
-using namespace android::hardware::transport;  // NOLINT: the wire's names are what this file is about
+using namespace android::hardware::transport;  // NOLINT: names of the wire format
 using android::hardware::Parcel;
 
-/** The probe's methods that are called by number. */
+/** Numbers of the probe's methods that tests call without a proxy. */
 enum ProbeMethod : uint32_t {
     kAdd = 1,
     kMark,
@@ -35,7 +35,7 @@ enum ProbeMethod : uint32_t {
     kCallBackFromThread = 19,
 };
 
-/** A message as a peer may make it: nothing in the header follows from the rest by itself. */
+/** A message of a peer. The header is sent as it is, even if it does not match the rest. */
 struct RawMessage {
     MessageHeader header{};
     std::vector<uint8_t> body;
@@ -53,7 +53,7 @@ inline RawMessage rawMessage(MessageType type, uint64_t target = 0, uint32_t cod
 /** Writes the arguments of a call. */
 using Write = std::function<void(Parcel&)>;
 
-/** A well-formed call of `method`. */
+/** Returns a well-formed call of `method`. */
 inline RawMessage rawCall(uint64_t object, uint32_t method, const Write& write = [](auto&) {}) {
     Parcel parcel;
     parcel.writeInterfaceToken(ParentProbe::descriptor);
@@ -66,7 +66,7 @@ inline RawMessage rawCall(uint64_t object, uint32_t method, const Write& write =
     return message;
 }
 
-/** A vector or string of `content` that claims to hold `size` elements. */
+/** Writes a vector or string with `content` whose structure claims `size` elements. */
 inline Write sequence(uint32_t size, const std::string& content, uint32_t parentOffset = 0) {
     return [=](Parcel& parcel) {
         const uint32_t structure[4] = {0, 0, size, 1};
@@ -83,7 +83,7 @@ inline void addReference(RawMessage* message, uint64_t object, uint32_t owner, u
     ++message->header.objectCount;
 }
 
-/** Sends one packet; whether the kernel took it. Once sent, it lies in the service's queue. */
+/** Sends one packet, which is then in the receiver's queue. Returns false if the kernel rejects it. */
 inline bool sendRaw(int socket, const void* data, size_t size, const std::vector<int>& fds = {}) {
     iovec part{const_cast<void*>(data), size};
     msghdr message{};
@@ -111,9 +111,9 @@ inline bool sendRaw(int socket, const RawMessage& message) {
 }
 
 /**
- * The next packet; nothing where the peer has closed, or none comes.
+ * Receives the next packet. Returns `std::nullopt` if the peer has closed the socket or on a time-out.
  *
- * @param fds its descriptors, which are closed otherwise
+ * @param fds receives the descriptors of the packet; if null, they are discarded
  */
 inline std::optional<RawMessage> receiveRaw(int socket, std::vector<unique_fd>* fds = nullptr) {
     std::vector<uint8_t> packet(kMaxPacket);
@@ -138,7 +138,7 @@ inline std::optional<RawMessage> receiveRaw(int socket, std::vector<unique_fd>* 
     return message;
 }
 
-/** Whether the peer closes the socket, whatever it sends before. */
+/** Discards what the peer sends. Returns whether the peer closes the socket. */
 inline bool closes(int socket) {
     char byte;
     ssize_t size;
@@ -147,23 +147,23 @@ inline bool closes(int socket) {
     return size == 0 || errno == ECONNRESET;
 }
 
-/** The transport's status in the reply to a call. */
+/** Receives the reply to a call and returns the transport's status in it. */
 inline status_t statusOfReply(int socket) {
     const std::optional<RawMessage> reply = receiveRaw(socket);
     EXPECT_TRUE(reply && reply->header.type == kReply);
     return reply ? static_cast<status_t>(reply->header.code) : INT32_MIN;
 }
 
-/** The result of mark() in a reply. */
+/** Receives the reply to mark() and returns its result. */
 inline uint32_t positionOfReply(int socket) {
     const std::optional<RawMessage> reply = receiveRaw(socket);
-    uint32_t words[2] = {1, UINT32_MAX};  // the callee's status, the result
+    uint32_t words[2] = {1, UINT32_MAX};  // callee's status, result
     if (reply && reply->body.size() >= sizeof(words)) memcpy(words, reply->body.data(), sizeof(words));
     EXPECT_EQ(words[0], 0u);
     return words[1];
 }
 
-/** Memory as a peer may share it, unless the seals are others. */
+/** Creates sealed memory. With the default seals, a peer may share it. */
 inline unique_fd sealedMemory(size_t size, int seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) {
     unique_fd memory(memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     EXPECT_EQ(ftruncate(memory.get(), static_cast<off_t>(size)), 0);
@@ -171,10 +171,10 @@ inline unique_fd sealedMemory(size_t size, int seals = F_SEAL_SHRINK | F_SEAL_GR
     return memory;
 }
 
-/** A client that speaks the transport by hand. */
+/** A client that builds the packets of the transport itself. */
 class RawPeer {
   public:
-    /** Connects to the service registered as `instance`, and says nothing. */
+    /** Connects to the service registered as `instance` and sends nothing. */
     explicit RawPeer(const std::string& instance = "default") {
         RegistryEntry entry;
         EXPECT_TRUE(registryFind(ParentProbe::descriptor, instance, &entry));
@@ -184,17 +184,17 @@ class RawPeer {
     }
 
     int control() const { return control_.get(); }
-    /** Number of the service's object. */
+    /** Returns the number of the service's object. */
     uint64_t object() const { return object_; }
 
     void hello() { EXPECT_TRUE(sendRaw(control(), rawMessage(kHello, 0x1234567890abcdef, kWireVersion))); }
-    /** A new call channel's near end, which stays this object's. */
+    /** Opens a call channel. Returns its near end, which this object owns. */
     int openChannel() {
         EXPECT_TRUE(offerChannel());
         return channels_.back().get();
     }
 
-    /** Whether a new call channel could be sent: not to a process that has closed the connection. */
+    /** Sends a new call channel. Returns false if the service has closed the connection. */
     bool offerChannel() {
         int ends[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
@@ -218,7 +218,7 @@ class RawPeer {
     std::vector<unique_fd> channels_;
 };
 
-/** A peer that is ready to call. */
+/** A peer with a call channel. */
 struct RawClient : RawPeer {
     explicit RawClient(const std::string& instance = "default") : RawPeer(instance) {
         hello();
@@ -227,14 +227,14 @@ struct RawClient : RawPeer {
     int channel;
 };
 
-/** Beside a client that must not suffer. */
+/** Fixture of hostile peers: the client `probe_` of the same service must not be affected. */
 class HostileTest : public ServedTest {
   protected:
     HostileTest() {
         EXPECT_EQ(probe_->add(1, 2), 3);
         descriptors_ = service_.descriptors();
     }
-    /** The client is served at once, and nothing of the peers stays but `more` descriptors. */
+    /** Expects that `probe_` is served within 2 s and that the peers leave only `more` descriptors open. */
     void expectUnharmed(size_t more = 0) {
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(probe_->add(1, 2), 3);

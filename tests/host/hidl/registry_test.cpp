@@ -27,7 +27,7 @@ class RegistryTest : public HidlTest {
     }
 };
 
-TEST_F(RegistryTest, AServiceIsFoundByEachOfItsInterfaces) {
+TEST_F(RegistryTest, ServiceIsFoundByEachOfItsInterfaces) {
     EXPECT_EQ(IProbe::getService(), nullptr);
     EXPECT_EQ(IProbe::tryGetService(), nullptr);
     Service service;
@@ -37,7 +37,8 @@ TEST_F(RegistryTest, AServiceIsFoundByEachOfItsInterfaces) {
         ASSERT_NE(found, nullptr);
         EXPECT_EQ(found->add(1, 2), 3);
     }
-    EXPECT_EQ(ParentProbe::getService("default", true), nullptr);  // no implementation to load here
+    EXPECT_EQ(ParentProbe::getService("default", true),
+              nullptr);  // passthrough: no implementation can be loaded
     EXPECT_EQ(IProbe::getService("another"), nullptr);
     EXPECT_EQ(IProbeCallback::getService(), nullptr);
     EXPECT_EQ(service.get()->registerAnother("second", 2), android::OK);
@@ -48,9 +49,9 @@ TEST_F(RegistryTest, AServiceIsFoundByEachOfItsInterfaces) {
     EXPECT_EQ(status.st_mode & 0777, 0700u);
 }
 
-TEST_F(RegistryTest, AnyTextOfSomeLengthIsAName) {
+TEST_F(RegistryTest, AnyTextOfAllowedLengthIsAValidName) {
     Service service;
-    // A file's name of the longer interface, with what marks it, may have 255 bytes.
+    // The file name of an entry, interface~instance, may have 255 bytes.
     const size_t longest = 255 - kChild.size();
     for (const std::string& name : {std::string("../../default"), std::string(" ~%41/ä\n\x7f"),
                                     std::string("zero\0zero", 9), std::string(longest, 'n')}) {
@@ -68,7 +69,7 @@ TEST_F(RegistryTest, AnyTextOfSomeLengthIsAName) {
     EXPECT_EQ(android::hardware::details::registerAsServiceInternal(nullptr, "x"), android::UNEXPECTED_NULL);
 }
 
-TEST_F(RegistryTest, TheNewestOfANameWinsAndOldProxiesGoOn) {
+TEST_F(RegistryTest, NewestRegistrationWinsAndOldProxiesStillWork) {
     Service first;
     const sp<IProbe> firstProbe = first.get();
     EXPECT_EQ(firstProbe->registerAnother("default", 2), android::OK);
@@ -83,7 +84,7 @@ TEST_F(RegistryTest, TheNewestOfANameWinsAndOldProxiesGoOn) {
         EXPECT_EQ(firstProbe->number(), 1u);
         EXPECT_EQ(sameProcess->number(), 2u);
     }
-    // With the newest gone the name is empty; there is no way back.
+    // After the end of the newest process the name is free; the older object does not get it back.
     EXPECT_EQ(first.get(), nullptr);
     EXPECT_THAT(listed(), ElementsAre());
     EXPECT_EQ(firstProbe->number(), 1u);
@@ -92,7 +93,7 @@ TEST_F(RegistryTest, TheNewestOfANameWinsAndOldProxiesGoOn) {
     EXPECT_THAT(listed(), ElementsAre(kParent + "default", kChild + "default"));
 }
 
-TEST_F(RegistryTest, AReplacedObjectIsReleasedAtOnce) {
+TEST_F(RegistryTest, ReplacedObjectIsReleasedAtOnce) {
     wp<Probe> previous;
     for (const uint32_t number : {1u, 2u}) {
         const sp<Probe> probe = new Probe(number);
@@ -103,8 +104,8 @@ TEST_F(RegistryTest, AReplacedObjectIsReleasedAtOnce) {
     }
 }
 
-// A client may have read the entry of an object that is gone when it asks for it.
-TEST_F(RegistryTest, ALookUpFindsANameThatChangesHandsMeanwhile) {
+// The object of an entry may be replaced after a client has read the entry.
+TEST_F(RegistryTest, LookUpSucceedsWhileTheNameIsRegisteredAgain) {
     Service service({3});
     const sp<IProbe> probe = service.get();
     const auto lookUp = [&service] {
@@ -124,7 +125,7 @@ TEST_F(RegistryTest, ALookUpFindsANameThatChangesHandsMeanwhile) {
     while (!areDone()) ASSERT_EQ(probe->registerAnother("default", 2), android::OK);
 }
 
-TEST_F(RegistryTest, ATvMayLieFarDown) {
+TEST_F(RegistryTest, PathOfTheTvMayBeLongerThanASocketAddress) {
     const std::string before = host::tvRoot();
     const std::string part(60, 'd');
     host::setTvRoot(before + "/" + part + "/" + part + "/" + part);
@@ -135,7 +136,7 @@ TEST_F(RegistryTest, ATvMayLieFarDown) {
     EXPECT_EQ(probe->add(1, 2), 3);
 }
 
-TEST_F(RegistryTest, ARegistryThatCannotBeUsedIsAnError) {
+TEST_F(RegistryTest, UnusableRegistryIsReportedAsAnError) {
     const std::string before = host::tvRoot();
     const PrivateFolder tv;
     const std::string registry = tv / "run/hwbinder";
@@ -147,7 +148,7 @@ TEST_F(RegistryTest, ARegistryThatCannotBeUsedIsAnError) {
         EXPECT_THAT(errorOf(manager->debugDump(ignore)), testing::HasSubstr(registry));
         EXPECT_THAT(errorOf(manager->listByInterface("x", ignore)), testing::HasSubstr(registry));
     };
-    EXPECT_THAT(listed(), ElementsAre()) << "a TV that was never booted has none";
+    EXPECT_THAT(listed(), ElementsAre()) << "a TV that was never booted has no registry";
     makeFile(registry);
     expectError();
     std::filesystem::remove(registry);
@@ -157,7 +158,7 @@ TEST_F(RegistryTest, ARegistryThatCannotBeUsedIsAnError) {
     host::setTvRoot(before);
 }
 
-TEST_F(RegistryTest, ADamagedEntryIsNoService) {
+TEST_F(RegistryTest, DamagedEntryIsNotFound) {
     Service service;
     const std::string entry = host::tvRoot() + "/run/hwbinder/com.tovi.test.probe@1.1::IProbe~default";
     const std::string good = contentOf(entry);
@@ -170,7 +171,7 @@ TEST_F(RegistryTest, ADamagedEntryIsNoService) {
     }
     std::filesystem::remove(entry);
     ASSERT_EQ(mkfifo(entry.c_str(), 0600), 0);
-    EXPECT_EQ(service.get(), nullptr) << "and nobody waits for a writer";
+    EXPECT_EQ(service.get(), nullptr) << "the look-up must not block on the FIFO";
     std::filesystem::remove(entry);
     makeFile(entry, good);
     EXPECT_EQ(service.get()->add(1, 2), 3);

@@ -7,7 +7,7 @@
 
 #include "raw_peer.h"
 
-// Processes that have no descriptor or no address space left.
+// Processes that have no descriptors or no address space left.
 namespace hidlaudio::test {
 namespace {
 
@@ -21,7 +21,7 @@ const auto kFails = HasSubstr("FAILED_TRANSACTION");
 const auto kNoDescriptor = HasSubstr("Too many open files");
 const auto kNoMemory = HasSubstr("NO_MEMORY");
 
-/** Takes a resource from a process while this lives. */
+/** Limits a resource of a process while this object exists. */
 class Limited {
   public:
     Limited(pid_t pid, __rlimit_resource resource, rlim_t limit) : pid_(pid), resource_(resource) {
@@ -39,7 +39,7 @@ class Limited {
     rlimit before_{};
 };
 
-/** The lowest number that is no descriptor of the process: as a limit it leaves none free. */
+/** Returns the lowest free descriptor number of the process: as a limit, it leaves no descriptor free. */
 rlim_t lowestFree(pid_t pid) {
     rlim_t number = 0;
     while (std::filesystem::is_symlink(procFolder(pid) + "/fd/" + std::to_string(number))) ++number;
@@ -59,7 +59,8 @@ class ShortageTest : public ServedTest {
         return errorOf(probe_->readFiles(files_, [](const auto&, const auto&) {}));
     }
     std::string takeHandle() {
-        return errorOf(probe_->wait(1, files_.first));  // the gate that it is not ends the method at once
+        return errorOf(
+            probe_->wait(1, files_.first));  // the handle is no gate, so the method returns at once
     }
     std::string callFromThread() {
         return std::async(std::launch::async, [this] { return errorOf(probe_->add(1, 2)); }).get();
@@ -71,7 +72,7 @@ class ShortageTest : public ServedTest {
     std::string make(uint32_t size) {
         return errorOf(probe_->makeBytes(size, [](const auto&) {}));
     }
-    /** With enough of everything, all is as if nothing had been missing. */
+    /** Expects that all calls succeed after the shortage. */
     void expectRecovery() {
         EXPECT_EQ(passHandle(), "");
         EXPECT_EQ(callFromThread(), "");
@@ -84,7 +85,7 @@ class ShortageTest : public ServedTest {
     Files files_;
 };
 
-TEST_F(ShortageTest, AServiceWithoutDescriptorsFailsTheCallsThatNeedOne) {
+TEST_F(ShortageTest, ServiceWithoutDescriptorsFailsTheCallsThatNeedOne) {
     {
         const Limited limited(service_.pid(), RLIMIT_NOFILE, lowestFree(service_.pid()));
         EXPECT_THAT(takeHandle(), kFails);
@@ -105,8 +106,8 @@ TEST_F(ShortageTest, AServiceWithoutDescriptorsFailsTheCallsThatNeedOne) {
     expectRecovery();
 }
 
-// Nobody waits for an answer to a oneway call; the next call reports why it was lost.
-TEST_F(ShortageTest, AServiceThatLosesAOnewayCallEndsTheConnectionWithTheReason) {
+// A oneway call has no reply, so the next call returns the reason.
+TEST_F(ShortageTest, ServiceThatLosesAOnewayCallEndsTheConnectionWithTheReason) {
     {
         const Limited limited(service_.pid(), RLIMIT_NOFILE, lowestFree(service_.pid()));
         EXPECT_EQ(send(kLarge), "");
@@ -116,7 +117,7 @@ TEST_F(ShortageTest, AServiceThatLosesAOnewayCallEndsTheConnectionWithTheReason)
     EXPECT_EQ(service_.get()->add(1, 2), 3);
 }
 
-TEST_F(ShortageTest, AClientWithoutDescriptorsIsToldSo) {
+TEST_F(ShortageTest, ClientWithoutDescriptorsGetsErrors) {
     {
         const Limited limited(getpid(), RLIMIT_NOFILE, lowestFree(getpid()));
         const auto manager = android::hardware::defaultServiceManager();
@@ -134,7 +135,7 @@ TEST_F(ShortageTest, AClientWithoutDescriptorsIsToldSo) {
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-TEST_F(ShortageTest, AServiceWithoutAddressSpaceFailsTheCallsThatNeedSome) {
+TEST_F(ShortageTest, ServiceWithoutAddressSpaceFailsTheCallsThatNeedSome) {
     EXPECT_EQ(errorOf(probe_->makeBytes(1, [](const auto&) {})), "");
     {
         const std::string statm = contentOf(procFolder(service_.pid()) + "/statm");

@@ -20,7 +20,7 @@ constexpr char kRefusal[] = "FAILED_TRANSACTION";
 
 class SpaceTest : public HostileTest {
   protected:
-    /** Keeps the service's only thread busy until this goes. */
+    /** Keeps the service's only thread busy while this object exists. */
     struct Busy {
         Gate gate;
         std::future<std::string> call;
@@ -41,7 +41,7 @@ class SpaceTest : public HostileTest {
     std::string sendOneway(size_t size) { return errorOf(probe_->takeBytes(hidl_vec<uint8_t>(size))); }
 };
 
-/** Clients that send so much each, as soon as they are let go. */
+/** Starts `count` clients that each send `size` bytes after letGo(). */
 std::vector<std::unique_ptr<Helper>> makeSenders(size_t count, size_t size) {
     std::vector<std::unique_ptr<Helper>> senders;
     for (size_t i = 0; i < count; ++i) {
@@ -56,7 +56,7 @@ size_t countDone(const std::vector<std::unique_ptr<Helper>>& senders) {
                                              [](const auto& sender) { return sender->hasOutput(); }));
 }
 
-TEST_F(SpaceTest, CallsOfAllClientsShareTheBufferOfTheService) {
+TEST_F(SpaceTest, CallsOfAllClientsShareTheReceiveBufferOfTheService) {
     const auto senders = makeSenders(6, 250'000);
     std::vector<std::string> results;
     {
@@ -72,7 +72,7 @@ TEST_F(SpaceTest, CallsOfAllClientsShareTheBufferOfTheService) {
     EXPECT_EQ(send(kLargest), "");
 }
 
-TEST_F(SpaceTest, KilledClientsGiveTheirShareBack) {
+TEST_F(SpaceTest, EndOfClientsReleasesTheirClaims) {
     auto senders = makeSenders(4, 250'000);
     {
         const Busy busy(probe_);
@@ -84,7 +84,7 @@ TEST_F(SpaceTest, KilledClientsGiveTheirShareBack) {
     EXPECT_TRUE(becomesTrue([&] { return send(kLargest).empty(); }));
 }
 
-TEST_F(SpaceTest, OnewayCallsShareHalfOfIt) {
+TEST_F(SpaceTest, OnewayCallsShareHalfOfTheReceiveBuffer) {
     {
         const Busy busy(probe_);
         EXPECT_EQ(sendOneway(300'000), "");
@@ -92,11 +92,11 @@ TEST_F(SpaceTest, OnewayCallsShareHalfOfIt) {
         EXPECT_EQ(sendOneway(200'000), "");
     }
     EXPECT_EQ(probe_->add(1, 2), 3);
-    // The room of a oneway call is given back after it, perhaps beside the next call.
+    // The room of a oneway call is released after it, perhaps while the next call is running.
     EXPECT_TRUE(becomesTrue([&] { return sendOneway(500'000).empty(); }));
 }
 
-TEST_F(SpaceTest, RepliesShareTheBufferOfTheClient) {
+TEST_F(SpaceTest, RepliesShareTheReceiveBufferOfTheClient) {
     std::string inner;
     bool called = false;
     const auto nested = [&](const auto&) {
@@ -110,7 +110,7 @@ TEST_F(SpaceTest, RepliesShareTheBufferOfTheClient) {
     }
 }
 
-/** A peer that can write to the service's claims. */
+/** A peer that writes to the claims page of the service. */
 class Claimer : public RawPeer {
   public:
     Claimer() {
@@ -145,7 +145,7 @@ class Claimer : public RawPeer {
     SpaceClaims* claims_ = nullptr;
 };
 
-TEST_F(SpaceTest, ClaimsOfAPeerThatIsGoneCountForNothing) {
+TEST_F(SpaceTest, ClaimsOfAnEndedPeerAreNotCounted) {
     {
         Claimer peer;
         peer.claim(peer.slot(), 900'000);
@@ -156,8 +156,8 @@ TEST_F(SpaceTest, ClaimsOfAPeerThatIsGoneCountForNothing) {
     EXPECT_EQ(send(kLargest), "");
 }
 
-// A peer that writes false claims can make calls of other peers fail for a short time only.
-TEST_F(SpaceTest, ClaimsThatNoMessageFollowsAreNotCountedForLong) {
+// A peer with false claims can make calls of other peers fail only for a short time.
+TEST_F(SpaceTest, ClaimsWithoutMessagesAreSoonNotCounted) {
     const auto recovers = [this] { return becomesTrue([this] { return send(250'000).empty(); }); };
     {
         Claimer honest;
@@ -182,7 +182,7 @@ TEST_F(SpaceTest, ClaimsThatNoMessageFollowsAreNotCountedForLong) {
         ends = true;
         scribbling.join();
     }
-    // One that comes again and again has had its chances.
+    // After several such peers, the claims of new links are not counted at all.
     std::string refused;
     for (int i = 0; i < 12; ++i) {
         Claimer peer;

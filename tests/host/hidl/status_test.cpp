@@ -14,7 +14,7 @@ Return<int32_t> failed() {
     return Status::fromStatusT(android::BAD_VALUE);
 }
 
-TEST_F(StatusTest, AnErrorThatNobodyExaminesEndsTheProcess) {
+TEST_F(StatusTest, UnexaminedErrorAbortsTheProcess) {
     EXPECT_DEATH((void)failed(), "not checked");
     EXPECT_DEATH((void)static_cast<int32_t>(failed()), "used as a success");
     EXPECT_DEATH(
@@ -28,26 +28,26 @@ TEST_F(StatusTest, AnErrorThatNobodyExaminesEndsTheProcess) {
     EXPECT_DEATH((void)Return<void>(Status::fromExceptionCode(Status::EX_SECURITY)), "EX_SECURITY");
 }
 
-TEST_F(StatusTest, ExaminedErrorsAndSuccessesAreFine) {
+TEST_F(StatusTest, ExaminedErrorsAndSuccessesDoNotAbort) {
     EXPECT_FALSE(failed().isOk());
     EXPECT_EQ(failed().withDefault(7), 7);
     EXPECT_TRUE(Return<void>(Status::fromStatusT(android::DEAD_OBJECT)).isDeadObject());
     (void)Return<int32_t>(1);
     Return<int32_t> first = failed();
-    Return<int32_t> second = std::move(first);  // the duty to examine moves along
+    Return<int32_t> second = std::move(first);  // the obligation to examine moves with the error
     EXPECT_FALSE(second.isOk());
     second = Return<int32_t>(8);
     EXPECT_EQ(second, 8);
 }
 
-TEST_F(StatusTest, ErrorsHaveTheirNamesAsText) {
+TEST_F(StatusTest, DescriptionNamesTheError) {
     EXPECT_EQ(Status::fromStatusT(android::BAD_VALUE).description(),
               "Status(EX_TRANSACTION_FAILED): 'BAD_VALUE: '");
     EXPECT_THAT(Status::fromStatusT(android::TIMED_OUT).description(), HasSubstr("TIMED_OUT"));
     EXPECT_THAT(Status::fromStatusT(-EMFILE).description(), HasSubstr("Too many open files"));
 }
 
-TEST_F(StatusTest, AServiceThatBreaksTheRulesOfResultsEnds) {
+TEST_F(StatusTest, ServiceThatViolatesTheRulesOfResultsAborts) {
     std::string answers;
     const auto add = [&answers](const auto& text) { answers += text; };
     const struct {
@@ -70,14 +70,14 @@ TEST_F(StatusTest, AServiceThatBreaksTheRulesOfResultsEnds) {
     }
 }
 
-TEST_F(StatusTest, ACallWithoutResultCallbackEndsTheClient) {
+TEST_F(StatusTest, CallWithoutResultCallbackAbortsTheClient) {
     Service service;
     const auto call = [&service]() noexcept { return service.get()->echoText("text", nullptr).isOk(); };
     EXPECT_DEATH((void)call(), "bad_function_call");
     EXPECT_EQ(service.get()->add(1, 2), 3);
 }
 
-TEST_F(StatusTest, AnIdleServiceSleeps) {
+TEST_F(StatusTest, IdleServiceSleeps) {
     Service service;
     EXPECT_EQ(service.get()->add(1, 2), 3);
     EXPECT_TRUE(fallsAsleep(service.pid()));

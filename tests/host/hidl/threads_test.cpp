@@ -30,7 +30,7 @@ class ThreadsTest : public HidlTest {
         return serving;
     }
 
-    /** A call that lasts until the gate is opened; it has begun when this returns. */
+    /** Starts a call that lasts until the gate opens. Returns when the service has entered the method. */
     static std::future<std::string> waitAt(const sp<ParentProbe>& probe, int32_t number, Gate* gate) {
         auto done =
             std::async(std::launch::async, [=] { return errorOf(probe->wait(number, gate->handle())); });
@@ -39,9 +39,9 @@ class ThreadsTest : public HidlTest {
     }
 };
 
-TEST_F(ThreadsTest, OnlyTheJoiningThreadServesAndNotBefore) {
+TEST_F(ThreadsTest, PoolOfOneServesOnlyAfterTheCallerJoins) {
     Service service({1, "default", 0, false});
-    // The look-up itself asks the service.
+    // The look-up calls the service, so it waits as well.
     auto found = std::async(std::launch::async, [&service] { return service.get(); });
     EXPECT_EQ(found.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     service.letGo();
@@ -52,12 +52,12 @@ TEST_F(ThreadsTest, OnlyTheJoiningThreadServesAndNotBefore) {
     EXPECT_EQ(servingThread(probe), service.pid());
 }
 
-TEST_F(ThreadsTest, ALargerPoolServesBeforeTheCallerJoins) {
+TEST_F(ThreadsTest, LargerPoolServesBeforeTheCallerJoins) {
     Service service({3, "default", 0, false});
     EXPECT_NE(servingThread(service.get()), service.pid());
 }
 
-TEST_F(ThreadsTest, APoolServesAsManyCallsAtOnceAsItHasThreads) {
+TEST_F(ThreadsTest, PoolServesAsManyCallsAtOnceAsItHasThreads) {
     for (const size_t size : {1u, 3u}) {
         SCOPED_TRACE(size);
         Service service({size});
@@ -78,18 +78,18 @@ TEST_F(ThreadsTest, APoolServesAsManyCallsAtOnceAsItHasThreads) {
     }
 }
 
-TEST_F(ThreadsTest, MisuseEndsTheProcess) {
+TEST_F(ThreadsTest, MisuseOfThePoolAbortsTheProcess) {
     const auto start = [] { android::hardware::ProcessState::self()->startThreadPool(); };
     EXPECT_DEATH(joinRpcThreadpool(), "configureRpcThreadpool");
     EXPECT_DEATH(configureRpcThreadpool(0, true), "pool");
     EXPECT_DEATH((configureRpcThreadpool(1, false), joinRpcThreadpool()), "configureRpcThreadpool");
     EXPECT_DEATH((configureRpcThreadpool(2, true), start(), configureRpcThreadpool(1, true)), "shrunk");
-    // Not less than was configured before, though one thread runs.
+    // Allowed: no fewer threads than configured before, although one thread is running.
     EXPECT_EXIT((start(), configureRpcThreadpool(0, false), configureRpcThreadpool(2, false), _exit(0)),
                 testing::ExitedWithCode(0), "");
 }
 
-TEST_F(ThreadsTest, ACallbackFromTheServingThreadRunsOnTheThreadThatWaits) {
+TEST_F(ThreadsTest, CallbackFromTheServingThreadRunsOnTheWaitingThread) {
     Service service;
     const sp<IProbe> probe = service.get();
     std::vector<int32_t> threadsHere;
@@ -111,8 +111,8 @@ TEST_F(ThreadsTest, ACallbackFromTheServingThreadRunsOnTheThreadThatWaits) {
     EXPECT_THAT(threadsThere, Each(service.pid()));
 }
 
-// While the caller's thread is blocked in a call, and the service's only pool thread with it.
-TEST_F(ThreadsTest, ACallbackFromAnyOtherThreadRunsInTheClientsPool) {
+// Meanwhile, the caller's thread and the service's only pool thread are busy with another call.
+TEST_F(ThreadsTest, CallbackFromAnotherThreadRunsInTheClientsPool) {
     Service service;
     const sp<IProbe> probe = service.get();
     Gate callbackMayStart;
@@ -122,7 +122,7 @@ TEST_F(ThreadsTest, ACallbackFromAnyOtherThreadRunsInTheClientsPool) {
     sp<Callback> callback = new Callback();
     callback->event = [&](int32_t serversThread) {
         EXPECT_NE(threadNumber(), main);
-        // A call back goes to the thread that waits, though it is none of the pool.
+        // A nested call goes to the thread that waits, although that is not a pool thread.
         EXPECT_EQ(servingThread(probe), serversThread);
         EXPECT_NE(serversThread, service.pid());
         callIsServed.open();
@@ -141,7 +141,7 @@ TEST_F(ThreadsTest, ACallbackFromAnyOtherThreadRunsInTheClientsPool) {
     called.get_future().get();
 }
 
-TEST_F(ThreadsTest, AClientsPoolIsOneThread) {
+TEST_F(ThreadsTest, UnconfiguredPoolServesOnOneThread) {
     Service service;
     const sp<IProbe> probe = service.get();
     std::atomic<int> active{0};
@@ -162,7 +162,7 @@ TEST_F(ThreadsTest, AClientsPoolIsOneThread) {
     EXPECT_EQ(threadsHere.count(threadNumber()), 0u);
 }
 
-TEST_F(ThreadsTest, OnewayCallsOfAnObjectAreServedInOrderByAPoolOfSeveral) {
+TEST_F(ThreadsTest, OnewayCallsOfAnObjectAreServedInOrderByALargerPool) {
     Service service({3});
     const sp<IProbe> probe = service.get();
     ASSERT_EQ(probe->registerAnother("second", 2), android::OK);
@@ -183,8 +183,7 @@ TEST_F(ThreadsTest, OnewayCallsOfAnObjectAreServedInOrderByAPoolOfSeveral) {
     EXPECT_THAT(eventsOf(probe), ElementsAre("joined", "note 1", "note 2", "note 3"));
 }
 
-// What a service cannot take yet is refused at last, and not piled up.
-TEST_F(ThreadsTest, OnewayCallsThatWaitHaveALimit) {
+TEST_F(ThreadsTest, TooManyQueuedOnewayCallsFail) {
     constexpr int kFarTooMany = 10'000;
     for (const size_t size : {1u, 3u}) {
         SCOPED_TRACE(size);
@@ -194,7 +193,7 @@ TEST_F(ThreadsTest, OnewayCallsThatWaitHaveALimit) {
         EXPECT_EQ(errorOf(probe->note(0, gate.handle())), "");
         gate.awaitEntry();
         int sent = 0;
-        int refused = 0;  // in a row: the service may only just have made room
+        int refused = 0;  // consecutive failures: the service may be about to make room
         while (sent < kFarTooMany && refused < 10) {
             const std::string error = errorOf(probe->note(sent + 1, nullptr));
             refused = error.empty() ? 0 : refused + 1;
@@ -212,7 +211,7 @@ TEST_F(ThreadsTest, OnewayCallsThatWaitHaveALimit) {
     }
 }
 
-TEST_F(ThreadsTest, ManyThreadsOfAClientCallAtOnce) {
+TEST_F(ThreadsTest, ConcurrentCallsOfOneClientGetTheirOwnResults) {
     Service service({3});
     const sp<IProbe> probe = service.get();
     const auto call = [&probe](int thread) {
@@ -227,7 +226,7 @@ TEST_F(ThreadsTest, ManyThreadsOfAClientCallAtOnce) {
 }
 
 struct Client : RawClient {
-    // Once it has had an answer, only the order of its calls counts.
+    // The first call makes sure that the service has set up the connection and the channel.
     Client() {
         EXPECT_TRUE(sendRaw(channel, rawCall(object(), UINT32_MAX)));
         EXPECT_EQ(statusOfReply(channel), android::UNKNOWN_TRANSACTION);
@@ -235,8 +234,8 @@ struct Client : RawClient {
     void send() { EXPECT_TRUE(sendRaw(channel, rawCall(object(), kMark))); }
 };
 
-// What has been sent lies in the service's queue, so that the order of sending is
-// the order of arrival, and the only right one to be served in.
+// A message is in the service's queue as soon as it is sent, so calls arrive in the order in which they
+// are sent.
 TEST_F(ThreadsTest, CallsOfAllClientsAreServedInOrderOfArrival) {
     constexpr uint32_t kRounds = 4;
     Service service;
@@ -261,15 +260,15 @@ TEST_F(ThreadsTest, CallsOfAllClientsAreServedInOrderOfArrival) {
     }
 }
 
-// A client that was answered early and calls again comes behind those that wait already.
-TEST_F(ThreadsTest, AnEarlyAnswerBuysNoPlaceInTheQueue) {
+// The client gets its reply before the method returns, and calls again.
+TEST_F(ThreadsTest, ClientAnsweredEarlyIsServedAfterWaitingClients) {
     Service service;
     const sp<IProbe> probe = service.get();
     Gate before;
     Gate gate;
     Client early;
     Client other;
-    // While the service is busy, so that it finds the announcement and the call at once.
+    // Sent while the service is busy, so that it finds the announcement and the call together.
     auto busy = waitAt(probe, 0, &before);
     const RawMessage call = rawCall(early.object(), kAnswerThenWait,
                                     [&gate](auto& parcel) { parcel.writeNativeHandleNoDup(gate.handle()); });

@@ -52,7 +52,7 @@ Everything extremes() {
                       names};
 }
 
-TEST_F(ValuesTest, EveryTypeComesBackUnchanged) {
+TEST_F(ValuesTest, EveryTypeIsReturnedUnchanged) {
     for (const Everything& value : {Everything{}, extremes()}) {
         Everything same{};
         EXPECT_EQ(errorOf(probe_->echo(value, [&](const Everything& got) { same = got; })), "");
@@ -61,7 +61,7 @@ TEST_F(ValuesTest, EveryTypeComesBackUnchanged) {
     }
 }
 
-// Types of the interface language as the platform's library has them.
+// The HIDL types behave as in the platform's library.
 TEST_F(ValuesTest, StringsCompareAndPrintUpToTheirFirstNul) {
     const hidl_string whole("a\0b", 3);
     const hidl_string other("a\0c", 3);
@@ -76,7 +76,7 @@ TEST_F(ValuesTest, StringsCompareAndPrintUpToTheirFirstNul) {
     EXPECT_DEATH(external.setToExternal("text", 3), "must end with a NUL");
 }
 
-TEST_F(ValuesTest, AMovedVectorStillRefersToItsElements) {
+TEST_F(ValuesTest, MovedFromVectorStillRefersToItsElements) {
     hidl_vec<hidl_string> texts = {"first", "second"};
     const hidl_vec<hidl_string> moved = std::move(texts);
     EXPECT_EQ(texts.size(), 2u);  // NOLINT(bugprone-use-after-move)
@@ -93,7 +93,7 @@ TEST_F(ValuesTest, AMovedVectorStillRefersToItsElements) {
     EXPECT_EQ(released.get(), data);
 }
 
-TEST_F(ValuesTest, ValuesAsText) {
+TEST_F(ValuesTest, ToStringFormatsValues) {
     using android::hardware::toString;
     EXPECT_EQ(toString(true) + toString(false), "10");
     EXPECT_EQ(toString(hidl_handle()), "0");
@@ -102,8 +102,8 @@ TEST_F(ValuesTest, ValuesAsText) {
     EXPECT_THAT(toString(extremes()), HasSubstr("TWO (0x3)"));
 }
 
-TEST_F(ValuesTest, BytesOfEverySizeComeBackUnchanged) {
-    // The largest twice: the first is hardly given back when the second is sent.
+TEST_F(ValuesTest, BytesOfAnySizeAreReturnedUnchanged) {
+    // The largest size twice: the first block may still be in use when the second is sent.
     for (size_t size : {size_t{0}, size_t{1}, 4 * kKiB, 4 * kKiB + 1, 256 * kKiB, 1012 * kKiB, 1012 * kKiB}) {
         SCOPED_TRACE(size);
         std::vector<uint8_t> sent(size);
@@ -114,8 +114,8 @@ TEST_F(ValuesTest, BytesOfEverySizeComeBackUnchanged) {
     }
 }
 
-// A body that is not plain data, around the size of a packet and far above.
-TEST_F(ValuesTest, ManyTextsComeBackUnchanged) {
+// The body contains no plain data, and is about as large as a packet or much larger.
+TEST_F(ValuesTest, ManyTextsAreReturnedUnchanged) {
     for (size_t count : {1u, 500u, 700u, 6000u}) {
         SCOPED_TRACE(count);
         hidl_vec<hidl_vec<hidl_string>> texts(2);
@@ -127,9 +127,9 @@ TEST_F(ValuesTest, ManyTextsComeBackUnchanged) {
     }
 }
 
-TEST_F(ValuesTest, ATransactionHasALimit) {
+TEST_F(ValuesTest, TooLargeTransactionFails) {
     const auto bytes = [](size_t kiB) { return hidl_vec<uint8_t>(kiB * kKiB); };
-    // Empty strings, with the head, the object and the padded content of each.
+    // Empty strings: 16 bytes of the structure, 48 of the object and 8 of padded content each.
     const auto texts = [](size_t kiB) {
         hidl_vec<hidl_vec<hidl_string>> list(1);
         list[0].resize(kiB * kKiB / (16 + 48 + 8));
@@ -170,7 +170,7 @@ class FilesTest : public ValuesTest {
     FilesTest() { EXPECT_EQ(write(fileno(file_), "content", 7), 7); }
     ~FilesTest() override { fclose(file_); }
 
-    /** A native handle of so many descriptors of the file, and of the given numbers. */
+    /** Returns a handle of `descriptors` duplicates of the file's descriptor and of `numbers`. */
     hidl_handle handleOf(int descriptors, const std::vector<int>& numbers) {
         native_handle_t* made = native_handle_create(descriptors, static_cast<int>(numbers.size()));
         for (int i = 0; i < descriptors; ++i) made->data[i] = fcntl(fileno(file_), F_DUPFD_CLOEXEC, 0);
@@ -198,7 +198,7 @@ class FilesTest : public ValuesTest {
     Files same_;
 };
 
-TEST_F(FilesTest, HandlesTravelBothWaysAndLeaveNothingBehind) {
+TEST_F(FilesTest, HandlesArePassedBothWaysWithoutLeaks) {
     const auto useOnce = [this] {
         const Files files{handleOf(2, {7, -8}), {handleOf(0, {9}), hidl_handle(), handleOf(30, {})}};
         EXPECT_EQ(read(files), "");
@@ -209,7 +209,7 @@ TEST_F(FilesTest, HandlesTravelBothWaysAndLeaveNothingBehind) {
         EXPECT_EQ(pread(same_.first->data[1], back, sizeof(back), 0), 7);
         EXPECT_STREQ(back, "content");
         same_ = Files{};
-        // The service's copies go with its method, which ends before the next begins.
+        // The service has closed its copies when it serves the next call.
         EXPECT_EQ(probe_->add(1, 2), 3);
     };
     useOnce();
@@ -220,7 +220,7 @@ TEST_F(FilesTest, HandlesTravelBothWaysAndLeaveNothingBehind) {
     EXPECT_EQ(lowestFree(), lowest);
 }
 
-TEST_F(FilesTest, AHandleThatCannotTravelFailsItsCallOnly) {
+TEST_F(FilesTest, HandleThatCannotBeSentFailsOnlyItsCall) {
     native_handle_t* closed = native_handle_create(1, 0);
     closed->data[0] = INT_MAX;
     const Files bad{closed, {}};

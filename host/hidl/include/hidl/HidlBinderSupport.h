@@ -28,9 +28,9 @@ struct hidl_binder_death_recipient : IBinder::DeathRecipient {
     wp<hidl::base::V1_0::IBase> base_;
 };
 
-// Types of the interface language in a parcel. `parentHandle` and `parentOffset`
-// tell in which buffer, and where in it, the structure lies that refers to the
-// data; the reader checks that both sides agree on it.
+// Read and write HIDL types in a parcel. `parentHandle` identifies the buffer that contains the
+// string, vector or handle, and `parentOffset` is its offset in that buffer. Readers of strings and
+// vectors check that the sender wrote the same two values.
 
 status_t readEmbeddedFromParcel(const hidl_handle& handle, const Parcel& parcel, size_t parentHandle,
                                 size_t parentOffset);
@@ -42,8 +42,8 @@ status_t writeEmbeddedToParcel(const hidl_string& string, Parcel* parcel, size_t
                                size_t parentOffset);
 
 namespace details {
-// Data of which any bytes are a value: such a vector may lie in memory that the
-// other process can still write to.
+// Whether every bit pattern is a valid value of T. A vector of such a type may lie in memory that
+// the other process can still write to.
 template <typename T>
 constexpr bool kIsPlainData =
     (std::is_arithmetic<T>::value && !std::is_same<T, bool>::value) || std::is_enum<T>::value;
@@ -66,8 +66,8 @@ status_t readEmbeddedFromParcel(const hidl_vec<T>& vec, const Parcel& parcel, si
                                                 parentOffset + hidl_vec<T>::kOffsetOfBuffer, &data,
                                                 details::kIsPlainData<T>);
     if (status != OK) return status;
-    // The structure came from the other process, its pointer and owner flag with it:
-    // it is made anew, and nothing of it is trusted.
+    // The structure with its pointer and owner flag came from the other process: construct a new one
+    // in its place.
     auto* own = new (const_cast<hidl_vec<T>*>(&vec)) hidl_vec<T>();
     own->setToExternal(static_cast<T*>(const_cast<void*>(data)), count);
     return OK;
@@ -77,12 +77,16 @@ status_t readFromParcel(Status* status, const Parcel& parcel);
 status_t writeToParcel(const Status& status, Parcel* parcel);
 
 /**
- * The binder through which `interface` is passed: the stub of a local object (one
- * an object), the remote binder of a proxy. Null where there is no stub for it.
+ * Returns the binder through which `interface` is passed: the stub of a local object (one per
+ * object), or the remote binder of a proxy. Returns `nullptr` if `interface` is null or the program
+ * has no stub for it.
  */
 sp<IBinder> getOrCreateCachedBinder(hidl::base::V1_0::IBase* interface);
 
-/** The interface behind a received binder: the object itself where it is local, else a new proxy. */
+/**
+ * Returns the interface behind a received binder: the object itself if it is local, otherwise a new
+ * proxy. Returns null if `binder` is null or a local object does not implement IType.
+ */
 template <typename IType, typename ProxyType, typename StubType>
 sp<IType> fromBinder(const sp<IBinder>& binder) {
     if (binder == nullptr) return nullptr;

@@ -8,27 +8,29 @@
 
 namespace android::hardware::details {
 
-// Tags by which templates tell the four kinds of class that hidl-gen makes.
+// Tags of the four kinds of classes that hidl-gen generates: interface, stub, proxy, in-process
+// wrapper.
 struct i_tag {};
 struct bnhw_tag {};
 struct bphw_tag {};
 struct bs_tag {};
 
-/** Ends the process with `message` in the log. Any thread. */
+/** Logs `message` and aborts the process. Any thread. */
 [[noreturn]] void logAlwaysFatal(const char* message);
 
-/** Whether services may tell addresses and process numbers: always, here. */
+/** Returns whether services may disclose addresses and process IDs: always true on a workstation. */
 bool debuggable();
 
 /**
- * A pointer that takes eight bytes in 32-bit processes too, so that a structure
- * of it has one layout everywhere.
+ * A pointer that takes eight bytes in 32-bit processes too, so that a structure with such pointers
+ * has the same layout in all processes.
  */
 template <typename T>
 class hidl_pointer {
   public:
     hidl_pointer() : bits_(0) {}
-    hidl_pointer(T* pointer) : bits_(reinterpret_cast<uintptr_t>(pointer)) {}  // NOLINT: as a T* would
+    hidl_pointer(T* pointer)
+        : bits_(reinterpret_cast<uintptr_t>(pointer)) {}  // NOLINT: implicit, as for a T*
     hidl_pointer& operator=(T* pointer) {
         bits_ = reinterpret_cast<uintptr_t>(pointer);
         return *this;
@@ -42,9 +44,9 @@ class hidl_pointer {
 
     uint64_t bits_;
 };
-static_assert(sizeof(hidl_pointer<char>) == 8, "one layout for 32 and 64 bits");
+static_assert(sizeof(hidl_pointer<char>) == 8, "same layout in 32-bit and 64-bit processes");
 
-/** The instrumentation that a debuggable platform build has. Here it is empty. */
+/** Instrumentation hooks of debuggable platform builds. They do nothing here. */
 class HidlInstrumentor {
   public:
     HidlInstrumentor(const std::string& package, const std::string& interface);

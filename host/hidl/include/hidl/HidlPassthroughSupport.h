@@ -6,7 +6,10 @@
 
 namespace android::hardware::details {
 
-/** `interface` behind the in-process wrapper of its most derived interface, null where there is none. */
+/**
+ * Returns `interface` in the in-process wrapper of its most derived interface, or null if the program
+ * has no such wrapper.
+ */
 sp<hidl::base::V1_0::IBase> wrapPassthroughInternal(const sp<hidl::base::V1_0::IBase>& interface);
 
 template <typename IType>

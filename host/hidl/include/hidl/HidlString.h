@@ -11,8 +11,8 @@
 namespace android::hardware {
 
 /**
- * A string as an argument: bytes and a closing NUL. It owns its bytes, unless it
- * was set to external ones, or received: then they live as long as the call.
+ * String type of HIDL: bytes and a terminating NUL. It owns its bytes, except after setToExternal().
+ * The bytes of a received string live as long as the call.
  */
 struct hidl_string {
     hidl_string();
@@ -36,12 +36,12 @@ struct hidl_string {
     void clear();
 
     /**
-     * Refers to `text`, which must outlive this string. `length` leaves out the NUL; aborts if
-     * there is none.
+     * Refers to `text` without copying it; `text` must outlive this string. `length` does not count
+     * the terminating NUL. Aborts if the NUL is missing or `length` does not fit 32 bits.
      */
     void setToExternal(const char* text, size_t length);
 
-    /** Where the pointer lies in this structure. */
+    /** Offset of the pointer in this structure, in bytes. */
     static const size_t kOffsetOfBuffer;
 
   private:
@@ -51,11 +51,11 @@ struct hidl_string {
     details::hidl_pointer<const char> buffer_;
     uint32_t size_;
     bool ownsBuffer_;
-    [[maybe_unused]] uint8_t padding_[3];  // no stray bytes travel
+    [[maybe_unused]] uint8_t padding_[3];  // zeroed: it is sent
 };
-static_assert(sizeof(hidl_string) == 16, "the layout travels");
+static_assert(sizeof(hidl_string) == 16, "the layout is part of the wire format");
 
-// As on the platform, comparisons and streams see the text up to its first NUL.
+// As on the platform, comparisons and stream output stop at the first NUL.
 inline bool operator==(const hidl_string& a, const hidl_string& b) {
     return strcmp(a.c_str(), b.c_str()) == 0;
 }

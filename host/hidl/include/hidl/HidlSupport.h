@@ -25,21 +25,21 @@ struct IBase;
 
 namespace android::hardware {
 
-/** What a client derives from to be told that the other process has ended. */
+/** Receives death notices. Clients derive from it. */
 struct hidl_death_recipient : public virtual RefBase {
     /**
-     * The process behind `who` has ended. Called once for each linkToDeath, on a
-     * thread of the pool.
+     * Called when the process that serves `who` has ended, once for each linkToDeath, on a pool
+     * thread.
      *
      * @param cookie as given to linkToDeath
-     * @param who    the proxy; it can be made strong while someone holds it
+     * @param who    the proxy; it can be promoted while another strong reference to it exists
      */
     virtual void serviceDied(uint64_t cookie, const wp<hidl::base::V1_0::IBase>& who) = 0;
 };
 
 /**
- * A native handle (descriptors and integers) as an argument. It owns the handle
- * only where setTo() was told so; a received one lives as long as the call.
+ * Native handle type of HIDL: descriptors and integers. It owns the handle only if it is a copy, or
+ * if setTo() was called with shouldOwn = true. A received handle lives as long as the call.
  */
 struct hidl_handle {
     hidl_handle() : handle_(nullptr), ownsHandle_(false), padding_{} {}
@@ -48,7 +48,7 @@ struct hidl_handle {
     hidl_handle(hidl_handle&& other) noexcept : hidl_handle() { *this = std::move(other); }
     ~hidl_handle() { freeHandle(); }
 
-    /** Duplicates the descriptors of `other`; aborts where that cannot be done. */
+    /** Duplicates the descriptors of `other`; aborts if that fails. */
     hidl_handle& operator=(const hidl_handle& other);
     hidl_handle& operator=(const native_handle_t* handle);
     hidl_handle& operator=(hidl_handle&& other) noexcept;
@@ -64,10 +64,10 @@ struct hidl_handle {
 
     details::hidl_pointer<const native_handle_t> handle_;
     bool ownsHandle_;
-    [[maybe_unused]] uint8_t padding_[7];  // no stray bytes travel
+    [[maybe_unused]] uint8_t padding_[7];  // zeroed: it is sent
 };
 
-/** Shared memory by name, as the generated code measures it. No interface here passes any. */
+/** Shared memory with a name. The generated code checks its layout; no interface here passes any. */
 struct hidl_memory {
     hidl_memory() : size_(0) {}
     hidl_memory(const hidl_string& name, const hidl_handle& handle, size_t size)
@@ -83,12 +83,12 @@ struct hidl_memory {
     hidl_string name_;
 };
 
-/** A fixed array of several dimensions as a type of the interface language. */
+/** Fixed-size array type of HIDL with several dimensions. */
 template <typename T, size_t SIZE, size_t... SIZES>
 struct hidl_array {
     using Row = hidl_array<T, SIZES...>;
 
-    /** All elements, row by row. */
+    /** Returns all elements, row by row. */
     T* data() { return rows_[0].data(); }
     const T* data() const { return rows_[0].data(); }
     Row& operator[](size_t index) { return rows_[index]; }
@@ -105,8 +105,8 @@ struct hidl_array {
 };
 
 /**
- * An array of one dimension. It is read from the braced arrays that hidl-gen writes, hence
- * the constructor from an array reference: g++ lets no temporary array decay to a pointer.
+ * Array of one dimension. The constructor from an array reference is for the braced arrays in
+ * generated code: g++ does not let a temporary array decay to a pointer.
  */
 template <typename T, size_t SIZE>
 struct hidl_array<T, SIZE> {
@@ -136,14 +136,14 @@ struct hidl_array<T, SIZE> {
     T buffer_[SIZE];
 };
 
-/** The integer behind an enumeration whose values are combined as bits. */
+/** Integer type of an enumeration whose values are combined as bits. */
 template <typename T>
 using hidl_bitfield = typename std::underlying_type<T>::type;
 
 namespace details {
 
-// Without a name, so that the specialisations in the generated headers are each
-// file's own; inline, so that they may stand outside.
+// The namespace has no name, so that each translation unit has its own specializations. It is inline,
+// so that the generated headers can write them outside of it.
 inline namespace {
 template <typename T>
 constexpr std::array<T, 0> hidl_enum_values = {};
@@ -159,14 +159,14 @@ std::string toHexString(T value) {
 
 }  // namespace details
 
-/** All values of an enumeration, to loop over. */
+/** Range over all values of an enumeration. */
 template <typename T>
 struct hidl_enum_range {
     constexpr auto begin() const { return details::hidl_enum_values<T>.begin(); }
     constexpr auto end() const { return details::hidl_enum_values<T>.end(); }
 };
 
-// toString: every type as text, for logs.
+// toString() returns a value as text, for logs.
 
 std::string toString(const hidl_string& value);
 std::string toString(const hidl_handle& value);

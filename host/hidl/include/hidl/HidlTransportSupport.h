@@ -16,35 +16,40 @@ namespace android::hardware {
  * Sets how many threads serve incoming calls and death notices in this process. Call it
  * before anything that starts the pool: registering a service, passing an object to another
  * process, linkToDeath, waiting for a service. An unconfigured pool starts with one thread,
- * which stays whatever is configured later. Aborts on (0, true), and if a started pool would
- * get fewer threads than were configured before.
+ * which stays even if fewer are configured later. Aborts on (0, true), and if a started pool
+ * would get fewer threads than were configured before.
  *
  * @param maxThreads     maximum number of threads, including the caller's
- * @param callerWillJoin whether one of them is the caller's, given with joinRpcThreadpool().
- *                       With a maximum of 1, nothing is served before that
+ * @param callerWillJoin whether one of them is a thread that calls joinRpcThreadpool(). With
+ *                       a maximum of 1, nothing is served before that call
  */
 void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin);
 
 /**
- * Serves on the calling thread; does not return in normal use. Aborts where
- * configureRpcThreadpool was not told that the caller will join.
+ * Serves calls on the calling thread and never returns. Aborts if configureRpcThreadpool() was not
+ * called with callerWillJoin = true.
  */
 void joinRpcThreadpool();
 
-/** Whether both are null or refer to the same object. */
+/** Returns whether both are null or refer to the same object. */
 bool interfacesEqual(const sp<hidl::base::V1_0::IBase>& left, const sp<hidl::base::V1_0::IBase>& right);
 
-/** Stored for the service's stub; scheduling has no meaning on a workstation. */
+/**
+ * Stores the scheduling policy for the service's stub; it has no effect on a workstation. Returns
+ * false if `service` is null or remote.
+ */
 bool setMinSchedulerPolicy(const sp<hidl::base::V1_0::IBase>& service, int policy, int priority);
 
 namespace details {
 
-/** This process's number for DebugInfo. */
+/** Returns the ID of this process, for DebugInfo. */
 int32_t getPidIfSharable();
 
 /**
- * `parent` as an IChild: itself where it is local, a new proxy where it is remote,
- * null where it is no IChild.
+ * Returns `parent` as an IChild: the object itself if it is local, or a new proxy if it is remote.
+ * Returns null if `parent` is null or does not implement IChild.
+ *
+ * @param emitError whether to return a transport error; otherwise it counts as "not implemented"
  */
 template <typename IChild, typename IParent, typename BpChild>
 Return<sp<IChild>> castInterface(sp<IParent> parent, const char* childIndicator, bool emitError) {
@@ -57,14 +62,15 @@ Return<sp<IChild>> castInterface(sp<IParent> parent, const char* childIndicator,
 }
 
 /**
- * Returns the service registered as `instance` of the interface `descriptor`, which has answered
- * that it implements that interface: the look-up waits while the service is busy.
+ * Returns the service registered as `instance` of the interface `descriptor`, which
+ * has confirmed that it implements that interface. The look-up blocks while the service is busy.
  *
  * @param retry   whether to wait, in real time, for a service that the TV's manifest declares and
  *                that is not registered; waiting starts the process's thread pool
- * @param getStub gives nullptr: a workstation loads no implementation into the caller
- * @return nullptr if the service is not registered, or if there is a manifest that does not
- *         declare it
+ * @param getStub if true, the function returns null: a workstation loads no implementation into
+ *                the caller
+ * @return null if the service is not registered or cannot be called, or if the TV has a manifest
+ *         that does not declare it
  */
 sp<hidl::base::V1_0::IBase> getRawServiceInternal(const std::string& descriptor, const std::string& instance,
                                                   bool retry, bool getStub);
@@ -81,7 +87,7 @@ sp<IType> getServiceInternal(const std::string& instance, bool retry, bool getSt
  * Registers `service` as `name` under every interface that it implements. If the TV has a
  * manifest, it must declare the most derived one; the others are registered along with it.
  *
- * @return OK; UNEXPECTED_NULL for no service; UNKNOWN_ERROR if the name is undeclared or
+ * @return OK; UNEXPECTED_NULL if `service` is null; UNKNOWN_ERROR if the name is undeclared or
  *         unusable, or the registry cannot be written
  */
 status_t registerAsServiceInternal(const sp<hidl::base::V1_0::IBase>& service, const std::string& name);

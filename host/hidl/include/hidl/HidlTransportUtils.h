@@ -9,14 +9,14 @@
 namespace android::hardware::details {
 
 /**
- * Whether `interface` implements the interface named `castTo`. Asks the other
- * process where the object is remote.
+ * Returns whether `interface` implements the interface named `castTo`. Calls the other process if
+ * the object is remote.
  *
- * @param emitError give the transport's error back; otherwise it counts as no
+ * @param emitError whether to return a transport error; otherwise it counts as false
  */
 Return<bool> canCastInterface(hidl::base::V1_0::IBase* interface, const char* castTo, bool emitError = false);
 
-/** Name of the object's most derived interface, empty on an error. */
+/** Returns the name of the object's most derived interface, or an empty string (logged) on an error. */
 std::string getDescriptor(hidl::base::V1_0::IBase* interface);
 
 }  // namespace android::hardware::details

@@ -15,8 +15,8 @@
 namespace android::hardware {
 
 /**
- * A sequence as an argument. It owns its elements, unless it was set to external
- * ones, or received: then they live as long as the call.
+ * Vector type of HIDL. It owns its elements, unless setToExternal() was called without shouldOwn. The
+ * elements of a received vector live as long as the call.
  */
 template <typename T>
 struct hidl_vec {
@@ -48,7 +48,7 @@ struct hidl_vec {
         buffer_ = other.data();
         size_ = other.size_;
         ownsBuffer_ = other.ownsBuffer_;
-        other.ownsBuffer_ = false;  // it goes on referring to the elements, as on the platform
+        other.ownsBuffer_ = false;  // `other` still refers to the elements, as on the platform
         return *this;
     }
     hidl_vec& operator=(const std::vector<T>& other) {
@@ -61,7 +61,10 @@ struct hidl_vec {
 
     operator std::vector<T>() const { return std::vector<T>(begin(), end()); }  // NOLINT
 
-    /** Refers to `size` elements at `data`, which must outlive this vector, or are given to it. */
+    /**
+     * Refers to `size` elements at `data` without copying them. With `shouldOwn`, the vector frees
+     * them with delete[]; otherwise they must outlive it.
+     */
     void setToExternal(T* data, size_t size, bool shouldOwn = false) {
         checkSize(size);
         freeBuffer();
@@ -70,7 +73,10 @@ struct hidl_vec {
         ownsBuffer_ = shouldOwn;
     }
 
-    /** Gives the elements, copied if they are external ones, to the caller, to be deleted with delete[]. */
+    /**
+     * Returns the elements and their ownership; the caller frees them with delete[]. External elements
+     * are copied first.
+     */
     T* releaseData() {
         if (!ownsBuffer_ && size_ > 0) resize(size_);
         ownsBuffer_ = false;
@@ -95,7 +101,7 @@ struct hidl_vec {
     const_iterator find(const T& value) const { return std::find(begin(), end(), value); }
     bool contains(const T& value) const { return find(value) != end(); }
 
-    /** Keeps the elements that fit; new ones are value-initialised. */
+    /** Changes the size. Keeps the elements that fit; new elements are value-initialized. */
     void resize(size_t size) {
         checkSize(size);
         hidl_vec grown;
@@ -109,7 +115,7 @@ struct hidl_vec {
     }
     bool operator!=(const hidl_vec& other) const { return !(*this == other); }
 
-    /** Where the pointer lies in this structure. */
+    /** Offset of the pointer in this structure, in bytes. */
     static constexpr size_t kOffsetOfBuffer = 0;
 
   private:
@@ -117,7 +123,7 @@ struct hidl_vec {
         if (size > std::numeric_limits<uint32_t>::max())
             details::logAlwaysFatal("hidl_vec can't hold that many elements.");
     }
-    // The vector owns no buffer when this is called.
+    // Precondition: the vector owns no buffer.
     void allocate(size_t size) {
         checkSize(size);
         buffer_ = size > 0 ? new T[size]() : nullptr;
@@ -140,8 +146,8 @@ struct hidl_vec {
     details::hidl_pointer<T> buffer_;
     uint32_t size_;
     bool ownsBuffer_;
-    [[maybe_unused]] uint8_t padding_[3];  // no stray bytes travel
+    [[maybe_unused]] uint8_t padding_[3];  // zeroed: it is sent
 };
-static_assert(sizeof(hidl_vec<char>) == 16, "the layout travels");
+static_assert(sizeof(hidl_vec<char>) == 16, "the layout is part of the wire format");
 
 }  // namespace android::hardware

@@ -5,8 +5,8 @@
 
 namespace android::hardware {
 
-// Fast message queues. No interface here has one; the generated code measures the
-// descriptor's layout in every file.
+// Fast message queues. No interface here uses them, but every generated file checks the layout of
+// the descriptor.
 enum MQFlavor : uint32_t { kSynchronizedReadWrite = 0x01, kUnsynchronizedWrite = 0x02 };
 
 struct GrantorDescriptor {

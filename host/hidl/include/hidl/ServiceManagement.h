@@ -4,12 +4,12 @@
 #include <utils/StrongPointer.h>
 
 namespace android::hidl::manager::V1_0 {
-struct IServiceManager;  // as on the platform: who calls it includes its header
+struct IServiceManager;  // as on the platform, callers include its header
 }
 
 namespace android::hardware {
 
-/** The registry of the virtual TV. Never null. */
+/** Returns the service manager of the virtual TV. Never null. */
 sp<hidl::manager::V1_0::IServiceManager> defaultServiceManager();
 
 }  // namespace android::hardware

@@ -12,14 +12,14 @@
 #include <mutex>
 #include <string>
 
-// The generated code knows the scheduler's default by its kernel name.
+// The generated code uses the kernel's name of the default scheduling policy.
 #ifndef SCHED_NORMAL
 #define SCHED_NORMAL SCHED_OTHER
 #endif
 
 namespace android::hardware::details {
 
-/** A map that any thread may use; the generated code registers itself in some. */
+/** Thread-safe map. The generated code registers its constructors in two of them. */
 template <typename Key, typename Value>
 class ConcurrentMap {
   public:
@@ -36,14 +36,17 @@ class ConcurrentMap {
         std::lock_guard<std::mutex> lock(mutex_);
         map_.erase(key);
     }
-    /** Erases the entry only where it still is `value`. */
+    /** Erases the entry of `key` if it is still equal to `value`. */
     template <typename V>
     void eraseIfEqual(const Key& key, const V& value) {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = map_.find(key);
         if (found != map_.end() && found->second == value) map_.erase(found);
     }
-    /** The value of `key`; where `usable` refuses it, `make` gives a new one that replaces it. */
+    /**
+     * Returns usable(value) of the entry `key`. If there is no entry or usable() returns null, returns
+     * make() and stores its result unless it is null. Both run with the map locked.
+     */
     template <typename Result>
     Result getOrMake(const Key& key, const std::function<Result(const Value&)>& usable,
                      const std::function<Result()>& make) {
@@ -66,7 +69,7 @@ class ConcurrentMap {
 using BnConstructor = std::function<sp<IBinder>(void*)>;
 using BsConstructor = std::function<sp<hidl::base::V1_0::IBase>(void*)>;
 
-/** Makes the stub (Bn) or the in-process wrapper (Bs) of an interface, by the interface's name. */
+/** Constructors of the stubs (Bn) and the in-process wrappers (Bs), by name of the interface. */
 ConcurrentMap<std::string, BnConstructor>& getBnConstructorMap();
 ConcurrentMap<std::string, BsConstructor>& getBsConstructorMap();
 
@@ -75,8 +78,8 @@ struct SchedPrio {
     int prio;
 };
 
-// The stub through which each local object was passed out, and what was asked for
-// it before that. Pointers, never destroyed: stubs may die in static destructors.
+// Stub, scheduling policy and security setting of each local object. The maps are never destroyed,
+// because stubs may be destroyed by static destructors.
 extern ConcurrentMap<const hidl::base::V1_0::IBase*, wp<IBinder>>* const gBnMap;
 extern ConcurrentMap<wp<hidl::base::V1_0::IBase>, SchedPrio>* const gServicePrioMap;
 extern ConcurrentMap<wp<hidl::base::V1_0::IBase>, bool>* const gServiceSidMap;

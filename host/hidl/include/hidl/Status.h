@@ -12,7 +12,7 @@
 
 namespace android::hardware {
 
-/** How a call ended: fine, with an error of the transport, or with one of the callee. */
+/** Outcome of a call: success, a transport error or an exception of the callee. */
 class Status final {
   public:
     enum Exception : int32_t {
@@ -31,7 +31,7 @@ class Status final {
     static Status ok() { return Status(); }
     static Status fromExceptionCode(int32_t exceptionCode);
     static Status fromExceptionCode(int32_t exceptionCode, const char* message);
-    /** A transport error; OK gives an ok status. */
+    /** Returns the status of a transport error, or an ok status for OK. */
     static Status fromStatusT(status_t status);
 
     void setException(int32_t exceptionCode, const char* message);
@@ -57,8 +57,8 @@ class Return;
 namespace details {
 
 /**
- * A status that must be looked at: an error that nobody examined ends the process
- * when it goes out of scope, is overwritten, or its value is read.
+ * A status that the caller must examine. The process aborts if an error is destroyed or overwritten
+ * unexamined, and if the value of a failed call is read.
  */
 class return_status {
   public:
@@ -72,22 +72,22 @@ class return_status {
         if (!status_.isOk() && !examined_) unexamined();
     }
 
-    /** Examines the status. */
+    /** Returns whether the call succeeded. Marks the status as examined. */
     bool isOk() const {
         examined_ = true;
         return status_.isOk();
     }
-    /** Examines the status only where the answer is yes. */
+    /** Marks the status as examined only if it returns true. */
     bool isDeadObject() const {
         const bool dead = status_.transactionError() == DEAD_OBJECT;
         examined_ = examined_ || dead;
         return dead;
     }
-    /** Does not examine. */
+    /** Like isOk(), but does not mark the status as examined. */
     bool isOkUnchecked() const { return status_.isOk(); }
     std::string description() const { return status_.description(); }
 
-    /** Ends the process on an error. For the generated code. */
+    /** Aborts the process on an error. For the generated code. */
     void assertOk() const {
         if (!isOk()) failed();
     }
@@ -105,7 +105,7 @@ class return_status {
 
 }  // namespace details
 
-/** The result of a call: a value, or the error that kept it away. */
+/** Result of a call: a value or an error. */
 template <typename T>
 class [[nodiscard]] Return : public details::return_status {
   public:
@@ -119,7 +119,7 @@ class [[nodiscard]] Return : public details::return_status {
         assertOk();
         return value_;
     }
-    /** The value, `fallback` on an error. Examines. */
+    /** Returns the value, or `fallback` on an error. Marks the status as examined. */
     T withDefault(T fallback) { return isOk() ? value_ : std::move(fallback); }
 
   private:
@@ -142,7 +142,7 @@ static inline Return<void> Void() {
 
 namespace details {
 
-/** The error of one call as the result of another. */
+/** Returns the error of a call as a result of another type. */
 template <typename From, typename To>
 Return<To> StatusOf(const Return<From>& failed) {
     return Return<To>(failed.status_);

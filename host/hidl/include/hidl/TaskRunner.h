@@ -8,7 +8,7 @@
 
 namespace android::hardware::details {
 
-/** Runs tasks one after another on a thread of its own, started by the first task. */
+/** Runs tasks one after another on its own thread, which the first push() starts. */
 class TaskRunner {
   public:
     using Task = std::function<void()>;
@@ -16,10 +16,10 @@ class TaskRunner {
     TaskRunner();
     ~TaskRunner();
 
-    /** At most `limit` tasks wait at a time. Before the first push. */
+    /** Sets the maximum number of queued tasks. Call it before the first push(). */
     void start(size_t limit);
 
-    /** Any thread. False where the queue is full. */
+    /** Queues a task. Returns false if the queue is full. Any thread. */
     bool push(const Task& task);
 
   private:

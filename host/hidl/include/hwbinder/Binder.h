@@ -12,7 +12,7 @@ namespace transport {
 struct OnewayQueue;
 }
 
-/** An object of this process; the generated stubs derive from it. */
+/** Object of this process. The generated stubs derive from it. */
 class BHwBinder : public IBinder {
   public:
     BHwBinder();
@@ -24,9 +24,9 @@ class BHwBinder : public IBinder {
                            wp<DeathRecipient>* outRecipient) override;
     BHwBinder* localBinder() override { return this; }
 
-    /** The object's number on the wire, the same for every peer and never used again. */
+    /** Returns the object's number in messages. It is the same for all peers and never reused. */
     uint64_t exportId();
-    /** Oneway calls that wait for the object, served one after another. */
+    /** Returns the queue of oneway calls to the object, which are served one after another. */
     transport::OnewayQueue& onewayQueue() { return *onewayQueue_; }
 
   protected:
@@ -35,7 +35,7 @@ class BHwBinder : public IBinder {
                                 TransactCallback callback = nullptr) = 0;
     void setRequestingSid(bool) {}
 
-    // Set by the generated stubs from what setMinSchedulerPolicy stored.
+    // Set by the generated stubs to the values that setMinSchedulerPolicy() stored.
     int mSchedPolicy = 0;
     int mSchedPriority = 0;
 
@@ -44,7 +44,7 @@ class BHwBinder : public IBinder {
     std::unique_ptr<transport::OnewayQueue> onewayQueue_;
 };
 
-/** What every proxy holds: the binder of the object it stands for. */
+/** Base of all proxies; holds the binder of the remote object. */
 class BpHwRefBase : public virtual RefBase {
   public:
     IBinder* remote() const { return remote_.get(); }

@@ -13,12 +13,12 @@ class BHwBinder;
 class BpHwBinder;
 class Parcel;
 
-/** An object that calls reach: one of this process (BHwBinder), or of another (BpHwBinder). */
+/** Target of calls: an object of this process (BHwBinder) or of another process (BpHwBinder). */
 class IBinder : public virtual RefBase {
   public:
     enum { FLAG_ONEWAY = 0x00000001 };
 
-    /** Sends the reply from within a call; the rest of the method goes on without the caller. */
+    /** Sends the reply before the method returns; the caller does not wait for the rest of the method. */
     using TransactCallback = std::function<void(Parcel&)>;
 
     class DeathRecipient : public virtual RefBase {
@@ -27,18 +27,19 @@ class IBinder : public virtual RefBase {
     };
 
     /**
-     * Calls method `code`. Blocks until the reply has come, unless oneway. Any thread.
+     * Calls method `code`. Blocks until the reply has arrived, unless the call is oneway. Any thread.
      *
-     * @return OK; DEAD_OBJECT where the other process is gone; FAILED_TRANSACTION
-     *         where arguments or reply are too large; or what the callee's stub gave
+     * @return OK; DEAD_OBJECT if the other process has ended; FAILED_TRANSACTION if the arguments or
+     *         the reply are too large or find no room in the receive buffer; a negative errno if
+     *         descriptors or memory have run out; otherwise the status that the callee's stub returned
      */
     virtual status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags = 0,
                               TransactCallback callback = nullptr) = 0;
 
-    /** INVALID_OPERATION on a local binder, DEAD_OBJECT where the notice was given already. */
+    /** Returns INVALID_OPERATION for a local binder, DEAD_OBJECT if the notices were sent already. */
     virtual status_t linkToDeath(const sp<DeathRecipient>& recipient, void* cookie = nullptr,
                                  uint32_t flags = 0) = 0;
-    /** NAME_NOT_FOUND where `recipient` is not linked. */
+    /** Returns NAME_NOT_FOUND if `recipient` is not linked; other errors as linkToDeath(). */
     virtual status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie = nullptr,
                                    uint32_t flags = 0, wp<DeathRecipient>* outRecipient = nullptr) = 0;
 

@@ -5,10 +5,10 @@
 
 namespace android::hardware {
 
-/** The transport's side of a proxy. */
+/** Gives access to the binder of a proxy. */
 class IInterface : public virtual RefBase {
   public:
-    /** The binder to call; null for null. */
+    /** Returns the binder of `interface`, or null if `interface` is null. */
     static sp<IBinder> asBinder(const IInterface* interface) {
         return interface != nullptr ? interface->onAsBinder() : nullptr;
     }

@@ -5,14 +5,14 @@
 
 namespace android::hardware {
 
-/** Who called the method that runs on this thread. */
+/** Identity of the caller of the method that runs on this thread. */
 class IPCThreadState {
   public:
     static IPCThreadState* self();
 
-    /** Process of the caller; this process outside of a call. */
+    /** Returns the process ID of the caller, or of this process if the thread serves no call. */
     pid_t getCallingPid() const;
-    /** User of the caller; this process's outside of a call. */
+    /** Returns the user ID of the caller, or of this process if the thread serves no call. */
     uid_t getCallingUid() const;
 };
 

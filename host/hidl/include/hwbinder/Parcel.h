@@ -12,17 +12,17 @@
 namespace android::hardware {
 
 /**
- * The arguments or the results of one call, as the generated code writes and reads
- * them. A parcel is either written (then sent) or received (then read). One thread.
+ * Arguments or results of one call, written and read by the generated code. A parcel is either
+ * written and then sent, or received and then read. One thread at a time.
  *
- * Writers give FAILED_TRANSACTION once the parcel is larger than any transaction may
- * be, and so does the call. Readers check every size against what was received. At the
- * end, numbers and handles give NOT_ENOUGH_DATA, buffers BAD_VALUE, interfaces BAD_TYPE;
- * so does BAD_VALUE a buffer that is not the one asked for. What a reader points to lives
- * as long as the parcel.
+ * Write methods return FAILED_TRANSACTION once the parcel exceeds the size limit of a transaction;
+ * so does the call that sends it. Read methods check every size against the received data. If data is
+ * missing, methods for numbers and handles return NOT_ENOUGH_DATA, for buffers BAD_VALUE and for
+ * interfaces BAD_TYPE. They also return BAD_VALUE for a buffer other than the requested one. Pointers
+ * that a read method returns are valid as long as the parcel.
  *
- * The size of a transaction is that of the same parcel on the platform, which lays it out
- * in another way than the packets of this transport:
+ * The size of a transaction is that of the same parcel on the platform, although the packets of this
+ * transport have another layout. In bytes:
  *
  *     number, bool             its size, at least 4
  *     text (interface's name)  length + 1, rounded up to 4
@@ -32,8 +32,8 @@ namespace android::hardware {
  *     native handle            8 for its size + a buffer of 12 bytes, descriptors and
  *                              integers (4 each) + 32 + 8 for its descriptors; null: 8
  *
- * A structure is a buffer, and so is the content of each string and vector in it, whose
- * head takes 16 bytes of the structure. The sum is rounded up to 8.
+ * Each structure is a buffer. A string or vector takes 16 bytes of its structure, and its content is
+ * a buffer of its own. The sum is rounded up to 8.
  */
 class Parcel {
   public:
@@ -42,8 +42,9 @@ class Parcel {
     Parcel(const Parcel&) = delete;
     Parcel& operator=(const Parcel&) = delete;
 
-    /** Name of the interface whose method is called; the receiver compares it with its own. */
+    /** Writes the name of the interface whose method is called. */
     status_t writeInterfaceToken(const char* interface);
+    /** Reads that name. Returns whether it is `interface`. */
     bool enforceInterface(const char* interface) const;
 
     status_t writeInt8(int8_t value);
@@ -67,36 +68,42 @@ class Parcel {
     status_t readUint32(uint32_t* value) const;
     status_t readInt64(int64_t* value) const;
     status_t readUint64(uint64_t* value) const;
-    /** How many elements follow that take four bytes each at least; NOT_ENOUGH_DATA where they can't. */
+    /**
+     * Reads the number of elements that follow. Returns NOT_ENOUGH_DATA if the rest of the parcel is
+     * too short for so many elements of four bytes.
+     */
     status_t readCount(uint64_t* count) const;
     status_t readFloat(float* value) const;
     status_t readDouble(double* value) const;
     status_t readBool(bool* value) const;
-    /** Null where no terminated text follows. */
+    /** Returns the next text, or `nullptr` if no NUL-terminated text follows. */
     const char* readCString() const;
 
     /**
      * Writes a structure. `*handle` identifies it as the parent of the buffers that its
-     * pointers refer to. The pointers themselves are cleared when those buffers are written.
+     * pointers refer to. Each pointer is cleared when its buffer is written.
      */
     status_t writeBuffer(const void* data, size_t size, size_t* handle);
     /**
-     * Writes what the structure `parent` refers to at `parentOffset`. Large `plain`
-     * data is not copied here but when the parcel is sent: it must live until then.
+     * Writes the buffer that the structure `parent` refers to at `parentOffset`. Large `plain` data is
+     * copied only when the parcel is sent, so it must live until then.
      */
     status_t writeEmbeddedBuffer(const void* data, size_t size, size_t* handle, size_t parent,
                                  size_t parentOffset, bool plain = false);
     status_t readBuffer(size_t size, size_t* handle, const void** data) const;
-    /** Only `plain` data is taken from memory that the sender can still write to. */
+    /** Reads such a buffer. Only `plain` data may lie in memory that the sender can still write to. */
     status_t readEmbeddedBuffer(size_t size, size_t* handle, size_t parent, size_t parentOffset,
                                 const void** data, bool plain = false) const;
 
-    /** An object, or null. */
+    /** Write and read an object, or null. readStrongBinder() returns UNEXPECTED_NULL for null. */
     status_t writeStrongBinder(const sp<IBinder>& binder);
     status_t readStrongBinder(sp<IBinder>* binder) const;
     status_t readNullableStrongBinder(sp<IBinder>* binder) const;
 
-    /** A native handle, or null. The descriptors stay the writer's; the reader's live as long as the parcel.
+    /**
+     * Write and read a native handle, or null. The caller keeps the descriptors that it writes; those
+     * that it reads live as long as the parcel. Methods without "Nullable" return UNEXPECTED_NULL when
+     * they read null.
      */
     status_t writeNativeHandleNoDup(const native_handle_t* handle);
     status_t readNativeHandleNoDup(const native_handle_t** handle) const;
@@ -109,11 +116,11 @@ class Parcel {
 
     // For the transport.
 
-    /** What was written; sending adds the header and the references to its buffer. */
+    /** Returns the written data. Sending adds the header and the references to its buffer. */
     transport::OutgoingBody& outgoing() const { return out_; }
-    /** Where a received message goes. */
+    /** Returns the destination for a received message. */
     transport::IncomingMessage& incoming() { return in_; }
-    /** The message is there: reads it from its beginning. */
+    /** Starts to read the received message from its beginning. */
     void startReading();
 
   private:

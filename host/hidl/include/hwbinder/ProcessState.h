@@ -5,14 +5,14 @@
 
 namespace android::hardware {
 
-/** This process's side of the transport. */
+/** The transport of this process. */
 class ProcessState {
   public:
     static ProcessState* self();
 
     /**
-     * Starts a thread that serves incoming calls and death notices, where none was
-     * started yet and joinRpcThreadpool is not announced. Any thread.
+     * Starts the thread pool: one thread that serves incoming calls and death notices, unless the
+     * configured maximum only allows the thread that joins. Later calls have no effect. Any thread.
      */
     void startThreadPool();
 };

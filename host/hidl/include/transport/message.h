@@ -20,8 +20,8 @@ class BulkMapping;
 class SpaceShare;
 
 /**
- * Memory for one packet or body. Those of packet size come from a small store of
- * the thread and go back to it, so that a call in the steady state allocates nothing.
+ * Memory for one packet or body. Buffers of packet size are taken from a small cache of the thread and
+ * returned to it, so that most calls allocate no memory.
  */
 class PacketBuffer {
   public:
@@ -36,9 +36,9 @@ class PacketBuffer {
         if (data_ != nullptr) giveBack();
     }
 
-    /** At least `capacity` bytes, eight-byte aligned; the content of an earlier buffer is lost. */
+    /** Returns an uninitialized buffer of at least `capacity` bytes, aligned to eight bytes. */
     static PacketBuffer ofSize(size_t capacity);
-    /** Makes room for `capacity` bytes and keeps the first `used`. */
+    /** Grows the buffer to at least `capacity` bytes and keeps the first `used` bytes. */
     void grow(size_t capacity, size_t used);
 
     uint8_t* data() { return data_; }
@@ -52,7 +52,7 @@ class PacketBuffer {
     size_t capacity_ = 0;
 };
 
-/** A message being written. The first kHeaderSize bytes of `buffer` are left for the header. */
+/** A message being written. The first kHeaderSize bytes of `buffer` are reserved for the header. */
 struct OutgoingBody {
     /** Plain data that is copied when the message is sent. */
     struct BulkPiece {
@@ -66,23 +66,27 @@ struct OutgoingBody {
     PacketBuffer buffer;
     size_t bodySize = 0;
     size_t bulkSize = 0;
-    size_t weight = 0;  // what was written takes in a parcel of the platform (Parcel.h)
+    size_t weight = 0;  // size of the same parcel on the platform (Parcel.h), before rounding
     bool tooLarge = false;
-    std::array<BulkPiece, kMaxBulkPieces> bulk;  // the first bulkCount of them
+    std::array<BulkPiece, kMaxBulkPieces> bulk;  // the first bulkCount are in use
     size_t bulkCount = 0;
     std::vector<sp<IBinder>> objects;
-    std::vector<int> fds;  // borrowed from the native handles that were written
+    std::vector<int> fds;  // owned by the native handles that were written
 
     const uint8_t* body() const { return buffer.data() + kHeaderSize; }
-    /** What the message takes of the receiver's buffer. */
+    /** Returns how many bytes of the receiver's receive buffer the message takes. */
     size_t transactionSize() const { return (weight + 7) & ~size_t{7}; }
 };
 
-/** A block of the other process's shared memory, given back when this is destroyed. */
+/** View of a block in the peer's shared memory. The destructor frees the block. */
 class BulkView {
   public:
     BulkView() = default;
-    /** `block` is where the block begins; the view's data are `size` bytes `skip` into its data. */
+    /**
+     * @param block offset of the block in the mapping
+     * @param skip  offset of the view in the block's data
+     * @param size  size of the view in bytes
+     */
     BulkView(std::shared_ptr<BulkMapping> mapping, size_t block, size_t skip, size_t size)
         : mapping_(std::move(mapping)), block_(block), skip_(skip), size_(size) {}
     BulkView(BulkView&& other) noexcept { *this = std::move(other); }
@@ -97,7 +101,7 @@ class BulkView {
         if (mapping_ != nullptr) giveBack();
     }
 
-    /** Null where [offset, offset + size) does not lie in the block. */
+    /** Returns the data at `offset`, or `nullptr` if [offset, offset + size) exceeds the view. */
     const uint8_t* at(size_t offset, size_t size) const;
 
   private:
@@ -109,7 +113,7 @@ class BulkView {
     size_t size_ = 0;
 };
 
-/** What a received message takes of the process's receive buffer, until this is destroyed. */
+/** Room that a received message takes in the process's receive buffer. The destructor releases it. */
 class Room {
   public:
     Room() = default;
@@ -133,10 +137,10 @@ class Room {
     bool oneway_ = false;
 };
 
-/** What few messages carry beside their body. */
+/** Object references and descriptors of a message. Most messages have none. */
 struct Attachments {
     std::vector<ObjectReference> references;
-    std::vector<sp<IBinder>> objects;  // of the references, once they are resolved
+    std::vector<sp<IBinder>> objects;  // one per reference, filled by PeerConnection::resolve()
     std::vector<base::unique_fd> fds;
     size_t fdsTaken = 0;
     std::vector<native_handle_t*> handles;
@@ -146,18 +150,21 @@ struct Attachments {
     Attachments(const Attachments&) = delete;
     Attachments& operator=(const Attachments&) = delete;
 
-    /** A handle of the next descriptors, owned by this; null where there are not so many. */
+    /**
+     * Returns a handle of the next `fdCount` descriptors and of `ints`, owned by this object. Returns
+     * `nullptr` if fewer descriptors are left.
+     */
     const native_handle_t* takeHandle(size_t fdCount, const int* ints, size_t intCount);
 };
 
-/** A received message whose layout was checked. */
+/** A received message whose layout has been checked. */
 struct IncomingMessage {
     MessageHeader header{};
     PacketBuffer buffer;
     const uint8_t* body = nullptr;
     size_t bodySize = 0;
     BulkView bulk;
-    bool incomplete = false;  // this process had no descriptor or address space for what came with it
+    bool incomplete = false;  // this process had no descriptors or address space left for the rest of it
     Room room;
     std::unique_ptr<Attachments> attachments;
 

@@ -9,21 +9,21 @@
 /**
  * The wire format between two processes of the virtual TV.
  *
- * A *link* joins two processes. Its *control channel* is the connection to the
- * server's listening socket; *call channels* are socket pairs, one for each thread
- * that calls, whose far end is sent through the control channel. All are AF_UNIX
- * SOCK_SEQPACKET: one message is one packet, whole or not at all, and no peer can
- * leave half a message behind. Integers are little-endian.
+ * A *link* connects two processes. Its *control channel* is the connection to the listening socket
+ * of the server. *Call channels* are socket pairs, one for each calling thread; the far end is sent
+ * through the control channel. All are AF_UNIX SOCK_SEQPACKET sockets: one message is one packet, so
+ * there are no partial messages. Integers are little-endian.
  *
  *      0       4   5   6       8      12      14      16              24      28      32      36      40
  *     +-------+---+---+-------+-------+-------+-------+---------------+-------+-------+-------+-------+----
- *     | body  |typ|flg|objects| code  |  fds  |process| target object | bulk  | bulk  | room  |   0   | body
- *     | size  |   |   | count |       | count |  or   |               |offset | size  |       |       | ...
+ *     | body  |typ|flg|objects| code  |  fds  |proces-| target object | bulk  | bulk  | room  |   0   | body
+ *     | size  |   |   | count |       | count |  sor  |               |offset | size  |       |       | ...
  *     +-------+---+---+-------+-------+-------+-------+---------------+-------+-------+-------+-------+----
  *
- * `processor` is the one on which the sender ran: a receiver on another looks for the
- * next message for a while before it sleeps (spin.h). Nothing else depends on it. `room`
- * is what the sender has claimed of the receiver's buffer for this message.
+ * `processor` is the number of the processor on which the sender ran. A receiver on another
+ * processor polls for the next message for a while before it sleeps (spin.h). Nothing else depends
+ * on it. `room` is the number of bytes that the sender has claimed in the receiver's buffer for this
+ * message; 0 if the message is not counted.
  *
  * The body is followed by `objects count` references of 16 bytes:
  *
@@ -32,10 +32,10 @@
  *     | object number | owner |   0   |      owner: 1 the sender's object, 2 the receiver's
  *     +---------------+-------+-------+
  *
- * Body of a call: the interface's name as terminated text, then the arguments; of a
- * reply: the callee's status, then the results. Integers are aligned to their size
- * (four bytes at least), text is padded to four. A structure or what it refers to is
- * a record, its data aligned to eight bytes:
+ * The body of a call is the name of the interface as NUL-terminated text, then the arguments. The
+ * body of a reply is the callee's status, then the results. Integers are aligned to their size, but
+ * at least to four bytes; text is aligned to four bytes. A structure, and each buffer that it refers
+ * to, is a record whose data is aligned to eight bytes:
  *
  *      0       4       8      12      16
  *     +-------+-------+-------+-------+----------
@@ -43,35 +43,36 @@
  *     |       |       |offset |       |
  *     +-------+-------+-------+-------+----------
  *
- * `parent` is the offset of the parent's data in the body, or kNoParent for a structure
- * that stands alone. Each pointer in the data is zero: the receiver sets its own. `place`
- * is kInline if the data follows, otherwise the offset of the data in the bulk block. An
- * object is its index among the references, kNullObject for none. A native handle is its
- * number of descriptors (-1 for null), of integers, the integers.
+ * `parent` is the offset of the parent's data in the body, or kNoParent for a structure without a
+ * parent. All pointers in the data are zero; the receiver sets its own. `place` is kInline if the
+ * data follows, otherwise the offset of the data in the bulk block. An object is written as its index
+ * among the references, or kNullObject for null. A native handle is written as its number of
+ * descriptors (-1 for null), its number of integers, and the integers.
  *
- * *Bulk*: vectors of plain numbers beyond kBulkThreshold go through memory that the
- * sender shares, as a block of it; so does a body too large for a packet (kBodyInBulk),
- * which the receiver copies before it looks at it. Everything else lies in packets,
- * so that nothing that is checked can change afterwards. A block starts with a word
- * of 64 bytes' room: 1 while the receiver uses it, 0 again when it is done.
+ * *Bulk data*: vectors of plain numbers larger than kBulkThreshold are sent in a block of memory that
+ * the sender shares. So is a body that is too large for a packet (kBodyInBulk); the receiver copies it
+ * before it checks it. Everything else is sent in packets, so that the sender cannot change data after
+ * it was checked. A block starts with a word, padded to 64 bytes. The sender sets it to 1; the receiver
+ * sets it to 0 when it has finished with the block.
  *
- * *Objects that come home* in a reply must live until it is read, although the sender
- * may give its reference back through the control channel at once: it keeps them until
- * the next packet of the call channel, kReplyRead where there is nothing else to say.
+ * *Returned objects*: a reply may refer to objects of its receiver. They must live until the reply is
+ * read, but the sender could release its references through the control channel at once. It therefore
+ * keeps them until the next packet on the call channel. The receiver acknowledges such a reply with
+ * kReplyRead.
  *
- * *Descriptors* need a slower way to receive. The packet kDescriptorsFollow announces
- * that the next packet of the channel carries some.
+ * *Descriptors* need a slower system call to receive. On a call channel, the packet
+ * kDescriptorsFollow announces that the next packet carries descriptors.
  *
- * A receiver that has no descriptor or address space left fails the call that brought them.
- * If it was shared memory, its next packet has kBulkMemoryLost, and the sender makes new;
- * for that of a control channel, which is not always read, it ends the link (kTurnedAway).
+ * If the receiver of a call has no descriptors or address space left, that call fails. If shared
+ * memory was lost, the receiver's next packet has the flag kBulkMemoryLost, and the sender creates new
+ * memory. If shared memory of a control channel was lost, the receiver ends the link (kTurnedAway): the
+ * peer may not read that flag, because a process without a thread pool does not read control channels.
  *
- * *The receive buffer* of a process has room for kTransactionLimit bytes (half of them for
- * oneway calls) of all messages to it that are sent and not yet handled. Their sizes are
- * those of the platform (Parcel.h); the smallest are not counted. Nothing lies in that
- * buffer: it is two pages of numbers, which a process shares with its peers by
- * kReceiveSpace. Each link has a slot in both. All totals run from the beginning, modulo
- * 2^32:
+ * *Receive buffer*: the messages to a process that are sent and not yet handled may take
+ * kTransactionLimit bytes together, oneway calls half of it. Their sizes are those of the platform
+ * (Parcel.h); messages up to kMaxUncounted bytes are not counted. The buffer holds no data: it is two
+ * pages of counters, which a process shares with its peers (kReceiveSpace). Each link has a slot in
+ * both pages. All counters are running totals modulo 2^32:
  *
  *     claims (the peers write)      books (only the receiver can write)
  *                                  +-------+-------+
@@ -83,28 +84,28 @@
  *     +-------+-------+            +-------+-------+-------+-------+
  *      ...                          ...
  *
- * In flight are `claimed - released` of all slots that count. A sender adds the size to
- * `claimed` of its slot and sends if the sum fits, otherwise it subtracts the size again and
- * the call fails. The receiver adds `room` to `released` when the message is handled. A
- * caller whose claim is refused sends kRefused with the `look` that it read; the receiver then
- * checks the claims (ReceiveSpace::audit).
+ * The number of bytes in flight is the sum of `claimed - released` over all slots with `counts` = 1. A
+ * sender adds the size of a message to `claimed` of its slot. If the sum fits, it sends the message;
+ * otherwise it subtracts the size again and the call fails. The receiver adds `room` to `released` when
+ * the message is handled. A caller whose claim is refused sends kRefused with the value of `look`, the
+ * number of audits, that it read. The receiver then audits the claims (ReceiveSpace::audit).
  */
 namespace android::hardware::transport {
 
 constexpr size_t kHeaderSize = 40;
 
 enum MessageType : uint8_t {
-    kHello = 1,       // first on a control channel: code = kWireVersion, target = the process
+    kHello = 1,       // first on a control channel: code = kWireVersion, target = the sender's process name
     kNewCallChannel,  // control: one descriptor, the far end of a call channel
-    kAcquire,         // control: the sender holds registered object `target`
-    kRelease,         // control: the sender gives back `code` references to `target`
+    kAcquire,         // control: the sender takes a reference to the registered object `target`
+    kRelease,         // control: the sender releases `code` references to `target`
     kCall,            // call channel, or control channel with kOneway
     kReply,           // call channel: code = transport status
     kDescriptorsFollow,
-    kReplyRead,     // call channel: the reply that brought objects home was read
-    kReceiveSpace,  // once a link and direction: two descriptors, books and claims; code = the slot
-    kRefused,       // control: a call found no room; code = the look
-    kTurnedAway,    // control: the sender ends the connection for a shortage; code = which, a status
+    kReplyRead,     // call channel: a reply with objects of its receiver was read
+    kReceiveSpace,  // once per link and direction: two descriptors, books and claims; code = slot
+    kRefused,       // control: a claim was refused; code = `look`
+    kTurnedAway,    // control: the sender ends the link for a shortage; code = that as a status
 };
 constexpr uint8_t kLastMessageType = kTurnedAway;
 
@@ -112,7 +113,7 @@ enum MessageFlags : uint8_t {
     kOneway = 1,
     kNewBulkMemory = 2,  // the first descriptor is the sender's shared memory
     kBodyInBulk = 4,
-    kBulkMemoryLost = 8,  // the sender could not take the receiver's shared memory
+    kBulkMemoryLost = 8,  // the sender of this flag could not receive or map the peer's shared memory
 };
 constexpr uint8_t kAllMessageFlags = kOneway | kNewBulkMemory | kBodyInBulk | kBulkMemoryLost;
 
@@ -151,7 +152,7 @@ struct BufferRecord {
 };
 static_assert(sizeof(BufferRecord) == 16);
 
-/** What is counted of the messages in flight: all of them, and the oneway calls among them. */
+/** Totals of the messages in flight: all messages, and the oneway calls among them. */
 enum SpaceTotal : size_t { kAllMessages, kOnewayMessages, kSpaceTotals };
 
 constexpr size_t kSpaceSlots = 252;
@@ -181,22 +182,22 @@ constexpr uint32_t kNoParent = 0xffffffff;
 constexpr uint32_t kInline = 0xffffffff;
 constexpr uint32_t kNullObject = 0xffffffff;
 
-/** A packet, header included: well below the send buffer that any user gets. */
+/** Maximum size of a packet with its header; well below the default send buffer of a socket. */
 constexpr size_t kMaxPacket = 32 * 1024;
-/** Plain data up to here is cheaper in the packet. */
+/** Plain data up to this size is sent in the packet, which is cheaper. */
 constexpr size_t kBulkThreshold = 4 * 1024;
-/** The receive buffer of a process; oneway calls may take half of it. */
+/** Size of a process's receive buffer; oneway calls may take half of it. */
 constexpr size_t kTransactionLimit = 1024 * 1024 - 2 * 4096;
-/** What one message may carry; far above any interface, below the kernel's 253. */
+/** Limits of one message, far above the need of any interface. The kernel allows 253 descriptors. */
 constexpr size_t kMaxDescriptors = 128;
 constexpr size_t kMaxObjects = 1024;
 
-/** Messages up to this size are not counted: many of them are still little, and are to be fast. */
+/** Messages up to this size are not counted in the receive buffer, so that small calls stay fast. */
 constexpr size_t kMaxUncounted = 512;
 
 /**
- * Shared memory of a sender: room for one transaction and what alignment costs, beside
- * the one before, which the receiver may still hold when its reply has come already.
+ * Size of a sender's shared memory: two transactions and their alignment. The receiver may still use
+ * the previous block when its reply has already arrived.
  */
 constexpr size_t kBulkMemorySize = 2 * (1024 * 1024 + 64 * 1024);
 constexpr size_t kBulkAlignment = 64;

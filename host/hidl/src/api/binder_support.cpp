@@ -63,7 +63,7 @@ status_t readEmbeddedFromParcel(const hidl_handle& handle, const Parcel& parcel,
                                 size_t parentOffset) {
     const native_handle_t* received = nullptr;
     status_t status = parcel.readNullableEmbeddedNativeHandle(parentHandle, parentOffset, &received);
-    // What the structure held came from the other process: it is made anew.
+    // The structure came from the other process: construct a new one in its place.
     new (const_cast<hidl_handle*>(&handle)) hidl_handle(received);
     return status;
 }

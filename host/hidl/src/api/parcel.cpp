@@ -31,7 +31,7 @@ constexpr size_t alignUp(size_t value, size_t alignment) {
     return (value + alignment - 1) & ~(alignment - 1);
 }
 
-// Bytes that parts of a parcel take on the platform; see Parcel.
+// Sizes of the parts of a parcel on the platform, in bytes; see Parcel.h.
 constexpr size_t kBufferObject = 40;
 constexpr size_t kInterfaceObject = 24;
 constexpr size_t kDescriptorArrayObject = 32;
@@ -52,7 +52,7 @@ void Parcel::startReading() {
     position_ = 0;
 }
 
-// Room for `size` bytes at the next aligned place, null once the parcel is too large.
+// Returns `size` bytes at the next aligned position, or `nullptr` if the parcel is too large.
 uint8_t* Parcel::reserve(size_t size, size_t alignment) {
     const size_t start = alignUp(out_.bodySize, alignment);
     if (out_.tooLarge || size > kTransactionLimit || start + size > kTransactionLimit) {
@@ -358,8 +358,8 @@ status_t Parcel::readNativeHandleNoDup(const native_handle_t** handle) const {
     return status == OK && *handle == nullptr ? static_cast<status_t>(UNEXPECTED_NULL) : status;
 }
 
-// The structure that holds the handle is written before it and read back field by
-// field, so that where it lies needs no record of its own.
+// A handle needs no record with its parent and offset: handles are read in the order in which they
+// were written.
 status_t Parcel::writeEmbeddedNativeHandle(const native_handle_t* handle, size_t parent,
                                            size_t parentOffset) {
     const status_t status = clearPointer(parent, parentOffset);

@@ -23,7 +23,7 @@ struct TaskRunner::Queue {
     bool started GUARDED_BY(mutex) = false;
     bool ended GUARDED_BY(mutex) = false;
 
-    /** Waits for a task; an empty one says that there is none any more. */
+    /** Waits for a task. Returns an empty one if the runner has ended and the queue is empty. */
     Task next() {
         std::unique_lock<std::mutex> lock(mutex);
         const base::ScopedLockAssertion held(mutex);

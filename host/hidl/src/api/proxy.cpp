@@ -32,7 +32,7 @@ status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient, void*, uin
         if (obituarySent_) return DEAD_OBJECT;
         recipients_.push_back(recipient);
     }
-    // The link's end tells those that it finds here; nobody tells one that comes after it.
+    // PeerConnection::end() notifies the recipients linked so far. Notify one that came later here.
     return link_->ended() ? sendObituaryLater() : static_cast<status_t>(OK);
 }
 
@@ -58,7 +58,7 @@ void BpHwBinder::sendObituary() {
     std::vector<wp<DeathRecipient>> recipients;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        // Where there is nobody to tell, the next recipient is still to be told.
+        // Without recipients nothing is sent, so the next one to be linked must still be notified.
         if (recipients_.empty()) return;
         obituarySent_ = true;
         recipients.swap(recipients_);

@@ -14,7 +14,7 @@ namespace transport {
 class PeerConnection;
 }
 
-/** An object of another process; one for each object and link while anyone holds it. */
+/** Object of another process. Each link has at most one proxy per object. */
 class BpHwBinder : public IBinder {
   public:
     BpHwBinder(std::shared_ptr<transport::PeerConnection> link, uint64_t object);
@@ -29,9 +29,9 @@ class BpHwBinder : public IBinder {
     const std::shared_ptr<transport::PeerConnection>& link() const { return link_; }
     uint64_t object() const { return object_; }
 
-    /** For the link, under its mutex: the peer counts so many more references to us. */
+    /** Adds references that the peer has counted for this proxy. Called by the link, with its mutex held. */
     void addKnown(uint32_t references) { known_ += references; }
-    /** For the pool: the peer is gone. Tells each recipient once. */
+    /** Notifies each recipient, once, that the peer has ended. */
     void sendObituary();
 
   protected:

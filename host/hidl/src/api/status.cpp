@@ -24,7 +24,7 @@ constexpr Name kExceptionNames[] = {
     {Status::EX_TRANSACTION_FAILED, "EX_TRANSACTION_FAILED"},
 };
 
-// Debian's libutils declares statusToString and does not have it.
+// Debian's libutils declares statusToString() but does not define it.
 constexpr Name kErrorNames[] = {
     {OK, "OK"},
     {UNKNOWN_ERROR, "UNKNOWN_ERROR"},
@@ -114,7 +114,7 @@ return_status& return_status::operator=(return_status&& other) noexcept {
     if (!status_.isOk() && !examined_) unexamined();
     status_ = std::move(other.status_);
     examined_ = other.examined_;
-    // The obligation to examine has moved.
+    // The obligation to examine the error moves with it.
     other.examined_ = true;
     return *this;
 }

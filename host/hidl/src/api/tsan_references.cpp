@@ -3,10 +3,10 @@
 #include <sanitizer/tsan_interface.h>
 #include <utils/RefBase.h>
 
-// Only in builds with the thread sanitizer. It cannot see the reference counts of
-// libutils, which is not instrumented, and takes each destructor for a race with what
-// other threads did to the object before they gave up their references. These stand
-// before the library's own functions and tell it.
+// Only in builds with the thread sanitizer. libutils is not instrumented, so the sanitizer does not see
+// its reference counts: it reports a race between each destructor and other threads' accesses before
+// they released their references. These functions take the place of the library's and report the
+// counting to the sanitizer.
 namespace android {
 
 void RefBase::decStrong(const void* id) const {

@@ -27,8 +27,8 @@ BulkMapping::~BulkMapping() {
 }
 
 bool BulkMapping::isSane(int fd) {
-    // Memory that its owner can cut short would kill the reader with SIGBUS. A device or a
-    // descriptor without the right to write can't be mapped.
+    // If the owner could shrink the memory, reading it could raise SIGBUS. Devices and read-only
+    // descriptors cannot be mapped.
     const int seals = fcntl(fd, F_GET_SEALS);
     struct stat status{};
     return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 &&
@@ -84,8 +84,8 @@ status_t BulkSender::allocate(size_t size, size_t* block) {
     return OK;
 }
 
-// Where a block fits as high as can be: next to one at the bottom, it leaves the
-// bottom in one piece for the one after.
+// Finds the highest free place for a block: above a block at the bottom, it leaves the lower memory in
+// one piece for the next block.
 bool BulkSender::findHighest(size_t needed, std::vector<Block>::iterator* next, size_t* begin) {
     size_t end = kBulkMemorySize;
     for (*next = blocks_.end(); *next != blocks_.begin(); --*next) {

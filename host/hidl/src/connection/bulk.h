@@ -13,14 +13,14 @@
 
 namespace android::hardware::transport {
 
-/** A mapping of shared memory for bulk data, its blocks' words included. */
+/** Mapping of shared memory for bulk data. Each block starts with a word that marks it as used (wire.h). */
 class BulkMapping {
   public:
-    /** Whether memory of the other process is of the agreed size and may not shrink. */
+    /** Returns whether the peer's memory has the expected size, is writable and cannot shrink. */
     static bool isSane(int fd);
-    /** Maps memory of the other process; null, with errno, if the system gives no address space. */
+    /** Maps the peer's memory. Returns null and sets errno if no address space is left. */
     static std::shared_ptr<BulkMapping> ofPeer(int fd);
-    /** Makes memory of our own to share; null, with errno, if the system gives none. */
+    /** Creates memory to share with the peer. Returns null and sets errno on failure. */
     static std::shared_ptr<BulkMapping> create(base::unique_fd* fd);
 
     explicit BulkMapping(uint8_t* base) : base_(base) {}
@@ -28,7 +28,7 @@ class BulkMapping {
     BulkMapping(const BulkMapping&) = delete;
     BulkMapping& operator=(const BulkMapping&) = delete;
 
-    /** Whether a block of `size` data bytes can begin at `block`. */
+    /** Returns whether a block with `size` data bytes can begin at the offset `block`. */
     static bool holds(size_t block, size_t size);
 
     uint8_t* blockData(size_t block) { return base_ + block + kBulkAlignment; }
@@ -47,20 +47,24 @@ static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<u
               "the word is shared between processes");
 
 /**
- * The sender's side: hands out blocks, at the bottom where there is room so that the
- * same pages are used again; large ones in turn at the bottom and at the top, because
- * it is slow to write over what the receiver's processor has just read. What the
- * receiver writes into the words can only make the sender reuse a block early; the
- * bytes in blocks mean nothing to the sender.
+ * Allocates blocks in the sender's memory. Uses the bottom of the memory if it is free, so that the
+ * same pages are reused. Large blocks alternate between the bottom and the top, because it is slow to
+ * overwrite data that the receiver's processor has just read. A receiver that manipulates the words can
+ * only make the sender reuse a block too early; the sender never reads the data of a block.
  */
 class BulkSender {
   public:
-    /** A block for `size` bytes. FAILED_TRANSACTION if calls in flight hold the space, or a shortage. */
+    /**
+     * Allocates a block for `size` bytes.
+     *
+     * @return OK; FAILED_TRANSACTION if calls in flight take the space; NO_MEMORY or a negative errno if
+     *         the memory cannot be created
+     */
     status_t allocate(size_t size, size_t* block);
     uint8_t* blockData(size_t block) { return mapping_->blockData(block); }
-    /** Descriptor of the memory while the receiver does not have it, else -1. */
+    /** Returns the descriptor of the memory until it has been sent to the receiver, then -1. */
     int undelivered() const { return undelivered_.get(); }
-    /** The message that refers to `block` has left, and the descriptor with it, or could not. */
+    /** Reports whether the message with `block` and the descriptor was sent; otherwise frees the block. */
     void sent(size_t block, bool delivered);
 
   private:
@@ -73,8 +77,8 @@ class BulkSender {
 
     std::shared_ptr<BulkMapping> mapping_;
     base::unique_fd undelivered_;
-    std::vector<Block> blocks_;  // handed out, by address
-    bool atTop_ = false;         // where the last large block was
+    std::vector<Block> blocks_;  // allocated, sorted by address
+    bool atTop_ = false;         // whether the last large block was at the top
 };
 
 }  // namespace android::hardware::transport

@@ -15,20 +15,19 @@
 namespace android::hardware::transport {
 namespace {
 
-// A call that this thread serves. Until it is answered, the caller's thread waits on
-// `channel` and serves what is sent there.
+// A call that this thread serves. Until it is answered, the caller's thread waits on `channel` and
+// serves the calls that are sent there.
 struct Frame {
     PeerConnection* link;
     Channel* channel;
     bool answered;
 };
 
-// Peers may call each other back and forth; a peer that never ends must not take
-// the stack.
+// Maximum depth of nested calls: bounds the stack that a peer can consume with endless nested calls.
 constexpr size_t kMaxDepth = 64;
 
-// Oneway calls of an object that may wait in this process; more stay in the socket,
-// until that takes no more and the sender is told.
+// Maximum number of queued oneway calls per object. Further ones stay in the socket; once that is full,
+// the sender's calls fail.
 constexpr size_t kMaxWaitingOneways = 256;
 
 struct OwnChannel {
@@ -63,7 +62,7 @@ class ScopedFrame {
     ScopedFrame& operator=(const ScopedFrame&) = delete;
 };
 
-// The channel on which a thread of the peer already waits for this one.
+// Returns the channel on which a thread of the peer waits for this thread's answer, or `nullptr`.
 Channel* nestedChannel(const PeerConnection& link) {
     const std::vector<Frame*>& frames = thread().frames;
     auto waits = [&link](const Frame* frame) { return frame->link == &link && !frame->answered; };
@@ -98,7 +97,7 @@ void acknowledgeReply(PeerConnection& link, Channel& channel) {
     if (channel.send(header) != OK) link.kill();
 }
 
-// What a call comes to whose channel the peer has closed.
+// Returns the status of a call whose channel the peer has closed.
 status_t closed(PeerConnection& link, Channel& channel) {
     const status_t status =
         nestedChannel(link) == &channel ? static_cast<status_t>(DEAD_OBJECT) : link.lostCallChannel(channel);
@@ -143,12 +142,12 @@ status_t sendOnewayCall(PeerConnection& link, MessageHeader header, OutgoingBody
                         const std::vector<ObjectReference>& references) {
     header.flags |= kOneway;
     const status_t status = link.sendOneway(header, body, references);
-    // A receiver that is this far behind has no room for more, as on the platform.
+    // The receiver is too far behind. The platform returns this error if its buffer is full.
     return status == WOULD_BLOCK ? static_cast<status_t>(FAILED_TRANSACTION) : status;
 }
 
-// The peer's thread takes each message of this channel before the next is due, so
-// that only a peer that does not keep to the order leaves no room.
+// Sends a call or reply. The peer's thread reads each message of this channel before the next one is
+// due, so the socket can only be full if the peer violates the protocol.
 status_t sendInTurn(PeerConnection& link, Channel& channel, const MessageHeader& header, OutgoingBody& body,
                     const std::vector<ObjectReference>& references) {
     const status_t status = link.send(channel, header, body, references);
@@ -186,7 +185,7 @@ void sendReply(PeerConnection& link, Channel& channel, Parcel& reply) {
     if (status != OK && status != DEAD_OBJECT) sendStatus(link, channel, status);
 }
 
-// How the served method's results leave, from within it or after it.
+// Sends the results of the served method, before or after the method returns.
 struct Answer {
     PeerConnection& link;
     Channel& channel;
@@ -216,8 +215,8 @@ status_t callLiving(PeerConnection& link, uint64_t object, uint32_t code, const 
     std::vector<ObjectReference> references;
     status_t status = link.reference(body.objects, &references);
     if (status != OK) return status;
-    // Whoever passes out an object serves it, and hears when it is given back. The
-    // generated code sees to it only for arguments that are interfaces themselves.
+    // A process that passes out an object must serve it and receive its release. The generated code
+    // starts the pool only for arguments that are interfaces themselves.
     if (!references.empty()) Process::self().pool().start();
 
     std::shared_ptr<Channel> own;
@@ -260,7 +259,7 @@ void serveCall(const std::shared_ptr<PeerConnection>& link, Channel& channel, Pa
     data.startReading();
     Parcel reply;
     Answer answer{*link, channel, frame, turn};
-    // A reference is small enough for the function object to hold it in place.
+    // The lambda captures only a reference, so that std::function need not allocate memory.
     const status_t status =
         target->transact(header.code, data, &reply, 0, [&answer](Parcel& results) { answer.send(results); });
     if (frame.answered) return;

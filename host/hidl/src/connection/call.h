@@ -15,8 +15,8 @@
 namespace android::hardware::transport {
 
 /**
- * Calls `object` of the peer and waits for the reply; on this thread, calls that the
- * callee makes to this process in the meantime are served. Any thread.
+ * Calls `object` of the peer and waits for the reply. Meanwhile, this thread serves calls that the
+ * callee makes to this process. Any thread.
  *
  * @param reply unused for oneway
  * @return as IBinder::transact
@@ -27,13 +27,13 @@ status_t callRemote(PeerConnection& link, uint64_t object, uint32_t code, const 
 /**
  * Serves the kCall received in `data` and sends its reply.
  *
- * @param turn ended when the reply has left, perhaps while the method still works; null
- *             for a call that came while this thread waited for a reply
+ * @param turn ended when the reply has been sent, perhaps before the method returns; null for a
+ *             call that arrived while this thread waited for a reply
  */
 void serveCall(const std::shared_ptr<PeerConnection>& link, Channel& channel, Parcel& data,
                DispatchGuard* turn);
 
-/** Oneway calls of one object: whoever finds nobody serving serves all that come. */
+/** Oneway calls of one object. One thread at a time serves them, until the queue is empty. */
 struct OnewayQueue {
     struct Pending {
         std::shared_ptr<PeerConnection> link;
@@ -43,7 +43,7 @@ struct OnewayQueue {
     std::mutex mutex;
     std::deque<Pending> pending GUARDED_BY(mutex);
     bool serving GUARDED_BY(mutex) = false;
-    std::vector<std::shared_ptr<Source>> stopped GUARDED_BY(mutex);  // what filled the queue
+    std::vector<std::shared_ptr<Source>> stopped GUARDED_BY(mutex);  // not watched while the queue is full
 };
 
 enum class Enqueued { MustServe, Waits, Stops };
@@ -51,14 +51,16 @@ enum class Enqueued { MustServe, Waits, Stops };
 /**
  * Puts a received oneway call in its object's queue.
  *
- * @return MustServe: nobody serves the queue, the caller must. Stops: it is full, and
- *         `source` has to be left alone; it is resumed once the queue is shorter.
+ * @return MustServe if no thread serves the queue: the caller must call serveOneways(). Waits if a
+ *         thread serves it. Stops if it is full: the caller must stop watching `source`, which is
+ *         resumed once the queue is shorter.
  */
 Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<PeerConnection>& link,
                        IncomingMessage&& message, const std::shared_ptr<Source>& source);
+/** Serves the queued calls of `target` until the queue is empty. */
 void serveOneways(const sp<BHwBinder>& target);
 
-/** Process and user of the call that this thread serves; false outside of a call. */
+/** Stores the caller's process and user ID. Returns false if this thread serves no call. */
 bool caller(pid_t* pid, uid_t* uid);
 
 }  // namespace android::hardware::transport

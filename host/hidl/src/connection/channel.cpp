@@ -22,7 +22,7 @@ constexpr size_t alignUp(size_t value) {
 status_t statusOfSend(ssize_t sent) {
     if (sent >= 0) return OK;
     if (errno == EAGAIN || errno == EWOULDBLOCK) return WOULD_BLOCK;
-    // The kernel refuses what no peer could ever take; the peer lives.
+    // The kernel has rejected this message; the peer may be alive.
     if (errno == EMSGSIZE || errno == ETOOMANYREFS || errno == EBADF || errno == ENOBUFS || errno == ENOMEM) {
         return FAILED_TRANSACTION;
     }
@@ -82,7 +82,7 @@ status_t Channel::sent(status_t status) {
 
 status_t Channel::sendPacket(const void* data, size_t size, const std::vector<int>& fds) {
     if (fds.empty()) return sendPlain(data, size);
-    // The peer still waits for descriptors that could not be sent: once is enough.
+    // If an announced message could not be sent, the announcement still holds for the next one.
     if (kind_ == Kind::Call && !announced_) {
         MessageHeader announcement{};
         announcement.type = kDescriptorsFollow;
@@ -107,7 +107,7 @@ status_t Channel::sendPacket(const void* data, size_t size, const std::vector<in
     return sent(statusOfSend(sendmsg(socket_.get(), &message, kSendFlags)));
 }
 
-// What each message says beside its content.
+// Sets the header fields that all messages carry.
 void Channel::stamp(MessageHeader* header) {
     header->processor = ownProcessor();
     if (tellBulkLost_) header->flags |= kBulkMemoryLost;
@@ -119,8 +119,8 @@ status_t Channel::send(MessageHeader header, const std::vector<int>& fds) {
     return sendPacket(&header, sizeof(header), fds);
 }
 
-// Copies the message's large parts to shared memory; `skip` bytes at the block's
-// beginning are the caller's.
+// Copies the bulk pieces of the message to a block of shared memory, after `skip` bytes that the caller
+// fills.
 status_t Channel::fillBulk(MessageHeader* header, const OutgoingBody& body, size_t skip,
                            std::vector<int>* fds) {
     size_t block = 0;
@@ -207,8 +207,8 @@ ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
         }
     }
     if ((header.msg_flags & MSG_CTRUNC) == 0) return size;
-    // Descriptors that did not fit are lost: an impossible size makes it malformed. If there was
-    // room for more, it is this process that could not have more.
+    // Descriptors are lost. If the peer sent too many, an impossible size makes the message malformed.
+    // Otherwise this process has reached its limit of descriptors.
     if (message->fdCount() > kMaxDescriptors) return static_cast<ssize_t>(kMaxPacket + 1);
     noteShortage("descriptors that came with a message are lost", EMFILE);
     message->incomplete = true;
@@ -221,20 +221,20 @@ Channel::Received Channel::receive(IncomingMessage* message, bool wait) {
     bool announced = descriptorsFollow_;
     for (;;) {
         const ssize_t size = receivePacket(message, wait);
-        // The peer may have closed with messages unread: what it has sent before still comes.
+        // ECONNRESET: the peer closed the channel with messages unread. Its own messages still arrive.
         if (size < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
         if (size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return Received::Nothing;
         if (size <= 0) return Received::Closed;
         if (!check(message, static_cast<size_t>(size))) return Received::Malformed;
         if (message->header.type == kReplyRead) {
-            // Once a reply, or a peer could keep this loop busy.
+            // At most one per reply: otherwise a peer could keep this loop busy.
             if (heldUntilNext.empty()) return Received::Malformed;
             heldUntilNext.clear();
             continue;
         }
         heldUntilNext.clear();
         if (message->header.type != kDescriptorsFollow) return Received::Message;
-        // One announcement a message, or a peer could keep this loop busy.
+        // At most one announcement per message: otherwise a peer could keep this loop busy.
         if (announced || kind_ != Kind::Call) return Received::Malformed;
         announced = true;
         descriptorsFollow_ = true;
@@ -258,8 +258,8 @@ bool Channel::attachMemory(IncomingMessage* message) {
     return true;
 }
 
-// Finds the message's body and references, in the packet or as a copy of what lies
-// in shared memory, and the plain data beside them.
+// Locates the body and the references of the message, in the packet or copied from shared memory, and
+// the plain data in shared memory.
 bool Channel::attachBulk(IncomingMessage* message) {
     const MessageHeader& header = message->header;
     const bool bodyInBulk = (header.flags & kBodyInBulk) != 0;

@@ -13,8 +13,8 @@
 namespace android::hardware::transport {
 
 /**
- * One socket of a link, and the shared memory of its two directions. One thread at
- * a time; only shutdown() is for any thread.
+ * One socket of a link, with the shared memory of both directions. One thread at a time uses a call
+ * channel. On a control channel, one thread may send while a pool thread receives.
  */
 class Channel {
   public:
@@ -25,38 +25,37 @@ class Channel {
 
     int fd() const { return socket_.get(); }
 
-    /** Ends the channel for both sides; the descriptor stays ours until this object goes. */
+    /** Shuts the socket down for both sides. The destructor closes the descriptor. Any thread. */
     void shutdown();
 
     /**
-     * Sends `header` with what was written to `body`. Never waits.
+     * Sends `header` with `body`. Never blocks.
      *
-     * @param references the body's objects as the peer knows them
-     * @return OK; FAILED_TRANSACTION where the message is too large or its space is
-     *         taken by calls in flight; WOULD_BLOCK where the peer does not read;
-     *         DEAD_OBJECT where it is gone
+     * @param references the objects of `body`, from PeerConnection::reference()
+     * @return OK; FAILED_TRANSACTION if the message is too large, the kernel lacks memory or calls in
+     *         flight take the shared memory; NO_MEMORY or a negative errno if the shared memory cannot
+     *         be created; WOULD_BLOCK if the socket is full; DEAD_OBJECT if the peer has closed it
      */
     status_t send(MessageHeader header, OutgoingBody& body, const std::vector<ObjectReference>& references);
 
-    /** Sends a message without body. */
+    /** Sends a message without a body. Never blocks. */
     status_t send(MessageHeader header, const std::vector<int>& fds = {});
 
     /**
-     * Takes the next message. Its layout is checked, its references are not yet
-     * resolved.
+     * Receives the next message. Checks its layout but does not resolve its references.
      *
-     * @param wait block until there is one
+     * @param wait whether to block until a message arrives
      */
     Received receive(IncomingMessage* message, bool wait);
 
-    /** Waits until the peer reads; false where it is gone. */
+    /** Waits until the socket accepts a packet. Returns false if the peer has closed it. Any thread. */
     bool waitWritable();
-    /** Whether the peer closes the channel within so many milliseconds, or has. Any thread. */
+    /** Returns whether the peer has closed the channel, or does so within `milliseconds`. Any thread. */
     bool closesWithin(int milliseconds) const;
-    /** Reads the next message's header and leaves the message; false if there is none. Any thread. */
+    /** Reads the header of the next message, which stays queued. Returns false if none. Any thread. */
     bool peek(MessageHeader* header) const;
 
-    /** Objects of the peer's that travel home in a reply: kept until the peer's next packet. */
+    /** Objects of the peer to which a reply refers; kept until the peer's next packet. */
     std::vector<sp<IBinder>> heldUntilNext;
 
   private:
@@ -74,10 +73,10 @@ class Channel {
 
     const base::unique_fd socket_;
     const Kind kind_;
-    bool descriptorsFollow_ = false;  // the peer has announced some
-    bool announced_ = false;          // we have, and the peer still waits for the message
-    bool peerBulkLost_ = false;       // there was no address space or descriptor for it
-    bool tellBulkLost_ = false;       // and the peer does not know
+    bool descriptorsFollow_ = false;  // the peer has announced descriptors
+    bool announced_ = false;          // this side has announced descriptors and not yet sent them
+    bool peerBulkLost_ = false;       // the peer's shared memory could not be received or mapped
+    bool tellBulkLost_ = false;       // the peer has yet to be notified of that
     BulkSender bulkSender_;
     std::shared_ptr<BulkMapping> peerBulk_;
 };

@@ -11,8 +11,8 @@
 namespace android::hardware::transport {
 namespace {
 
-// The thread's store. Plain variables, so that buffers may be given back while the
-// thread's other objects are being destroyed.
+// The thread's cache of buffers. Plain variables, so that buffers can be returned while other
+// thread-local objects are being destroyed.
 constexpr size_t kStoreSize = 4;
 thread_local uint8_t* tStore[kStoreSize];
 thread_local size_t tStored = 0;

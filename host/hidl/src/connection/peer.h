@@ -6,22 +6,22 @@
 
 namespace android::hardware::transport {
 
-/** The process at the other end of a connected socket, as the kernel knows it. */
+/** The process at the other end of a connected socket, as the kernel reports it. */
 struct Peer {
     pid_t pid = -1;
     uid_t uid = static_cast<uid_t>(-1);
 };
 
-/** False where the peer is another user's, or the kernel does not tell. */
+/** Reads the peer of `socket`. Returns false if it belongs to another user, or on an error. */
 bool peerOf(int socket, Peer* peer);
 
 /**
- * Whether a descriptor that the process `peer` sent is a socket as call channels are: one end
- * of a pair that this process made.
+ * Returns whether a descriptor that the process `peer` sent can be a call channel: one end of a
+ * SOCK_SEQPACKET socket pair that `peer` created.
  */
 bool isChannelOf(int fd, pid_t peer);
 
-/** A descriptor that becomes readable when the process ends; negative, with errno, on failure. */
+/** Opens a descriptor that becomes readable when the process ends. Negative, with errno, on failure. */
 base::unique_fd openProcess(pid_t pid);
 
 }  // namespace android::hardware::transport

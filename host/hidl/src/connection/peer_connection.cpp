@@ -26,7 +26,7 @@ std::atomic<uint64_t> gLinks{0};
 constexpr int kRoomAttempts = 50;
 constexpr std::chrono::microseconds kRoomPause{100};
 
-// A process that ends closes all its sockets within a moment.
+// Time in which an ending process closes all its sockets.
 constexpr int kEndPatience = 1000;  // milliseconds
 
 MessageHeader controlMessage(MessageType type, uint64_t target, uint32_t code = 0) {
@@ -67,8 +67,8 @@ std::shared_ptr<Channel> PeerConnection::control() {
 
 void PeerConnection::kill() {
     dead_.store(true, std::memory_order_release);
-    // Where these are the last references, the objects that a channel holds go with it, and
-    // their proxies need the mutex.
+    // Destroyed after the mutex is released: the last reference to a channel may destroy proxies, whose
+    // destructors lock the mutex.
     std::vector<std::shared_ptr<Channel>> peerChannels;
     std::lock_guard<std::mutex> lock(mutex_);
     if (control_ != nullptr) control_->shutdown();
@@ -82,7 +82,7 @@ void PeerConnection::kill() {
 status_t PeerConnection::reasonOfEnd() {
     const std::shared_ptr<Channel> channel = control();
     MessageHeader header{};
-    // Without a thread of the pool nobody else reads what the peer said.
+    // Without a pool thread, a kTurnedAway of the peer is still unread.
     if (channel != nullptr && channel->peek(&header) && header.type == kTurnedAway) turnAway(header.code);
     return reason_;
 }
@@ -107,7 +107,7 @@ void PeerConnection::end() {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         ended_ = true;
-        // Whoever keeps a dead peer's object keeps this link, and shall keep no descriptor.
+        // A proxy of a dead peer keeps this link alive; it must not keep descriptors open.
         control.swap(control_);
         exports.swap(exports_);
         channels.swap(callChannels_);
@@ -118,7 +118,7 @@ void PeerConnection::end() {
         }
     }
     if (SpaceShare* share = share_.exchange(nullptr)) share->close();
-    // Objects may do anything in their destructors: none goes under the mutex.
+    // Destructors of objects may call the link: destroy the objects without the mutex.
     exports.clear();
     for (const sp<BpHwBinder>& proxy : proxies) proxy->sendObituary();
 }
@@ -155,8 +155,8 @@ status_t PeerConnection::sendOneway(const MessageHeader& header, OutgoingBody& b
     return status == OK ? send(*channel, header, body, references) : status;
 }
 
-// Claims room at the peer, and notes it in the header. A caller goes on as soon as its answer
-// has come, perhaps before the callee gives back the room of that call: it gets some time.
+// Claims room in the peer's receive buffer and stores it in the header. A two-way call retries for about
+// 5 ms: the callee may have answered the previous call without having released its room.
 status_t PeerConnection::claimRoom(MessageHeader* header, uint32_t size) {
     PeerSpace* space = size > kMaxUncounted ? peerSpace_.load() : nullptr;
     if (space == nullptr) return OK;
@@ -195,7 +195,7 @@ void PeerConnection::giveReceiveSpace(Channel& channel) {
     if (share_.load() != nullptr) return;
     SpaceShare* share = ReceiveSpace::own().open(peerPid);
     if (share == nullptr) return;
-    share_ = share;  // before the peer can claim anything
+    share_ = share;  // set before the peer can claim room
     if (channel.send(controlMessage(kReceiveSpace, 0, share->slot()), ReceiveSpace::own().descriptors()) ==
         OK)
         return;
@@ -214,7 +214,7 @@ bool PeerConnection::takeReceiveSpace(IncomingMessage* message) {
     return true;
 }
 
-// Until the peer reads its control channel; false where it is gone.
+// Waits until the control channel accepts a packet. Returns false if the link or the peer has ended.
 bool PeerConnection::waitForRoom() {
     const std::shared_ptr<Channel> channel = control();
     return channel != nullptr && channel->waitWritable();
@@ -310,7 +310,7 @@ sp<BpHwBinder> PeerConnection::registeredProxy(uint64_t object) {
         if (!waitForRoom()) return nullptr;
     }
     if (status == OK) return proxy(object, 1);
-    // Calls on it will return the reason.
+    // Calls to this proxy return the reason.
     return reasonOfEnd() != DEAD_OBJECT ? proxy(object, 0) : nullptr;
 }
 
@@ -336,7 +336,7 @@ void PeerConnection::forgetProxy(uint64_t object, const BpHwBinder* proxy, uint3
 void PeerConnection::awaitRoom(const Channel& control) {
     if (awaitsRoom_) return;
     base::unique_fd own(fcntl(control.fd(), F_DUPFD_CLOEXEC, 0));
-    if (own < 0) return;  // then the releases go with a later message
+    if (own < 0) return;  // the releases are sent with a later message
     awaitsRoom_ = true;
     Process::self().pool().add(std::make_shared<ReleaseSource>(shared_from_this(), std::move(own)));
 }
@@ -373,7 +373,7 @@ bool PeerConnection::release(uint64_t object, uint32_t count) {
     std::lock_guard<std::mutex> lock(mutex_);
     auto found = exports_.find(object);
     if (found == exports_.end() || found->second.count == 0)
-        return count > 0;  // it was never acquired: taken off the registry meanwhile
+        return count > 0;  // never acquired, because its registration was removed in the meantime
     if (count == 0 || count > found->second.count) return false;
     found->second.count -= count;
     if (found->second.count == 0) unreferenced_.insert(object);
@@ -381,7 +381,7 @@ bool PeerConnection::release(uint64_t object, uint32_t count) {
 }
 
 void PeerConnection::dropUnreferenced() {
-    std::vector<sp<BHwBinder>> dropped;  // goes after the mutex is free
+    std::vector<sp<BHwBinder>> dropped;  // destroyed after the mutex is released
     std::lock_guard<std::mutex> lock(mutex_);
     if (unreferenced_.empty() || control_ == nullptr || !isEmpty(control_->fd())) return;
     for (const uint64_t object : unreferenced_) {

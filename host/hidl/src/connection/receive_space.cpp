@@ -26,10 +26,10 @@ static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<u
 constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
 constexpr int64_t kReportInterval = 50'000'000;  // nanoseconds
 
-// Senders that claim the same room at once all step back; one of the next attempts succeeds.
+// Senders that claim the same room at once all withdraw; one of the next attempts succeeds.
 constexpr int kClaimAttempts = 32;
 
-/** Memory to share; writable by this mapping alone if `seals` has F_SEAL_FUTURE_WRITE. */
+/** Creates a page to share. With F_SEAL_FUTURE_WRITE in `seals`, only this mapping can write to it. */
 void* makeShared(const char* name, int seals, base::unique_fd* fd) {
     fd->reset(memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (*fd < 0 || ftruncate(*fd, kPage) != 0) return nullptr;
@@ -108,7 +108,7 @@ SpaceShare* ReceiveSpace::open(pid_t peer) {
     share->audit_ = {};
     const uint32_t slot = share->slot();
     SpaceBooks::Slot& book = books_->slots[slot];
-    // An earlier peer may still write to its slot: what it wrote so far counts for nothing.
+    // A previous peer may still write to this slot: ignore all claims up to now.
     for (size_t total = 0; total < kSpaceTotals; ++total) {
         const uint32_t claimed = claims_->slots[slot].claimed[total];
         share->taken_[total] = claimed;
@@ -169,7 +169,7 @@ void ReceiveSpace::auditShare(SpaceShare& share) {
 }
 
 bool PeerSpace::isSane(int books, int claims, uint32_t slot) {
-    // Memory that its owner can cut short would kill the reader with SIGBUS.
+    // If the owner could shrink the memory, reading it could raise SIGBUS.
     return slot < kSpaceSlots && isSealedPage(books) && isSealedPage(claims);
 }
 

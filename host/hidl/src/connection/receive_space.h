@@ -18,19 +18,22 @@ namespace android::hardware::transport {
 class ReceiveSpace;
 
 /**
- * How much of the process's receive buffer one link takes. Lives as long as the process; a
- * link has it from open() to close(). Any thread.
+ * Counts how much of the process's receive buffer one link takes. It lives as long as the process; a
+ * link uses it from open() to close(). Any thread.
  */
 class SpaceShare {
   public:
-    /** Index of the link's slot in the shared memory. */
+    /** Returns the index of the link's slot in the shared memory. */
     uint32_t slot() const;
 
-    /** A message that claimed `size` bytes was received. */
+    /** Counts a received message that claimed `size` bytes. */
     void take(uint32_t size, bool oneway);
-    /** The message is handled. */
+    /** Counts a message that has been handled. */
     void release(uint32_t size, bool oneway);
-    /** The peer is gone. Claims whose message was not received end now, the others as they are handled. */
+    /**
+     * Called when the peer has ended. Claims whose message was not received end now, the others when
+     * their message has been handled.
+     */
     void close();
 
   private:
@@ -39,8 +42,8 @@ class SpaceShare {
     struct Audit {
         uint32_t claimed[kSpaceTotals];  // at the last audit
         bool known = false;
-        int misses = 0;  // audits in a row that missed messages claimed before the audit before
-        int waits = 0;   // audits in a row that missed any
+        int misses = 0;  // consecutive audits that missed messages claimed before the previous audit
+        int waits = 0;   // consecutive audits that missed any claimed message
     };
 
     bool idle() const;
@@ -48,39 +51,44 @@ class SpaceShare {
     ReceiveSpace* space_ = nullptr;
     std::atomic<uint32_t> taken_[kSpaceTotals] = {};
     std::atomic<bool> closed_{false};
-    // With the space's mutex held:
+    // Guarded by the mutex of space_:
     bool inUse_ = false;
     pid_t peer_ = -1;
     Audit audit_;
 };
 
 /**
- * The receive buffer of this process, which all its peers share: the receiver's side. The
- * senders claim room in shared memory before they send, so that nobody needs to ask the
- * receiver, which may be busy. What a peer writes there is not trusted: it decides whether
- * senders fail early, and nothing else. Any thread.
+ * The receiver's side of this process's receive buffer, which all its peers share. Senders claim room
+ * in shared memory before they send, so that they need not ask the receiver, which may be busy. The
+ * values that peers write there are not trusted: they only decide whether senders fail early. Any
+ * thread.
  *
- * A hostile peer can claim room and send nothing, in its own slot or in that of another.
- * Senders that are refused report it to the receiver, which then compares the claims with
- * what it received, and stops counting a slot whose claims are not followed by messages.
- * That takes some tenths of a second of refusals, or some seconds if the peer hides the
- * claims behind messages that it does send. After kMaxExcluded such slots, the slots of new
- * links are not counted either: a peer that comes again and again cannot go on for ever. A
- * slot that is not counted has no limit but that of its channels.
+ * A hostile peer can claim room and send nothing, in its own slot or in another peer's. Senders report
+ * refused claims to the receiver, which compares the claims with the received messages, and stops
+ * counting a slot whose claims are not followed by messages. That takes some tenths of a second of
+ * refusals, or some seconds if the peer hides the claims behind messages that it does send. After
+ * kMaxExcluded such slots, the slots of new links are not counted either, so that a peer cannot repeat
+ * this for ever with new links. An uncounted slot is only limited by the number of its channels.
  */
 class ReceiveSpace {
   public:
     static ReceiveSpace& own();
 
-    /** A share for a new link; nullptr if there is no slot or no memory: its messages are not counted. */
+    /**
+     * Returns a share for a new link, or `nullptr` if there is no free slot or no memory: the messages of
+     * the link are not counted then.
+     */
     SpaceShare* open(pid_t peer);
-    /** The descriptors that a peer needs: the books, the claims. */
+    /** Returns the descriptors to send to a peer: books, claims. */
     std::vector<int> descriptors();
 
     /**
-     * A sender was refused. `look` is what it read in the books then: if no audit came in
-     * between, messages that were claimed before the last one were sent before this notice,
-     * and are received by now. Without `look` a reply brought the notice.
+     * Audits the claims of all slots after a sender's claim was refused, at most every 50 ms.
+     *
+     * @param look value of `look` that the sender read in the books. If another audit has changed it,
+     *             nothing is done: only without one in between is it certain that messages claimed
+     *             before the last audit were sent before this report, and have been received. None if
+     *             the refusal was reported by a reply
      */
     void audit(std::optional<uint32_t> look = std::nullopt);
 
@@ -106,14 +114,14 @@ class ReceiveSpace {
     int excluded_ GUARDED_BY(mutex_) = 0;
 };
 
-/** The receive buffer of a peer, as the senders of this process see it. Any thread. */
+/** The receive buffer of a peer, for the senders of this process. Any thread. */
 class PeerSpace {
   public:
     enum class Claim { Granted, Refused, NotCounted };
 
-    /** Whether the descriptors and the slot are such as a peer may send. */
+    /** Returns whether descriptors and slot, as received from a peer, are valid. */
     static bool isSane(int books, int claims, uint32_t slot);
-    /** Maps them; nullptr if the process has no address space left. */
+    /** Maps the two pages. Returns `nullptr` and sets errno if no address space is left. */
     static std::unique_ptr<PeerSpace> map(int books, int claims, uint32_t slot);
 
     PeerSpace(const SpaceBooks* books, SpaceClaims* claims, uint32_t slot)
@@ -124,7 +132,7 @@ class PeerSpace {
 
     /** Claims room for a message of `size` bytes. */
     Claim claim(uint32_t size, bool oneway);
-    /** The message was not sent after all. */
+    /** Withdraws the claim of a message that was not sent. */
     void giveBack(uint32_t size, bool oneway);
 
     /** Returns whether to report a refused claim now. Stores the `look` that the report must carry. */

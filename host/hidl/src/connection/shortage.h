@@ -5,20 +5,20 @@
 
 namespace android::hardware::transport {
 
-/** Whether `error` means that the process, or the system, has no more of something. */
+/** Returns whether `error` means that the process or the system lacks descriptors or memory. */
 inline bool isShortage(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOBUFS;
 }
 
 /**
- * Logs and remembers `error`, if it is a shortage, for the thread's next takeShortage():
- * functions that only return whether something was found may have missed it for that reason.
+ * If `error` is a shortage, logs it and stores it for this thread's next takeShortage(). It is for
+ * functions that only return whether something was found: a shortage may have hidden it.
  *
- * @param what what could not be done
+ * @param what the failed operation, for the log
  */
 void noteShortage(const char* what, int error);
 
-/** The last shortage of this thread since the last call, as a negative status; 0 if there was none. */
+/** Returns this thread's last shortage since the previous call as a negative status, or 0 if none. */
 int takeShortage();
 
 }  // namespace android::hardware::transport

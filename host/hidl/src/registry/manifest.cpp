@@ -20,7 +20,7 @@
 namespace android::hardware::transport {
 namespace {
 
-/** package@major.minor::interface, and the instance of that. */
+/** Name of a service: package@major.minor::interface and instance. */
 struct Name {
     std::string package;
     uint32_t major = 0;
@@ -42,7 +42,7 @@ std::optional<Name> parseName(const std::string& interface, const std::string& i
                 instance};
 }
 
-/** A line of the manifest without its comment. */
+/** Parses a manifest line without its comment. Returns `std::nullopt` if it is wrong. */
 std::optional<Name> parseDeclaration(const std::string& text) {
     const size_t slash = text.find('/');
     if (slash == std::string::npos || text.find_first_of(" \t") != std::string::npos) return std::nullopt;
@@ -50,7 +50,7 @@ std::optional<Name> parseDeclaration(const std::string& text) {
     return instance.empty() ? std::nullopt : parseName(text.substr(0, slash), instance);
 }
 
-/** All lines, or std::nullopt after logging the first wrong one. */
+/** Returns the names of all lines, or `std::nullopt` after logging the first wrong line. */
 std::optional<std::vector<Name>> parseManifest(const std::string& path, const std::string& content) {
     std::vector<Name> names;
     size_t number = 0;

@@ -5,17 +5,17 @@
 
 namespace android::hardware::transport {
 
-/** What the TV's manifest says about a name. */
+/** Whether the TV's manifest declares a name. */
 enum class Declaration {
-    NoManifest,  // the TV has none: any name may be registered
+    NoManifest,  // the TV has no manifest: any name may be registered
     Declared,
     Undeclared,
 };
 
 /**
- * Looks a name up in the TV's manifest, which is read at each call. A line declares its version
- * and the older minor versions of the same major version. A manifest that cannot be read, or
- * that has a wrong line, is logged and declares nothing.
+ * Looks up `instance` of `interface` in the TV's manifest, which is read at each call. A line declares
+ * its version and the older minor versions of the same major version. A manifest that cannot be read or
+ * has a wrong line declares nothing; the error is logged.
  */
 Declaration declarationOf(const std::string& interface, const std::string& instance);
 

@@ -21,7 +21,7 @@ namespace {
 
 using hidl::manager::V1_0::IServiceNotification;
 
-/** Watches the registry's folder: an entry appears, or is replaced, by a rename. */
+/** Watches the registry's folder. Entries are created and replaced by renaming a file. */
 class RegistrySource : public Source {
   public:
     explicit RegistrySource(base::unique_fd watch) : watch_(std::move(watch)) {}
@@ -34,15 +34,15 @@ class RegistrySource : public Source {
         sp<IServiceNotification> callback;
     };
 
-    /** Adds a request. Returns the registrations that exist already, which are no news later. */
+    /** Adds a request. Returns its existing registrations, which onReadable() does not report again. */
     std::vector<RegistryEntry> add(const Wanted& wanted);
-    /** Removes the requests of a callback. Returns whether none is left. */
+    /** Removes the requests of a callback. Returns true if no request of any callback is left. */
     bool remove(const sp<IServiceNotification>& callback);
-    /** Calls the callback. */
+    /** Calls the callback of `wanted`; logs an error of the call. */
     static void tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting);
 
   private:
-    // A registration is the same one while the same object of the same process holds the name.
+    // Process and object: if either of them changes, the name has a new registration.
     using Registration = std::pair<uint64_t, uint64_t>;
 
     std::vector<RegistryEntry> takeNews() REQUIRES(mutex_);
@@ -122,7 +122,7 @@ std::shared_ptr<RegistrySource> watchRegistry() {
     return source;
 }
 
-// The source of the process; null while nobody wants to be notified.
+// The source of this process; null if no notifications are requested.
 struct CurrentSource {
     std::mutex mutex;
     std::shared_ptr<RegistrySource> source GUARDED_BY(mutex);

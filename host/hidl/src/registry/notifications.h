@@ -8,16 +8,15 @@
 namespace android::hardware::transport {
 
 /**
- * Tells `callback` of each registration of `interface` as `instance` (any where it is
- * empty), those that exist already before this returns, later ones on a thread of the
- * pool.
+ * Notifies `callback` of each registration of `interface` as `instance`: of existing ones before this
+ * returns, of later ones on a pool thread. An empty `instance` stands for all instances.
  *
- * @return false for no callback, or where the registry can't be watched (logged)
+ * @return false if `callback` is null or the registry cannot be watched (logged)
  */
 bool notifyOfRegistrations(const std::string& interface, const std::string& instance,
                            const sp<hidl::manager::V1_0::IServiceNotification>& callback);
 
-/** Ends what was asked for with `callback`; a notice that is under way may still come. */
+/** Removes all requests of `callback`. A notification that is under way may still arrive. */
 void endNotifications(const sp<hidl::manager::V1_0::IServiceNotification>& callback);
 
 }  // namespace android::hardware::transport

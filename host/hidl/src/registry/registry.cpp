@@ -83,7 +83,7 @@ int openFolder(int mode) {
     return open(registryDirectory().c_str(), mode | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
-// One writer at a time, whatever process.
+// Locks the registry against the writers of all processes.
 base::unique_fd lockRegistry() {
     base::unique_fd lock(openRegularFile(pathOf(kLockFile), O_RDWR | O_CREAT, 0600));
     if (lock >= 0) flock(lock.get(), LOCK_EX);
@@ -94,13 +94,13 @@ bool isAlive(const std::string& socket) {
     base::unique_fd alive(openRegularFile(pathOf(socket + kAliveSuffix), O_RDONLY));
     if (alive < 0 && isShortage(errno)) {
         noteShortage("can't look whether a service lives", errno);
-        return true;  // and take nothing away
+        return true;  // so that its files stay
     }
     return alive >= 0 && flock(alive.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
-// A socket's address holds 107 bytes; the way through an open folder is short
-// wherever the TV lies.
+// Makes the address of the socket `name`. An address holds at most 107 bytes; the path through an open
+// descriptor of the folder is short wherever the TV lies.
 bool addressOf(const std::string& name, base::unique_fd* directory, sockaddr_un* address) {
     directory->reset(openFolder(O_PATH));
     if (*directory < 0) return false;
@@ -162,7 +162,7 @@ std::vector<std::string> filesOf(const std::string& directory) {
     return files;
 }
 
-// With the registry locked.
+// Deletes the files of ended processes. The caller has locked the registry.
 void sweepWithLock() {
     for (const std::string& file : filesOf(registryDirectory())) {
         RegistryEntry entry;
@@ -190,7 +190,8 @@ bool writeEntry(const RegistryEntry& entry) {
     return false;
 }
 
-// Makes the folder. Nothing is made or changed below a folder that is not this user's alone.
+// Creates the folder; returns an error text, or an empty string. Creates and changes nothing below a
+// folder that other users own or can write to.
 std::string problemOfMaking() {
     const std::string root = tvRoot();
     std::error_code ignored;
@@ -204,7 +205,7 @@ std::string problemOfMaking() {
     }
     if (!problem.empty()) return problem;
     base::unique_fd directory(openFolder(O_RDONLY));
-    // Sockets and entries are for this user only.
+    // Only this user may access the sockets and entries.
     return directory >= 0 && fchmod(directory.get(), 0700) == 0 ? "" : fileError(registryDirectory(), errno);
 }
 

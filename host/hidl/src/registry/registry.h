@@ -11,15 +11,14 @@
 namespace android::hardware::transport {
 
 /**
- * The registry of services: a folder of the virtual TV with a text file for each
- * registered name, the listening sockets, and for each socket a file that its
- * process holds locked while it lives. Any process of the user may read it; whoever
- * finds that a process is gone takes its files away.
+ * Entry of the service registry. The registry is a folder of the virtual TV. It contains a text file
+ * for each registered name, the listening sockets, and for each socket a file that its process keeps
+ * locked until it ends. Any process of the user may read it. A look-up that finds an entry of an ended
+ * process deletes that process's files.
  *
- * An entry "<interface>~<instance>", for cat and grep (the instance's odd characters
- * as %XX):
+ * The file of an entry is named "<interface>~<instance>", with special characters as %XX. Example:
  *     pid 4711
- *     process 9f3c0a5e11d2b870     the process's name, as its connections say it
+ *     process 9f3c0a5e11d2b870     the process's random name, also sent in kHello
  *     object 3                     number of the object in that process
  *     socket 4711-9f3c0a5e.sock
  *     implements com.tovi.dtv.hardware.audio@6.1::IOutputSpeaker
@@ -34,37 +33,40 @@ struct RegistryEntry {
     uint64_t object = 0;
 };
 
-/** The registry's folder; not made by this. */
+/** Returns the path of the registry's folder. Does not create the folder. */
 std::string registryDirectory();
 
-/** Makes the folder, for its user only; false (logged) if that fails or others could write in it. */
+/** Creates the folder for this user only. Returns false (logged) if that fails or it is not safe. */
 bool makeRegistry();
 
-/** Why the registry cannot be read, naming the folder; empty if it can, or does not exist. */
+/** Returns why the registry cannot be read, or an empty string if it can or does not exist. */
 std::string registryProblem();
 
-/** A listening socket of that name, and the locked file beside it; negative (logged) on failure. */
+/**
+ * Creates the listening socket `name` and locks the file beside it, whose descriptor is stored in
+ * `alive`. Returns a negative descriptor (logged) on failure.
+ */
 base::unique_fd registryListen(const std::string& name, base::unique_fd* alive);
 
-/** A connection to the socket of that name; negative where nobody listens. */
+/** Connects to the socket `name`. Returns a negative descriptor if no process listens there. */
 base::unique_fd registryConnect(const std::string& name);
 
 /**
- * Writes the entries; the newest of a name wins, with a warning where it takes it
- * from a live process. False (logged) where one can't be written: then none is there.
+ * Writes the entries. An entry replaces an older one of the same name; a warning is logged if that
+ * process is alive. Returns false (logged) if an entry cannot be written; all of them are removed then.
  */
 bool registryAdd(const std::vector<RegistryEntry>& entries);
 
-/** The entry of that name whose process lives. */
+/** Finds the entry of a name. Returns false if there is none or its process has ended. */
 bool registryFind(const std::string& interface, const std::string& instance, RegistryEntry* entry);
 
-/** All entries of processes that live, in the order of their names. */
+/** Returns all entries of live processes, sorted by file name. */
 std::vector<RegistryEntry> registryList();
 
-/** Takes away what processes that are gone have left. */
+/** Deletes the files of ended processes. */
 void registrySweep();
 
-/** Whether `name` can be an instance: not empty, and its file's name not too long. */
+/** Returns whether `instance` is not empty and the name of the entry's file is not too long. */
 bool registryNameFits(const std::string& interface, const std::string& instance);
 
 }  // namespace android::hardware::transport

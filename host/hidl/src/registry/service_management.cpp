@@ -23,8 +23,8 @@ using hidl::manager::V1_0::IServiceNotification;
 using transport::Declaration;
 
 struct LookUp {
-    sp<IBase> service;          // it has answered that it implements the interface
-    bool mayComeLater = false;  // none is registered, or the process has died
+    sp<IBase> service;          // has confirmed that it implements the interface
+    bool mayComeLater = false;  // no service is registered, or its process has ended
 };
 
 LookUp lookUp(const std::string& descriptor, const std::string& instance) {
@@ -50,7 +50,7 @@ LookUp lookUp(const std::string& descriptor, const std::string& instance) {
             ALOGW("getService: unable to call into hwbinder service for %s/%s.", interface, name);
             return {nullptr, false};
         }
-        // An object that was replaced during the look-up may be gone: its successor is asked then.
+        // The object may have been replaced during the look-up: try once more to get its successor.
         if (dead != nullptr && interfacesEqual(dead, service)) {
             ALOGW("getService: found dead hwbinder service for %s/%s.", interface, name);
             return {nullptr, true};
@@ -62,7 +62,7 @@ LookUp lookUp(const std::string& descriptor, const std::string& instance) {
 /** Waits for a registration, up to a second at a time. */
 class Waiter : public IServiceNotification {
   public:
-    /** To be called before each look-up: a registration after it ends the next wait. */
+    /** Call it before each look-up: a registration after this call ends the next wait(). */
     void reset() {
         const std::lock_guard<std::mutex> lock(mutex_);
         isRegistered_ = false;
@@ -89,8 +89,8 @@ class Waiter : public IServiceNotification {
     bool isRegistered_ GUARDED_BY(mutex_) = false;
 };
 
-// Asking for the notification starts the process's pool. If the pool has no thread to deliver it,
-// the service is found within a second.
+// Looks the service up at each notification of a registration and once a second. The request for
+// notifications starts the thread pool.
 sp<IBase> awaitService(const std::string& descriptor, const std::string& instance) {
     const sp<Waiter> waiter = new Waiter();
     transport::notifyOfRegistrations(descriptor, instance, waiter);

@@ -32,14 +32,15 @@ constexpr DebugInfo::Architecture kArchitecture = DebugInfo::Architecture::IS_64
 constexpr DebugInfo::Architecture kArchitecture = DebugInfo::Architecture::IS_32BIT;
 #endif
 
-/** An error if the registry cannot be read: it must not look as if no service were registered. */
+/** Returns an error if the registry cannot be read, so that callers do not take it for empty. */
 Status registryStatus() {
     const std::string problem = transport::registryProblem();
     return problem.empty() ? Status::ok()
                            : Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, problem.c_str());
 }
 
-// Looked up again if the registration changed hands after its entry was read.
+// Returns the binder of a registered service, or null. Looks it up again if the registration changed
+// after its entry was read.
 sp<IBinder> findRegistered(const std::string& interface, const std::string& instance) {
     transport::RegistryEntry tried;
     transport::RegistryEntry entry;
@@ -52,7 +53,7 @@ sp<IBinder> findRegistered(const std::string& interface, const std::string& inst
     return nullptr;
 }
 
-// The interfaces that a service implements, without the base of all.
+// Returns the interfaces that a service implements, without IBase. Returns an empty list on an error.
 std::vector<std::string> namesOf(IBase& service) {
     std::vector<std::string> names;
     const Return<void> called = service.interfaceChain([&names](const hidl_vec<hidl_string>& chain) {
@@ -64,12 +65,14 @@ std::vector<std::string> namesOf(IBase& service) {
     return names;
 }
 
-/** Why the last look-up may have missed something. */
+/** Returns the shortage because of which the last look-up may have missed a service, or OK. */
 Status shortage() {
     return Status::fromStatusT(transport::takeShortage());
 }
 
-/** All registered services; an error if the registry cannot be read, or this process could not see them all.
+/**
+ * Reads all registered services. Returns an error if the registry cannot be read, or if a shortage may
+ * have hidden a service.
  */
 Status listEntries(std::vector<transport::RegistryEntry>* entries) {
     const Status readable = registryStatus();
@@ -79,7 +82,7 @@ Status listEntries(std::vector<transport::RegistryEntry>* entries) {
     return shortage();
 }
 
-/** The registry's files as the platform's service manager. An object of each process. */
+/** The platform's service manager, implemented over the registry's files in each process. */
 class ServiceManager : public IServiceManager {
   public:
     Return<sp<IBase>> get(const hidl_string& fqName, const hidl_string& name) override {

@@ -17,7 +17,8 @@
 namespace android::hardware::transport {
 namespace {
 
-// A pool thread takes no signals: they are the program's.
+// Blocks all signals while a pool thread is created: it inherits the mask, so that only the program's
+// own threads receive signals.
 class SignalsBlocked {
   public:
     SignalsBlocked() {
@@ -33,9 +34,9 @@ class SignalsBlocked {
     sigset_t before_;
 };
 
-// The key of the source that became ready first; looks for a while before it sleeps.
+// Returns the key of the source that became ready first. Polls for a while before it blocks.
 uint64_t waitReady(int epoll) {
-    // One at a time: the kernel then puts what is still ready behind what waited.
+    // Fetch one event at a time: the kernel then moves a source that is still ready behind the others.
     epoll_event event{};
     if (maySpin()) {
         const int64_t end = nowNanoseconds() + kSpinNanoseconds;
@@ -60,7 +61,7 @@ void Pool::arm(const Source& source, int operation) {
     epoll_event event{};
     event.events = source.awaitsRoom() ? EPOLLOUT : EPOLLIN;
     if (source.inTurn_) {
-        event.events = EPOLLONESHOT;  // the turn's end watches it again
+        event.events = EPOLLONESHOT;  // endTurn() watches it again
     } else if (oneShot_.load(std::memory_order_relaxed)) {
         event.events |= EPOLLONESHOT;
     } else if (source.oneAtATime()) {
@@ -80,7 +81,7 @@ void Pool::add(const std::shared_ptr<Source>& source) {
 }
 
 void Pool::remove(Source& source) {
-    std::shared_ptr<Source> removed;  // goes after the mutex is free
+    std::shared_ptr<Source> removed;  // destroyed after the mutex is released
     std::lock_guard<std::mutex> lock(mutex_);
     auto found = sources_.find(source.key_);
     if (found == sources_.end()) return;
@@ -97,7 +98,7 @@ void Pool::resume(Source& source) {
 
 void Pool::endTurn(Source& source) {
     if (oneShot_.load(std::memory_order_relaxed)) return resume(source);
-    // In this order: who shares the pool meanwhile finds the turn ended, or is found here.
+    // In this order: a concurrent shareWithLock() either finds the turn ended, or is noticed below.
     source.inTurn_ = false;
     if (!oneShot_) return;
     std::lock_guard<std::mutex> lock(mutex_);
@@ -115,7 +116,7 @@ void Pool::configure(size_t maxThreads, bool callerJoins) {
     if (maxThreads > 1) shareWithLock();
 }
 
-// Several threads take turns from now on, perhaps while the only one so far is in a source.
+// Switches to one-shot events for several threads. The only thread so far may be in a source.
 void Pool::shareWithLock() {
     if (oneShot_.exchange(true)) return;
     for (const auto& [key, source] : sources_) arm(*source, EPOLL_CTL_MOD);
@@ -130,7 +131,7 @@ bool Pool::started() {
     return started_ || callerJoins_;
 }
 
-// How many threads the pool may have beside the one that the caller gives.
+// Returns how many threads the pool may start itself.
 size_t Pool::spawnLimitWithLock() const {
     if (!configured_) return 1;
     return callerJoins_ ? maxThreads_ - 1 : maxThreads_;
@@ -189,7 +190,7 @@ void Pool::serveSource(uint64_t key) {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = sources_.find(key);
-        // Where a thread is in it, this news is from before the pool was shared.
+        // If a thread is in it, this event is from before shareWithLock().
         if (found == sources_.end() || found->second->inTurn_) return;
         source = found->second;
         source->inTurn_ = true;

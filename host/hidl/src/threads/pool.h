@@ -15,51 +15,48 @@ namespace android::hardware::transport {
 
 class DispatchGuard;
 
-/** Something whose descriptor the pool watches. */
+/** A descriptor that the pool watches, and its handler. */
 class Source : public std::enable_shared_from_this<Source> {
   public:
     virtual ~Source() = default;
     virtual int fd() const = 0;
-    /** What the source waits for is there: takes one message, so that the others get their turn. */
+    /** Called when the descriptor is ready. Handles one message, so that other sources are not delayed. */
     virtual void onReadable(DispatchGuard& turn) = 0;
     /**
-     * Whether it is enough to be told once when something comes, because the peer
-     * sends nothing more before it is answered. Spares the kernel a look a call.
+     * Returns whether one event per message suffices, because the peer waits for the answer before it
+     * sends again. This saves the kernel a check per call.
      */
     virtual bool oneAtATime() const { return false; }
-    /** What is waited for: something to read, or else room to write. */
+    /** Returns true to wait until the descriptor is writable, false to wait until it is readable. */
     virtual bool awaitsRoom() const { return false; }
 
   private:
     friend class Pool;
     friend class DispatchGuard;
     uint64_t key_ = 0;
-    std::atomic<bool> inTurn_{false};  // becomes true with the pool's mutex held
+    std::atomic<bool> inTurn_{false};  // set to true with the pool's mutex held
 };
 
-/**
- * The threads that serve this process, and what they watch. What becomes ready first
- * is served first, whoever sent it.
- */
+/** The threads that serve this process, and their sources. Serves sources in the order of their events. */
 class Pool {
   public:
     Pool();
 
     void add(const std::shared_ptr<Source>& source);
-    /** The source is not called again, except by a thread that is in it already. */
+    /** Stops watching the source. A thread that is already in onReadable() continues. */
     void remove(Source& source);
-    /** Watches the source again, whose turn was told to forget it. */
+    /** Watches the source again after DispatchGuard::forget(). */
     void resume(Source& source);
 
-    /** As configureRpcThreadpool. */
+    /** Implements configureRpcThreadpool(). */
     void configure(size_t maxThreads, bool callerJoins);
-    /** As ProcessState::startThreadPool. */
+    /** Implements ProcessState::startThreadPool(). */
     void start();
-    /** As joinRpcThreadpool. */
+    /** Implements joinRpcThreadpool(). */
     void join();
-    /** Serves one source that is ready on the calling thread; false, at once, where none is. */
+    /** Serves one ready source on the calling thread. Returns false at once if none is ready. */
     bool serveReady();
-    /** Whether any thread serves, or will. */
+    /** Returns whether the pool has started or a thread will join it. */
     bool started();
 
   private:
@@ -80,18 +77,18 @@ class Pool {
     std::mutex mutex_;
     std::unordered_map<uint64_t, std::shared_ptr<Source>> sources_ GUARDED_BY(mutex_);
     uint64_t keys_ GUARDED_BY(mutex_) = 0;
-    size_t maxThreads_ GUARDED_BY(mutex_) = 0;  // as configured; 0 and not configured: start() spawns one
+    size_t maxThreads_ GUARDED_BY(mutex_) = 0;  // as configured; if not configured, start() spawns one thread
     size_t threads_ GUARDED_BY(mutex_) = 0;
-    size_t spawned_ GUARDED_BY(mutex_) = 0;  // of threads_, those that no caller has joined
+    size_t spawned_ GUARDED_BY(mutex_) = 0;  // threads that the pool started, as opposed to callers of join()
     bool configured_ GUARDED_BY(mutex_) = false;
     bool callerJoins_ GUARDED_BY(mutex_) = false;
     bool started_ GUARDED_BY(mutex_) = false;
     std::atomic<size_t> idle_{0};
-    // With several threads, a source is watched by none while one is in it. Never false again.
+    // True once the pool has several threads. A source is then not watched while a thread is in it.
     std::atomic<bool> oneShot_{false};
 };
 
-/** One thread's turn with a source: until it ends, no other thread is given the source. */
+/** Exclusive access of one thread to a source. Until it ends, no other thread serves the source. */
 class DispatchGuard {
   public:
     DispatchGuard(Pool& pool, Source& source) : pool_(pool), source_(source) {}
@@ -99,9 +96,9 @@ class DispatchGuard {
     DispatchGuard(const DispatchGuard&) = delete;
     DispatchGuard& operator=(const DispatchGuard&) = delete;
 
-    /** Lets other threads have the source's next message. */
+    /** Lets other threads serve the next message of the source. */
     void end();
-    /** The source is gone, or has to wait: nobody shall watch it, unless it is resumed. */
+    /** Leaves the source unwatched: it is removed, or must wait for Pool::resume(). */
     void forget() { ended_ = true; }
 
   private:

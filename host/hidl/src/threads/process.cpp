@@ -66,7 +66,7 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
         entry.object = binder->exportId();
         entries.push_back(entry);
     }
-    std::vector<sp<BHwBinder>> replaced;  // goes after the mutex is free
+    std::vector<sp<BHwBinder>> replaced;  // destroyed after the mutex is released
     std::lock_guard<std::mutex> lock(mutex_);
     if (!listen()) return UNKNOWN_ERROR;
     for (RegistryEntry& entry : entries) entry.socket = socketName_;
@@ -138,7 +138,7 @@ bool Process::admitsChannel(const PeerConnection& link) {
     return channels < kMaxChannelsOfPeer;
 }
 
-// Where no pool runs, nothing else notices that a server has gone.
+// Ends the links of ended servers if no pool does so.
 void Process::endDeadLinks() {
     if (pool_.started()) return;
     std::vector<std::shared_ptr<ControlSource>> dead;
@@ -161,7 +161,7 @@ std::shared_ptr<PeerConnection> Process::connect(const RegistryEntry& entry) {
     hello.type = kHello;
     hello.code = kWireVersion;
     hello.target = name_;
-    (void)link->sendControl(hello);  // whether that went well shows when the link is used
+    (void)link->sendControl(hello);  // an error shows when the link is used
     link->giveReceiveSpace(*link->control());
     auto source = ControlSource::watch(link, false);
     std::lock_guard<std::mutex> lock(mutex_);
@@ -171,8 +171,7 @@ std::shared_ptr<PeerConnection> Process::connect(const RegistryEntry& entry) {
 }
 
 std::shared_ptr<PeerConnection> Process::linkTo(const RegistryEntry& entry) {
-    // One thread at a time, so that there is one link to a process, and an object of
-    // it is one object here.
+    // One thread at a time, so that there is only one link to a process and one proxy per object.
     static std::mutex* const connecting = new std::mutex();
     std::lock_guard<std::mutex> one(*connecting);
     endDeadLinks();

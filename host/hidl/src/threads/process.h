@@ -18,38 +18,38 @@ namespace android::hardware::transport {
 
 class ControlSource;
 
-/** What there is once in a process: its name to others, its links, what it registered. Any thread. */
+/** The transport's state of this process: its name, links and registered objects. Any thread. */
 class Process {
   public:
-    /** Made at the first use and never destroyed, so that objects may use it while the process ends. */
+    /** Created at the first use and never destroyed, so that objects may use it while the process exits. */
     static Process& self();
 
     Pool& pool() { return pool_; }
 
     /**
      * Registers `binder` as `instance` of each of `interfaces`, the most derived
-     * first. Starts to listen at the first call.
+     * first. The first call creates the listening socket.
      *
-     * @return OK, or UNKNOWN_ERROR, logged
+     * @return OK, or UNKNOWN_ERROR (logged)
      */
     status_t registerService(const sp<BHwBinder>& binder, const std::vector<std::string>& interfaces,
                              const std::string& instance);
-    /** The object that a registry entry names, or null if its process, or here its registration, is gone. */
+    /** Returns the object of a registry entry, or null if its process has ended or it is not registered. */
     sp<IBinder> find(const RegistryEntry& entry);
-    /** Our registered object of that number, null where there is none. */
+    /** Returns this process's registered object of that number, or null. */
     sp<BHwBinder> registered(uint64_t object);
 
-    /** A process connected to us and said its name. */
+    /** Stores the link of a process that has connected and sent its name. */
     void remember(uint64_t process, const std::shared_ptr<PeerConnection>& link);
     void forget(const PeerConnection& link);
-    /** A process has connected to us; false where it has so many connections that it may have no more. */
+    /** Adds the link of a process that has connected. Returns false if it has too many links. */
     bool admit(const std::shared_ptr<PeerConnection>& link);
-    /** Whether the link's process may open one more channel; false where it has too many on all its links. */
+    /** Returns whether the link's process may open another channel, counting those of all its links. */
     bool admitsChannel(const PeerConnection& link);
 
   private:
-    // A process needs one link to another. All that it can have is a third of the
-    // descriptors that a process usually gets.
+    // A process needs only one link to another. A peer at these limits takes about a third of the default
+    // limit of descriptors.
     static constexpr size_t kMaxLinksOfPeer = 64;
     static constexpr size_t kMaxChannelsOfPeer = 256;
 
@@ -67,11 +67,11 @@ class Process {
     std::string socketName_ GUARDED_BY(mutex_);
     base::unique_fd alive_ GUARDED_BY(mutex_);
     std::map<uint64_t, sp<BHwBinder>> registered_ GUARDED_BY(mutex_);
-    std::map<std::string, uint64_t> names_ GUARDED_BY(mutex_);  // the object, by interface and instance
-    std::map<uint64_t, std::weak_ptr<PeerConnection>> links_ GUARDED_BY(mutex_);  // by the peer's name
-    // Of links that we made, by their number.
+    std::map<std::string, uint64_t> names_ GUARDED_BY(mutex_);  // object by interface/instance
+    std::map<uint64_t, std::weak_ptr<PeerConnection>> links_ GUARDED_BY(mutex_);  // by name of the peer
+    // Links that this process opened, by PeerConnection::number.
     std::map<uint64_t, std::weak_ptr<ControlSource>> connected_ GUARDED_BY(mutex_);
-    // Of links that peers made, likewise.
+    // Links that peers opened, by PeerConnection::number.
     std::map<uint64_t, std::weak_ptr<PeerConnection>> accepted_ GUARDED_BY(mutex_);
 };
 

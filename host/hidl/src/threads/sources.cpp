@@ -54,8 +54,8 @@ void ListenSource::accept() {
 }
 
 void ListenSource::refuse(int error) {
-    // Left in the queue, the connection would wake the pool for ever: it is taken
-    // with a descriptor kept for that, and turned away.
+    // A connection that stays in the queue would wake the pool again and again. Free the reserved
+    // descriptor to accept it, send the reason and close it.
     const bool hadReserve = reserve_.get() >= 0;
     reserve_.reset();
     base::unique_fd refused(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
@@ -71,7 +71,7 @@ void ListenSource::refuse(int error) {
         ALOGE("too many clients: a connection is refused");
     } else {
         if (hadReserve) ALOGE("too many clients: no descriptor is left to refuse one with, it waits");
-        // Another thread was faster with the descriptor: a breath until the next attempt.
+        // Another thread has taken the descriptor: pause before the next attempt.
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }
@@ -90,7 +90,7 @@ std::shared_ptr<ControlSource> ControlSource::watch(const std::shared_ptr<PeerCo
         peer = std::make_shared<PeerSource>(link, std::move(process));
         Process::self().pool().add(peer);
     } else if (errno == ESRCH) {
-        link->hangUp();  // it ended before it was accepted
+        link->hangUp();  // the peer ended before its connection was accepted
     } else {
         ALOGW("can't watch process %d: %s", link->peerPid, strerror(errno));
     }
@@ -171,14 +171,14 @@ bool ControlSource::hello(const MessageHeader& header) {
 }
 
 bool ControlSource::newCallChannel(IncomingMessage&& message) {
-    if (message.incomplete) return true;  // the peer finds its end closed
+    if (message.incomplete) return true;  // the peer finds its end of the channel closed
     if (message.fdCount() != 1) return false;
     base::unique_fd& socket = message.attachments->fds.front();
     if (!isChannelOf(socket, link_->peerPid)) return false;
     auto channel = std::make_shared<Channel>(std::move(socket), Channel::Kind::Call);
     if (!Process::self().admitsChannel(*link_) || !link_->addPeerChannel(channel)) return false;
-    // Before the pool may answer calls on the channel. A client that has no thread for its
-    // control channel reads this before its first reply.
+    // Send this before the pool can answer calls on the channel: a client without a pool thread does not
+    // read its control channel, but receives this before its first reply.
     if (link_->knowsReceiveSpace()) link_->giveReceiveSpace(*channel);
     Process::self().pool().add(std::make_shared<CallSource>(link_, channel));
     return true;
@@ -186,10 +186,10 @@ bool ControlSource::newCallChannel(IncomingMessage&& message) {
 
 bool ControlSource::oneway(IncomingMessage&& message, DispatchGuard& turn) {
     if (!link_->resolve(&message)) return false;
-    // Nobody waits for an answer. But later messages would lie in memory that was lost.
+    // No caller waits for a reply. But if shared memory was lost, later messages cannot be read.
     if (message.incomplete) return (message.header.flags & kNewBulkMemory) == 0 || endForShortage();
     sp<BHwBinder> target = link_->target(message.header.target);
-    if (target == nullptr) return true;  // gone meanwhile
+    if (target == nullptr) return true;  // released in the meantime
     const Enqueued enqueued = enqueueOneway(*target, link_, std::move(message), shared_from_this());
     if (enqueued == Enqueued::Stops) {
         turn.forget();

@@ -9,7 +9,7 @@
 
 namespace android::hardware::transport {
 
-/** The listening socket: each connection becomes a link. */
+/** The listening socket. Accepts each connection as a link. */
 class ListenSource : public Source {
   public:
     explicit ListenSource(base::unique_fd socket);
@@ -25,8 +25,8 @@ class ListenSource : public Source {
 };
 
 /**
- * The process of a link's peer. Closes the control channel when the process ends: its sockets
- * need not close then, because another process, or this one, may hold the other ends.
+ * The process of a link's peer. Shuts the control channel down when the process ends: its sockets may
+ * stay open, because another process, or this one, may hold their other ends.
  */
 class PeerSource : public Source {
   public:
@@ -40,18 +40,18 @@ class PeerSource : public Source {
     const base::unique_fd process_;
 };
 
-/** A link's control channel. Ends the link when the channel does. */
+/** A link's control channel. Ends the link when the channel closes or the peer violates the format. */
 class ControlSource : public Source {
   public:
     /**
-     * Has the pool watch the link and its peer.
+     * Makes the pool watch the link and its peer.
      *
-     * @param expectsHello the peer connected to us and has yet to say who it is
+     * @param expectsHello whether the peer connected to this process and must send kHello first
      */
     static std::shared_ptr<ControlSource> watch(const std::shared_ptr<PeerConnection>& link,
                                                 bool expectsHello);
 
-    /** @param peer the link's peer, which the pool watches already; may be null */
+    /** @param peer source of the link's peer, which the pool already watches; may be null */
     ControlSource(std::shared_ptr<PeerConnection> link, std::shared_ptr<PeerSource> peer, bool expectsHello)
         : link_(std::move(link)),
           peer_(std::move(peer)),
@@ -61,7 +61,7 @@ class ControlSource : public Source {
     void onReadable(DispatchGuard& turn) override;
     const std::shared_ptr<PeerConnection>& link() const { return link_; }
 
-    /** Takes the link out of the process; once, whoever comes first. */
+    /** Removes the link from the process and ends it. Only the first call has an effect. Any thread. */
     void finish();
 
   private:
@@ -75,11 +75,11 @@ class ControlSource : public Source {
     const std::shared_ptr<PeerSource> peer_;
     const std::shared_ptr<Channel> control_;
     bool expectsHello_;
-    bool short_ = false;  // ended for lack of a descriptor or of address space
+    bool short_ = false;  // ended for lack of descriptors or address space
     std::atomic<bool> finished_{false};
 };
 
-/** A channel on which a thread of the peer calls us. */
+/** A channel on which a thread of the peer calls this process. */
 class CallSource : public Source {
   public:
     CallSource(std::shared_ptr<PeerConnection> link, std::shared_ptr<Channel> channel)
@@ -93,10 +93,10 @@ class CallSource : public Source {
     const std::shared_ptr<Channel> channel_;
 };
 
-/** Waits until a link's peer reads again, to give back what it could not be given before. */
+/** Waits until a link's peer reads its control channel again, then sends the pending releases. */
 class ReleaseSource : public Source {
   public:
-    /** @param control a descriptor of the link's control channel, for this alone */
+    /** @param control duplicate of the control channel's descriptor */
     ReleaseSource(std::shared_ptr<PeerConnection> link, base::unique_fd control)
         : link_(std::move(link)), control_(std::move(control)) {}
     int fd() const override { return control_.get(); }
@@ -108,10 +108,10 @@ class ReleaseSource : public Source {
     const base::unique_fd control_;
 };
 
-/** Tells the recipients of an object that is known to be dead: at once, but as any notice on the pool. */
+/** Sends the death notices of an object whose process has already ended, on a pool thread. */
 class ObituarySource : public Source {
   public:
-    /** @param due readable from the start */
+    /** @param due a descriptor that is already readable */
     ObituarySource(const sp<BpHwBinder>& proxy, base::unique_fd due) : proxy_(proxy), due_(std::move(due)) {}
     int fd() const override { return due_.get(); }
     void onReadable(DispatchGuard& turn) override;

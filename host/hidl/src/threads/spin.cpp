@@ -10,7 +10,7 @@ namespace {
 
 constexpr uint16_t kUnknown = 0xffff;
 thread_local uint16_t tLastSender = kUnknown;
-thread_local uint16_t tOwn = kUnknown;  // when this thread sent last
+thread_local uint16_t tOwn = kUnknown;  // when this thread last sent a message
 
 }  // namespace
 

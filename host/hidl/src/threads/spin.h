@@ -6,28 +6,27 @@
 namespace android::hardware::transport {
 
 /**
- * How long a thread looks for the next message before it sleeps. A processor that
- * was put to sleep needs some fifty microseconds to wake, ten times what a small
- * call takes.
+ * How long a thread polls for the next message before it sleeps. A sleeping processor needs about
+ * 50 µs to wake up, ten times the duration of a small call.
  */
 constexpr int64_t kSpinNanoseconds = 50'000;
 
-/** For a message's header: the processor on which this thread runs. */
+/** Returns the number of the processor on which this thread runs, for a message header. */
 uint16_t ownProcessor();
 
-/** The sender of the message that this thread received last ran there. */
+/** Stores the processor of the sender of the message that this thread received last. */
 void noteSender(uint16_t processor);
 
 /**
- * Whether looking makes sense: the last sender ran on another processor. One that
- * shares this thread's processor answers only once this thread sleeps.
+ * Returns whether polling makes sense: the last sender ran on another processor. A sender on this
+ * thread's processor can only run while this thread sleeps.
  */
 bool maySpin();
 
-/** Monotonic time in nanoseconds. */
+/** Returns the monotonic time in nanoseconds. */
 int64_t nowNanoseconds();
 
-/** Channel::receive that waits, after a bounded while of looking. */
+/** Receives a message like Channel::receive(); polls for kSpinNanoseconds before it blocks. */
 Channel::Received receiveSpinning(Channel& channel, IncomingMessage* message);
 
 }  // namespace android::hardware::transport
