@@ -168,7 +168,8 @@ std::optional<TvModel> openTv() {
         if (error != ENOENT && error != ENOTDIR) {
             note(fileError(path, error));
         } else {
-            note(tvRoot() + " is not a TV; create one with `tv init`, or select another folder with --tv DIR");
+            note(tvRoot() +
+                 " is not a TV; create one with `tv init`, or select another folder with --tv DIR");
         }
         return std::nullopt;
     }

@@ -111,7 +111,7 @@ TEST_F(TvCommand, FolderWithoutTvIsRefused) {
             arguments.insert(arguments.end(), {"--tv", folder_ / name});
             const Outcome outcome = run(arguments);
             EXPECT_EQ(outcome.status, 2) << arguments[0] << " " << name;
-            EXPECT_THAT(outcome.err, AllOf(HasSubstr(folder_ / name), HasSubstr("no TV")));
+            EXPECT_THAT(outcome.err, AllOf(HasSubstr(folder_ / name), HasSubstr("not a TV")));
         }
     }
     EXPECT_FALSE(std::filesystem::exists(tv_));
