@@ -292,8 +292,6 @@ bool Channel::check(IncomingMessage* message, size_t packetSize) {
     const MessageHeader& header = message->header;
     if (!isHeaderSane(header)) return false;
     noteSender(header.processor);
-    // Only calls use shared memory. Other threads send on a control channel meanwhile.
-    if (kind_ != Kind::Call && (header.flags & (kBulkMemoryLost | kNewBulkMemory)) != 0) return false;
     if ((header.flags & kBulkMemoryLost) != 0) bulkSender_ = BulkSender();
     const bool bodyAlone = header.flags == 0 && header.objectCount == 0 && header.fdCount == 0 &&
                            header.bulkSize == 0 && message->attachments == nullptr;

@@ -75,7 +75,7 @@ Status shortage() {
  * have hidden a service.
  */
 Status listEntries(std::vector<transport::RegistryEntry>* entries) {
-    const Status readable = registryStatus();
+    Status readable = registryStatus();
     if (!readable.isOk()) return readable;
     (void)transport::takeShortage();
     *entries = transport::registryList();
@@ -124,6 +124,7 @@ class ServiceManager : public IServiceManager {
         const Status status = listEntries(&entries);
         if (!status.isOk()) return status;
         std::vector<hidl_string> names;
+        names.reserve(entries.size());
         for (const auto& entry : entries) names.emplace_back(entry.interface + "/" + entry.instance);
         callback(names);
         return Void();
