@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Uses ccache if it is installed and no other launcher is given. It must be told that precompiled
-# headers do not change between two builds of the same files.
+# Uses ccache if it is installed and no other launcher is given. The settings let it cache compilations
+# with precompiled headers.
 find_program(CCACHE ccache)
 if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
