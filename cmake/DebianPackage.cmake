@@ -5,7 +5,8 @@ set(CPACK_PACKAGE_NAME hidlaudio)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "vendor audio service of a TV, on a virtual TV")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 "The daemon hidlaudio offers the audio features of a TV over HIDL: announced
-HDMI formats, forced encoding of the external output, speakers, headphone
+HDMI formats, forced encoding of the external output, speakers, room
+calibration, headphone
 virtualizer, microphone.
 .
 This package has it with a virtual TV, a folder that stands in for the TV's
