@@ -6,8 +6,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "vendor audio service of a TV, on a virtua
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 "The daemon hidlaudio offers the audio features of a TV over HIDL: announced
 HDMI formats, forced encoding of the external output, speakers, room
-calibration, headphone
-virtualizer, microphone.
+calibration, headphone virtualizer, microphone.
 .
 This package has it with a virtual TV, a folder that stands in for the TV's
 middleware, kernel drivers and audio HAL: tv(1) makes and boots one,
