@@ -30,6 +30,9 @@ struct Recorder : android::hardware::BHwBinder {
     }
 };
 
+// A sanitizer's shadow memory, which covers most numbers.
+constexpr uint64_t kShadowSize = uint64_t{1} << 36;
+
 /** The addresses at which a process has memory. */
 class AddressSpace {
   public:
@@ -37,7 +40,8 @@ class AddressSpace {
         std::ifstream maps(procFolder(pid) + "/maps");
         for (std::string line; std::getline(maps, line);) {
             Range range{};
-            if (sscanf(line.c_str(), "%" SCNx64 "-%" SCNx64, &range.begin, &range.end) == 2)
+            if (sscanf(line.c_str(), "%" SCNx64 "-%" SCNx64, &range.begin, &range.end) == 2 &&
+                range.end - range.begin < kShadowSize)
                 ranges_.push_back(range);
         }
         EXPECT_FALSE(ranges_.empty());
