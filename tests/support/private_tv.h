@@ -7,7 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 
 #include "becomes_true.h"
@@ -51,7 +51,9 @@ class PrivateFolder {
 /** Returns the content of a file, or "(none)" if it cannot be opened. */
 inline std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "(none)";
+    std::ostringstream content;
+    content << file.rdbuf();  // does not throw if the file is that of a process that ends
+    return file ? content.str() : "(none)";
 }
 
 /** Creates or replaces a file. Creates its parent folders. */
