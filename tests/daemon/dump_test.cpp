@@ -88,7 +88,10 @@ class DumpTest : public testing::Test {
         return json::parse(dumpOf(service(name), {"--json"}), nullptr, false);
     }
 
-    /** Returns the content of all files of the TV except run/, where the registry may not be complete yet. */
+    /**
+     * Returns the content of all files of the TV. Skips run/: the programs may not have written all entries
+     * of the registry.
+     */
     std::map<std::string, std::string> files() const {
         std::map<std::string, std::string> contents;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(tv_.path()))

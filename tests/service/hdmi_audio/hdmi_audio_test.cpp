@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "hdmi_audio/HdmiAudio.h"
+#include "host/kernel/clock/clock.h"
 #include "host/kernel/log.h"
 #include "tests/support/log_text.h"
 #include "tests/support/private_tv.h"
@@ -288,6 +289,20 @@ TEST_F(HdmiAudio, ServesAClientFromInsideItsCallback) {
     EXPECT_THAT(dying->changes, ElementsAre(Names{"ARC_DD_ATMOS"}, Names{"ARC_DD_PLUS"}));
     EXPECT_EQ(set({"ARC_DD_NONE"}), 0);
     EXPECT_EQ(dying->changes.size(), 2U);
+}
+
+TEST_F(HdmiAudio, WaitsForPlatformServiceAndContinuesAfterTimeout) {
+    logged();
+    std::filesystem::remove(tv_ / "data/vendor/tmp/dtv_svc_is_ready");
+    const host::SteppedClock clock;
+    service_ = new V3_1::implementation::HdmiAudio;
+    EXPECT_EQ(clock.sleeps(), std::vector<host::SteppedClock::Time>(200, std::chrono::milliseconds(100)));
+    const Names lines = logged();
+    ASSERT_EQ(lines.size(), 202U);
+    EXPECT_EQ(lines[0], "D <<<<<hdmiaudio waiting dtv_svc>>>>> count:0");
+    EXPECT_EQ(lines[199], "D <<<<<hdmiaudio waiting dtv_svc>>>>> count:199");
+    EXPECT_EQ(lines[200], "D dtv_svc rpc server failed.");
+    EXPECT_EQ(lines[201], "D HdmiAudio mtal open success");
 }
 
 TEST_F(HdmiAudio, WorksIfMiddlewareCannotBeOpened) {

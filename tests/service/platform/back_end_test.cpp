@@ -131,7 +131,10 @@ TEST_F(BackEnd, CommandsAreSentToController) {
     std::filesystem::remove(tv_ / "data/vendor/tmp/dtv_svc_is_ready");
     const SteppedClock clock;
     EXPECT_EQ(awaitSetEnabledToBeCtrl(), -5);
-    EXPECT_EQ(logged("AudioHV").back(), "E [setEnabledToBeCtrl] BECtrl Boot failed [TimeOut].");
+    EXPECT_THAT(logged("AudioHV"),
+                ElementsAre("E [checkDtvSvcBootForHV] dtv_svc rpc server failed [TimeOut].",
+                            "E [setEnabledToBeCtrl] BECtrl Boot failed [TimeOut]."));
+    EXPECT_EQ(clock.sleeps(), std::vector<SteppedClock::Time>(2000, 10ms));
     EXPECT_EQ(awaitSetCalibratedDataToBeCtrl(), -1);
     EXPECT_EQ(logged("AudioAC").back(), "E [setCalibratedDataToBeCtrl] BECtrl Boot failed [TimeOut].");
 }

@@ -200,6 +200,9 @@ class DoctorTest(unittest.TestCase):
         file = "interfaces/6.1/Android.bp"
         changed = (self.copy / file).read_bytes().replace(b"gen_java: true", b"gen_java: false")
         self.assert_found(self.findings_with(file, changed, HIDL_GEN), file, "gives here: gen_java: true")
+        missing = self.findings_with(file, None, HIDL_GEN)
+        self.assert_found(missing, file, "does not exist")
+        self.assertTrue(any("hidl-gen -Landroidbp" in finding.fix for finding in missing), missing)
         file = "interfaces/4.0/ICenterSpeaker.hal"
         changed = (self.copy / file).read_bytes().replace(b"interface ICenterSpeaker {", b"interface {")
         self.assert_found(self.findings_with(file, changed, HIDL_GEN), "interfaces/4.0",

@@ -11,7 +11,7 @@ from .tree import PACKAGE
 
 LANGUAGES = ("check", "hash", "androidbp", "java")
 UPREV = ("move it to the next minor version of the interface that it extends, a new interface to a new major"
-         " version, or extend one of the version before beside it (current.txt tells how)")
+         " version, or extend one of the version before beside it (current.txt explains the version numbers)")
 # Errors that the comparison with current.txt also finds, with a better message.
 FROZEN = r"does not match hash on record|cannot depend on unfrozen"
 
@@ -49,6 +49,10 @@ def _first_error(text):
 
 def _compare_blueprint(tree, version, generated):
     file = f"{FOLDER}/{version}/Android.bp"
+    if not tree.exists(file):
+        tree.find(file, 1, "does not exist",
+                  f"run: hidl-gen -Landroidbp -o . {' '.join(ROOTS)} {PACKAGE}@{version}")
+        return
     wanted = generated.read_text(encoding="utf-8").splitlines()
     present = tree.read(file).splitlines()
     for number, (is_there, should_be) in enumerate(zip_longest(present, wanted), 1):
