@@ -3,8 +3,6 @@
 
 #include <string>
 
-#include "host/tv_files/regular_file.h"  // fileError()
-
 namespace hidlaudio::host {
 
 /** Exit statuses of `tv` and `tv_stress`. */

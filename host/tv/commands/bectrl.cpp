@@ -10,6 +10,7 @@
 #include "host/tv/state/back_end.h"
 #include "host/tv/state/tv_folder.h"
 #include "host/tv_files/back_end_behaviour.h"
+#include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
 

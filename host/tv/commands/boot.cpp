@@ -20,6 +20,7 @@
 #include "host/tv/state/registry.h"
 #include "host/tv/state/tv_folder.h"
 #include "host/tv_files/folder_lock.h"
+#include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"

@@ -10,6 +10,7 @@
 #include "host/tv/commands.h"
 #include "host/tv/state/eeprom_image.h"
 #include "host/tv/state/tv_folder.h"
+#include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::host {

@@ -16,6 +16,7 @@
 #include "host/tv/state/tv_folder.h"
 #include "host/tv/state/tv_state.h"
 #include "host/tv_files/fault_file.h"
+#include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
 

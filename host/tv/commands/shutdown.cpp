@@ -6,6 +6,7 @@
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/tv_folder.h"
 #include "host/tv_files/folder_lock.h"
+#include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::host {

@@ -12,6 +12,7 @@
 #include "host/program/program_folder.h"
 #include "host/program/terminal.h"
 #include "host/tv_files/program_lock.h"
+#include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::host {

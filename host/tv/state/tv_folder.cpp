@@ -13,6 +13,7 @@
 #include "host/program/terminal.h"
 #include "host/tv_files/back_end_files.h"
 #include "host/tv_files/manifest_file.h"
+#include "host/tv_files/regular_file.h"
 #include "host/tv_files/stored_files.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
