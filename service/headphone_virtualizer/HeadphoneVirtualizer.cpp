@@ -113,7 +113,7 @@ Return<int32_t> HeadphoneVirtualizer::discardParameterBuffer(int32_t bufferHandl
     logDebug(kLogTag, "[%s] start. handle=%d", __func__, bufferHandle);
     int32_t result = kHandleNotFound;
     // A client may free its buffer from inside the callback: the handle is still valid there.
-    if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle, EvenIfOver::Yes); slot != nullptr) {
+    if (aud_hv_parameter* slot = getParamFromHandle(bufferHandle, DuringDelivery::Valid); slot != nullptr) {
         logKind(__func__, *slot);
         result = discardParameterBufferInt(slot);
     }

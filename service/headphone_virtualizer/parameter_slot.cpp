@@ -16,8 +16,8 @@ aud_hv_parameter deviceSlot GUARDED_BY(virtualizerLock){kDeviceParameters};
 aud_hv_parameter hrtfSlot GUARDED_BY(virtualizerLock){kHrtfParameters};
 
 /** Returns whether the calling thread is currently delivering the result of the slot's upload. */
-REQUIRES(virtualizerLock) bool isOver(const aud_hv_parameter& slot) {
-    return slot.upload != nullptr && slot.upload == slot.carried && isTransferThreadOf(slot.kind);
+REQUIRES(virtualizerLock) bool isDelivering(const aud_hv_parameter& slot) {
+    return slot.upload != nullptr && slot.upload == slot.running && isTransferThreadOf(slot.kind);
 }
 
 }  // namespace
@@ -29,9 +29,9 @@ aud_hv_parameter* getParamFromType(ParamType type) {
     return nullptr;
 }
 
-aud_hv_parameter* getParamFromHandle(int32_t handle, EvenIfOver evenIfOver) {
+aud_hv_parameter* getParamFromHandle(int32_t handle, DuringDelivery duringDelivery) {
     for (aud_hv_parameter* slot : {&deviceSlot, &hrtfSlot}) {
-        const bool valid = evenIfOver == EvenIfOver::Yes || !isOver(*slot);
+        const bool valid = duringDelivery == DuringDelivery::Valid || !isDelivering(*slot);
         if (handle != kNoHandle && slot->handle == handle && valid) return slot;
     }
     platform::logError(kLogTag, "[%s] handle is not found!", __func__);
@@ -43,7 +43,7 @@ aud_hv_parameter& otherSlot(const aud_hv_parameter& slot) {
 }
 
 bool isUploading(const aud_hv_parameter& slot) {
-    return slot.upload != nullptr && !isOver(slot);
+    return slot.upload != nullptr && !isDelivering(slot);
 }
 
 int32_t drawHandle() {
@@ -62,7 +62,7 @@ int32_t initializeParameter(aud_hv_parameter* slot) {
     slot->data.reset();
     slot->callback.clear();
     // If a queued upload is given up, it has been cancelled, so its data will not be sent.
-    if (slot->upload != nullptr && slot->upload != slot->carried) slot->upload->data.reset();
+    if (slot->upload != nullptr && slot->upload != slot->running) slot->upload->data.reset();
     slot->upload.reset();
     return 0;
 }

@@ -26,8 +26,8 @@ struct aud_hv_parameter {
      * The upload on which the kind's transfer thread works; null if there is no thread. Differs from
      * `upload` if a discard has given up that upload before the thread has finished it.
      */
-    std::shared_ptr<Upload> carried;
-    /** Uploads that were applied from inside the callback of `carried`. The same thread runs them next. */
+    std::shared_ptr<Upload> running;
+    /** Uploads that were applied from inside the callback of `running`. The same thread runs them next. */
     std::deque<std::shared_ptr<Upload>> queue;
     /**
      * An ended upload whose data the driver may still read, since it has not reported the end of the
@@ -40,10 +40,10 @@ struct aud_hv_parameter {
 aud_hv_parameter* getParamFromType(ParamType type) REQUIRES(virtualizerLock);
 
 /** Whether a handle is valid although the calling thread is delivering the result of its upload. */
-enum class EvenIfOver : bool { No, Yes };
+enum class DuringDelivery : bool { Invalid, Valid };
 
 /** Returns the slot whose buffer has the handle. Logs and returns `nullptr` if no buffer has it. */
-aud_hv_parameter* getParamFromHandle(int32_t handle, EvenIfOver evenIfOver = EvenIfOver::No)
+aud_hv_parameter* getParamFromHandle(int32_t handle, DuringDelivery duringDelivery = DuringDelivery::Invalid)
     REQUIRES(virtualizerLock);
 
 /** Returns the other kind's slot. */

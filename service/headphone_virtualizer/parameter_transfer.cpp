@@ -57,7 +57,7 @@ int32_t checkResuming() {
 }
 
 bool isWindingDown(const aud_hv_parameter& slot) {
-    return slot.carried != nullptr && !isTransferThreadOf(slot.kind);
+    return slot.running != nullptr && !isTransferThreadOf(slot.kind);
 }
 
 bool startTransfer(aud_hv_parameter& slot) {
@@ -68,7 +68,7 @@ bool startTransfer(aud_hv_parameter& slot) {
     if (const aud_hv_parameter& other = otherSlot(slot); isUploading(other)) {
         upload->predecessor = other.upload;
     }
-    if (slot.carried != nullptr) {
+    if (slot.running != nullptr) {
         slot.queue.push_back(upload);
     } else if (!startParamTransferThread(slot, upload)) {
         slot.data = std::move(upload->data);

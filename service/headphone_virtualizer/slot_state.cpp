@@ -26,7 +26,7 @@ REQUIRES(virtualizerLock) const char* describe(const Upload* upload) {
  * Returns an upload that the slot has given up but that its thread or the driver still uses, or `nullptr`.
  */
 const Upload* earlierUpload(const aud_hv_parameter& slot) {
-    return slot.carried != nullptr && slot.carried != slot.upload ? slot.carried.get() : slot.lingering.get();
+    return slot.running != nullptr && slot.running != slot.upload ? slot.running.get() : slot.lingering.get();
 }
 
 }  // namespace

@@ -107,8 +107,8 @@ int32_t run(Upload& upload, bool wasQueued) {
 }
 
 void notifyClient(const sp<IHeadphoneVirtualizerCallback>& callback, int32_t result) {
-    const auto told = callback->onApplyResult(result);
-    if (!told.isOk()) logError(kLogTag, "[%s] the client cannot be told: %d", kThread, result);
+    const auto delivered = callback->onApplyResult(result);
+    if (!delivered.isOk()) logError(kLogTag, "[%s] the client cannot be told: %d", kThread, result);
 }
 
 /**
@@ -122,12 +122,12 @@ std::shared_ptr<Upload> passOn(aud_hv_parameter& slot, const std::shared_ptr<Upl
     if (upload->hold != DriverHold::None) slot.lingering.reset();
     if (upload->hold == DriverHold::Reading) slot.lingering = upload;
     if (slot.upload == upload) initializeParameter(&slot);
-    slot.carried.reset();
+    slot.running.reset();
     if (!slot.queue.empty()) {
-        slot.carried = slot.queue.front();
+        slot.running = slot.queue.front();
         slot.queue.pop_front();
     }
-    return slot.carried;
+    return slot.running;
 }
 
 std::shared_ptr<Upload> finish(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload) {
@@ -143,7 +143,7 @@ std::shared_ptr<Upload> finish(aud_hv_parameter& slot, const std::shared_ptr<Upl
 
 std::shared_ptr<Upload> firstUpload(const aud_hv_parameter& slot) {
     const std::lock_guard lock(virtualizerLock);
-    return slot.carried;
+    return slot.running;
 }
 
 void* paramTransferThread(void* argument) {
@@ -162,10 +162,10 @@ void* paramTransferThread(void* argument) {
 }  // namespace
 
 bool startParamTransferThread(aud_hv_parameter& slot, const std::shared_ptr<Upload>& upload) {
-    slot.carried = upload;
+    slot.running = upload;
     pthread_t thread{};
     if (pthread_create(&thread, nullptr, paramTransferThread, &slot) != 0) {
-        slot.carried.reset();
+        slot.running.reset();
         return false;
     }
     pthread_detach(thread);

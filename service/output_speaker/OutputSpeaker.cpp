@@ -57,11 +57,11 @@ int32_t lastPosition() {
  * that if another thread has stored another position meanwhile. The HAL's result is ignored.
  */
 void updateHal() {
-    int32_t told = 0;
+    int32_t sent = 0;
     do {
-        told = lastPosition();
-        platform::setHalParameter(primaryDevice, "tv_position", kHalPositions[told]);
-    } while (told != lastPosition());
+        sent = lastPosition();
+        platform::setHalParameter(primaryDevice, "tv_position", kHalPositions[sent]);
+    } while (sent != lastPosition());
 }
 
 /** Sends the position that the middleware stores to the HAL. Called once, by the constructor. */
