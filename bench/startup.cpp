@@ -32,7 +32,7 @@ fs::path gRoot;
 pid_t start(const char* program, const char* argument) {
     const pid_t pid = fork();
     if (pid != 0) return pid;
-    const int log = open((gRoot / "log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    const int log = open((gRoot / "daemon.log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
     dup2(log, STDERR_FILENO);
     execl((gBin / program).c_str(), program, argument, nullptr);
     _exit(127);

@@ -31,14 +31,15 @@ int openRegularFile(const std::string& path, int flags, mode_t mode) {
     return -1;
 }
 
-std::string irregularityOf(const std::string& path) {
-    struct stat status{};
-    const char* const kind = lstat(path.c_str(), &status) == 0 ? kindOf(status.st_mode) : nullptr;
+std::string irregularityOf(const std::string& path, mode_t mode) {
+    const char* const kind = kindOf(mode);
     return kind == nullptr ? "" : path + " is " + kind + ", not a regular file";
 }
 
 std::string fileError(const std::string& path, int error) {
-    const std::string irregularity = irregularityOf(path);
+    struct stat status{};
+    const std::string irregularity =
+        lstat(path.c_str(), &status) == 0 ? irregularityOf(path, status.st_mode) : "";
     return irregularity.empty() ? path + ": " + strerror(error) : irregularity;
 }
 

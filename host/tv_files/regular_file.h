@@ -15,10 +15,10 @@ namespace hidlaudio::host {
 int openRegularFile(const std::string& path, int flags, mode_t mode = 0644);
 
 /**
- * Returns a message such as "PATH is a named pipe, not a regular file", or an empty string if `path` is a
- * regular file or a folder, or does not exist.
+ * Returns a message such as "PATH is a named pipe, not a regular file", or an empty string if `mode`, the
+ * file's type as lstat() returns it, is that of a regular file or a folder.
  */
-std::string irregularityOf(const std::string& path);
+std::string irregularityOf(const std::string& path, mode_t mode);
 
 /** Returns the message for an unusable file: that of irregularityOf(), or else "PATH: text of the errno". */
 std::string fileError(const std::string& path, int error);

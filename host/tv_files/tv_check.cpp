@@ -46,7 +46,7 @@ int64_t largestSize(const std::string& root, const std::string& path) {
 
 std::string problemOfFile(const std::string& root, const std::string& path, const struct stat& status) {
     if (S_ISSOCK(status.st_mode) && isBelow(path, root + kRegistryFolder)) return "";
-    std::string problem = irregularityOf(path);
+    std::string problem = irregularityOf(path, status.st_mode);
     if (problem.empty() && status.st_size > largestSize(root, path))
         problem = path + " is too large: " + std::to_string(status.st_size) + " bytes";
     return problem;

@@ -161,7 +161,7 @@ std::string awaitServices(const Boot& boot, const Interrupt& interrupt) {
     while (!allRegistered(boot)) {
         if (const auto ending = anyEnding(boot)) return withLog(boot, ending->how);
         if (steady_clock::now() > deadline) return withLog(boot, describeTimeout(boot));
-        if (interrupt.cameWithin(10)) return "interrupted";
+        if (interrupt.cameWithin(1)) return "interrupted";
     }
     return "";
 }

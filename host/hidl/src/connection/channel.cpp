@@ -254,7 +254,9 @@ bool Channel::attachMemory(IncomingMessage* message) {
     } else if (!message->incomplete) {
         return false;
     }
-    peerBulkLost_ = tellBulkLost_ = peerBulk_ == nullptr;
+    peerBulkLost_ = peerBulk_ == nullptr;
+    // On a control channel other threads may be sending, and the link ends: the peer is not notified.
+    if (kind_ == Kind::Call) tellBulkLost_ = peerBulkLost_;
     return true;
 }
 
@@ -292,7 +294,11 @@ bool Channel::check(IncomingMessage* message, size_t packetSize) {
     const MessageHeader& header = message->header;
     if (!isHeaderSane(header)) return false;
     noteSender(header.processor);
-    if ((header.flags & kBulkMemoryLost) != 0) bulkSender_ = BulkSender();
+    if ((header.flags & kBulkMemoryLost) != 0) {
+        // A control channel never carries this flag; the sending threads use its bulkSender_.
+        if (kind_ != Kind::Call) return false;
+        bulkSender_ = BulkSender();
+    }
     const bool bodyAlone = header.flags == 0 && header.objectCount == 0 && header.fdCount == 0 &&
                            header.bulkSize == 0 && message->attachments == nullptr;
     if (bodyAlone) {

@@ -36,7 +36,9 @@ void* makeShared(const char* name, int seals, base::unique_fd* fd) {
     void* memory = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED, *fd, 0);
     if (memory == MAP_FAILED) return nullptr;
     if (fcntl(*fd, F_ADD_SEALS, seals) == 0) return memory;
+    const int error = errno;
     munmap(memory, kPage);
+    errno = error;
     return nullptr;
 }
 

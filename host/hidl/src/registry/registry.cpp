@@ -181,7 +181,9 @@ bool writeEntry(const RegistryEntry& entry) {
         ALOGW("%s/%s was registered by process %d already; the newest wins", entry.interface.c_str(),
               entry.instance.c_str(), previous.pid);
     }
-    if (base::WriteStringToFile(formatEntry(entry), temporary, 0600, geteuid(), getegid()) &&
+    // The folder belongs to this user, who alone may access it, so owner and mode need not be set again.
+    base::unique_fd fd(openRegularFile(temporary, O_WRONLY | O_CREAT | O_TRUNC, 0600));
+    if (fd >= 0 && base::WriteStringToFd(formatEntry(entry), fd) &&
         rename(temporary.c_str(), pathOf(file).c_str()) == 0) {
         return true;
     }
