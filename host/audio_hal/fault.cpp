@@ -24,11 +24,11 @@ std::optional<Result> injectedResult(const char* operation, const char* on) {
     if (error != 0 || !status || !isHalResult(*status)) {
         __android_log_print(
             ANDROID_LOG_ERROR, kLogTag,
-            "%s/%s is no usable fault (RESULT from 0 to 4, RESULT COUNT, or RESULT COUNT PASS): %s",
+            "%s/%s is not a valid fault (RESULT from 0 to 4, RESULT COUNT, or RESULT COUNT PASS): %s",
             folder.c_str(), operation, strerror(error != 0 ? error : ERANGE));
         return Result::INVALID_STATE;
     }
-    __android_log_print(ANDROID_LOG_WARN, kLogTag, "%s answers %s, as it was told to", operation,
+    __android_log_print(ANDROID_LOG_WARN, kLogTag, "%s returns %s because of a fault setting", operation,
                         std::string(kHalResults[*status]).c_str());
     return static_cast<Result>(*status);
 }

@@ -51,13 +51,13 @@ AndroidLogEntry entryNow(int priority, const char* tag, const char* message) {
 
 void print(int priority, const char* tag, const char* message) {
     const AndroidLogEntry entry = entryNow(priority, tag, message);
-    char usual[1024];
+    char onStack[1024];
     size_t length = 0;
-    char* text = android_log_formatLogLine(threadtimeFormat(), usual, sizeof(usual), &entry, &length);
+    char* text = android_log_formatLogLine(threadtimeFormat(), onStack, sizeof(onStack), &entry, &length);
     if (text == nullptr) return;
     // A failed write to the log is ignored.
     [[maybe_unused]] const ssize_t written = __real_write(STDERR_FILENO, text, length);
-    if (text != usual) free(text);
+    if (text != onStack) free(text);
 }
 
 void logMessage(int priority, const char* tag, const char* message) {

@@ -19,7 +19,7 @@ std::optional<int32_t> injectedStatus(const char* function, const char* on) {
     const int error = takeFault(folder, function, status);
     if (error == 0) return status;
     __android_log_print(ANDROID_LOG_ERROR, kLogTag,
-                        "%s/%s is no usable fault (STATUS, STATUS COUNT, or STATUS COUNT PASS): %s",
+                        "%s/%s is not a valid fault (STATUS, STATUS COUNT, or STATUS COUNT PASS): %s",
                         folder.c_str(), function, strerror(error));
     return kFailed;
 }

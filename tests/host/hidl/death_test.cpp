@@ -12,22 +12,22 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 /** A recipient that records its notices. */
-struct Told : Mourner {
-    Told() {
+struct RecordingRecipient : DeathRecipient {
+    RecordingRecipient() {
         died = [this](uint64_t cookie, const wp<IBase>& who) {
             std::lock_guard<std::mutex> lock(mutex);
-            told.push_back(cookie);
+            notices.push_back(cookie);
             thread = threadNumber();
             last = who.promote();
         };
     }
     std::vector<uint64_t> cookies() {
         std::lock_guard<std::mutex> lock(mutex);
-        return told;
+        return notices;
     }
 
     std::mutex mutex;
-    std::vector<uint64_t> told;
+    std::vector<uint64_t> notices;
     int32_t thread = 0;
     sp<IBase> last;
 };
@@ -35,18 +35,19 @@ struct Told : Mourner {
 using DeathTest = ServedTest;
 
 TEST_F(DeathTest, EndOfServiceNotifiesEachLinkOnceOnAPoolThread) {
-    const sp<Told> twice = new Told();
-    const sp<Told> unlinked = new Told();
-    const sp<Told> ofDropped = new Told();
-    const sp<Told> last = new Told();
-    const sp<Told> unknown = new Told();
+    const sp<RecordingRecipient> twice = new RecordingRecipient();
+    const sp<RecordingRecipient> unlinked = new RecordingRecipient();
+    const sp<RecordingRecipient> ofDropped = new RecordingRecipient();
+    const sp<RecordingRecipient> last = new RecordingRecipient();
+    const sp<RecordingRecipient> unknown = new RecordingRecipient();
     const sp<IProbe> other = service_.get();
     sp<IProbe> dropped = service_.get();
     EXPECT_TRUE(probe_->linkToDeath(twice, 1));
     EXPECT_TRUE(probe_->linkToDeath(unlinked, 2));
     EXPECT_TRUE(probe_->linkToDeath(twice, UINT64_MAX));
     EXPECT_TRUE(dropped->linkToDeath(ofDropped, 3));
-    EXPECT_TRUE(probe_->linkToDeath(sp<Told>(new Told()), 4));  // destroyed at once
+    EXPECT_TRUE(
+        probe_->linkToDeath(sp<RecordingRecipient>(new RecordingRecipient()), 4));  // destroyed at once
     EXPECT_TRUE(probe_->linkToDeath(last, 5));
     EXPECT_FALSE(other->unlinkToDeath(unlinked));
     EXPECT_FALSE(probe_->unlinkToDeath(unknown));
@@ -77,8 +78,8 @@ TEST_F(DeathTest, EndOfServiceNotifiesEachLinkOnceOnAPoolThread) {
 // The object has no recipients when its process ends, so that a later one is still notified.
 TEST_F(DeathTest, FirstLinkAfterTheEndIsNotifiedAtOnce) {
     const sp<IProbeCallback> object = probe_->makeCallback();
-    const sp<Told> first = new Told();
-    const sp<Told> late = new Told();
+    const sp<RecordingRecipient> first = new RecordingRecipient();
+    const sp<RecordingRecipient> late = new RecordingRecipient();
     EXPECT_TRUE(probe_->linkToDeath(first, 1));
     service_.kill();
     EXPECT_TRUE(becomesTrue([&] { return !first->cookies().empty(); }));
@@ -100,14 +101,14 @@ TEST_F(DeathTest, LinkBeforeTheEndIsDetectedIsNotifiedByThePool) {
     EXPECT_EQ(errorOf(busyProbe->callBackFromThread(nullptr)), "");
     inCallback.awaitEntry();
     service_.kill();
-    const sp<Told> told = new Told();
-    EXPECT_TRUE(probe_->linkToDeath(told, 1));
+    const sp<RecordingRecipient> recipient = new RecordingRecipient();
+    EXPECT_TRUE(probe_->linkToDeath(recipient, 1));
     EXPECT_TRUE(probe_->add(1, 2).isDeadObject());
-    EXPECT_TRUE(probe_->linkToDeath(told, 2));
-    EXPECT_THAT(told->cookies(), IsEmpty());
+    EXPECT_TRUE(probe_->linkToDeath(recipient, 2));
+    EXPECT_THAT(recipient->cookies(), IsEmpty());
     inCallback.open();
-    EXPECT_TRUE(becomesTrue([&] { return told->cookies().size() == 2; }));
-    EXPECT_THAT(told->cookies(), ElementsAre(1, 2));
+    EXPECT_TRUE(becomesTrue([&] { return recipient->cookies().size() == 2; }));
+    EXPECT_THAT(recipient->cookies(), ElementsAre(1, 2));
 }
 
 TEST_F(DeathTest, EndOfServiceFailsCallsInFlight) {

@@ -55,7 +55,7 @@ struct Callback : IProbeCallback {
 };
 
 /** Passes each death notice to the test: the cookie and the proxy of the dead object. */
-struct Mourner : android::hardware::hidl_death_recipient {
+struct DeathRecipient : android::hardware::hidl_death_recipient {
     std::function<void(uint64_t, const wp<IBase>&)> died;
 
     void serviceDied(uint64_t cookie, const wp<IBase>& who) override { died(cookie, who); }
@@ -65,23 +65,23 @@ struct Mourner : android::hardware::hidl_death_recipient {
 class Probe : public IProbe {
   public:
     explicit Probe(uint32_t number) : number_(number) {
-        mourner_->died = [this](uint64_t cookie, const auto&) { log("died " + std::to_string(cookie)); };
+        recipient_->died = [this](uint64_t cookie, const auto&) { log("died " + std::to_string(cookie)); };
     }
     ~Probe() override {
         for (std::thread& thread : threads_) thread.join();
     }
 
     void log(const std::string& event) {
-        constexpr size_t kMost = 500;
+        constexpr size_t kMaxEvents = 500;
         std::lock_guard<std::mutex> lock(mutex_);
-        if (events_.size() == kMost) events_.erase(events_.begin());
+        if (events_.size() == kMaxEvents) events_.erase(events_.begin());
         events_.emplace_back(event);
     }
 
     Return<int32_t> add(int32_t a, int32_t b) override { return a + b; }
     Return<uint32_t> mark() override { return marks_++; }
     Return<void> setCallback(const sp<IProbeCallback>& callback) override {
-        if (callback != nullptr) (void)callback->linkToDeath(mourner_, 42).isOk();
+        if (callback != nullptr) (void)callback->linkToDeath(recipient_, 42).isOk();
         sp<IProbeCallback> previous = callback;  // destroyed after the mutex is released
         std::lock_guard<std::mutex> lock(mutex_);
         std::swap(previous, callback_);
@@ -192,7 +192,7 @@ class Probe : public IProbe {
     }
 
     const uint32_t number_;
-    const sp<Mourner> mourner_ = new Mourner();
+    const sp<DeathRecipient> recipient_ = new DeathRecipient();
     std::atomic<uint32_t> marks_{0};
     std::mutex mutex_;  // guards the members below
     sp<IProbeCallback> callback_;

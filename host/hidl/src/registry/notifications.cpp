@@ -69,8 +69,9 @@ std::vector<RegistryEntry> RegistrySource::takeNews() {
 }
 
 void RegistrySource::tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting) {
-    Return<void> told = wanted.callback->onRegistration(entry.interface, entry.instance, preexisting);
-    if (!told.isOk()) ALOGW("nobody to tell of %s: %s", entry.interface.c_str(), told.description().c_str());
+    Return<void> delivered = wanted.callback->onRegistration(entry.interface, entry.instance, preexisting);
+    if (!delivered.isOk())
+        ALOGW("no notification of %s: %s", entry.interface.c_str(), delivered.description().c_str());
 }
 
 std::vector<RegistryEntry> RegistrySource::add(const Wanted& wanted) {
