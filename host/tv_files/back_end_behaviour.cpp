@@ -5,9 +5,8 @@
 #include <string.h>
 
 #include <charconv>
-#include <sstream>
 
-#include "host/program/split_words.h"
+#include "host/program/split_text.h"
 #include "value_file.h"
 
 namespace hidlaudio::host {
@@ -108,8 +107,7 @@ bool readBehaviourLines(const std::string& root, std::vector<BehaviourLine>& lin
         problem = path + ": " + strerror(error);
         return error == ENOENT;
     }
-    std::istringstream stream(text);
-    for (std::string words; std::getline(stream, words);) {
+    for (const std::string& words : splitLines(text)) {
         if (splitWords(words).empty()) continue;
         const std::optional<BehaviourLine> line = parseBehaviourLine(words, problem);
         if (!line) {

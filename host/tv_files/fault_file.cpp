@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "folder_lock.h"
-#include "host/program/split_words.h"
+#include "host/program/split_text.h"
 #include "value_file.h"
 
 namespace hidlaudio::host {

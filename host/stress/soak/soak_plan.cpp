@@ -3,7 +3,7 @@
 
 #include <iterator>
 
-#include "host/program/split_words.h"
+#include "host/program/split_text.h"
 
 namespace hidlaudio::host {
 namespace {

@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "host/program/program_folder.h"
-#include "host/program/split_words.h"
+#include "host/program/split_text.h"
 #include "host/tv/processes/process.h"
 
 namespace hidlaudio::host {

@@ -7,8 +7,8 @@
 
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
-#include "host/tv/state/back_end.h"
 #include "host/tv/state/tv_folder.h"
+#include "host/tv/state/tv_state.h"
 #include "host/tv_files/back_end_behaviour.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
@@ -31,7 +31,7 @@ int list(const std::vector<BehaviourLine>& lines) {
     const int32_t openFails = behaviour.value(UploadKind::Device, BackEndSetting::OpenFails);
     printf("open_fails %s\n", formatValue(BackEndSetting::OpenFails, openFails).c_str());
     for (const UploadKind kind : kUploadKinds) print(kind, behaviour);
-    for (const UploadState& upload : uploadStates()) printf("%s\n", describe(upload).c_str());
+    for (const StateEntry& upload : uploadState()) printf("%s\n", upload.text.c_str());
     return kDone;
 }
 

@@ -17,14 +17,14 @@ namespace hidlaudio::host {
 namespace {
 
 int list() {
-    for (const ConfigValue& value : configValues()) printf("%s\n", describe(value).c_str());
+    for (const StateEntry& entry : configState()) printf("%s\n", entry.text.c_str());
     return kDone;
 }
 
 int print(const std::string& key) {
-    const ConfigValue value = readConfigValue(key);
-    if (!value.number) return fail(describe(value));
-    printf("%d\n", *value.number);
+    const StateEntry entry = configEntry(key);
+    if (entry.value.is_null()) return fail(entry.text);
+    printf("%s\n", entry.value.dump().c_str());
     return kDone;
 }
 

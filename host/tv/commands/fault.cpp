@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -52,16 +53,16 @@ std::string allResults() {
 
 /** Prints the fault on function `name`, or all faults. */
 int print(const Text& name) {
-    for (const FaultState& fault : faultStates()) {
-        if (!name || fault.function == *name) printf("%s\n", describe(fault).c_str());
+    for (const StateEntry& fault : faultState()) {
+        if (!name || fault.name == *name) printf("%s\n", fault.text.c_str());
     }
     return kDone;
 }
 
 int clear(const Text& name) {
-    for (const FaultState& fault : faultStates()) {
-        if (name && fault.function != *name) continue;
-        if (unlink(fault.path.c_str()) != 0 && errno != ENOENT) return fail(fileError(fault.path, errno));
+    for (const std::string& path : faultFiles()) {
+        if (name && std::filesystem::path(path).filename() != *name) continue;
+        if (unlink(path.c_str()) != 0 && errno != ENOENT) return fail(fileError(path, errno));
     }
     return kDone;
 }
