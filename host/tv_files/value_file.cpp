@@ -10,10 +10,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 
 #include "host/program/owned_descriptor.h"
+#include "host/program/parse_number.h"
 #include "regular_file.h"
 
 namespace hidlaudio::host {
@@ -73,14 +73,10 @@ bool isNameCharacter(char c) {
            c == '-' || c == '.';
 }
 
-template <typename Number>
-std::optional<Number> parse(std::string_view text) {
+std::string_view trim(std::string_view text) {
     while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
     while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
-    Number value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return value;
+    return text;
 }
 
 }  // namespace
@@ -110,11 +106,16 @@ int writeValueFile(const std::string& path, const std::string& content) {
 }
 
 std::optional<int32_t> parseInt32(std::string_view text) {
-    return parse<int32_t>(text);
+    return parseNumber<int32_t>(trim(text));
 }
 
 std::optional<uint32_t> parseUint32(std::string_view text) {
-    return parse<uint32_t>(text);
+    return parseNumber<uint32_t>(trim(text));
+}
+
+std::optional<uint32_t> parseHexOrDecimal(std::string_view text) {
+    const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    return isHex ? parseNumber<uint32_t>(text.substr(2), 16) : parseNumber<uint32_t>(text);
 }
 
 bool isValueName(std::string_view name) {

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android-base/stringprintf.h>
 
-#include <charconv>
-
+#include "host/program/parse_number.h"
 #include "host/program/split_text.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
@@ -19,20 +18,12 @@ std::string contentOf(const char* path) {
     return text;
 }
 
-/** Returns a gain in dB, or `std::nullopt` if the line is not a number. */
-std::optional<double> parseGain(const std::string& line) {
-    double gain = 0.0;
-    const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), gain);
-    const bool isNumber = error == std::errc() && end == line.data() + line.size();
-    return isNumber ? std::optional(gain) : std::nullopt;
-}
-
 /** Returns the gains that were last sent to the audio decoder. An invalid line is null, and "?" as text. */
 StateEntry equalizer() {
     ordered_json gains = ordered_json::array();
     std::string text;
     for (const std::string& line : splitLines(contentOf("/soc/audio_decoder/equalizer"))) {
-        const std::optional<double> gain = parseGain(line);
+        const std::optional<double> gain = parseNumber<double>(line);
         gains.push_back(orNull(gain));
         text += gain ? android::base::StringPrintf(" %g", *gain) : " ?";
     }
