@@ -9,8 +9,8 @@ namespace hidlaudio::host {
 
 /**
  * The record of a program's calls to the TV, in their order, in the file that $HIDLAUDIO_CALLS names. Each
- * line is "SOURCE CALL TARGET", separated by tabs. Several programs may write to the same file. All functions may
- * be called from any thread.
+ * line is "SOURCE CALL TARGET", separated by tabs. Several programs may write to the same file. All functions
+ * may be called from any thread.
  */
 
 constexpr char kCallsVariable[] = "HIDLAUDIO_CALLS";

@@ -19,7 +19,7 @@
 namespace hidlaudio::host {
 namespace {
 
-constexpr size_t kLongestName = 128;
+constexpr size_t kMaxNameLength = 128;
 
 int readAll(int fd, std::string& content) {
     std::string bytes(kLargestValueFile + 1, '\0');
@@ -64,19 +64,10 @@ int giveName(int fd, const std::string& path) {
     return linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
 }
 
-bool isSpace(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
-
-bool isNameCharacter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-           c == '-' || c == '.';
-}
-
 std::string_view trim(std::string_view text) {
-    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
-    return text;
+    constexpr char kSpace[] = " \t\n\r";
+    text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
+    return text.substr(0, text.find_last_not_of(kSpace) + 1);
 }
 
 }  // namespace
@@ -119,8 +110,9 @@ std::optional<uint32_t> parseHexOrDecimal(std::string_view text) {
 }
 
 bool isValueName(std::string_view name) {
-    return !name.empty() && name.size() <= kLongestName && name.front() != '.' &&
-           std::all_of(name.begin(), name.end(), isNameCharacter);
+    constexpr char kAllowed[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-.";
+    return !name.empty() && name.size() <= kMaxNameLength && name.front() != '.' &&
+           name.find_first_not_of(kAllowed) == name.npos;
 }
 
 }  // namespace hidlaudio::host

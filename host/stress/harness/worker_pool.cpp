@@ -71,18 +71,18 @@ void reap(const Worker& worker) {
     if (worker.pipe >= 0) close(worker.pipe);
 }
 
-/** Reads a piece of the worker's output. Returns true at its end. */
-bool hasEnded(Worker& worker) {
+/** Reads a piece of the worker's output. At its end, reaps the worker and passes on the result. */
+bool hasEnded(const PoolWork& pool, Worker& worker) {
     char piece[65536];
     const ssize_t count = worker.pipe >= 0 ? read(worker.pipe, piece, sizeof(piece)) : 0;
-    if (count > 0) worker.text.append(piece, static_cast<size_t>(count));
-    return count <= 0;
-}
-
-void finish(const PoolWork& pool, const Worker& worker) {
+    if (count > 0) {
+        worker.text.append(piece, static_cast<size_t>(count));
+        return false;
+    }
     reap(worker);
     const nlohmann::json result = nlohmann::json::parse(worker.text, nullptr, false);
     pool.done(worker.index, result.is_discarded() ? nullptr : result);
+    return true;
 }
 
 /** Waits up to 50 ms for output of the workers, and removes those that have ended. */
@@ -92,10 +92,9 @@ void pollWorkers(const PoolWork& pool, std::vector<Worker>& workers) {
     for (const Worker& worker : workers) pipes.push_back({worker.pipe, POLLIN, 0});
     poll(pipes.data(), pipes.size(), 50);
     for (size_t i = workers.size(); i-- > 0;) {
-        if (workers[i].pipe >= 0 && pipes[i].revents == 0) continue;
-        if (!hasEnded(workers[i])) continue;
-        finish(pool, workers[i]);
-        workers.erase(workers.begin() + static_cast<ptrdiff_t>(i));
+        const bool isReadable = workers[i].pipe < 0 || pipes[i].revents != 0;
+        if (isReadable && hasEnded(pool, workers[i]))
+            workers.erase(workers.begin() + static_cast<ptrdiff_t>(i));
     }
 }
 

@@ -42,7 +42,6 @@ struct Actor {
     Decision decision;
     pid_t pid = 0;                    // process of the command; 0 during the pause
     steady_clock::time_point moment;  // end of the pause, or time to kill the command
-    steady_clock::time_point deadline;
 };
 
 struct Soak {
@@ -55,8 +54,9 @@ struct Soak {
     bool daemonKilled = false;  // in this part, so clients may find no service
 };
 
+/** Adds a violation to the result, unless `problem` is empty. */
 void report(Soak& soak, const std::string& problem) {
-    soak.result.problems.push_back(problem);
+    if (!problem.empty()) soak.result.problems.push_back(problem);
 }
 
 void decide(Actor& actor) {
@@ -67,8 +67,7 @@ void decide(Actor& actor) {
 
 void restartHal(Soak& soak) {
     endChild(soak.tv.hal, SIGKILL, 1s);
-    const std::string problem = startHal(soak.tv, {});
-    if (!problem.empty()) report(soak, problem);
+    report(soak, startHal(soak.tv, {}));
     ++soak.result.restarts;
 }
 
@@ -76,20 +75,14 @@ void restartHal(Soak& soak) {
 void execute(Soak& soak, Actor& actor) {
     if (actor.decision.command[0] == "audio_hal") {
         restartHal(soak);
-        decide(actor);
-        return;
+        return decide(actor);
     }
     const std::string errors = soak.scratch.path() + "/errors";
-    const std::string problem = startCommand(soak.tv, actor.decision.command, "/dev/null", errors, actor.pid);
-    if (!problem.empty()) {
-        report(soak, problem);
-        decide(actor);
-        return;
-    }
+    report(soak, startCommand(soak.tv, actor.decision.command, "/dev/null", errors, actor.pid));
+    if (actor.pid == 0) return decide(actor);
     ++soak.result.commands;
-    actor.deadline = steady_clock::now() + kAnswerTimeout;
-    actor.moment =
-        actor.decision.kill.count() != 0 ? steady_clock::now() + actor.decision.kill : actor.deadline;
+    const bool isKilled = actor.decision.kill.count() != 0;
+    actor.moment = steady_clock::now() + (isKilled ? actor.decision.kill : kAnswerTimeout);
 }
 
 /**
@@ -97,9 +90,8 @@ void execute(Soak& soak, Actor& actor) {
  * service is allowed only if the daemon was killed.
  */
 void checkStatus(Soak& soak, const Actor& actor, ChildStatus status) {
-    constexpr ChildStatus kRefusal = 1;
-    if (status == 0) return;
-    if (status == kRefusal) {
+    if (status == client::kDone) return;
+    if (status == client::kRefused) {
         ++soak.result.refused;
     } else if (status != client::kNoService || !soak.daemonKilled) {
         report(soak, "`" + describe(actor.decision) + "` " + describe(status));
@@ -116,9 +108,9 @@ void advance(Soak& soak, Actor& actor, bool mayStart) {
         checkStatus(soak, actor, *status);
         decide(actor);
     } else if (now >= actor.moment) {
-        const bool isPlanned = actor.decision.kill.count() != 0;
         endChild(actor.pid, SIGKILL, 1s);
-        if (!isPlanned) report(soak, "hang: no answer to `" + describe(actor.decision) + "`");
+        if (actor.decision.kill.count() == 0)
+            report(soak, "hang: no answer to `" + describe(actor.decision) + "`");
         ++soak.result.killed;
         decide(actor);
     }
@@ -209,8 +201,7 @@ void killDaemon(Soak& soak) {
     soak.daemonKilled = true;
     for (const std::string& file : persistedFiles()) soak.tolerated.truncatedFiles.insert(file);
     ++soak.result.restarts;
-    const std::string problem = startDaemon(soak.tv, {kSharedHeap});
-    if (!problem.empty()) report(soak, problem);
+    report(soak, startDaemon(soak.tv, {kSharedHeap}));
 }
 
 void runPart(Soak& soak) {
@@ -241,9 +232,10 @@ std::string start(Soak& soak) {
 }
 
 void soakParts(Soak& soak) {
-    if (const std::string problem = start(soak); !problem.empty()) return report(soak, problem);
+    report(soak, start(soak));
+    if (!soak.result.problems.empty()) return;
     for (unsigned number = 0; number <= soak.options.clients; ++number) {
-        soak.actors.push_back({SoakPlan(soak.options.seed, number), {}, 0, {}, {}});
+        soak.actors.push_back({SoakPlan(soak.options.seed, number), {}, 0, {}});
         decide(soak.actors.back());
     }
     for (int i = 0; i < kParts && soak.result.problems.empty(); ++i) runPart(soak);

@@ -24,6 +24,7 @@ using std::chrono::steady_clock;
 /** Time-out of a command. No command takes nearly as long, even on a busy machine. */
 constexpr auto kAnswerTimeout = 30s;
 constexpr auto kIdleTimeout = 3s;
+
 struct Background {
     size_t line;
     pid_t pid;

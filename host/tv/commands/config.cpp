@@ -52,10 +52,9 @@ void addConfig(CLI::App& app, int& status) {
     CLI::App* command =
         app.add_subcommand("config", "List, read or write the configuration store of the middleware");
     command->footer(
-        "Lists all values if KEY is not given. The store is the folder soc/config with one file per key. "
-        "The\n"
-        "daemon reads a key at each request, so a change takes effect at once. To make a read fail, delete\n"
-        "the file of the key.\n"
+        "Lists all values if KEY is not given. The store is the folder soc/config with one file per key.\n"
+        "The daemon reads a key at each request, so a change takes effect at once. To make a read fail,\n"
+        "delete the file of the key.\n"
         "\n"
         "Exit status:\n"
         "  1  the value of KEY cannot be read or written, or is not a 32-bit number\n"

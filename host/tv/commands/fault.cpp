@@ -92,7 +92,7 @@ std::string joined(const std::string& value, const Text& count, const Text& pass
     return text;
 }
 
-int fault(const Text& name, const Text& value, const Text& count, const Text& pass, bool shallClear) {
+int fault(const Text& name, const Text& value, const Text& count, const Text& pass, bool isCleared) {
     if (!openTv()) return kWrongUsage;
     if (name && !isIn(kMiddlewareFunctions, *name) && !isIn(kPowerFunctions, *name) &&
         !isHalOperation(*name)) {
@@ -100,7 +100,7 @@ int fault(const Text& name, const Text& value, const Text& count, const Text& pa
                         "\" is not a function that can be made to fail. The functions are:" + allFunctions(),
                     kWrongUsage);
     }
-    if (shallClear) return clear(name);
+    if (isCleared) return clear(name);
     if (!name || !value) return print(name);
     return set(*name, joined(*value, count, pass));
 }
@@ -139,10 +139,10 @@ void addFault(CLI::App& app, int& status) {
         addText(command, "COUNT", "Number of calls that fail, at least 1 (default: all calls)");
     const CLI::Option* pass =
         addText(command, "PASS", "Number of calls that succeed before that (default: 0)");
-    const CLI::Option* shallClear =
+    const CLI::Option* clearFlag =
         command->add_flag("--clear", "Remove the fault on FUNCTION (default: all faults)")->excludes(value);
     command->callback([=, &status] {
-        status = fault(given(name), given(value), given(count), given(pass), shallClear->count() > 0);
+        status = fault(given(name), given(value), given(count), given(pass), clearFlag->count() > 0);
     });
 }
 
