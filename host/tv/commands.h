@@ -7,6 +7,9 @@
 
 namespace hidlaudio::host {
 
+/** Adds the options and subcommands of `tv`. They set `status`, which must outlive `app`. */
+void addCommandLine(CLI::App& app, int& status);
+
 /**
  * Each function adds one subcommand of `tv`; its file has the options, the help text and the action.
  * The action sets `status`, the exit status of `tv`.
