@@ -44,10 +44,9 @@ void tryBehaviourFile(const uint8_t* data, size_t size) {
     std::vector<BehaviourLine> lines;
     std::string problem;
     if (!readBehaviourLines(tvRoot(), lines, problem)) return require(!problem.empty());
-    const BackEndBehaviour behaviour(lines);
     for (const UploadKind kind : kUploadKinds) {
         for (size_t i = 0; i < std::size(kBackEndSettings); ++i) {
-            const int32_t value = behaviour.value(kind, static_cast<BackEndSetting>(i));
+            const int32_t value = settingValue(lines, kind, static_cast<BackEndSetting>(i));
             require(value >= kBackEndSettings[i].smallest && value <= kBackEndSettings[i].largest);
         }
     }

@@ -19,7 +19,7 @@ std::optional<Result> injectedResult(const char* operation, const char* on) {
     recordCall(kHalCalls, operation, on);
     const std::string folder = tvRoot() + kHalFaultFolder;
     std::optional<int32_t> status;
-    const int error = takeFault(folder, operation, status);
+    const int error = injectFault(folder, operation, status);
     if (error == 0 && !status) return std::nullopt;
     if (error != 0 || !status || !isHalResult(*status)) {
         __android_log_print(

@@ -16,7 +16,7 @@ std::optional<int32_t> injectedStatus(const char* function, const char* on) {
     recordCall(kMiddlewareCalls, function, on);
     const std::string folder = tvRoot() + "/soc/faults";
     std::optional<int32_t> status;
-    const int error = takeFault(folder, function, status);
+    const int error = injectFault(folder, function, status);
     if (error == 0) return status;
     __android_log_print(ANDROID_LOG_ERROR, kLogTag,
                         "%s/%s is not a valid fault (STATUS, STATUS COUNT, or STATUS COUNT PASS): %s",

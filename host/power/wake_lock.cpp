@@ -62,7 +62,7 @@ int change(const char* function, const char* id, bool held) {
     if (!isName(id)) return -EINVAL;
     recordCall(kPowerCalls, function, id);
     std::optional<int32_t> status;
-    if (const int error = takeFault(tvRoot() + "/soc/faults", function, status); error != 0) return -error;
+    if (const int error = injectFault(tvRoot() + "/soc/faults", function, status); error != 0) return -error;
     if (status) return *status;
     const int error = setHeld(id, held);
     return error == 0 ? static_cast<int>(strlen(id)) : -error;

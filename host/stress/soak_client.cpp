@@ -66,7 +66,8 @@ T valueOf(const Return<T>& answer, const char* method, bool (*isRight)(T)) {
     _exit(1);
 }
 
-void examine(const android::hardware::details::return_status& answer) {
+/** Exits if the call failed. */
+void requireOk(const android::hardware::details::return_status& answer) {
     if (!answer.isOk()) _exit(0);
 }
 
@@ -111,10 +112,6 @@ struct HdmiCallback : V1_1::IHdmiAudioCallback {
     }
 };
 
-ParamType anyKind() {
-    return static_cast<ParamType>(below(2));
-}
-
 bool isUploadResult(int32_t result) {
     return result >= -5 && result <= 0;
 }
@@ -149,30 +146,6 @@ void upload(ParamType kind) {
         result = apply(handle, kind);
 }
 
-void uploadAny() {
-    upload(anyKind());
-}
-
-void discard() {
-    valueOf<int32_t>(services->virtualizer->discardParameterBuffer(1 + below(kMaxHandle)),
-                     "discardParameterBuffer", isUploadResult);
-}
-
-void cancel() {
-    for (int32_t handle = 1; handle < 4; ++handle) {
-        valueOf<int32_t>(services->virtualizer->cancel(handle), "cancel", isUploadResult);
-    }
-}
-
-void appendAnywhere() {
-    append(1 + below(kMaxHandle), below(60000));
-}
-
-void switchVirtualizer() {
-    examine(services->virtualizer->setVirtualizerEnabled(below(2) != 0));
-    examine(services->virtualizer->getUpmixEnabled());
-}
-
 /**
  * Does nothing inside an upload callback. That callback occupies the only callback thread of this client, and
  * the callback of another client may be waiting for that thread: a deadlock.
@@ -180,58 +153,74 @@ void switchVirtualizer() {
 void setCapabilities() {
     if (inUploadCallback) return;
     const hidl_vec<hidl_string> names{below(2) != 0 ? "ARC_DD_PLUS" : "ARC_DD_NONE", "ARC_MP4AAC_5_1"};
-    examine(services->hdmi->setAudioCapabilities(names));
-}
-
-void getCapabilities() {
-    examine(services->hdmi->getAudioCapabilities([](const hidl_vec<hidl_string>& names) {
-        if (names.size() != 3) _exit(1);
-    }));
-}
-
-void setCallback() {
-    static std::atomic<int> set{0};
-    if (++set < 4) examine(services->hdmi->setCallback(new HdmiCallback));
-}
-
-void useExternal() {
-    examine(services->external->setForceEncodingEnabled(below(2) != 0));
-    examine(services->external->getForceEncodingEnabled());
-}
-
-void useSpeaker() {
-    examine(services->speaker->setTvPosition(below(2)));
-    examine(services->speaker->getTvPosition());
+    requireOk(services->hdmi->setAudioCapabilities(names));
 }
 
 void useCalibration() {
     const auto& service = services->calibration;
-    examine(service->setEnabled(below(2) != 0));
-    examine(service->setSmoothDelayEnabled(below(2) != 0));
-    examine(service->setSmoothDelay({static_cast<float>(below(5)), 1.0F, 2.0F}));
-    examine(service->getSmoothDelay([](const hidl_vec<float>& delays) {
+    requireOk(service->setEnabled(below(2) != 0));
+    requireOk(service->setSmoothDelayEnabled(below(2) != 0));
+    requireOk(service->setSmoothDelay({static_cast<float>(below(5)), 1.0F, 2.0F}));
+    requireOk(service->getSmoothDelay([](const hidl_vec<float>& delays) {
         if (delays.size() != 0 && delays.size() != 2 && delays.size() != 3) _exit(1);
     }));
-    examine(service->getCalibratedData([](const hidl_vec<V3_0::calibratedData>&) {}));
-}
-
-void useMicAndCenter() {
-    examine(services->mic->setMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC", 0.5F));
-    examine(services->center->isCenterSpeakerInputAvailable());
+    requireOk(service->getCalibratedData([](const hidl_vec<V3_0::calibratedData>&) {}));
 }
 
 void dump() {
     static const int file = memfd_create("dump", MFD_CLOEXEC);
     native_handle_t* const handle = native_handle_create(1, 0);
     handle->data[0] = file;
-    examine(services->virtualizer->debug(hidl_handle(handle), {}));
+    requireOk(services->virtualizer->debug(hidl_handle(handle), {}));
     native_handle_delete(handle);
 }
 
+void uploadAny() {
+    upload(static_cast<ParamType>(below(2)));
+}
+
+/** An action that is listed several times is more frequent. */
 constexpr void (*kActions[])() = {
-    uploadAny,         uploadAny,      uploadAny,       discard,         cancel,
-    switchVirtualizer, appendAnywhere, setCapabilities, getCapabilities, setCallback,
-    useExternal,       useSpeaker,     useCalibration,  useMicAndCenter, dump};
+    uploadAny,
+    uploadAny,
+    uploadAny,
+    setCapabilities,
+    useCalibration,
+    dump,
+    [] {
+        valueOf<int32_t>(services->virtualizer->discardParameterBuffer(1 + below(kMaxHandle)),
+                         "discardParameterBuffer", isUploadResult);
+    },
+    [] {
+        for (int32_t handle = 1; handle < 4; ++handle)
+            valueOf<int32_t>(services->virtualizer->cancel(handle), "cancel", isUploadResult);
+    },
+    [] {
+        requireOk(services->virtualizer->setVirtualizerEnabled(below(2) != 0));
+        requireOk(services->virtualizer->getUpmixEnabled());
+    },
+    [] { append(1 + below(kMaxHandle), below(60000)); },
+    [] {
+        requireOk(services->hdmi->getAudioCapabilities([](const hidl_vec<hidl_string>& names) {
+            if (names.size() != 3) _exit(1);
+        }));
+    },
+    [] {
+        static std::atomic<int> set{0};
+        if (++set < 4) requireOk(services->hdmi->setCallback(new HdmiCallback));
+    },
+    [] {
+        requireOk(services->external->setForceEncodingEnabled(below(2) != 0));
+        requireOk(services->external->getForceEncodingEnabled());
+    },
+    [] {
+        requireOk(services->speaker->setTvPosition(below(2)));
+        requireOk(services->speaker->getTvPosition());
+    },
+    [] {
+        requireOk(services->mic->setMicGain("AUDIO_DEVICE_IN_BUILTIN_MIC", 0.5F));
+        requireOk(services->center->isCenterSpeakerInputAvailable());
+    }};
 
 void act() {
     kActions[below(static_cast<int32_t>(std::size(kActions)))]();

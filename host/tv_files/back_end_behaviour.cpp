@@ -4,10 +4,7 @@
 #include <errno.h>
 #include <string.h>
 
-#include <charconv>
-#include <sstream>
-
-#include "host/program/split_words.h"
+#include "host/program/split_text.h"
 #include "value_file.h"
 
 namespace hidlaudio::host {
@@ -31,31 +28,22 @@ bool isSwitch(BackEndSetting setting) {
     return infoOf(setting).largest == 1;
 }
 
-std::optional<int32_t> parseNumber(std::string_view word) {
-    const bool hex = word.size() > 2 && word[0] == '0' && (word[1] == 'x' || word[1] == 'X');
-    if (hex) word.remove_prefix(2);
-    int32_t value = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value, hex ? 16 : 10);
-    if (error != std::errc() || end != word.data() + word.size()) return std::nullopt;
-    return value;
-}
-
 std::optional<int32_t> parseValue(BackEndSetting setting, const std::string& word) {
     if (isSwitch(setting)) {
         if (word == "on") return 1;
         return word == "off" ? std::optional(0) : std::nullopt;
     }
-    const std::optional<int32_t> value = parseNumber(word);
-    const bool accepted = value && *value >= infoOf(setting).smallest && *value <= infoOf(setting).largest;
-    return accepted ? value : std::nullopt;
+    const std::optional<uint32_t> value = parseHexOrDecimal(word);
+    if (!value || *value > INT32_MAX) return std::nullopt;
+    const auto number = static_cast<int32_t>(*value);
+    const bool accepted = number >= infoOf(setting).smallest && number <= infoOf(setting).largest;
+    return accepted ? std::optional(number) : std::nullopt;
 }
 
-std::string allSettings() {
-    std::string text = "expected [device|hrtf] SETTING VALUE. Settings:";
-    for (const BackEndSettingInfo& info : kBackEndSettings) {
-        text += "\n  " + std::string(info.name) + "  " + info.accepted;
-    }
-    return text;
+/** Returns a value as parseValue() accepts it. */
+std::string formatValue(BackEndSetting setting, int32_t value) {
+    if (isSwitch(setting)) return value != 0 ? "on" : "off";
+    return std::to_string(value);
 }
 
 std::string quoted(std::string_view text) {
@@ -71,7 +59,8 @@ std::optional<BehaviourLine> parseBehaviourLine(std::string_view text, std::stri
     if (line.kind) words.erase(words.begin());
     const std::optional<BackEndSetting> setting = words.empty() ? std::nullopt : parseSetting(words[0]);
     if (!setting || words.size() > 2) {
-        problem = quoted(text) + ": " + allSettings();
+        problem =
+            quoted(text) + ": expected [device|hrtf] SETTING VALUE. Settings:" + describeBackEndSettings();
         return std::nullopt;
     }
     line.setting = *setting;
@@ -91,9 +80,14 @@ std::optional<BehaviourLine> parseBehaviourLine(std::string_view text, std::stri
     return line;
 }
 
-std::string formatValue(BackEndSetting setting, int32_t value) {
-    if (isSwitch(setting)) return value != 0 ? "on" : "off";
-    return std::to_string(value);
+std::string describeBackEndSettings() {
+    std::string text;
+    for (size_t i = 0; i < std::size(kBackEndSettings); ++i) {
+        const BackEndSettingInfo& info = kBackEndSettings[i];
+        text += "\n  " + std::string(info.name) + "  " + info.accepted +
+                " (default: " + formatValue(static_cast<BackEndSetting>(i), info.defaultValue) + ")";
+    }
+    return text;
 }
 
 std::string formatBehaviourLine(const BehaviourLine& line) {
@@ -108,8 +102,7 @@ bool readBehaviourLines(const std::string& root, std::vector<BehaviourLine>& lin
         problem = path + ": " + strerror(error);
         return error == ENOENT;
     }
-    std::istringstream stream(text);
-    for (std::string words; std::getline(stream, words);) {
+    for (const std::string& words : splitLines(text)) {
         if (splitWords(words).empty()) continue;
         const std::optional<BehaviourLine> line = parseBehaviourLine(words, problem);
         if (!line) {
@@ -121,20 +114,16 @@ bool readBehaviourLines(const std::string& root, std::vector<BehaviourLine>& lin
     return true;
 }
 
-BackEndBehaviour::BackEndBehaviour(const std::vector<BehaviourLine>& lines) {
-    for (auto& values : values_) {
-        for (size_t i = 0; i < values.size(); ++i) values[i] = kBackEndSettings[i].usual;
+int32_t settingValue(const std::vector<BehaviourLine>& lines, UploadKind kind, BackEndSetting setting) {
+    int32_t value = infoOf(setting).defaultValue;
+    bool isPerKind = false;
+    for (const BehaviourLine& line : lines) {
+        if (line.setting != setting || line.kind.value_or(kind) != kind) continue;
+        if (isPerKind && !line.kind) continue;
+        value = line.value;
+        isPerKind = line.kind.has_value();
     }
-    for (const bool perKind : {false, true}) {
-        for (const BehaviourLine& line : lines) {
-            if (line.kind.has_value() != perKind) continue;
-            for (const UploadKind kind : kUploadKinds) {
-                if (line.kind.value_or(kind) == kind) {
-                    values_[indexOf(kind)][static_cast<size_t>(line.setting)] = line.value;
-                }
-            }
-        }
-    }
+    return value;
 }
 
 }  // namespace hidlaudio::host

@@ -3,7 +3,6 @@
 
 #include <stdint.h>
 
-#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,7 +20,7 @@ struct BackEndSettingInfo {
     std::string_view name;
     int32_t smallest;
     int32_t largest;
-    int32_t usual;         // default
+    int32_t defaultValue;
     bool perKind;          // whether it can be set for one kind of upload only
     const char* accepted;  // accepted values, for messages and help
 };
@@ -53,8 +52,8 @@ std::optional<BehaviourLine> parseBehaviourLine(std::string_view text, std::stri
 /** Returns the text of a line, as parseBehaviourLine() accepts it, without a newline. */
 std::string formatBehaviourLine(const BehaviourLine& line);
 
-/** Returns a value as parseBehaviourLine() accepts it: "on" or "1000", for example. */
-std::string formatValue(BackEndSetting setting, int32_t value);
+/** Returns one line per setting, with its accepted values and its default. Each line begins with "\n  ". */
+std::string describeBackEndSettings();
 
 /**
  * Reads the lines of the behaviour file below `root`. If the file does not exist, there are no lines. Returns
@@ -63,17 +62,7 @@ std::string formatValue(BackEndSetting setting, int32_t value);
 [[nodiscard]] bool readBehaviourLines(const std::string& root, std::vector<BehaviourLine>& lines,
                                       std::string& problem);
 
-/** The values of all settings for both kinds, with defaults for those that are not set. */
-class BackEndBehaviour {
-  public:
-    explicit BackEndBehaviour(const std::vector<BehaviourLine>& lines);
-
-    int32_t value(UploadKind kind, BackEndSetting setting) const {
-        return values_[indexOf(kind)][static_cast<size_t>(setting)];
-    }
-
-  private:
-    std::array<std::array<int32_t, std::size(kBackEndSettings)>, std::size(kUploadKinds)> values_{};
-};
+/** Returns the value of a setting for one kind of upload: that of the last line for it, or the default. */
+int32_t settingValue(const std::vector<BehaviourLine>& lines, UploadKind kind, BackEndSetting setting);
 
 }  // namespace hidlaudio::host

@@ -42,11 +42,11 @@ bool recordsCalls() {
     return record().fd >= 0;
 }
 
-void recordCall(std::string_view source, std::string_view call, std::string_view on) {
+void recordCall(std::string_view source, std::string_view call, std::string_view target) {
     if (!recordsCalls()) return;
     const int kept = errno;
     std::string line;
-    line.append(source).append("\t").append(call).append("\t").append(on).append("\n");
+    line.append(source).append("\t").append(call).append("\t").append(target).append("\n");
     // A single write keeps lines of two programs from mixing.
     (void)!write(record().fd, line.data(), line.size());
     errno = kept;

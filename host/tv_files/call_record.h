@@ -9,8 +9,8 @@ namespace hidlaudio::host {
 
 /**
  * The record of a program's calls to the TV, in their order, in the file that $HIDLAUDIO_CALLS names. Each
- * line is "SOURCE CALL ON", separated by tabs. Several programs may write to the same file. All functions may
- * be called from any thread.
+ * line is "SOURCE CALL TARGET", separated by tabs. Several programs may write to the same file. All functions
+ * may be called from any thread.
  */
 
 constexpr char kCallsVariable[] = "HIDLAUDIO_CALLS";
@@ -28,11 +28,11 @@ bool recordsCalls();
 int callRecordError();
 
 /** Adds a line if calls are recorded. Does not change errno. */
-void recordCall(std::string_view source, std::string_view call, std::string_view on);
+void recordCall(std::string_view source, std::string_view call, std::string_view target);
 
 struct RecordedCall {
     std::string source;
-    std::string name;
+    std::string call;
     std::string target;  // file, key or command that the call is about
 };
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "folder_lock.h"
-#include "host/program/split_words.h"
+#include "host/program/split_text.h"
 #include "value_file.h"
 
 namespace hidlaudio::host {
@@ -32,7 +32,7 @@ bool parseKind(const std::string& word, FaultSetting& fault) {
 }
 
 /** Writes the fault's remaining counts, or deletes its file after the last use. Returns 0 or an errno. */
-int useUpOnce(const std::string& path, FaultSetting fault) {
+int consumeOnce(const std::string& path, FaultSetting fault) {
     if (fault.count == 0) return 0;
     if (fault.pass > 0) {
         --fault.pass;
@@ -53,7 +53,7 @@ int readFault(const std::string& folder, const std::string& path, std::optional<
     if (error != 0) return error == ENOENT ? 0 : error;
     fault = parseFault(text);
     if (!fault) return EINVAL;
-    const int used = useUpOnce(path, *fault);
+    const int used = consumeOnce(path, *fault);
     if (fault->pass > 0) fault.reset();
     return used;
 }
@@ -93,7 +93,7 @@ std::optional<FaultSetting> parseFault(std::string_view text) {
     return fault;
 }
 
-int takeFault(const std::string& folder, const std::string& function, std::optional<int32_t>& status) {
+int injectFault(const std::string& folder, const std::string& function, std::optional<int32_t>& status) {
     status.reset();
     const std::string path = folder + "/" + function;
     if (access(path.c_str(), F_OK) != 0 && errno == ENOENT) return 0;

@@ -37,6 +37,6 @@ std::optional<FaultSetting> parseFault(std::string_view text);
  * work. The file is deleted after its last use. Returns 0, or an errno: EINVAL if the file holds no valid
  * fault. May be called from any thread and any process.
  */
-int takeFault(const std::string& folder, const std::string& function, std::optional<int32_t>& status);
+int injectFault(const std::string& folder, const std::string& function, std::optional<int32_t>& status);
 
 }  // namespace hidlaudio::host

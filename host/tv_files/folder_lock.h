@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "host/program/owned_descriptor.h"
+
 namespace hidlaudio::host {
 
 /**
@@ -13,16 +15,12 @@ namespace hidlaudio::host {
 class FolderLock {
   public:
     explicit FolderLock(const std::string& folder);
-    ~FolderLock();
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
 
-    /** Returns 0 if the lock is held, or the errno of the failed call: ENOENT if the folder does not exist.
-     */
+    /** Returns 0 if the lock is held, or an errno: ENOENT if the folder does not exist. */
     int error() const { return error_; }
 
   private:
-    int fd_;
+    OwnedDescriptor fd_;
     int error_ = 0;
 };
 

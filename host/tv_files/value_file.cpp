@@ -10,16 +10,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 
 #include "host/program/owned_descriptor.h"
+#include "host/program/parse_number.h"
 #include "regular_file.h"
 
 namespace hidlaudio::host {
 namespace {
 
-constexpr size_t kLongestName = 128;
+constexpr size_t kMaxNameLength = 128;
 
 int readAll(int fd, std::string& content) {
     std::string bytes(kLargestValueFile + 1, '\0');
@@ -64,23 +64,10 @@ int giveName(int fd, const std::string& path) {
     return linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
 }
 
-bool isSpace(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
-
-bool isNameCharacter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-           c == '-' || c == '.';
-}
-
-template <typename Number>
-std::optional<Number> parse(std::string_view text) {
-    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
-    Number value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return value;
+std::string_view trim(std::string_view text) {
+    constexpr char kSpace[] = " \t\n\r";
+    text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
+    return text.substr(0, text.find_last_not_of(kSpace) + 1);
 }
 
 }  // namespace
@@ -110,16 +97,22 @@ int writeValueFile(const std::string& path, const std::string& content) {
 }
 
 std::optional<int32_t> parseInt32(std::string_view text) {
-    return parse<int32_t>(text);
+    return parseNumber<int32_t>(trim(text));
 }
 
 std::optional<uint32_t> parseUint32(std::string_view text) {
-    return parse<uint32_t>(text);
+    return parseNumber<uint32_t>(trim(text));
+}
+
+std::optional<uint32_t> parseHexOrDecimal(std::string_view text) {
+    const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    return isHex ? parseNumber<uint32_t>(text.substr(2), 16) : parseNumber<uint32_t>(text);
 }
 
 bool isValueName(std::string_view name) {
-    return !name.empty() && name.size() <= kLongestName && name.front() != '.' &&
-           std::all_of(name.begin(), name.end(), isNameCharacter);
+    constexpr char kAllowed[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-.";
+    return !name.empty() && name.size() <= kMaxNameLength && name.front() != '.' &&
+           name.find_first_not_of(kAllowed) == name.npos;
 }
 
 }  // namespace hidlaudio::host

@@ -35,6 +35,9 @@ int writeValueFile(const std::string& path, const std::string& content);
 std::optional<int32_t> parseInt32(std::string_view text);
 std::optional<uint32_t> parseUint32(std::string_view text);
 
+/** Parses a decimal number, or a hexadecimal one with the prefix 0x, without white space around it. */
+std::optional<uint32_t> parseHexOrDecimal(std::string_view text);
+
 /**
  * Returns whether `name` is a valid name of a value file: 1 to 128 letters, digits, '_', '-' and '.', with no
  * dot first. A path that ends in a valid name cannot lead out of its folder.

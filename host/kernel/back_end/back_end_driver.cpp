@@ -159,8 +159,8 @@ int checkArgument(const SetArgument& argument) {
     return reachable && (argument.address != 0 || argument.count == 0) ? 0 : EFAULT;
 }
 
-int start(UploadKind kind, const SetArgument& argument, const BackEndBehaviour& behaviour) {
-    const auto value = [&](BackEndSetting setting) { return behaviour.value(kind, setting); };
+int start(UploadKind kind, const SetArgument& argument, const std::vector<BehaviourLine>& lines) {
+    const auto value = [&](BackEndSetting setting) { return settingValue(lines, kind, setting); };
     const std::string root = tvRoot();
     const Lock lock(driver().mutex);
     endCutOffLocked(root, kind);
@@ -187,12 +187,12 @@ int start(UploadKind kind, const SetArgument& argument, const BackEndBehaviour& 
     return error;
 }
 
-int set(UploadKind kind, const void* argument, const BackEndBehaviour& behaviour) {
+int set(UploadKind kind, const void* argument, const std::vector<BehaviourLine>& lines) {
     if (argument == nullptr) return EFAULT;
     SetArgument copy;
     memcpy(&copy, argument, sizeof(copy));
     const int error = checkArgument(copy);
-    return error != 0 ? error : start(kind, copy, behaviour);
+    return error != 0 ? error : start(kind, copy, lines);
 }
 
 int cancel(UploadKind kind, const void* argument) {
@@ -218,8 +218,7 @@ int openBackEnd(int flags) {
     if (access((tvRoot() + kBackEndFolder).c_str(), F_OK) != 0) return failWith(ENOENT);
     std::vector<BehaviourLine> lines;
     if (!readBehaviour(lines)) return failWith(EINVAL);
-    const BackEndBehaviour behaviour(lines);
-    if (behaviour.value(UploadKind::Device, BackEndSetting::OpenFails) != 0) return failWith(EIO);
+    if (settingValue(lines, UploadKind::Device, BackEndSetting::OpenFails) != 0) return failWith(EIO);
     return __real_open("/dev/null", flags);
 }
 
@@ -231,10 +230,8 @@ int controlBackEnd(unsigned long request, const void* argument) {
     if (command == std::end(kCommands)) return failWith(ENOTTY);
     std::vector<BehaviourLine> lines;
     if (!readBehaviour(lines)) return failWith(EINVAL);
-    const BackEndBehaviour behaviour(lines);
-    if (behaviour.value(command->kind, BackEndSetting::IoctlFails) != 0) return failWith(EIO);
-    const int error =
-        command->isSet ? set(command->kind, argument, behaviour) : cancel(command->kind, argument);
+    if (settingValue(lines, command->kind, BackEndSetting::IoctlFails) != 0) return failWith(EIO);
+    const int error = command->isSet ? set(command->kind, argument, lines) : cancel(command->kind, argument);
     return error == 0 ? 0 : failWith(error);
 }
 

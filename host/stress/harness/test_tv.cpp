@@ -8,8 +8,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "host/program/program_folder.h"
-#include "host/tv/processes/process.h"
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/registry.h"
 #include "host/tv_files/tv_root.h"
@@ -21,17 +19,20 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-constexpr auto kLongestStart = 30s;
-constexpr auto kPatience = 5s;
+constexpr auto kStartTimeout = 30s;
+constexpr auto kStopTimeout = 5s;
+
+std::string startChildOf(const ChildSetup& setup, pid_t& pid) {
+    const int error = startChild(setup, pid);
+    if (error != 0) pid = 0;
+    return error == 0 ? "" : setup.arguments[0] + ": " + strerror(error);
+}
 
 std::string spawn(const TestTv& tv, const std::string& program, std::vector<std::string> variables,
                   pid_t& pid) {
     setTvRoot(tv.root);
     variables.push_back("HIDLAUDIO_CLOCK=" + std::to_string(tv.clock));
-    const ChildSetup setup{{programFile(program)}, variables, logOf(program), logOf(program), "/"};
-    const int error = startChild(setup, pid);
-    if (error != 0) pid = 0;
-    return error == 0 ? "" : programFile(program) + ": " + strerror(error);
+    return startChildOf({{fileOf(program)}, variables, logOf(program), logOf(program), "/"}, pid);
 }
 
 std::string restartEndedHal(TestTv& tv) {
@@ -40,7 +41,7 @@ std::string restartEndedHal(TestTv& tv) {
 }
 
 std::string awaitServices(TestTv& tv, const std::string& program, pid_t& pid) {
-    const auto deadline = steady_clock::now() + kLongestStart;
+    const auto deadline = steady_clock::now() + kStartTimeout;
     for (;;) {
         const std::vector<std::string> missing = missingServices(program, pid);
         if (missing.empty()) return "";
@@ -60,11 +61,6 @@ std::string start(TestTv& tv, const std::string& program, const std::vector<std:
     return problem.empty() ? awaitServices(tv, program, pid) : problem;
 }
 
-void stop(pid_t& pid) {
-    if (pid != 0) endChild(pid, SIGTERM, kPatience);
-    pid = 0;
-}
-
 }  // namespace
 
 std::string contentOf(const std::string& path) {
@@ -72,20 +68,30 @@ std::string contentOf(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string programFile(const std::string& name) {
-    return programFolder() + "/" + name;
+std::string startCommand(const TestTv& tv, std::vector<std::string> words, const std::string& output,
+                         const std::string& errors, pid_t& pid) {
+    words[0] = fileOf(words[0]);
+    return startChildOf({words, {}, output, errors, tv.folder}, pid);
 }
 
-std::string makeTestTv(TestTv& tv, const std::vector<std::string>& options) {
+std::string makeTestTv(const TestTv& tv, const std::vector<std::string>& options) {
     setTvRoot(tv.root);
-    std::vector<std::string> arguments{programFile("tv"), "init"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
+    std::vector<std::string> words{"tv", "init"};
+    words.insert(words.end(), options.begin(), options.end());
     const std::string errors = tv.root + ".init";
     pid_t pid = 0;
-    const int error = startChild({arguments, {}, "/dev/null", errors, "/"}, pid);
-    if (error != 0) return strerror(error);
-    const ChildStatus status = statusWithin(pid, 30s).value_or(-1);
-    return status == 0 ? "" : contentOf(errors);
+    std::string problem = startCommand(tv, words, "/dev/null", errors, pid);
+    if (!problem.empty()) return problem;
+    return statusWithin(pid, kStartTimeout) == 0 ? "" : contentOf(errors);
+}
+
+void linkInputFiles(const TestTv& tv, const std::string& parameters, const std::string& scenarioFolder) {
+    fs::create_directories(tv.folder);
+    fs::create_symlink(parameters, tv.folder + "/parameters.bin");
+    for (const auto& entry : fs::directory_iterator(scenarioFolder)) {
+        if (entry.path().extension() != ".scenario")
+            fs::create_symlink(entry.path(), fs::path(tv.folder) / entry.path().filename());
+    }
 }
 
 std::string startHal(TestTv& tv, const std::vector<std::string>& variables) {
@@ -103,12 +109,11 @@ std::optional<ChildStatus> daemonEnding(TestTv& tv, std::chrono::milliseconds pa
     return status;
 }
 
-void stopDaemon(TestTv& tv) {
-    stop(tv.daemon);
-}
-
-void stopHal(TestTv& tv) {
-    stop(tv.hal);
+void stopTv(TestTv& tv) {
+    for (pid_t* pid : {&tv.daemon, &tv.hal}) {
+        if (*pid != 0) endChild(*pid, SIGTERM, kStopTimeout);
+        *pid = 0;
+    }
 }
 
 }  // namespace hidlaudio::host

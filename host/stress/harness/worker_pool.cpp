@@ -17,18 +17,18 @@ namespace {
 struct Worker {
     size_t index;
     pid_t pid;
-    int answer;  // read end of a pipe; at end of file when the worker has ended
+    int pipe;  // read end; at end of file when the worker has ended
     std::string text;
 };
 
-void endOwnGroup(int) {
+void killOwnGroup(int) {
     kill(0, SIGKILL);
 }
 
 /** Makes this process the leader of a process group, which ends on SIGTERM or with the parent. */
 void becomeWorker(pid_t parent) {
     setpgid(0, 0);
-    signal(SIGTERM, endOwnGroup);
+    signal(SIGTERM, killOwnGroup);
     sigset_t term;
     sigemptyset(&term);
     sigaddset(&term, SIGTERM);
@@ -37,17 +37,18 @@ void becomeWorker(pid_t parent) {
     if (getppid() != parent) _exit(1);
 }
 
-[[noreturn]] void workAndEnd(const PoolWork& pool, size_t index, int answer) {
-    const std::string text = pool.work(index) + "\n";
+/** Runs an item and writes its result to the pipe. */
+[[noreturn]] void runWorker(const PoolWork& pool, size_t index, int pipe) {
+    const std::string text = toText(pool.run(index));
     for (size_t written = 0; written < text.size();) {
-        const ssize_t count = write(answer, text.data() + written, text.size() - written);
+        const ssize_t count = write(pipe, text.data() + written, text.size() - written);
         if (count <= 0) _exit(1);
         written += static_cast<size_t>(count);
     }
     _exit(0);
 }
 
-/** Starts a worker. If that fails, the returned worker has pid -1 and counts as ended without an answer. */
+/** Starts a worker. If that fails, the returned worker has pid -1 and counts as crashed. */
 Worker startWorker(const PoolWork& pool, size_t index) {
     int ends[2] = {-1, -1};
     fflush(nullptr);
@@ -56,7 +57,7 @@ Worker startWorker(const PoolWork& pool, size_t index) {
     if (pid == 0) {
         becomeWorker(parent);
         close(ends[0]);
-        workAndEnd(pool, index, ends[1]);
+        runWorker(pool, index, ends[1]);
     }
     if (ends[1] >= 0) close(ends[1]);
     if (pid > 0) setpgid(pid, pid);
@@ -64,38 +65,36 @@ Worker startWorker(const PoolWork& pool, size_t index) {
 }
 
 /** Kills the remaining processes of a worker's group and reaps the worker. */
-void bury(const Worker& worker) {
+void reap(const Worker& worker) {
     if (worker.pid > 0) kill(-worker.pid, SIGKILL);
     if (worker.pid > 0) waitpid(worker.pid, nullptr, 0);
-    if (worker.answer >= 0) close(worker.answer);
+    if (worker.pipe >= 0) close(worker.pipe);
 }
 
-/** Reads a piece of the worker's answer. Returns true at the end of the answer. */
-bool hasEnded(Worker& worker) {
+/** Reads a piece of the worker's output. At its end, reaps the worker and passes on the result. */
+bool hasEnded(const PoolWork& pool, Worker& worker) {
     char piece[65536];
-    const ssize_t count = worker.answer >= 0 ? read(worker.answer, piece, sizeof(piece)) : 0;
-    if (count > 0) worker.text.append(piece, static_cast<size_t>(count));
-    return count <= 0;
-}
-
-void finish(const PoolWork& pool, Worker& worker) {
-    bury(worker);
-    const bool whole = !worker.text.empty() && worker.text.back() == '\n';
-    if (whole) worker.text.pop_back();
-    pool.done(worker.index, worker.text, whole);
+    const ssize_t count = worker.pipe >= 0 ? read(worker.pipe, piece, sizeof(piece)) : 0;
+    if (count > 0) {
+        worker.text.append(piece, static_cast<size_t>(count));
+        return false;
+    }
+    reap(worker);
+    const nlohmann::json result = nlohmann::json::parse(worker.text, nullptr, false);
+    pool.done(worker.index, result.is_discarded() ? nullptr : result);
+    return true;
 }
 
 /** Waits up to 50 ms for output of the workers, and removes those that have ended. */
-void attend(const PoolWork& pool, std::vector<Worker>& workers) {
+void pollWorkers(const PoolWork& pool, std::vector<Worker>& workers) {
     std::vector<pollfd> pipes;
     pipes.reserve(workers.size());
-    for (const Worker& worker : workers) pipes.push_back({worker.answer, POLLIN, 0});
+    for (const Worker& worker : workers) pipes.push_back({worker.pipe, POLLIN, 0});
     poll(pipes.data(), pipes.size(), 50);
     for (size_t i = workers.size(); i-- > 0;) {
-        if (workers[i].answer >= 0 && pipes[i].revents == 0) continue;
-        if (!hasEnded(workers[i])) continue;
-        finish(pool, workers[i]);
-        workers.erase(workers.begin() + static_cast<ptrdiff_t>(i));
+        const bool isReadable = workers[i].pipe < 0 || pipes[i].revents != 0;
+        if (isReadable && hasEnded(pool, workers[i]))
+            workers.erase(workers.begin() + static_cast<ptrdiff_t>(i));
     }
 }
 
@@ -106,12 +105,16 @@ bool runAll(const PoolWork& pool, const Interrupt& interrupt) {
     size_t next = 0;
     while (next < pool.count || !workers.empty()) {
         while (next < pool.count && workers.size() < pool.jobs) workers.push_back(startWorker(pool, next++));
-        attend(pool, workers);
+        pollWorkers(pool, workers);
         if (!interrupt.cameWithin(0)) continue;
-        for (const Worker& worker : workers) bury(worker);
+        for (const Worker& worker : workers) reap(worker);
         return false;
     }
     return true;
+}
+
+std::string toText(const nlohmann::json& json, int indent) {
+    return json.dump(indent, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 }  // namespace hidlaudio::host

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <functional>
-#include <string>
+#include <nlohmann/json.hpp>
 
 #include "host/tv/processes/interrupt.h"
 
@@ -15,10 +15,10 @@ namespace hidlaudio::host {
 struct PoolWork {
     size_t count = 0;
     unsigned jobs = 1;  // items that run at the same time
-    /** Runs an item in its own process. Returns the answer. */
-    std::function<std::string(size_t index)> work;
-    /** Receives the answer in this process. `whole` is false if the item crashed. */
-    std::function<void(size_t index, const std::string& answer, bool whole)> done;
+    /** Runs an item in its own process. Returns the result. */
+    std::function<nlohmann::json(size_t index)> run;
+    /** Receives the result in this process. It is null if the item crashed. */
+    std::function<void(size_t index, const nlohmann::json& result)> done;
 };
 
 /**
@@ -26,5 +26,8 @@ struct PoolWork {
  * single-threaded.
  */
 bool runAll(const PoolWork& pool, const Interrupt& interrupt);
+
+/** Returns the JSON text. Bytes that are not UTF-8, as in the output of a crashed program, are replaced. */
+std::string toText(const nlohmann::json& json, int indent = -1);
 
 }  // namespace hidlaudio::host

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <stdio.h>
 
-#include <cmath>
 #include <memory>
 #include <random>
 
@@ -9,7 +8,6 @@
 #include "host/program/standard_streams.h"
 #include "host/program/terminal.h"
 #include "host/stress/commands.h"
-#include "host/stress/harness/scratch_folder.h"
 #include "host/stress/harness/worker_pool.h"
 #include "soak_plan.h"
 #include "soak_run.h"
@@ -20,19 +18,10 @@ namespace {
 /** In bytes. Small, so that freed blocks that the heap retains do not look like a leak. */
 constexpr size_t kParametersSize = 262144;
 
-struct Options {
-    double hours = 1;
-    unsigned speed = 360;
-    std::optional<uint64_t> seed;
-    unsigned clients = 4;
-    unsigned plan = 0;
-    bool restarts = false;
-};
-
-int printPlan(const Options& options, uint64_t seed) {
-    for (unsigned who = 0; who <= options.clients; ++who) {
-        SoakPlan plan(seed, who);
-        for (unsigned i = 0; i < options.plan; ++i) printf("%u: %s\n", who, describe(plan.next()).c_str());
+int printPlan(const SoakOptions& options, unsigned count) {
+    for (unsigned actor = 0; actor <= options.clients; ++actor) {
+        SoakPlan plan(options.seed, actor);
+        for (unsigned i = 0; i < count; ++i) printf("%u: %s\n", actor, describe(plan.next()).c_str());
     }
     return kDone;
 }
@@ -42,7 +31,7 @@ std::string describe(const Usage& usage) {
            std::to_string(usage.threads) + " threads";
 }
 
-int report(const Options& options, const SoakResult& result) {
+int report(const SoakOptions& options, const SoakResult& result) {
     printf("%g h of TV time: %u commands, %u refused, %u clients killed, %u programs restarted\n",
            options.hours, result.commands, result.refused, result.killed, result.restarts);
     for (const Usage& usage : result.samples) printf("idle daemon: %s\n", describe(usage).c_str());
@@ -50,45 +39,36 @@ int report(const Options& options, const SoakResult& result) {
     return result.problems.empty() ? kDone : fail(std::to_string(result.problems.size()) + " violations");
 }
 
-SoakResult resultOf(const std::string& answer, bool whole) {
-    const nlohmann::json json = nlohmann::json::parse(answer, nullptr, false);
-    if (whole && json.is_object()) return json.get<SoakResult>();
-    SoakResult result;
-    result.problems.emplace_back("the soak process crashed");
-    return result;
-}
-
-std::string dump(const SoakResult& result) {
-    return nlohmann::json(result).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
-int run(const Options& options, uint64_t seed) {
+int run(const SoakOptions& options) {
     const Interrupt interrupt;
     const ScratchFolder folder(kParametersSize);
     if (folder.path().empty()) return fail("cannot create a temporary folder");
-    const auto length = std::chrono::milliseconds(std::llround(options.hours * 3600000 / options.speed));
-    const SoakSetup setup{folder.path(), folder.parameters(), seed, options.clients, length,
-                          options.speed, options.restarts};
     SoakResult result;
     PoolWork pool;
     pool.count = 1;
-    pool.work = [&](size_t) { return dump(runSoak(setup)); };
-    pool.done = [&](size_t, const std::string& answer, bool whole) { result = resultOf(answer, whole); };
+    pool.run = [&](size_t) { return runSoak(options, folder); };
+    pool.done = [&](size_t, const nlohmann::json& json) {
+        result.problems.emplace_back("the soak process crashed");
+        if (json.is_object()) result = json.get<SoakResult>();
+    };
     return runAll(pool, interrupt) ? report(options, result) : fail("interrupted");
 }
 
-int soak(const Options& options) {
-    std::random_device device;
-    const uint64_t seed = options.seed ? *options.seed : device();
-    printf("seed %llu\n", static_cast<unsigned long long>(seed));
-    flushOutput();
-    return options.plan != 0 ? printPlan(options, seed) : run(options, seed);
+/** Adds an option with a whole number. */
+template <typename Number>
+void addNumber(CLI::App* command, const char* name, Number& value, uint64_t least, uint64_t most,
+               const char* placeholder, const char* help) {
+    command->add_option(name, value, help)->type_name(placeholder)->check([=](const std::string& given) {
+        return checkInteger(given, least, most);
+    });
 }
 
 }  // namespace
 
 void addSoak(CLI::App& app, int& status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<SoakOptions>();
+    const auto plan = std::make_shared<unsigned>(0);
+    options->seed = std::random_device()();
     CLI::App* command =
         app.add_subcommand("soak", "Run random clients on a TV for hours and check the daemon");
     command->footer(
@@ -115,28 +95,24 @@ void addSoak(CLI::App& app, int& status) {
                      "Duration by the clock of the TV, 0.01 to 100000 (default: 1)")
         ->type_name("N")
         ->check([](const std::string& given) { return checkNumber(given, 0.01, 100000); });
-    command
-        ->add_option("--speed", options->speed,
-                     "Speed of the TV's clock, 1 to 1000 times real time (default:\n"
-                     "360); use a lower number on a slow machine")
-        ->type_name("N")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
-    command->add_option("--seed", options->seed, "Random seed, 0 to 18446744073709551615 (default: random)")
-        ->type_name("S")
-        ->check([](const std::string& given) { return checkInteger(given, 0, UINT64_MAX); });
-    command->add_option("--clients", options->clients, "Number of concurrent clients, 1 to 100 (default: 4)")
-        ->type_name("K")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 100); });
+    addNumber(command, "--speed", options->speed, 1, 1000, "N",
+              "Speed of the TV's clock, 1 to 1000 times real time (default:\n"
+              "360); use a lower number on a slow machine");
+    addNumber(command, "--seed", options->seed, 0, UINT64_MAX, "S",
+              "Random seed, 0 to 18446744073709551615 (default: random)");
+    addNumber(command, "--clients", options->clients, 1, 100, "K",
+              "Number of concurrent clients, 1 to 100 (default: 4)");
     command->add_flag("--restarts", options->restarts,
                       "Kill and restart the daemon at the end of each fifth of the\n"
                       "time, and do not compare its memory, descriptors and threads");
-    command
-        ->add_option("--plan", options->plan,
-                     "Only print the first N decisions, 1 to 1000000, of each client;\n"
-                     "0 stands for the environment (controller, faults, audio HAL)")
-        ->type_name("N")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 1000000); });
-    command->callback([options, &status] { status = soak(*options); });
+    addNumber(command, "--plan", *plan, 1, 1000000, "N",
+              "Only print the first N decisions, 1 to 1000000, of each client;\n"
+              "0 stands for the environment (controller, faults, audio HAL)");
+    command->callback([options, plan, &status] {
+        printf("seed %llu\n", static_cast<unsigned long long>(options->seed));
+        flushOutput();
+        status = *plan != 0 ? printPlan(*options, *plan) : run(*options);
+    });
 }
 
 }  // namespace hidlaudio::host

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "soak_plan.h"
 
+#include <android-base/strings.h>
+
 #include <iterator>
 
-#include "host/program/split_words.h"
+#include "host/program/split_text.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -52,7 +54,7 @@ constexpr const char* kClientCommands[] = {
  * Commands that change the environment of the daemon. The controller is slow or refuses uploads, but never
  * hangs: it would be busy for all later uploads.
  */
-constexpr const char* kAroundCommands[] = {
+constexpr const char* kEnvironmentCommands[] = {
     "tv bectrl rate 10000",
     "tv bectrl hrtf rate 60000",
     "tv bectrl rate 16777216",
@@ -75,11 +77,11 @@ constexpr const char* kAroundCommands[] = {
     "tv fault --clear",
 };
 
-constexpr uint64_t kKilledOf = 8;              // kills one client in 8
-constexpr uint64_t kHalRestartOf = 60;         // restarts the audio HAL once in 60 changes
-constexpr uint64_t kLongestClientPause = 10;   // ms
-constexpr uint64_t kLongestPauseAround = 150;  // ms
-constexpr uint64_t kLongestLife = 40;          // ms, of a client that is killed
+constexpr uint64_t kClientsPerKill = 8;
+constexpr uint64_t kChangesPerHalRestart = 60;
+constexpr uint64_t kMaxClientPause = 10;        // ms
+constexpr uint64_t kMaxEnvironmentPause = 150;  // ms
+constexpr uint64_t kMaxLifetime = 40;           // ms, of a client that is killed
 
 /** Returns whether the command runs until it is killed. */
 bool runsForever(const Decision& decision) {
@@ -89,13 +91,12 @@ bool runsForever(const Decision& decision) {
 }  // namespace
 
 std::string describe(const Decision& decision) {
-    std::string text;
-    for (const std::string& word : decision.command) text += (text.empty() ? "" : " ") + word;
+    std::string text = android::base::Join(decision.command, ' ');
     if (decision.kill.count() != 0) text += ", killed after " + std::to_string(decision.kill.count()) + " ms";
     return text;
 }
 
-SoakPlan::SoakPlan(uint64_t seed, unsigned who) : who_(who), state_(seed * 1000003 + who) {}
+SoakPlan::SoakPlan(uint64_t seed, unsigned actor) : actor_(actor), state_(seed * 1000003 + actor) {}
 
 /** Returns a number below `count`. SplitMix64 gives the same numbers with every standard library. */
 uint64_t SoakPlan::random(uint64_t count) {
@@ -108,18 +109,18 @@ uint64_t SoakPlan::random(uint64_t count) {
 
 Decision SoakPlan::next() {
     Decision decision;
-    if (who_ == kEnvironment) {
-        decision.pause = std::chrono::milliseconds(random(kLongestPauseAround));
-        const bool isHal = random(kHalRestartOf) == 0;
-        const char* const command = kAroundCommands[random(std::size(kAroundCommands))];
+    if (actor_ == kEnvironment) {
+        decision.pause = std::chrono::milliseconds(random(kMaxEnvironmentPause));
+        const bool isHal = random(kChangesPerHalRestart) == 0;
+        const char* const command = kEnvironmentCommands[random(std::size(kEnvironmentCommands))];
         decision.command = isHal ? std::vector<std::string>{"audio_hal"} : splitWords(command);
         return decision;
     }
-    decision.pause = std::chrono::milliseconds(random(kLongestClientPause));
+    decision.pause = std::chrono::milliseconds(random(kMaxClientPause));
     decision.command = splitWords(kClientCommands[random(std::size(kClientCommands))]);
-    const bool isKilled = random(kKilledOf) == 0;
-    const uint64_t life = 1 + random(kLongestLife);
-    if (isKilled || runsForever(decision)) decision.kill = std::chrono::milliseconds(life);
+    const bool isKilled = random(kClientsPerKill) == 0;
+    const uint64_t lifetime = 1 + random(kMaxLifetime);
+    if (isKilled || runsForever(decision)) decision.kill = std::chrono::milliseconds(lifetime);
     if (decision.command[0] == "soak_client") {
         decision.command.push_back(std::to_string(random(1000000)));
         // Give it time for its first upload.

@@ -21,21 +21,21 @@ std::string describe(const Decision& decision);
 
 /**
  * The endless sequence of decisions of one client or of the environment. It depends only on the seed and on
- * `who`.
+ * `actor`.
  */
 class SoakPlan {
   public:
     static constexpr unsigned kEnvironment = 0;
 
-    /** `who` is the number of a client, from 1, or kEnvironment. */
-    SoakPlan(uint64_t seed, unsigned who);
+    /** `actor` is the number of a client, from 1, or kEnvironment. */
+    SoakPlan(uint64_t seed, unsigned actor);
 
     Decision next();
 
   private:
     uint64_t random(uint64_t count);
 
-    unsigned who_;
+    unsigned actor_;
     uint64_t state_;
 };
 

@@ -3,23 +3,21 @@
 
 #include <stdint.h>
 
-#include <chrono>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "host/stress/harness/scratch_folder.h"
 #include "host/stress/harness/test_tv.h"
 
 namespace hidlaudio::host {
 
-struct SoakSetup {
-    std::string folder;      // existing temporary folder
-    std::string parameters;  // path of a file to upload
+struct SoakOptions {
+    double hours = 1;  // duration by the clock of the TV
+    unsigned speed = 360;
     uint64_t seed = 0;
-    unsigned clients = 1;
-    std::chrono::milliseconds length{};  // in real time
-    unsigned clock = 1;                  // HIDLAUDIO_CLOCK of the TV's programs
-    bool restarts = false;               // whether the daemon is killed and restarted in each part
+    unsigned clients = 4;
+    bool restarts = false;  // whether the daemon is killed and restarted in each part
 };
 
 /** The result of a soak. */
@@ -36,6 +34,6 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Usage, descriptors, threads, memory)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SoakResult, commands, killed, refused, restarts, samples, problems)
 
 /** Runs clients and environment on a new TV in the folder. All processes have ended when it returns. */
-SoakResult runSoak(const SoakSetup& setup);
+SoakResult runSoak(const SoakOptions& options, const ScratchFolder& scratch);
 
 }  // namespace hidlaudio::host

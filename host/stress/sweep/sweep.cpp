@@ -35,33 +35,16 @@ struct Options {
     bool list = false;
 };
 
+/** The sweep of one scenario, which runs in a process of its own. */
 struct Sweep {
     const Options& options;
     const Interrupt& interrupt;
-    std::string folder;
-    unsigned runs = 0;
+    const Scenario& scenario;
+    std::string parameters;  // file to upload
+    std::string folder;      // for the TVs; is deleted after the sweep
 };
 
-RunSetup setUp(Sweep& sweep, const Scenario& scenario) {
-    const std::string run = sweep.folder + "/" + std::to_string(sweep.runs++);
-    return {sweep.folder + "/" + scenario.name, run, sweep.folder + "/parameters.bin", {}, {}};
-}
-
-/** Creates a TV of the scenario's model, which all runs copy. Returns an error message, or "". */
-std::string makeModel(const Sweep& sweep, const Scenario& scenario) {
-    TestTv model{sweep.folder + "/" + scenario.name, "/", 0, 0, 1};
-    return makeTestTv(model, scenario.model);
-}
-
-std::vector<SweptFault> faultsOn(const RunResult& untouched) {
-    std::vector<SweptFault> faults;
-    for (const SweptCall& call : untouched.calls) {
-        for (const std::string& outcome : outcomesFor(call)) faults.push_back({call, outcome});
-    }
-    return faults;
-}
-
-void clearAway(const std::string& folder) {
+void removeFolder(const std::string& folder) {
     std::error_code ignored;
     fs::remove_all(folder, ignored);
 }
@@ -71,112 +54,80 @@ void showProgress(const Scenario& scenario, size_t done, size_t all) {
     fprintf(stderr, "\r%s %zu/%zu%s", scenario.name.c_str(), done, all, done == all ? "\r\033[K" : "");
 }
 
-SweepRow rowOf(const std::string& answer, bool whole, const SweptFault& fault) {
-    const nlohmann::json json = nlohmann::json::parse(answer, nullptr, false);
-    if (whole && json.is_object()) return json.get<SweepRow>();
-    SweepRow row{fault.call.source,
-                 fault.call.name,
-                 fault.call.target,
-                 fault.call.boot,
-                 fault.call.nth,
-                 fault.outcome,
-                 false,
-                 {},
-                 {},
-                 {},
-                 {}};
-    row.flags.emplace_back("the run process crashed");
-    return row;
-}
-
-template <typename Answer>
-std::string dump(const Answer& answer) {
-    return nlohmann::json(answer).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
 /** Runs the scenario with one fault. Called in a worker process. */
-SweepRow sweepOne(const Scenario& scenario, const RunResult& untouched, const RunSetup& setup,
-                  const SweptFault& fault) {
+SweepRow runWithFault(const Sweep& sweep, const RunResult& baseline, const RunSetup& setup) {
     SweepRow row;
     for (int i = 0; i < kTries && !row.injected; ++i) {
-        clearAway(setup.folder);
-        row = compareRuns(scenario, untouched, fault, runScenario(scenario, setup));
+        removeFolder(setup.folder);
+        row = compareRuns(sweep.scenario, baseline, *setup.injection, runScenario(sweep.scenario, setup));
     }
+    removeFolder(setup.folder);
     return row;
 }
 
-/** Runs the scenario with each fault. Returns false after an interrupt. */
-bool sweepFaults(Sweep& sweep, const Scenario& scenario, const RunResult& untouched, SweepResult& result) {
-    const std::vector<SweptFault> faults = faultsOn(untouched);
-    std::vector<RunSetup> setups;
-    for (const SweptFault& fault : faults) {
-        RunSetup setup = setUp(sweep, scenario);
-        setup.fault = fault;
-        setup.usage = untouched.usage;
-        setups.push_back(setup);
+/** Runs the scenario with each fault of each call. Stops at an interrupt: then this process is killed. */
+std::vector<SweepRow> runWithFaults(const Sweep& sweep, const RunResult& baseline, const RunSetup& setup) {
+    std::vector<Injection> injections;
+    for (const SweptCall& call : baseline.calls) {
+        for (const std::string& fault : faultsOf(call)) injections.push_back({call, fault});
     }
-    result.rows.resize(faults.size());
+    std::vector<SweepRow> rows(injections.size());
     size_t done = 0;
     PoolWork pool;
-    pool.count = faults.size();
+    pool.count = injections.size();
     pool.jobs = sweep.options.jobs;
-    pool.work = [&](size_t i) { return dump(sweepOne(scenario, untouched, setups[i], faults[i])); };
-    pool.done = [&](size_t i, const std::string& answer, bool whole) {
-        result.rows[i] = rowOf(answer, whole, faults[i]);
-        clearAway(setups[i].folder);
-        showProgress(scenario, ++done, faults.size());
+    pool.run = [&](size_t i) {
+        const std::string folder = sweep.folder + "/" + std::to_string(i);
+        return runWithFault(sweep, baseline,
+                            {setup.model, folder, setup.parameters, injections[i], baseline.usage});
     };
-    return runAll(pool, sweep.interrupt);
+    pool.done = [&](size_t i, const nlohmann::json& result) {
+        rows[i] = {injections[i], false, {}, {}, {}, {"the run process crashed"}};
+        if (result.is_object()) rows[i] = result.get<SweepRow>();
+        showProgress(sweep.scenario, ++done, rows.size());
+    };
+    runAll(pool, sweep.interrupt);
+    return rows;
 }
 
-/** Executes the baseline run and the runs with faults. Called in a worker process. */
-SweepResult sweepScenario(Sweep& sweep, const Scenario& scenario) {
-    SweepResult result;
-    result.scenario = scenario.name;
-    if (const std::string problem = makeModel(sweep, scenario); !problem.empty()) {
+SweepResult sweepScenario(const Sweep& sweep) {
+    const Scenario& scenario = sweep.scenario;
+    SweepResult result{scenario.name, 0, {}, {}};
+    const RunSetup setup{sweep.folder + "/model", sweep.folder + "/baseline", sweep.parameters, {}, {}};
+    std::error_code ignored;
+    fs::create_directory(sweep.folder, ignored);
+    if (const std::string problem = makeTestTv({setup.model, "/"}, scenario.model); !problem.empty()) {
         result.broken.push_back(scenario.path + ": tv init: " + problem);
         return result;
     }
-    const RunSetup setup = setUp(sweep, scenario);
-    const RunResult untouched = runScenario(scenario, setup);
-    clearAway(setup.folder);
-    result.calls = untouched.calls.size();
-    result.broken = problemsUntouched(scenario, untouched);
-    // Ignore the result: after an interrupt, the pool kills this process.
-    if (result.broken.empty()) sweepFaults(sweep, scenario, untouched, result);
+    const RunResult baseline = runScenario(scenario, setup);
+    removeFolder(setup.folder);
+    result.calls = baseline.calls.size();
+    result.broken = baselineProblems(scenario, baseline);
+    if (result.broken.empty()) result.rows = runWithFaults(sweep, baseline, setup);
     return result;
 }
 
-SweepResult resultOf(const std::string& answer, bool whole, const Scenario& scenario) {
-    const nlohmann::json json = nlohmann::json::parse(answer, nullptr, false);
-    if (whole && json.is_object()) return json.get<SweepResult>();
-    return {scenario.name, 0, {scenario.path + ": the sweep process crashed"}, {}};
-}
-
 /**
- * Sweeps in a worker process, so that the programs of the baseline run end even if this process is killed.
- * Returns false after an interrupt.
+ * Sweeps one scenario after the other, each in a worker process, so that the programs of the baseline run end
+ * even if this process is killed.
  */
-bool sweepInWorker(Sweep& sweep, const Scenario& scenario, SweepResult& result) {
-    PoolWork pool;
-    pool.count = 1;
-    pool.work = [&](size_t) { return dump(sweepScenario(sweep, scenario)); };
-    pool.done = [&](size_t, const std::string& answer, bool whole) {
-        result = resultOf(answer, whole, scenario);
-    };
-    return runAll(pool, sweep.interrupt);
-}
-
 int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
     const Interrupt interrupt;
-    const ScratchFolder folder(kParametersSize);
-    if (folder.path().empty()) return fail("cannot create a temporary folder");
-    Sweep sweep{options, interrupt, folder.path()};
+    const ScratchFolder scratch(kParametersSize);
+    if (scratch.path().empty()) return fail("cannot create a temporary folder");
+    const std::string folder = scratch.path() + "/sweep";
     nlohmann::json all = nlohmann::json::array();
     size_t flagged = 0;
-    for (const Scenario& scenario : scenarios) {
-        SweepResult result;
-        if (!sweepInWorker(sweep, scenario, result)) return fail("interrupted");
+    PoolWork pool;
+    pool.count = scenarios.size();
+    pool.run = [&](size_t i) {
+        return sweepScenario({options, interrupt, scenarios[i], scratch.parameters(), folder});
+    };
+    pool.done = [&](size_t i, const nlohmann::json& json) {
+        removeFolder(folder);
+        SweepResult result{scenarios[i].name, 0, {scenarios[i].path + ": the sweep process crashed"}, {}};
+        if (json.is_object()) result = json.get<SweepResult>();
         flagged += flaggedIn(result);
         if (options.json) {
             all.push_back(toJson(result));
@@ -184,9 +135,9 @@ int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
             printTable(result, options.onlyFlagged);
             flushOutput();
         }
-    }
-    if (options.json)
-        printf("%s\n", all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    };
+    if (!runAll(pool, interrupt)) return fail("interrupted");
+    if (options.json) printf("%s\n", toText(all, 2).c_str());
     return flagged == 0 ? kDone : fail(std::to_string(flagged) + " runs were flagged");
 }
 

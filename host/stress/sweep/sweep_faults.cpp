@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "sweep_faults.h"
 
-#include <algorithm>
-#include <iterator>
-#include <sstream>
+#include <android-base/strings.h>
 
 #include "host/audio_hal/operations.h"
+#include "host/program/split_text.h"
 #include "host/tv_files/back_end_files.h"
 #include "host/tv_files/stored_files.h"
 #include "host/tv_files/value_file.h"
@@ -13,17 +12,19 @@
 namespace hidlaudio::host {
 namespace {
 
-struct Outcomes {
+using android::base::StartsWith;
+
+struct CallFaults {
     std::string_view source;
     std::string_view call;  // empty: all other calls of the source
-    const char* outcomes;
+    const char* faults;
 };
 
 /** 22 s, longer than each wait of the daemon. With kSweepClock 0.9 s, far shorter than clients' time-outs. */
-constexpr char kLate[] = "delay=22000";
+constexpr char kLongDelay[] = "delay=22000";
 
 /** The first matching line applies to a call. In addition, each call is delayed once. */
-constexpr Outcomes kOutcomes[] = {
+constexpr CallFaults kCallFaults[] = {
     {kKernelCalls, "open", "ENOENT EACCES EMFILE ENOSPC EINTR"},
     {kKernelCalls, "fopen", "ENOENT EACCES EMFILE"},
     {kKernelCalls, "access", "ENOENT EACCES"},
@@ -55,12 +56,8 @@ constexpr Outcomes kOutcomes[] = {
 
 constexpr char kDevice[] = "/dev/tovi_bectrl";
 
-bool startsWith(const std::string& text, const std::string& start) {
-    return text.compare(0, start.size(), start) == 0;
-}
-
 bool isStoredFile(const std::string& path) {
-    return startsWith(path, std::string(kStoredFiles) + "/");
+    return StartsWith(path, std::string(kStoredFiles) + "/");
 }
 
 bool isKernelCall(const RecordedCall& call) {
@@ -69,44 +66,38 @@ bool isKernelCall(const RecordedCall& call) {
 
 }  // namespace
 
-std::vector<std::string> outcomesFor(const RecordedCall& call) {
-    const auto* const fitting =
-        std::find_if(std::begin(kOutcomes), std::end(kOutcomes), [&call](const Outcomes& line) {
-            return line.source == call.source && (line.call.empty() || line.call == call.name);
-        });
-    if (fitting == std::end(kOutcomes)) return {};
-    std::istringstream words(fitting->outcomes);
-    std::vector<std::string> outcomes;
-    for (std::string word; words >> word;) outcomes.push_back(word);
-    outcomes.emplace_back(kLate);
-    // The daemon can be killed at any time. This matters only while it writes a file.
-    if (isKernelCall(call) && isStoredFile(call.target)) outcomes.emplace_back("dies");
-    return outcomes;
+std::vector<std::string> faultsOf(const RecordedCall& call) {
+    for (const CallFaults& line : kCallFaults) {
+        if (line.source != call.source || (!line.call.empty() && line.call != call.call)) continue;
+        std::vector<std::string> faults = splitWords(line.faults);
+        faults.emplace_back(kLongDelay);
+        // The daemon can be killed at any time. This matters only while it writes a file.
+        if (isKernelCall(call) && isStoredFile(call.target)) faults.emplace_back("dies");
+        return faults;
+    }
+    return {};
 }
 
-bool isCrash(const SweptFault& fault) {
-    return isKernelCall(fault.call) && fault.outcome == "dies";
+bool killsDaemon(const Injection& injection) {
+    return isKernelCall(injection) && injection.fault == "dies";
 }
 
-std::string faultVariable(const SweptFault& fault) {
-    if (!isKernelCall(fault.call)) return "";
-    return fault.call.name + ":" + std::to_string(fault.call.nth) + ":" + fault.outcome;
+std::string prepareFault(const TestTv& tv, const Injection& injection) {
+    if (isKernelCall(injection))
+        return injection.call + ":" + std::to_string(injection.nth) + ":" + injection.fault;
+    const std::string folder = tv.root + (injection.source == kHalCalls ? kHalFaultFolder : "/soc/faults");
+    // If this fails, the run reports that the fault was not injected.
+    writeValueFile(folder + "/" + injection.call,
+                   injection.fault + " 1 " + std::to_string(injection.nth - 1) + "\n");
+    return "";
 }
 
-int writeFaultFile(const TestTv& tv, const SweptFault& fault) {
-    if (isKernelCall(fault.call)) return 0;
-    const bool isHal = fault.call.source == kHalCalls;
-    const std::string folder = tv.root + (isHal ? kHalFaultFolder : "/soc/faults");
-    return writeValueFile(folder + "/" + fault.call.name,
-                          fault.outcome + " 1 " + std::to_string(fault.call.nth - 1) + "\n");
-}
-
-ToleratedViolations toleratedAfter(const SweptFault& fault) {
-    const std::string& target = fault.call.target;
+ToleratedViolations toleratedAfter(const Injection& injection) {
     ToleratedViolations tolerated;
-    if (isStoredFile(target)) tolerated.cutOff.insert(target);
-    tolerated.unknownTransfer = startsWith(target, kDevice) || startsWith(target, kTransferStateFolder);
-    tolerated.wakeLockKept = fault.call.name == "release_wake_lock";
+    if (isStoredFile(injection.target)) tolerated.truncatedFiles.insert(injection.target);
+    tolerated.unknownTransfer =
+        StartsWith(injection.target, kDevice) || StartsWith(injection.target, kTransferStateFolder);
+    tolerated.wakeLockHeld = injection.call == "release_wake_lock";
     return tolerated;
 }
 

@@ -15,27 +15,21 @@ struct SweptCall : RecordedCall {
     unsigned nth = 1;   // number among the calls of this name since that start, from 1
 };
 
-/**
- * Returns the faults to inject into a call: errnos, statuses, "short=BYTES", "delay=MILLISECONDS", "dies".
- */
-std::vector<std::string> outcomesFor(const RecordedCall& call);
-
-/** A fault on one call. */
-struct SweptFault {
-    SweptCall call;
-    std::string outcome;
+/** A call and the fault to inject into it, as in the table of faults. */
+struct Injection : SweptCall {
+    std::string fault;
 };
 
+/** Returns the faults of a call: errnos, statuses, "short=BYTES", "delay=MILLISECONDS", "dies". */
+std::vector<std::string> faultsOf(const RecordedCall& call);
+
 /** Returns whether the fault kills the daemon. */
-bool isCrash(const SweptFault& fault);
+bool killsDaemon(const Injection& injection);
 
-/** Returns the value of HIDLAUDIO_FAULT, or "" if the fault is set in a fault file. */
-std::string faultVariable(const SweptFault& fault);
-
-/** Writes the fault file; does nothing for a fault in HIDLAUDIO_FAULT. Returns 0, or an errno. */
-int writeFaultFile(const TestTv& tv, const SweptFault& fault);
+/** Prepares the fault: writes a fault file, or returns the value of HIDLAUDIO_FAULT for the next daemon. */
+std::string prepareFault(const TestTv& tv, const Injection& injection);
 
 /** Returns the violations that the fault explains. */
-ToleratedViolations toleratedAfter(const SweptFault& fault);
+ToleratedViolations toleratedAfter(const Injection& injection);
 
 }  // namespace hidlaudio::host

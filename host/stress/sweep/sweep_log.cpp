@@ -19,41 +19,41 @@ const std::regex& duration() {
     return pattern;
 }
 
-std::string replaceAll(std::string text, const std::string& old, const std::string& now) {
-    for (size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + now.size()))
-        text.replace(at, old.size(), now);
+std::string replaceAll(std::string text, const std::string& before, const std::string& after) {
+    for (size_t at = text.find(before); at != std::string::npos; at = text.find(before, at + after.size()))
+        text.replace(at, before.size(), after);
     return text;
 }
 
-bool isTrouble(const std::string& priority) {
+bool isWarning(const std::string& priority) {
     return priority == "W" || priority == "E" || priority == "F";
 }
 
 }  // namespace
 
-std::string withoutChance(const std::string& text, const std::string& folder) {
+std::string withoutVariations(const std::string& text, const std::string& folder) {
     return std::regex_replace(replaceAll(text, folder + "/tv", ""), duration(), "some $3");
 }
 
-std::vector<std::string> troublesIn(const std::string& path, const std::string& folder) {
+std::vector<std::string> warningsIn(const std::string& path, const std::string& folder) {
     std::ifstream file(path);
-    std::vector<std::string> troubles;
+    std::vector<std::string> warnings;
     for (std::string line; std::getline(file, line);) {
         std::smatch parts;
         if (!std::regex_match(line, parts, threadtime())) {
-            if (!line.empty()) troubles.push_back("! " + line);
-        } else if (isTrouble(parts[1])) {
-            troubles.push_back(parts[1].str() + " " + replaceAll(parts[2], folder + "/tv", ""));
+            if (!line.empty()) warnings.push_back("! " + line);
+        } else if (isWarning(parts[1])) {
+            warnings.push_back(parts[1].str() + " " + replaceAll(parts[2], folder + "/tv", ""));
         }
     }
-    return troubles;
+    return warnings;
 }
 
 std::vector<std::string> newLines(const std::vector<std::string>& lines,
-                                  const std::vector<std::string>& usual) {
+                                  const std::vector<std::string>& baseline) {
     std::map<std::string, int> surplus;
     for (const std::string& line : lines) ++surplus[line];
-    for (const std::string& line : usual) --surplus[line];
+    for (const std::string& line : baseline) --surplus[line];
     std::vector<std::string> found;
     for (const std::string& line : lines) {
         int& count = surplus[line];

@@ -7,19 +7,19 @@
 namespace hidlaudio::host {
 
 /** Returns the output of a program without durations and the run's folder, which differ between runs. */
-std::string withoutChance(const std::string& text, const std::string& folder);
+std::string withoutVariations(const std::string& text, const std::string& folder);
 
 /**
  * Returns the warnings and errors of a log as "W tag: text". A line that is not in log format, such as a
  * sanitizer's report, becomes "! text".
  */
-std::vector<std::string> troublesIn(const std::string& path, const std::string& folder);
+std::vector<std::string> warningsIn(const std::string& path, const std::string& folder);
 
 /**
- * Returns the lines that `lines` contains more often than `usual`, without duplicates. The surplus is
+ * Returns the lines that `lines` contains more often than `baseline`, without duplicates. The surplus is
  * appended if it exceeds 1: "text (3 times)".
  */
 std::vector<std::string> newLines(const std::vector<std::string>& lines,
-                                  const std::vector<std::string>& usual);
+                                  const std::vector<std::string>& baseline);
 
 }  // namespace hidlaudio::host

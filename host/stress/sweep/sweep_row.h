@@ -24,10 +24,7 @@ struct LineDifference {
 };
 
 /** The result of a run with one fault. */
-struct SweepRow {
-    std::string source, call, target;
-    unsigned boot = 0, nth = 0;
-    std::string fault;
+struct SweepRow : Injection {
     bool injected = false;
     LineDifference client;
     std::vector<std::string> log;
@@ -41,10 +38,10 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SweepRow, source, call, target, boot, nth, fa
                                    files, flags)
 
 /** Compares a run with a fault to the baseline run of the same scenario. */
-SweepRow compareRuns(const Scenario& scenario, const RunResult& untouched, const SweptFault& fault,
+SweepRow compareRuns(const Scenario& scenario, const RunResult& baseline, const Injection& injection,
                      const RunResult& run);
 
 /** Returns the violations in the baseline run itself. If there are any, it is no basis for a comparison. */
-std::vector<std::string> problemsUntouched(const Scenario& scenario, const RunResult& untouched);
+std::vector<std::string> baselineProblems(const Scenario& scenario, const RunResult& baseline);
 
 }  // namespace hidlaudio::host

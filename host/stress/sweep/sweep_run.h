@@ -37,11 +37,11 @@ constexpr unsigned kSweepClock = 25;
 
 /** The input of a run. */
 struct RunSetup {
-    std::string model;                // folder of a new TV of the scenario's model
-    std::string folder;               // folder for the run's own TV; must not exist
-    std::string parameters;           // path of the file that the lines use as parameters.bin
-    std::optional<SweptFault> fault;  // `nullopt` for the baseline run
-    Usage usage;                      // of the baseline run, as the limit for a run with a fault
+    std::string model;                   // folder of a new TV of the scenario's model
+    std::string folder;                  // folder for the run's own TV; must not exist
+    std::string parameters;              // path of the file that the lines use as parameters.bin
+    std::optional<Injection> injection;  // `nullopt` for the baseline run
+    Usage usage;                         // of the baseline run, as the limit for a run with a fault
 };
 
 /** Runs the scenario on a copy of the model. Stops all processes, but keeps the folder. */

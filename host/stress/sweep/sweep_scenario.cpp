@@ -6,8 +6,7 @@
 #include <fstream>
 
 #include "host/program/program_folder.h"
-#include "host/program/split_words.h"
-#include "host/tv/processes/process.h"
+#include "host/program/split_text.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -35,34 +34,34 @@ const char* mistakeIn(const ScenarioLine& line, bool isFirst) {
     return alone && line.words.size() > 2 ? "this command takes no arguments in a scenario" : nullptr;
 }
 
-void take(const ScenarioLine& line, Scenario& scenario) {
-    if (line.words[1] == "init") {
-        scenario.model.assign(line.words.begin() + 2, line.words.end());
-        return;
-    }
-    const bool isFirstStart =
-        std::none_of(scenario.lines.begin(), scenario.lines.end(),
-                     [](const ScenarioLine& each) { return each.words[0] == "audioctl"; });
-    if (isFirstStart && line.words[0] == "tv" && line.words[1] == "boot") scenario.boots = true;
+/** Adds a command to the scenario. */
+void add(const ScenarioLine& line, Scenario& scenario) {
+    const bool isBoot = line.words[0] == "tv" && line.words[1] == "boot";
+    const auto isClient = [](const ScenarioLine& each) { return each.words[0] == "audioctl"; };
+    scenario.boots =
+        scenario.boots || (isBoot && std::none_of(scenario.lines.begin(), scenario.lines.end(), isClient));
     scenario.lines.push_back(line);
 }
 
 /** Adds a line to the scenario. Returns an error message, or `nullptr`. */
-const char* takeText(const std::string& text, ScenarioLine line, bool& isFirst, Scenario& scenario) {
-    line.words = splitWords(text);
+const char* parseLine(const std::string& text, unsigned number, bool& isFirst, Scenario& scenario) {
+    ScenarioLine line{number, text, splitWords(text)};
     if (line.words.empty()) return nullptr;
     if (line.words[0][0] == '#') {
         if (scenario.about.empty()) scenario.about = text.substr(std::min(text.size(), text.find('#') + 2));
         return nullptr;
     }
-    line.text = text;
     line.background = line.words.back() == "&";
     if (line.background) line.words.pop_back();
-    if (line.words.empty()) return "the command is missing";
-    const char* const mistake = mistakeIn(line, isFirst);
+    const char* const mistake = line.words.empty() ? "the command is missing" : mistakeIn(line, isFirst);
     isFirst = false;
-    if (mistake == nullptr) take(line, scenario);
-    return mistake;
+    if (mistake != nullptr) return mistake;
+    if (line.words[1] == "init") {
+        scenario.model.assign(line.words.begin() + 2, line.words.end());
+    } else {
+        add(line, scenario);
+    }
+    return nullptr;
 }
 
 std::string pathOf(const std::string& nameOrPath) {
@@ -99,9 +98,7 @@ std::string readScenario(const std::string& nameOrPath, Scenario& scenario) {
     bool isFirst = true;
     unsigned number = 0;
     for (std::string text; std::getline(file, text);) {
-        ScenarioLine line;
-        line.number = ++number;
-        if (const char* mistake = takeText(text, line, isFirst, scenario); mistake != nullptr)
+        if (const char* mistake = parseLine(text, ++number, isFirst, scenario); mistake != nullptr)
             return path + ":" + std::to_string(number) + ": " + mistake;
     }
     return scenario.lines.empty() ? path + ": the scenario has no command" : "";

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android-base/strings.h>
 #include <stdio.h>
 
 #include <algorithm>
@@ -7,8 +8,8 @@
 
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
-#include "host/tv/state/back_end.h"
 #include "host/tv/state/tv_folder.h"
+#include "host/tv/state/tv_state.h"
 #include "host/tv_files/back_end_behaviour.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
@@ -17,21 +18,18 @@
 namespace hidlaudio::host {
 namespace {
 
-void print(UploadKind kind, const BackEndBehaviour& behaviour) {
-    for (size_t i = 0; i < std::size(kBackEndSettings); ++i) {
-        const auto setting = static_cast<BackEndSetting>(i);
-        if (!infoOf(setting).perKind) continue;
-        printf("%s %s %s\n", nameOf(kind), std::string(infoOf(setting).name).c_str(),
-               formatValue(setting, behaviour.value(kind, setting)).c_str());
-    }
-}
-
 int list(const std::vector<BehaviourLine>& lines) {
-    const BackEndBehaviour behaviour(lines);
-    const int32_t openFails = behaviour.value(UploadKind::Device, BackEndSetting::OpenFails);
-    printf("open_fails %s\n", formatValue(BackEndSetting::OpenFails, openFails).c_str());
-    for (const UploadKind kind : kUploadKinds) print(kind, behaviour);
-    for (const UploadState& upload : uploadStates()) printf("%s\n", describe(upload).c_str());
+    const auto print = [&lines](std::optional<UploadKind> kind, BackEndSetting setting) {
+        const int32_t value = settingValue(lines, kind.value_or(UploadKind::Device), setting);
+        printf("%s\n", formatBehaviourLine({kind, setting, value}).c_str());
+    };
+    print(std::nullopt, BackEndSetting::OpenFails);
+    for (const UploadKind kind : kUploadKinds) {
+        for (size_t i = 0; i < std::size(kBackEndSettings); ++i) {
+            if (kBackEndSettings[i].perKind) print(kind, static_cast<BackEndSetting>(i));
+        }
+    }
+    for (const StateEntry& upload : uploadState()) printf("%s\n", upload.text.c_str());
     return kDone;
 }
 
@@ -58,20 +56,8 @@ int bectrl(const std::vector<std::string>& words) {
     std::string problem;
     if (!readBehaviourLines(tvRoot(), lines, problem)) return fail(problem);
     if (words.empty()) return list(lines);
-    std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
-    const std::optional<BehaviourLine> line = parseBehaviourLine(text, problem);
+    const std::optional<BehaviourLine> line = parseBehaviourLine(android::base::Join(words, ' '), problem);
     return line ? set(lines, *line) : fail(problem, kWrongUsage);
-}
-
-std::string allSettings() {
-    std::string text;
-    for (size_t i = 0; i < std::size(kBackEndSettings); ++i) {
-        const BackEndSettingInfo& info = kBackEndSettings[i];
-        text += "\n  " + std::string(info.name) + "  " + info.accepted +
-                " (default: " + formatValue(static_cast<BackEndSetting>(i), info.usual) + ")";
-    }
-    return text;
 }
 
 }  // namespace
@@ -84,7 +70,7 @@ void addBectrl(CLI::App& app, int& status) {
         "upload. The settings are stored in bectrl/behaviour.\n"
         "\n"
         "Settings:" +
-        allSettings() +
+        describeBackEndSettings() +
         "\n\nExit status:\n"
         "  1  the TV has no back-end controller, or bectrl/behaviour is invalid or cannot be written\n"
         "  2  the arguments are wrong, or the folder is not a TV\n"
@@ -101,7 +87,7 @@ void addBectrl(CLI::App& app, int& status) {
     command->callback([first = options[0], second = options[1], third = options[2], &status] {
         std::vector<std::string> words;
         for (const CLI::Option* option : {first, second, third}) {
-            if (option->count() > 0) words.push_back(option->results().front());
+            if (const auto word = given(option)) words.push_back(*word);
         }
         status = bectrl(words);
     });

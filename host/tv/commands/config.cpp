@@ -17,14 +17,14 @@ namespace hidlaudio::host {
 namespace {
 
 int list() {
-    for (const ConfigValue& value : configValues()) printf("%s\n", describe(value).c_str());
+    for (const StateEntry& entry : configState()) printf("%s\n", entry.text.c_str());
     return kDone;
 }
 
 int print(const std::string& key) {
-    const ConfigValue value = readConfigValue(key);
-    if (!value.number) return fail(describe(value));
-    printf("%d\n", *value.number);
+    const StateEntry entry = configEntry(key);
+    if (entry.value.is_null()) return fail(entry.text);
+    printf("%s\n", entry.value.dump().c_str());
     return kDone;
 }
 
@@ -52,10 +52,9 @@ void addConfig(CLI::App& app, int& status) {
     CLI::App* command =
         app.add_subcommand("config", "List, read or write the configuration store of the middleware");
     command->footer(
-        "Lists all values if KEY is not given. The store is the folder soc/config with one file per key. "
-        "The\n"
-        "daemon reads a key at each request, so a change takes effect at once. To make a read fail, delete\n"
-        "the file of the key.\n"
+        "Lists all values if KEY is not given. The store is the folder soc/config with one file per key.\n"
+        "The daemon reads a key at each request, so a change takes effect at once. To make a read fail,\n"
+        "delete the file of the key.\n"
         "\n"
         "Exit status:\n"
         "  1  the value of KEY cannot be read or written, or is not a 32-bit number\n"

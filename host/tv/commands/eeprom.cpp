@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android-base/stringprintf.h>
 #include <stdio.h>
-#include <string.h>
 
-#include <charconv>
 #include <optional>
 #include <string>
 
@@ -12,26 +11,15 @@
 #include "host/tv/state/tv_folder.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
+#include "host/tv_files/value_file.h"
 
 namespace hidlaudio::host {
 namespace {
 
-/**
- * Parses a number from 0 to `largest`, decimal or with prefix 0x. Returns `std::nullopt` for any other text.
- */
-std::optional<uint32_t> parseNumber(const std::string& text, uint32_t largest) {
-    const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-    const char* const end = text.data() + text.size();
-    uint32_t number = 0;
-    const auto [stopped, error] = std::from_chars(text.data() + (hex ? 2 : 0), end, number, hex ? 16 : 10);
-    if (error != std::errc() || stopped != end || number > largest) return std::nullopt;
-    return number;
-}
+using android::base::StringPrintf;
 
 int failAt(uint32_t address, int error) {
-    char at[32];
-    snprintf(at, sizeof(at), " at address 0x%X", address);
-    return fail(fileError(tvRoot() + "/soc/eeprom.bin", error) + at);
+    return fail(fileError(tvRoot() + "/soc/eeprom.bin", error) + StringPrintf(" at address 0x%X", address));
 }
 
 int print(uint32_t address) {
@@ -42,27 +30,24 @@ int print(uint32_t address) {
 }
 
 int write(uint32_t address, const std::string& text) {
-    const std::optional<uint32_t> byte = parseNumber(text, UINT8_MAX);
-    if (!byte) return fail("\"" + text + "\" is not a byte: 0 to 255, or 0x0 to 0xFF", kWrongUsage);
+    const std::optional<uint32_t> byte = parseHexOrDecimal(text);
+    if (!byte || *byte > UINT8_MAX)
+        return fail("\"" + text + "\" is not a byte: 0 to 255, or 0x0 to 0xFF", kWrongUsage);
     const int error = writeEeprom(address, static_cast<uint8_t>(*byte));
     return error == 0 ? kDone : failAt(address, error);
 }
 
 int eeprom(const std::string& text, const std::optional<std::string>& byte) {
     if (!openTv()) return kWrongUsage;
-    const std::optional<uint32_t> address = parseNumber(text, kEepromSize - 1);
-    if (!address)
+    const std::optional<uint32_t> address = parseHexOrDecimal(text);
+    if (!address || *address >= kEepromSize)
         return fail("\"" + text + "\" is not an address: 0 to 131071, or 0x0 to 0x1FFFF", kWrongUsage);
     return byte ? write(*address, *byte) : print(*address);
 }
 
 std::string namedBytes() {
     std::string text;
-    for (const EepromByte& byte : kEepromBytes) {
-        char line[64];
-        snprintf(line, sizeof(line), "\n  0x%X  %s", byte.address, byte.name);
-        text += line;
-    }
+    for (const EepromByte& byte : kEepromBytes) text += StringPrintf("\n  0x%X  %s", byte.address, byte.name);
     return text;
 }
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -52,16 +53,16 @@ std::string allResults() {
 
 /** Prints the fault on function `name`, or all faults. */
 int print(const Text& name) {
-    for (const FaultState& fault : faultStates()) {
-        if (!name || fault.function == *name) printf("%s\n", describe(fault).c_str());
+    for (const StateEntry& fault : faultState()) {
+        if (!name || fault.name == *name) printf("%s\n", fault.text.c_str());
     }
     return kDone;
 }
 
 int clear(const Text& name) {
-    for (const FaultState& fault : faultStates()) {
-        if (name && fault.function != *name) continue;
-        if (unlink(fault.path.c_str()) != 0 && errno != ENOENT) return fail(fileError(fault.path, errno));
+    for (const std::string& path : faultFiles()) {
+        if (name && std::filesystem::path(path).filename() != *name) continue;
+        if (unlink(path.c_str()) != 0 && errno != ENOENT) return fail(fileError(path, errno));
     }
     return kDone;
 }
@@ -91,7 +92,7 @@ std::string joined(const std::string& value, const Text& count, const Text& pass
     return text;
 }
 
-int fault(const Text& name, const Text& value, const Text& count, const Text& pass, bool shallClear) {
+int fault(const Text& name, const Text& value, const Text& count, const Text& pass, bool isCleared) {
     if (!openTv()) return kWrongUsage;
     if (name && !isIn(kMiddlewareFunctions, *name) && !isIn(kPowerFunctions, *name) &&
         !isHalOperation(*name)) {
@@ -99,7 +100,7 @@ int fault(const Text& name, const Text& value, const Text& count, const Text& pa
                         "\" is not a function that can be made to fail. The functions are:" + allFunctions(),
                     kWrongUsage);
     }
-    if (shallClear) return clear(name);
+    if (isCleared) return clear(name);
     if (!name || !value) return print(name);
     return set(*name, joined(*value, count, pass));
 }
@@ -138,10 +139,10 @@ void addFault(CLI::App& app, int& status) {
         addText(command, "COUNT", "Number of calls that fail, at least 1 (default: all calls)");
     const CLI::Option* pass =
         addText(command, "PASS", "Number of calls that succeed before that (default: 0)");
-    const CLI::Option* shallClear =
+    const CLI::Option* clearFlag =
         command->add_flag("--clear", "Remove the fault on FUNCTION (default: all faults)")->excludes(value);
     command->callback([=, &status] {
-        status = fault(given(name), given(value), given(count), given(pass), shallClear->count() > 0);
+        status = fault(given(name), given(value), given(count), given(pass), clearFlag->count() > 0);
     });
 }
 

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "audio_state.h"
+#include <android-base/stringprintf.h>
 
-#include <charconv>
-#include <sstream>
-#include <string>
-
+#include "host/program/parse_number.h"
+#include "host/program/split_text.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
+#include "tv_state.h"
 
 namespace hidlaudio::host {
 namespace {
+
+using nlohmann::ordered_json;
 
 std::string contentOf(const char* path) {
     std::string text;
@@ -17,24 +18,33 @@ std::string contentOf(const char* path) {
     return text;
 }
 
-/** Returns a gain in dB, or `std::nullopt` if the line is not a number. */
-std::optional<double> parseGain(const std::string& line) {
-    double gain = 0.0;
-    const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), gain);
-    const bool isNumber = error == std::errc() && end == line.data() + line.size();
-    return isNumber ? std::optional(gain) : std::nullopt;
+/** Returns the gains that were last sent to the audio decoder. An invalid line is null, and "?" as text. */
+StateEntry equalizer() {
+    ordered_json gains = ordered_json::array();
+    std::string text;
+    for (const std::string& line : splitLines(contentOf("/soc/audio_decoder/equalizer"))) {
+        const std::optional<double> gain = parseNumber<double>(line);
+        gains.push_back(orNull(gain));
+        text += gain ? android::base::StringPrintf(" %g", *gain) : " ?";
+    }
+    return {"equalizer", gains, "equalizer" + (text.empty() ? " none" : text)};
+}
+
+template <typename Number>
+StateEntry entry(const char* name, const char* label, const std::optional<Number>& number) {
+    return {name, orNull(number), std::string(label) + " " + (number ? std::to_string(*number) : "none")};
 }
 
 }  // namespace
 
-AudioState audioState() {
-    AudioState state;
-    std::istringstream lines(contentOf("/soc/audio_decoder/equalizer"));
-    for (std::string line; std::getline(lines, line);) state.equalizer.push_back(parseGain(line));
-    state.volumeOffset = parseInt32(contentOf("/soc/audio_decoder/volume_offset"));
-    state.channelDelay = parseUint32(contentOf("/soc/audio_decoder/channel_main_delay_sp"));
-    state.postProcessor = parseUint32(contentOf("/soc/audio_post/ready"));
-    return state;
+StateEntries audioState() {
+    return {
+        equalizer(),
+        entry("volume_offset", "volume offset", parseInt32(contentOf("/soc/audio_decoder/volume_offset"))),
+        entry("speaker_delay", "speaker delay",
+              parseUint32(contentOf("/soc/audio_decoder/channel_main_delay_sp"))),
+        entry("post_processor_ready", "post-processor ready",
+              parseUint32(contentOf("/soc/audio_post/ready")))};
 }
 
 }  // namespace hidlaudio::host

@@ -1,61 +1,80 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "back_end.h"
 
+#include <android-base/stringprintf.h>
 #include <errno.h>
-#include <stdio.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 
+#include "host/tv_files/back_end_files.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
+#include "tv_state.h"
 
 namespace hidlaudio::host {
+namespace {
 
-std::vector<UploadState> uploadStates() {
-    std::vector<UploadState> uploads;
-    for (const UploadKind kind : kUploadKinds) {
-        UploadState upload{kind, {}, {}, {}};
-        std::string bytes;
-        readValueFile(tvRoot() + transferStateFile(kind), bytes);
-        if (bytes.size() >= 2) {
-            upload.state = static_cast<uint8_t>(bytes[0]);
-            upload.result = static_cast<uint8_t>(bytes[1]);
-        }
-        std::error_code error;
-        const uintmax_t size = std::filesystem::file_size(tvRoot() + receivedFile(kind), error);
-        if (!error) upload.received = size;
-        uploads.push_back(upload);
-    }
-    return uploads;
-}
+using android::base::StringPrintf;
+using nlohmann::ordered_json;
 
-std::string describe(const UploadState& upload) {
-    std::string text = std::string(nameOf(upload.kind)) + ": ";
-    if (upload.state && upload.result) {
-        char result[8];
-        snprintf(result, sizeof(result), "0x%02X", *upload.result);
-        text += "state " + std::to_string(*upload.state) + ", result " + result;
+StateEntry uploadEntry(UploadKind kind) {
+    ordered_json value{{"state", nullptr}, {"result", nullptr}, {"received", nullptr}};
+    std::string text = nameOf(kind) + std::string(": ");
+    std::string bytes;
+    readValueFile(tvRoot() + transferStateFile(kind), bytes);
+    if (bytes.size() >= 2) {
+        const auto state = static_cast<uint8_t>(bytes[0]);
+        const auto result = static_cast<uint8_t>(bytes[1]);
+        value["state"] = state;
+        value["result"] = result;
+        text += StringPrintf("state %u, result 0x%02X", state, result);
     } else {
         text += "no state file";
     }
-    return text + (upload.received ? ", " + std::to_string(*upload.received) + " bytes received" : "");
+    std::error_code error;
+    const uintmax_t received = std::filesystem::file_size(tvRoot() + receivedFile(kind), error);
+    if (!error) {
+        value["received"] = received;
+        text += ", " + std::to_string(received) + " bytes received";
+    }
+    return {nameOf(kind), value, text};
 }
 
-std::vector<std::string> customSpecCommands() {
-    std::vector<std::string> lines;
-    if (!fileProblem(tvRoot(), kCustomSpecLog).empty()) return lines;
+StateEntry bootState() {
+    std::string content;
+    readValueFile(tvRoot() + kBootStateFile, content);
+    const std::optional<int32_t> state = parseInt32(content);
+    return {"boot_state", orNull(state), "boot state " + (state ? std::to_string(*state) : "none")};
+}
+
+/** Returns the commands that the controller has received. The text has one line per command. */
+StateEntry receivedCommands() {
+    StateEntry entry{"commands", ordered_json::array(), ""};
+    if (!fileProblem(tvRoot(), kCustomSpecLog).empty()) return entry;
     std::ifstream file(tvRoot() + kCustomSpecLog);
-    for (std::string line; std::getline(file, line);) lines.push_back(line);
-    return lines;
+    for (std::string line; std::getline(file, line);) {
+        entry.value.push_back(line);
+        entry.text += (entry.text.empty() ? "command " : "\ncommand ") + line;
+    }
+    return entry;
 }
 
-std::optional<int32_t> bootState() {
-    std::string text;
-    if (readValueFile(tvRoot() + kBootStateFile, text) != 0) return std::nullopt;
-    return parseInt32(text);
+}  // namespace
+
+StateEntries uploadState() {
+    StateEntries entries;
+    for (const UploadKind kind : kUploadKinds) entries.push_back(uploadEntry(kind));
+    return entries;
+}
+
+StateEntries backEndState() {
+    StateEntries entries = uploadState();
+    entries.insert(entries.begin(), bootState());
+    entries.push_back(receivedCommands());
+    return entries;
 }
 
 int makeBackEndIdle(std::string& failed) {

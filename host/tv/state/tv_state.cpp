@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tv_state.h"
 
-#include <stdio.h>
+#include <android-base/stringprintf.h>
 #include <string.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
 
 #include "eeprom_image.h"
 #include "host/audio_hal/operations.h"
 #include "host/middleware/config_keys.h"
+#include "host/program/split_text.h"
+#include "host/tv_files/fault_file.h"
 #include "host/tv_files/stored_files.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
@@ -19,9 +20,10 @@ namespace hidlaudio::host {
 namespace {
 
 namespace fs = std::filesystem;
+using android::base::StringPrintf;
+using nlohmann::ordered_json;
 
-constexpr const char* kFaultFolders[] = {"/soc/faults", kHalFaultFolder};
-constexpr uintmax_t kFewBytes = 64;
+constexpr uintmax_t kMaxShownBytes = 64;
 
 /** Returns the sorted names of the files in a folder below the root. Skips temporary files (.NAME). */
 std::vector<std::string> namesIn(const std::string& folder) {
@@ -35,119 +37,124 @@ std::vector<std::string> namesIn(const std::string& folder) {
     return names;
 }
 
-std::string toHex(const std::string& bytes) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string hex;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        hex += kDigits[byte >> 4];
-        hex += kDigits[byte & 15];
+StateEntry faultEntry(const std::string& path) {
+    const std::string function = fs::path(path).filename();
+    std::string content;
+    readValueFile(path, content);
+    const std::optional<FaultSetting> fault = parseFault(content);
+    if (!fault) return {function, nullptr, function + " fails, because its fault file is invalid"};
+    ordered_json value{{"status", fault->status}};
+    std::string text = function + " returns " + std::to_string(fault->status);
+    if (fault->kind == FaultKind::Delays) {
+        value = {{"delay", fault->delay}};
+        text = function + " is delayed by " + std::to_string(fault->delay) + " ms";
+    } else if (fault->kind == FaultKind::Dies) {
+        value = {{"dies", true}};
+        text = function + " kills the process that serves the call";
     }
-    return hex;
+    if (fault->count != 0) {
+        value["count"] = fault->count;
+        text += ", " + std::to_string(fault->count) + " times";
+    }
+    if (fault->pass != 0) {
+        value["pass"] = fault->pass;
+        text += ", after " + std::to_string(fault->pass) + " calls";
+    }
+    return {function, value, text};
 }
 
 }  // namespace
 
-ConfigValue readConfigValue(const std::string& key) {
+StateEntry configEntry(const std::string& key) {
     std::string text;
-    if (const int error = readValueFile(tvRoot() + "/soc/config/" + key, text); error != 0) {
-        return {key, std::nullopt, strerror(error)};
-    }
+    if (const int error = readValueFile(tvRoot() + "/soc/config/" + key, text); error != 0)
+        return {key, nullptr, key + ": " + strerror(error)};
     const std::optional<int32_t> number = parseInt32(text);
-    return {key, number, number ? "" : "no 32-bit decimal number"};
+    if (!number) return {key, nullptr, key + ": no 32-bit decimal number"};
+    return {key, *number, key + " " + std::to_string(*number)};
 }
 
-std::vector<ConfigValue> configValues() {
-    std::vector<ConfigValue> values;
-    for (const ConfigKey& key : kConfigKeys) values.push_back(readConfigValue(std::string(key.name)));
+StateEntries configState() {
+    StateEntries entries;
+    for (const ConfigKey& key : kConfigKeys) entries.push_back(configEntry(std::string(key.name)));
     for (const std::string& name : namesIn("/soc/config")) {
-        if (findConfigKey(name) == nullptr) values.push_back(readConfigValue(name));
+        if (findConfigKey(name) == nullptr) entries.push_back(configEntry(name));
     }
-    return values;
+    return entries;
 }
 
-std::string describe(const ConfigValue& value) {
-    return value.number ? value.key + " " + std::to_string(*value.number) : value.key + ": " + value.problem;
-}
-
-std::vector<FaultState> faultStates() {
-    std::vector<FaultState> faults;
-    for (const char* folder : kFaultFolders) {
-        for (const std::string& name : namesIn(folder)) {
-            const std::string path = tvRoot() + folder + "/" + name;
-            std::string text;
-            readValueFile(path, text);
-            faults.push_back({name, path, parseFault(text)});
+StateEntries eepromState() {
+    StateEntries entries;
+    for (const EepromByte& known : kEepromBytes) {
+        const std::string name = StringPrintf("%s (0x%X) ", known.name, known.address);
+        uint8_t byte = 0;
+        if (readEeprom(known.address, byte) == 0) {
+            entries.push_back({known.name, byte, name + StringPrintf("0x%02X", byte)});
+        } else {
+            entries.push_back({known.name, nullptr, name + "cannot be read"});
         }
     }
-    return faults;
+    return entries;
 }
 
-std::string describe(const FaultState& fault) {
-    if (!fault.setting) return fault.function + " fails, because its fault file is invalid";
-    std::string text = fault.function + " returns " + std::to_string(fault.setting->status);
-    if (fault.setting->kind == FaultKind::Delays)
-        text = fault.function + " is delayed by " + std::to_string(fault.setting->delay) + " ms";
-    if (fault.setting->kind == FaultKind::Dies)
-        text = fault.function + " kills the process that serves the call";
-    if (fault.setting->count != 0) text += ", " + std::to_string(fault.setting->count) + " times";
-    if (fault.setting->pass != 0) text += ", after " + std::to_string(fault.setting->pass) + " calls";
-    return text;
-}
-
-std::vector<EepromState> eepromStates() {
-    std::vector<EepromState> states;
-    for (const EepromByte& known : kEepromBytes) {
-        uint8_t byte = 0;
-        const bool readable = readEeprom(known.address, byte) == 0;
-        states.push_back({known.name, known.address, readable ? std::optional(byte) : std::nullopt});
-    }
-    return states;
-}
-
-std::string describe(const EepromState& state) {
-    char value[32];
-    snprintf(value, sizeof(value), state.byte ? " (0x%X) 0x%02X" : " (0x%X) cannot be read", state.address,
-             state.byte.value_or(0));
-    return state.name + value;
-}
-
-std::vector<HalParameter> halParameters() {
-    std::vector<HalParameter> parameters;
+StateEntries halState() {
+    StateEntries entries;
     for (const std::string& key : namesIn(kHalParameterFolder)) {
         std::string value;
         readValueFile(tvRoot() + kHalParameterFolder + "/" + key, value);
         if (!value.empty() && value.back() == '\n') value.pop_back();
-        parameters.push_back({key, value});
+        entries.push_back({key, value, key + " " + value});
     }
-    return parameters;
+    return entries;
 }
 
-std::vector<StoredFile> storedFiles() {
-    std::vector<StoredFile> files;
+std::vector<std::string> faultFiles() {
+    std::vector<std::string> paths;
+    for (const std::string folder : {"/soc/faults", kHalFaultFolder}) {
+        for (const std::string& name : namesIn(folder)) paths.push_back(tvRoot() + folder + "/" + name);
+    }
+    return paths;
+}
+
+StateEntries faultState() {
+    StateEntries entries;
+    for (const std::string& path : faultFiles()) entries.push_back(faultEntry(path));
+    return entries;
+}
+
+StateEntries storedFileState() {
+    StateEntries entries;
     for (const std::string& name : namesIn(kStoredFiles)) {
         const std::string path = kStoredFiles + ("/" + name);
         std::error_code error;
         const uintmax_t size = fs::file_size(tvRoot() + path, error);
-        std::string bytes;
-        if (!error && size <= kFewBytes) readValueFile(tvRoot() + path, bytes);
-        files.push_back({path, error ? 0 : size, toHex(bytes)});
+        std::string content;
+        if (!error && size <= kMaxShownBytes) readValueFile(tvRoot() + path, content);
+        ordered_json value{{"size", error ? 0 : size}};
+        if (!content.empty()) value["hex"] = toHex(content);
+        const std::string bytes = value["size"].dump() + " bytes " + toHex(content);
+        entries.push_back({path, value, path + " " + bytes});
     }
-    return files;
+    return entries;
 }
 
-std::vector<std::string> wakeLocks() {
-    std::string text;
-    readValueFile(tvRoot() + "/power/wake_lock", text);
-    std::istringstream stream(text);
-    std::vector<std::string> names;
-    for (std::string line; std::getline(stream, line);) names.push_back(line);
-    return names;
+StateEntries wakeLockState() {
+    std::string names;
+    readValueFile(tvRoot() + "/power/wake_lock", names);
+    StateEntries entries;
+    for (const std::string& name : splitLines(names)) entries.push_back({name, name, name});
+    return entries;
 }
 
 bool isPlatformReady() {
     std::error_code error;
     return fs::exists(tvRoot() + "/data/vendor/tmp/dtv_svc_is_ready", error);
+}
+
+std::string toHex(const std::string& bytes) {
+    std::string hex;
+    for (const char byte : bytes) hex += StringPrintf("%02x", static_cast<unsigned char>(byte));
+    return hex;
 }
 
 }  // namespace hidlaudio::host

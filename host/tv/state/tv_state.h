@@ -1,79 +1,67 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <stdint.h>
-
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "host/tv_files/fault_file.h"
-
 namespace hidlaudio::host {
 
-/** State of the TV at tvRoot(), from its files. Each describe() returns one line of `tv show`. */
+/** State of the TV at tvRoot(), from its files. */
 
-/** A value of the configuration store. */
-struct ConfigValue {
-    std::string key;
-    std::optional<int32_t> number;  // `nullopt` if a read fails
-    std::string problem;            // why the read fails
+/** One value of the state, as `tv show` prints it. */
+struct StateEntry {
+    std::string name;              // key in the JSON output
+    nlohmann::ordered_json value;  // null if the value is unknown or invalid
+    std::string text;              // line of the text output, such as "segment (0x10089) 0x53"
 };
 
-ConfigValue readConfigValue(const std::string& key);
+using StateEntries = std::vector<StateEntry>;
+
+/** Returns a value of the configuration store: a number, or null with the reason in the text. */
+StateEntry configEntry(const std::string& key);
 
 /** Returns all keys that the daemon uses, stored or not, and then the other stored keys. */
-std::vector<ConfigValue> configValues();
+StateEntries configState();
 
-/** Example: "g_audio__tv_position 0" or "g_audio__tv_position: No such file or directory". */
-std::string describe(const ConfigValue& value);
+/** Returns the EEPROM's bytes that the daemon reads. */
+StateEntries eepromState();
 
-/** A fault on a function of the middleware, libpower or the audio HAL. */
-struct FaultState {
-    std::string function;
-    std::string path;                     // the fault file
-    std::optional<FaultSetting> setting;  // `nullopt` if the file is invalid; the function then fails
-};
+/** Returns the parameters of the audio HAL. */
+StateEntries halState();
 
-std::vector<FaultState> faultStates();
+/** Returns the faults. The text is, for example, "MTAL_Init returns -1, 3 times, after 2 calls". */
+StateEntries faultState();
 
-/** Example: "MTAL_Init returns -1, 3 times, after 2 calls". */
-std::string describe(const FaultState& fault);
+/** Returns the paths of the fault files, sorted by name within each folder. */
+std::vector<std::string> faultFiles();
 
-/** A byte of the EEPROM that the daemon reads. */
-struct EepromState {
-    std::string name;
-    uint32_t address;
-    std::optional<uint8_t> byte;  // `nullopt` if it cannot be read
-};
+/** Returns the files that the daemon has persisted, with the content of those of at most 64 bytes. */
+StateEntries storedFileState();
 
-std::vector<EepromState> eepromStates();
+/** Returns the wake locks that are held. */
+StateEntries wakeLockState();
 
-/** Example: "segment (0x10089) 0x53". */
-std::string describe(const EepromState& state);
+/** Returns the state of the audio decoder and the post-processor. */
+StateEntries audioState();
 
-/** A parameter of the audio HAL. */
-struct HalParameter {
-    std::string key;
-    std::string value;  // also empty if its file cannot be read
-};
+/** Returns the back-end controller's boot state, its uploads and the commands that it has received. */
+StateEntries backEndState();
 
-std::vector<HalParameter> halParameters();
-
-/** A file of the data partition. */
-struct StoredFile {
-    std::string path;  // as used by the daemon, i.e. below the TV's root
-    uint64_t size;
-    std::string hex;  // content, if it has at most 64 bytes
-};
-
-/** Returns the files that the daemon has persisted, sorted by name. */
-std::vector<StoredFile> storedFiles();
-
-/** Returns the names of the wake locks that are held. */
-std::vector<std::string> wakeLocks();
+/** Returns one entry per kind of upload: "device: state 0, result 0x01, 3145728 bytes received". */
+StateEntries uploadState();
 
 /** Returns whether the readiness marker of the TV's platform service exists. */
 bool isPlatformReady();
+
+/** Returns the optional's value, or null if it is empty. */
+template <typename Value>
+nlohmann::ordered_json orNull(const std::optional<Value>& value) {
+    return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
+}
+
+/** Returns two hexadecimal digits per byte. */
+std::string toHex(const std::string& bytes);
 
 }  // namespace hidlaudio::host
