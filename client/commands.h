@@ -8,7 +8,7 @@ namespace hidlaudio::client {
 /** Adds all options and subcommands of `audioctl`. `invocation` must outlive `app`. */
 void addCommandLine(CLI::App& app, Invocation& invocation);
 
-/** Each function adds one subcommand with its options, help and action. */
+/** Each function adds one subcommand of `audioctl`, or a group of them, with options, help and action. */
 void addList(CLI::App& app, Invocation& invocation);
 void addWait(CLI::App& app, Invocation& invocation);
 void addPing(CLI::App& app, Invocation& invocation);
@@ -20,5 +20,14 @@ void addCalibration(CLI::App& app, Invocation& invocation);
 void addCenter(CLI::App& app, Invocation& invocation);
 void addVirtualizer(CLI::App& app, Invocation& invocation);
 void addMic(CLI::App& app, Invocation& invocation);
+
+/** Each function adds one subcommand of a group. */
+void addCalibrationLoad(CLI::App* calibration, Invocation& invocation);
+void addCalibrationSave(CLI::App* calibration, Invocation& invocation);
+void addCalibrationPlot(CLI::App* calibration, Invocation& invocation);
+void addCalibrationParameters(CLI::App* calibration, Invocation& invocation);
+void addSmoothDelay(CLI::App* calibration, Invocation& invocation);
+void addHdmiWatch(CLI::App* hdmi, Invocation& invocation);
+void addVirtualizerUpload(CLI::App* virtualizer, Invocation& invocation);
 
 }  // namespace hidlaudio::client

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "invocation.h"
 
+#include <android-base/strings.h>
+
 #include <filesystem>
 #include <string>
 
@@ -39,26 +41,41 @@ const CLI::App* deepestParsed(const CLI::App* app, std::string* path) {
 }
 
 std::string namesOfSubcommands(const CLI::App& app) {
-    std::string names;
-    for (const CLI::App* subcommand : app.get_subcommands(nullptr)) {
-        names += (names.empty() ? "" : ", ") + subcommand->get_name();
-    }
-    return names;
+    std::vector<std::string> names;
+    for (const CLI::App* subcommand : app.get_subcommands(nullptr)) names.push_back(subcommand->get_name());
+    return android::base::Join(names, ", ");
 }
 
 }  // namespace
+
+std::chrono::steady_clock::time_point timeIn(double seconds) {
+    using Clock = std::chrono::steady_clock;
+    return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
 
 std::string checkNotEmpty(const std::string& given) {
     return given.empty() ? "must not be empty" : "";
 }
 
-void onRun(CLI::App* command, Invocation& invocation, const std::function<int()>& body,
-           const std::function<bool()>& needsTv) {
-    command->footer(command->get_footer() + kCommonOptionsHint);
+CLI::App* addCommand(CLI::App* parent, Invocation& invocation, const std::string& name,
+                     const std::string& description, const std::string& footer,
+                     const std::function<int()>& body, const std::function<bool()>& needsTv) {
+    CLI::App* command = parent->add_subcommand(name, description);
+    command->footer(footer + kCommonOptionsHint);
     command->callback([&invocation, body, needsTv] {
         const std::string problem = needsTv() ? problemOfTv() : "";
         invocation.status = problem.empty() ? body() : fail(kWrongUsage, problem);
     });
+    return command;
+}
+
+CLI::Option* addOptionalArgument(CLI::App* command, const std::string& name,
+                                 std::optional<std::string>& value, const std::string& help) {
+    // CLI11 itself would convert an empty argument to `std::nullopt`.
+    return command
+        ->add_option_function<std::string>(
+            name, [&value](const std::string& given) { value = given; }, help)
+        ->type_name("");
 }
 
 void finishGroup(CLI::App* group, const std::string& footer) {

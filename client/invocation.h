@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <functional>
 #include <optional>
 
@@ -20,13 +21,19 @@ struct Invocation {
 };
 
 /**
- * Sets `body` as the action of `command`; its return value becomes the exit status. If `needsTv` returns
- * true and the TV cannot be used, the action fails with kWrongUsage before `body` runs. Call it after the
- * command's footer is set: it appends a line about the common options.
+ * Adds a subcommand that runs `body`, whose return value becomes the exit status. A line about the common
+ * options is appended to `footer`. If `needsTv` returns true and the TV cannot be used, the command fails
+ * with kWrongUsage before `body` runs.
  */
-void onRun(
-    CLI::App* command, Invocation& invocation, const std::function<int()>& body,
+CLI::App* addCommand(
+    CLI::App* parent, Invocation& invocation, const std::string& name, const std::string& description,
+    const std::string& footer, const std::function<int()>& body,
     const std::function<bool()>& needsTv = [] { return true; });
+
+/** Adds an optional argument. `value`, which must outlive the command, is set if it is given, even if empty.
+ */
+CLI::Option* addOptionalArgument(CLI::App* command, const std::string& name,
+                                 std::optional<std::string>& value, const std::string& help);
 
 /**
  * Makes `group` require a subcommand, and sets its footer, with the line about the common options unless it
@@ -40,6 +47,9 @@ void finishGroup(CLI::App* group, const std::string& footer);
  * before adding subcommands.
  */
 void addCommonOptions(CLI::App& app, Invocation& invocation);
+
+/** Returns the time in `seconds` from now. */
+std::chrono::steady_clock::time_point timeIn(double seconds);
 
 /** Returns an error message if the argument of an option is empty, or else an empty string. */
 std::string checkNotEmpty(const std::string& given);

@@ -4,17 +4,15 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "calibration_commands.h"
 #include "client/calibration/calibration_json.h"
 #include "client/calibration/display/calibration_table.h"
 #include "client/commands.h"
 #include "client/services/calibration_service.h"
-#include "client/services/service_call.h"
+#include "value_commands.h"
 
 namespace hidlaudio::client {
 namespace {
 
-using android::hardware::Return;
 using nlohmann::json;
 
 /** Time-out: the service waits up to 20 s for the TV's platform and 10 s for its post-processor. */
@@ -39,35 +37,29 @@ int printStatus(const Invocation& invocation, bool enabled, const Calibration& c
 }
 
 int status(const Invocation& invocation) {
-    return withService<CalibrationService>(
-        invocation, [&](CalibrationService& service, const std::string& name) {
-            const Return<bool> enabled = service.getEnabled();
-            if (const int failed = examine(enabled, name); failed != kDone) return failed;
-            Calibration calibration;
-            const int failed = readStored(service, name, calibration);
-            return failed != kDone ? failed : printStatus(invocation, enabled, calibration);
-        });
+    return withService<IAcousticCalibration>(invocation, [&](const CalibrationService& service) {
+        bool enabled = false;
+        Calibration calibration;
+        int failed = service.call(enabled, &IAcousticCalibration::getEnabled);
+        if (failed == kDone) failed = readStored(service, calibration);
+        return failed != kDone ? failed : printStatus(invocation, enabled, calibration);
+    });
 }
 
 int setEnabled(const Invocation& invocation, bool enable) {
     Invocation patient = invocation;
     patient.timeout = invocation.timeout.value_or(kSwitchSeconds);
-    return withService<CalibrationService>(patient, [&](CalibrationService& service,
-                                                        const std::string& name) {
-        const Return<int32_t> result = service.setEnabled(enable);
-        if (const int failed = examine(result, name); failed != kDone) return failed;
-        return reportResult(
-            invocation, "setEnabled", result,
-            {{-1, enable ? "no results are stored (store them with `audioctl calibration load`), the TV's "
-                           "platform is not ready, or the switch cannot be stored"
-                         : "the TV's platform is not ready, or the switch cannot be stored"}},
-            "the TV's audio driver or middleware refused; the switch is unchanged");
-    });
+    return setValue(
+        patient, "setEnabled", &IAcousticCalibration::setEnabled, enable,
+        {{-1, enable ? "no results are stored (store them with `audioctl calibration load`), the TV's "
+                       "platform is not ready, or the switch cannot be stored"
+                     : "the TV's platform is not ready, or the switch cannot be stored"}},
+        "the TV's audio driver or middleware refused; the switch is unchanged");
 }
 
 void addStatus(CLI::App* parent, Invocation& invocation) {
-    CLI::App* command = parent->add_subcommand("status", "Print the switch and the stored results");
-    command->footer(
+    addCommand(
+        parent, invocation, "status", "Print the switch and the stored results",
         R"(Prints "off" also if the service cannot read its files; see the daemon's log. The TV uses equalizer
 and level of channel FL for both sides, and the delays of FL and FR.
 
@@ -75,38 +67,34 @@ With --json: {"value": {"enabled": ..., "channels": [...]}}, with the range of t
 channel. `audioctl calibration save` prints all gains.
 
 Example:
-  audioctl calibration status)");
-    onRun(command, invocation, [&invocation] { return status(invocation); });
+  audioctl calibration status)",
+        [&invocation] { return status(invocation); });
 }
 
-void addSwitch(CLI::App* parent, Invocation& invocation, bool enable) {
-    CLI::App* command = parent->add_subcommand(
-        enable ? "on" : "off",
-        enable ? "Apply the stored results" : "Apply a flat equalizer, level 0 dB and no delays");
-    command->footer(
-        std::string(enable
-                        ? "Run it again after each `audioctl calibration load`, which only stores results.\n"
-                        : "") +
+void addSwitches(CLI::App* parent, Invocation& invocation) {
+    const std::string note =
         "The service restores the switch at every start. It may wait until the TV has started: the default\n"
         "of --timeout is 45 s.\n"
-        "\n" +
-        (enable ? "Example:\n"
-                  "  echo 'GraphicEQ: 20 3; 20000 0' >room.txt\n"
-                  "  audioctl calibration load room.txt\n"
-                  "  audioctl calibration on"
-                : "Example:\n"
-                  "  audioctl calibration off"));
-    onRun(command, invocation, [&invocation, enable] { return setEnabled(invocation, enable); });
+        "\n";
+    addCommand(parent, invocation, "on", "Apply the stored results",
+               "Run it again after each `audioctl calibration load`, which only stores results.\n" + note +
+                   "Example:\n"
+                   "  echo 'GraphicEQ: 20 3; 20000 0' >room.txt\n"
+                   "  audioctl calibration load room.txt\n"
+                   "  audioctl calibration on",
+               [&invocation] { return setEnabled(invocation, true); });
+    addCommand(parent, invocation, "off", "Apply a flat equalizer, level 0 dB and no delays",
+               note +
+                   "Example:\n"
+                   "  audioctl calibration off",
+               [&invocation] { return setEnabled(invocation, false); });
 }
 
 }  // namespace
 
 void addCalibration(CLI::App& app, Invocation& invocation) {
     CLI::App* calibration = app.add_subcommand("calibration", "Adjust the TV's sound to the room");
-    addStatus(calibration, invocation);
-    addSwitch(calibration, invocation, true);
-    addSwitch(calibration, invocation, false);
-    for (const auto add : {addCalibrationLoad, addCalibrationSave, addCalibrationPlot,
+    for (const auto add : {addStatus, addSwitches, addCalibrationLoad, addCalibrationSave, addCalibrationPlot,
                            addCalibrationParameters, addSmoothDelay})
         add(calibration, invocation);
     finishGroup(calibration,

@@ -7,7 +7,6 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "calibration_commands.h"
 #include "client/calibration/applied_values.h"
 #include "client/calibration/calibration_json.h"
 #include "client/calibration/decimal.h"
@@ -15,6 +14,7 @@
 #include "client/calibration/import/channel_selection.h"
 #include "client/calibration/import/import.h"
 #include "client/calibration/import/parse_number.h"
+#include "client/commands.h"
 #include "client/services/calibration_service.h"
 #include "host/tv_files/value_file.h"
 
@@ -180,7 +180,13 @@ void addNumber(CLI::App* command, const char* name, const char* unit, const char
 void addCalibrationLoad(CLI::App* parent, Invocation& invocation) {
     const auto options = std::make_shared<Options>();
     const auto channels = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = parent->add_subcommand("load", "Store results from a file");
+    CLI::App* command = addCommand(
+        parent, invocation, "load", "Store results from a file", kFooter,
+        [&invocation, options, channels] {
+            const int status = takeChannels(*channels, *options);
+            return status != kDone ? status : load(invocation, *options);
+        },
+        [options] { return !options->dryRun || options->keep; });
     command->add_option("FILE", options->file, "Load this file")->type_name("")->required();
     command
         ->add_option("--channel", *channels,
@@ -200,14 +206,6 @@ void addCalibrationLoad(CLI::App* parent, Invocation& invocation) {
     command->add_flag("--keep", options->keep,
                       "Keep the stored results of other channels (default: remove them)");
     command->add_flag("--dry-run", options->dryRun, "Print the values, but do not store them");
-    command->footer(kFooter);
-    onRun(
-        command, invocation,
-        [&invocation, options, channels] {
-            const int status = takeChannels(*channels, *options);
-            return status != kDone ? status : load(invocation, *options);
-        },
-        [options] { return !options->dryRun || options->keep; });
 }
 
 }  // namespace hidlaudio::client

@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include "calibration_commands.h"
 #include "client/calibration/decimal.h"
 #include "client/calibration/third_octaves.h"
+#include "client/commands.h"
 #include "client/services/calibration_service.h"
 #include "client/services/service_call.h"
 
@@ -126,28 +126,22 @@ int print(const Invocation& invocation, const calibrationParameters& parameters)
 }
 
 int show(const Invocation& invocation) {
-    return withService<CalibrationService>(invocation, [&](CalibrationService& service,
-                                                           const std::string& name) {
-        calibrationParameters parameters;
-        const int status = examine(service.getCalibrationParameters(
-                                       [&parameters](const calibrationParameters& all) { parameters = all; }),
-                                   name);
-        return status != kDone ? status : print(invocation, parameters);
-    });
+    calibrationParameters parameters;
+    const int status = callService(invocation, parameters, &IAcousticCalibration::getCalibrationParameters);
+    return status != kDone ? status : print(invocation, parameters);
 }
 
 }  // namespace
 
-void addCalibrationParameters(CLI::App* parent, Invocation& invocation) {
-    CLI::App* command =
-        parent->add_subcommand("parameters", "Print the TV model's settings for a measurement");
-    command->footer(
+void addCalibrationParameters(CLI::App* calibration, Invocation& invocation) {
+    addCommand(
+        calibration, invocation, "parameters", "Print the TV model's settings for a measurement",
         R"(Prints the acoustic tuning data of the TV. The tuning data and the app that measures the room define
 the meaning of the numbers. Gains are in dB. With --json the value has the fields of the interface.
 
 Example:
-  audioctl calibration parameters)");
-    onRun(command, invocation, [&invocation] { return show(invocation); });
+  audioctl calibration parameters)",
+        [&invocation] { return show(invocation); });
 }
 
 }  // namespace hidlaudio::client

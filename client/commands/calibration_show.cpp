@@ -9,12 +9,12 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "calibration_commands.h"
 #include "client/calibration/calibration_file.h"
 #include "client/calibration/calibration_json.h"
 #include "client/calibration/display/calibration_plot.h"
 #include "client/calibration/display/calibration_svg.h"
 #include "client/calibration/display/calibration_table.h"
+#include "client/commands.h"
 #include "client/services/calibration_service.h"
 #include "client/terminal/output_file.h"
 
@@ -73,31 +73,25 @@ int plot(const Invocation& invocation, const std::string& svgPath) {
 
 void addCalibrationSave(CLI::App* parent, Invocation& invocation) {
     const auto path = std::make_shared<std::string>();
-    CLI::App* command = parent->add_subcommand("save", "Write the stored results as a calibration file");
-    command->add_option("FILE", *path, "Replace this file; - is standard output (default: standard output)")
-        ->type_name("")
-        ->check(checkNotEmpty);
-    command->footer(
+    CLI::App* command = addCommand(
+        parent, invocation, "save", "Write the stored results as a calibration file",
         R"(`audioctl calibration load` reads the file. A regular file is replaced atomically and keeps its
 permissions; a device, a pipe or /dev/fd/N is written directly. Symbolic links are followed.
 
 With --json: {"value": [...]} without FILE, {"result": 0} with FILE, only the file with -.
 
 Example:
-  audioctl calibration save room.json)");
-    onRun(command, invocation, [&invocation, path] { return save(invocation, *path); });
+  audioctl calibration save room.json)",
+        [&invocation, path] { return save(invocation, *path); });
+    command->add_option("FILE", *path, "Replace this file; - is standard output (default: standard output)")
+        ->type_name("")
+        ->check(checkNotEmpty);
 }
 
 void addCalibrationPlot(CLI::App* parent, Invocation& invocation) {
     const auto path = std::make_shared<std::string>();
-    CLI::App* command = parent->add_subcommand("plot", "Plot the stored equalizers");
-    command
-        ->add_option("--svg", *path,
-                     "Replace this file with an SVG picture (-: standard output;\n"
-                     "default: plot in the terminal)")
-        ->type_name("FILE")
-        ->check(checkNotEmpty);
-    command->footer(
+    CLI::App* command = addCommand(
+        parent, invocation, "plot", "Plot the stored equalizers",
         R"(The plot is as wide as the terminal (default: 80 columns), in ASCII if the locale is not UTF-8.
 With --json: {"result": 0} with --svg, or else the value of `audioctl calibration save --json`.
 
@@ -105,8 +99,14 @@ Examples:
   echo 'GraphicEQ: 20 3; 20000 0' >room.txt
   audioctl calibration load room.txt
   audioctl calibration plot
-  audioctl calibration plot --svg room.svg)");
-    onRun(command, invocation, [&invocation, path] { return plot(invocation, *path); });
+  audioctl calibration plot --svg room.svg)",
+        [&invocation, path] { return plot(invocation, *path); });
+    command
+        ->add_option("--svg", *path,
+                     "Replace this file with an SVG picture (-: standard output;\n"
+                     "default: plot in the terminal)")
+        ->type_name("FILE")
+        ->check(checkNotEmpty);
 }
 
 }  // namespace hidlaudio::client

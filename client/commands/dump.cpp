@@ -100,12 +100,23 @@ With --json: {"result": N}, N being the exit status.
 Short names:
 )";
 
+constexpr char kExamples[] = R"(
+
+Examples:
+  audioctl dump
+  audioctl dump virtualizer --json
+  audioctl dump --all --output report.json)";
+
 }  // namespace
 
 void addDump(CLI::App& app, Invocation& invocation) {
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* command =
-        app.add_subcommand("dump", "Print the internal state of services, or write a bug report");
+        addCommand(&app, invocation, "dump", "Print the internal state of services, or write a bug report",
+                   kFooter + describeKnownServices() + kExamples, [&invocation, arguments] {
+                       return arguments->all ? writeDumpBundle(invocation, arguments->output)
+                                             : dump(invocation, arguments->services);
+                   });
     CLI::Option* services =
         command
             ->add_option("SERVICE", arguments->services,
@@ -121,15 +132,6 @@ void addDump(CLI::App& app, Invocation& invocation) {
                               ->check(checkNotEmpty);
     all->needs(output)->excludes(services);
     output->needs(all);
-    command->footer(kFooter + describeKnownServices() +
-                    "\n\nExamples:\n"
-                    "  audioctl dump\n"
-                    "  audioctl dump virtualizer --json\n"
-                    "  audioctl dump --all --output report.json");
-    onRun(command, invocation, [&invocation, arguments] {
-        return arguments->all ? writeDumpBundle(invocation, arguments->output)
-                              : dump(invocation, arguments->services);
-    });
 }
 
 }  // namespace hidlaudio::client

@@ -4,20 +4,14 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
-#include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
 
 #include "client/commands.h"
-#include "client/services/service_call.h"
-#include "hdmi_watch.h"
+#include "value_commands.h"
 
 namespace hidlaudio::client {
 namespace {
 
 using android::hardware::hidl_string;
-using android::hardware::hidl_vec;
-using android::hardware::Return;
 using com::tovi::dtv::hardware::audio::V3_1::IHdmiAudio;
 using Names = std::vector<std::string>;
 
@@ -33,20 +27,6 @@ constexpr char kCapabilities[] =
     "  eARC, Dolby Digital  EARC_DD_NONE EARC_DD_PLUS EARC_DD_ATMOS (cannot be set)\n"
     "\n";
 
-int get(const Invocation& invocation) {
-    return withService<IHdmiAudio>(invocation, [&](IHdmiAudio& hdmi, const std::string& name) {
-        Names capabilities;
-        const Return<void> called =
-            hdmi.getAudioCapabilities([&capabilities](const hidl_vec<hidl_string>& current) {
-                capabilities.assign(current.begin(), current.end());
-            });
-        if (const int status = examine(called, name); status != kDone) return status;
-        std::string text;
-        for (const std::string& capability : capabilities) text += (text.empty() ? "" : "\n") + capability;
-        return printValue(invocation, capabilities, text);
-    });
-}
-
 /** Reports names that have no effect: the service ignores them without an error. */
 void noteUnknown(const Names& names) {
     for (const std::string& name : names) {
@@ -57,65 +37,49 @@ void noteUnknown(const Names& names) {
 }
 
 int set(const Invocation& invocation, const Names& names) {
-    return withService<IHdmiAudio>(invocation, [&](IHdmiAudio& hdmi, const std::string& name) {
-        const Return<int32_t> result =
-            hdmi.setAudioCapabilities(std::vector<hidl_string>(names.begin(), names.end()));
-        if (const int status = examine(result, name); status != kDone) return status;
-        noteUnknown(names);
-        return reportResult(invocation, "setAudioCapabilities", result,
-                            {{-1, "none of the names can be set, or the TV's middleware failed"}},
-                            "the TV's middleware refused; the capabilities are unchanged");
-    });
+    int32_t result = 0;
+    const int status = callService(invocation, result, &IHdmiAudio::setAudioCapabilities,
+                                   std::vector<hidl_string>(names.begin(), names.end()));
+    if (status != kDone) return status;
+    noteUnknown(names);
+    return reportResult(invocation, "setAudioCapabilities", result,
+                        {{-1, "none of the names can be set, or the TV's middleware failed"}},
+                        "the TV's middleware refused; the capabilities are unchanged");
 }
 
 void addGet(CLI::App* hdmi, Invocation& invocation) {
-    CLI::App* command =
-        hdmi->add_subcommand("get", "Print the capabilities that the TV announces, one per line");
-    command->footer(
+    addCommand(
+        hdmi, invocation, "get", "Print the capabilities that the TV announces, one per line",
         R"(Prints always three names: ARC Dolby Digital, eARC Dolby Digital, ARC MPEG-4 AAC. If the service
 cannot read one, prints "NONE"; see the daemon's log. With --json the value is an array.
 
 Example:
-  audioctl hdmi get)");
-    onRun(command, invocation, [&invocation] { return get(invocation); });
+  audioctl hdmi get)",
+        [&invocation] { return printList(invocation, &IHdmiAudio::getAudioCapabilities); });
 }
 
 void addSet(CLI::App* hdmi, Invocation& invocation) {
     const auto names = std::make_shared<Names>();
-    CLI::App* command = hdmi->add_subcommand("set", "Set the capabilities that the TV announces over ARC");
+    CLI::App* command = addCommand(
+        hdmi, invocation, "set", "Set the capabilities that the TV announces over ARC",
+        std::string(kCapabilities) +
+            R"(Sets each group to the highest of its capabilities given. A group with none given is unchanged.
+The result is 0 if at least one group was set, or else -1 or the status of the TV's middleware.
+
+Example:
+  audioctl hdmi set ARC_DD_PLUS ARC_MP4AAC_5_1)",
+        [&invocation, names] { return set(invocation, *names); });
     command
         ->add_option("CAPABILITY", *names, "Announce these capabilities, of one group or both, in any order")
         ->type_name("")
         ->required();
-    command->footer(
-        std::string(kCapabilities) +
-        "Sets each group to the highest of its capabilities given. A group with none given is unchanged.\n"
-        "The result is 0 if at least one group was set, or else -1 or the status of the TV's middleware.\n"
-        "\n"
-        "Example:\n"
-        "  audioctl hdmi set ARC_DD_PLUS ARC_MP4AAC_5_1");
-    onRun(command, invocation, [&invocation, names] { return set(invocation, *names); });
-}
-
-void addWatch(CLI::App* hdmi, Invocation& invocation) {
-    CLI::App* command = hdmi->add_subcommand("watch", "Print each change by a client, until Ctrl-C");
-    command->footer(
-        R"(Prints one line per change: the names that the client passed for the groups that were set. With
---json each line is {"value": [...]}. Changes in the TV's configuration store are not reported.
-
-If the service ends, waits until it is registered again and continues; reports both on standard
-error. Changes in between are not reported: `audioctl hdmi get` prints the current state.
-
-Example:
-  audioctl hdmi watch --json)");
-    onRun(command, invocation, [&invocation] { return watchHdmi(invocation); });
 }
 
 }  // namespace
 
 void addHdmi(CLI::App& app, Invocation& invocation) {
     CLI::App* hdmi = app.add_subcommand("hdmi", "Print, set or watch the audio formats announced over HDMI");
-    for (const auto add : {addGet, addSet, addWatch}) add(hdmi, invocation);
+    for (const auto add : {addGet, addSet, addHdmiWatch}) add(hdmi, invocation);
     finishGroup(hdmi, std::string(kCapabilities) +
                           "Examples:\n"
                           "  audioctl hdmi get\n"

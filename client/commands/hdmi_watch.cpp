@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "hdmi_watch.h"
-
+#include <android-base/strings.h>
 #include <android-base/thread_annotations.h>
-#include <android/hidl/manager/1.0/IServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 #include <hidl/HidlTransportSupport.h>
-#include <hidl/ServiceManagement.h>
 #include <signal.h>
 #include <stdio.h>
 #include <unistd.h>
@@ -18,6 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "client/commands.h"
+#include "client/services/registered_services.h"
 #include "client/services/service_call.h"
 #include "host/program/standard_streams.h"
 
@@ -37,7 +36,7 @@ using com::tovi::dtv::hardware::audio::V3_1::IHdmiAudio;
 using Names = std::vector<std::string>;
 
 struct Event {
-    enum class Kind { Changed, Registered, Ended } kind;
+    enum class Kind { Changed, Registered, Died } kind;
     Names names;          // of a change
     uint64_t cookie = 0;  // of the death link
 };
@@ -69,35 +68,28 @@ class Events : public virtual android::RefBase {
     std::deque<Event> events_ GUARDED_BY(mutex_);
 };
 
-class Changes : public IHdmiAudioCallback {
+/** Receives the changes of the capabilities, and the death of the service. */
+class ServiceListener : public IHdmiAudioCallback, public android::hardware::hidl_death_recipient {
   public:
-    explicit Changes(const sp<Events>& events) : events_(events) {}
+    explicit ServiceListener(const sp<Events>& events) : events_(events) {}
     Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
         events_->add({Event::Kind::Changed, Names(names.begin(), names.end())});
         return Void();
     }
-
-  private:
-    const sp<Events> events_;
-};
-
-class Starts : public IServiceNotification {
-  public:
-    explicit Starts(const sp<Events>& events) : events_(events) {}
-    Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
-        events_->add({Event::Kind::Registered, {}});
-        return Void();
+    void serviceDied(uint64_t cookie, const android::wp<IBase>&) override {
+        events_->add({Event::Kind::Died, {}, cookie});
     }
 
   private:
     const sp<Events> events_;
 };
 
-class Ends : public android::hardware::hidl_death_recipient {
+class RegistrationListener : public IServiceNotification {
   public:
-    explicit Ends(const sp<Events>& events) : events_(events) {}
-    void serviceDied(uint64_t cookie, const android::wp<IBase>&) override {
-        events_->add({Event::Kind::Ended, {}, cookie});
+    explicit RegistrationListener(const sp<Events>& events) : events_(events) {}
+    Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
+        events_->add({Event::Kind::Registered, {}});
+        return Void();
     }
 
   private:
@@ -112,38 +104,30 @@ class Watch {
     int run();
 
   private:
-    int askForStarts();
     int follow(const sp<IHdmiAudio>& service);
     int handle(const Event& event);
-    int handleStart();
+    int handleRegistration();
     int handleFailure(const android::hardware::details::return_status& call);
-    void handleEnd(uint64_t cookie);
+    void handleDeath(uint64_t cookie);
     int print(const Names& names) const;
 
     const Invocation& invocation_;
     const std::string name_ = std::string(IHdmiAudio::descriptor) + "/default";
     const sp<Events> events_ = new Events;
-    const sp<Changes> changes_ = new Changes(events_);
-    const sp<Starts> starts_ = new Starts(events_);
-    const sp<Ends> ends_ = new Ends(events_);
+    const sp<ServiceListener> serviceListener_ = new ServiceListener(events_);
+    const sp<RegistrationListener> registrationListener_ = new RegistrationListener(events_);
     sp<IHdmiAudio> service_;
     uint64_t cookie_ = 0;  // of the current death link; a late notice of an older link is ignored
 };
 
 int Watch::run() {
-    if (const int status = askForStarts(); status != kDone) return status;
-    if (const int status = handleStart(); status != kDone) return status;
+    const ServiceName service{IHdmiAudio::descriptor, "default"};
+    if (const int status = requestNotices(service, registrationListener_); status != kDone) return status;
+    if (const int status = handleRegistration(); status != kDone) return status;
     if (service_ == nullptr) return noService(name_);
     for (;;) {
         if (const int status = handle(events_->next()); status != kDone) return status;
     }
-}
-
-int Watch::askForStarts() {
-    const Return<bool> asked = android::hardware::defaultServiceManager()->registerForNotifications(
-        IHdmiAudio::descriptor, "default", starts_);
-    if (const int status = examine(asked, "the service manager"); status != kDone) return status;
-    return asked ? kDone : fail(kRefused, "the service manager does not report registrations of " + name_);
 }
 
 int Watch::handle(const Event& event) {
@@ -151,15 +135,15 @@ int Watch::handle(const Event& event) {
         case Event::Kind::Changed:
             return print(event.names);
         case Event::Kind::Registered:
-            return handleStart();
-        case Event::Kind::Ended:
-            handleEnd(event.cookie);
+            return handleRegistration();
+        case Event::Kind::Died:
+            handleDeath(event.cookie);
             break;
     }
     return kDone;
 }
 
-int Watch::handleStart() {
+int Watch::handleRegistration() {
     const Deadline deadline(invocation_, name_);
     const sp<IHdmiAudio> service = IHdmiAudio::tryGetService();
     // The service may have died again, or this is the registration of the one that is watched already.
@@ -169,9 +153,9 @@ int Watch::handleStart() {
 
 int Watch::follow(const sp<IHdmiAudio>& service) {
     service_ = service;
-    const Return<bool> linked = service->linkToDeath(ends_, ++cookie_);
+    const Return<bool> linked = service->linkToDeath(serviceListener_, ++cookie_);
     if (!linked.isOk()) return handleFailure(linked);
-    const Return<void> registered = service->setCallback(changes_);
+    const Return<void> registered = service->setCallback(serviceListener_);
     if (!registered.isOk()) return handleFailure(registered);
     note("watching " + name_ + "; stop with Ctrl-C");
     return kDone;
@@ -180,31 +164,29 @@ int Watch::follow(const sp<IHdmiAudio>& service) {
 /** Handles a service that has died during the call like a death notice; reports other errors. */
 int Watch::handleFailure(const android::hardware::details::return_status& call) {
     if (!call.isDeadObject()) return examine(call, name_);
-    handleEnd(cookie_);
+    handleDeath(cookie_);
     return kDone;
 }
 
-void Watch::handleEnd(uint64_t cookie) {
+void Watch::handleDeath(uint64_t cookie) {
     if (cookie != cookie_ || service_ == nullptr) return;
     service_ = nullptr;
     note(name_ + " has ended; waiting for it to start again");
 }
 
 int Watch::print(const Names& names) const {
-    std::string text;
-    for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
-    printValue(invocation_, names, text);
+    printValue(invocation_, names, android::base::Join(names, " "));
     return host::flushOutput() ? kDone : kRefused;
 }
 
-void endWatching(int) {
+void exitSuccessfully(int) {
     _exit(kDone);
 }
 
 /** Also unblocks the signals and replaces SIG_IGN, which the parent may have set, as a shell does for "&". */
-void endOnSignals() {
+void exitOnSignals() {
     struct sigaction action{};
-    action.sa_handler = endWatching;
+    action.sa_handler = exitSuccessfully;
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGINT, SIGTERM}) {
@@ -214,11 +196,25 @@ void endOnSignals() {
     sigprocmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
+int watch(const Invocation& invocation) {
+    exitOnSignals();
+    return Watch(invocation).run();
+}
+
 }  // namespace
 
-int watchHdmi(const Invocation& invocation) {
-    endOnSignals();
-    return Watch(invocation).run();
+void addHdmiWatch(CLI::App* hdmi, Invocation& invocation) {
+    addCommand(
+        hdmi, invocation, "watch", "Print each change by a client, until Ctrl-C",
+        R"(Prints one line per change: the names that the client passed for the groups that were set. With
+--json each line is {"value": [...]}. Changes in the TV's configuration store are not reported.
+
+If the service ends, waits until it is registered again and continues; reports both on standard
+error. Changes in between are not reported: `audioctl hdmi get` prints the current state.
+
+Example:
+  audioctl hdmi watch --json)",
+        [&invocation] { return watch(invocation); });
 }
 
 }  // namespace hidlaudio::client

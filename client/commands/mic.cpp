@@ -4,102 +4,75 @@
 #include <stdlib.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
 
 #include "client/commands.h"
-#include "client/services/service_call.h"
 #include "host/program/number_argument.h"
+#include "value_commands.h"
 
 namespace hidlaudio::client {
 namespace {
 
-using android::hardware::hidl_string;
-using android::hardware::hidl_vec;
-using android::hardware::Return;
 using com::tovi::dtv::hardware::audio::V6_1::IMicControl;
 
-std::string checkScale(const std::string& text) {
-    return host::checkNumber(text, 0, 1);
+int printGain(const Invocation& invocation, const std::string& device) {
+    float scale = 0;
+    const int status = callService(invocation, scale, &IMicControl::getMicGain, device);
+    if (status != kDone) return status;
+    // Prints 0.3, not 0.30000001192092896.
+    char text[64];
+    snprintf(text, sizeof(text), "%g", static_cast<double>(scale));
+    return printValue(invocation, strtod(text, nullptr), text);
 }
 
-int gain(const Invocation& invocation, const std::string& device) {
-    return withService<IMicControl>(invocation, [&](IMicControl& mic, const std::string& name) {
-        const Return<float> scale = mic.getMicGain(device);
-        if (const int status = examine(scale, name); status != kDone) return status;
-        // Prints 0.3, not 0.30000001192092896.
-        char text[64];
-        snprintf(text, sizeof(text), "%g", static_cast<double>(static_cast<float>(scale)));
-        return printValue(invocation, strtod(text, nullptr), text);
-    });
-}
-
-int setGain(const Invocation& invocation, const std::string& device, float scale) {
-    return withService<IMicControl>(invocation, [&](IMicControl& mic, const std::string& name) {
-        const Return<int32_t> result = mic.setMicGain(device, scale);
-        if (const int status = examine(result, name); status != kDone) return status;
-        return reportResult(
-            invocation, "setMicGain", result,
-            {{-1,
-              "the TV has no such microphone (list them with `audioctl mic devices`), or its audio "
-              "HAL is missing or refused; the gain is unchanged"}},
-            "the service did not set the gain");
-    });
-}
-
-int devices(const Invocation& invocation) {
-    return withService<IMicControl>(invocation, [&](IMicControl& mic, const std::string& name) {
-        std::vector<std::string> devices;
-        const Return<void> called = mic.getMicDevices(
-            [&devices](const hidl_vec<hidl_string>& all) { devices.assign(all.begin(), all.end()); });
-        if (const int status = examine(called, name); status != kDone) return status;
-        if (invocation.json) return printValue(invocation, devices, "");
-        for (const std::string& device : devices) printf("%s\n", device.c_str());
-        return static_cast<int>(kDone);
-    });
+int setGain(const Invocation& invocation, const std::string& device, const std::string& scale) {
+    int32_t result = 0;
+    const int status =
+        callService(invocation, result, &IMicControl::setMicGain, device, strtof(scale.c_str(), nullptr));
+    if (status != kDone) return status;
+    return reportResult(invocation, "setMicGain", result,
+                        {{-1,
+                          "the TV has no such microphone (list them with `audioctl mic devices`), or its "
+                          "audio HAL is missing or refused; the gain is unchanged"}},
+                        "the service did not set the gain");
 }
 
 void addGain(CLI::App* mic, Invocation& invocation) {
-    CLI::App* command = mic->add_subcommand("gain", "Print or set the gain of a microphone");
-    command->footer(
-        "The TV's audio HAL holds the gain. Prints 0 also if the service cannot read the gain, or does not\n"
-        "know the microphone; see the daemon's log.\n"
-        "\n"
-        "Examples:\n"
-        "  audioctl mic gain\n"
-        "  audioctl mic gain 0.5");
     const auto device = std::make_shared<std::string>("AUDIO_DEVICE_IN_BUILTIN_MIC");
-    const CLI::Option* scale = command
-                                   ->add_option_function<std::string>(
-                                       "SCALE", [](const std::string&) {},
-                                       "Set this gain, 0.0 to 1.0 (default: print the current one)")
-                                   ->type_name("")
-                                   ->check(checkScale);
+    const auto scale = std::make_shared<std::optional<std::string>>();
+    CLI::App* command = addCommand(
+        mic, invocation, "gain", "Print or set the gain of a microphone",
+        R"(The TV's audio HAL holds the gain. Prints 0 also if the service cannot read the gain, or does not
+know the microphone; see the daemon's log.
+
+Examples:
+  audioctl mic gain
+  audioctl mic gain 0.5)",
+        [&invocation, scale, device] {
+            return *scale ? setGain(invocation, *device, **scale) : printGain(invocation, *device);
+        });
+    addOptionalArgument(command, "SCALE", *scale,
+                        "Set this gain, 0.0 to 1.0 (default: print the current one)")
+        ->check([](const std::string& text) { return host::checkNumber(text, 0, 1); });
     command->add_option("--device", *device, "Use this microphone, a name from `audioctl mic devices`")
         ->type_name("NAME")
         ->capture_default_str();
-    onRun(command, invocation, [&invocation, scale, device] {
-        return scale->count() > 0 ? setGain(invocation, *device, strtof(scale->results()[0].c_str(), nullptr))
-                                  : gain(invocation, *device);
-    });
 }
 
 void addDevices(CLI::App* mic, Invocation& invocation) {
-    CLI::App* command = mic->add_subcommand("devices", "List the microphones, one per line");
-    command->footer(
-        "With --json the value is an array.\n"
-        "\n"
-        "Example:\n"
-        "  audioctl mic devices");
-    onRun(command, invocation, [&invocation] { return devices(invocation); });
+    addCommand(mic, invocation, "devices", "List the microphones, one per line",
+               R"(With --json the value is an array.
+
+Example:
+  audioctl mic devices)",
+               [&invocation] { return printList(invocation, &IMicControl::getMicDevices); });
 }
 
 }  // namespace
 
 void addMic(CLI::App& app, Invocation& invocation) {
     CLI::App* mic = app.add_subcommand("mic", "List the TV's microphones; print or set their gain");
-    for (const auto add : {addGain, addDevices}) add(mic, invocation);
+    addGain(mic, invocation);
+    addDevices(mic, invocation);
     finishGroup(mic,
                 "Examples:\n"
                 "  audioctl mic gain 0.5\n"

@@ -29,24 +29,21 @@ double median(const Times& times) {
     return times.size() % 2 == 1 ? times[middle] : (times[middle - 1] + times[middle]) / 2;
 }
 
-int ping(const Invocation& invocation, IBase& service, const std::string& name, double* microseconds) {
-    const Deadline deadline(invocation, name);
-    const auto begin = std::chrono::steady_clock::now();
-    const Return<void> answered = service.ping();
-    *microseconds =
-        std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
-    return examine(answered, name);
-}
-
+/** Fills and sorts `times`. Returns the exit status. */
 int measure(const Invocation& invocation, IBase& service, const std::string& name, Times& times) {
+    using Clock = std::chrono::steady_clock;
     // The first call also opens the connection, which is not part of the round trip.
-    double unused;
-    int status = ping(invocation, service, name, &unused);
-    for (size_t i = 0; i < times.size() && status == kDone; ++i) {
-        status = ping(invocation, service, name, &times[i]);
+    times.insert(times.begin(), 0);
+    for (double& microseconds : times) {
+        const Deadline deadline(invocation, name);
+        const auto begin = Clock::now();
+        const Return<void> answered = service.ping();
+        microseconds = std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
+        if (const int status = examine(answered, name); status != kDone) return status;
     }
+    times.erase(times.begin());
     std::sort(times.begin(), times.end());
-    return status;
+    return kDone;
 }
 
 int print(const Invocation& invocation, const std::string& name, const Times& times) {
@@ -92,7 +89,23 @@ void addPing(CLI::App& app, Invocation& invocation) {
         size_t count = 100;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = app.add_subcommand("ping", "Measure the round-trip time of a call to a service");
+    CLI::App* command = addCommand(
+        &app, invocation, "ping", "Measure the round-trip time of a call to a service",
+        R"(Prints the minimum, median and maximum time in microseconds. Makes one call before, which is not
+measured. All audio services share one thread, so a call may wait for calls of other clients.
+With --json the value has "service", "count", "min_us", "median_us" and "max_us".
+
+Short names:
+)" + describeKnownServices() +
+            R"(
+
+Examples:
+  audioctl ping
+  audioctl ping -n 10000 listener
+  audioctl ping android.hardware.audio@5.0::IDevicesFactory/default)",
+        [&invocation, arguments] {
+            return run(invocation, *parseServiceName(arguments->service), arguments->count);
+        });
     command
         ->add_option("SERVICE", arguments->service,
                      "Call this service, by full or short name (default: external)")
@@ -101,20 +114,6 @@ void addPing(CLI::App& app, Invocation& invocation) {
     command->add_option("-n", arguments->count, "Measure this many calls, 1 to 1000000 (default: 100)")
         ->type_name("COUNT")
         ->check([](const std::string& given) { return host::checkInteger(given, 1, 1000000); });
-    command->footer(
-        "Prints the minimum, median and maximum time in microseconds. Makes one call before, which is not\n"
-        "measured. All audio services share one thread, so a call may wait for calls of other clients.\n"
-        "With --json the value has \"service\", \"count\", \"min_us\", \"median_us\" and \"max_us\".\n"
-        "\n"
-        "Short names:\n" +
-        describeKnownServices() +
-        "\n\nExamples:\n"
-        "  audioctl ping\n"
-        "  audioctl ping -n 10000 listener\n"
-        "  audioctl ping android.hardware.audio@5.0::IDevicesFactory/default");
-    onRun(command, invocation, [&invocation, arguments] {
-        return run(invocation, *parseServiceName(arguments->service), arguments->count);
-    });
 }
 
 }  // namespace hidlaudio::client

@@ -4,8 +4,8 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include "calibration_commands.h"
 #include "client/calibration/decimal.h"
+#include "client/commands.h"
 #include "client/services/calibration_service.h"
 #include "client/services/service_call.h"
 
@@ -13,7 +13,6 @@ namespace hidlaudio::client {
 namespace {
 
 using android::hardware::hidl_vec;
-using android::hardware::Return;
 using nlohmann::json;
 
 constexpr size_t kFewestDelays = 2;
@@ -22,18 +21,13 @@ constexpr size_t kMaxDelays = 9;
 /** Limit in ms. The controller takes a delay as a signed 16-bit number of samples at 48 kHz. */
 constexpr double kLongestSmoothDelay = 682;
 
-std::string checkAction(const std::string& action) {
-    const bool known = action == "on" || action == "off" || action == "set";
-    return known ? "" : "\"" + action + "\" is not one of on, off, set";
-}
-
 std::string checkMilliseconds(const std::string& text) {
     const std::optional<double> value = parseDecimal(text);
     const bool accepted = value && *value >= -kLongestSmoothDelay && *value <= kLongestSmoothDelay;
     return accepted ? "" : "\"" + text + "\" is not a number of milliseconds from -682 to 682";
 }
 
-int print(const Invocation& invocation, bool enabled, const std::vector<float>& delays) {
+int print(const Invocation& invocation, bool enabled, const hidl_vec<float>& delays) {
     json values = json::array();
     std::string text = enabled ? "on" : "off";
     for (const float delay : delays) {
@@ -44,17 +38,13 @@ int print(const Invocation& invocation, bool enabled, const std::vector<float>& 
 }
 
 int show(const Invocation& invocation) {
-    return withService<CalibrationService>(
-        invocation, [&](CalibrationService& service, const std::string& name) {
-            const Return<bool> enabled = service.getSmoothDelayEnabled();
-            if (const int status = examine(enabled, name); status != kDone) return status;
-            std::vector<float> delays;
-            const int status = examine(service.getSmoothDelay([&delays](const hidl_vec<float>& values) {
-                delays.assign(values.begin(), values.end());
-            }),
-                                       name);
-            return status != kDone ? status : print(invocation, enabled, delays);
-        });
+    return withService<IAcousticCalibration>(invocation, [&](const CalibrationService& service) {
+        bool enabled = false;
+        hidl_vec<float> delays;
+        int status = service.call(enabled, &IAcousticCalibration::getSmoothDelayEnabled);
+        if (status == kDone) status = service.call(delays, &IAcousticCalibration::getSmoothDelay);
+        return status != kDone ? status : print(invocation, enabled, delays);
+    });
 }
 
 int report(const Invocation& invocation, const char* method, int32_t result) {
@@ -65,19 +55,16 @@ int report(const Invocation& invocation, const char* method, int32_t result) {
 }
 
 int setEnabled(const Invocation& invocation, bool enable) {
-    return withService<CalibrationService>(
-        invocation, [&](CalibrationService& service, const std::string& name) {
-            const Return<int32_t> result = service.setSmoothDelayEnabled(enable);
-            const int status = examine(result, name);
-            return status != kDone ? status : report(invocation, "setSmoothDelayEnabled", result);
-        });
+    int32_t result = 0;
+    const int status = callService(invocation, result, &IAcousticCalibration::setSmoothDelayEnabled, enable);
+    return status != kDone ? status : report(invocation, "setSmoothDelayEnabled", result);
 }
 
 /** Reports an error if the smooth delay is off: the service has then ignored the delays, but returned 0. */
-int checkTaken(CalibrationService& service, const std::string& name) {
-    const Return<bool> enabled = service.getSmoothDelayEnabled();
-    if (const int status = examine(enabled, name); status != kDone) return status;
-    if (enabled) return kDone;
+int checkEnabled(const CalibrationService& service) {
+    bool enabled = false;
+    const int status = service.call(enabled, &IAcousticCalibration::getSmoothDelayEnabled);
+    if (status != kDone || enabled) return status;
     return fail(
         kRefused,
         "the smooth delay is off, so the delays were ignored; run `audioctl calibration smooth-delay on` "
@@ -89,14 +76,12 @@ int setDelays(const Invocation& invocation, const std::vector<std::string>& text
     std::transform(texts.begin(), texts.end(), delays.begin(), [](const std::string& text) {
         return static_cast<float>(parseDecimal(text).value_or(0));
     });
-    return withService<CalibrationService>(invocation,
-                                           [&](CalibrationService& service, const std::string& name) {
-                                               const Return<int32_t> result = service.setSmoothDelay(delays);
-                                               int status = examine(result, name);
-                                               if (status == kDone)
-                                                   status = report(invocation, "setSmoothDelay", result);
-                                               return status == kDone ? checkTaken(service, name) : status;
-                                           });
+    return withService<IAcousticCalibration>(invocation, [&](const CalibrationService& service) {
+        int32_t result = 0;
+        int status = service.call(result, &IAcousticCalibration::setSmoothDelay, delays);
+        if (status == kDone) status = report(invocation, "setSmoothDelay", result);
+        return status == kDone ? checkEnabled(service) : status;
+    });
 }
 
 int run(const Invocation& invocation, const std::string& action, const std::vector<std::string>& delays) {
@@ -114,15 +99,8 @@ int run(const Invocation& invocation, const std::string& action, const std::vect
 void addSmoothDelay(CLI::App* parent, Invocation& invocation) {
     const auto action = std::make_shared<std::string>();
     const auto delays = std::make_shared<std::vector<std::string>>();
-    CLI::App* command =
-        parent->add_subcommand("smooth-delay", "Print or set temporary delays of the front channels");
-    command->add_option("on|off|set", *action, "Switch it, or set its delays (default: print both)")
-        ->type_name("")
-        ->check(checkAction);
-    command->add_option("MS", *delays, "Set these 2 to 9 delays, -682 to 682 ms; the first two are used")
-        ->type_name("")
-        ->check(checkMilliseconds);
-    command->footer(
+    CLI::App* command = addCommand(
+        parent, invocation, "smooth-delay", "Print or set temporary delays of the front channels",
         R"(While it is on, these delays replace those of the calibration, even if the calibration is off.
 Switching it on sets them to 0. It is off after a restart of the service. Needs a TV with a back-end
 controller.
@@ -132,8 +110,14 @@ Without arguments, --json prints {"value": {"enabled": ..., "delays": [...]}}.
 Examples:
   audioctl calibration smooth-delay on
   audioctl calibration smooth-delay set 1.0 2.5
-  audioctl calibration smooth-delay)");
-    onRun(command, invocation, [&invocation, action, delays] { return run(invocation, *action, *delays); });
+  audioctl calibration smooth-delay)",
+        [&invocation, action, delays] { return run(invocation, *action, *delays); });
+    command->add_option("on|off|set", *action, "Switch it, or set its delays (default: print both)")
+        ->type_name("")
+        ->check(CLI::IsMember({"on", "off", "set"}).description(""));
+    command->add_option("MS", *delays, "Set these 2 to 9 delays, -682 to 682 ms; the first two are used")
+        ->type_name("")
+        ->check(checkMilliseconds);
 }
 
 }  // namespace hidlaudio::client

@@ -2,13 +2,11 @@
 #include <com/tovi/dtv/hardware/audio/6.1/IOutputSpeaker.h>
 #include <stdio.h>
 
-#include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
+#include <memory>
 
 #include "client/commands.h"
-#include "client/services/service_call.h"
 #include "host/tv_files/value_file.h"
+#include "value_commands.h"
 
 namespace hidlaudio::client {
 namespace {
@@ -51,91 +49,68 @@ std::string checkPosition(const std::string& text) {
 }
 
 template <typename Enum, typename Names>
-int printName(const Invocation& invocation, const Return<Enum>& answer, const Names& names,
-              const std::string& service) {
-    if (const int status = examine(answer, service); status != kDone) return status;
-    const std::string name = nameOf(names, static_cast<int32_t>(static_cast<Enum>(answer)));
+int printName(const Invocation& invocation, Return<Enum> (IOutputSpeaker::*get)(), const Names& names) {
+    Enum value{};
+    const int status = callService(invocation, value, get);
+    if (status != kDone) return status;
+    const std::string name = nameOf(names, static_cast<int32_t>(value));
     return printValue(invocation, name, name);
 }
 
-int surround(const Invocation& invocation) {
-    return withService<IOutputSpeaker>(invocation, [&](IOutputSpeaker& speaker, const std::string& name) {
-        return printName(invocation, speaker.getSurroundType(), kSurroundTypes, name);
-    });
-}
-
-int position(const Invocation& invocation) {
-    return withService<IOutputSpeaker>(invocation, [&](IOutputSpeaker& speaker, const std::string& name) {
-        return printName(invocation, speaker.getTvPosition(), kPositions, name);
-    });
-}
-
-int setPosition(const Invocation& invocation, int32_t position) {
-    return withService<IOutputSpeaker>(invocation, [&](IOutputSpeaker& speaker, const std::string& name) {
-        const Return<int32_t> result = speaker.setTvPosition(position);
-        if (const int status = examine(result, name); status != kDone) return status;
-        return reportResult(invocation, "setTvPosition", result, {},
-                            "the TV's middleware did not store the position; the audio HAL has received it");
-    });
-}
-
-int delay(const Invocation& invocation) {
-    return withService<IOutputSpeaker>(invocation, [&](IOutputSpeaker& speaker, const std::string& name) {
-        const Return<float> answer = speaker.getDelay();
-        if (const int status = examine(answer, name); status != kDone) return status;
-        const float delay = answer;
-        char text[64];
-        snprintf(text, sizeof(text), "%.0f", static_cast<double>(delay));
-        return printValue(invocation, delay, text);
-    });
+int printDelay(const Invocation& invocation) {
+    float delay = 0;
+    const int status = callService(invocation, delay, &IOutputSpeaker::getDelay);
+    if (status != kDone) return status;
+    char text[64];
+    snprintf(text, sizeof(text), "%.0f", static_cast<double>(delay));
+    return printValue(invocation, delay, text);
 }
 
 void addSurround(CLI::App* speaker, Invocation& invocation) {
-    CLI::App* command = speaker->add_subcommand("surround", "Print the surround type of the TV's speakers");
-    command->footer(
+    addCommand(
+        speaker, invocation, "surround", "Print the surround type of the TV's speakers",
         R"(Prints none, type-1 or type-2. The set-up of the TV defines the arrangement that a type stands for.
 Prints "none" also if the service cannot read the type; see the daemon's log.
 
 Example:
-  audioctl speaker surround)");
-    onRun(command, invocation, [&invocation] { return surround(invocation); });
+  audioctl speaker surround)",
+        [&invocation] { return printName(invocation, &IOutputSpeaker::getSurroundType, kSurroundTypes); });
 }
 
 void addPosition(CLI::App* speaker, Invocation& invocation) {
-    CLI::App* command = speaker->add_subcommand("position", "Print or set the position of the TV");
-    command->footer(
-        "The service stores the position and sends it to the audio HAL. It accepts any 32-bit number;\n"
-        "unknown numbers count as table-top.\n"
-        "\n"
-        "Positions:\n"
-        "  table-top   0\n"
-        "  wall-mount  1\n"
-        "\n"
-        "Examples:\n"
-        "  audioctl speaker position\n"
-        "  audioctl speaker position wall-mount");
-    const CLI::Option* wanted =
-        command
-            ->add_option_function<std::string>(
-                "POSITION", [](const std::string&) {},
-                "Set this position, a name or a number (default: print the current one)")
-            ->type_name("")
-            ->check(checkPosition);
-    onRun(command, invocation, [&invocation, wanted] {
-        return wanted->count() > 0 ? setPosition(invocation, *parsePosition(wanted->results()[0]))
-                                   : position(invocation);
-    });
+    const auto position = std::make_shared<std::optional<std::string>>();
+    CLI::App* command = addCommand(
+        speaker, invocation, "position", "Print or set the position of the TV",
+        R"(The service stores the position and sends it to the audio HAL. It accepts any 32-bit number;
+unknown numbers count as table-top.
+
+Positions:
+  table-top   0
+  wall-mount  1
+
+Examples:
+  audioctl speaker position
+  audioctl speaker position wall-mount)",
+        [&invocation, position] {
+            if (!*position) return printName(invocation, &IOutputSpeaker::getTvPosition, kPositions);
+            return setValue(invocation, "setTvPosition", &IOutputSpeaker::setTvPosition,
+                            *parsePosition(**position), {},
+                            "the TV's middleware did not store the position; the audio HAL has received it");
+        });
+    addOptionalArgument(command, "POSITION", *position,
+                        "Set this position, a name or a number (default: print the current one)")
+        ->check(checkPosition);
 }
 
 void addDelay(CLI::App* speaker, Invocation& invocation) {
-    CLI::App* command = speaker->add_subcommand("delay", "Print the delay of the main channel");
-    command->footer(
-        "Prints the delay in the unit of the audio decoder. Prints 0 also if the service cannot read it;\n"
-        "see the daemon's log.\n"
-        "\n"
-        "Example:\n"
-        "  audioctl speaker delay");
-    onRun(command, invocation, [&invocation] { return delay(invocation); });
+    addCommand(
+        speaker, invocation, "delay", "Print the delay of the main channel",
+        R"(Prints the delay in the unit of the audio decoder. Prints 0 also if the service cannot read it;
+see the daemon's log.
+
+Example:
+  audioctl speaker delay)",
+        [&invocation] { return printDelay(invocation); });
 }
 
 }  // namespace

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "virtualizer_upload.h"
-
 #include <android-base/stringprintf.h>
 #include <com/tovi/dtv/hardware/audio/5.1/IHeadphoneVirtualizer.h>
 #include <errno.h>
@@ -17,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "client/commands.h"
 #include "client/services/apply_result.h"
 #include "client/services/service_call.h"
 #include "client/terminal/progress.h"
@@ -245,7 +244,20 @@ int start(const Invocation& invocation, const Options& options) {
 
 void addVirtualizerUpload(CLI::App* parent, Invocation& invocation) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = parent->add_subcommand("upload", "Upload parameters to the back-end controller");
+    CLI::App* command = addCommand(
+        parent, invocation, "upload", "Upload parameters to the back-end controller",
+        R"(Waits until the controller has reported the result. The exit status is 0 if it has accepted the
+parameters, or else 1. Cancels any other upload of the same kind. --timeout limits each call to the
+service (default: 30 s) and the upload itself (default: 60 s).
+
+With --json: {"handle": ..., "bytes": ..., "seconds": ..., "result": ...}; with --no-wait the result
+is null.
+
+Examples:
+  head -c 100000 /dev/urandom >set.bin
+  audioctl virtualizer upload hrtf set.bin
+  audioctl virtualizer upload device set.bin --chunk 4096 --cancel-after 10)",
+        [&invocation, options] { return start(invocation, *options); });
     command->add_option("device|hrtf", options->kind, "Upload parameters of this kind")
         ->type_name("")
         ->required()
@@ -263,19 +275,6 @@ void addVirtualizerUpload(CLI::App* parent, Invocation& invocation) {
             ->type_name("SECONDS")
             ->check([](const std::string& given) { return host::checkNumber(given, 0, 86400); });
     command->add_flag("--no-wait", options->noWait, "Return when the upload has started")->excludes(after);
-    command->footer(
-        R"(Waits until the controller has reported the result. The exit status is 0 if it has accepted the
-parameters, or else 1. Cancels any other upload of the same kind. --timeout limits each call to the
-service (default: 30 s) and the upload itself (default: 60 s).
-
-With --json: {"handle": ..., "bytes": ..., "seconds": ..., "result": ...}; with --no-wait the result
-is null.
-
-Examples:
-  head -c 100000 /dev/urandom >set.bin
-  audioctl virtualizer upload hrtf set.bin
-  audioctl virtualizer upload device set.bin --chunk 4096 --cancel-after 10)");
-    onRun(command, invocation, [&invocation, options] { return start(invocation, *options); });
 }
 
 }  // namespace hidlaudio::client

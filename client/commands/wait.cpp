@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android-base/stringprintf.h>
+#include <android-base/strings.h>
 #include <android-base/thread_annotations.h>
-#include <android/hidl/manager/1.0/IServiceManager.h>
-#include <android/hidl/manager/1.0/IServiceNotification.h>
-#include <hidl/ServiceManagement.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -13,8 +11,7 @@
 #include <set>
 
 #include "client/commands.h"
-#include "client/services/known_services.h"
-#include "client/services/service_call.h"
+#include "client/services/registered_services.h"
 
 namespace hidlaudio::client {
 namespace {
@@ -25,9 +22,9 @@ using android::hidl::manager::V1_0::IServiceNotification;
 using Clock = std::chrono::steady_clock;
 
 /** Receives registrations and removes them from the set of missing services. Thread-safe. */
-class Awaited : public IServiceNotification {
+class MissingServices : public IServiceNotification {
   public:
-    explicit Awaited(const std::vector<ServiceName>& services) {
+    explicit MissingServices(const std::vector<ServiceName>& services) {
         for (const ServiceName& service : services) missing_.insert(toString(service));
     }
 
@@ -36,51 +33,38 @@ class Awaited : public IServiceNotification {
         const std::string name = toString(ServiceName{interface, instance});
         const std::lock_guard<std::mutex> lock(mutex_);
         if (missing_.erase(name) > 0 && !preexisting) note(name + " is registered");
-        if (missing_.empty()) allThere_.notify_all();
+        if (missing_.empty()) complete_.notify_all();
         return android::hardware::Void();
     }
 
     /** Blocks until all services are registered. Returns false if that does not happen before `end`. */
     bool wait(Clock::time_point end) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return allThere_.wait_until(lock, end, [this]() REQUIRES(mutex_) { return missing_.empty(); });
+        return complete_.wait_until(lock, end, [this]() REQUIRES(mutex_) { return missing_.empty(); });
     }
 
-    std::string missing() {
+    std::string names() {
         const std::lock_guard<std::mutex> lock(mutex_);
-        std::string names;
-        for (const std::string& name : missing_) names += (names.empty() ? "" : ", ") + name;
-        return names;
+        return android::base::Join(missing_, ", ");
     }
 
   private:
     std::mutex mutex_;
     std::set<std::string> missing_ GUARDED_BY(mutex_);
-    std::condition_variable allThere_;
+    std::condition_variable complete_;
 };
 
-int askForNotices(const std::vector<ServiceName>& services, const android::sp<Awaited>& awaited) {
-    const auto manager = android::hardware::defaultServiceManager();
-    for (const ServiceName& service : services) {
-        const Return<bool> asked =
-            manager->registerForNotifications(service.interface, service.instance, awaited);
-        if (const int status = examine(asked, "the service manager"); status != kDone) return status;
-        if (!asked)
-            return fail(kRefused,
-                        "the service manager does not report registrations of " + toString(service));
-    }
-    return kDone;
-}
-
 int run(const Invocation& invocation, const std::vector<ServiceName>& services) {
-    const std::chrono::duration<double> limit(invocation.timeout.value_or(kAnswerSeconds));
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
-    const android::sp<Awaited> awaited = new Awaited(services);
-    if (const int status = askForNotices(services, awaited); status != kDone) return status;
-    if (!awaited->wait(Clock::now())) note("waiting for " + awaited->missing());
-    if (!awaited->wait(end)) {
-        return fail(kTimedOut, android::base::StringPrintf("not registered within %g s: %s", limit.count(),
-                                                           awaited->missing().c_str()));
+    const double seconds = invocation.timeout.value_or(kAnswerSeconds);
+    const auto end = timeIn(seconds);
+    const android::sp<MissingServices> missing = new MissingServices(services);
+    for (const ServiceName& service : services) {
+        if (const int status = requestNotices(service, missing); status != kDone) return status;
+    }
+    if (!missing->wait(Clock::now())) note("waiting for " + missing->names());
+    if (!missing->wait(end)) {
+        return fail(kTimedOut, android::base::StringPrintf("not registered within %g s: %s", seconds,
+                                                           missing->names().c_str()));
     }
     if (invocation.json) printJson({{"result", 0}});
     return kDone;
@@ -100,22 +84,24 @@ std::vector<ServiceName> parseAll(const std::vector<std::string>& texts) {
 
 void addWait(CLI::App& app, Invocation& invocation) {
     const auto texts = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = app.add_subcommand("wait", "Wait until services are registered");
+    CLI::App* command = addCommand(
+        &app, invocation, "wait", "Wait until services are registered",
+        R"(Waits until each service has been registered at least once. --timeout (default: 30 s) limits the
+total time; after it the exit status is 4. With --json: {"result": 0}.
+
+Short names:
+)" + describeKnownServices() +
+            R"(
+
+Examples:
+  audioctl wait --timeout 120 && audioctl external get
+  audioctl wait external com.tovi.dtv.hardware.audio@2.0::IOutputEncodingStatusListener/default)",
+        [&invocation, texts] { return run(invocation, parseAll(*texts)); });
     command
         ->add_option("INTERFACE", *texts,
                      "Wait for these services, by full or short name (default: all below)")
         ->type_name("")
         ->check(checkServiceName);
-    command->footer(
-        "Waits until each service has been registered at least once. --timeout (default: 30 s) limits the\n"
-        "total time; after it the exit status is 4. With --json: {\"result\": 0}.\n"
-        "\n"
-        "Short names:\n" +
-        describeKnownServices() +
-        "\n\nExamples:\n"
-        "  audioctl wait --timeout 120 && audioctl external get\n"
-        "  audioctl wait external com.tovi.dtv.hardware.audio@2.0::IOutputEncodingStatusListener/default");
-    onRun(command, invocation, [&invocation, texts] { return run(invocation, parseAll(*texts)); });
 }
 
 }  // namespace hidlaudio::client

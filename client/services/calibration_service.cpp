@@ -3,13 +3,10 @@
 
 #include <algorithm>
 
-#include "service_call.h"
-
 namespace hidlaudio::client {
 namespace {
 
 using android::hardware::hidl_vec;
-using android::hardware::Return;
 using com::tovi::dtv::hardware::audio::V3_0::calibratedData;
 
 ChannelCalibration fromService(const calibratedData& data) {
@@ -34,32 +31,28 @@ calibratedData toService(const ChannelCalibration& channel) {
 
 }  // namespace
 
-int readStored(CalibrationService& service, const std::string& name, Calibration& calibration) {
-    return examine(service.getCalibratedData([&calibration](const hidl_vec<calibratedData>& all) {
-        std::transform(all.begin(), all.end(), std::back_inserter(calibration), fromService);
-    }),
-                   name);
+int readStored(const CalibrationService& service, Calibration& calibration) {
+    hidl_vec<calibratedData> stored;
+    const int status = service.call(stored, &IAcousticCalibration::getCalibratedData);
+    std::transform(stored.begin(), stored.end(), std::back_inserter(calibration), fromService);
+    return status;
 }
 
 int readStored(const Invocation& invocation, Calibration& calibration) {
-    return withService<CalibrationService>(invocation,
-                                           [&](CalibrationService& service, const std::string& name) {
-                                               return readStored(service, name, calibration);
-                                           });
+    return withService<IAcousticCalibration>(invocation, [&calibration](const CalibrationService& service) {
+        return readStored(service, calibration);
+    });
 }
 
 int store(const Invocation& invocation, const Calibration& calibration) {
     hidl_vec<calibratedData> data(calibration.size());
     std::transform(calibration.begin(), calibration.end(), data.begin(), toService);
-    return withService<CalibrationService>(
-        invocation, [&](CalibrationService& service, const std::string& name) {
-            const Return<int32_t> result = service.setCalibratedData(data);
-            if (const int status = examine(result, name); status != kDone) return status;
-            return reportResult(
-                invocation, "setCalibratedData", result, {},
-                "the service could not write its file, or rejected a value; the stored results are "
-                "unchanged or lost");
-        });
+    int32_t result = 0;
+    const int status = callService(invocation, result, &IAcousticCalibration::setCalibratedData, data);
+    if (status != kDone) return status;
+    return reportResult(invocation, "setCalibratedData", result, {},
+                        "the service could not write its file, or rejected a value; the stored results are "
+                        "unchanged or lost");
 }
 
 }  // namespace hidlaudio::client

@@ -3,19 +3,18 @@
 
 #include <com/tovi/dtv/hardware/audio/5.1/IAcousticCalibration.h>
 
-#include <string>
-
 #include "client/calibration/calibration.h"
-#include "client/invocation.h"
+#include "service_call.h"
 
 namespace hidlaudio::client {
 
-using CalibrationService = com::tovi::dtv::hardware::audio::V5_1::IAcousticCalibration;
+using com::tovi::dtv::hardware::audio::V5_1::IAcousticCalibration;
+using CalibrationService = Service<IAcousticCalibration>;
 
 /** Appends the stored results to `calibration`. Returns the exit status. */
-int readStored(CalibrationService& service, const std::string& name, Calibration& calibration);
+int readStored(const CalibrationService& service, Calibration& calibration);
 
-/** Appends the stored results to `calibration`, within one Deadline. Returns the exit status. */
+/** As above, with the "default" service. Returns the exit status. */
 int readStored(const Invocation& invocation, Calibration& calibration);
 
 /** Replaces the stored results and reports the result code. Returns the exit status. */

@@ -7,7 +7,6 @@
 #include <hidl/ServiceManagement.h>
 
 #include <algorithm>
-#include <chrono>
 #include <fstream>
 #include <future>
 #include <thread>
@@ -24,7 +23,6 @@ using android::hardware::interfacesEqual;
 using android::hardware::Return;
 using android::hidl::base::V1_0::IBase;
 using android::hidl::manager::V1_0::IServiceManager;
-using Clock = std::chrono::steady_clock;
 
 struct Answer {
     bool gone = false;  // not registered any more, or died during the call
@@ -56,7 +54,7 @@ Answer ask(const ServiceName& name) {
 std::future<Answer> startAsking(const ServiceName& name) {
     std::promise<Answer> promise;
     std::future<Answer> answer = promise.get_future();
-    std::thread([name, told = std::move(promise)]() mutable { told.set_value(ask(name)); }).detach();
+    std::thread([name, promise = std::move(promise)]() mutable { promise.set_value(ask(name)); }).detach();
     return answer;
 }
 
@@ -75,7 +73,7 @@ int noAnswer(const ServiceName& name, double seconds) {
                                                        toString(name).c_str(), seconds));
 }
 
-size_t placeInChain(const RegisteredService& service, const std::string& interface) {
+size_t indexInChain(const RegisteredService& service, const std::string& interface) {
     const auto found = std::find(service.chain.begin(), service.chain.end(), interface);
     return static_cast<size_t>(found - service.chain.begin());
 }
@@ -86,8 +84,7 @@ int findRegisteredServices(double seconds, std::vector<RegisteredService>& servi
     std::vector<RegisteredService> named;
     int status = listNames(named);
     if (status != kDone) return status;
-    const auto limit = std::chrono::duration<double>(seconds);
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
+    const auto end = timeIn(seconds);
     std::vector<std::future<Answer>> answers;
     answers.reserve(named.size());
     for (const RegisteredService& service : named) answers.push_back(startAsking(service.name));
@@ -100,6 +97,15 @@ int findRegisteredServices(double seconds, std::vector<RegisteredService>& servi
         if (!answer.gone) services.push_back({named[i].name, named[i].pid, answer.object, answer.chain});
     }
     return status;
+}
+
+int requestNotices(const ServiceName& service,
+                   const sp<android::hidl::manager::V1_0::IServiceNotification>& listener) {
+    const Return<bool> registered = android::hardware::defaultServiceManager()->registerForNotifications(
+        service.interface, service.instance, listener);
+    if (const int status = examine(registered, "the service manager"); status != kDone) return status;
+    if (registered) return kDone;
+    return fail(kRefused, "the service manager does not report registrations of " + toString(service));
 }
 
 std::string processName(pid_t pid) {
@@ -115,8 +121,8 @@ void keepMostDerived(std::vector<RegisteredService>& services) {
         return std::any_of(all.begin(), all.end(), [&service](const RegisteredService& other) {
             return service.object != nullptr && service.name.instance == other.name.instance &&
                    interfacesEqual(service.object, other.object) &&
-                   placeInChain(service, other.name.interface) <
-                       placeInChain(service, service.name.interface);
+                   indexInChain(service, other.name.interface) <
+                       indexInChain(service, service.name.interface);
         });
     };
     services.erase(std::remove_if(services.begin(), services.end(), isBaseName), services.end());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <android/hidl/base/1.0/IBase.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <sys/types.h>
 
 #include <string>
@@ -33,6 +34,13 @@ int findRegisteredServices(double seconds, std::vector<RegisteredService>& servi
 
 /** Removes the names of inherited interfaces: each service keeps only its most derived name. */
 void keepMostDerived(std::vector<RegisteredService>& services);
+
+/**
+ * Makes the service manager report registrations of the service, past and future ones, to `listener`. Returns
+ * the exit status.
+ */
+int requestNotices(const ServiceName& service,
+                   const android::sp<android::hidl::manager::V1_0::IServiceNotification>& listener);
 
 /** Returns the name of the program that the process runs, or "?" if the process has ended. */
 std::string processName(pid_t pid);
