@@ -3,7 +3,7 @@
 
 namespace hidlaudio::client {
 
-/** Exit statuses of `audioctl`. */
+/** Exit statuses of `audioctl`. They are part of its interface: `tv_stress` evaluates them as well. */
 enum ExitStatus {
     kDone = 0,
     kRefused = 1,     // the service returned an error, the call failed, or output could not be written

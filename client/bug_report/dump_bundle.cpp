@@ -64,10 +64,10 @@ ordered_json describe(const RegisteredService& service, const ServiceDump& asked
 ordered_json namesOfMissing(const std::vector<RegisteredService>& services) {
     ordered_json missing = ordered_json::array();
     for (const ServiceName& name : knownServices()) {
-        const bool there = std::any_of(services.begin(), services.end(), [&](const RegisteredService& one) {
-            return one.name.interface == name.interface && one.name.instance == name.instance;
-        });
-        if (!there) missing.push_back(toString(name));
+        const bool registered = std::any_of(
+            services.begin(), services.end(),
+            [&name](const RegisteredService& service) { return toString(service.name) == toString(name); });
+        if (!registered) missing.push_back(toString(name));
     }
     return missing;
 }

@@ -21,6 +21,8 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "client/invocation.h"
+
 namespace hidlaudio::client {
 namespace {
 
@@ -53,7 +55,7 @@ std::string asHex(const Hash& hash) {
 }
 
 /** Returns whether the call succeeded. If not, stores the error in `asked`. */
-bool examined(const android::hardware::details::return_status& returned, ServiceDump& asked) {
+bool succeeded(const android::hardware::details::return_status& returned, ServiceDump& asked) {
     if (returned.isOk()) return true;
     const bool dead = returned.isDeadObject();
     asked.status = dead ? kNoService : kRefused;
@@ -73,11 +75,11 @@ void ask(DumpRequest& request, ServiceDump& asked) {
     const auto takeHashes = [&asked](const hidl_vec<Hash>& chain) {
         for (const Hash& hash : chain) asked.hashes.push_back(asHex(hash));
     };
-    if (request.wantsHashes && !examined(object->getHashChain(takeHashes), asked)) return;
+    if (request.wantsHashes && !succeeded(object->getHashChain(takeHashes), asked)) return;
     native_handle_t* const native = native_handle_create(1, 0);
     if (native == nullptr) return;
     native->data[0] = request.output.get();
-    examined(object->debug(hidl_handle(native), request.options), asked);
+    succeeded(object->debug(hidl_handle(native), request.options), asked);
     native_handle_delete(native);
 }
 
@@ -95,14 +97,14 @@ int millisecondsUntil(Clock::time_point end) {
     return static_cast<int>(std::max<int64_t>(left, 0));
 }
 
-/** Reads all available data; discards data beyond kLargestState. */
+/** Reads all available data; discards data beyond kMaxDumpSize. */
 void drain(int fd, std::string& text) {
     char buffer[4096];
     for (;;) {
         const ssize_t size = read(fd, buffer, sizeof(buffer));
         if (size < 0 && errno == EINTR) continue;
         if (size <= 0) return;
-        const size_t room = kLargestState - text.size();
+        const size_t room = kMaxDumpSize - text.size();
         text.append(buffer, std::min(room, static_cast<size_t>(size)));
     }
 }
@@ -145,8 +147,7 @@ nlohmann::ordered_json asJson(const ServiceDump& asked) {
 
 std::vector<ServiceDump> requestDumps(const std::vector<ServiceName>& names,
                                       const std::vector<std::string>& options, bool hashes, double seconds) {
-    const auto limit = std::chrono::duration<double>(seconds);
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
+    const auto end = timeIn(seconds);
     std::vector<std::future<ServiceDump>> answers;
     answers.reserve(names.size());
     for (const ServiceName& name : names) {

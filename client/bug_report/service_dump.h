@@ -12,8 +12,8 @@
 
 namespace hidlaudio::client {
 
-/** Maximum size of a state in bytes; the rest is discarded. */
-constexpr size_t kLargestState = 1 << 20;
+/** Maximum size of a dump in bytes; the rest is discarded. */
+constexpr size_t kMaxDumpSize = 1 << 20;
 
 /** The reply of a service to a request for a dump. */
 struct ServiceDump {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tv_diagnostics.h"
 
+#include <android-base/strings.h>
 #include <android-base/unique_fd.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -19,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "client/invocation.h"
 #include "host/program/program_folder.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
@@ -30,8 +32,8 @@ using android::base::unique_fd;
 using nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
 
-constexpr size_t kLastLines = 200;
-constexpr std::streamoff kLastBytes = 65536;
+constexpr std::ptrdiff_t kMaxLines = 200;
+constexpr std::streamoff kMaxBytes = 65536;
 constexpr char kTvProgram[] = "tv";
 
 /** Starts a program with `output` as its standard output. Returns its process ID, or -1 with errno. */
@@ -69,21 +71,16 @@ ordered_json failure(const std::string& message) {
 std::string lastPartOf(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary | std::ios::ate);
     const std::streamoff size = file.tellg();
-    file.seekg(std::max<std::streamoff>(size - kLastBytes, 0));
+    file.seekg(std::max<std::streamoff>(size - kMaxBytes, 0));
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::vector<std::string> lastLines(const std::string& text) {
-    std::vector<std::string> lines;
-    size_t end = text.size();
-    if (end > 0 && text[end - 1] == '\n') --end;
-    while (end > 0 && lines.size() < kLastLines) {
-        const size_t before = text.rfind('\n', end - 1);
-        const size_t begin = before == std::string::npos ? 0 : before + 1;
-        lines.push_back(text.substr(begin, end - begin));
-        end = begin > 0 ? begin - 1 : 0;
-    }
-    std::reverse(lines.begin(), lines.end());
+std::vector<std::string> lastLines(std::string_view text) {
+    if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
+    if (text.empty()) return {};
+    std::vector<std::string> lines = android::base::Split(std::string(text), "\n");
+    if (static_cast<std::ptrdiff_t>(lines.size()) > kMaxLines)
+        lines.erase(lines.begin(), lines.end() - kMaxLines);
     return lines;
 }
 
@@ -97,10 +94,8 @@ ordered_json readTvState(double seconds) {
     const pid_t pid = start(program, {kTvProgram, "show", "--json"}, input.get());
     if (pid < 0) return failure(program + ": " + strerror(errno));
     input.reset();
-    const auto limit = std::chrono::duration<double>(seconds);
     std::string text;
-    const bool complete =
-        readAll(output.get(), Clock::now() + std::chrono::duration_cast<Clock::duration>(limit), text);
+    const bool complete = readAll(output.get(), timeIn(seconds), text);
     if (!complete) kill(pid, SIGKILL);
     int status = 0;
     waitpid(pid, &status, 0);

@@ -33,14 +33,4 @@ bool differs(double a, double b) {
     return static_cast<float>(a) != static_cast<float>(b);
 }
 
-size_t countRounded(const ChannelCalibration& requested) {
-    const ChannelCalibration applied = appliedValues(requested);
-    size_t count = (differs(requested.level, applied.level) ? 1U : 0U) +
-                   (differs(requested.delay, applied.delay) ? 1U : 0U);
-    for (size_t band = 0; band < kBands; ++band) {
-        if (differs(requested.gains[band], applied.gains[band])) ++count;
-    }
-    return count;
-}
-
 }  // namespace hidlaudio::client

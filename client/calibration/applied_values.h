@@ -15,7 +15,4 @@ ChannelCalibration appliedValues(const ChannelCalibration& requested);
 /** Returns whether the values differ as floats, the type in which the service receives them. */
 bool differs(double a, double b);
 
-/** Returns how many of a channel's values (level, delay, gains) are rounded when they are applied. */
-size_t countRounded(const ChannelCalibration& requested);
-
 }  // namespace hidlaudio::client

@@ -80,7 +80,7 @@ void checkKeys(Entry& entry) {
     }
 }
 
-void checkTwice(Entry& entry, const Calibration& before) {
+void checkUnique(Entry& entry, const Calibration& before) {
     const auto twice = std::find_if(before.begin(), before.end(), [&entry](const ChannelCalibration& other) {
         return !other.channel.empty() && other.channel == entry.channel.channel;
     });
@@ -92,7 +92,7 @@ void readEntry(const json& value, size_t index, Reading& reading) {
     if (value.is_object()) {
         readName(entry);
         checkKeys(entry);
-        checkTwice(entry, reading.calibration);
+        checkUnique(entry, reading.calibration);
         readNumber(entry, "level", entry.channel.level);
         readNumber(entry, "delay", entry.channel.delay);
         readGains(entry);
@@ -105,7 +105,7 @@ void readEntry(const json& value, size_t index, Reading& reading) {
 }  // namespace
 
 Reading readCalibrationFile(std::string_view text) {
-    text = withoutMark(text);
+    text = withoutByteOrderMark(text);
     Reading reading;
     reading.faults = findJsonFaults(text);
     const json document = json::parse(text, nullptr, false);

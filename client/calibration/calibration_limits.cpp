@@ -8,56 +8,52 @@
 namespace hidlaudio::client {
 namespace {
 
-/** A level or gain of a channel. */
-struct Value {
-    std::string name;     // "FL, band 3 (40 Hz)"
-    std::string pointer;  // "/0/equalizer/3"
-    double& decibels;
+/** The checks of one channel. */
+struct Check {
+    ChannelCalibration& channel;
+    std::string pointer;  // JSON pointer to the channel; empty if messages have none
+    BeyondLimit beyond;
+    Reading& reading;
 };
 
-/** Returns the name of a value for messages. The channel's name is empty if it was rejected. */
-std::string nameOf(const ChannelCalibration& channel, const std::string& what) {
-    return channel.channel.empty() ? what : channel.channel + ", " + what;
+/** Returns the start of a message. The channel's name is empty if it was rejected. */
+std::string placeOf(const Check& check, const std::string& name, const std::string& below) {
+    const std::string& channel = check.channel.channel;
+    const std::string value = channel.empty() ? name : channel + ", " + name;
+    return check.pointer.empty() ? value + ": " : check.pointer + below + " (" + value + "): ";
 }
 
-std::string placeOf(const std::string& name, const std::string& pointer, Place place) {
-    return place == Place::JsonPointer ? pointer + " (" + name + ")" : name;
-}
-
-void limitDecibels(const Value& value, BeyondLimit beyond, Place place, Reading& reading) {
-    const double clamped = std::clamp(value.decibels, -kLargestGain, kLargestGain);
-    if (shortText(value.decibels) == shortText(clamped)) return;  // equal as floats
-    const std::string what = placeOf(value.name, value.pointer, place) + ": " + shortText(value.decibels) +
-                             " dB exceeds the limit of " + shortText(clamped) + " dB";
-    if (beyond == BeyondLimit::Clamp) {
-        reading.notes.push_back(what + "; the limit is used");
-        value.decibels = clamped;
+void limitDecibels(const Check& check, double& decibels, const std::string& name, const std::string& below) {
+    const double clamped = std::clamp(decibels, -kLargestGain, kLargestGain);
+    if (shortText(decibels) == shortText(clamped)) return;  // equal as floats
+    const std::string message = placeOf(check, name, below) + shortText(decibels) +
+                                " dB exceeds the limit of " + shortText(clamped) + " dB";
+    if (check.beyond == BeyondLimit::Clamp) {
+        check.reading.notes.push_back(message + "; the limit is used");
+        decibels = clamped;
     } else {
-        reading.faults.push_back(what + "; --clamp uses the limit");
+        check.reading.faults.push_back(message + "; --clamp uses the limit");
     }
 }
 
-void limitDelay(const ChannelCalibration& channel, const std::string& pointer, Place place,
-                Reading& reading) {
-    if (channel.delay >= 0 && shortText(channel.delay) == shortText(std::min(channel.delay, kLongestDelay)))
-        return;
-    reading.faults.push_back(placeOf(nameOf(channel, "delay"), pointer + "/delay", place) + ": " +
-                             shortText(channel.delay) + " ms is outside 0 to 10 ms");
+void limitDelay(const Check& check) {
+    const double delay = check.channel.delay;
+    if (delay >= 0 && shortText(delay) == shortText(std::min(delay, kLongestDelay))) return;
+    check.reading.faults.push_back(placeOf(check, "delay", "/delay") + shortText(delay) +
+                                   " ms is outside 0 to 10 ms");
 }
 
 }  // namespace
 
 void applyLimits(Reading& reading, BeyondLimit beyond, Place place) {
     for (size_t i = 0; i < reading.calibration.size(); ++i) {
-        ChannelCalibration& channel = reading.calibration[i];
-        const std::string pointer = "/" + std::to_string(i);
-        limitDecibels({nameOf(channel, "level"), pointer + "/level", channel.level}, beyond, place, reading);
-        limitDelay(channel, pointer, place, reading);
-        for (size_t band = 0; band < kBands; ++band) {
-            limitDecibels({nameOf(channel, bandName(band)), pointer + "/equalizer/" + std::to_string(band),
-                           channel.gains[band]},
-                          beyond, place, reading);
-        }
+        const std::string pointer = place == Place::JsonPointer ? "/" + std::to_string(i) : "";
+        const Check check{reading.calibration[i], pointer, beyond, reading};
+        limitDecibels(check, check.channel.level, "level", "/level");
+        limitDelay(check);
+        for (size_t band = 0; band < kBands; ++band)
+            limitDecibels(check, check.channel.gains[band], bandName(band),
+                          "/equalizer/" + std::to_string(band));
     }
 }
 

@@ -153,7 +153,7 @@ int load(const Invocation& invocation, const Options& options) {
 }
 
 /** Converts the arguments of --channel. Returns the exit status. */
-int takeChannels(const std::vector<std::string>& words, Options& options) {
+int parseChannels(const std::vector<std::string>& words, Options& options) {
     options.text.channels.clear();
     for (const std::string& word : words) {
         const std::string channel = channelOf(word);
@@ -183,7 +183,7 @@ void addCalibrationLoad(CLI::App* parent, Invocation& invocation) {
     CLI::App* command = addCommand(
         parent, invocation, "load", "Store results from a file", kFooter,
         [&invocation, options, channels] {
-            const int status = takeChannels(*channels, *options);
+            const int status = parseChannels(*channels, *options);
             return status != kDone ? status : load(invocation, *options);
         },
         [options] { return !options->dryRun || options->keep; });

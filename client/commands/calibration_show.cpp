@@ -28,7 +28,7 @@ int writeFile(const Invocation& invocation, const std::string& path, const std::
 }
 
 /** Reports faults of the stored results: the service returns the content of its file unchecked. */
-void noteWhatCannotBeLoaded(const std::string& text) {
+void noteFaults(const std::string& text) {
     for (const std::string& fault : readCalibrationFile(text).faults)
         note("`audioctl calibration load` will refuse this: " + fault);
 }
@@ -38,7 +38,7 @@ int save(const Invocation& invocation, const std::string& path) {
     if (const int status = readStored(invocation, calibration); status != kDone) return status;
     if (calibration.empty()) note("no results are stored: the list is empty");
     const std::string text = writeCalibrationFile(calibration);
-    noteWhatCannotBeLoaded(text);
+    noteFaults(text);
     if (!path.empty()) return writeFile(invocation, path, text);
     if (invocation.json) return printValue(invocation, toJson(calibration), "");
     fputs(text.c_str(), stdout);

@@ -29,7 +29,7 @@ void setTimer(double seconds) {
     setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
-void takeAlarms() {
+void handleAlarms() {
     struct sigaction action{};
     action.sa_handler = expire;
     sigaction(SIGALRM, &action, nullptr);
@@ -47,7 +47,7 @@ Deadline::Deadline(const Invocation& invocation, const std::string& service) {
     snprintf(expiredMessage, sizeof(expiredMessage), "audioctl: no answer from %.400s within %g s\n",
              service.c_str(), seconds);
     host::flushOutput();  // expire() discards buffered output
-    takeAlarms();
+    handleAlarms();
     setTimer(seconds);
 }
 

@@ -86,7 +86,7 @@ unique_fd makeTemporary(const fs::path& folder, mode_t mode, fs::path& path) {
  * Copies the mode of the replaced file `old` to the new one, and owner and group if this process may set
  * them. Returns false with errno if the mode cannot be set.
  */
-bool takeAttributes(int fd, const struct stat& old) {
+bool copyAttributes(int fd, const struct stat& old) {
     mode_t mode = old.st_mode & 0777;
     const bool groupKept =
         fchown(fd, old.st_uid, old.st_gid) == 0 || fchown(fd, static_cast<uid_t>(-1), old.st_gid) == 0;
@@ -109,7 +109,7 @@ std::string replaceFile(const fs::path& target, const struct stat* old, const st
                    : "cannot create a temporary file in " + folderOf(target).string() + ": " + reason;
     }
     std::string problem = writeTo(fd.get(), content);
-    if (problem.empty() && ((old != nullptr && !takeAttributes(fd.get(), *old)) || fsync(fd.get()) != 0 ||
+    if (problem.empty() && ((old != nullptr && !copyAttributes(fd.get(), *old)) || fsync(fd.get()) != 0 ||
                             rename(temporary.c_str(), target.c_str()) != 0))
         problem = strerror(errno);
     if (!problem.empty()) unlink(temporary.c_str());

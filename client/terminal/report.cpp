@@ -33,14 +33,19 @@ int printValue(const Invocation& invocation, const json& value, const std::strin
     return kDone;
 }
 
+const char* meaningOf(int32_t result, std::initializer_list<ResultMeaning> meanings, const char* otherwise) {
+    for (const ResultMeaning& known : meanings) {
+        if (known.result == result) return known.meaning;
+    }
+    return otherwise;
+}
+
 int reportResult(const Invocation& invocation, const char* method, int32_t result,
                  std::initializer_list<ResultMeaning> meanings, const char* otherwise) {
     if (invocation.json) printJson({{"result", result}});
     if (result == 0) return kDone;
-    for (const ResultMeaning& known : meanings) {
-        if (known.result == result) otherwise = known.meaning;
-    }
-    return fail(kRefused, std::string(method) + " returned " + std::to_string(result) + ": " + otherwise);
+    return fail(kRefused, std::string(method) + " returned " + std::to_string(result) + ": " +
+                              meaningOf(result, meanings, otherwise));
 }
 
 }  // namespace hidlaudio::client

@@ -31,6 +31,9 @@ struct ResultMeaning {
     const char* meaning;
 };
 
+/** Returns the meaning of a result code, or `otherwise` if it is not listed. */
+const char* meaningOf(int32_t result, std::initializer_list<ResultMeaning> meanings, const char* otherwise);
+
 /**
  * Reports the result code of `method`. Prints {"result": N} with --json. If the code is not 0, prints its
  * meaning from `meanings`, or `otherwise` if it is not listed there, to standard error. Returns kDone for 0,

@@ -57,6 +57,12 @@ bool isRounded(const Column& column, size_t row) {
     return differs(valueOf(column.requested, row), valueOf(column.applied, row));
 }
 
+bool hasRounded(const Column& column) {
+    size_t row = 0;
+    while (row < kRows && !isRounded(column, row)) ++row;
+    return row < kRows;
+}
+
 std::vector<Column> columnsOf(const Calibration& calibration) {
     std::vector<Column> columns;
     for (const ChannelCalibration& channel : calibration) {
@@ -64,10 +70,11 @@ std::vector<Column> columnsOf(const Calibration& calibration) {
             return column.requested.level == channel.level && column.requested.delay == channel.delay &&
                    column.requested.gains == channel.gains;
         });
+        const Column column{channel.channel, channel, appliedValues(channel)};
         if (same != columns.end()) {
             same->names += "," + channel.channel;
-        } else if (countRounded(channel) > 0) {
-            columns.push_back({channel.channel, channel, appliedValues(channel)});
+        } else if (hasRounded(column)) {
+            columns.push_back(column);
         }
     }
     return columns;

@@ -57,7 +57,7 @@ std::string channelOf(std::string_view word) {
 std::vector<std::string> channelsNamedIn(std::string_view text) {
     std::vector<std::string> channels;
     for (size_t number = 0; !text.empty();) {
-        const TextLine line = takeLine(text, number);
+        const TextLine line = removeLine(text, number);
         if (line.keyword == "channel") addChannels(line, channels);
     }
     return channels;

@@ -45,7 +45,7 @@ void addGains(Import& import, const Gains& gains) {
     import.filtered |= import.selected;
 }
 
-std::string takeChannel(Import& import, const TextLine& line) {
+std::string selectChannel(Import& import, const TextLine& line) {
     import.selected = selectChannels(line, import.channels, import.notes, import.faults);
     if (line.body.empty()) import.faults.add(line.number, "no channel after \"Channel:\"");
     return "";
@@ -58,7 +58,7 @@ std::vector<std::string> numberOf(const TextLine& line, const char* unit) {
     return words;
 }
 
-std::string takePreamp(Import& import, const TextLine& line) {
+std::string addPreamp(Import& import, const TextLine& line) {
     if (import.options.level) return "ignored because of --level";
     const std::vector<std::string> words = numberOf(line, "db");
     if (words.size() != 1) return quote(line.body) + " is not a gain in dB";
@@ -68,7 +68,7 @@ std::string takePreamp(Import& import, const TextLine& line) {
     return "";
 }
 
-std::string takeDelay(Import& import, const TextLine& line) {
+std::string addDelay(Import& import, const TextLine& line) {
     if (import.options.delay) return "ignored because of --delay";
     const std::vector<std::string> words = numberOf(line, "ms");
     if (words.size() != 1) return quote(line.body) + " is not a delay in ms";
@@ -78,7 +78,7 @@ std::string takeDelay(Import& import, const TextLine& line) {
     return "";
 }
 
-std::string takeGraphicEq(Import& import, const TextLine& line) {
+std::string addGraphicEq(Import& import, const TextLine& line) {
     Gains gains{};
     import.wanted |= import.selected;
     std::string reason = parseGraphicEq(line.body, gains);
@@ -95,7 +95,7 @@ void noteIfMissed(Import& import, const TextLine& line, const Filter& filter, co
                                       " dB of its " + signedText(filter.gain, 1) + " dB");
 }
 
-std::string takeFilter(Import& import, const TextLine& line) {
+std::string addFilter(Import& import, const TextLine& line) {
     import.wanted |= import.selected;
     const FilterLine parsed = parseFilter(line.body);
     if (!parsed.reason.empty()) return parsed.reason;
@@ -111,14 +111,14 @@ std::string takeFilter(Import& import, const TextLine& line) {
 
 struct Keyword {
     const char* name;
-    std::string (*take)(Import& import, const TextLine& line);
+    std::string (*apply)(Import& import, const TextLine& line);
 };
 
-constexpr Keyword kKeywords[] = {{"channel", takeChannel},
-                                 {"preamp", takePreamp},
-                                 {"delay", takeDelay},
-                                 {"graphiceq", takeGraphicEq},
-                                 {"filter", takeFilter}};
+constexpr Keyword kKeywords[] = {{"channel", selectChannel},
+                                 {"preamp", addPreamp},
+                                 {"delay", addDelay},
+                                 {"graphiceq", addGraphicEq},
+                                 {"filter", addFilter}};
 
 struct Command {
     const char* name;
@@ -154,12 +154,12 @@ std::string refusalOf(const TextLine& line) {
 }
 
 /** Returns an empty string if the line was used, or why it was not. */
-std::string takeTextLine(Import& import, const TextLine& line) {
+std::string applyLine(Import& import, const TextLine& line) {
     if (line.keyword == "device") return "";  // "all": others are refused
     for (const Keyword& keyword : kKeywords) {
         if (line.keyword != keyword.name) continue;
-        if (keyword.take != takeChannel && import.selected.none()) return "none of its channels is loaded";
-        return keyword.take(import, line);
+        if (keyword.apply != selectChannel && import.selected.none()) return "none of its channels is loaded";
+        return keyword.apply(import, line);
     }
     return quote(line.whole) + " is not understood";
 }
@@ -185,16 +185,16 @@ std::string describeSection(const TextLine& heading) {
 }
 
 /** Processes the lines up to the first section, which adds a fault: its lines have another format. */
-void takeText(Import& import, std::string_view text) {
+void applyLines(Import& import, std::string_view text) {
     TextLine before;
     for (size_t number = 0; !text.empty();) {
-        const TextLine line = takeLine(text, number);
+        const TextLine line = removeLine(text, number);
         if (isBlankOrComment(line)) continue;
         if (isSection(before, line)) return import.faults.add(before.number, describeSection(before));
         before = line;
         const std::string refusal = refusalOf(line);
         if (!refusal.empty()) import.faults.add(line.number, refusal);
-        const std::string reason = refusal.empty() ? takeTextLine(import, line) : "";
+        const std::string reason = refusal.empty() ? applyLine(import, line) : "";
         if (!reason.empty()) import.notes.add(line.number, reason);
     }
 }
@@ -219,28 +219,28 @@ Reading finish(const Import& import) {
     if (nothingUsed && reading.faults.empty())
         reading.faults.emplace_back(
             "the text is not JSON and has no usable \"GraphicEQ:\" or \"Filter:\" line");
-    std::string useless;
+    std::string unusable;
     for (size_t i = 0; i < import.channels.size(); ++i) {
         const std::string& channel = import.channels[i];
         if (import.wanted[i] && !import.filtered[i])
-            useless += (useless.empty() ? "" : ", ") + channel;
+            unusable += (unusable.empty() ? "" : ", ") + channel;
         else if (!import.touched[i] && !nothingUsed)
             reading.notes.push_back("no line applies to " + channel + ", which becomes flat");
     }
-    if (!useless.empty()) reading.faults.push_back("none of the filters for " + useless + " can be used");
+    if (!unusable.empty()) reading.faults.push_back("none of the filters for " + unusable + " can be used");
     return reading;
 }
 
 }  // namespace
 
 Reading readEqualizerText(std::string_view text, const TextOptions& options) {
-    text = withoutMark(text);
+    text = withoutByteOrderMark(text);
     Import import{options, chooseChannels(text, options), {}, Selection().set(), {}, {}, {}, {}, {}};
     import.channels.resize(std::min(import.channels.size(), kMaxChannels));
     for (const std::string& channel : import.channels) {
         import.calibration.push_back({channel, options.level.value_or(0), options.delay.value_or(0), {}});
     }
-    takeText(import, text);
+    applyLines(import, text);
     roundGains(import.calibration);
     return finish(import);
 }

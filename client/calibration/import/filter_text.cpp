@@ -82,7 +82,7 @@ const Type* findType(const std::string& name) {
 }
 
 /** Returns the type whose name is at `next`, or `nullptr` if it is unknown. Advances `next` past the name. */
-const Type* takeType(const Words& words, size_t& next) {
+const Type* parseType(const Words& words, size_t& next) {
     const std::string& name = words[next++];
     // "Q" is part of the type in "LS Q Fc 100 Hz", but not in "LS Q 0.7 Fc 100 Hz".
     const bool hasQ = next < words.size() && words[next] == "q" &&
@@ -97,7 +97,7 @@ const Type* takeType(const Words& words, size_t& next) {
  * Parses the slope of a shelf, such as "6 dB", if there is one at `next`, and advances `next` past it.
  * Returns an empty string, or an error message.
  */
-std::string takeSlope(const Words& words, size_t& next, Values& values) {
+std::string parseSlope(const Words& words, size_t& next, Values& values) {
     if (next + 1 >= words.size() || words[next + 1] != "db") return "";
     const Quantity slope = readSlope(words[next]);
     values.slope = slope.value;
@@ -106,7 +106,7 @@ std::string takeSlope(const Words& words, size_t& next, Values& values) {
 }
 
 /** Parses the setting at `next` and advances `next` past it. Returns an empty string, or an error message. */
-std::string takeSetting(const Words& words, size_t& next, Values& values) {
+std::string parseSetting(const Words& words, size_t& next, Values& values) {
     const Setting* setting = findSetting(words[next]);
     if (setting == nullptr) return "unknown word " + quote(words[next]) + " in a filter";
     if (values.*setting->value) return quote(words[next]) + " is given twice";
@@ -195,13 +195,13 @@ FilterLine parseFilter(std::string_view text) {
     if (words[0] == "off" || (words.size() == 2 && words[1] == "none")) return {};
     if (words.size() == 1) return refuse("the filter has no type");
     size_t next = 1;
-    const Type* type = takeType(words, next);
+    const Type* type = parseType(words, next);
     if (type == nullptr) {
         return refuse("filter type " + quote(words[1]) + " is not supported; only peaks and shelves are");
     }
     Values values;
-    std::string reason = type->shape != FilterShape::Peak ? takeSlope(words, next, values) : "";
-    while (next < words.size() && reason.empty()) reason = takeSetting(words, next, values);
+    std::string reason = type->shape != FilterShape::Peak ? parseSlope(words, next, values) : "";
+    while (next < words.size() && reason.empty()) reason = parseSetting(words, next, values);
     return reason.empty() ? makeFilter(*type, values) : refuse(reason);
 }
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "client/calibration/display/biquad_response.h"
+#include "biquad_response.h"
 
 namespace hidlaudio::client {
 

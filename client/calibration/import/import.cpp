@@ -8,8 +8,8 @@ namespace hidlaudio::client {
 namespace {
 
 bool isJson(std::string_view text) {
-    const size_t first = withoutMark(text).find_first_not_of(" \t\r\n");
-    const char c = first == std::string_view::npos ? ' ' : withoutMark(text)[first];
+    const size_t first = withoutByteOrderMark(text).find_first_not_of(" \t\r\n");
+    const char c = first == std::string_view::npos ? ' ' : withoutByteOrderMark(text)[first];
     return c == '[' || c == '{';
 }
 

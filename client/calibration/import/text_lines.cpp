@@ -18,7 +18,7 @@ std::string keywordOf(std::string_view text) {
 
 }  // namespace
 
-TextLine takeLine(std::string_view& text, size_t& number) {
+TextLine removeLine(std::string_view& text, size_t& number) {
     const size_t end = std::min(text.find_first_of("\r\n"), text.size());
     TextLine line;
     line.number = ++number;
@@ -35,7 +35,7 @@ TextLine takeLine(std::string_view& text, size_t& number) {
     return line;
 }
 
-std::string_view withoutMark(std::string_view text) {
+std::string_view withoutByteOrderMark(std::string_view text) {
     return text.substr(0, kMark.size()) == kMark ? text.substr(kMark.size()) : text;
 }
 

@@ -18,9 +18,9 @@ struct TextLine {
 };
 
 /** Removes the first line from `text` and returns it. Increments `number`. Lines end with LF, CR LF or CR. */
-TextLine takeLine(std::string_view& text, size_t& number);
+TextLine removeLine(std::string_view& text, size_t& number);
 
 /** Returns the text without a UTF-8 byte order mark. */
-std::string_view withoutMark(std::string_view text);
+std::string_view withoutByteOrderMark(std::string_view text);
 
 }  // namespace hidlaudio::client

@@ -2,7 +2,7 @@
 #include <cmath>
 #include <complex>
 
-#include "client/calibration/display/biquad_response.h"
+#include "client/calibration/import/biquad_response.h"
 #include "client/calibration/import/filter_text.h"
 #include "reading.h"
 
