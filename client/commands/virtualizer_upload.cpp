@@ -18,6 +18,7 @@
 #include "client/commands.h"
 #include "client/services/apply_result.h"
 #include "client/services/service_call.h"
+#include "client/terminal/progress.h"
 #include "host/program/number_argument.h"
 
 namespace hidlaudio::client {
@@ -33,7 +34,7 @@ using Clock = std::chrono::steady_clock;
 using Bytes = std::vector<uint8_t>;
 
 /** Default time-out of an upload, in seconds. The service reports its end within 40 s. */
-constexpr double kUploadSeconds = 60;
+constexpr double kLongestUpload = 60;
 
 struct Options {
     std::string kind;
@@ -51,32 +52,55 @@ struct Upload {
     std::string name;
     Bytes data;
     int32_t handle = 0;
-    sp<ApplyResult> listener;
+    sp<ApplyResult> end;
     Clock::time_point begin = Clock::now();
 
-    /** Makes one call, within one Deadline. Returns the exit status. */
-    template <typename... Arguments>
-    int call(int32_t& result, Return<int32_t> (IHeadphoneVirtualizer::*method)(Arguments...),
-             const std::common_type_t<Arguments>&... arguments) const {
+    /** Makes a call that returns a number, within one Deadline. Returns the exit status. */
+    template <typename Call>
+    int call(int32_t& answer, Call make) const {
         const Deadline deadline(invocation, name);
-        return Service<IHeadphoneVirtualizer>(service, name).call(result, method, arguments...);
+        const Return<int32_t> returned = make();
+        const int status = examine(returned, name);
+        if (status == kDone) answer = returned;
+        return status;
     }
 };
 
-constexpr std::initializer_list<ResultMeaning> kCallMeanings = {
+struct Meaning {
+    int32_t result;
+    const char* words;
+};
+
+constexpr Meaning kCallMeanings[] = {
     {-1, "the buffer does not exist: another client has allocated one of this kind"},
     {-2, "too much data for one call or for the buffer"},
     {-3, "busy: an upload is in progress"},
     {-5, "not supported: the back-end controller cannot be reached"},
 };
 
-constexpr std::initializer_list<ResultMeaning> kEndMeanings = {
+constexpr Meaning kEndMeanings[] = {
     {0, "the controller has accepted the parameters"},
     {1, "canceled"},
     {-1, "the controller reported an error"},
     {-2, "it took longer than 20 s, could not be sent, or the controller reported an unknown status"},
     {-3, "it could not be prepared, or the controller aborted it"},
 };
+
+template <size_t size>
+const char* wordsFor(const Meaning (&meanings)[size], int32_t result) {
+    for (const Meaning& known : meanings) {
+        if (known.result == result) return known.words;
+    }
+    return "an unknown result";
+}
+
+double seconds(Clock::duration time) {
+    return std::chrono::duration<double>(time).count();
+}
+
+Clock::duration duration(double time) {
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(time));
+}
 
 /** Reads the file, which must not be empty. Returns the exit status. */
 int readFile(const std::string& path, Bytes& bytes) {
@@ -96,14 +120,15 @@ int readFile(const std::string& path, Bytes& bytes) {
 }
 
 int refused(const char* method, int32_t result) {
-    return fail(kRefused, StringPrintf("%s returned %d: %s", method, result,
-                                       meaningOf(result, kCallMeanings, "an unknown result")));
+    return fail(kRefused,
+                StringPrintf("%s returned %d: %s", method, result, wordsFor(kCallMeanings, result)));
 }
 
 int allocate(Upload& upload) {
     const ParamType kind = upload.options.kind == "hrtf" ? ParamType::HRTF : ParamType::DEVICE;
-    const int status = upload.call(upload.handle, &IHeadphoneVirtualizer::allocateParameterBuffer, kind,
-                                   static_cast<int32_t>(upload.data.size()));
+    const int status = upload.call(upload.handle, [&] {
+        return upload.service->allocateParameterBuffer(kind, static_cast<int32_t>(upload.data.size()));
+    });
     if (status != kDone || upload.handle != 0) return status;
     return fail(kRefused, "allocateParameterBuffer returned 0: the service does not have enough memory");
 }
@@ -111,39 +136,41 @@ int allocate(Upload& upload) {
 int chooseChunk(const Upload& upload, size_t& chunk) {
     int32_t largest = upload.options.chunk;
     int status = kDone;
-    if (largest == 0) status = upload.call(largest, &IHeadphoneVirtualizer::getMaxAppendSize);
+    if (largest == 0) status = upload.call(largest, [&] { return upload.service->getMaxAppendSize(); });
     if (status == kDone && largest <= 0) status = refused("getMaxAppendSize", largest);
     chunk = static_cast<size_t>(largest);
     return status;
 }
 
-int appendAll(Upload& upload) {
+int sendAll(Upload& upload) {
     size_t chunk = 0;
     int status = chooseChunk(upload, chunk);
+    Progress progress(upload.data.size());
     for (size_t sent = 0; sent < upload.data.size() && status == kDone;) {
         const size_t size = std::min(chunk, upload.data.size() - sent);
         hidl_vec<uint8_t> piece;
         piece.setToExternal(upload.data.data() + sent, size);
         int32_t result = 0;
-        status = upload.call(result, &IHeadphoneVirtualizer::append, upload.handle, piece);
+        status = upload.call(result, [&] { return upload.service->append(upload.handle, piece); });
         if (status == kDone && result != 0) status = refused("append", result);
         sent += size;
+        progress.show(sent);
     }
     return status;
 }
 
 int apply(Upload& upload) {
-    upload.listener = new ApplyResult;
-    const Return<bool> linked = upload.service->linkToDeath(upload.listener, 0);
+    upload.end = new ApplyResult;
+    const Return<bool> linked = upload.service->linkToDeath(upload.end, 0);
     if (!linked.isOk() || !linked) return fail(kNoService, upload.name + " ended during the call");
     int32_t result = 0;
-    const int status = upload.call(result, &IHeadphoneVirtualizer::apply, upload.handle, upload.listener);
+    const int status = upload.call(result, [&] { return upload.service->apply(upload.handle, upload.end); });
     return status == kDone && result != 0 ? refused("apply", result) : status;
 }
 
 int cancel(Upload& upload) {
     int32_t result = 0;
-    const int status = upload.call(result, &IHeadphoneVirtualizer::cancel, upload.handle);
+    const int status = upload.call(result, [&] { return upload.service->cancel(upload.handle); });
     if (status == kDone && result != 0) {
         note(StringPrintf("cancel returned %d: there is nothing to cancel, or the controller refused",
                           result));
@@ -151,21 +178,21 @@ int cancel(Upload& upload) {
     return status;
 }
 
-/** Waits for the result of the upload, and cancels it after --cancel-after. Returns the exit status. */
-int waitForResult(Upload& upload) {
-    const double limit = upload.invocation.timeout.value_or(kUploadSeconds);
-    const double cancelAfter = upload.options.cancelAfter.value_or(0);
-    const auto end = timeIn(limit + cancelAfter);
-    if (upload.options.cancelAfter && !upload.listener->wait(timeIn(cancelAfter))) {
+/** Waits for the end of the upload, and cancels it after --cancel-after. Returns the exit status. */
+int awaitEnd(Upload& upload) {
+    const double limit = upload.invocation.timeout.value_or(kLongestUpload);
+    const auto start = Clock::now();
+    if (upload.options.cancelAfter && !upload.end->wait(start + duration(*upload.options.cancelAfter))) {
         if (const int status = cancel(upload); status != kDone) return status;
     }
-    if (upload.listener->wait(end)) return kDone;
+    const double extra = upload.options.cancelAfter.value_or(0);
+    if (upload.end->wait(start + duration(limit + extra))) return kDone;
     return fail(kTimedOut, StringPrintf("no result from %s within %g s", upload.name.c_str(), limit));
 }
 
 /** Prints the result of the upload. Returns the exit status. */
 int report(const Upload& upload, const std::optional<int32_t>& result) {
-    const double time = std::chrono::duration<double>(Clock::now() - upload.begin).count();
+    const double time = seconds(Clock::now() - upload.begin);
     const size_t size = upload.data.size();
     const int32_t code = result.value_or(0);
     if (upload.invocation.json) {
@@ -178,25 +205,24 @@ int report(const Upload& upload, const std::optional<int32_t>& result) {
                static_cast<double>(size) / time / 1048576, result ? "" : "; the upload continues");
     }
     if (code == 0) return kDone;
-    return fail(kRefused, StringPrintf("the upload ended with %d: %s", code,
-                                       meaningOf(code, kEndMeanings, "an unknown result")));
+    return fail(kRefused, StringPrintf("the upload ended with %d: %s", code, wordsFor(kEndMeanings, code)));
 }
 
 int run(Upload& upload) {
     int status = allocate(upload);
     if (status != kDone) return status;
-    status = appendAll(upload);
+    status = sendAll(upload);
     if (status == kDone) status = apply(upload);
     if (status == kRefused) {
         // Release the service's memory: this program does not try again.
         int32_t ignored = 0;
-        upload.call(ignored, &IHeadphoneVirtualizer::discardParameterBuffer, upload.handle);
+        upload.call(ignored, [&] { return upload.service->discardParameterBuffer(upload.handle); });
     }
     if (status != kDone) return status;
     if (upload.options.noWait) return report(upload, std::nullopt);
-    status = waitForResult(upload);
+    status = awaitEnd(upload);
     if (status != kDone) return status;
-    const std::optional<int32_t> result = upload.listener->result();
+    const std::optional<int32_t> result = upload.end->result();
     return result ? report(upload, result) : fail(kNoService, upload.name + " ended during the upload");
 }
 
