@@ -100,7 +100,7 @@ Json Session::serve(const Json& request) {
     if (target.object == nullptr) return invalidReply("unknown object");
     if (operation == "call") return call(target, request);
     if (operation == "cast") return cast(target, request);
-    if (operation == "link") return link(target);
+    if (operation == "link") return link(target, numberIn(request, "link"));
     if (operation == "same") {
         const sp<IBase> other = table_.find(numberIn(request, "other")).object;
         return reply(android::hardware::interfacesEqual(target.object, other));
@@ -133,17 +133,14 @@ Json Session::cast(const KnownObject& target, const Json& request) {
     return reply(object == nullptr ? Json() : table_.toJson(object, interface->name));
 }
 
-Json Session::link(const KnownObject& target) {
+Json Session::link(const KnownObject& target, uint64_t number) {
     const sp<hidl_death_recipient> recipient = new DeathRecipient(*this);
-    uint64_t number = 0;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        number = ++lastLink_;
         links_[number] = {target.object, recipient};
     }
     const auto linked = target.object->linkToDeath(recipient, number);
-    if (!linked.isOk()) return failedReply(linked);
-    return reply(linked ? Json(number) : Json());
+    return linked.isOk() ? reply(static_cast<bool>(linked)) : failedReply(linked);
 }
 
 Json Session::unlink(const Json& request) {

@@ -52,14 +52,13 @@ class Session : public hidl_json::RelayHandler {
     Json findService(const Json& request);
     Json call(const KnownObject& target, const Json& request);
     Json cast(const KnownObject& target, const Json& request);
-    Json link(const KnownObject& target);
+    Json link(const KnownObject& target, uint64_t number);
     Json unlink(const Json& request);
     Json registerService(const Json& request);
 
     const int control_;
     ObjectTable table_;
     std::mutex mutex_;
-    uint64_t lastLink_ = 0;
     std::map<uint64_t, Link> links_;
 };
 
