@@ -326,7 +326,10 @@ class Client:
             methods = self._methods(interface)
             method = next(found for found in methods.values() if found.name == message["method"])
             arguments = method.decode_arguments(self._types, message["arguments"], self)
-            result = _function_of(methods, target, method.python_name)(*arguments)
+            function = _function_of(methods, target, method.python_name)
+            if function is None:
+                raise AttributeError(f"{type(target).__name__} does not implement {method.python_name}()")
+            result = function(*arguments)
             return method.encode_results(self._types, result, self)
         except BaseException as error:  # even SystemExit and pytest's failures, which would end only this thread
             self.callback_errors.append(error)
@@ -334,19 +337,20 @@ class Client:
 
 
 def _function_of(methods, target, name):
+    """Returns the implementation of a method, or None."""
     if isinstance(target, dict):
-        return target[name]
+        return target.get(name)
     function = getattr(target, name, None)
-    if function is None and len(methods) == 1 and callable(target):
-        return target
-    return function
+    return target if function is None and len(methods) == 1 and callable(target) else function
 
 
 def _check_callback(methods, value, path):
-    for name in methods:
-        function = value.get(name) if isinstance(value, dict) else _function_of(methods, value, name)
-        if not callable(function):
-            raise TypeError(f"{path}: {type(value).__name__} has no method {name}")
+    """An implementation may leave methods out: a call of them is an error of the callback."""
+    unknown = [name for name in value if name not in methods] if isinstance(value, dict) else []
+    if unknown:
+        raise TypeError(f"{path}: the interface has no method {unknown[0]!r}")
+    if not any(callable(_function_of(methods, value, name)) for name in methods):
+        raise TypeError(f"{path}: {type(value).__name__} has none of the methods {', '.join(methods)}")
 
 
 def _status_name(number):

@@ -59,10 +59,18 @@ def _note(line, tvs, clients):
     elif kind == b"gone":
         tvs.pop(text, None)
     else:
+        _forget_ended(clients)
         try:
             clients.append(os.pidfd_open(int(text)))
         except OSError:
             pass  # it has ended
+
+
+def _forget_ended(clients):
+    ended, _, _ = select.select(clients, [], [], 0)
+    for client in ended:
+        clients.remove(client)
+        os.close(client)
 
 
 def _signal(client):

@@ -53,7 +53,8 @@ class Tv:
         self.generation = 0
         self._clock = clock
         self._running = {}      # the processes by program, until the next start
-        self._expected = set()  # programs that may end
+        self._expected = set()  # programs that may end, until they are started again
+        self._dying = set()     # programs that a fault may kill
         self._reported = set()
         self.log = Log(self.path / "log")
         self.files = Files(self.path)
@@ -186,13 +187,16 @@ class Tv:
             raise TypeError("a fault needs one of status, delay and dies")
         text = "dies" if dies else str(status) if delay is None else f"delay={round(delay * 1000)}"
         if dies:
-            self.expect_end("audio_hal" if function in _HAL_FUNCTIONS else "hidlaudio")
+            self._dying.add("audio_hal" if function in _HAL_FUNCTIONS else "hidlaudio")
         counts = [str(count or _ALL_CALLS), str(after)] if count or after else []
         self.command("fault", "--", function, text, *counts)
         return Fault(self, function)
 
     def clear_faults(self):
         self.command("fault", "--clear")
+        for name, process in self._running.items():
+            self._note_end(name, process)
+        self._dying.clear()
 
     def state(self):
         """Returns the state of the TV, as `tv show --json` prints it."""
@@ -226,7 +230,7 @@ class Tv:
         return self._running[program]
 
     def _note_end(self, name, process):
-        if process.poll() is not None and name not in self._expected:
+        if process.poll() is not None and name not in self._expected | self._dying:
             self._reported.add(f"{name} ended with status {process.returncode}, which the test did not expect")
             self._expected.add(name)
 

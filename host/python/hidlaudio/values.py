@@ -93,7 +93,7 @@ class Types:
         number = self._encode_double(type_, value, path, objects)
         if not isinstance(number, str):
             try:
-                struct.pack("f", number)
+                struct.pack("<f", number)
             except OverflowError:
                 raise ValueError(f"{path}: {value!r} is out of range of float") from None
         return number
