@@ -15,7 +15,7 @@ import weakref
 from . import programs
 from .channel import Channel, ChannelClosed
 from .errors import CallTimeout, ClientEnded, DeadObject, HidlError, ServiceNotFound, TransactionError
-from .guardian import guard
+from .guardian import guard, pause
 
 _SERVICES = {"hdmi": "IHdmiAudio", "listener": "IOutputEncodingStatusListener", "external": "IOutputExternal",
              "speaker": "IOutputSpeaker", "calibration": "IAcousticCalibration", "center": "ICenterSpeaker",
@@ -193,7 +193,8 @@ class Client:
         return self._process.pid
 
     def pause(self):
-        self._signal(signal.SIGSTOP)
+        self._check_runs()
+        pause(self._process)
 
     def resume(self):
         self._signal(signal.SIGCONT)
@@ -218,9 +219,12 @@ class Client:
             self.kill()
         self._control.close()
 
-    def _signal(self, number):
+    def _check_runs(self):
         if self._process.poll() is not None:
             raise ClientEnded(f"client {self.pid} has ended")
+
+    def _signal(self, number):
+        self._check_runs()
         self._process.send_signal(number)
 
     def _methods(self, interface):

@@ -21,7 +21,8 @@ def guard(kind, text):
     global _guardian
     with _lock:
         if _guardian is None or _guardian[0] != os.getpid():
-            process = subprocess.Popen([sys.executable, "-S", "-E", __file__, str(os.getpid())],
+            # -I: the modules of this folder must not hide those of the standard library.
+            process = subprocess.Popen([sys.executable, "-I", "-S", __file__, str(os.getpid())],
                                        stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
                                        stderr=subprocess.DEVNULL, start_new_session=True)
             _guardian = (os.getpid(), process)
@@ -30,6 +31,12 @@ def guard(kind, text):
             _guardian[1].stdin.flush()
         except OSError:
             pass  # it was killed
+
+
+def pause(process):
+    """Stops a child process and waits until all its threads are stopped, or it ends."""
+    process.send_signal(signal.SIGSTOP)
+    os.waitid(os.P_PID, process.pid, os.WSTOPPED | os.WEXITED | os.WNOWAIT)
 
 
 def _main(owner):

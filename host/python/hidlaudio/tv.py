@@ -13,7 +13,7 @@ from pathlib import Path
 from . import programs
 from .client import Client
 from .errors import TvError
-from .guardian import guard
+from .guardian import guard, pause
 from .log import Log
 from .tv_values import BackEnd, Config, Eeprom, Files, HalParameters
 
@@ -155,7 +155,7 @@ class Tv:
         self.wait_for_end(program)
 
     def pause(self, program):
-        self._process(program).send_signal(signal.SIGSTOP)
+        pause(self._process(program))
 
     def resume(self, program):
         self._process(program).send_signal(signal.SIGCONT)
