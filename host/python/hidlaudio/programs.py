@@ -8,7 +8,6 @@ from pathlib import Path
 from .errors import TvError
 from .values import Types
 
-PRIVATE_FOLDER = "lib/hidlaudio"  # below the prefix of an installation
 _chosen = None
 
 
@@ -32,7 +31,8 @@ def program(name):
     """Returns the path of a program. Raises TvError if it is not there."""
     folders = _candidates()
     for folder in folders:
-        for file in (folder / name, folder.parent / PRIVATE_FOLDER / name):
+        # hidl_client is in the folder of libraries: of the build, or of an installation.
+        for file in (folder / name, folder.parent / "lib" / name, *folder.parent.glob(f"lib/*/hidlaudio/{name}")):
             if file.is_file():
                 return file
     raise TvError(f"no program {name} in {' or '.join(map(str, folders))}; build it, or set HIDLAUDIO_PROGRAMS")
