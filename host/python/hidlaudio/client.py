@@ -6,7 +6,6 @@ import os
 import re
 import signal
 import socket
-import subprocess
 import threading
 import time
 import types
@@ -15,7 +14,8 @@ import weakref
 from . import programs
 from .channel import Channel, ChannelClosed
 from .errors import CallTimeout, ClientEnded, DeadObject, HidlError, ServiceNotFound, TransactionError
-from .guardian import guard, pause
+from .guardian import guard
+from .processes import pause, start, wait_for_end
 
 _SERVICES = {"hdmi": "IHdmiAudio", "listener": "IOutputEncodingStatusListener", "external": "IOutputExternal",
              "speaker": "IOutputSpeaker", "calibration": "IAcousticCalibration", "center": "ICenterSpeaker",
@@ -141,10 +141,10 @@ class Client:
         self._callback_numbers = {}  # the numbers by object and interface
         self._control, other = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
         self.log = tv.new_client_log()
-        with other, open(self.log, "ab") as log:
-            self._process = subprocess.Popen([program, str(other.fileno())], pass_fds=[other.fileno()],
-                                             env=tv.environment(), stdin=subprocess.DEVNULL, stdout=log, stderr=log)
-        guard("client", self._process.pid)
+        with other:
+            self._process = start(program, [str(other.fileno())], self.log, pass_fds=[other.fileno()],
+                                  env=tv.environment())
+        guard("process", self._process.pid)
         threading.Thread(target=self._accept, daemon=True).start()
         tv.clients.append(self)
 
@@ -213,9 +213,7 @@ class Client:
             self._control.shutdown(socket.SHUT_RDWR)
         except OSError:
             pass
-        try:
-            self._process.wait(10)
-        except subprocess.TimeoutExpired:
+        if wait_for_end(self._process, 10) is None:
             self.kill()
         self._control.close()
 
@@ -261,21 +259,30 @@ class Client:
             dropped.append(self._dropped.popleft())
         if dropped:
             message["drop"] = dropped
-        deadline = time.monotonic() + self.timeout
         try:
-            channel.send(message)
-            while True:
-                received = channel.receive(max(deadline - time.monotonic(), 0.001))
-                if "callback" not in received and "died" not in received:
-                    return _value_of(received)
-                channel.send({"answer": self._serve(received)})
+            reply = self._exchange(channel, message, time.monotonic() + self.timeout)
         except TimeoutError:
-            self._forget_channel()
+            self._forget_channel(channel)
             what = message.get("method") or message["do"]
             raise CallTimeout(f"{what} did not return in {self.timeout} s") from None
         except ChannelClosed:
-            self._forget_channel()
+            self._forget_channel(channel)
+            if wait_for_end(self._process, 1) is None:
+                raise HidlError("the call was abandoned, because a call from inside timed out") from None
             raise self._ended() from None
+        except BaseException:  # such as KeyboardInterrupt: the reply may still come
+            self._forget_channel(channel)
+            raise
+        return _value_of(reply)
+
+    def _exchange(self, channel, message, deadline):
+        """Sends a request and serves callbacks until its reply."""
+        channel.send(message)
+        while True:
+            received = channel.receive(max(deadline - time.monotonic(), 0.001))
+            if "callback" not in received and "died" not in received:
+                return received
+            channel.send({"answer": self._serve(received)})
 
     def _ended(self):
         return ClientEnded(f"client {self.pid} has ended; its log is {self.log}")
@@ -293,9 +300,10 @@ class Client:
             channel = self._local.channel = Channel(here)
         return channel
 
-    def _forget_channel(self):
-        self._local.channel.close()
-        self._local.channel = None
+    def _forget_channel(self, channel):
+        channel.close()
+        if self._local.channel is channel:
+            self._local.channel = None
 
     def _accept(self):
         """Serves each thread of the runtime's pool, which opens a channel, on a thread of its own."""

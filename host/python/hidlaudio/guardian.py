@@ -2,7 +2,7 @@
 """A process that ends the TVs and clients of a Python process if that is killed.
 
 Run as a program, its argument is the process. It reads lines from its input: "tv FOLDER\\tTV_PROGRAM" adds a
-TV, "gone FOLDER" removes it, "client PID" adds a client.
+TV, "gone FOLDER" removes it, "process PID" adds a client or a program of a TV.
 """
 import os
 import select
@@ -33,32 +33,30 @@ def guard(kind, text):
             pass  # it was killed
 
 
-def pause(process):
-    """Stops a child process and waits until all its threads are stopped, or it ends."""
-    process.send_signal(signal.SIGSTOP)
-    os.waitid(os.P_PID, process.pid, os.WSTOPPED | os.WEXITED | os.WNOWAIT)
-
-
 def _main(owner):
-    tvs, clients = {}, []
-    owner = os.pidfd_open(owner)
+    tvs, processes = {}, []
+    watched = [0]
+    try:
+        watched.append(os.pidfd_open(owner))
+    except ProcessLookupError:
+        pass  # it was killed already
     pending = b""
     while True:
-        ready, _, _ = select.select([owner, 0], [], [])
+        ready, _, _ = select.select(watched, [], [])
         data = os.read(0, 65536) if 0 in ready else b""
         *lines, pending = (pending + data).split(b"\n")
         for line in lines:
-            _note(line, tvs, clients)
+            _note(line, tvs, processes)
         if not data:
             break
-    for client in clients:
-        _signal(client)
+    for process in processes:
+        _kill(process)
     for folder, program in tvs.items():
         subprocess.run([program, "--tv", folder + b"/tv", "shutdown"], check=False)
         shutil.rmtree(folder, ignore_errors=True)
 
 
-def _note(line, tvs, clients):
+def _note(line, tvs, processes):
     kind, _, text = line.partition(b" ")
     if kind == b"tv":
         folder, _, program = text.partition(b"\t")
@@ -66,23 +64,23 @@ def _note(line, tvs, clients):
     elif kind == b"gone":
         tvs.pop(text, None)
     else:
-        _forget_ended(clients)
+        _forget_ended(processes)
         try:
-            clients.append(os.pidfd_open(int(text)))
+            processes.append(os.pidfd_open(int(text)))
         except OSError:
             pass  # it has ended
 
 
-def _forget_ended(clients):
-    ended, _, _ = select.select(clients, [], [], 0)
-    for client in ended:
-        clients.remove(client)
-        os.close(client)
+def _forget_ended(processes):
+    ended, _, _ = select.select(processes, [], [], 0)
+    for process in ended:
+        processes.remove(process)
+        os.close(process)
 
 
-def _signal(client):
+def _kill(process):
     try:
-        signal.pidfd_send_signal(client, signal.SIGKILL)
+        signal.pidfd_send_signal(process, signal.SIGKILL)
     except OSError:
         pass  # it has ended
 

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The logs of a TV's programs."""
 import re
+import threading
 import time
 from collections import namedtuple
 from dataclasses import dataclass, field
@@ -26,12 +27,26 @@ class Log:
 
     def __init__(self, folder):
         self._folder = folder
+        self._lock = threading.Lock()
+        self._logs = {}  # the size read and the lines, by program
 
     def _lines(self):
-        lines = []
-        for file in sorted(self._folder.glob("*.log")):
-            lines += _parse(file.stem, file.read_text(errors="surrogateescape"))
+        with self._lock:
+            for file in sorted(self._folder.glob("*.log")):
+                self._read(file)
+            lines = [line for _, read in self._logs.values() for line in read]
         return sorted(lines, key=lambda line: line.time)
+
+    def _read(self, file):
+        """Reads the new lines of a program's log."""
+        size, lines = self._logs.get(file.stem, (0, []))
+        with open(file, "rb") as log:
+            log.seek(size)
+            content = log.read()
+        content = content[:content.rfind(b"\n") + 1]  # a line without its end is incomplete
+        for text in content.decode(errors="surrogateescape").split("\n")[:-1]:
+            lines.append(_parse(text, file.stem, lines))
+        self._logs[file.stem] = (size + len(content), lines)
 
     def __iter__(self):
         return iter(self._lines())
@@ -73,18 +88,13 @@ class Log:
             time.sleep(0.005)
 
 
-def _parse(program, content):
-    lines = []
-    # A line without its end may still be incomplete.
-    for index, text in enumerate(content.split("\n")[:-1]):
-        found = _LINE.fullmatch(text)
-        if found:
-            when, pid, tid, level, tag, rest = found.groups()
-            lines.append(LogLine(when, int(pid), int(tid), level, tag, rest, program, index))
-        else:
-            previous = lines[-1] if lines else None
-            lines.append(LogLine(previous.time if previous else "", 0, 0, "", "", text, program, index))
-    return lines
+def _parse(text, program, earlier):
+    found = _LINE.fullmatch(text)
+    if found:
+        when, pid, tid, level, tag, rest = found.groups()
+        return LogLine(when, int(pid), int(tid), level, tag, rest, program, len(earlier))
+    when = earlier[-1].time if earlier else ""  # the text is not of liblog
+    return LogLine(when, 0, 0, "", "", text, program, len(earlier))
 
 
 def _contains(line, text):

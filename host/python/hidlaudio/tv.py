@@ -13,8 +13,9 @@ from pathlib import Path
 from . import programs
 from .client import Client
 from .errors import TvError
-from .guardian import guard, pause
+from .guardian import guard
 from .log import Log
+from .processes import end, pause, start, wait_for_end
 from .tv_values import BackEnd, Config, Eeprom, Files, HalParameters
 
 PROGRAMS = ("audio_hal", "hidlaudio")
@@ -123,7 +124,7 @@ class Tv:
             process = self._running.pop(name, None)
             if process is not None:
                 self._note_end(name, process)
-                _stop(process)
+                end(process)
         self.generation += 1
 
     def start(self, program, clock=None, call_faults=None, wait=True):
@@ -138,10 +139,9 @@ class Tv:
         if not isinstance(call_faults, dict):
             call_faults = {"hidlaudio": call_faults}
         (self.path / "log").mkdir(mode=0o755, exist_ok=True)
-        with open(self.path / f"log/{program}.log", "ab") as log:
-            process = subprocess.Popen([programs.program(program)], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                                       env=self.environment(self._clock, call_faults.get(program)), cwd="/",
-                                       start_new_session=True)
+        process = start(programs.program(program), [], self.path / f"log/{program}.log", cwd="/",
+                        env=self.environment(self._clock, call_faults.get(program)), start_new_session=True)
+        guard("process", process.pid)
         self._running[program] = process
         self._expected.discard(program)
         self.generation += 1
@@ -170,10 +170,9 @@ class Tv:
         process = self._running.get(program)
         if process is None:
             return None
-        try:
-            status = process.wait(timeout)
-        except subprocess.TimeoutExpired:
-            raise TimeoutError(f"{program} has not ended in {timeout} s") from None
+        status = wait_for_end(process, timeout)
+        if status is None:
+            raise TimeoutError(f"{program} has not ended in {timeout} s")
         self.generation += 1
         return status
 
@@ -218,6 +217,8 @@ class Tv:
         for client in self.clients:
             client.close()
         self.shutdown()
+        if self.path.exists():
+            self.command("shutdown")  # what the test has started with `tv boot`
         shutil.rmtree(self._folder, ignore_errors=True)
         guard("gone", self._folder)
 
@@ -266,17 +267,6 @@ def _assign(mapping, values):
             mapping[key] = value
         elif key in mapping:
             del mapping[key]
-
-
-def _stop(process):
-    """Ends a program with SIGTERM, or with SIGKILL if it has not ended after one second."""
-    process.send_signal(signal.SIGCONT)
-    process.terminate()
-    try:
-        process.wait(1)
-    except subprocess.TimeoutExpired:
-        process.kill()
-        process.wait()
 
 
 def _describe(error, number):
