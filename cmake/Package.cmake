@@ -13,11 +13,17 @@ set(libraries hidlbase host_middleware host_power)
 file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${private_libdir})
 set_target_properties(${programs} PROPERTIES
   INSTALL_RPATH "$ORIGIN/${to_libraries};${HIDLAUDIO_ANDROID_LIBDIR}")
-set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO_ANDROID_LIBDIR}")
+set_target_properties(${libraries} hidl_client PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO_ANDROID_LIBDIR}")
 
 # `tv boot` starts the programs in the folder of `tv`.
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private_libdir})
+install(TARGETS hidl_client RUNTIME DESTINATION ${private_libdir})
+install(FILES $<TARGET_FILE:hidl_client>.json DESTINATION ${private_libdir})
+set(python_modules lib/python3/dist-packages)
+install(DIRECTORY host/python/hidlaudio DESTINATION ${python_modules} FILES_MATCHING PATTERN *.py PATTERN __pycache__ EXCLUDE)
+install(DIRECTORY ${CMAKE_BINARY_DIR}/host/python/dist-info/ DESTINATION ${python_modules}/hidlaudio-${PROJECT_VERSION}.dist-info)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs FILES_MATCHING PATTERN *.md PATTERN *.py PATTERN __pycache__ EXCLUDE)
 install(DIRECTORY host/stress/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/hidlaudio)
 install(FILES README.md ARCHITECTURE.md CHANGELOG.md CONTRIBUTING.md NOTICE SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 foreach(page ${HIDLAUDIO_PAGES})

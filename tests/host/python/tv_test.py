@@ -1,0 +1,142 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The TV, and what pytest reports."""
+import os
+import signal
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+import pytest
+from hidlaudio import Tv, TvError, programs
+
+PROGRAMS = str(programs.program("tv").parent)
+
+
+@pytest.mark.tv(boot=False, config={"g_audio__tv_position": 1, "g_audio__aud_speaker": None}, eeprom={"segment": 70},
+                files={"data/vendor/x": "text", "soc/audio_post/ready": None}, faults={"getParameters": 2})
+def test_options_and_mappings(tv):
+    assert tv.config["g_audio__tv_position"] == 1 and "g_audio__aud_speaker" not in tv.config
+    tv.config["g_audio__tv_position"] = -5
+    assert dict(tv.config)["g_audio__tv_position"] == tv.state()["config"]["g_audio__tv_position"] == -5
+    with pytest.raises(KeyError):
+        del tv.config["none"]
+    assert tv.eeprom["segment"] == tv.eeprom[0x10089] == 70
+    assert tv.files["data/vendor/x"] == b"text" and "soc/audio_post/ready" not in tv.files
+    assert list(tv.state()["faults"]) == ["getParameters"]
+    with tv.fault("MTEEPROM_Read", -3, count=2, after=1):
+        assert "-3" in tv.command("fault", "MTEEPROM_Read")
+    tv.clear_faults()
+    assert tv.state()["faults"] == {}
+    with pytest.raises(TvError, match="none"):
+        tv.fault("none", 1)
+    tv.bectrl.hrtf.rate = 1000
+    assert (tv.bectrl.hrtf.rate, tv.bectrl.device.rate) == (1000, 16777216)
+    tv.bectrl.hang = True
+    assert tv.bectrl.hang is True and tv.bectrl.hrtf.received is None
+    assert tv.pid("hidlaudio") is None
+
+
+def test_log(tv, client):
+    mark = tv.log.mark()
+    assert tv.log.find("setting not exist", level="D") and not tv.log.find("setting not exist", after=mark)
+    client.speaker.set_tv_position(1)
+    line = tv.log.wait_for("tv_position=", after=mark)
+    assert (line.program, line.tag, line.pid) == ("audio_hal", "AudioHal", tv.pid("audio_hal"))
+    with pytest.raises(TimeoutError, match="setParameters tv_position"):
+        tv.log.wait_for("never", timeout=0)
+
+
+def test_programs_end_and_start(tv, client):
+    old = client.speaker
+    tv.kill("hidlaudio")
+    tv.start("hidlaudio")
+    assert client.speaker.get_tv_position() == 0
+    assert client.speaker != old
+    with pytest.raises(TvError, match="running"):
+        tv.start("hidlaudio")
+    tv.reboot(clock=100)
+    assert client.speaker.get_tv_position() == 0
+
+
+# A test file that pytest runs in a process of its own.
+FAILING = '''
+import os, signal, time
+from pathlib import Path
+from hidlaudio import Events
+
+def test_callback_error(client):
+    def fail(capabilities): raise ValueError("from the callback")
+    client.hdmi.set_callback(fail)
+    client.hdmi.set_audio_capabilities(["ARC_DD_PLUS"])
+
+def test_dead_daemon(tv):
+    os.kill(tv.pid("hidlaudio"), signal.SIGKILL)
+    tv.wait_for_end("hidlaudio")
+
+def test_expected(tv):
+    tv.kill("audio_hal")
+
+def test_wait(tv, client):
+    client.hdmi
+    client.pause()
+    Path(os.environ["PIDS"]).write_text(f"{tv.pid('hidlaudio')} {tv.pid('audio_hal')} {client.pid}\\n{tv.path}\\n")
+    time.sleep(60)
+'''
+
+
+def run_pytest(folder, *arguments):
+    file = folder / "test_inner.py"
+    file.write_text(FAILING)
+    return subprocess.Popen([sys.executable, "-B", "-m", "pytest", "-p", "no:cacheprovider", "-p",
+                             "hidlaudio.pytest_plugin", "--hidlaudio-programs", PROGRAMS, *arguments, file],
+                            cwd=folder, env={**os.environ, "PIDS": str(folder / "pids")}, text=True,
+                            stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+
+
+@pytest.mark.parametrize("arguments", [(), ("-p", "xdist", "-n", "2")])
+def test_report_of_failing_tests(tmp_path, arguments):
+    output, _ = run_pytest(tmp_path, "-k", "not wait", *arguments).communicate(timeout=100)
+    assert "2 failed, 1 passed" in output
+    for text in ("ValueError: from the callback", "hidlaudio ended with status -9", "Captured log of the programs",
+                 "HIDL server side"):
+        assert text in output
+
+
+def test_killed_pytest_leaves_nothing(tmp_path):
+    process = run_pytest(tmp_path, "-k", "wait")
+    pids = tmp_path / "pids"
+    becomes_true(lambda: pids.exists() and pids.read_text().endswith("tv\n"))
+    numbers, folder = pids.read_text().splitlines()
+    process.kill()
+    process.communicate()
+    becomes_true(lambda: not Path(folder).parent.exists())
+    becomes_true(lambda: not any(is_running(int(number)) for number in numbers.split()))
+
+
+def becomes_true(condition):
+    deadline = time.monotonic() + 60
+    while not condition():
+        assert time.monotonic() < deadline
+        time.sleep(0.01)
+
+
+def is_running(pid):
+    try:
+        return Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0] != "Z"
+    except OSError:
+        return False
+
+
+def test_killed_client_frees_its_upload(tv, client, make_client):
+    tv.bectrl.hang = True
+    handle = client.virtualizer.allocate_parameter_buffer("HRTF", 1)
+    client.virtualizer.append(handle, b"x")
+    client.kill()
+    assert signal.SIGKILL == -client._process.returncode
+    assert make_client().virtualizer.allocate_parameter_buffer("HRTF", 1) > 0
+
+
+def test_boot_that_fails_shows_the_log():
+    with pytest.raises(TvError, match="hidlaudio ended"):
+        Tv(faults={"a_mtktvapi_config_get_value": {"dies": True}}).close()
