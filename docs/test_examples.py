@@ -71,8 +71,8 @@ def test_log_lines_in_order(tv, client):
     mark = tv.log.mark()
     assert upload(client, b"data").wait() == 0
     line = None
-    for text in ("[allocateParameterBuffer] start", "[append] start", "[apply] start", "Acquire Wakelock completed",
-                 "Release Wakelock completed", "paramTransferThread finished"):
+    for text in ("[allocateParameterBuffer] start", "[append] start", "[apply] start",
+                 "Acquire Wakelock completed", "Release Wakelock completed", "paramTransferThread finished"):
         line = tv.log.wait_for(text, after=line or mark, tag="AudioHV")
 
 

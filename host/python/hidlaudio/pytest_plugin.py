@@ -9,9 +9,9 @@ _TVS = pytest.StashKey()
 
 
 def pytest_addoption(parser):
-    parser.getgroup("hidlaudio").addoption("--hidlaudio-programs", metavar="DIR",
-                                           help="folder of the virtual TV's programs (default: $HIDLAUDIO_PROGRAMS, "
-                                                "or the build folder, or PATH)")
+    parser.getgroup("hidlaudio").addoption(
+        "--hidlaudio-programs", metavar="DIR",
+        help="folder of the virtual TV's programs (default: $HIDLAUDIO_PROGRAMS, or the build folder, or PATH)")
 
 
 def pytest_configure(config):

@@ -13,8 +13,9 @@ from hidlaudio import Tv, TvError, programs
 PROGRAMS = str(programs.program("tv").parent)
 
 
-@pytest.mark.tv(boot=False, config={"g_audio__tv_position": 1, "g_audio__aud_speaker": None}, eeprom={"segment": 70},
-                files={"data/vendor/x": "text", "soc/audio_post/ready": None}, faults={"getParameters": 2})
+@pytest.mark.tv(boot=False, config={"g_audio__tv_position": 1, "g_audio__aud_speaker": None},
+                eeprom={"segment": 70}, files={"data/vendor/x": "text", "soc/audio_post/ready": None},
+                faults={"getParameters": 2})
 def test_options_and_mappings(tv):
     assert tv.config["g_audio__tv_position"] == 1 and "g_audio__aud_speaker" not in tv.config
     tv.config["g_audio__tv_position"] = -5
