@@ -122,6 +122,8 @@ class World:
     def notify(self, callback, argument, upload=None):
         """The daemon calls a client, which may call back once."""
         if callback.client in self.dead_clients:
+            if upload:
+                upload.log.append(("E", headphone_virtualizer.TAG, self.FREE))
             return
         self.events.append((callback, argument))
         if not callback.calls or callback in self.played:
