@@ -16,10 +16,10 @@ from world import KEPT, NO_TAG, log_matches
 TAGS = {"HidlAudio", "hdmiaudio", "AudioOutSp", "AudioAC", "AudioHV", "MicControl", NO_TAG}
 FOLDERS = [KEPT, "soc/config/", "soc/faults/", "hal/faults/", "hal/parameters/", "soc/audio_decoder/",
            "soc/audio_post/", "soc/bectrl/", "bectrl/", "data/vendor/tmp/", "data/vendor/tmp/recipe/",
-           "proc/driver/tovi_bectrl/audio/"]
+           "proc/driver/tovi_bectrl/audio/", "power/"]
 SINGLE_FILES = ["soc/eeprom.bin", "manifest"]
 # Written by the driver, or by the uploads in an order of their own.
-UNCOMPARED = re.compile(r"proc/|bectrl/(behaviour|\w+\.\w+\.|\w+-)|.*/\.|manifest|soc/eeprom.bin")
+UNCOMPARED = re.compile(r"proc/|power/|bectrl/(behaviour|\w+\.\w+\.|\w+-)|.*/\.|manifest|soc/eeprom.bin")
 LINE = re.compile(r"[\d-]+ [\d:.]+ +(\d+) +(\d+) (\w) (.*?) *: (.*)", re.S)
 # Calls of the two paths that the main thread and the uploads make: their order is open.
 PLATFORM_CALLS = {"middleware", "hal", "kernel"}
