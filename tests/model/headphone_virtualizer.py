@@ -187,15 +187,15 @@ class HeadphoneVirtualizer:
         return result
 
     def _discard(self, world, kind):
-        name, slot = "discardParameterBufferInt", self.slots[kind]
+        name = "discardParameterBufferInt"
         world.log("D", TAG, f"[{name}] star")
-        if slot.upload:
+        if self.slots[kind].upload:
             world.log("D", TAG, f"[{name}] call cancel()")
             self._cancel(world, kind)
             self._advance(world)
-        if slot.data is not None:
+        if self.slots[kind].data is not None:
             world.log("D", TAG, f"[{name}] release memory.")
-            self.slots[kind] = slot = Slot()
+            self.slots[kind] = Slot()
         world.log("D", TAG, f"[{name}] end")
 
     def get_max_append_size(self, world):

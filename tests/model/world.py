@@ -51,7 +51,7 @@ class CallFault:
 @dataclass
 class Start:
     """How the daemon is started."""
-    clock: int = 50
+    clock: int = 4
     hal: bool = True          # whether the TV declares the audio HAL
     call_fault: CallFault = None
 
