@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "values.h"
+
+/** For the generated code: the functions of Method and Interface, for any method and interface. */
+namespace hidlaudio::hidl_json {
+
+using android::hardware::Return;
+
+/** Types of the results that a method passes to its last parameter; none if that is a plain argument. */
+template <typename Last>
+struct CallbackResults {
+    static constexpr size_t kParameters = 0;
+    using Type = std::tuple<>;
+};
+template <typename... R>
+struct CallbackResults<std::function<void(R...)>> {
+    static constexpr size_t kParameters = 1;
+    using Type = std::tuple<std::decay_t<R>...>;
+};
+
+template <typename Tuple, size_t... INDEX>
+auto prefixOf(std::index_sequence<INDEX...>) -> std::tuple<std::tuple_element_t<INDEX, Tuple>...>;
+
+/** Arguments and results of a method, by the type of the pointer to it. */
+template <typename Pointer>
+struct Signature;
+template <typename R, typename I, typename... P>
+struct Signature<Return<R> (I::*)(P...)> {
+    using Interface = I;
+    using Returned = R;
+    using Parameters = std::tuple<std::decay_t<P>...>;
+    using Last = CallbackResults<std::tuple_element_t<sizeof...(P), std::tuple<void*, std::decay_t<P>...>>>;
+    using Arguments =
+        decltype(prefixOf<Parameters>(std::make_index_sequence<sizeof...(P) - Last::kParameters>()));
+    using Results =
+        std::conditional_t<std::is_void_v<R>, typename Last::Type,
+                           std::tuple<std::conditional_t<std::is_void_v<R>, int, std::decay_t<R>>>>;
+};
+
+template <typename... T>
+Json namedToJson(const std::vector<const char*>& names, Objects& objects, const T&... values) {
+    Json json = Json::object();
+    auto name = names.begin();
+    (void)name, (void)objects;
+    ((json[*name++] = toJson(values, objects)), ...);
+    return json;
+}
+
+template <typename Tuple>
+bool namedFromJson(const std::vector<const char*>& names, const Json& json, Tuple& values, Reading& reading) {
+    auto name = names.begin();
+    (void)name;
+    return isObject(json, reading) &&
+           std::apply([&](auto&... value) { return (memberFromJson(json, *name++, value, reading) && ...); },
+                      values);
+}
+
+template <typename Tuple, size_t... INDEX>
+Json pointersToJson(const std::vector<const char*>& names, void* const* values, Objects& objects,
+                    std::index_sequence<INDEX...>) {
+    (void)values;
+    return namedToJson(names, objects, *static_cast<std::tuple_element_t<INDEX, Tuple>*>(values[INDEX])...);
+}
+
+template <auto METHOD>
+Json argumentsToJson(const Method& method, void* const* values, Objects& objects) {
+    using Arguments = typename Signature<decltype(METHOD)>::Arguments;
+    return pointersToJson<Arguments>(method.arguments, values, objects,
+                                     std::make_index_sequence<std::tuple_size_v<Arguments>>());
+}
+
+template <auto METHOD>
+Json resultsToJson(const Method& method, void* const* values, Objects& objects) {
+    using Results = typename Signature<decltype(METHOD)>::Results;
+    return pointersToJson<Results>(method.results, values, objects,
+                                   std::make_index_sequence<std::tuple_size_v<Results>>());
+}
+
+/** Calls the method and converts its results, however it returns them. */
+template <auto METHOD, typename... A>
+void callWith(const Method& method, Objects& objects, Outcome& outcome, IBase& object,
+              const A&... arguments) {
+    using Sign = Signature<decltype(METHOD)>;
+    auto& target = static_cast<typename Sign::Interface&>(object);
+    outcome.results = Json::object();
+    auto returned = [&] {
+        if constexpr (Sign::Last::kParameters != 0) {
+            return (target.*METHOD)(arguments..., [&](const auto&... results) {
+                outcome.results = namedToJson(method.results, objects, results...);
+            });
+        } else {
+            return (target.*METHOD)(arguments...);
+        }
+    }();
+    outcome.isOk = returned.isOk();
+    outcome.isDead = returned.isDeadObject();
+    if (!outcome.isOk) outcome.description = returned.description();
+    if constexpr (!std::is_void_v<typename Sign::Returned>) {
+        if (!outcome.isOk) return;
+        outcome.results =
+            namedToJson(method.results, objects, static_cast<typename Sign::Returned>(returned));
+    }
+}
+
+template <auto METHOD>
+Outcome callMethod(const Method& method, IBase& object, const Json& arguments, Objects& objects) {
+    typename Signature<decltype(METHOD)>::Arguments values{};
+    Outcome outcome;
+    Reading reading{objects};
+    if (!namedFromJson(method.arguments, arguments, values, reading)) {
+        outcome.problem = reading.problem;
+        return outcome;
+    }
+    std::apply([&](const auto&... value) { callWith<METHOD>(method, objects, outcome, object, value...); },
+               values);
+    return outcome;
+}
+
+/** Base of the relays: hands each call to the handler. */
+class RelayObject {
+  public:
+    RelayObject(uint64_t relay, RelayHandler& handler) : relay_(relay), handler_(handler) {}
+    virtual ~RelayObject() = default;
+    RelayObject(const RelayObject&) = delete;
+    RelayObject& operator=(const RelayObject&) = delete;
+
+    uint64_t relay() const { return relay_; }
+
+  protected:
+    template <typename... R, typename... A>
+    std::tuple<R...> request(const Method& method, const A&... arguments) const {
+        const Json given = namedToJson(method.arguments, handler_.objects(), arguments...);
+        const Json answer = handler_.onCall(relay_, method, given);
+        std::tuple<R...> results{};
+        Reading reading{handler_.objects()};
+        if (answer.is_object() && !namedFromJson(method.results, answer, results, reading)) return {};
+        return results;
+    }
+
+  private:
+    const uint64_t relay_;
+    RelayHandler& handler_;
+};
+
+template <typename I>
+sp<IBase> findService(const std::string& instance) {
+    return I::tryGetService(instance);
+}
+
+template <typename I>
+sp<IBase> castObject(const sp<IBase>& object) {
+    return Return<sp<I>>(I::castFrom(object)).withDefault(nullptr);
+}
+
+template <typename I>
+android::status_t registerObject(const sp<IBase>& object, const std::string& instance) {
+    return static_cast<I*>(object.get())->registerAsService(instance);
+}
+
+template <typename Relay>
+sp<IBase> makeRelay(uint64_t relay, RelayHandler& handler) {
+    return sp<IBase>(new Relay(relay, handler));
+}
+
+}  // namespace hidlaudio::hidl_json

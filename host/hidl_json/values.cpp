@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "values.h"
+
+#include <math.h>
+#include <stdlib.h>
+
+#include <charconv>
+
+namespace hidlaudio::hidl_json {
+namespace {
+
+/** Returns the length of the valid UTF-8 sequence at `text`, or 0. */
+size_t sequenceLength(const unsigned char* text, size_t left) {
+    const unsigned char lead = text[0];
+    if (lead < 0x80) return 1;
+    const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || length > left) return 0;
+    for (size_t i = 1; i < length; ++i) {
+        if ((text[i] & 0xC0) != 0x80) return 0;
+    }
+    // Overlong forms, surrogates, and code points after the last one.
+    const bool isInvalid = (lead == 0xE0 && text[1] < 0xA0) || (lead == 0xED && text[1] > 0x9F) ||
+                           (lead == 0xF0 && text[1] < 0x90) || (lead == 0xF4 && text[1] > 0x8F);
+    return isInvalid ? 0 : length;
+}
+
+bool isUtf8(const char* text, size_t size) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+    for (size_t at = 0; at < size;) {
+        const size_t length = sequenceLength(bytes + at, size - at);
+        if (length == 0) return false;
+        at += length;
+    }
+    return true;
+}
+
+/** Returns the text of a number that JSON does not have. */
+const char* notFinite(double value) {
+    if (isnan(value)) return "NaN";
+    return value > 0 ? "Infinity" : "-Infinity";
+}
+
+}  // namespace
+
+bool fail(Reading& reading, const std::string& problem) {
+    reading.problem = problem;
+    return false;
+}
+
+bool failWithin(Reading& reading, const std::string& name) {
+    const bool isPath = reading.problem.find(": ") != std::string::npos;
+    const char* const between = !isPath ? ": " : reading.problem[0] == '[' ? "" : ".";
+    reading.problem = name + between + reading.problem;
+    return false;
+}
+
+bool isObject(const Json& json, Reading& reading) {
+    return json.is_object() || fail(reading, "expected an object");
+}
+
+bool signedFromJson(const Json& json, int64_t least, int64_t most, int64_t& value, Reading& reading) {
+    if (!json.is_number_integer()) return fail(reading, "expected a whole number");
+    const bool isTooLarge = json.is_number_unsigned() && json.get<uint64_t>() > static_cast<uint64_t>(most);
+    value = json.get<int64_t>();
+    if (!isTooLarge && value >= least && value <= most) return true;
+    return fail(reading, json.dump() + " is out of range");
+}
+
+bool unsignedFromJson(const Json& json, uint64_t most, uint64_t& value, Reading& reading) {
+    if (!json.is_number_integer()) return fail(reading, "expected a whole number");
+    // A number that was not read from text is signed even if it is positive.
+    const bool isNegative = !json.is_number_unsigned() && json.get<int64_t>() < 0;
+    value = json.get<uint64_t>();
+    return (!isNegative && value <= most) || fail(reading, json.dump() + " is out of range");
+}
+
+bool doubleFromJson(const Json& json, double& value, Reading& reading) {
+    if (json.is_number()) {
+        value = json.get<double>();
+        return true;
+    }
+    for (const double number : {static_cast<double>(NAN), HUGE_VAL, -HUGE_VAL}) {
+        value = number;
+        if (json == notFinite(number)) return true;
+    }
+    return fail(reading, "expected a number");
+}
+
+Json toJson(double value, Objects&) {
+    return isfinite(value) ? Json(value) : Json(notFinite(value));
+}
+
+Json toJson(float value, Objects&) {
+    if (!isfinite(value)) return notFinite(static_cast<double>(value));
+    char text[32];
+    *std::to_chars(text, text + sizeof(text) - 1, value).ptr = '\0';
+    return strtod(text, nullptr);
+}
+
+Json toJson(const hidl_string& value, Objects&) {
+    if (isUtf8(value.c_str(), value.size())) return std::string(value.c_str(), value.size());
+    return Json::binary({value.c_str(), value.c_str() + value.size()});
+}
+
+bool fromJson(const Json& json, hidl_string& value, Reading& reading) {
+    if (json.is_binary()) {
+        value = std::string(json.get_binary().begin(), json.get_binary().end());
+        return true;
+    }
+    if (!json.is_string()) return fail(reading, "expected a string");
+    value = json.get_ref<const std::string&>();
+    return true;
+}
+
+bool fromJson(const Json& json, bool& value, Reading& reading) {
+    if (!json.is_boolean()) return fail(reading, "expected true or false");
+    value = json.get<bool>();
+    return true;
+}
+
+Json toJson(const hidl_handle& value, Objects&) {
+    const native_handle_t* handle = value.getNativeHandle();
+    if (handle == nullptr) return Json();
+    Json integers = Json::array();
+    for (int i = 0; i < handle->numInts; ++i) integers.push_back(handle->data[handle->numFds + i]);
+    return {{"descriptors", handle->numFds}, {"integers", integers}};
+}
+
+bool fromJson(const Json& json, hidl_handle& value, Reading& reading) {
+    value = nullptr;
+    return json.is_null() || fail(reading, "handles cannot be passed");
+}
+
+bool countElements(const Json& json, size_t& count, Reading& reading) {
+    if (!json.is_array() && !json.is_binary()) return fail(reading, "expected an array");
+    count = json.is_array() ? json.size() : json.get_binary().size();
+    return true;
+}
+
+}  // namespace hidlaudio::hidl_json

@@ -1,0 +1,365 @@
+# SPDX-License-Identifier: Apache-2.0
+"""A HIDL client: a process of its own that Python drives."""
+import collections
+import itertools
+import os
+import re
+import signal
+import socket
+import subprocess
+import threading
+import time
+import types
+import weakref
+
+from . import programs
+from .channel import Channel, ChannelClosed
+from .errors import CallTimeout, ClientEnded, DeadObject, HidlError, ServiceNotFound, TransactionError
+from .guardian import guard
+
+_SERVICES = {"hdmi": "IHdmiAudio", "listener": "IOutputEncodingStatusListener", "external": "IOutputExternal",
+             "speaker": "IOutputSpeaker", "calibration": "IAcousticCalibration", "center": "ICenterSpeaker",
+             "virtualizer": "IHeadphoneVirtualizer", "mic": "IMicControl"}
+
+
+class RemoteObject:
+    """An object of another process. Its methods are those of its interface, in snake_case."""
+
+    def __init__(self, client, number, interface):
+        self._client = client
+        self._number = number
+        self._interface = interface
+        self._dead = False
+        weakref.finalize(self, client._dropped.append, number)
+
+    def __getattr__(self, name):
+        method = None if name.startswith("_") else self._client._methods(self._interface).get(name)
+        if method is None:
+            raise AttributeError(f"{self._interface} has no method {name}")
+        if method.unsupported:
+            raise NotImplementedError(f"{self._interface}.{name} uses {method.unsupported}")
+
+        def call(*args, **kwargs):
+            client = self._client
+            arguments = method.encode_arguments(client._types, args, kwargs, client)
+            results = self._request("call", method=method.name, arguments=arguments)
+            return method.decode_results(client._types, results, client)
+
+        call.__name__ = name
+        return call
+
+    def __dir__(self):
+        return [*super().__dir__(), *self._client._methods(self._interface)]
+
+    def __eq__(self, other):
+        if not isinstance(other, RemoteObject):
+            return NotImplemented
+        if self._client is not other._client:
+            return False
+        return self._number == other._number or self._request("same", other=other._number)
+
+    __hash__ = None
+
+    def __repr__(self):
+        return f"<{self._interface}>"
+
+    def ping(self):
+        self._request("ping")
+
+    def interface_chain(self):
+        return self._request("chain")
+
+    def interface_descriptor(self):
+        return self._request("descriptor")
+
+    def debug(self, *options):
+        """Returns the text that the object's debug() writes."""
+        return self._request("debug", options=list(options)).decode("utf-8", "replace")
+
+    def cast(self, interface):
+        """Returns the object with the methods of another of its interfaces, or None."""
+        found = self._request("cast", interface=interface)
+        return None if found is None else self._client.decode_object(found)
+
+    def link_to_death(self, function):
+        """Calls function(service) once after the service's process has died, on another thread."""
+        link = DeathLink(self, function)
+        # Python chooses the number, because the notice may come before the reply.
+        self._client._links[link._number] = link
+        try:
+            if not self._request("link", link=link._number):
+                raise HidlError(f"{self._interface} cannot be linked to death")
+        except BaseException:
+            self._client._links.pop(link._number, None)
+            raise
+        return link
+
+    def _request(self, operation, **members):
+        try:
+            return self._client._request({"do": operation, "object": self._number, **members})
+        except DeadObject:
+            self._dead = True
+            raise
+
+
+class DeathLink:
+    """A link to the death of a service."""
+
+    def __init__(self, service, function):
+        self._service = service
+        self._function = function
+        self._number = next(service._client._numbers)
+
+    def unlink(self):
+        """Returns whether the link existed and the service had not died."""
+        client = self._service._client
+        if client._links.pop(self._number, None) is None:
+            return False
+        return client._request({"do": "unlink", "link": self._number})
+
+    def _died(self):
+        self._service._dead = True
+        self._function(self._service)
+
+
+class Client:
+    """A client process of a TV."""
+
+    def __init__(self, tv, program=None):
+        self.timeout = 30
+        self.callback_errors = []
+        self.tv = tv
+        program = program or programs.program("hidl_client")
+        self._types = programs.types_of(program)
+        self._numbers = itertools.count(1)
+        self._dropped = collections.deque()
+        self._local = threading.local()
+        self._lock = threading.Lock()
+        self._services = {}
+        self._links = {}
+        self._callbacks = {}        # the Python objects by number
+        self._callback_numbers = {}  # the numbers by object and interface
+        self._control, other = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+        self.log = tv.new_client_log()
+        with other, open(self.log, "ab") as log:
+            self._process = subprocess.Popen([program, str(other.fileno())], pass_fds=[other.fileno()],
+                                             env=tv.environment(), stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+        guard("client", self._process.pid)
+        threading.Thread(target=self._accept, daemon=True).start()
+        tv.clients.append(self)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def __getattr__(self, name):
+        if name not in _SERVICES:
+            raise AttributeError(name)
+        generation, service = self._services.get(name, (None, None))
+        if service is None or service._dead or generation != self.tv.generation:
+            # The generation is read before the look-up, so that a later start is noticed.
+            generation = self.tv.generation
+            service = self.get(self._types.newest(_SERVICES[name]))
+            self._services[name] = (generation, service)
+        return service
+
+    def get(self, interface, instance="default", wait=0):
+        """Looks a service up, for `wait` seconds at most. Raises ServiceNotFound."""
+        if interface not in self._types.interfaces:
+            raise ValueError(f"unknown interface {interface}")
+        deadline = time.monotonic() + wait
+        while True:
+            found = self._request({"do": "find", "interface": interface, "instance": instance})
+            if found is not None:
+                return self.decode_object(found)
+            if time.monotonic() >= deadline:
+                raise ServiceNotFound(f"{interface}/{instance} is not registered")
+            time.sleep(0.005)
+
+    def register(self, interface, implementation, instance="default"):
+        """Registers a Python object as a service."""
+        if interface not in self._types.interfaces:
+            raise ValueError(f"unknown interface {interface}")
+        status = self._request({"do": "register", "interface": interface, "instance": instance,
+                                "implementation": self.encode_object(interface, implementation, "implementation")})
+        if status != 0:
+            raise TransactionError(f"{interface}/{instance} cannot be registered: {status}",
+                                   _status_name(status), status)
+
+    @property
+    def pid(self):
+        return self._process.pid
+
+    def pause(self):
+        self._signal(signal.SIGSTOP)
+
+    def resume(self):
+        self._signal(signal.SIGCONT)
+
+    def kill(self):
+        self._signal(signal.SIGKILL)
+        self._process.wait()
+
+    def close(self):
+        """Ends the process in an orderly way."""
+        if self._process.poll() is not None:
+            self._control.close()
+            return
+        self._signal(signal.SIGCONT)
+        try:
+            self._control.shutdown(socket.SHUT_RDWR)
+        except OSError:
+            pass
+        try:
+            self._process.wait(10)
+        except subprocess.TimeoutExpired:
+            self.kill()
+        self._control.close()
+
+    def _signal(self, number):
+        if self._process.poll() is not None:
+            raise ClientEnded(f"client {self.pid} has ended")
+        self._process.send_signal(number)
+
+    def _methods(self, interface):
+        return self._types.interfaces.get(interface, {})
+
+    # The form of objects in messages.
+
+    def encode_object(self, interface, value, path):
+        if isinstance(value, RemoteObject):
+            if value._client is not self:
+                raise ValueError(f"{path}: the object belongs to another client")
+            return {"object": value._number}
+        _check_callback(self._methods(interface), value, path)
+        # Each access to a method of an object makes a new, equal Python object.
+        key = (value if isinstance(value, types.MethodType) else id(value), interface)
+        with self._lock:
+            if key not in self._callback_numbers:
+                number = next(self._numbers)
+                self._callback_numbers[key] = number
+                self._callbacks[number] = (interface, value)
+            return {"callback": self._callback_numbers[key], "interface": interface}
+
+    def decode_object(self, value):
+        if "callback" in value:
+            return self._callbacks[value["callback"]][1]
+        return RemoteObject(self, value["object"], value["interface"])
+
+    # Requests and callbacks.
+
+    def _request(self, message):
+        channel = self._channel()
+        dropped = []
+        while self._dropped:
+            dropped.append(self._dropped.popleft())
+        if dropped:
+            message["drop"] = dropped
+        deadline = time.monotonic() + self.timeout
+        try:
+            channel.send(message)
+            while True:
+                received = channel.receive(max(deadline - time.monotonic(), 0.001))
+                if "callback" not in received and "died" not in received:
+                    return _value_of(received)
+                channel.send({"answer": self._serve(received)})
+        except TimeoutError:
+            self._forget_channel()
+            what = message.get("method") or message["do"]
+            raise CallTimeout(f"{what} did not return in {self.timeout} s") from None
+        except ChannelClosed:
+            self._forget_channel()
+            raise self._ended() from None
+
+    def _ended(self):
+        return ClientEnded(f"client {self.pid} has ended; its log is {self.log}")
+
+    def _channel(self):
+        channel = getattr(self._local, "channel", None)
+        if channel is None:
+            here, there = socket.socketpair()
+            with there:
+                try:
+                    socket.send_fds(self._control, [b"c"], [there.fileno()])
+                except OSError:
+                    here.close()
+                    raise self._ended() from None
+            channel = self._local.channel = Channel(here)
+        return channel
+
+    def _forget_channel(self):
+        self._local.channel.close()
+        self._local.channel = None
+
+    def _accept(self):
+        """Serves each thread of the runtime's pool, which opens a channel, on a thread of its own."""
+        while True:
+            try:
+                _, descriptors, _, _ = socket.recv_fds(self._control, 1, 1)
+            except OSError:
+                return
+            if not descriptors:
+                return
+            channel = Channel(socket.socket(fileno=descriptors[0]))
+            threading.Thread(target=self._serve_pool_thread, args=(channel,), daemon=True).start()
+
+    def _serve_pool_thread(self, channel):
+        self._local.channel = channel
+        try:
+            while self._local.channel is channel:
+                message = channel.receive()
+                channel.send({"answer": self._serve(message)})
+        except ChannelClosed:
+            channel.close()
+
+    def _serve(self, message):
+        """Runs a callback or death notice. Returns the answer."""
+        try:
+            if "died" in message:
+                link = self._links.pop(message["died"], None)
+                if link is not None:
+                    link._died()
+                return {}
+            interface, target = self._callbacks[message["callback"]]
+            methods = self._methods(interface)
+            method = next(found for found in methods.values() if found.name == message["method"])
+            arguments = method.decode_arguments(self._types, message["arguments"], self)
+            result = _function_of(methods, target, method.python_name)(*arguments)
+            return method.encode_results(self._types, result, self)
+        except BaseException as error:  # even SystemExit and pytest's failures, which would end only this thread
+            self.callback_errors.append(error)
+            return {}
+
+
+def _function_of(methods, target, name):
+    if isinstance(target, dict):
+        return target[name]
+    function = getattr(target, name, None)
+    if function is None and len(methods) == 1 and callable(target):
+        return target
+    return function
+
+
+def _check_callback(methods, value, path):
+    for name in methods:
+        function = value.get(name) if isinstance(value, dict) else _function_of(methods, value, name)
+        if not callable(function):
+            raise TypeError(f"{path}: {type(value).__name__} has no method {name}")
+
+
+def _status_name(number):
+    return os.strerror(-number) if -200 < number < 0 else str(number)
+
+
+def _value_of(reply):
+    if "error" not in reply:
+        return reply.get("value")
+    text = reply["text"]
+    if reply["error"] == "invalid":
+        raise HidlError(text)
+    found = re.search(r"'(?:Status\((-?\d+)\): )?([A-Z_]+)", text)
+    status = found.group(2) if found else "DEAD_OBJECT" if reply["error"] == "dead" else text
+    code = int(found.group(1)) if found and found.group(1) else None
+    raise (DeadObject if reply["error"] == "dead" else TransactionError)(text, status, code)
