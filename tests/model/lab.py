@@ -62,12 +62,22 @@ def plain(value):
     return value
 
 
+class RecordedTv(hidlaudio.Tv):
+    """A TV whose programs record their platform calls."""
+
+    def __init__(self, calls_file, **options):
+        self.calls_file = calls_file
+        super().__init__(**options)
+
+    def environment(self, clock=1, call_faults=None):
+        return super().environment(clock, call_faults) | {"HIDLAUDIO_CALLS": self.calls_file}
+
+
 class Lab:
     def __init__(self, model):
         self.calls_file = tempfile.NamedTemporaryFile(prefix="hidlaudio-calls-")
-        os.environ["HIDLAUDIO_CALLS"] = self.calls_file.name
         self.lock = threading.RLock()
-        self.tv = hidlaudio.Tv(model=model, boot=False)
+        self.tv = RecordedTv(self.calls_file.name, model=model, boot=False)
         self.root = str(self.tv.path) + "/"
         self.factory = self.files()
         self.factory[KEPT] = b""
