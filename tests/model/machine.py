@@ -301,6 +301,26 @@ class Machine(RuleBasedStateMachine):
         self.act(client, *call)
 
     @precondition(is_running)
+    @rule(client=st.integers(0, 2), faulty=values.faulty_calls)
+    def faulty_call(self, client, faulty):
+        path, text, call = faulty
+        if path.startswith("hal/") and int(text.split()[0]) not in range(5):
+            text = "4 1"  # the HAL has no such result
+        self.put(path, text.encode() + b"\n")
+        self.act(client, *call)
+
+    @rule(client=st.integers(0, 2), call_fault=values.file_faults, call=values.file_calls)
+    def call_after_file_fault(self, client, call_fault, call):
+        self.boot(Start(SLOW, True, CallFault(*call_fault)))
+        self.act(client, *call)
+
+    @rule(client=st.integers(0, 2), fault=values.start_faults, call=values.calls)
+    def call_after_start_fault(self, client, fault, call):
+        self.put("soc/faults/" + fault[0], fault[1].encode() + b"\n")
+        self.boot(Start(clock=SLOW))
+        self.act(client, *call)
+
+    @precondition(is_running)
     @rule(first=values.calls, second=values.calls)
     def calls_at_once(self, first, second):
         def both():

@@ -94,6 +94,42 @@ calls = st.one_of(
     method("mic.get_mic_devices"),
 )
 
+# Calls that use a function of the TV, with a fault of that function: most faults do their harm at once.
+stores = st.one_of(method("external.set_force_encoding_enabled", booleans),
+                   method("speaker.set_tv_position", st.sampled_from([0, 1, 2])),
+                   method("hdmi.set_audio_capabilities", st.lists(st.sampled_from(CAPABILITIES[:7]), max_size=4)))
+loads = st.one_of(method("hdmi.get_audio_capabilities"), method("external.get_force_encoding_enabled"),
+                  method("speaker.get_surround_type"), method("speaker.get_tv_position"))
+sounds = st.one_of(method("calibration.set_enabled", booleans),
+                   method("calibration.set_smooth_delay_enabled", booleans), method("calibration.set_smooth_delay", smooth))
+switches = st.one_of(method("virtualizer.set_virtualizer_enabled", booleans),
+                     method("virtualizer.set_upmix_enabled", booleans))
+mic_calls = st.one_of(method("mic.set_mic_gain", st.just(MIC), st.floats(0, 1, width=32)),
+                      method("mic.get_mic_gain", st.just(MIC)), method("speaker.set_tv_position", st.integers(0, 1)))
+file_calls = st.one_of(
+    method("calibration.set_calibrated_data", st.lists(entries(), min_size=1, max_size=3)),
+    method("calibration.set_enabled", booleans), method("calibration.get_enabled"),
+    method("calibration.get_calibrated_data"), method("calibration.get_calibration_parameters"),
+    method("external.set_force_encoding_enabled", booleans))
+
+
+def faulty(functions, those_calls):
+    names = st.sampled_from([f"{name if '/' in name else 'soc/faults/' + name}" for name in functions])
+    return st.tuples(names, st.sampled_from(["7 1", "-5 1", "1 1 1", "3 2"]), those_calls)
+
+
+faulty_calls = st.one_of(
+    faulty(["a_mtktvapi_config_set_value"], stores), faulty(["a_mtktvapi_config_get_value"], loads),
+    faulty(["MTDRVCUST_dcustom_cust_spec_set", "MTAL_InitExCb", "MTAUDDEC_Set32EqualizerBandConfig",
+            "MTAUDDEC_SetAcVolumeOffset", "MTAUDPOST_GetParameters"], sounds),
+    faulty(["MTDRVCUST_dcustom_cust_spec_set", "MTAL_InitExCb"], switches),
+    faulty(["hal/faults/setParameters", "hal/faults/getParameters"], mic_calls))
+start_faults = st.tuples(
+    st.sampled_from(["MTAL_InitExCb", "MTAL_Init", "MTEEPROM_Init", "MTEEPROM_Read", "a_mtktvapi_config_set_value",
+                     "a_mtktvapi_config_get_value", "MTDRVCUST_dcustom_cust_spec_get",
+                     "MTDRVCUST_dcustom_cust_spec_set", "MTAUDDEC_SetAcVolumeOffset"]),
+    st.sampled_from(["7 1", "-5", "7 1 1", "3 1 2", "3 1 3"]))
+
 handles = st.sampled_from(["device", "hrtf", "device", "hrtf", 0, -1, 1, 2, 254, 255, 2**31 - 1])
 sizes = st.sampled_from([0, 1, 10, 5000, 262144, 262145, 300000, -1, -2**31])
 behaviour = st.one_of(
@@ -131,6 +167,11 @@ call_faults = st.one_of(
               st.integers(1, 3), st.just(False), errors, st.just(-1)),
     st.tuples(st.sampled_from(["write", "read", "fread"]), st.integers(1, 5), st.booleans(), st.just("EIO"),
               st.sampled_from([0, 1, 3, 20, 139])))
+
+file_faults = st.tuples(st.sampled_from(["open", "write", "read", "fopen", "fread", "fseek", "remove"]),
+                        st.integers(1, 5), booleans, errors, st.just(-1)) | st.tuples(
+    st.sampled_from(["write", "read", "fread"]), st.integers(1, 5), booleans, st.just("EIO"),
+    st.sampled_from([0, 1, 139]))
 
 zeros = st.sampled_from([b"", b"\0", b"\1", b"\2", b"\5\0\0\0", b"\0\0\1", b"\1\0\0\0\0\0\0\0"])
 files = st.one_of(
