@@ -287,6 +287,7 @@ class HeadphoneVirtualizer:
         lock = LOCKS[upload.kind]
         upload.log += [("D", TAG, f"[{THREAD}] start"), ("D", TAG, f"[{THREAD}] Acquire Wakelock {lock}")]
         status = world.injected("acquire_wake_lock")
+        world.wake_locks_stay |= status is not None  # a function with a fault does nothing, whatever it returns
         if status is not None and status < 0:
             upload.log.append(("E", TAG, f"[{THREAD}] Acquire Wakelock failed(errno:{status})."))
             self._end(world, upload, -3)
@@ -348,6 +349,7 @@ class HeadphoneVirtualizer:
         self.slots[upload.kind] = Slot()
         upload.log.append(("D", TAG, f"Release Wakelock {lock}"))
         status = world.injected("release_wake_lock")
+        world.wake_locks_stay |= status is not None
         if status is not None and status < 0:
             upload.log.append(("E", TAG, f"Release Wakelock failed(errno:{status})."))
         else:
