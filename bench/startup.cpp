@@ -3,6 +3,7 @@
 // an empty program with the same libraries.
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -23,6 +24,7 @@ namespace fs = std::filesystem;
 
 constexpr int kTurns = 15;
 constexpr int kOperations = 5;
+constexpr int kPatienceMs = 10'000;
 // Registry entry of the last name that the daemon registers.
 constexpr char kLastService[] = "com.tovi.dtv.hardware.audio@6.0::IMicControl~default";
 
@@ -54,7 +56,13 @@ double timeDaemon(pid_t* running) {
     alignas(inotify_event) char events[4096];
     const double begin = hidlaudio::bench::nowMicroseconds();
     *running = start("hidlaudio", nullptr);
-    while (!fs::exists(registry / kLastService) && read(watch, events, sizeof(events)) > 0) {
+    pollfd readable{watch, POLLIN, 0};
+    while (!fs::exists(registry / kLastService)) {
+        if (poll(&readable, 1, kPatienceMs) > 0 && read(watch, events, sizeof(events)) > 0) continue;
+        stop(*running);
+        fprintf(stderr, "bench_startup: the daemon did not register %s; see %s\n", kLastService,
+                (gRoot / "daemon.log").c_str());
+        exit(1);
     }
     const double end = hidlaudio::bench::nowMicroseconds();
     close(watch);

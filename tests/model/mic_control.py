@@ -7,15 +7,13 @@ from prediction_values import HAL_OK, f32
 
 TAG = "MicControl"
 MIC = "AUDIO_DEVICE_IN_BUILTIN_MIC"
-NUMBER = re.compile(r"\s*([+-]?(?:(?:\d+\.?\d*|\.\d+)(?:[eE][+-]?\d+)?|inf(?:inity)?|nan))(.*)", re.I | re.S)
+NUMBER = re.compile(r"\s*([+-]?(?:(?:\d+\.?\d*|\.\d+)(?:[eE][+-]?\d+)?|inf(?:inity)?|nan))", re.I)
 
 
 def leading_number(text):
-    """The number that a text begins with, as scanf reads it: "1e" is none, for its exponent is missing."""
+    """The number that a text begins with, as scanf reads it. C libraries differ in numbers that end early: "1e"."""
     found = NUMBER.match(text)
-    if found is None or re.match(r"[eE]", found[2]) and re.search(r"[\d.]$", found[1]):
-        return None
-    return f32(float(found[1]))
+    return f32(float(found[1])) if found else None
 
 
 class MicControl:
