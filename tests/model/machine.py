@@ -280,8 +280,14 @@ class Machine(RuleBasedStateMachine):
     @rule(at=st.sampled_from([19412 + 0x14, 19412 + 0x34, 19412 + 0x38, 19412 + 0x3C, 19412 + 0x48, 22340, 22344,
                               22852, 23924, 23928]), word=values.words)
     def tuning(self, at, word):
+        """Changes a word of the tuning file, and asks the service that reads it."""
         data = self.world.files.get(TUNING, b"").ljust(24576, b"\0")
         self.put(TUNING, data[:at] + struct.pack("<I", word & 0xFFFFFFFF) + data[at + 4:])
+        if at < 23924:
+            return self.world.running and self.act(0, "calibration.get_calibration_parameters", ())
+        self.boot(Start(clock=SLOW))  # the start reads the rest
+        self.act(0, "center.get_center_speaker_acoustics_type", ())
+        self.act(0, "center.get_center_speaker_latency", ())
 
     @rule(address=st.sampled_from([0x1001A, 0x10089, 0x10116]), byte=st.sampled_from([0, 1, 2, 0x52, 0x53, 0x54, 0x55]))
     def eeprom(self, address, byte):
@@ -289,6 +295,9 @@ class Machine(RuleBasedStateMachine):
             return  # a controller that the virtual TV does not have
         data = self.world.files["soc/eeprom.bin"]
         self.put("soc/eeprom.bin", data[:address] + bytes([byte]) + data[address + 1:])
+        self.boot(Start(clock=SLOW))
+        self.act(0, "center.is_center_speaker_input_available", ())
+        self.act(0, "center.is_synchronized_center_speaker_input_available", ())
 
     # --- calls ------------------------------------------------------------------------------------------
 
