@@ -22,6 +22,7 @@ using android::hardware::hidl_vec;
 
 struct Reading {
     Objects& objects;
+    // NOLINTNEXTLINE(readability-redundant-member-init): for g++
     std::string problem = {};  // the path of the wrong value and what is wrong: "data[3].gain: expected …"
 };
 

@@ -15,8 +15,9 @@ namespace hidlaudio::host {
 template <typename Number, typename... Base>
 std::optional<Number> parseNumber(std::string_view text, Base... base) {
     Number value{};
-    const char* const end = text.data() + text.size();
-    const auto [stopped, error] = std::from_chars(text.data(), end, value, base...);
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    const auto [stopped, error] = std::from_chars(begin, end, value, base...);
     return error == std::errc() && stopped == end ? std::optional(value) : std::nullopt;
 }
 
