@@ -237,14 +237,15 @@ TEST_F(Daemon, ExitsIfRegistrationFails) {
         return logOf(daemon).back();
     };
     const std::string registry = tv_ / "run/hwbinder";
-    const std::string package = registry + "/com.tovi.dtv.hardware.audio@3.1::";
+    const std::string package = "com.tovi.dtv.hardware.audio@3.1::";
     makeFile(registry);
     EXPECT_EQ(lastLine(), "E HidlAudio: ########## HIDL server side: registerAsService() is failed:");
     std::filesystem::remove(registry);
-    std::filesystem::create_directories(package + "IOutputExternal~default/in the way");
+    declare({package + "IHdmiAudio", package + "IOutputEncodingStatusListener"});
     EXPECT_EQ(lastLine(),
               "E HidlAudio: ########## HIDL OutputExternal server side: registerAsService() is failed:");
-    EXPECT_THAT(contentOf(package + "IOutputEncodingStatusListener~default"), HasSubstr("pid "))
+    EXPECT_THAT(contentOf(registry + "/services"),
+                HasSubstr(package + "IOutputEncodingStatusListener/default "))
         << "services registered before stay registered";
 }
 

@@ -241,8 +241,7 @@ class Tv:
 
     def _wait_for_services(self, program, process):
         is_hal = program == "audio_hal"
-        wanted = {name.replace("/", "~") for name in self._own_services & self._declared()
-                  if name.startswith("android.") == is_hal}
+        wanted = {name for name in self._own_services & self._declared() if name.startswith("android.") == is_hal}
         deadline = time.monotonic() + _BOOT_TIMEOUT
         while wanted:
             wanted = {name for name in wanted if not self._is_registered(name, process.pid)}
@@ -253,9 +252,9 @@ class Tv:
                 raise TvError(f"{program} has not registered {', '.join(sorted(wanted))}")
             time.sleep(0.003)
 
-    def _is_registered(self, entry, pid):
-        # The entry of a program that was killed stays.
-        return f"{pid}-".encode() in self.files.get(f"run/hwbinder/{entry}", b"")
+    def _is_registered(self, name, pid):
+        # The line of a program that was killed stays.
+        return f"\n{name} {pid} ".encode() in self.files.get("run/hwbinder/services", b"")
 
     def _end_of_log(self, program):
         return "\n".join(line.text for line in self.log if line.program == program)[-2000:]

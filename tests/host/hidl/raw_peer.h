@@ -11,6 +11,7 @@
 
 #include "fixture.h"
 #include "host/hidl/src/registry/registry.h"
+#include "host/hidl/src/registry/registry_sockets.h"
 
 namespace hidlaudio::test {
 
@@ -179,7 +180,7 @@ class RawPeer {
         RegistryEntry entry;
         EXPECT_TRUE(registryFind(ParentProbe::descriptor, instance, &entry));
         object_ = entry.object;
-        control_ = registryConnect(entry.socket);
+        control_ = registryConnect(entry.pid, entry.process);
         limitWaiting(control_.get());
     }
 

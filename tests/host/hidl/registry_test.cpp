@@ -51,7 +51,7 @@ TEST_F(RegistryTest, ServiceIsFoundByEachOfItsInterfaces) {
 
 TEST_F(RegistryTest, AnyTextOfAllowedLengthIsAValidName) {
     Service service;
-    // The file name of an entry, interface~instance, may have 255 bytes.
+    // A name, INTERFACE/INSTANCE, may have 255 bytes.
     const size_t longest = 255 - kChild.size();
     for (const std::string& name : {std::string("../../default"), std::string(" ~%41/ä\n\x7f"),
                                     std::string("zero\0zero", 9), std::string(longest, 'n')}) {
@@ -158,22 +158,28 @@ TEST_F(RegistryTest, UnusableRegistryIsReportedAsAnError) {
     host::setTvRoot(before);
 }
 
-TEST_F(RegistryTest, DamagedEntryIsNotFound) {
+TEST_F(RegistryTest, DamagedLinesHideNoOtherName) {
     Service service;
-    const std::string entry = host::tvRoot() + "/run/hwbinder/com.tovi.test.probe@1.1::IProbe~default";
-    const std::string good = contentOf(entry);
-    for (const std::string& bad : {std::string(), std::string("x"), good.substr(0, good.size() / 2),
-                                   "pid 1\nprocess 0\nobject 1\nsocket ../../x.sock\nimplements y\n" + good,
+    const std::string file = host::tvRoot() + "/run/hwbinder/services";
+    const std::string good = contentOf(file);
+    const size_t line = good.find(kChild + "default ");
+    ASSERT_NE(line, std::string::npos) << good;
+    const std::string fields = good.substr(line + kChild.size() + 8);
+    for (const std::string& bad : {std::string(), std::string("x"), std::string(" 1 0\n"), "/../x" + fields,
                                    std::string(100'000, 's')}) {
-        makeFile(entry, bad);
+        const std::string others = good.substr(0, line) + good.substr(good.find('\n', line) + 1);
+        makeFile(file, others + kChild + "default" + bad);
         EXPECT_EQ(service.get(), nullptr);
         EXPECT_EQ(ParentProbe::getService()->add(1, 2), 3);
+        EXPECT_EQ(ParentProbe::getService()->registerAnother("second", 2), android::OK);
+        EXPECT_EQ(IProbe::getService("second")->number(), 2u)
+            << "the wrong line must not reach into this one";
     }
-    std::filesystem::remove(entry);
-    ASSERT_EQ(mkfifo(entry.c_str(), 0600), 0);
+    std::filesystem::remove(file);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
     EXPECT_EQ(service.get(), nullptr) << "the look-up must not block on the FIFO";
-    std::filesystem::remove(entry);
-    makeFile(entry, good);
+    std::filesystem::remove(file);
+    makeFile(file, good);
     EXPECT_EQ(service.get()->add(1, 2), 3);
 }
 

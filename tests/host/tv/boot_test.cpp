@@ -59,8 +59,9 @@ TEST_F(Boot, RunsTheDaemonUntilShutdown) {
     const pid_t pid = daemon();
     EXPECT_TRUE(runs(pid));
     EXPECT_EQ(getsid(pid), pid) << "the daemon needs its own session, or Ctrl-C in the shell would end it";
-    EXPECT_THAT(contentOf(tv_ + "/run/hwbinder/com.tovi.dtv.hardware.audio@3.1::IOutputExternal~default"),
-                HasSubstr("pid " + std::to_string(pid) + "\n"));
+    EXPECT_THAT(
+        contentOf(tv_ + "/run/hwbinder/services"),
+        HasSubstr("\ncom.tovi.dtv.hardware.audio@3.1::IOutputExternal/default " + std::to_string(pid) + " "));
     EXPECT_THAT(mustRun({"show"}), HasSubstr("hidlaudio process " + std::to_string(pid)));
     EXPECT_THAT(mustRun({"log"}),
                 AllOf(HasSubstr("earlier\n"), HasSubstr("HIDL server side: main() is called"),

@@ -15,13 +15,14 @@
 
 #include "host/hidl/src/threads/process.h"
 #include "registry.h"
+#include "registry_folder.h"
 
 namespace android::hardware::transport {
 namespace {
 
 using hidl::manager::V1_0::IServiceNotification;
 
-/** Watches the registry's folder. Entries are created and replaced by renaming a file. */
+/** Watches the registry's folder. Its file of names is written at its end, or replaced by another. */
 class RegistrySource : public Source {
   public:
     explicit RegistrySource(base::unique_fd watch) : watch_(std::move(watch)) {}
@@ -114,7 +115,8 @@ void RegistrySource::onReadable(DispatchGuard&) {
 std::shared_ptr<RegistrySource> watchRegistry() {
     if (!makeRegistry()) return nullptr;
     base::unique_fd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (watch < 0 || inotify_add_watch(watch.get(), registryDirectory().c_str(), IN_MOVED_TO) < 0) {
+    if (watch < 0 ||
+        inotify_add_watch(watch.get(), registryDirectory().c_str(), IN_MODIFY | IN_MOVED_TO) < 0) {
         ALOGE("can't watch %s: %s", registryDirectory().c_str(), strerror(errno));
         return nullptr;
     }

@@ -15,6 +15,7 @@
 #include "manifest.h"
 #include "notifications.h"
 #include "registry.h"
+#include "registry_folder.h"
 
 namespace android::hardware {
 namespace {

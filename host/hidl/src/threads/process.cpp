@@ -11,6 +11,8 @@
 
 #include "host/hidl/src/api/proxy.h"
 #include "host/hidl/src/connection/peer.h"
+#include "host/hidl/src/registry/registry_folder.h"
+#include "host/hidl/src/registry/registry_sockets.h"
 #include "sources.h"
 
 namespace android::hardware::transport {
@@ -20,12 +22,6 @@ uint64_t randomName() {
     uint64_t name = 0;
     while (getrandom(&name, sizeof(name), 0) != sizeof(name)) {
     }
-    return name;
-}
-
-std::string socketName(uint64_t process) {
-    char name[64];
-    snprintf(name, sizeof(name), "%d-%08x.sock", getpid(), static_cast<unsigned>(process >> 32));
     return name;
 }
 
@@ -39,12 +35,15 @@ Process& Process::self() {
 Process::Process() : name_(randomName()) {}
 
 bool Process::listen() {
-    if (!socketName_.empty()) return true;
+    if (life_ >= 0) return true;
     if (!makeRegistry()) return false;
-    const std::string name = socketName(name_);
-    base::unique_fd socket = registryListen(name, &alive_);
+    registrySweep();
+    // Before the socket is there, so that no other process takes it for that of an ended one.
+    base::unique_fd life = lockLifeOf(name_);
+    if (life < 0) return false;
+    base::unique_fd socket = registryListen(name_);
     if (socket < 0) return false;
-    socketName_ = name;
+    life_ = std::move(life);
     pool_.add(std::make_shared<ListenSource>(std::move(socket)));
     return true;
 }
@@ -60,7 +59,6 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
         RegistryEntry entry;
         entry.interface = interface;
         entry.instance = instance;
-        entry.implements = interfaces.front();
         entry.pid = getpid();
         entry.process = name_;
         entry.object = binder->exportId();
@@ -69,7 +67,6 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
     std::vector<sp<BHwBinder>> replaced;  // destroyed after the mutex is released
     std::lock_guard<std::mutex> lock(mutex_);
     if (!listen()) return UNKNOWN_ERROR;
-    for (RegistryEntry& entry : entries) entry.socket = socketName_;
     registered_[binder->exportId()] = binder;
     const bool added = registryAdd(entries);
     if (added) {
@@ -153,7 +150,7 @@ void Process::endDeadLinks() {
 }
 
 std::shared_ptr<PeerConnection> Process::connect(const RegistryEntry& entry) {
-    base::unique_fd socket = registryConnect(entry.socket);
+    base::unique_fd socket = registryConnect(entry.pid, entry.process);
     Peer peer;
     if (socket < 0 || !peerOf(socket, &peer) || peer.pid != entry.pid) return nullptr;
     auto link = std::make_shared<PeerConnection>(std::move(socket), peer.pid, peer.uid);

@@ -64,8 +64,8 @@ class Process {
     const uint64_t name_;
     Pool pool_;
     std::mutex mutex_;
-    std::string socketName_ GUARDED_BY(mutex_);
-    base::unique_fd alive_ GUARDED_BY(mutex_);
+    // Tells other processes that this one lives. Held from the creation of the listening socket.
+    base::unique_fd life_ GUARDED_BY(mutex_);
     std::map<uint64_t, sp<BHwBinder>> registered_ GUARDED_BY(mutex_);
     std::map<std::string, uint64_t> names_ GUARDED_BY(mutex_);  // object by interface/instance
     std::map<uint64_t, std::weak_ptr<PeerConnection>> links_ GUARDED_BY(mutex_);  // by name of the peer
