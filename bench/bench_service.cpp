@@ -31,6 +31,15 @@ class Bench : public IBench {
     Return<int32_t> bytes(const hidl_vec<uint8_t>& data) override {
         return static_cast<int32_t>(data.size());
     }
+    Return<int32_t> serveUnder(int32_t names) override {
+        int32_t registered = 0;
+        for (int32_t i = 0; i < names; ++i)
+            registered += registerAsService("more" + std::to_string(served_++)) == android::OK ? 1 : 0;
+        return registered;
+    }
+
+  private:
+    int32_t served_ = 0;
 };
 
 constexpr char kServeOption[] = "--serve";

@@ -10,6 +10,8 @@
 namespace hidlaudio::bench {
 namespace {
 
+bool gAllGood = true;
+
 double medianTurn(const TimedOperation& operation, int operations) {
     std::vector<double> times;
     times.reserve(static_cast<size_t>(operations));
@@ -63,10 +65,19 @@ Comparison compare(const TimedOperation& ours, const TimedOperation& other, int 
     return {median(oursTimes), median(otherTimes), median(ratios)};
 }
 
+void reportColumns() {
+    printf("%-52s %10s %10s %8s %8s\n", "", "first", "second", "ratio", "wanted");
+}
+
 void report(const std::string& what, const Comparison& comparison, double wanted) {
     printf("%-52s %10.2f %10.2f %8.2f %8.2f\n", what.c_str(), comparison.ours, comparison.other,
            comparison.ratio, wanted);
     fflush(stdout);
+    if (comparison.ratio > wanted) gAllGood = false;
+}
+
+int exitStatus() {
+    return gAllGood ? 0 : 1;
 }
 
 }  // namespace hidlaudio::bench

@@ -31,7 +31,13 @@ TimedOperation timed(std::function<void()> operation);
 /** Runs both in `turns` turns of `operations` operations each, after a warm-up turn. */
 Comparison compare(const TimedOperation& ours, const TimedOperation& other, int turns, int operations);
 
-/** Prints one row: name, medians, ratio, and `wanted`, the target for the ratio at most. */
+/** Prints the names of the columns of report(). */
+void reportColumns();
+
+/** Prints one row: name, both values, ratio, and `wanted`, the highest ratio that is good enough. */
 void report(const std::string& what, const Comparison& comparison, double wanted);
+
+/** Returns the exit status of a benchmark: 0 if all reported ratios are good enough, or else 1. */
+int exitStatus();
 
 }  // namespace hidlaudio::bench

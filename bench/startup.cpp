@@ -25,8 +25,8 @@ namespace fs = std::filesystem;
 constexpr int kTurns = 15;
 constexpr int kOperations = 5;
 constexpr int kPatienceMs = 10'000;
-// Registry entry of the last name that the daemon registers.
-constexpr char kLastService[] = "com.tovi.dtv.hardware.audio@6.0::IMicControl~default";
+// The last name that the daemon registers.
+constexpr char kLastService[] = "com.tovi.dtv.hardware.audio@6.0::IMicControl/default";
 
 fs::path gBin;
 fs::path gRoot;
@@ -45,6 +45,12 @@ void stop(pid_t pid) {
     waitpid(pid, nullptr, 0);
 }
 
+bool isRegistered(const fs::path& services) {
+    std::ifstream file(services);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    return text.find(kLastService) != std::string::npos;
+}
+
 // Starts a daemon in place of `*running`. Returns the time until its last service is registered, in us.
 double timeDaemon(pid_t* running) {
     if (*running > 0) stop(*running);
@@ -52,12 +58,12 @@ double timeDaemon(pid_t* running) {
     fs::remove_all(registry);
     fs::create_directories(registry);
     const int watch = inotify_init1(IN_CLOEXEC);
-    inotify_add_watch(watch, registry.c_str(), IN_MOVED_TO);
+    inotify_add_watch(watch, registry.c_str(), IN_MODIFY);
     alignas(inotify_event) char events[4096];
     const double begin = hidlaudio::bench::nowMicroseconds();
     *running = start("hidlaudio", nullptr);
     pollfd readable{watch, POLLIN, 0};
-    while (!fs::exists(registry / kLastService)) {
+    while (!isRegistered(registry / "services")) {
         if (poll(&readable, 1, kPatienceMs) > 0 && read(watch, events, sizeof(events)) > 0) continue;
         stop(*running);
         fprintf(stderr, "bench_startup: the daemon did not register %s; see %s\n", kLastService,
@@ -110,18 +116,18 @@ int main() {
     makeTv();
 
     pid_t running = -1;
-    printf("%-52s %10s %10s %8s %8s\n", "", "first", "second", "ratio", "wanted");
+    hidlaudio::bench::reportColumns();
     hidlaudio::bench::report(
         "start of the daemon / empty program, us",
-        hidlaudio::bench::compare([&] { return timeDaemon(&running); }, timeEmpty, kTurns, kOperations), 1.5);
+        hidlaudio::bench::compare([&] { return timeDaemon(&running); }, timeEmpty, kTurns, kOperations), 1.3);
     const pid_t empty = start("bench_empty", "wait");
     usleep(100'000);
     const double daemonMiB = residentMiB(running);
     const double emptyMiB = residentMiB(empty);
-    printf("%-52s %10.2f %10.2f %8.2f %8.2f\n", "resident memory of both, their difference, MiB", daemonMiB,
-           emptyMiB, daemonMiB - emptyMiB, 3.0);
+    hidlaudio::bench::report("resident memory of the daemon / empty program, MiB",
+                             {daemonMiB, emptyMiB, daemonMiB / emptyMiB}, 1.17);
     stop(running);
     stop(empty);
     fs::remove_all(gRoot);
-    return 0;
+    return hidlaudio::bench::exitStatus();
 }
