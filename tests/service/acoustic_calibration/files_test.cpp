@@ -35,7 +35,7 @@ TEST_F(Files, ChannelsAreStoredByteForByte) {
         gains.resize(31);
         const std::string first = recordOf("FL", 9, 10, gains), second = recordOf("FRON", -9, 0, {0.5F});
         EXPECT_EQ(contentOf(data_), first + second + kMarker + kEnd);
-        struct stat status {};
+        struct stat status{};
         ASSERT_EQ(stat(data_.c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 0777, 0600U);
 
