@@ -78,11 +78,11 @@ std::string checkChannel(const std::string& word) {
 }
 
 std::string checkLevel(const std::string& text) {
-    return readQuantity("level", text, -kLargestGain, kLargestGain).reason;
+    return parseInRange("level", text, -kLargestGain, kLargestGain).reason;
 }
 
 std::string checkDelay(const std::string& text) {
-    return readQuantity("delay", text, 0, kLongestDelay).reason;
+    return parseInRange("delay", text, 0, kLongestDelay).reason;
 }
 
 int readFile(const std::string& path, std::string& text) {

@@ -29,19 +29,25 @@ double median(const Times& times) {
     return times.size() % 2 == 1 ? times[middle] : (times[middle - 1] + times[middle]) / 2;
 }
 
+/** Calls the service once. Returns the exit status, and the round-trip time in `microseconds`. */
+int callOnce(const Invocation& invocation, IBase& service, const std::string& name, double& microseconds) {
+    using Clock = std::chrono::steady_clock;
+    const Deadline deadline(invocation, name);
+    const auto begin = Clock::now();
+    const Return<void> answered = service.ping();
+    microseconds = std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
+    return examine(answered, name);
+}
+
 /** Fills and sorts `times`. Returns the exit status. */
 int measure(const Invocation& invocation, IBase& service, const std::string& name, Times& times) {
-    using Clock = std::chrono::steady_clock;
     // The first call also opens the connection, which is not part of the round trip.
-    times.insert(times.begin(), 0);
-    for (double& microseconds : times) {
-        const Deadline deadline(invocation, name);
-        const auto begin = Clock::now();
-        const Return<void> answered = service.ping();
-        microseconds = std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
-        if (const int status = examine(answered, name); status != kDone) return status;
+    double ignored = 0;
+    int status = callOnce(invocation, service, name, ignored);
+    for (size_t i = 0; status == kDone && i < times.size(); ++i) {
+        status = callOnce(invocation, service, name, times[i]);
     }
-    times.erase(times.begin());
+    if (status != kDone) return status;
     std::sort(times.begin(), times.end());
     return kDone;
 }

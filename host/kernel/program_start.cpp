@@ -52,7 +52,7 @@ void makeFolder(const std::string& path) {
 /** Locks the program on this TV. Returns the descriptor of the lock file, which must stay open. */
 int lockProgram(const std::string& root) {
     const int fd = openProgramLock(kProgram);
-    const int error = fd < 0 ? errno : takeProgramLock(fd);
+    const int error = fd < 0 ? errno : acquireProgramLock(fd);
     if (error == EBUSY)
         refuse("already runs on " + root + " as process " + std::to_string(programLockHolder(kProgram)));
     if (error != 0) refuse(fileError(programLockFile(kProgram), error));

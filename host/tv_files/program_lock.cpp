@@ -29,7 +29,7 @@ int openProgramLock(const std::string& program) {
     return openRegularFile(programLockFile(program), O_RDWR | O_CREAT, 0600);
 }
 
-int takeProgramLock(int fd) {
+int acquireProgramLock(int fd) {
     struct flock lock = writeLock();
     if (fcntl(fd, F_SETLK, &lock) == 0) return 0;
     return errno == EACCES || errno == EAGAIN ? EBUSY : errno;

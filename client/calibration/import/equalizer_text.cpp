@@ -62,7 +62,7 @@ std::string addPreamp(Import& import, const TextLine& line) {
     if (import.options.level) return "ignored because of --level";
     const std::vector<std::string> words = numberOf(line, "db");
     if (words.size() != 1) return quote(line.body) + " is not a gain in dB";
-    const Quantity gain = readGain(words[0]);
+    const ParsedNumber gain = parseGain(words[0]);
     if (!gain.reason.empty()) return gain.reason;
     changeSelected(import, [&gain](ChannelCalibration& channel) { channel.level += gain.value; });
     return "";
@@ -72,7 +72,7 @@ std::string addDelay(Import& import, const TextLine& line) {
     if (import.options.delay) return "ignored because of --delay";
     const std::vector<std::string> words = numberOf(line, "ms");
     if (words.size() != 1) return quote(line.body) + " is not a delay in ms";
-    const Quantity delay = readQuantity("delay", words[0], 0, kLargestTextDelay);
+    const ParsedNumber delay = parseInRange("delay", words[0], 0, kLargestTextDelay);
     if (!delay.reason.empty()) return delay.reason;
     changeSelected(import, [&delay](ChannelCalibration& channel) { channel.delay += delay.value; });
     return "";

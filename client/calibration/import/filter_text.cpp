@@ -42,30 +42,26 @@ struct Setting {
     const char* name;
     const char* before;  // optional word before the number
     const char* after;   // optional word after the number
-    Quantity (*read)(std::string_view text);
+    ParsedNumber (*parse)(std::string_view text);
     std::optional<double> Values::* value;
 };
 
-Quantity readCentre(std::string_view text) {
-    return readFrequency(text, kLowestCentre, kHighestCentre);
+ParsedNumber parseCenter(std::string_view text) {
+    return parseFrequency(text, kLowestCentre, kHighestCentre);
 }
 
-Quantity readQ(std::string_view text) {
-    return readQuantity("Q", text, 0.01, 100);
+ParsedNumber parseQ(std::string_view text) {
+    return parseInRange("Q", text, 0.01, 100);
 }
 
-Quantity readSlope(std::string_view text) {
-    return readQuantity("slope", text, 0.1, 24);
+ParsedNumber parseBandwidth(std::string_view text) {
+    return parseInRange("bandwidth", text, 0.01, 10);
 }
 
-Quantity readBandwidth(std::string_view text) {
-    return readQuantity("bandwidth", text, 0.01, 10);
-}
-
-constexpr Setting kSettings[] = {{"fc", "", "hz", readCentre, &Values::frequency},
-                                 {"gain", "", "db", readGain, &Values::gain},
-                                 {"q", "", "", readQ, &Values::q},
-                                 {"bw", "oct", "", readBandwidth, &Values::bandwidth}};
+constexpr Setting kSettings[] = {{"fc", "", "hz", parseCenter, &Values::frequency},
+                                 {"gain", "", "db", parseGain, &Values::gain},
+                                 {"q", "", "", parseQ, &Values::q},
+                                 {"bw", "oct", "", parseBandwidth, &Values::bandwidth}};
 
 const Setting* findSetting(const std::string& name) {
     for (const Setting& setting : kSettings) {
@@ -99,7 +95,7 @@ const Type* parseType(const Words& words, size_t& next) {
  */
 std::string parseSlope(const Words& words, size_t& next, Values& values) {
     if (next + 1 >= words.size() || words[next + 1] != "db") return "";
-    const Quantity slope = readSlope(words[next]);
+    const ParsedNumber slope = parseInRange("slope", words[next], 0.1, 24);
     values.slope = slope.value;
     next += 2;
     return slope.reason;
@@ -113,11 +109,11 @@ std::string parseSetting(const Words& words, size_t& next, Values& values) {
     ++next;
     if (next < words.size() && words[next] == setting->before) ++next;
     if (next == words.size()) return "no value after " + quote(setting->name);
-    const Quantity quantity = setting->read(words[next]);
-    values.*setting->value = quantity.value;
+    const ParsedNumber number = setting->parse(words[next]);
+    values.*setting->value = number.value;
     ++next;
     if (next < words.size() && words[next] == setting->after) ++next;
-    return quantity.reason;
+    return number.reason;
 }
 
 /** Returns the Q of a peak whose points of half the gain are `octaves` apart. */

@@ -26,8 +26,8 @@ struct Point {
 std::string readPoint(std::string_view text, Point& point) {
     const std::vector<std::string> words = splitWords(text);
     if (words.size() != 2) return quote(trim(text)) + " is not a frequency with a gain";
-    const Quantity frequency = readFrequency(words[0], kLowestPoint, kHighestPoint);
-    const Quantity gain = readGain(words[1]);
+    const ParsedNumber frequency = parseFrequency(words[0], kLowestPoint, kHighestPoint);
+    const ParsedNumber gain = parseGain(words[1]);
     point = {frequency.value, gain.value};
     return frequency.reason.empty() ? gain.reason : frequency.reason;
 }

@@ -13,22 +13,22 @@ constexpr double kLargestTextGain = 60;
 
 }  // namespace
 
-Quantity readQuantity(std::string_view what, std::string_view text, double least, double most) {
+ParsedNumber parseInRange(std::string_view what, std::string_view text, double least, double most) {
     const std::optional<double> value = parseDecimal(text);
     if (value && *value >= least && *value <= most) return {*value, ""};
     return {0, std::string(what) + " " + quote(text) + " is not a number from " + shortText(least) + " to " +
                    shortText(most)};
 }
 
-Quantity readGain(std::string_view text) {
-    return readQuantity("gain", text, -kLargestTextGain, kLargestTextGain);
+ParsedNumber parseGain(std::string_view text) {
+    return parseInRange("gain", text, -kLargestTextGain, kLargestTextGain);
 }
 
-Quantity readFrequency(std::string_view text, double least, double most) {
+ParsedNumber parseFrequency(std::string_view text, double least, double most) {
     if (hasUnclearComma(text))
         return {0,
                 "frequency " + quote(text) + " is ambiguous: its comma may separate thousands or decimals"};
-    return readQuantity("frequency", text, least, most);
+    return parseInRange("frequency", text, least, most);
 }
 
 }  // namespace hidlaudio::client

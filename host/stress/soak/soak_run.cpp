@@ -28,7 +28,6 @@ using std::chrono::steady_clock;
 constexpr int kParts = 5;
 constexpr auto kAnswerTimeout = 60s;
 constexpr auto kIdleTimeout = 5s;
-constexpr int kTries = 5;
 /** Tolerated growth in KiB, for pools and a fragmented heap. */
 constexpr long kMemorySlack = 1024;
 /** The link to the audio HAL keeps one socket for each of the two transfer threads that have called it. */
@@ -158,12 +157,18 @@ std::optional<ChildStatus> runOnIdleTv(const Soak& soak, const std::vector<std::
     return status;
 }
 
-/** Runs a command that must succeed. Retries, because on a busy machine the daemon's time-outs may expire. */
+/**
+ * Runs a command that must succeed. Retries for a while: the controller refuses an upload until it has
+ * finished a slow one whose client or time-out has ended, and on a busy machine the daemon's time-outs may
+ * expire.
+ */
 void mustSucceed(Soak& soak, const std::vector<std::string>& command) {
+    const auto deadline = steady_clock::now() + kAnswerTimeout;
     std::string errors;
-    for (int i = 0; i < kTries; ++i) {
-        if (runOnIdleTv(soak, command, errors) == 0) return;
-    }
+    do {
+        if (!daemonRuns(soak) || runOnIdleTv(soak, command, errors) == 0) return;
+        std::this_thread::sleep_for(50ms);
+    } while (steady_clock::now() < deadline);
     report(soak, "on the idle TV, `" + describe(Decision{command, {}, {}}) + "` fails: " + errors);
 }
 

@@ -31,7 +31,7 @@ namespace {
 using std::chrono::steady_clock;
 
 /** Default time-out in seconds. At its start, the daemon may wait five times, up to 20 s each. */
-constexpr unsigned kLongestStart = 180;
+constexpr unsigned kStartTimeout = 180;
 constexpr size_t kLastLines = 10;
 
 struct Started {
@@ -42,12 +42,12 @@ struct Started {
 
 struct Options {
     bool background = false;
-    unsigned timeout = kLongestStart;  // seconds until the services of a program must be registered
+    unsigned timeout = kStartTimeout;  // seconds until the services of a program must be registered
 };
 
 struct Boot {
     bool background = false;
-    unsigned timeout = kLongestStart;
+    unsigned timeout = kStartTimeout;
     LogTail log{LogTail::From::End};
     std::vector<Started> started;
 };
@@ -97,7 +97,7 @@ std::string findRunning(Boot& boot) {
 /**
  * Puts the wake locks and the back-end controller into their power-on state. Returns an error message, or "".
  */
-std::string prepare(bool hasBackEnd) {
+std::string setPowerOnState(bool hasBackEnd) {
     if (const int error = clearWakeLocks(); error != 0)
         return fileError(tvRoot() + "/power/wake_lock", error);
     std::string failed;
@@ -105,15 +105,18 @@ std::string prepare(bool hasBackEnd) {
     return error == 0 ? "" : fileError(failed, error);
 }
 
-/** Returns why the programs cannot be started, or "". If they can, the TV is in its power-on state. */
-std::string whatStandsAgainst(bool hasBackEnd, Boot& boot) {
+/**
+ * Checks that the programs can be started, and then puts the TV into its power-on state. Returns an error
+ * message, or "".
+ */
+std::string prepareStart(bool hasBackEnd, Boot& boot) {
     std::string reason = findRunning(boot);
     if (reason.empty()) reason = contentProblem(tvRoot());
     for (const std::string program : kPrograms) {
         if (reason.empty() && access(fileOf(program).c_str(), X_OK) != 0)
             reason = fileError(fileOf(program), errno);
     }
-    return reason.empty() ? prepare(hasBackEnd) : reason;
+    return reason.empty() ? setPowerOnState(hasBackEnd) : reason;
 }
 
 std::optional<Ending> endingOf(const Started& one) {
@@ -187,7 +190,7 @@ std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
     if (!reason.empty()) return reason;
     const FolderLock lock(tvRoot() + "/run");
     if (lock.error() != 0) return fileError(tvRoot() + "/run", lock.error());
-    reason = whatStandsAgainst(hasBackEnd, boot);
+    reason = prepareStart(hasBackEnd, boot);
     if (!reason.empty()) return reason;
     for (const char* program : kPrograms) {
         reason = awaitServices(boot, interrupt);

@@ -58,7 +58,7 @@ void resetSignals() {
     close_range(STDERR_FILENO + 1, lock - 1, CLOSE_RANGE_CLOEXEC);
     close_range(lock + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     fcntl(setup.lock, F_SETFD, 0);
-    if (const int error = takeProgramLock(setup.lock); error != 0) failIn(report, error);
+    if (const int error = acquireProgramLock(setup.lock); error != 0) failIn(report, error);
     dup2(setup.log, STDOUT_FILENO);
     dup2(setup.log, STDERR_FILENO);
     const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);

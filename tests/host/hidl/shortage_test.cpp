@@ -58,7 +58,7 @@ class ShortageTest : public ServedTest {
     std::string passHandle() {
         return errorOf(probe_->readFiles(files_, [](const auto&, const auto&) {}));
     }
-    std::string takeHandle() {
+    std::string createHandle() {
         return errorOf(
             probe_->wait(1, files_.first));  // the handle is no gate, so the method returns at once
     }
@@ -88,7 +88,7 @@ class ShortageTest : public ServedTest {
 TEST_F(ShortageTest, ServiceWithoutDescriptorsFailsTheCallsThatNeedOne) {
     {
         const Limited limited(service_.pid(), RLIMIT_NOFILE, lowestFree(service_.pid()));
-        EXPECT_THAT(takeHandle(), kFails);
+        EXPECT_THAT(createHandle(), kFails);
         EXPECT_THAT(echo(kLarge), kFails);
         EXPECT_THAT(make(kLarge), kNoDescriptor);
         EXPECT_THAT(callFromThread(), kFails);

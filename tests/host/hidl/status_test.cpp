@@ -40,13 +40,6 @@ TEST_F(StatusTest, ExaminedErrorsAndSuccessesDoNotAbort) {
     EXPECT_EQ(second, 8);
 }
 
-TEST_F(StatusTest, DescriptionNamesTheError) {
-    EXPECT_EQ(Status::fromStatusT(android::BAD_VALUE).description(),
-              "Status(EX_TRANSACTION_FAILED): 'BAD_VALUE: '");
-    EXPECT_THAT(Status::fromStatusT(android::TIMED_OUT).description(), HasSubstr("TIMED_OUT"));
-    EXPECT_THAT(Status::fromStatusT(-EMFILE).description(), HasSubstr("Too many open files"));
-}
-
 TEST_F(StatusTest, ServiceThatViolatesTheRulesOfResultsAborts) {
     std::string answers;
     const auto add = [&answers](const auto& text) { answers += text; };
@@ -75,12 +68,6 @@ TEST_F(StatusTest, CallWithoutResultCallbackAbortsTheClient) {
     const auto call = [&service]() noexcept { return service.get()->echoText("text", nullptr).isOk(); };
     EXPECT_DEATH((void)call(), "bad_function_call");
     EXPECT_EQ(service.get()->add(1, 2), 3);
-}
-
-TEST_F(StatusTest, IdleServiceSleeps) {
-    Service service;
-    EXPECT_EQ(service.get()->add(1, 2), 3);
-    EXPECT_TRUE(fallsAsleep(service.pid()));
 }
 
 }  // namespace

@@ -39,7 +39,9 @@ class ThreadsTest : public HidlTest {
     }
 };
 
-TEST_F(ThreadsTest, PoolOfOneServesOnlyAfterTheCallerJoins) {
+TEST_F(ThreadsTest, OnlyALargerPoolServesBeforeTheCallerJoins) {
+    Service larger({3, "larger", 0, false});
+    EXPECT_NE(servingThread(larger.get()), larger.pid());
     Service service({1, "default", 0, false});
     // The look-up calls the service, so it waits as well.
     auto found = std::async(std::launch::async, [&service] { return service.get(); });
@@ -50,11 +52,6 @@ TEST_F(ThreadsTest, PoolOfOneServesOnlyAfterTheCallerJoins) {
     EXPECT_TRUE(logged(probe, "note 1"));
     EXPECT_THAT(eventsOf(probe), ElementsAre("joined", "note 1"));
     EXPECT_EQ(servingThread(probe), service.pid());
-}
-
-TEST_F(ThreadsTest, LargerPoolServesBeforeTheCallerJoins) {
-    Service service({3, "default", 0, false});
-    EXPECT_NE(servingThread(service.get()), service.pid());
 }
 
 TEST_F(ThreadsTest, PoolServesAsManyCallsAtOnceAsItHasThreads) {

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <numeric>
-#include <thread>
 
 #include "host/tv_files/back_end_behaviour.h"
 #include "tests/support/private_tv.h"
@@ -154,17 +153,6 @@ TEST_F(BackEnd, StateIsIdleAfterProcessDiedDuringTransfer) {
     behave("");
     EXPECT_EQ(upload(1, payload_), std::pair(0, 1));
     EXPECT_EQ(received(1), payload_);
-}
-
-TEST_F(BackEnd, TwoThreadsUploadAtTheSameTime) {
-    behave("rate 50000000");
-    const auto uploads = [this](int kind) {
-        for (int i = 0; i < 20; ++i) EXPECT_EQ(upload(kind, payload_), std::pair(0, 1));
-    };
-    std::thread device(uploads, 0);
-    uploads(1);
-    device.join();
-    EXPECT_EQ(received(0), payload_);
 }
 
 }  // namespace

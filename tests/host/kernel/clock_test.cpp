@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/kernel/clock/clock.h"
 
-#include <errno.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/epoll.h>
-#include <sys/time.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
 
@@ -37,24 +34,6 @@ TEST(ScaledClock, MakesSleepsAndTimersFaster) {
     const auto passed = steady_clock::now() - start;
     EXPECT_GE(passed, 16ms);
     EXPECT_LT(passed, 20s);
-}
-
-TEST(ScaledClock, InterruptedSleepReturnsRemainingTime) {
-    struct sigaction action{};
-    action.sa_handler = [](int) {};
-    sigaction(SIGALRM, &action, nullptr);
-    // The timer repeats, because its first signal may come before the sleep begins.
-    const itimerval every10ms{{0, 10000}, {0, 10000}}, off{};
-    setClockSpeed(10U);
-    setitimer(ITIMER_REAL, &every10ms, nullptr);
-    const timespec request{1000, 0};
-    timespec left{};
-    EXPECT_EQ(nanosleep(&request, &left), -1);
-    EXPECT_EQ(errno, EINTR);
-    setitimer(ITIMER_REAL, &off, nullptr);
-    // Without conversion to the program's time, less than 100 s would remain.
-    EXPECT_GT(left.tv_sec, 500);
-    EXPECT_LT(left.tv_sec, 1000);
 }
 
 }  // namespace

@@ -19,40 +19,8 @@ using host::countedCalls;
 using host::Fault;
 using host::injectFault;
 using host::injectFaults;
-using host::ScopedFault;
 
 constexpr char kFile[] = "/data/file";
-
-/** Stores two bytes as a service does. Returns 0, or the errno of the failed call. */
-int store() {
-    const int fd = open(kFile, O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    if (fd < 0) return errno;
-    for (const char* byte : {"1", "2"}) {
-        if (write(fd, byte, 1) == 1) continue;
-        const int error = errno;
-        close(fd);
-        return error;
-    }
-    const int error = fsync(fd) == 0 ? 0 : errno;
-    return close(fd) == 0 ? error : errno;
-}
-
-TEST(Faults, EveryCallOfScenarioCanFail) {
-    const PrivateTv tv{"data"};
-    const std::pair<const char*, unsigned> calls[] = {{"open", 1}, {"write", 2}, {"fsync", 1}, {"close", 1}};
-    for (const auto& [call, times] : calls) {
-        unsigned n = 1;
-        for (;; ++n) {
-            const ScopedFault fault({call, n, EDQUOT});
-            const int error = store();
-            EXPECT_EQ(error, fault.injected() ? EDQUOT : 0) << call << " " << n;
-            if (!fault.injected()) break;
-        }
-        EXPECT_EQ(n, times + 1) << call;
-        EXPECT_EQ(store(), 0) << "the fault must be removed: " << call;
-    }
-    EXPECT_EQ(contentOf(tv / "data/file"), "12");
-}
 
 TEST(Faults, SingleAndLastingFaultsCountOnlyCallsOnTv) {
     const PrivateTv tv{"data"};

@@ -3,7 +3,6 @@
 
 #include <optional>
 #include <random>
-#include <regex>
 
 #include "host/tv_files/program_lock.h"
 #include "tests/support/becomes_true.h"
@@ -172,23 +171,6 @@ TEST_F(Boot, TimeoutNamesMissingServices) {
     useScript(kTalking, "audio_hal");
     expectTimeout("audio_hal has not registered android.hardware.audio@5.0::IDevicesFactory/default within");
     for (const char* wrong : {"0", "x", "86401"}) EXPECT_EQ(run({"boot", "--timeout", wrong}).status, 2);
-}
-
-TEST_F(Boot, UndeclaredServiceFailsBoot) {
-    useDaemon();
-    const std::string manifest = contentOf(tv_ + "/manifest");
-    const std::pair<std::string, std::string> refusals[] = {
-        {std::regex_replace(manifest, std::regex("android.hardware.audio.*"), ""),
-         "android.hardware.audio@5.0::IDevicesFactory/default must be in VINTF manifest"},
-        {std::regex_replace(manifest, std::regex(".*@6.1::IMicControl/default"), ""),
-         "com.tovi.dtv.hardware.audio@6.1::IMicControl/default must be in VINTF manifest"},
-        {"# nothing\nIMicControl\n" + manifest, tv_ + "/manifest:2: \"IMicControl\" is not a service"}};
-    for (const auto& [changed, reason] : refusals) {
-        makeFile(tv_ + "/manifest", changed);
-        const Outcome outcome = run({"boot", "--background"});
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_THAT(outcome.err, HasSubstr(reason));
-    }
 }
 
 TEST_F(Boot, KillAtAnyMomentLeavesNoUntrackedProgram) {

@@ -7,9 +7,9 @@
 #include "acoustic_calibration/AcousticCalibration.h"
 #include "host/kernel/clock/clock.h"
 #include "host/kernel/faults/faults.h"
+#include "host/kernel/log.h"
 #include "tests/support/back_end_tv.h"
 #include "tests/support/fake_hal.h"
-#include "tests/support/log_text.h"
 #include "tests/support/own_process.h"
 
 namespace hidlaudio::test {
@@ -39,23 +39,10 @@ class Calibration : public testing::Test {
     /** Constructs the service, as the daemon does at start. */
     static sp<IAcousticCalibration> start() { return new V5_1::implementation::AcousticCalibration; }
 
-    /** Starts a service on a model with or without controller. Discards the log messages. */
+    /** Starts a service on a model with or without controller. */
     sp<IAcousticCalibration> started(bool backEnd = true) {
         tv_.setModelFlag(backEnd ? '\1' : '\0');
-        sp<IAcousticCalibration> service = start();
-        logged();
-        return service;
-    }
-
-    std::vector<std::string> logged() { return takeText(log_, "AudioAC"); }
-
-    /** Takes the log and returns the texts of its errors. */
-    std::string errors() {
-        std::string text;
-        for (const std::string& line : logged()) {
-            if (line.rfind("E ", 0) == 0) text += line.substr(2) + "\n";
-        }
-        return text;
+        return start();
     }
 
     /** Returns the calibration blocks sent since the last call, as one line of hexadecimal digits each. */

@@ -4,9 +4,9 @@
 
 #include <cmath>
 
+#include "host/kernel/log.h"
 #include "mic_control/MicControl.h"
 #include "tests/support/fake_hal.h"
-#include "tests/support/log_text.h"
 #include "tests/support/own_process.h"
 #include "tests/support/private_tv.h"
 
@@ -24,43 +24,23 @@ class MicControl : public testing::Test {
   protected:
     static sp<IMicControl> start() { return new V6_1::implementation::MicControl; }
 
-    std::vector<std::string> logged() { return takeText(log_, "MicControl"); }
-
-    void expectRefused(const sp<IMicControl>& service, const std::string& device, float scale,
-                       const std::string& message) {
-        logged();
-        EXPECT_EQ(service->setMicGain(device, scale), -1);
-        EXPECT_THAT(logged(), ElementsAre("D [setMicGain] start micDevice=[" + std::string(device.c_str()) +
-                                              "] scale=[" + std::to_string(scale) + "]",
-                                          "E " + message));
-    }
-
     PrivateTv tv_{};
-    host::LogCapture log_;
+    const host::LogCapture log_;
 };
 
 TEST_F(MicControl, ListsMicrophoneAndPassesGainToHal) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IMicControl> service = start();
-        EXPECT_THAT(logged(), ElementsAre("D [MicControl] start", "D [MicControl] end"));
         std::vector<std::vector<hidl_string>> answers;
         EXPECT_TRUE(
             service->getMicDevices([&](const auto& devices) { answers.emplace_back(devices); }).isOk());
         EXPECT_THAT(answers, ElementsAre(ElementsAre(kMic)));
-        EXPECT_THAT(logged(),
-                    ElementsAre("D [getMicDevices] start", "D [getMicDevices] devices[0]=[" + kMic + "]",
-                                "D [getMicDevices] end"));
         for (const auto& [scale, text] :
              {std::pair(0.0F, "0.000000"), {0.5F, "0.500000"}, {1.0F, "1.000000"}}) {
             EXPECT_EQ(service->setMicGain(kMic, scale), 0);
-            EXPECT_THAT(logged(),
-                        ElementsAre("D [setMicGain] start micDevice=[" + kMic + "] scale=[" + text + "]",
-                                    "D [setMicGain] end ret:0"));
             EXPECT_THAT(hal->device->take(), ElementsAre(std::string("builtin_mic_gain=") + text));
         }
-        hal->device->result = Result::NOT_SUPPORTED;
-        expectRefused(service, kMic, 0.5F, "setParameters failed");
     });
 }
 
@@ -70,16 +50,12 @@ TEST_F(MicControl, RefusesInvalidGainOrDevice) {
         const sp<IMicControl> service = start();
         const float infinity = INFINITY;
         for (const float scale : {1.0001F, -0.0001F, infinity, NAN}) {
-            const std::string message = "Illegal parameters: scale:" + std::to_string(scale);
-            expectRefused(service, kMic, scale, message);
-            expectRefused(service, "other", scale, message);
+            EXPECT_EQ(service->setMicGain(kMic, scale), -1) << scale;
         }
         for (const std::string& device : {std::string(), std::string("AUDIO_DEVICE_IN_WIRED_HEADSET"),
                                           std::string("AUDIO"), kMic + "2", kMic + '\0' + "2", "x" + kMic}) {
-            const std::string message = "Illegal parameters: micDevice:" + std::string(device.c_str());
-            expectRefused(service, device, 0.5F, message);
-            EXPECT_EQ(service->getMicGain(device), 0.0F);
-            EXPECT_THAT(logged(), ElementsAre("D [getMicGain] start", "E " + message));
+            EXPECT_EQ(service->setMicGain(device, 0.5F), -1) << device;
+            EXPECT_EQ(service->getMicGain(device), 0.0F) << device;
         }
         EXPECT_THAT(hal->device->take(), IsEmpty());
     });
@@ -89,12 +65,9 @@ TEST_F(MicControl, ReadsGainFromHal) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
         const sp<IMicControl> service = start();
-        logged();
         for (const auto& [text, gain] : {std::pair("0.250000", 0.25F), {" 7.5dB", 7.5F}, {"", 0.0F}}) {
             hal->device->answer = {{"another key", text}, {"builtin_mic_gain", "0.9"}};
             EXPECT_EQ(service->getMicGain(kMic), gain) << text;
-            EXPECT_THAT(logged(), ElementsAre("D [getMicGain] start",
-                                              "D [getMicGain] end:scale = " + std::to_string(gain)));
             EXPECT_THAT(hal->device->take(), ElementsAre("builtin_mic_gain?"));
         }
         hal->device->answer = {};
@@ -102,20 +75,6 @@ TEST_F(MicControl, ReadsGainFromHal) {
         hal->device->answer = {{"builtin_mic_gain", "0.5"}};
         hal->device->result = Result::INVALID_STATE;
         EXPECT_EQ(service->getMicGain(kMic), 0.0F);
-    });
-}
-
-TEST_F(MicControl, FailsIfHalIsMissingAtStart) {
-    inOwnProcess([&] {
-        const sp<IMicControl> service = start();
-        EXPECT_THAT(logged(),
-                    ElementsAre("D [MicControl] start", "mic_control_test: E load audio interface failed",
-                                "E load audio interface failed"));
-        const sp<FakeHal> hal = FakeHal::start();  // the service looks for the HAL only at start
-        expectRefused(service, kMic, 0.5F, "PrimaryHAL getService fails");
-        EXPECT_EQ(service->getMicGain(kMic), 0.0F);
-        EXPECT_THAT(logged(), ElementsAre("D [getMicGain] start", "D [getMicGain] end:scale = 0.000000"));
-        EXPECT_EQ(hal->opens, 0);
     });
 }
 

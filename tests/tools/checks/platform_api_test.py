@@ -101,7 +101,7 @@ class PlatformApiTest(unittest.TestCase):
     def test_foreign_uses_are_reported(self):
         result = self.check("foreign.cpp")
         self.assertEqual(1, result.returncode, result.stderr)
-        reported = set(re.findall(r"^(.+?:\d+):\d+: the TV", result.stdout, re.MULTILINE))
+        reported = set(re.findall(r"^(.+?:\d+):\d+: the platform", result.stdout, re.MULTILINE))
         expected = marked(self.module / "foreign.cpp") | marked(self.module / "helper.h")
         self.assertEqual(expected, reported, result.stdout)
 

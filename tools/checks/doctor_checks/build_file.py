@@ -31,7 +31,7 @@ def check_build_file(tree, headers):
         if name.startswith(f"{PACKAGE}@") and name not in wanted:
             tree.find(FILE, line, f"{name} has no .hal files", "remove the line")
         if name.startswith("packaging/") and not tree.exists(name):
-            tree.find(FILE, line, f"{name} is not there", "name the file of packaging/")
+            tree.find(FILE, line, f"{name} does not exist", "use the name of a file in packaging/")
 
 
 def _platform_libraries(headers):

@@ -57,6 +57,6 @@ def _compare_blueprint(tree, version, generated):
     present = tree.read(file).splitlines()
     for number, (is_there, should_be) in enumerate(zip_longest(present, wanted), 1):
         if is_there != should_be:
-            gives = "no such line" if should_be is None else f"here: {should_be.strip()}"
-            tree.find(file, number, f"hidl-gen -Landroidbp gives {gives}", "write what it gives")
+            problem = "does not generate this line" if should_be is None else f"generates: {should_be.strip()}"
+            tree.find(file, number, f"hidl-gen -Landroidbp {problem}", "use the generated text")
             return

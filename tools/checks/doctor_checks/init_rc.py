@@ -26,7 +26,7 @@ def check_init_rc(tree, path, services, code_paths, own_folders):
     sections = _sections(tree)
     service = next((s for s in sections if s.words[0] == "service" and s.words[2:3] == [path]), None)
     if service is None:
-        tree.find(FILE, 1, f"starts no {path}, where {path.rsplit('/', 1)[1]} is installed",
+        tree.find(FILE, 1, f"does not start {path}, the installed program",
                   f"write: service {path.rsplit('/', 1)[1]} {path}")
     else:
         _check_options(tree, service)
@@ -44,7 +44,7 @@ def _sections(tree):
         elif sections:
             sections[-1].options.append((number, words))
         else:
-            tree.find(FILE, number, f"belongs to no section: {text}", "move it below its service or on line")
+            tree.find(FILE, number, f"is outside all sections: {text}", "move it below its service or on line")
     return sections
 
 
@@ -54,7 +54,7 @@ def _check_options(tree, service):
             tree.find(FILE, service.line, f"the service has no {name}", f"add its line: {name} …")
     hal = service.option("class")
     if hal and "hal" not in hal[1]:
-        tree.find(FILE, hal[0], "the service is not started with the HALs", "write: class hal")
+        tree.find(FILE, hal[0], "the class of the service is not hal", "write: class hal")
 
 
 def _check_interfaces(tree, service, services):
@@ -64,12 +64,12 @@ def _check_interfaces(tree, service, services):
         if words[0] != "interface":
             continue
         if len(words) != 3 or words[2] != "default":
-            tree.find(FILE, number, "is no interface and the instance default",
+            tree.find(FILE, number, "is not an interface and the instance default",
                       "write: interface NAME default")
         elif words[1] not in expected:
-            tree.find(FILE, number, f"{words[1]} is offered by no service", "remove the line")
+            tree.find(FILE, number, f"{words[1]} is not offered by any service", "remove the line")
         elif words[1] in listed:
-            tree.find(FILE, number, f"{words[1]} stands in line {listed[words[1]]} already",
+            tree.find(FILE, number, f"{words[1]} is already listed in line {listed[words[1]]}",
                       "remove the line")
         if len(words) > 1:
             listed.setdefault(words[1], number)
@@ -84,7 +84,7 @@ def _check_wake_locks(tree, service, wake_locks):
     for option, needed in (("capabilities", "BLOCK_SUSPEND"), ("group", "wakelock")):
         line, values = service.option(option) or (service.line, [])
         if wake_locks and needed not in values:
-            tree.find(FILE, line, f"{option} lacks {needed}, which the wake locks of {wake_locks[0]} need",
+            tree.find(FILE, line, f"{option} lacks {needed}, which {wake_locks[0]} needs for its wake locks",
                       f"write: {' '.join([option, *values, needed])}")
 
 
@@ -97,9 +97,9 @@ def _check_folders(tree, sections, own_folders):
         for folder in (f"/data/vendor/{'/'.join(parts[:count])}" for count in range(1, len(parts) + 1)):
             if folder in made:
                 continue
-            tree.find(FILE, 1, f"makes no folder {folder} ({file}:{line} names a file in it)",
+            tree.find(FILE, 1, f"does not create the folder {folder} ({file}:{line} names a file in it)",
                       f"add below on post-fs-data: mkdir {folder} 0770 audioserver audio")
     for number, words in ((n, w) for s in sections for n, w in s.options if w[0] == "mkdir"):
         if len(words) < 5 or not re.fullmatch(r"0[0-7]{3}", words[2]):
-            tree.find(FILE, number, "gives the folder no mode, owner and group",
+            tree.find(FILE, number, "does not set mode, owner and group of the folder",
                       "write: mkdir FOLDER MODE OWNER GROUP")

@@ -10,7 +10,7 @@ FOLDER = "interfaces"
 FROZEN = f"{FOLDER}/current.txt"
 MAIN = "service/main.cpp"
 ROOTS = ("-p", ".", "-r", f"{PACKAGE}:{FOLDER}", "-r", "android.hidl:host/interfaces/hidl")
-UNDO = "undo the edit, and make the change in a new version (current.txt tells how)"
+UNDO = "undo the edit, and make the change in a new version (see current.txt)"
 
 
 @dataclass(frozen=True)
@@ -60,7 +60,7 @@ def load_interfaces(tree):
                 if interface:
                     result[version, interface.name] = interface
     if not result:
-        tree.find(FOLDER, 1, "holds no interface", "restore it from version control")
+        tree.find(FOLDER, 1, "contains no interface", "restore it from version control")
     return result
 
 
@@ -79,7 +79,7 @@ def _load_interface(tree, file, version):
     name = file.rsplit("/", 1)[1][: -len(".hal")]
     if not match or match[1] != name:
         line = line_of(code, match.start()) if match else 1
-        tree.find(file, line, f"declares no interface {name}", "name the interface as its file")
+        tree.find(file, line, f"does not declare interface {name}", "name the interface as its file")
         return None
     parent = (match[2], match[3]) if match[2] else None
     return Interface(version, name, parent, file, line_of(code, match.start()))
@@ -106,9 +106,9 @@ def load_services(tree, interfaces):
             services.append(Service(key[1], chain_of(interfaces, key), line))
         else:
             tree.find(MAIN, line, f"registers {full_name(*key)}, which has no .hal file",
-                      f"add {FOLDER}/{key[0]}/{key[1]}.hal or register a version that is there")
+                      f"add {FOLDER}/{key[0]}/{key[1]}.hal or register an existing version")
     if not services:
-        tree.find(MAIN, 1, "holds no table of services that can be read",
+        tree.find(MAIN, 1, "the table of services cannot be parsed",
                   "write each row as service<V1_0::IName, V1_0::implementation::Name>(…)")
     return services
 
@@ -118,8 +118,8 @@ def check_extends(tree, interfaces):
     for interface in interfaces.values():
         if interface.parent and interface.parent not in interfaces:
             tree.find(interface.file, interface.line,
-                      f"extends {full_name(*interface.parent)}, which is not there",
-                      "extend the newest version that is")
+                      f"extends {full_name(*interface.parent)}, which does not exist",
+                      "extend the newest existing version")
 
 
 def check_registered(tree, interfaces, services):
@@ -130,7 +130,7 @@ def check_registered(tree, interfaces, services):
         if key in reached or (interface.name not in lines and _is_argument(tree, interfaces, interface)):
             continue
         row = f"V{key[0].replace('.', '_')}::{interface.name}"
-        tree.find(MAIN, lines.get(interface.name, 1), f"{full_name(*key)} is served by no service",
+        tree.find(MAIN, lines.get(interface.name, 1), f"{full_name(*key)} is not implemented by any service",
                   f"implement it and register {row} in the table")
     for name in sorted({s.name for s in services if sum(o.name == s.name for o in services) > 1}):
         tree.find(MAIN, lines[name], f"{name} is registered twice", "keep the row of its newest version")
@@ -170,6 +170,6 @@ def _frozen_hashes(tree):
         if match:
             frozen.setdefault(match[2], {})[match[1]] = number
         else:
-            tree.find(FROZEN, number, f"is no hash and name: {text}",
+            tree.find(FROZEN, number, f"is not a hash and a name: {text}",
                       "write the line that hidl-gen -Lhash prints")
     return frozen

@@ -39,11 +39,11 @@ def check_virtual_tv(tree, functions):
     for name, line in functions.items():
         if name not in listed:
             tree.find(FAULTS, 1, f"lacks {name} ({HEADER}:{line})",
-                      "add it to the list, and let it obey injectedStatus")
+                      "add it to the list, and call injectedStatus in it")
     sources = "".join(tree.code(file) for file in tree.glob(f"{posixpath.dirname(FAULTS)}/*.cpp"))
     for name, line in listed.items():
         if name not in functions:
             tree.find(FAULTS, line, f"names {name}, which the daemon does not call", "remove it")
         elif f'"{name}"' not in sources:
-            tree.find(FAULTS, line, f"names {name}, which no source beside it implements",
+            tree.find(FAULTS, line, f"names {name}, which no source in its folder implements",
                       f'implement it, with injectedStatus("{name}") before it works')

@@ -36,7 +36,7 @@ def load_types(tree):
             if match:
                 types[match[1]] = set(re.findall(r"\w+", match[2]))
             elif re.match(r"type\b", text):
-                tree.find(file, number, f"declares no type: {text}", "write: type NAME, ATTRIBUTE;")
+                tree.find(file, number, f"is not a type declaration: {text}", "write: type NAME, ATTRIBUTE;")
     return types
 
 
@@ -56,9 +56,9 @@ def _add_label(tree, labels, file, line, match, pattern):
         if match:
             labels.append(Label(re.compile(pattern.format(match[1])), match[2], file, line))
             return
-        problem = "is no path and context"
+        problem = "is not a path and a context"
     except re.error as error:
-        problem = f"is no pattern ({error})"
+        problem = f"is not a regular expression ({error})"
     tree.find(file, line, problem, "write: PATH u:object_r:TYPE:s0")
 
 
@@ -83,7 +83,7 @@ def check_labels(tree, labels, types, program, paths):
     for path, (file, line) in needed.items():
         if _label_of(labels, path) is None:
             where = PROC if path.startswith("/proc/") else FILES
-            tree.find(where, 1, f"gives {path} no label ({file}:{line} names it)", "add its line")
+            tree.find(where, 1, f"does not label {path} ({file}:{line} names it)", "add its line")
     for label in labels:
         if not any(label.pattern.fullmatch(path) for path in needed):
             tree.find(label.file, label.line,
@@ -114,7 +114,7 @@ def check_domain(tree, labels, types, code):
         for kind in ("chr_file",) if label.pattern.pattern.startswith("/dev/") else ("dir", "file"):
             if not re.search(rf"^allow\s+{domain}\s+{label.type}:{kind}\s", rules, re.MULTILINE):
                 tree.find(DOMAIN, 1,
-                          f"lets {domain} use no {kind} of {label.type} ({label.file}:{label.line})",
+                          f"does not allow {domain} to use {label.type}:{kind} ({label.file}:{label.line})",
                           f"write: allow {domain} {label.type}:{kind} {{ … }};")
 
 
@@ -125,7 +125,7 @@ def _check_calls(tree, rules, domain, code):
               (f"hal_client_domain({domain}, hal_audio)", factory and "{}:{}".format(*factory)))
     for rule, place in needed:
         if place and rule not in rules:
-            tree.find(DOMAIN, 1, f"lacks what {place} needs", f"write: {rule}")
+            tree.find(DOMAIN, 1, f"lacks a rule that {place} needs", f"write: {rule}")
 
 
 def _check_commands(tree, rules, commands):
@@ -136,7 +136,7 @@ def _check_commands(tree, rules, commands):
             permitted.update(range(int(first, 16), int(last or first, 16) + 1))
     for command, (file, line) in commands.items():
         if command not in permitted:
-            tree.find(DOMAIN, 1, f"permits no ioctl {command:#x} ({file}:{line})",
+            tree.find(DOMAIN, 1, f"does not permit ioctl {command:#x} ({file}:{line})",
                       "add it to the allowxperm rule")
 
 
@@ -146,7 +146,7 @@ def check_service_rules(tree, types):
                       for _, text in tree.lines(file, comment="#"))
     match = re.search(r"hal_server_domain\(\w+, hal_(\w+)\)", rules)
     if not match:
-        tree.find(DOMAIN, 1, "the daemon offers no services", "write: hal_server_domain(DOMAIN, hal_NAME)")
+        tree.find(DOMAIN, 1, "the daemon's domain is not a HAL server", "write: hal_server_domain(DOMAIN, hal_NAME)")
         return
     hal = match[1]
     service = next((name for name, attributes in types.items() if "hwservice_manager_type" in attributes),
@@ -155,7 +155,7 @@ def check_service_rules(tree, types):
                  f"binder_call(hal_{hal}_client, hal_{hal}_server)",
                  f"binder_call(hal_{hal}_server, hal_{hal}_client)"):
         if rule not in rules:
-            tree.find(DOMAIN, 1, f"no file of the policy has {rule}", "add it")
+            tree.find(DOMAIN, 1, f"no policy file contains {rule}", "add it")
 
 
 def check_hwservices(tree, types, services):
@@ -165,13 +165,13 @@ def check_hwservices(tree, types, services):
     for number, text in tree.lines(HWSERVICES, comment="#"):
         match = re.fullmatch(rf"([\w.]+::\w+)\s+{CONTEXT}", text)
         if not match:
-            tree.find(HWSERVICES, number, "is no interface and context",
+            tree.find(HWSERVICES, number, "is not an interface and a context",
                       "write: PACKAGE::IName u:object_r:TYPE:s0")
             continue
         if match[1] not in names:
-            tree.find(HWSERVICES, number, f"{match[1]} is offered by no service", "remove the line")
+            tree.find(HWSERVICES, number, f"{match[1]} is not offered by any service", "remove the line")
         if match[1] in listed:
-            tree.find(HWSERVICES, number, f"{match[1]} stands in line {listed[match[1]]} already",
+            tree.find(HWSERVICES, number, f"{match[1]} is already listed in line {listed[match[1]]}",
                       "remove the line")
         listed.setdefault(match[1], number)
         _check_hwservice_type(tree, types, match[2], number)
@@ -183,5 +183,5 @@ def check_hwservices(tree, types, services):
 
 def _check_hwservice_type(tree, types, name, line):
     if "hwservice_manager_type" not in types.get(name, ()):
-        tree.find(HWSERVICES, line, f"type {name} is not declared as one of services",
+        tree.find(HWSERVICES, line, f"type {name} does not have the attribute hwservice_manager_type",
                   f"write in {FOLDER}/hwservice.te: type {name}, hwservice_manager_type;")

@@ -65,9 +65,9 @@ class Tree:
         try:
             return (self.root / file).read_bytes().decode("utf-8")
         except UnicodeDecodeError:
-            problem = "is not text in UTF-8"
+            problem = "is not valid UTF-8"
         except OSError as error:
-            problem = f"can't be read ({error.strerror})"
+            problem = f"cannot be read ({error.strerror})"
         self.find(file, 1, problem, "restore it from version control")
         self._unreadable.add(file)
         return ""

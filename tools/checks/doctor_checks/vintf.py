@@ -52,12 +52,12 @@ def check_matrix(tree, services):
     listed = {}
     for hal in _hals(tree, MATRIX):
         if hal.attributes.get("optional") != "true":
-            tree.find(MATRIX, hal.line, "wants the services on every TV",
+            tree.find(MATRIX, hal.line, "requires the services on every TV",
                       'write: <hal format="hidl" optional="true">')
         for version in hal.all("version"):
             for interface in hal.all("interface"):
                 if interface.value("instance") != "default":
-                    tree.find(MATRIX, interface.line, "the interface lacks its instance",
+                    tree.find(MATRIX, interface.line, "the interface has no instance",
                               "write: <instance>default</instance>")
                 listed.setdefault((version.text.strip(), interface.value("name")), interface.line)
     for version, name in expected:
@@ -70,7 +70,7 @@ def check_matrix(tree, services):
                       f"<version>{version}</version>{interface}</hal>")
     for key, line in listed.items():
         if key not in expected:
-            tree.find(MATRIX, line, f"permits @{key[0]}::{key[1]}, which is not to be declared", "remove it")
+            tree.find(MATRIX, line, f"permits @{key[0]}::{key[1]}, which the manifest must not declare", "remove it")
 
 
 def _declared(services):
@@ -87,7 +87,7 @@ def _declared(services):
 def _check_transport(tree, hal):
     if hal.value("transport") != "hwbinder":
         line = next((child.line for child in hal.all("transport")), hal.line)
-        tree.find(MANIFEST, line, "the services are not reached over hwbinder",
+        tree.find(MANIFEST, line, "the transport is not hwbinder",
                   "write: <transport>hwbinder</transport>")
 
 
@@ -96,16 +96,16 @@ def _check_entry(tree, entry, expected, offered, listed):
     text = entry.text.strip()
     match = re.fullmatch(r"@(\d+\.\d+)::(\w+)/default", text)
     if not match:
-        tree.find(MANIFEST, entry.line, f"is no version, interface and instance: {text}",
+        tree.find(MANIFEST, entry.line, f"is not a version, interface and instance: {text}",
                   "write: <fqname>@1.0::IName/default</fqname>")
         return None
     key = (match[1], match[2])
     if key in listed:
-        tree.find(MANIFEST, entry.line, f"{text} stands in line {listed[key]} already", "remove the line")
+        tree.find(MANIFEST, entry.line, f"{text} is already listed in line {listed[key]}", "remove the line")
     elif key not in offered:
-        tree.find(MANIFEST, entry.line, f"{text} is offered by no service", "remove the line")
+        tree.find(MANIFEST, entry.line, f"{text} is not offered by any service", "remove the line")
     elif key not in expected:
-        tree.find(MANIFEST, entry.line, f"{text} is not the newest minor version, which stands for it",
+        tree.find(MANIFEST, entry.line, f"{text} is not the newest minor version of its interface",
                   "declare the newest one only")
     return key
 
@@ -115,10 +115,10 @@ def _hals(tree, file):
     root = _parse(tree, file)
     hals = [hal for hal in (root.all("hal") if root else []) if hal.value("name") == PACKAGE]
     if root and not hals:
-        tree.find(file, root.line, f"has no entry of {PACKAGE}", f"add a <hal> with <name>{PACKAGE}</name>")
+        tree.find(file, root.line, f"has no entry for {PACKAGE}", f"add a <hal> with <name>{PACKAGE}</name>")
     for hal in hals:
         if hal.attributes.get("format") != "hidl":
-            tree.find(file, hal.line, "the entry is not one of HIDL", 'write: <hal format="hidl">')
+            tree.find(file, hal.line, "the format of the entry is not hidl", 'write: <hal format="hidl">')
     return hals
 
 
@@ -144,6 +144,6 @@ def _parse(tree, file):
     try:
         parser.Parse(text, True)
     except expat.ExpatError as error:
-        tree.find(file, error.lineno, f"is no XML: {expat.errors.messages[error.code]}", "write it as XML")
+        tree.find(file, error.lineno, f"is not well-formed XML: {expat.errors.messages[error.code]}", "correct the XML")
         return None
     return stack[0].children[0]

@@ -21,7 +21,7 @@ def check_known_services(tree, services):
                       f'write: {{"SHORT-NAME", audio::V{version}::{key[1]}::descriptor}},')
     for key, line in known.items():
         if key not in newest:
-            tree.find(KNOWN, line, f"names {full_name(*key)}, which is registered by no row of {MAIN}",
+            tree.find(KNOWN, line, f"names {full_name(*key)}, which {MAIN} does not register",
                       "name the newest version, or remove the row")
 
 
@@ -37,4 +37,4 @@ def _check_taken(tree, header, command_line):
     used = set(re.findall(r"\badd\w+", tree.code(command_line)))
     for name, line in declared.items():
         if name not in used:
-            tree.find(command_line, 1, f"takes no {name} ({header}:{line})", "name it among the subcommands")
+            tree.find(command_line, 1, f"does not call {name} ({header}:{line})", "add it to the subcommands")

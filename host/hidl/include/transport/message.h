@@ -154,7 +154,7 @@ struct Attachments {
      * Returns a handle of the next `fdCount` descriptors and of `ints`, owned by this object. Returns
      * `nullptr` if fewer descriptors are left.
      */
-    const native_handle_t* takeHandle(size_t fdCount, const int* ints, size_t intCount);
+    const native_handle_t* createHandle(size_t fdCount, const int* ints, size_t intCount);
 };
 
 /** A received message whose layout has been checked. */

@@ -344,8 +344,8 @@ status_t Parcel::readHandle(const native_handle_t** handle) const {
     const size_t intBytes = static_cast<size_t>(intCount) * sizeof(int);
     const uint8_t* ints = take(intBytes, kWordSize);
     if (ints == nullptr) return NOT_ENOUGH_DATA;
-    *handle = in_.attach().takeHandle(static_cast<size_t>(fdCount), reinterpret_cast<const int*>(ints),
-                                      static_cast<size_t>(intCount));
+    *handle = in_.attach().createHandle(static_cast<size_t>(fdCount), reinterpret_cast<const int*>(ints),
+                                        static_cast<size_t>(intCount));
     return *handle != nullptr ? static_cast<status_t>(OK) : static_cast<status_t>(BAD_VALUE);
 }
 

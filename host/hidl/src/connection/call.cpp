@@ -44,7 +44,7 @@ struct ThreadState {
         for (const OwnChannel& own : channels) {
             auto link = own.link.lock();
             auto channel = own.channel.lock();
-            if (link != nullptr && channel != nullptr) link->giveBackCallChannel(channel);
+            if (link != nullptr && channel != nullptr) link->releaseCallChannel(channel);
         }
     }
 };
@@ -79,7 +79,7 @@ status_t ownChannel(PeerConnection& link, std::shared_ptr<Channel>* channel) {
     }
     auto gone = [](const OwnChannel& own) { return own.channel.expired(); };
     channels.erase(std::remove_if(channels.begin(), channels.end(), gone), channels.end());
-    const status_t status = link.takeCallChannel(channel);
+    const status_t status = link.acquireCallChannel(channel);
     if (status == OK) channels.push_back({link.number, link.weak_from_this(), *channel});
     return status;
 }
@@ -111,7 +111,7 @@ status_t waitReply(PeerConnection& link, Channel& channel, Parcel* reply) {
         const Channel::Received received = receiveSpinning(channel, &message);
         if (received == Channel::Received::Closed) return closed(link, channel);
         if (received == Channel::Received::Message && message.header.type == kReceiveSpace &&
-            link.takeReceiveSpace(&message)) {
+            link.mapReceiveSpace(&message)) {
             message.attachments.reset();
             continue;
         }
@@ -179,7 +179,7 @@ void sendReply(PeerConnection& link, Channel& channel, Parcel& reply) {
         header.type = kReply;
         keepPeersObjects(channel, body);
         status = sendInTurn(link, channel, header, body, references);
-        if (status != OK) link.takeBack(references);
+        if (status != OK) link.releaseReferences(references);
         if (status == DEAD_OBJECT) link.kill();
     }
     if (status != OK && status != DEAD_OBJECT) sendStatus(link, channel, status);
@@ -232,7 +232,7 @@ status_t callLiving(PeerConnection& link, uint64_t object, uint32_t code, const 
         if (status == OK) status = sendInTurn(link, *channel, header, body, references);
         if (status == DEAD_OBJECT && channel != nullptr) status = closed(link, *channel);
     }
-    if (status != OK) link.takeBack(references);
+    if (status != OK) link.releaseReferences(references);
     if (status == FAILED_TRANSACTION) link.reportRefusal();
     if (status != OK || oneway) return status;
     return waitReply(link, *channel, reply);

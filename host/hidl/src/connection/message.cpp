@@ -80,7 +80,7 @@ Attachments::~Attachments() {
     }
 }
 
-const native_handle_t* Attachments::takeHandle(size_t fdCount, const int* ints, size_t intCount) {
+const native_handle_t* Attachments::createHandle(size_t fdCount, const int* ints, size_t intCount) {
     if (fdCount > fds.size() - fdsTaken) return nullptr;
     native_handle_t* handle = native_handle_create(static_cast<int>(fdCount), static_cast<int>(intCount));
     if (handle == nullptr) return nullptr;

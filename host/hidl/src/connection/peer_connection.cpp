@@ -191,7 +191,7 @@ void PeerConnection::reportRefusal() {
     if (space != nullptr && space->reportDue(&look)) (void)sendControl(controlMessage(kRefused, 0, look));
 }
 
-void PeerConnection::giveReceiveSpace(Channel& channel) {
+void PeerConnection::announceReceiveSpace(Channel& channel) {
     if (share_.load() != nullptr) return;
     SpaceShare* share = ReceiveSpace::own().open(peerPid);
     if (share == nullptr) return;
@@ -203,7 +203,7 @@ void PeerConnection::giveReceiveSpace(Channel& channel) {
     share->close();
 }
 
-bool PeerConnection::takeReceiveSpace(IncomingMessage* message) {
+bool PeerConnection::mapReceiveSpace(IncomingMessage* message) {
     if (message->incomplete) return true;
     if (message->fdCount() != 2 || peerSpace_.load() != nullptr) return false;
     const std::vector<base::unique_fd>& fds = message->attachments->fds;
@@ -237,7 +237,7 @@ status_t PeerConnection::makeCallChannel(std::shared_ptr<Channel>* channel) {
     return status;
 }
 
-status_t PeerConnection::takeCallChannel(std::shared_ptr<Channel>* channel) {
+status_t PeerConnection::acquireCallChannel(std::shared_ptr<Channel>* channel) {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (!idleChannels_.empty()) {
@@ -265,7 +265,7 @@ status_t PeerConnection::lostCallChannel(const Channel& channel) {
     return FAILED_TRANSACTION;
 }
 
-void PeerConnection::giveBackCallChannel(const std::shared_ptr<Channel>& channel) {
+void PeerConnection::releaseCallChannel(const std::shared_ptr<Channel>& channel) {
     std::lock_guard<std::mutex> lock(mutex_);
     if (!ended_) idleChannels_.push_back(channel);
 }
@@ -400,7 +400,7 @@ status_t PeerConnection::reference(const std::vector<sp<IBinder>>& objects,
         if (remote != nullptr && remote->link().get() != this) {
             ALOGE("an object of process %d can't be passed on to process %d", remote->link()->peerPid,
                   peerPid);
-            takeBack(*references);
+            releaseReferences(*references);
             references->clear();
             return INVALID_OPERATION;
         }
@@ -419,7 +419,7 @@ status_t PeerConnection::reference(const std::vector<sp<IBinder>>& objects,
     return OK;
 }
 
-void PeerConnection::takeBack(const std::vector<ObjectReference>& references) {
+void PeerConnection::releaseReferences(const std::vector<ObjectReference>& references) {
     for (const ObjectReference& reference : references) {
         if (reference.owner == kSendersObject) release(reference.object, 1);
     }

@@ -65,7 +65,7 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
                         const std::vector<ObjectReference>& references);
 
     /** Gets a channel for a thread's calls. Returns DEAD_OBJECT if the peer has ended, or a shortage. */
-    status_t takeCallChannel(std::shared_ptr<Channel>* channel);
+    status_t acquireCallChannel(std::shared_ptr<Channel>* channel);
     /**
      * Handles a call channel that the peer has closed. Waits up to 1 s for the peer to end. Returns
      * DEAD_OBJECT if it has ended, or FAILED_TRANSACTION if only the channel is lost: the next call may
@@ -73,7 +73,7 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
      */
     status_t lostCallChannel(const Channel& channel);
     /** Makes the channel of a thread that ends available to other threads. */
-    void giveBackCallChannel(const std::shared_ptr<Channel>& channel);
+    void releaseCallChannel(const std::shared_ptr<Channel>& channel);
 
     /** Adds a channel on which the peer calls this process. Returns false if the link is dead. */
     bool addPeerChannel(const std::shared_ptr<Channel>& channel);
@@ -81,9 +81,9 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
     size_t peerChannels() const;
 
     /** Announces this process's receive buffer to the peer on `channel`, once. */
-    void giveReceiveSpace(Channel& channel);
+    void announceReceiveSpace(Channel& channel);
     /** Maps the receive buffer that the peer announces. Returns false if the message is malformed. */
-    bool takeReceiveSpace(IncomingMessage* message);
+    bool mapReceiveSpace(IncomingMessage* message);
     bool knowsReceiveSpace() const { return peerSpace_.load() != nullptr; }
     /** Reports refused claims of failed calls to the peer, at most every 50 ms. */
     void reportRefusal();
@@ -115,7 +115,7 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
      */
     status_t reference(const std::vector<sp<IBinder>>& objects, std::vector<ObjectReference>* references);
     /** Undoes reference() for a message that was not sent. */
-    void takeBack(const std::vector<ObjectReference>& references);
+    void releaseReferences(const std::vector<ObjectReference>& references);
     /**
      * Counts a received message in the receive buffer and resolves its object references. Returns false
      * if a reference is invalid.

@@ -159,7 +159,7 @@ std::shared_ptr<PeerConnection> Process::connect(const RegistryEntry& entry) {
     hello.code = kWireVersion;
     hello.target = name_;
     (void)link->sendControl(hello);  // an error shows when the link is used
-    link->giveReceiveSpace(*link->control());
+    link->announceReceiveSpace(*link->control());
     auto source = ControlSource::watch(link, false);
     std::lock_guard<std::mutex> lock(mutex_);
     links_[entry.process] = link;

@@ -140,7 +140,7 @@ bool ControlSource::handle(IncomingMessage&& message, DispatchGuard& turn) {
         case kNewCallChannel:
             return newCallChannel(std::move(message));
         case kReceiveSpace:
-            return link_->takeReceiveSpace(&message);
+            return link_->mapReceiveSpace(&message);
         case kTurnedAway:
             link_->turnAway(header.code);
             return true;
@@ -179,7 +179,7 @@ bool ControlSource::newCallChannel(IncomingMessage&& message) {
     if (!Process::self().admitsChannel(*link_) || !link_->addPeerChannel(channel)) return false;
     // Send this before the pool can answer calls on the channel: a client without a pool thread does not
     // read its control channel, but receives this before its first reply.
-    if (link_->knowsReceiveSpace()) link_->giveReceiveSpace(*channel);
+    if (link_->knowsReceiveSpace()) link_->announceReceiveSpace(*channel);
     Process::self().pool().add(std::make_shared<CallSource>(link_, channel));
     return true;
 }
