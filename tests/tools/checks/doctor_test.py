@@ -109,7 +109,7 @@ FAULTS = [
     (POLICY + "hidlaudio.te", r"^allow hidlaudio vendor_data_file:dir.*\n", "", "no dir of vendor_data_file"),
     (POLICY + "hidlaudio.te", r"^allow hidlaudio tovi_bectrl_device.*\n", "",
      "no chr_file of tovi_bectrl_device"),
-    (POLICY + "hidlaudio.te", r"0x6303", "0x6302", "permits no ioctl 0x6303"),
+    (POLICY + "hidlaudio.te", r"^(allowxperm .*)0x6303", r"\g<1>0x6302", "permits no ioctl 0x6303"),
     (POLICY + "hidlaudio.te", r"^wakelock_use.*\n", "", "lacks what service/headphone_virtualizer/"),
     (POLICY + "hidlaudio.te", r"^hal_client_domain.*\n", "", "lacks what service/platform/PrimaryHalAccessor"),
     (POLICY + "hidlaudio.te", r"^hal_server_domain.*\n", "", "offers no services"),
