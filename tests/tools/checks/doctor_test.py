@@ -17,7 +17,7 @@ from doctor_checks.examination import examine  # noqa: E402
 HIDL_GEN = shutil.which("hidl-gen")
 KNOWN = "client/services/known_services.cpp"
 EXAMINED = ["Android.bp", "CMakeLists.txt", "client", "host/interfaces", "host/middleware", "host/tv",
-            "interfaces", "packaging", "service"]
+            "interfaces", "packaging", "service", "vts"]
 RC, XML, MATRIX = "packaging/hidlaudio.rc", "packaging/hidlaudio.xml", "packaging/compatibility_matrix.xml"
 POLICY, PAGE = "packaging/sepolicy/", "packaging/README.md"
 MIC_ROW = r"    service<V\d_\d::IMicControl[^;]*?\),\n"
@@ -127,6 +127,9 @@ FAULTS = [
     (POLICY + "attributes", r"^hal_attribute.*\n", "", "no file of the policy has hal_attribute(tovi_audio)",
      POLICY + "hidlaudio.te"),
     (POLICY + "hidlaudio.te", r"^init_daemon_domain.*\n", "", "no domain that init starts"),
+    # the conformance suite
+    ("vts/mic_control_test.cpp", r"getMicDevices_", "micDevices_", "has no test of getMicDevices", "vts"),
+    ("vts/mic_control_test.cpp", r"getMicDevices_", "micDevices_", "names micDevices, which is no method"),
     # names in the code
     ("service/mic_control/MicControl.cpp", r"\Z", 'const char* more = "/dev/more";\n', "gives /dev/more no label",
      POLICY + "file_contexts"),
