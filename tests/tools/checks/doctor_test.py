@@ -17,7 +17,7 @@ from doctor_checks.examination import examine  # noqa: E402
 HIDL_GEN = shutil.which("hidl-gen")
 KNOWN = "client/services/known_services.cpp"
 EXAMINED = ["Android.bp", "CMakeLists.txt", "client", "host/interfaces", "host/middleware", "host/tv",
-            "interfaces", "packaging", "service"]
+            "interfaces", "packaging", "service", "vts"]
 RC, XML, MATRIX = "packaging/hidlaudio.rc", "packaging/hidlaudio.xml", "packaging/compatibility_matrix.xml"
 POLICY, PAGE = "packaging/sepolicy/", "packaging/README.md"
 MIC_ROW = r"    service<V\d_\d::IMicControl[^;]*?\),\n"
@@ -71,6 +71,14 @@ FAULTS = [
     (RC, r"^.*mkdir /data/vendor/tovi .*\n", "", "does not create the folder /data/vendor/tovi ("),
     (RC, r"(mkdir /data/vendor/tovi) .*", r"\1", "does not set mode, owner and group"),
     (RC, r"\A", "user root\n", "is outside all sections"),
+    (RC, r"^    class hal", "    klass hal", "init knows no klass below service"),
+    (RC, r"^    user .*", r"\g<0> audio", "init refuses user with 2 arguments"),
+    (RC, r"^    user .*", "    user audioserv", "no user or group audioserv"),
+    (RC, r"system system$", "system systems", "no user or group systems"),
+    (RC, r"BLOCK_SUSPEND$", "CAP_BLOCK_SUSPEND", "no capability CAP_BLOCK_SUSPEND"),
+    (RC, r"^on post-fs-data", "on post-data", "init never triggers post-data"),
+    (RC, r"\Z", "    interface a b\n", "init knows no interface below on"),
+    (RC, r"^on post-fs-data", "on", "init refuses on with 0 arguments"),
     # the manifest and the matrix
     (XML, r"^.*@2\.0::IOutputSpeaker.*\n", "", "does not declare @2.0::IOutputSpeaker"),
     (XML, r"@1\.1::IHdmiAudio/default", "@1.1::IHdmiAudio/other", "is not a version, interface and instance"),
@@ -109,7 +117,7 @@ FAULTS = [
     (POLICY + "hidlaudio.te", r"^allow hidlaudio vendor_data_file:dir.*\n", "", "use vendor_data_file:dir"),
     (POLICY + "hidlaudio.te", r"^allow hidlaudio tovi_bectrl_device.*\n", "",
      "use tovi_bectrl_device:chr_file"),
-    (POLICY + "hidlaudio.te", r"0x6303", "0x6302", "does not permit ioctl 0x6303"),
+    (POLICY + "hidlaudio.te", r"^(allowxperm .*)0x6303", r"\g<1>0x6302", "does not permit ioctl 0x6303"),
     (POLICY + "hidlaudio.te", r"^wakelock_use.*\n", "", "a rule that service/headphone_virtualizer/"),
     (POLICY + "hidlaudio.te", r"^hal_client_domain.*\n", "", "a rule that service/platform/PrimaryHalAccessor"),
     (POLICY + "hidlaudio.te", r"^hal_server_domain.*\n", "", "is not a HAL server"),
@@ -119,6 +127,9 @@ FAULTS = [
     (POLICY + "attributes", r"^hal_attribute.*\n", "", "no policy file contains hal_attribute(tovi_audio)",
      POLICY + "hidlaudio.te"),
     (POLICY + "hidlaudio.te", r"^init_daemon_domain.*\n", "", "no domain that init starts"),
+    # the conformance suite
+    ("vts/mic_control_test.cpp", r"getMicDevices_", "micDevices_", "has no test of getMicDevices", "vts"),
+    ("vts/mic_control_test.cpp", r"getMicDevices_", "micDevices_", "names micDevices, which is no method"),
     # names in the code
     ("service/mic_control/MicControl.cpp", r"\Z", 'const char* more = "/dev/more";\n', "does not label /dev/more",
      POLICY + "file_contexts"),

@@ -23,7 +23,7 @@ def check_build_file(tree, headers):
     text = tree.read(FILE)
     quoted = {match[1]: line_of(text, match.start()) for match in re.finditer(r'"([^"\n]+)"', text)}
     wanted = [f"{PACKAGE}@{version}" for version in versions(tree)]
-    wanted += _platform_libraries(headers) + _vendor_libraries(tree)
+    wanted += _platform_libraries(headers) + vendor_libraries(tree)
     for name in wanted:
         if name not in quoted:
             tree.find(FILE, 1, f"shared_libs lacks {name}", f'add "{name}",')
@@ -40,7 +40,7 @@ def _platform_libraries(headers):
     return sorted({match.expand(name) for match, names in matches if match for name in names})
 
 
-def _vendor_libraries(tree):
+def vendor_libraries(tree):
     """Returns the libraries that are named in the header of the vendor's functions."""
     match = re.search(r"vendor's libraries \(([^)]*)\)", tree.read(HEADER))
     if not match:

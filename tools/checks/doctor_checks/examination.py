@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Runs all checks."""
-from . import (build_file, code_paths, generators, init_rc, interfaces, middleware, sepolicy, vintf,
-               workstation)
+from . import (build_file, code_paths, conformance, generators, init_rc, interfaces, middleware, sepolicy,
+               vintf, workstation)
 from .tree import Tree
 
 
@@ -19,6 +19,7 @@ def examine(root, hidl_gen=None):
     middleware.check_virtual_tv(tree, functions)
     workstation.check_known_services(tree, services)
     workstation.check_commands(tree)
+    conformance.check_tests(tree)
     return sorted(set(tree.findings))
 
 

@@ -2,6 +2,7 @@
 """Checks the init script that starts the daemon."""
 import re
 
+from .init_words import ACCOUNTS, CAPABILITIES, COMMANDS, EVENTS, OPTIONS, SECTIONS
 from .interfaces import full_name
 
 FILE = "packaging/hidlaudio.rc"
@@ -24,6 +25,8 @@ class Section:
 def check_init_rc(tree, path, services, code_paths, own_folders):
     """Checks that init starts the daemon and that the script lists all its interfaces."""
     sections = _sections(tree)
+    for section in sections:
+        _check_words(tree, section)
     service = next((s for s in sections if s.words[0] == "service" and s.words[2:3] == [path]), None)
     if service is None:
         tree.find(FILE, 1, f"does not start {path}, the installed program",
@@ -46,6 +49,35 @@ def _sections(tree):
         else:
             tree.find(FILE, number, f"is outside all sections: {text}", "move it below its service or on line")
     return sections
+
+
+def _check_words(tree, section):
+    """Checks that init accepts all words and numbers of arguments of the section."""
+    _check_count(tree, section.line, section.words, SECTIONS)
+    if section.words[0] == "on":
+        for event in section.words[1:]:
+            if event not in EVENTS and event != "&&" and not event.startswith("property:"):
+                tree.find(FILE, section.line, f"init never triggers {event}", "name an event of init")
+    known = OPTIONS if section.words[0] == "service" else COMMANDS
+    for number, words in section.options:
+        if words[0] not in known:
+            tree.find(FILE, number, f"init knows no {words[0]} below {section.words[0]}", "correct the word")
+            continue
+        _check_count(tree, number, words, known)
+        accounts = {"user": words[1:], "group": words[1:], "mkdir": words[3:5]}.get(words[0], [])
+        for name in accounts:
+            if name not in ACCOUNTS:
+                tree.find(FILE, number, f"the platform has no user or group {name}", "correct the name")
+        for name in words[1:] if words[0] == "capabilities" else []:
+            if name not in CAPABILITIES:
+                tree.find(FILE, number, f"there is no capability {name}", "write it without CAP_")
+
+
+def _check_count(tree, line, words, known):
+    smallest, largest = known[words[0]]
+    if not smallest <= len(words) - 1 <= largest:
+        tree.find(FILE, line, f"init refuses {words[0]} with {len(words) - 1} arguments",
+                  "correct the arguments")
 
 
 def _check_options(tree, service):
