@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include "process_watch.h"
+#include "record_tail.h"
+
+namespace hidlaudio::host {
+
+/** Reads a record while it is written, and completes it with the ends of processes. */
+class RecordFollower {
+  public:
+    /** @param prints whether the lines are printed to standard output */
+    RecordFollower(const std::string& record, RecordTail::From from, bool prints)
+        : tail_(record, from), watch_(record), prints_(prints) {}
+
+    /** Returns 0 if the record can be read, or the errno. */
+    int error() const { return tail_.error(); }
+
+    /** Handles the new lines. Returns false if they cannot be printed. */
+    bool follow();
+
+    size_t calls() const { return calls_; }
+
+    /** Returns the note with which the recorder has ended the record, or "". */
+    const std::string& note() const { return note_; }
+
+  private:
+    RecordTail tail_;
+    ProcessWatch watch_;
+    bool prints_;
+    size_t calls_ = 0;
+    std::string note_;
+};
+
+}  // namespace hidlaudio::host
