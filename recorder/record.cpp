@@ -79,14 +79,11 @@ void endLine(Text& line) {
 }
 
 void writeCall(ThreadState& state, const OpenCall& call, const std::vector<void*>& values) {
-    const pid_t client = android::hardware::IPCThreadState::self()->getCallingPid();
-    if (call.isIncoming && client != state.client) Recording::self().introduce(client, call.start);
-    if (call.isIncoming) state.client = client;
     Text& line = state.line;
     beginLine(line, "call", call, call.start);
     line.key("thread"), line.number(state.thread);
     line.key("direction"), line.string(call.isIncoming ? "in" : "out");
-    if (call.isIncoming) line.key("client"), line.number(static_cast<int64_t>(client));
+    if (call.isIncoming) line.key("client"), line.number(static_cast<int64_t>(state.client));
     line.key("interface"), line.string(call.interface);
     line.key("method"), line.string(call.method);
     const MethodDecoder* decoder = findDecoder(call.interface, call.method);
@@ -117,7 +114,17 @@ ThreadState::~ThreadState() {
     while (!open.empty()) writeFailure(*this, now);
 }
 
+/** Makes the record describe the caller. Returns false if its calls are left out. */
+bool acceptClient(ThreadState& state, int64_t now) {
+    const pid_t client = android::hardware::IPCThreadState::self()->getCallingPid();
+    if (client == Recording::self().controller()) return false;
+    if (client != state.client) Recording::self().introduce(client, now);
+    state.client = client;
+    return true;
+}
+
 void beginCall(ThreadState& state, const OpenCall& call, const std::vector<void*>& values) {
+    if (call.isIncoming && !acceptClient(state, call.start)) return;
     // A thread that waits for an answer makes no other call, except from inside one that it serves.
     const bool hasFailed = !call.isIncoming && !state.open.empty() && !state.open.back().isIncoming;
     if (hasFailed) writeFailure(state, call.start);

@@ -120,6 +120,7 @@ void Recording::followSettings() {
     bytes_.close();
     clients_.clear();
     settings_ = settings;
+    controller_ = settings.controller;
     if (settings_.isEnabled && settings_.program == ownProgram()) begin();
 }
 

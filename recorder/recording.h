@@ -28,6 +28,9 @@ class Recording {
      */
     unsigned current(int64_t now);
 
+    /** Returns the process whose calls are left out, or 0. */
+    pid_t controller() const { return controller_.load(std::memory_order_relaxed); }
+
     /** Writes a line about the process unless it was written before. Call it while the client waits. */
     void introduce(pid_t client, int64_t time);
 
@@ -45,6 +48,7 @@ class Recording {
 
     std::atomic<int64_t> nextCheck_{0};
     std::atomic<unsigned> current_{0};
+    std::atomic<pid_t> controller_{0};
     std::mutex mutex_;  // guards the members below
     unsigned count_ = 0;
     Settings settings_;

@@ -33,15 +33,15 @@ bool isTrue(const char* name) {
     return value == "true" || value == "1";
 }
 
-int64_t limit() {
-    const std::string text = property(kLimitProperty, "");
-    const long long value = strtoll(text.c_str(), nullptr, 10);
-    return (value > 0 && value <= kLargestLimit ? value : kLimit) * kMebibyte;
+/** Returns the value of a property that is a number from 1 to `most`, or `otherwise`. */
+int64_t number(const char* name, int64_t most, int64_t otherwise) {
+    const long long value = strtoll(property(name, "").c_str(), nullptr, 10);
+    return value > 0 && value <= most ? value : otherwise;
 }
 
 auto members(const Settings& settings) {
     return std::tie(settings.isEnabled, settings.program, settings.file, settings.keepsBytes,
-                    settings.sizeLimit);
+                    settings.controller, settings.sizeLimit);
 }
 
 }  // namespace
@@ -57,7 +57,8 @@ Settings readSettings() {
     settings.program = property(kProgramProperty, kProgram);
     settings.file = property(kFileProperty, kFile);
     settings.keepsBytes = isTrue(kBytesProperty);
-    settings.sizeLimit = limit();
+    settings.controller = static_cast<pid_t>(number(kControllerProperty, INT32_MAX, 0));
+    settings.sizeLimit = number(kLimitProperty, kLargestLimit, kLimit) * kMebibyte;
     return settings;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stdint.h>
+#include <sys/types.h>
 
 #include <string>
 
@@ -11,6 +12,7 @@ constexpr char kEnableProperty[] = "hal.instrumentation.enable";
 constexpr char kProgramProperty[] = "vendor.hidlaudio.record.program";
 constexpr char kFileProperty[] = "vendor.hidlaudio.record.file";
 constexpr char kBytesProperty[] = "vendor.hidlaudio.record.bytes";
+constexpr char kControllerProperty[] = "vendor.hidlaudio.record.controller";
 constexpr char kLimitProperty[] = "vendor.hidlaudio.record.limit";  // in MiB
 
 /** Added to the name of the record for the file with the bytes of large vectors. */
@@ -22,6 +24,7 @@ struct Settings {
     std::string program;  // the program that is recorded
     std::string file;
     bool keepsBytes = false;  // whether large vectors of bytes are stored
+    pid_t controller = 0;     // process whose calls are left out: it only waits until the daemon records
     int64_t sizeLimit = 0;    // of each file, in bytes
 };
 

@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 #include <vector>
@@ -27,10 +29,15 @@ namespace hidlaudio::host {
 namespace {
 
 using android::sp;
+using android::hardware::interfacesEqual;
 using android::hidl::base::V1_0::IBase;
 
 constexpr char kDaemon[] = "hidlaudio";
 const std::string kPathProperty = "hal.instrumentation.lib.path." + std::to_string(sizeof(void*) * 8);
+
+constexpr std::chrono::milliseconds kPollInterval{20};
+/** The daemon opens the record within this time. */
+constexpr std::chrono::seconds kLongestStart{5};
 
 std::string propertyFile(const std::string& name) {
     return tvRoot() + kPropertyFolder + "/" + name;
@@ -75,6 +82,7 @@ std::string setProperties(const RecordOptions& options) {
         {recorder::kFileProperty, options.file},
         {recorder::kBytesProperty, options.keepsBytes ? "true" : ""},
         {recorder::kLimitProperty, std::to_string(options.limit)},
+        {recorder::kControllerProperty, std::to_string(getpid())},
         {kPathProperty, folder},
         {recorder::kEnableProperty, "true"},  // last: the others must be set when a process sees it
     };
@@ -85,7 +93,20 @@ std::string setProperties(const RecordOptions& options) {
     return "";
 }
 
-/** Returns the daemon's objects, each of them at least once. */
+/** Returns an error message, or "". */
+std::string removeProperties() {
+    const std::string names[] = {recorder::kEnableProperty, kPathProperty,
+                                 recorder::kFileProperty,   recorder::kBytesProperty,
+                                 recorder::kLimitProperty,  recorder::kControllerProperty};
+    std::string problem;
+    for (const std::string& name : names) {
+        const std::string one = setProperty(name, "");
+        if (problem.empty()) problem = one;
+    }
+    return problem;
+}
+
+/** Returns the daemon's objects. An object has a name for each version of its interface. */
 std::vector<sp<IBase>> daemonsServices() {
     std::vector<sp<IBase>> services;
     const pid_t daemon = programLockHolder(kDaemon);
@@ -101,9 +122,21 @@ std::vector<sp<IBase>> daemonsServices() {
         .isOk();
     for (const auto& [interface, instance] : names) {
         const sp<IBase> service = manager->get(interface, instance).withDefault(nullptr);
-        if (service != nullptr) services.push_back(service);
+        const auto isSame = [&](const sp<IBase>& known) { return interfacesEqual(known, service); };
+        if (service != nullptr && std::none_of(services.begin(), services.end(), isSame))
+            services.push_back(service);
     }
     return services;
+}
+
+void pingAll(const std::vector<sp<IBase>>& services) {
+    for (const sp<IBase>& service : services) (void)service->ping().isOk();
+}
+
+/** Returns whether the file exists and is empty. */
+bool isEmpty(const std::string& path) {
+    struct stat status {};
+    return !path.empty() && stat(path.c_str(), &status) == 0 && status.st_size == 0;
 }
 
 }  // namespace
@@ -130,13 +163,16 @@ std::string startRecord(const RecordOptions& options) {
 }
 
 std::string stopRecord() {
-    std::string problem;
-    for (const std::string& name :
-         {std::string(recorder::kEnableProperty), kPathProperty, std::string(recorder::kFileProperty),
-          std::string(recorder::kBytesProperty), std::string(recorder::kLimitProperty)}) {
-        const std::string one = setProperty(name, "");
-        if (problem.empty()) problem = one;
-    }
+    const FolderLock lock(tvRoot() + kPropertyFolder);
+    return removeProperties();
+}
+
+std::string discardRecord() {
+    const FolderLock lock(tvRoot() + kPropertyFolder);
+    const std::string file = recordedFile();
+    const std::string problem = removeProperties();
+    // Under the lock: the next record may have the same name.
+    if (!file.empty()) unlink(file.c_str());
     return problem;
 }
 
@@ -149,10 +185,15 @@ std::shared_ptr<const std::atomic<bool>> configureDaemon() {
     const std::vector<sp<IBase>> services = daemonsServices();
     for (const sp<IBase>& service : services) (void)service->setHALInstrumentation().isOk();
     // On its own thread, because the daemon may be busy for a long time.
-    std::thread([isDone, services] {
+    std::thread([isDone, services, file = recordedFile()] {
         // The first call can overtake the oneway call; the second one cannot.
-        for (int i = 0; i < 2; ++i)
-            for (const sp<IBase>& service : services) (void)service->ping().isOk();
+        for (int i = 0; i < 2; ++i) pingAll(services);
+        // The recorder reads the properties when a call comes, but not at each call.
+        const auto deadline = std::chrono::steady_clock::now() + kLongestStart;
+        while (!services.empty() && isEmpty(file) && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(kPollInterval);
+            pingAll(services);
+        }
         *isDone = true;
     }).detach();
     return isDone;

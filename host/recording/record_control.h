@@ -16,6 +16,9 @@ struct RecordOptions {
     unsigned limit = kRecordLimit;
 };
 
+/** Milliseconds after which the daemon does not add to a record that was stopped. */
+constexpr int kRecordEnds = 300;
+
 /** A process holds this program lock while it controls the record. */
 constexpr char kRecordLock[] = "record";
 
@@ -33,7 +36,9 @@ std::string startRecord(const RecordOptions& options);
  * message, or "".
  */
 std::string stopRecord();
-constexpr int kRecordEnds = 300;
+
+/** Like stopRecord(), and removes the file of the record. */
+std::string discardRecord();
 
 /** Ends a record that no running process controls. Returns an error message, or "". */
 std::string stopLeftRecord();

@@ -9,15 +9,15 @@ namespace hidlaudio::host {
 
 bool RecordFollower::follow() {
     for (const std::string& text : tail_.takeLines()) {
-        if (prints_) printf("%s\n", text.c_str());
+        if (tasks_.prints) printf("%s\n", text.c_str());
         RecordLine line;
         if (!parseRecordLine(text, line).empty()) continue;
         if (line.event == RecordLine::Event::Call) ++calls_;
         if (line.event == RecordLine::Event::Note) note_ = line.text;
-        watch_.see(line);
+        if (tasks_.watches) watch_.see(line);
     }
     watch_.check();
-    return !prints_ || (flushOutput() && isOutputRead());
+    return !tasks_.prints || (flushOutput() && isOutputRead());
 }
 
 }  // namespace hidlaudio::host

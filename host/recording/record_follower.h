@@ -8,12 +8,15 @@
 
 namespace hidlaudio::host {
 
-/** Reads a record while it is written, and completes it with the ends of processes. */
+/** Reads a record while it is written. */
 class RecordFollower {
   public:
-    /** @param prints whether the lines are printed to standard output */
-    RecordFollower(const std::string& record, RecordTail::From from, bool prints)
-        : tail_(record, from), watch_(record), prints_(prints) {}
+    struct Tasks {
+        bool prints = false;   // the lines, to standard output
+        bool watches = false;  // the processes: adds a line when one ends
+    };
+    RecordFollower(const std::string& record, RecordTail::From from, const Tasks& tasks)
+        : tail_(record, from), watch_(record), tasks_(tasks) {}
 
     /** Returns 0 if the record can be read, or the errno. */
     int error() const { return tail_.error(); }
@@ -29,7 +32,7 @@ class RecordFollower {
   private:
     RecordTail tail_;
     ProcessWatch watch_;
-    bool prints_;
+    Tasks tasks_;
     size_t calls_ = 0;
     std::string note_;
 };

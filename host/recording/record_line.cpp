@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "record_line.h"
 
+#include <stdio.h>
 #include <time.h>
 
 #include <limits>
@@ -134,8 +135,10 @@ double recordTime() {
 }
 
 std::string exitLine(pid_t process) {
-    const Json json{{"event", "exit"}, {"time", recordTime()}, {"process", process}};
-    return json.dump() + "\n";
+    char line[100];
+    snprintf(line, sizeof(line), "{\"event\":\"exit\",\"time\":%.6f,\"process\":%d}\n", recordTime(),
+             process);
+    return line;
 }
 
 }  // namespace hidlaudio::host

@@ -17,7 +17,7 @@
 #include "host/recording/record_control.h"
 #include "host/recording/record_follower.h"
 #include "host/tv/commands.h"
-#include "host/tv/processes/interrupt.h"
+#include "host/program/interrupt.h"
 #include "host/tv/processes/log_tail.h"
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/back_end.h"
@@ -236,7 +236,7 @@ int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
  */
 int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     std::optional<Ending> ending;
-    RecordFollower record(boot.record, RecordTail::From::Start, false);
+    RecordFollower record(boot.record, RecordTail::From::Start, {false, true});
     while (!ending && boot.log.print() && !interrupt.cameWithin(50)) {
         record.follow();
         ending = anyEnding(boot);

@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <errno.h>
 #include <stdio.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <memory>
 #include <thread>
 
+#include "host/program/interrupt.h"
 #include "host/program/number_argument.h"
 #include "host/program/owned_descriptor.h"
 #include "host/program/terminal.h"
 #include "host/recording/record_control.h"
 #include "host/recording/record_follower.h"
 #include "host/tv/commands.h"
-#include "host/tv/processes/interrupt.h"
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/tv_folder.h"
 #include "host/tv_files/program_lock.h"
@@ -28,6 +27,55 @@ struct Options {
     bool stops = false;
 };
 
+/** Follows the record until Ctrl-C, or until the recording ends. Returns an error message, or "". */
+std::string follow(RecordFollower& follower, const std::string& file, const Interrupt& interrupt) {
+    while (follower.follow() && follower.note().empty()) {
+        if (recordedFile() != file) return "the recording was stopped";
+        if (interrupt.cameWithin(50)) return "";
+    }
+    return follower.note();
+}
+
+/** Switches the record on in the daemon. Returns false if it is interrupted before all services record. */
+bool switchOn(const Interrupt& interrupt) {
+    if (!runningProgram("hidlaudio"))
+        note("the daemon is not running; its calls are recorded when it starts");
+    const auto isConfigured = configureDaemon();
+    while (!*isConfigured) {
+        if (interrupt.cameWithin(20)) return false;
+    }
+    note("recording the calls; stop with Ctrl-C");
+    return true;
+}
+
+/** Waits until the daemon has ended a record that was stopped. */
+void switchOff() {
+    configureDaemon();
+    std::this_thread::sleep_for(std::chrono::milliseconds(kRecordEnds));
+}
+
+int record(const std::string& file, bool prints) {
+    const Interrupt interrupt;
+    RecordFollower follower(file, RecordTail::From::Start, {prints, true});
+    std::string problem = switchOn(interrupt) ? follow(follower, file, interrupt) : "";
+    const std::string unset = prints ? discardRecord() : stopRecord();
+    switchOff();
+    follower.follow();
+    if (problem.empty()) problem = unset;
+    if (!problem.empty()) return fail(problem);
+    if (!prints) printf("%zu calls recorded\n", follower.calls());
+    return kDone;
+}
+
+/** Prints the record that another process has begun. */
+int printRecord(const std::string& file) {
+    const Interrupt interrupt;
+    RecordFollower follower(file, RecordTail::From::End, {true, false});
+    if (follower.error() != 0) return fail(fileError(file, follower.error()));
+    const std::string problem = follow(follower, file, interrupt);
+    return problem.empty() ? kDone : fail(problem);
+}
+
 int stop() {
     const std::string file = recordedFile();
     if (file.empty()) {
@@ -35,42 +83,8 @@ int stop() {
         return kDone;
     }
     if (const std::string problem = stopRecord(); !problem.empty()) return fail(problem);
-    configureDaemon();
-    std::this_thread::sleep_for(std::chrono::milliseconds(kRecordEnds));
+    switchOff();
     printf("%s is complete\n", file.c_str());
-    return kDone;
-}
-
-/** Follows the record until Ctrl-C, or until the recording ends. Returns an error message, or "". */
-std::string follow(RecordFollower& follower, const std::string& file, const Interrupt& interrupt) {
-    if (runningProgram("hidlaudio") == std::nullopt)
-        note("the daemon is not running; its calls are recorded when it starts");
-    const auto isConfigured = configureDaemon();
-    bool isReady = false;
-    while (follower.follow() && follower.note().empty()) {
-        if (*isConfigured && !isReady) note("recording the calls; stop with Ctrl-C");
-        isReady = *isConfigured;
-        if (recordedFile() != file) return "the recording was stopped";
-        if (interrupt.cameWithin(50)) return "";
-    }
-    return follower.note();
-}
-
-/** Records to the file, or prints the record that another process has begun. */
-int record(const std::string& file, bool isOwn, bool prints) {
-    const Interrupt interrupt;
-    RecordFollower follower(file, isOwn ? RecordTail::From::Start : RecordTail::From::End, prints);
-    if (follower.error() != 0) return fail(fileError(file, follower.error()));
-    std::string problem = follow(follower, file, interrupt);
-    if (isOwn) {
-        const std::string unset = stopRecord();
-        if (problem.empty()) problem = unset;
-        configureDaemon();
-        std::this_thread::sleep_for(std::chrono::milliseconds(kRecordEnds));
-        follower.follow();
-    }
-    if (!problem.empty()) return fail(problem);
-    if (!prints) printf("%zu calls recorded\n", follower.calls());
     return kDone;
 }
 
@@ -79,16 +93,14 @@ int recordTv(Options options) {
     if (options.stops) return stop();
     const bool prints = options.record.file.empty();
     if (const std::string recorded = recordedFile(); prints && !recorded.empty())
-        return record(recorded, false, true);
+        return printRecord(recorded);
     if (prints) options.record.file = tvRoot() + "/run/record.jsonl";
     options.record.file = std::filesystem::absolute(options.record.file);
+    if (const std::string problem = startRecord(options.record); !problem.empty()) return fail(problem);
     const OwnedDescriptor lock(openProgramLock(kRecordLock));
     const int error = lock.get() < 0 ? errno : takeProgramLock(lock.get());
-    if (error != 0) return fail(fileError(programLockFile(kRecordLock), error));
-    if (const std::string problem = startRecord(options.record); !problem.empty()) return fail(problem);
-    const int status = record(options.record.file, true, prints);
-    if (prints) unlink(options.record.file.c_str());
-    return status;
+    if (error != 0) note(fileError(programLockFile(kRecordLock), error));
+    return record(options.record.file, prints);
 }
 
 }  // namespace
