@@ -28,7 +28,7 @@ void addCommandLine(CLI::App& app, Invocation& invocation) {
     app.name("audioctl");
     app.description("Use the audio services of a TV.");
     addCommonOptions(app, invocation);
-    for (const auto add : {addList, addWait, addPing, addDump, addHdmi, addExternal, addSpeaker,
+    for (const auto add : {addList, addWait, addPing, addDump, addMonitor, addHdmi, addExternal, addSpeaker,
                            addCalibration, addCenter, addVirtualizer, addMic})
         add(app, invocation);
     finishGroup(&app, kFooter);

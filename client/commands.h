@@ -13,6 +13,7 @@ void addList(CLI::App& app, Invocation& invocation);
 void addWait(CLI::App& app, Invocation& invocation);
 void addPing(CLI::App& app, Invocation& invocation);
 void addDump(CLI::App& app, Invocation& invocation);
+void addMonitor(CLI::App& app, Invocation& invocation);
 void addHdmi(CLI::App& app, Invocation& invocation);
 void addExternal(CLI::App& app, Invocation& invocation);
 void addSpeaker(CLI::App& app, Invocation& invocation);

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # hidl_package(<prefix> PACKAGE <name> VERSIONS <version...> ROOT <dir>
-#              [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>])
+#              [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>] [NO_INSTRUMENTATION])
 #
 # Generates the C++ headers, proxies and stubs of a HIDL package with hidl-gen at build time. Sets
 # <prefix>_SOURCES and <prefix>_HEADERS to the generated files; the include path of the headers is
@@ -10,6 +10,8 @@
 #             contains types
 # ROOTS       further package roots for hidl-gen
 # HAL_DEPENDS the .hal files of other packages that this one imports
+# NO_INSTRUMENTATION
+#             compile the code as for a user build of the platform, without the calls of HidlInstrumentor
 find_program(HIDL_GEN hidl-gen REQUIRED)
 set(HIDL_GEN_DIR ${CMAKE_BINARY_DIR}/gen)
 set(HIDL_GEN_ROOTS
@@ -31,7 +33,7 @@ set(HIDL_NULL_CALLBACKS
   CACHE INTERNAL "For sed, with -E and -z")
 
 function(hidl_package target)
-  cmake_parse_arguments(ARG "" "PACKAGE;ROOT" "VERSIONS;ROOTS;HAL_DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "NO_INSTRUMENTATION" "PACKAGE;ROOT" "VERSIONS;ROOTS;HAL_DEPENDS" ${ARGN})
   string(REPLACE "." "/" package_path ${ARG_PACKAGE})
   set(roots ${HIDL_GEN_ROOTS} ${ARG_ROOTS})
   set(all_hal ${ARG_HAL_DEPENDS})
@@ -75,6 +77,10 @@ function(hidl_package target)
   endforeach()
   # No warnings for generated code.
   set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS "-w")
+  # As in debuggable builds of the platform.
+  if(NOT ARG_NO_INSTRUMENTATION)
+    set_source_files_properties(${sources} PROPERTIES COMPILE_DEFINITIONS __ANDROID_DEBUGGABLE__)
+  endif()
   set(${target}_SOURCES ${${target}_SOURCES} ${sources} PARENT_SCOPE)
   set(${target}_HEADERS ${${target}_HEADERS} ${headers} PARENT_SCOPE)
 endfunction()

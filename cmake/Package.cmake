@@ -8,16 +8,21 @@ include(GNUInstallDirs)
 # and is not searched by ld.so, so the package need not call ldconfig.
 set(private_libdir lib/${CMAKE_LIBRARY_ARCHITECTURE}/hidlaudio)
 set(programs hidlaudio audio_hal tv tv_stress audioctl soak_client)
-set(libraries hidlbase host_middleware host_power)
+set(libraries hidlbase host_middleware host_power hidlaudio_recorder)
+get_target_property(recorder_libraries hidlaudio_recorder LIBRARIES)
 
 file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${private_libdir})
 set_target_properties(${programs} PROPERTIES
   INSTALL_RPATH "$ORIGIN/${to_libraries};${HIDLAUDIO_ANDROID_LIBDIR}")
 set_target_properties(${libraries} hidl_client PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO_ANDROID_LIBDIR}")
 
+set_target_properties(${recorder_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN/..;${HIDLAUDIO_ANDROID_LIBDIR}")
+
 # `tv boot` starts the programs in the folder of `tv`.
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private_libdir})
+# `tv record` looks for them next to the HIDL runtime.
+install(TARGETS ${recorder_libraries} LIBRARY DESTINATION ${private_libdir}/hidlaudio_recorder)
 install(TARGETS hidl_client RUNTIME DESTINATION ${private_libdir})
 install(FILES $<TARGET_FILE:hidl_client>.json DESTINATION ${private_libdir})
 set(python_modules lib/python3/dist-packages)

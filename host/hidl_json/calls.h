@@ -13,22 +13,16 @@ namespace hidlaudio::hidl_json {
 
 using android::hardware::Return;
 
-/** Types of the results that a method passes to its last parameter; none if that is a plain argument. */
+/** How many of a method's parameters are the callback for its results: 1 if the last one is, or else 0. */
 template <typename Last>
-struct CallbackResults {
-    static constexpr size_t kParameters = 0;
-    using Type = std::tuple<>;
-};
+constexpr size_t kResultCallbacks = 0;
 template <typename... R>
-struct CallbackResults<std::function<void(R...)>> {
-    static constexpr size_t kParameters = 1;
-    using Type = std::tuple<std::decay_t<R>...>;
-};
+constexpr size_t kResultCallbacks<std::function<void(R...)>> = 1;
 
 template <typename Tuple, size_t... INDEX>
 auto prefixOf(std::index_sequence<INDEX...>) -> std::tuple<std::tuple_element_t<INDEX, Tuple>...>;
 
-/** Arguments and results of a method, by the type of the pointer to it. */
+/** Types of a method, by the type of the pointer to it. */
 template <typename Pointer>
 struct Signature;
 template <typename R, typename I, typename... P>
@@ -36,12 +30,9 @@ struct Signature<Return<R> (I::*)(P...)> {
     using Interface = I;
     using Returned = R;
     using Parameters = std::tuple<std::decay_t<P>...>;
-    using Last = CallbackResults<std::tuple_element_t<sizeof...(P), std::tuple<void*, std::decay_t<P>...>>>;
-    using Arguments =
-        decltype(prefixOf<Parameters>(std::make_index_sequence<sizeof...(P) - Last::kParameters>()));
-    using Results =
-        std::conditional_t<std::is_void_v<R>, typename Last::Type,
-                           std::tuple<std::conditional_t<std::is_void_v<R>, int, std::decay_t<R>>>>;
+    static constexpr size_t kCallbacks =
+        kResultCallbacks<std::tuple_element_t<sizeof...(P), std::tuple<void*, std::decay_t<P>...>>>;
+    using Arguments = decltype(prefixOf<Parameters>(std::make_index_sequence<sizeof...(P) - kCallbacks>()));
 };
 
 template <typename... T>
@@ -62,27 +53,6 @@ bool namedFromJson(const std::vector<const char*>& names, const Json& json, Tupl
                       values);
 }
 
-template <typename Tuple, size_t... INDEX>
-Json pointersToJson(const std::vector<const char*>& names, void* const* values, Objects& objects,
-                    std::index_sequence<INDEX...>) {
-    (void)values;
-    return namedToJson(names, objects, *static_cast<std::tuple_element_t<INDEX, Tuple>*>(values[INDEX])...);
-}
-
-template <auto METHOD>
-Json argumentsToJson(const Method& method, void* const* values, Objects& objects) {
-    using Arguments = typename Signature<decltype(METHOD)>::Arguments;
-    return pointersToJson<Arguments>(method.arguments, values, objects,
-                                     std::make_index_sequence<std::tuple_size_v<Arguments>>());
-}
-
-template <auto METHOD>
-Json resultsToJson(const Method& method, void* const* values, Objects& objects) {
-    using Results = typename Signature<decltype(METHOD)>::Results;
-    return pointersToJson<Results>(method.results, values, objects,
-                                   std::make_index_sequence<std::tuple_size_v<Results>>());
-}
-
 /** Calls the method and converts its results, however it returns them. */
 template <auto METHOD, typename... A>
 void callWith(const Method& method, Objects& objects, Outcome& outcome, IBase& object,
@@ -91,7 +61,7 @@ void callWith(const Method& method, Objects& objects, Outcome& outcome, IBase& o
     auto& target = static_cast<typename Sign::Interface&>(object);
     outcome.results = Json::object();
     auto returned = [&] {
-        if constexpr (Sign::Last::kParameters != 0) {
+        if constexpr (Sign::kCallbacks != 0) {
             return (target.*METHOD)(arguments..., [&](const auto&... results) {
                 outcome.results = namedToJson(method.results, objects, results...);
             });

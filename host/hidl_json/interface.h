@@ -51,9 +51,6 @@ struct Method {
     std::vector<const char*> results;
     /** Calls the method of `object`, which must implement the interface of the method. */
     Outcome (*call)(const Method& method, IBase& object, const Json& arguments, Objects& objects);
-    /** Return the object of the arguments or results, given a pointer to each of them. */
-    Json (*argumentsToJson)(const Method& method, void* const* values, Objects& objects);
-    Json (*resultsToJson)(const Method& method, void* const* values, Objects& objects);
 };
 
 /** Handles the calls of relays, which are local objects without an own implementation. Any thread. */

@@ -10,10 +10,12 @@ constexpr char kModelFile[] = "/tv.json";
 
 constexpr char kRunFolder[] = "/run";
 constexpr char kRegistryFolder[] = "/run/hwbinder";
+/** Has a value file for each system property that is set. */
+constexpr char kPropertyFolder[] = "/properties";
 
 /** The folders of a TV, below its root. Anything else in the folder is the user's. */
-constexpr const char* kTvParts[] = {"/data", "/soc",   "/bectrl",  "/proc",
-                                    "/hal",  "/power", kRunFolder, "/log"};
+constexpr const char* kTvParts[] = {"/data",  "/soc",     "/bectrl", "/proc",        "/hal",
+                                    "/power", kRunFolder, "/log",    kPropertyFolder};
 
 /**
  * The checks below return an empty string if the TV can be used, or else a message that names the file or

@@ -12,7 +12,7 @@ NAMESPACE = "namespace hidlaudio::hidl_json {\n"
 
 def types_header(packages):
     """Declares the conversions of all structs and enums."""
-    lines = [HEADER + '#pragma once\n\n#include "host/hidl_json/values.h"\n', *_includes(packages), "",
+    lines = [HEADER + '#pragma once\n\n#include "host/hidl_json/values.h"\n', *includes(packages), "",
              NAMESPACE]
     for name in (d.name for package in packages for d in package.definitions):
         lines += [f"Json toJson(const {name}& value, Objects& objects);",
@@ -35,7 +35,8 @@ def interfaces_source(package):
     return "\n".join(lines + ["}", "}\n"])
 
 
-def _includes(packages):
+def includes(packages):
+    """Returns the #include lines of the generated C++ headers of the packages."""
     files = []
     for package in packages:
         name, version = package.fqname.split("@")
@@ -104,8 +105,7 @@ def _row(method):
     arguments = ", ".join(f'"{value.name}"' for value in method.arguments)
     results = ", ".join(f'"{value.name}"' for value in method.results)
     pointer = f"&Type::{method.name}"
-    return (f'        {{"{method.name}", {{{arguments}}}, {{{results}}}, callMethod<{pointer}>, '
-            f"argumentsToJson<{pointer}>, resultsToJson<{pointer}>}},\n")
+    return (f'        {{"{method.name}", {{{arguments}}}, {{{results}}}, callMethod<{pointer}>}},\n')
 
 
 def _relay(methods):
@@ -118,7 +118,7 @@ def _relay(methods):
 
 
 def _relay_method(number, method):
-    results = [_cpp_type(value.type) for value in method.results]
+    results = [cpp_type(value.type) for value in method.results]
     returned = len(results) == 1 and (_is_scalar(method.results[0].type)
                                       or method.results[0].type.kind in RETURNED)
     parameters = [_parameter(value) for value in method.arguments]
@@ -137,7 +137,7 @@ def _relay_method(number, method):
 
 
 def _parameter(value):
-    text = _cpp_type(value.type)
+    text = cpp_type(value.type)
     if not _is_scalar(value.type) and value.type.kind not in BY_VALUE:
         text = f"const {text}&"
     return f"{text} {value.name}"
@@ -147,7 +147,8 @@ def _is_scalar(type_):
     return not type_.name and not type_.of and type_.kind not in ("string", "handle")
 
 
-def _cpp_type(type_):
+def cpp_type(type_):
+    """Returns the C++ type of a value."""
     if _is_scalar(type_):
         return type_.kind
     if type_.kind == "array":
@@ -155,11 +156,11 @@ def _cpp_type(type_):
         while type_.kind == "array":
             sizes += f", {type_.size}"
             type_ = type_.of
-        return f"{HARDWARE}hidl_array<{_cpp_type(type_)}{sizes}>"
+        return f"{HARDWARE}hidl_array<{cpp_type(type_)}{sizes}>"
     return {
         "string": lambda: f"{HARDWARE}hidl_string",
         "handle": lambda: f"{HARDWARE}hidl_handle",
-        "vec": lambda: f"{HARDWARE}hidl_vec<{_cpp_type(type_.of)}>",
+        "vec": lambda: f"{HARDWARE}hidl_vec<{cpp_type(type_.of)}>",
         "mask": lambda: f"{HARDWARE}hidl_bitfield<{type_.name}>",
         "interface": lambda: f"::android::sp<{type_.name}>",
     }.get(type_.kind, lambda: type_.name)()

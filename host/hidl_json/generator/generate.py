@@ -13,19 +13,11 @@ from pathlib import Path
 
 import cpp
 from description import describe
-from model import read_package, remove_unsupported
-from vts_text import parse
-
-
-def _load(folder, fqname):
-    name, version = fqname.split("@")
-    files = sorted((folder / name.replace(".", "/") / version).glob("*.vts"))
-    return read_package(fqname, [parse(file.read_text()) for file in files])
+from model import load_packages
 
 
 def main(vts, out, *fqnames):
-    packages = [_load(Path(vts), fqname) for fqname in fqnames]
-    remove_unsupported(packages)
+    packages = load_packages(vts, fqnames)
     out = Path(out)
     (out / "types.h").write_text(cpp.types_header(packages))
     (out / "types.cpp").write_text(cpp.types_source(packages))

@@ -2,6 +2,9 @@
 """The types and interfaces of HIDL packages, from the blocks of vts_text."""
 import re
 from dataclasses import dataclass, field
+from pathlib import Path
+
+from vts_text import parse
 
 SCALARS = {"bool_t": "bool", "float_t": "float", "double_t": "double"}
 KINDS = {"TYPE_STRUCT": "struct", "TYPE_ENUM": "enum", "TYPE_MASK": "mask", "TYPE_STRING": "string",
@@ -66,7 +69,18 @@ def fqname_of(cpp_name):
     return f"{package.replace('::', '.')}@{major}.{minor}::{names.replace('::', '.')}"
 
 
-def read_package(fqname, blocks):
+def load_packages(folder, fqnames):
+    """Returns the packages from the output of `hidl-gen -Lvts` below `folder`."""
+    packages = []
+    for fqname in fqnames:
+        name, version = fqname.split("@")
+        files = sorted(Path(folder, name.replace(".", "/"), version).glob("*.vts"))
+        packages.append(_read_package(fqname, [parse(file.read_text()) for file in files]))
+    _remove_unsupported(packages)
+    return packages
+
+
+def _read_package(fqname, blocks):
     """Returns the Package of the blocks of all its files."""
     package = Package(fqname)
     for block in blocks:
@@ -78,7 +92,7 @@ def read_package(fqname, blocks):
     return package
 
 
-def remove_unsupported(packages):
+def _remove_unsupported(packages):
     """Marks the methods that use a type without a JSON form, and removes structs that contain one."""
     known = {definition.name for package in packages for definition in package.definitions}
     found = True

@@ -4,7 +4,7 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 
-#include "host/tv/processes/interrupt.h"
+#include "host/program/interrupt.h"
 
 namespace hidlaudio::host {
 

@@ -6,20 +6,25 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <utility>
 #include <vector>
 
 #include "host/program/number_argument.h"
+#include "host/program/owned_descriptor.h"
 #include "host/program/terminal.h"
+#include "host/recording/record_control.h"
+#include "host/recording/record_follower.h"
 #include "host/tv/commands.h"
-#include "host/tv/processes/interrupt.h"
+#include "host/program/interrupt.h"
 #include "host/tv/processes/log_tail.h"
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/back_end.h"
 #include "host/tv/state/registry.h"
 #include "host/tv/state/tv_folder.h"
 #include "host/tv_files/folder_lock.h"
+#include "host/tv_files/program_lock.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
@@ -43,11 +48,14 @@ struct Started {
 struct Options {
     bool background = false;
     unsigned timeout = kStartTimeout;  // seconds until the services of a program must be registered
+    std::string record;                // file to which the calls are recorded, or ""
 };
 
 struct Boot {
     bool background = false;
     unsigned timeout = kStartTimeout;
+    std::string record;
+    OwnedDescriptor recordLock;
     LogTail log{LogTail::From::End};
     std::vector<Started> started;
 };
@@ -105,6 +113,17 @@ std::string setPowerOnState(bool hasBackEnd) {
     return error == 0 ? "" : fileError(failed, error);
 }
 
+/** Ends the record of a TV that was not shut down, and begins a new one. Returns an error message, or "". */
+std::string beginRecord(Boot& boot) {
+    std::string reason = boot.started.empty() ? stopLeftRecord() : "";
+    if (!reason.empty() || boot.record.empty()) return reason;
+    reason = startRecord({boot.record});
+    if (!reason.empty() || boot.background) return reason;
+    boot.recordLock.reset(openProgramLock(kRecordLock));
+    const int error = boot.recordLock.get() < 0 ? errno : acquireProgramLock(boot.recordLock.get());
+    return error == 0 ? "" : fileError(programLockFile(kRecordLock), error);
+}
+
 /**
  * Checks that the programs can be started, and then puts the TV into its power-on state. Returns an error
  * message, or "".
@@ -116,7 +135,8 @@ std::string prepareStart(bool hasBackEnd, Boot& boot) {
         if (reason.empty() && access(fileOf(program).c_str(), X_OK) != 0)
             reason = fileError(fileOf(program), errno);
     }
-    return reason.empty() ? setPowerOnState(hasBackEnd) : reason;
+    if (reason.empty()) reason = setPowerOnState(hasBackEnd);
+    return reason.empty() ? beginRecord(boot) : reason;
 }
 
 std::optional<Ending> endingOf(const Started& one) {
@@ -219,9 +239,15 @@ int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
  */
 int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     std::optional<Ending> ending;
-    while (!ending && boot.log.print() && !interrupt.cameWithin(50)) ending = anyEnding(boot);
+    RecordFollower record(boot.record, RecordTail::From::Start, {false, true});
+    while (!ending && boot.log.print() && !interrupt.cameWithin(50)) {
+        record.follow();
+        ending = anyEnding(boot);
+    }
     const bool stopped = stopPrograms();
     boot.log.print();
+    record.follow();
+    if (!boot.record.empty()) stopRecord();
     if (ending && !ending->asked) return fail(ending->how);
     return stopped ? kDone : kFailed;
 }
@@ -233,6 +259,7 @@ int bootTv(const Options& options) {
     Boot boot;
     boot.background = options.background;
     boot.timeout = options.timeout;
+    if (!options.record.empty()) boot.record = std::filesystem::absolute(options.record);
     const std::string reason = startAll(model->backEnd, boot, interrupt);
     if (!reason.empty()) return fail(reason);
     return options.background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
@@ -250,6 +277,9 @@ void addBoot(CLI::App& app, int& status) {
         "to log/<program>.log. A program that is already running is kept, but the audio HAL cannot be\n"
         "started while the daemon is running.\n"
         "\n"
+        "With --record, all HIDL calls of the daemon are recorded until the TV is shut down, or until\n"
+        "`tv record --stop`. `tv record --help` describes the record.\n"
+        "\n"
         "The programs read the environment variables HIDLAUDIO_CLOCK, HIDLAUDIO_FAULT and HIDLAUDIO_CALLS;\n"
         "see hidlaudio(8).\n"
         "\n"
@@ -261,9 +291,15 @@ void addBoot(CLI::App& app, int& status) {
         "Examples:\n"
         "  tv boot\n"
         "  tv boot --background\n"
+        "  tv boot --record calls.jsonl\n"
         "  HIDLAUDIO_CLOCK=50 tv boot               # time passes 50 times faster\n"
         "  HIDLAUDIO_FAULT=write:3:ENOSPC tv boot   # the third write of each program fails");
     command->add_flag("--background", options->background, "Return when all services are registered");
+    command
+        ->add_option("--record", options->record,
+                     "Record the calls of the daemon to FILE; an existing file is\noverwritten")
+        ->type_name("FILE")
+        ->check([](const std::string& given) { return given.empty() ? "FILE must not be empty" : ""; });
     command
         ->add_option("--timeout", options->timeout,
                      "Time to wait for the services of each program, 1 to 86400\n"

@@ -2,6 +2,7 @@
 #include <stdio.h>
 
 #include "host/program/terminal.h"
+#include "host/recording/record_control.h"
 #include "host/tv/commands.h"
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/tv_folder.h"
@@ -18,6 +19,7 @@ int shutdown() {
     if (lock.error() != 0) return fail(fileError(tvRoot() + "/run", lock.error()));
     const bool ran = anyRunning();
     if (!stopPrograms()) return kFailed;
+    if (const std::string problem = stopLeftRecord(); !problem.empty()) return fail(problem);
     if (!ran) printf("no program was running\n");
     return kDone;
 }

@@ -47,6 +47,7 @@ constexpr Folder kFolders[] = {
     {"/run", 0700},
     {"/run/hwbinder", 0700},  // only this user may use the services
     {"/log", 0755},
+    {kPropertyFolder, 0755},
 };
 
 /** Additional folders of a TV with a back-end controller. */

@@ -29,10 +29,6 @@ std::string toHexStringFromBits(uint64_t bits) {
     return text;
 }
 
-HidlInstrumentor::HidlInstrumentor(const std::string&, const std::string&) {}
-HidlInstrumentor::~HidlInstrumentor() = default;
-void HidlInstrumentor::configureInstrumentation(bool) {}
-
 }  // namespace details
 
 namespace {

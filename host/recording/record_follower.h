@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include "process_watch.h"
+#include "record_tail.h"
+
+namespace hidlaudio::host {
+
+/** Reads a record while it is written. */
+class RecordFollower {
+  public:
+    struct Tasks {
+        bool prints = false;   // the lines, to standard output
+        bool watches = false;  // the processes: adds a line when one ends
+    };
+    RecordFollower(const std::string& record, RecordTail::From from, const Tasks& tasks)
+        : tail_(record, from), watch_(record), tasks_(tasks) {}
+
+    /** Returns 0 if the record can be read, or the errno. */
+    int error() const { return tail_.error(); }
+
+    /** Handles the new lines. Returns false if they cannot be printed. */
+    bool follow();
+
+    size_t calls() const { return calls_; }
+
+    /** Returns the note with which the recorder has ended the record, or "". */
+    const std::string& note() const { return note_; }
+
+  private:
+    RecordTail tail_;
+    ProcessWatch watch_;
+    Tasks tasks_;
+    size_t calls_ = 0;
+    std::string note_;
+};
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "record_line.h"
+
+#include <stdio.h>
+#include <time.h>
+
+#include <limits>
+#include <string_view>
+
+namespace hidlaudio::host {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Event = RecordLine::Event;
+
+constexpr uint64_t kFormat = 1;
+
+constexpr std::pair<const char*, Event> kEvents[] = {
+    {"start", Event::Start},   {"process", Event::Process}, {"call", Event::Call},
+    {"answer", Event::Answer}, {"exit", Event::Exit},       {"note", Event::Note},
+};
+
+/** Reads the members of a line. Remembers the first one that is missing or wrong. */
+class Members {
+  public:
+    explicit Members(const Json& json) : json_(json) {}
+
+    void read(const char* name, std::string& value) {
+        if (const Json* found = find(name, &Json::is_string)) value = found->get<std::string>();
+    }
+    void read(const char* name, double& value) {
+        if (const Json* found = find(name, &Json::is_number)) value = found->get<double>();
+    }
+    void read(const char* name, uint64_t& value) {
+        if (const Json* found = find(name, &Json::is_number_unsigned)) value = found->get<uint64_t>();
+    }
+    void read(const char* name, pid_t& value) {
+        uint64_t number = 0;
+        read(name, number);
+        if (number > static_cast<uint64_t>(std::numeric_limits<pid_t>::max())) fail(name);
+        value = static_cast<pid_t>(number);
+    }
+    bool has(const char* name) const { return json_.contains(name); }
+    Json object(const char* name) {
+        if (!has(name)) return {};
+        const Json* found = find(name, &Json::is_object);
+        return found != nullptr ? *found : Json();
+    }
+    void fail(const char* name) {
+        if (problem_.empty()) problem_ = "\"" + std::string(name) + "\" is missing or invalid";
+    }
+    const std::string& problem() const { return problem_; }
+
+  private:
+    const Json* find(const char* name, bool (Json::*isType)() const noexcept) {
+        const auto found = json_.find(name);
+        if (found != json_.end() && ((*found).*isType)()) return &*found;
+        fail(name);
+        return nullptr;
+    }
+
+    const Json& json_;
+    std::string problem_;
+};
+
+void readStart(Members& members, RecordLine& line) {
+    uint64_t format = 0;
+    members.read("format", format);
+    if (format != kFormat) members.fail("format");
+    members.read("process", line.process);
+    members.read("program", line.program);
+    members.read("date", line.date);
+}
+
+void readCall(Members& members, RecordLine& line) {
+    std::string direction;
+    members.read("id", line.id);
+    members.read("thread", line.thread);
+    members.read("direction", direction);
+    if (direction != "in" && direction != "out") members.fail("direction");
+    line.isIncoming = direction == "in";
+    if (line.isIncoming) members.read("client", line.client);
+    members.read("interface", line.interface);
+    members.read("method", line.method);
+    line.arguments = members.object("arguments");
+}
+
+void readAnswer(Members& members, RecordLine& line) {
+    members.read("id", line.id);
+    line.duration = -1;
+    if (!members.has("failed")) members.read("duration", line.duration);
+    line.results = members.object("results");
+}
+
+void readMembers(Members& members, RecordLine& line) {
+    members.read("time", line.time);
+    switch (line.event) {
+        case Event::Start:
+            return readStart(members, line);
+        case Event::Call:
+            return readCall(members, line);
+        case Event::Answer:
+            return readAnswer(members, line);
+        case Event::Process:
+            if (members.has("program")) members.read("program", line.program);
+            return members.read("process", line.process);
+        case Event::Exit:
+            return members.read("process", line.process);
+        case Event::Note:
+            return members.read("text", line.text);
+    }
+}
+
+}  // namespace
+
+std::string parseRecordLine(const std::string& text, RecordLine& line) {
+    const Json json = Json::parse(text, nullptr, false);
+    if (!json.is_object()) return "not an object of JSON";
+    Members members(json);
+    std::string name;
+    members.read("event", name);
+    for (const auto& [known, event] : kEvents) {
+        if (name != known) continue;
+        line.event = event;
+        readMembers(members, line);
+        return members.problem();
+    }
+    return name.empty() ? members.problem() : "unknown event \"" + name + "\"";
+}
+
+double recordTime() {
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+std::string exitLine(pid_t process) {
+    char line[100];
+    snprintf(line, sizeof(line), "{\"event\":\"exit\",\"time\":%.6f,\"process\":%d}\n", recordTime(),
+             process);
+    return line;
+}
+
+}  // namespace hidlaudio::host
