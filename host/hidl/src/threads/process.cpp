@@ -11,6 +11,7 @@
 
 #include "host/hidl/src/api/proxy.h"
 #include "host/hidl/src/connection/peer.h"
+#include "host/tv_files/tv_root.h"
 #include "sources.h"
 
 namespace android::hardware::transport {
@@ -36,15 +37,15 @@ Process& Process::self() {
     return *process;
 }
 
-Process::Process() : name_(randomName()) {}
+Process::Process() : name_(randomName()), socketName_(socketName(name_)) {}
 
-bool Process::listen() {
-    if (!socketName_.empty()) return true;
+bool Process::listen(const std::string& tv) {
+    if (alive_.count(tv) != 0) return true;
     if (!makeRegistry()) return false;
-    const std::string name = socketName(name_);
-    base::unique_fd socket = registryListen(name, &alive_);
+    base::unique_fd alive;
+    base::unique_fd socket = registryListen(socketName_, &alive);
     if (socket < 0) return false;
-    socketName_ = name;
+    alive_[tv] = std::move(alive);
     pool_.add(std::make_shared<ListenSource>(std::move(socket)));
     return true;
 }
@@ -68,13 +69,14 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
     }
     std::vector<sp<BHwBinder>> replaced;  // destroyed after the mutex is released
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!listen()) return UNKNOWN_ERROR;
+    const std::string tv = hidlaudio::host::tvRoot();
+    if (!listen(tv)) return UNKNOWN_ERROR;
     for (RegistryEntry& entry : entries) entry.socket = socketName_;
     registered_[binder->exportId()] = binder;
     const bool added = registryAdd(entries);
     if (added) {
         for (const RegistryEntry& entry : entries)
-            names_[entry.interface + "/" + entry.instance] = entry.object;
+            names_[tv + "/" + entry.interface + "/" + entry.instance] = entry.object;
     }
     replaced = takeUnnamedWithLock();
     return added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
