@@ -36,6 +36,7 @@ public final class Tv implements AutoCloseable {
     private final Map<String, Long> running = new ConcurrentHashMap<>();
     private final Set<String> mayEnd = ConcurrentHashMap.newKeySet();
     private final ConcurrentLinkedQueue<Throwable> callbackErrors = new ConcurrentLinkedQueue<>();
+    private final String before; // the TV that the creating thread used
     private int clock;
 
     /** Creates a TV and boots it, unless the options have {@code boot = false}. */
@@ -44,7 +45,7 @@ public final class Tv implements AutoCloseable {
         path = keeper.folder().resolve("tv");
         clock = options.clock();
         OPEN.put(path.toString(), this);
-        TvFolder.open(path);
+        before = TvFolder.open(path);
         try {
             List<String> init = new ArrayList<>(List.of("init", "--model", options.model()));
             if (options.centreInput()) {
@@ -269,7 +270,7 @@ public final class Tv implements AutoCloseable {
     @Override
     public void close() {
         OPEN.remove(path.toString());
-        TvFolder.close(path);
+        TvFolder.close(path, before);
         keeper.close();
     }
 

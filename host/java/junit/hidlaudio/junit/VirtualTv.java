@@ -53,11 +53,9 @@ public final class VirtualTv
     @Override
     public void beforeEach(ExtensionContext context) {
         Tv shared = find(context);
-        if (shared == null) {
-            shared = create(context);
-        }
-        TvFolder.use(shared.path());
-        context.getStore(NAMESPACE).put(LOG_START, shared.log().size());
+        Tv tv = shared != null ? shared : create(context);
+        TvFolder.use(tv.path());
+        context.getStore(NAMESPACE).put(LOG_START, shared != null ? shared.log().size() : 0);
     }
 
     @Override

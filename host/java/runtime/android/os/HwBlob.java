@@ -15,6 +15,7 @@ import java.util.Map;
 public class HwBlob {
     private static final int OFFSET_OF_SIZE = 8;
     private static final int OFFSET_OF_OWNER = 12;
+    private static final int SIZE_OF_STRING = 16;
     private static final VarHandle INT16 = view(short[].class);
     private static final VarHandle INT32 = view(int[].class);
     private static final VarHandle INT64 = view(long[].class);
@@ -108,7 +109,7 @@ public class HwBlob {
     }
 
     public final String getString(long offset) {
-        int size = getInt32(offset + OFFSET_OF_SIZE);
+        int size = getInt32(index(offset, SIZE_OF_STRING) + OFFSET_OF_SIZE);
         byte[] text = stringAt(size, offset);
         if (size < 0 || text.length != size + 1 || text[size] != 0) {
             throw new IllegalArgumentException("no string at offset " + offset);
@@ -333,7 +334,7 @@ public class HwBlob {
     }
 
     private void putHead(long offset, int size) {
-        putInt64(offset, 0);
+        putInt64(index(offset, SIZE_OF_STRING), 0);
         putInt32(offset + OFFSET_OF_SIZE, size);
         putBool(offset + OFFSET_OF_OWNER, false);
     }

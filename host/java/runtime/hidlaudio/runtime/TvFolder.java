@@ -17,11 +17,13 @@ public final class TvFolder {
 
     private TvFolder() {}
 
-    /** Adds a TV, which the calling thread uses from now on. */
-    public static void open(Path folder) {
+    /** Adds a TV, which the calling thread uses from now on. Returns the one that it used, or null. */
+    public static String open(Path folder) {
         String tv = folder.toAbsolutePath().normalize().toString();
+        String before = OF_THREAD.get();
         OPEN.addFirst(tv);
         OF_THREAD.set(tv);
+        return before;
     }
 
     /** Makes the calling thread use an open TV. */
@@ -29,9 +31,13 @@ public final class TvFolder {
         OF_THREAD.set(folder.toAbsolutePath().normalize().toString());
     }
 
-    /** Removes a TV. */
-    public static void close(Path folder) {
-        OPEN.remove(folder.toAbsolutePath().normalize().toString());
+    /** Removes a TV. If the calling thread uses it, it uses {@code before} from now on. */
+    public static void close(Path folder, String before) {
+        String tv = folder.toAbsolutePath().normalize().toString();
+        OPEN.remove(tv);
+        if (tv.equals(OF_THREAD.get())) {
+            OF_THREAD.set(before);
+        }
     }
 
     /** Returns the folder of the calling thread's TV, or null for {@code $HIDLAUDIO_TV}. */
