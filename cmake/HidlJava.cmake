@@ -11,6 +11,11 @@
 #
 # Generates the Java code of interfaces. Sets <variable> to its folder and <variable>_STAMP to a file that is
 # newer than the code.
+#
+# add_java_tests(<name> ROOT <dir> JARS <name...> [OPTIONS <option...>] [DEPENDS <target...>])
+#
+# Adds test java.<name>: all classes *Test below ROOT, which run in parallel. Warnings of the virtual machine
+# about calls of JNI fail the test.
 set(HIDLAUDIO_JAVA_DIR ${CMAKE_BINARY_DIR}/java)
 set(HIDLAUDIO_JAVA OFF)
 if(NOT CMAKE_CROSSCOMPILING AND NOT HIDLAUDIO_SANITIZE)
@@ -22,6 +27,16 @@ if(NOT CMAKE_CROSSCOMPILING AND NOT HIDLAUDIO_SANITIZE)
     if(HIDLAUDIO_JNI_INCLUDE)
       set(HIDLAUDIO_JAVA ON)
     endif()
+  endif()
+  # Debian's JUnit 5, with its dependencies.
+  set(HIDLAUDIO_JUNIT)
+  foreach(jar junit-jupiter-api junit-jupiter-params junit-jupiter-engine junit-platform-commons
+          junit-platform-engine junit-platform-launcher junit-platform-console junit-platform-reporting
+          apiguardian-api opentest4j picocli univocity-parsers)
+    list(APPEND HIDLAUDIO_JUNIT /usr/share/java/${jar}.jar)
+  endforeach()
+  if(NOT EXISTS /usr/share/java/junit-platform-console.jar)
+    set(HIDLAUDIO_JUNIT)
   endif()
   if(NOT HIDLAUDIO_JAVA)
     message(STATUS "The Java libraries are left out: no JDK 17 or newer is installed")
@@ -72,4 +87,27 @@ function(hidl_java_sources variable)
     VERBATIM)
   set(${variable} ${out} PARENT_SCOPE)
   set(${variable}_STAMP ${out}.stamp PARENT_SCOPE)
+endfunction()
+
+function(add_java_tests name)
+  cmake_parse_arguments(ARG "" "ROOT" "JARS;OPTIONS;DEPENDS" ${ARGN})
+  set(target java-${name}-tests)
+  java_jar(${target} ROOTS ${ARG_ROOT} JARS ${ARG_JARS} CLASSPATH ${HIDLAUDIO_JUNIT})
+  add_dependencies(${target} hidlaudio audio_hal tv hidl_java ${ARG_DEPENDS})
+  set(tests ${HIDLAUDIO_JAVA_DIR}/${target}.jar)
+  list(TRANSFORM ARG_JARS REPLACE "(.+)" "${HIDLAUDIO_JAVA_DIR}/\\1.jar")
+  list(JOIN HIDLAUDIO_JUNIT : junit)
+  list(JOIN ARG_JARS : jars)
+  add_test(NAME java.${name}
+    COMMAND ${Java_JAVA_EXECUTABLE} -Xcheck:jni -Xmx512m -XX:-UsePerfData
+      -Dhidlaudio.programs=${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${ARG_OPTIONS}
+      -cp ${tests}:${jars}:${junit} org.junit.platform.console.ConsoleLauncher --fail-if-no-tests
+      --disable-banner --disable-ansi-colors --details=tree --scan-classpath=${tests} --include-classname=.*Test
+      --config=junit.jupiter.execution.parallel.enabled=true
+      --config=junit.jupiter.execution.parallel.mode.classes.default=concurrent
+      --config=junit.jupiter.execution.parallel.config.strategy=fixed
+      --config=junit.jupiter.execution.parallel.config.fixed.parallelism=2)
+  set_tests_properties(java.${name} PROPERTIES LABELS daemon TIMEOUT 300
+    ENVIRONMENT "PYTHONPATH=${CMAKE_SOURCE_DIR}/host/python;HIDLAUDIO_PROGRAMS=${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
+    FAIL_REGULAR_EXPRESSION "WARNING in native method;WARNING: JNI;FATAL ERROR in native")
 endfunction()
