@@ -37,9 +37,16 @@ std::string absolute(const std::string& directory) {
     return path;
 }
 
+// The folder of the innermost ScopedTvRoot, or an empty text.
+std::string& threadRoot() {
+    static thread_local std::string root;
+    return root;
+}
+
 }  // namespace
 
 std::string tvRoot() {
+    if (!threadRoot().empty()) return threadRoot();
     std::string root = environment(kRootVariable);
     if (!root.empty()) return absolute(root);
     std::string state = environment("XDG_STATE_HOME");
@@ -49,6 +56,14 @@ std::string tvRoot() {
 
 void setTvRoot(const std::string& directory) {
     setenv(kRootVariable, absolute(directory).c_str(), 1);
+}
+
+ScopedTvRoot::ScopedTvRoot(const std::string& directory) : previous_(threadRoot()) {
+    if (!directory.empty()) threadRoot() = directory;
+}
+
+ScopedTvRoot::~ScopedTvRoot() {
+    threadRoot() = previous_;
 }
 
 }  // namespace hidlaudio::host

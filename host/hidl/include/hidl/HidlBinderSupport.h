@@ -85,14 +85,15 @@ sp<IBinder> getOrCreateCachedBinder(hidl::base::V1_0::IBase* interface);
 
 /**
  * Returns the interface behind a received binder: the object itself if it is local, otherwise a new
- * proxy. Returns null if `binder` is null or a local object does not implement IType.
+ * proxy. Returns null if `binder` is null or a local object does not implement IType. A local object
+ * whose stub is not generated C++, such as a Java object, gets a proxy too.
  */
 template <typename IType, typename ProxyType, typename StubType>
 sp<IType> fromBinder(const sp<IBinder>& binder) {
     if (binder == nullptr) return nullptr;
     if (binder->localBinder() == nullptr) return new ProxyType(binder);
     auto* stub = dynamic_cast<hidl::base::V1_0::BnHwBase*>(binder.get());
-    if (stub == nullptr) return nullptr;
+    if (stub == nullptr) return new ProxyType(binder);
     sp<hidl::base::V1_0::IBase> base = stub->getImpl();
     if (!details::canCastInterface(base.get(), IType::descriptor).withDefault(false)) return nullptr;
     return static_cast<IType*>(base.get());

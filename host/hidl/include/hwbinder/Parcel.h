@@ -122,6 +122,14 @@ class Parcel {
     transport::IncomingMessage& incoming() { return in_; }
     /** Starts to read the received message from its beginning. */
     void startReading();
+    /** Returns whether the parcel holds a received message. */
+    bool isReceived() const { return in_.body != nullptr; }
+    /**
+     * Makes what was written readable in `receiver`, for a call that does not leave the process.
+     *
+     * @return OK; FAILED_TRANSACTION if the parcel is too large; a negative errno if no descriptor is left
+     */
+    status_t deliverTo(Parcel* receiver) const;
 
   private:
     void weighBuffer(size_t size);

@@ -78,7 +78,7 @@ struct OutgoingBody {
     size_t transactionSize() const { return (weight + 7) & ~size_t{7}; }
 };
 
-/** View of a block in the peer's shared memory. The destructor frees the block. */
+/** View of a block in the peer's shared memory, or a private copy. The destructor frees the block. */
 class BulkView {
   public:
     BulkView() = default;
@@ -89,9 +89,11 @@ class BulkView {
      */
     BulkView(std::shared_ptr<BulkMapping> mapping, size_t block, size_t skip, size_t size)
         : mapping_(std::move(mapping)), block_(block), skip_(skip), size_(size) {}
+    BulkView(std::unique_ptr<uint8_t[]> copy, size_t size) : copy_(std::move(copy)), size_(size) {}
     BulkView(BulkView&& other) noexcept { *this = std::move(other); }
     BulkView& operator=(BulkView&& other) noexcept {
         std::swap(mapping_, other.mapping_);
+        std::swap(copy_, other.copy_);
         std::swap(block_, other.block_);
         std::swap(skip_, other.skip_);
         std::swap(size_, other.size_);
@@ -108,6 +110,7 @@ class BulkView {
     void giveBack();
 
     std::shared_ptr<BulkMapping> mapping_;
+    std::unique_ptr<uint8_t[]> copy_;
     size_t block_ = 0;
     size_t skip_ = 0;
     size_t size_ = 0;

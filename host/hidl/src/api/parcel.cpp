@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <errno.h>
+#include <fcntl.h>
 #include <hidl/HidlInternal.h>
 #include <hwbinder/Parcel.h>
 #include <string.h>
@@ -372,6 +374,28 @@ status_t Parcel::readEmbeddedNativeHandle(size_t, size_t, const native_handle_t*
 
 status_t Parcel::readNullableEmbeddedNativeHandle(size_t, size_t, const native_handle_t** handle) const {
     return readHandle(handle);
+}
+
+status_t Parcel::deliverTo(Parcel* receiver) const {
+    if (out_.tooLarge || out_.transactionSize() > kTransactionLimit) return FAILED_TRANSACTION;
+    transport::IncomingMessage message;
+    message.buffer = PacketBuffer::ofSize(out_.bodySize);
+    if (out_.bodySize > 0) memcpy(message.buffer.data(), out_.body(), out_.bodySize);
+    message.body = message.buffer.data();
+    message.bodySize = out_.bodySize;
+    message.attach().objects = out_.objects;
+    for (int fd : out_.fds) {
+        base::unique_fd copy(fcntl(fd, F_DUPFD_CLOEXEC, 0));
+        if (copy < 0) return -errno;
+        message.attach().fds.push_back(std::move(copy));
+    }
+    auto bulk = std::make_unique<uint8_t[]>(out_.bulkSize);
+    for (size_t i = 0; i < out_.bulkCount; ++i)
+        memcpy(bulk.get() + out_.bulk[i].offset, out_.bulk[i].data, out_.bulk[i].size);
+    message.bulk = transport::BulkView(std::move(bulk), out_.bulkSize);
+    receiver->incoming() = std::move(message);
+    receiver->startReading();
+    return OK;
 }
 
 }  // namespace android::hardware

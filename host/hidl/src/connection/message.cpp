@@ -61,8 +61,9 @@ void PacketBuffer::giveBack() {
 }
 
 const uint8_t* BulkView::at(size_t offset, size_t size) const {
-    if (mapping_ == nullptr || offset > size_ || size > size_ - offset) return nullptr;
-    return mapping_->blockData(block_) + skip_ + offset;
+    if (offset > size_ || size > size_ - offset) return nullptr;
+    if (copy_ != nullptr) return copy_.get() + offset;
+    return mapping_ != nullptr ? mapping_->blockData(block_) + skip_ + offset : nullptr;
 }
 
 void BulkView::giveBack() {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "host/hidl/src/threads/process.h"
+#include "host/tv_files/tv_root.h"
 #include "registry.h"
 #include "registry_folder.h"
 
@@ -25,7 +26,7 @@ using hidl::manager::V1_0::IServiceNotification;
 /** Watches the registry's folder. Its file of names is written at its end, or replaced by another. */
 class RegistrySource : public Source {
   public:
-    explicit RegistrySource(base::unique_fd watch) : watch_(std::move(watch)) {}
+    RegistrySource(std::string tv, base::unique_fd watch) : tv_(std::move(tv)), watch_(std::move(watch)) {}
     int fd() const override { return watch_.get(); }
     void onReadable(DispatchGuard& turn) override;
 
@@ -52,6 +53,7 @@ class RegistrySource : public Source {
                (wanted.instance.empty() || wanted.instance == entry.instance);
     }
 
+    const std::string tv_;
     const base::unique_fd watch_;
     std::mutex mutex_;
     std::vector<Wanted> wanted_ GUARDED_BY(mutex_);
@@ -98,6 +100,7 @@ void RegistrySource::onReadable(DispatchGuard&) {
     alignas(inotify_event) char events[4096];
     while (read(watch_.get(), events, sizeof(events)) > 0) {
     }
+    const hidlaudio::host::ScopedTvRoot scope(tv_);
     std::vector<Wanted> wanted;
     std::vector<RegistryEntry> news;
     {
@@ -112,7 +115,7 @@ void RegistrySource::onReadable(DispatchGuard&) {
     }
 }
 
-std::shared_ptr<RegistrySource> watchRegistry() {
+std::shared_ptr<RegistrySource> watchRegistry(const std::string& tv) {
     if (!makeRegistry()) return nullptr;
     base::unique_fd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (watch < 0 ||
@@ -120,20 +123,20 @@ std::shared_ptr<RegistrySource> watchRegistry() {
         ALOGE("can't watch %s: %s", registryDirectory().c_str(), strerror(errno));
         return nullptr;
     }
-    auto source = std::make_shared<RegistrySource>(std::move(watch));
+    auto source = std::make_shared<RegistrySource>(tv, std::move(watch));
     Process::self().pool().add(source);
     return source;
 }
 
-// The source of this process; null if no notifications are requested.
-struct CurrentSource {
+// The sources of this process, by folder of the TV. A TV has one while notifications are requested.
+struct Sources {
     std::mutex mutex;
-    std::shared_ptr<RegistrySource> source GUARDED_BY(mutex);
+    std::map<std::string, std::shared_ptr<RegistrySource>> byTv GUARDED_BY(mutex);
 };
 
-CurrentSource& current() {
-    static auto* const theCurrent = new CurrentSource();
-    return *theCurrent;
+Sources& sources() {
+    static auto* const theSources = new Sources();
+    return *theSources;
 }
 
 }  // namespace
@@ -144,10 +147,15 @@ bool notifyOfRegistrations(const std::string& interface, const std::string& inst
     const RegistrySource::Wanted wanted{interface, instance, callback};
     std::vector<RegistryEntry> present;
     {
-        std::lock_guard<std::mutex> lock(current().mutex);
-        if (current().source == nullptr) current().source = watchRegistry();
-        if (current().source == nullptr) return false;
-        present = current().source->add(wanted);
+        std::lock_guard<std::mutex> lock(sources().mutex);
+        const std::string tv = hidlaudio::host::tvRoot();
+        auto found = sources().byTv.find(tv);
+        if (found == sources().byTv.end()) {
+            const std::shared_ptr<RegistrySource> source = watchRegistry(tv);
+            if (source == nullptr) return false;
+            found = sources().byTv.emplace(tv, source).first;
+        }
+        present = found->second->add(wanted);
     }
     Process::self().pool().start();
     for (const RegistryEntry& entry : present) RegistrySource::tell(wanted, entry, true);
@@ -155,11 +163,13 @@ bool notifyOfRegistrations(const std::string& interface, const std::string& inst
 }
 
 void endNotifications(const sp<IServiceNotification>& callback) {
-    std::lock_guard<std::mutex> lock(current().mutex);
-    std::shared_ptr<RegistrySource>& source = current().source;
-    if (source == nullptr || !source->remove(callback)) return;
-    Process::self().pool().remove(*source);
-    source.reset();
+    std::lock_guard<std::mutex> lock(sources().mutex);
+    auto& byTv = sources().byTv;
+    for (auto it = byTv.begin(); it != byTv.end();) {
+        const bool unused = it->second->remove(callback);
+        if (unused) Process::self().pool().remove(*it->second);
+        it = unused ? byTv.erase(it) : std::next(it);
+    }
 }
 
 }  // namespace android::hardware::transport

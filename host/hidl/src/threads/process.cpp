@@ -13,6 +13,7 @@
 #include "host/hidl/src/connection/peer.h"
 #include "host/hidl/src/registry/registry_folder.h"
 #include "host/hidl/src/registry/registry_sockets.h"
+#include "host/tv_files/tv_root.h"
 #include "sources.h"
 
 namespace android::hardware::transport {
@@ -34,8 +35,8 @@ Process& Process::self() {
 
 Process::Process() : name_(randomName()) {}
 
-bool Process::listen() {
-    if (life_ >= 0) return true;
+bool Process::listen(const std::string& tv) {
+    if (lives_.count(tv) != 0) return true;
     if (!makeRegistry()) return false;
     registrySweep();
     // Before the socket is there, so that no other process takes it for that of an ended one.
@@ -43,7 +44,7 @@ bool Process::listen() {
     if (life < 0) return false;
     base::unique_fd socket = registryListen(name_);
     if (socket < 0) return false;
-    life_ = std::move(life);
+    lives_[tv] = std::move(life);
     pool_.add(std::make_shared<ListenSource>(std::move(socket)));
     return true;
 }
@@ -66,12 +67,13 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
     }
     std::vector<sp<BHwBinder>> replaced;  // destroyed after the mutex is released
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!listen()) return UNKNOWN_ERROR;
+    const std::string tv = hidlaudio::host::tvRoot();
+    if (!listen(tv)) return UNKNOWN_ERROR;
     registered_[binder->exportId()] = binder;
     const bool added = registryAdd(entries);
     if (added) {
         for (const RegistryEntry& entry : entries)
-            names_[entry.interface + "/" + entry.instance] = entry.object;
+            names_[tv + "/" + entry.interface + "/" + entry.instance] = entry.object;
     }
     replaced = takeUnnamedWithLock();
     return added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);

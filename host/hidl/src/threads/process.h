@@ -28,7 +28,7 @@ class Process {
 
     /**
      * Registers `binder` as `instance` of each of `interfaces`, the most derived
-     * first. The first call creates the listening socket.
+     * first, on the TV at tvRoot(). The first call for a TV creates the listening socket.
      *
      * @return OK, or UNKNOWN_ERROR (logged)
      */
@@ -54,7 +54,7 @@ class Process {
     static constexpr size_t kMaxChannelsOfPeer = 256;
 
     Process();
-    bool listen() REQUIRES(mutex_);
+    bool listen(const std::string& tv) REQUIRES(mutex_);
     std::vector<std::shared_ptr<PeerConnection>> linksFrom(pid_t peer);
     std::vector<sp<BHwBinder>> takeUnnamedWithLock() REQUIRES(mutex_);
     std::shared_ptr<PeerConnection> linkTo(const RegistryEntry& entry);
@@ -64,10 +64,11 @@ class Process {
     const uint64_t name_;
     Pool pool_;
     std::mutex mutex_;
-    // Tells other processes that this one lives. Held from the creation of the listening socket.
-    base::unique_fd life_ GUARDED_BY(mutex_);
+    // By folder of the TV, the lock that tells other processes that this one lives. Most processes use only
+    // one TV.
+    std::map<std::string, base::unique_fd> lives_ GUARDED_BY(mutex_);
     std::map<uint64_t, sp<BHwBinder>> registered_ GUARDED_BY(mutex_);
-    std::map<std::string, uint64_t> names_ GUARDED_BY(mutex_);  // object by interface/instance
+    std::map<std::string, uint64_t> names_ GUARDED_BY(mutex_);  // object by TV/interface/instance
     std::map<uint64_t, std::weak_ptr<PeerConnection>> links_ GUARDED_BY(mutex_);  // by name of the peer
     // Links that this process opened, by PeerConnection::number.
     std::map<uint64_t, std::weak_ptr<ControlSource>> connected_ GUARDED_BY(mutex_);

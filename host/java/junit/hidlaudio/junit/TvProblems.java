@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+package hidlaudio.junit;
+
+import java.util.List;
+
+/** What happened on the TV during a failed test. The message contains its logs. */
+public class TvProblems extends Exception {
+    public TvProblems(List<String> problems, String log) {
+        super(String.join("\n", problems) + (problems.isEmpty() ? "" : "\n") + "log of the TV:\n" + log, null, true,
+                false);
+    }
+}

@@ -1,0 +1,398 @@
+// SPDX-License-Identifier: Apache-2.0
+// Native methods of HwParcel. Texts are UTF-8 without a NUL at the end.
+#include <hidl/HidlBinderSupport.h>
+#include <string.h>
+
+#include <iterator>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "java_binder.h"
+#include "java_parcel.h"
+#include "java_vm.h"
+
+namespace hidlaudio::java {
+namespace {
+
+using android::sp;
+using android::status_t;
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::IBinder;
+using android::hardware::Parcel;
+using android::hardware::readEmbeddedFromParcel;
+using android::hardware::Status;
+using android::hardware::writeEmbeddedToParcel;
+
+JavaParcel& parcelOf(jlong handle) {
+    return *pointerOf<JavaParcel>(handle);
+}
+
+// A parcel that has grown too large fails when it is sent, as on the platform.
+void throwIfNotWritten(JNIEnv* env, status_t status) {
+    if (status != android::FAILED_TRANSACTION) throwIfFailed(env, status);
+}
+
+jlong create(JNIEnv*, jclass) {
+    return handleOf(new JavaParcel());
+}
+
+void destroy(JNIEnv*, jclass, jlong handle) {
+    delete pointerOf<JavaParcel>(handle);
+}
+
+void writeInterfaceToken(JNIEnv* env, jobject, jlong handle, jbyteArray name) {
+    throwIfNotWritten(env, parcelOf(handle)->writeInterfaceToken(textOf(env, name).c_str()));
+}
+
+jboolean readInterfaceToken(JNIEnv* env, jobject, jlong handle, jbyteArray name) {
+    return parcelOf(handle)->enforceInterface(textOf(env, name).c_str()) ? JNI_TRUE : JNI_FALSE;
+}
+
+// Numbers. JavaType is the JNI type of the HIDL type T.
+template <typename JavaType, typename T, status_t (Parcel::*write)(T)>
+void writeNumber(JNIEnv* env, jobject, jlong handle, JavaType value) {
+    throwIfNotWritten(env, ((*parcelOf(handle)).*write)(static_cast<T>(value)));
+}
+
+template <typename JavaType, typename T, status_t (Parcel::*read)(T*) const>
+JavaType readNumber(JNIEnv* env, jobject, jlong handle) {
+    T value{};
+    throwIfFailed(env, ((*parcelOf(handle)).*read)(&value));
+    return static_cast<JavaType>(value);
+}
+
+// Vectors of numbers, which are arrays in Java: the element in C++ and Java, and how to create and copy an
+// array.
+template <typename T, typename JavaType, typename JavaArray, JavaArray (JNIEnv::*create)(jsize),
+          void (JNIEnv::*get)(JavaArray, jsize, jsize, JavaType*),
+          void (JNIEnv::*set)(JavaArray, jsize, jsize, const JavaType*)>
+struct Vectors {
+    static_assert(sizeof(T) == sizeof(JavaType), "arrays are copied bytewise");
+
+    static void write(JNIEnv* env, jobject, jlong handle, JavaArray array) {
+        JavaParcel& parcel = parcelOf(handle);
+        const auto count = static_cast<size_t>(env->GetArrayLength(array));
+        void* copy = parcel.store(count * sizeof(T));
+        (env->*get)(array, 0, static_cast<jsize>(count), static_cast<JavaType*>(copy));
+        hidl_vec<T> vec;
+        vec.setToExternal(static_cast<T*>(copy), count);
+        size_t parent = 0;
+        size_t child = 0;
+        status_t status = parcel->writeBuffer(&vec, sizeof(vec), &parent);
+        if (status == android::OK) status = writeEmbeddedToParcel(vec, &*parcel, parent, 0, &child);
+        throwIfNotWritten(env, status);
+    }
+
+    static JavaArray read(JNIEnv* env, jobject, jlong handle) {
+        JavaParcel& parcel = parcelOf(handle);
+        const hidl_vec<T>* vec = nullptr;
+        size_t parent = 0;
+        size_t child = 0;
+        status_t status = parcel->readBuffer(sizeof(*vec), &parent, reinterpret_cast<const void**>(&vec));
+        if (status == android::OK) status = readEmbeddedFromParcel(*vec, *parcel, parent, 0, &child);
+        if (status != android::OK) {
+            throwIfFailed(env, status);
+            return nullptr;
+        }
+        JavaArray array = (env->*create)(static_cast<jsize>(vec->size()));
+        if (array != nullptr) copyTo(env, array, *vec);
+        return array;
+    }
+
+    static void copyTo(JNIEnv* env, JavaArray array, const hidl_vec<T>& vec) {
+        const void* received = vec.data();
+        const auto* elements = static_cast<const JavaType*>(received);
+        std::vector<JavaType> flags;
+        if constexpr (std::is_same_v<T, bool>) {  // a sender may write other numbers than 0 and 1
+            for (size_t i = 0; i < vec.size(); ++i) flags.push_back(elements[i] != 0 ? JNI_TRUE : JNI_FALSE);
+            elements = flags.data();
+        }
+        (env->*set)(array, 0, static_cast<jsize>(vec.size()), elements);
+    }
+};
+
+using Bools = Vectors<bool, jboolean, jbooleanArray, &JNIEnv::NewBooleanArray, &JNIEnv::GetBooleanArrayRegion,
+                      &JNIEnv::SetBooleanArrayRegion>;
+using Int8s = Vectors<int8_t, jbyte, jbyteArray, &JNIEnv::NewByteArray, &JNIEnv::GetByteArrayRegion,
+                      &JNIEnv::SetByteArrayRegion>;
+using Int16s = Vectors<int16_t, jshort, jshortArray, &JNIEnv::NewShortArray, &JNIEnv::GetShortArrayRegion,
+                       &JNIEnv::SetShortArrayRegion>;
+using Int32s = Vectors<int32_t, jint, jintArray, &JNIEnv::NewIntArray, &JNIEnv::GetIntArrayRegion,
+                       &JNIEnv::SetIntArrayRegion>;
+using Int64s = Vectors<int64_t, jlong, jlongArray, &JNIEnv::NewLongArray, &JNIEnv::GetLongArrayRegion,
+                       &JNIEnv::SetLongArrayRegion>;
+using Floats = Vectors<float, jfloat, jfloatArray, &JNIEnv::NewFloatArray, &JNIEnv::GetFloatArrayRegion,
+                       &JNIEnv::SetFloatArrayRegion>;
+using Doubles = Vectors<double, jdouble, jdoubleArray, &JNIEnv::NewDoubleArray, &JNIEnv::GetDoubleArrayRegion,
+                        &JNIEnv::SetDoubleArrayRegion>;
+
+void writeString(JNIEnv* env, jobject, jlong handle, jbyteArray text) {
+    Parcel& parcel = *parcelOf(handle);
+    const std::string bytes = textOf(env, text);
+    hidl_string string;
+    string.setToExternal(bytes.c_str(), bytes.size());
+    size_t parent = 0;
+    status_t status = parcel.writeBuffer(&string, sizeof(string), &parent);
+    if (status == android::OK) status = writeEmbeddedToParcel(string, &parcel, parent, 0);
+    throwIfNotWritten(env, status);
+}
+
+jbyteArray readString(JNIEnv* env, jobject, jlong handle) {
+    Parcel& parcel = *parcelOf(handle);
+    const hidl_string* string = nullptr;
+    size_t parent = 0;
+    status_t status = parcel.readBuffer(sizeof(*string), &parent, reinterpret_cast<const void**>(&string));
+    if (status == android::OK) status = readEmbeddedFromParcel(*string, parcel, parent, 0);
+    if (status == android::OK) return bytesOf(env, string->c_str(), string->size());
+    throwIfFailed(env, status);
+    return nullptr;
+}
+
+std::vector<std::string> textsOf(JNIEnv* env, jobjectArray array) {
+    std::vector<std::string> texts;
+    const jsize count = env->GetArrayLength(array);
+    for (jsize i = 0; i < count; ++i) {
+        auto* text = static_cast<jbyteArray>(env->GetObjectArrayElement(array, i));
+        texts.push_back(textOf(env, text));
+        env->DeleteLocalRef(text);
+    }
+    return texts;
+}
+
+void writeStringVector(JNIEnv* env, jobject, jlong handle, jobjectArray array) {
+    Parcel& parcel = *parcelOf(handle);
+    const std::vector<std::string> texts = textsOf(env, array);
+    std::vector<hidl_string> strings(texts.size());
+    for (size_t i = 0; i < texts.size(); ++i) strings[i].setToExternal(texts[i].c_str(), texts[i].size());
+    hidl_vec<hidl_string> vec;
+    vec.setToExternal(strings.data(), strings.size());
+    size_t parent = 0;
+    size_t child = 0;
+    status_t status = parcel.writeBuffer(&vec, sizeof(vec), &parent);
+    if (status == android::OK) status = writeEmbeddedToParcel(vec, &parcel, parent, 0, &child);
+    for (size_t i = 0; status == android::OK && i < strings.size(); ++i)
+        status = writeEmbeddedToParcel(strings[i], &parcel, child, i * sizeof(hidl_string));
+    throwIfNotWritten(env, status);
+}
+
+// Returns an array of byte[]. Returns null with an exception pending if there is no memory.
+jobjectArray javaTexts(JNIEnv* env, const hidl_vec<hidl_string>& strings) {
+    const auto count = static_cast<jsize>(strings.size());
+    jobjectArray array = env->NewObjectArray(count, gJava.byteArray, nullptr);
+    for (jsize i = 0; array != nullptr && i < count; ++i) {
+        const hidl_string& string = strings[static_cast<size_t>(i)];
+        jbyteArray text = bytesOf(env, string.c_str(), string.size());
+        if (text == nullptr) return nullptr;
+        env->SetObjectArrayElement(array, i, text);
+        env->DeleteLocalRef(text);
+    }
+    return array;
+}
+
+jobjectArray readStringVector(JNIEnv* env, jobject, jlong handle) {
+    Parcel& parcel = *parcelOf(handle);
+    const hidl_vec<hidl_string>* vec = nullptr;
+    size_t parent = 0;
+    size_t child = 0;
+    status_t status = parcel.readBuffer(sizeof(*vec), &parent, reinterpret_cast<const void**>(&vec));
+    if (status == android::OK) status = readEmbeddedFromParcel(*vec, parcel, parent, 0, &child);
+    for (size_t i = 0; status == android::OK && i < vec->size(); ++i)
+        status = readEmbeddedFromParcel((*vec)[i], parcel, child, i * sizeof(hidl_string));
+    if (status == android::OK) return javaTexts(env, *vec);
+    throwIfFailed(env, status);
+    return nullptr;
+}
+
+void writeNoBinder(JNIEnv* env, jobject, jlong handle) {
+    throwIfNotWritten(env, parcelOf(handle)->writeStrongBinder(nullptr));
+}
+
+void writeLocalBinder(JNIEnv* env, jobject, jlong handle, jlong holder, jobject object) {
+    const sp<IBinder> binder = pointerOf<BinderHolder>(holder)->get(env, object);
+    throwIfNotWritten(env, parcelOf(handle)->writeStrongBinder(binder));
+}
+
+void writeRemoteBinder(JNIEnv* env, jobject, jlong handle, jlong binder) {
+    throwIfNotWritten(env, parcelOf(handle)->writeStrongBinder(pointerOf<IBinder>(binder)));
+}
+
+jobject readStrongBinder(JNIEnv* env, jobject, jlong handle) {
+    sp<IBinder> binder;
+    const status_t status = parcelOf(handle)->readNullableStrongBinder(&binder);
+    if (status == android::OK) return javaFormOf(env, binder);
+    throwIfFailed(env, status);
+    return nullptr;
+}
+
+// Handles are packed in an int array: number of descriptors, descriptors, integers.
+void writeNativeHandle(JNIEnv* env, jobject, jlong handle, jintArray packed) {
+    Parcel& parcel = *parcelOf(handle);
+    if (packed == nullptr) return throwIfNotWritten(env, parcel.writeNativeHandleNoDup(nullptr));
+    std::vector<jint> numbers(static_cast<size_t>(env->GetArrayLength(packed)));
+    env->GetIntArrayRegion(packed, 0, static_cast<jsize>(numbers.size()), numbers.data());
+    const int descriptors = numbers[0];
+    const int ints = static_cast<int>(numbers.size()) - 1 - descriptors;
+    native_handle_t* native = native_handle_create(descriptors, ints);
+    if (native == nullptr) return throwIfFailed(env, android::BAD_VALUE);
+    std::copy(numbers.begin() + 1, numbers.end(), native->data);
+    const status_t status = parcel.writeNativeHandleNoDup(native);
+    native_handle_delete(native);
+    throwIfNotWritten(env, status);
+}
+
+jintArray readNativeHandle(JNIEnv* env, jobject, jlong handle) {
+    const native_handle_t* native = nullptr;
+    throwIfFailed(env, parcelOf(handle)->readNullableNativeHandleNoDup(&native));
+    if (native == nullptr) return nullptr;
+    const jsize count = native->numFds + native->numInts;
+    jintArray packed = env->NewIntArray(count + 1);
+    if (packed == nullptr) return nullptr;
+    env->SetIntArrayRegion(packed, 0, 1, &native->numFds);
+    env->SetIntArrayRegion(packed, 1, count, native->data);
+    return packed;
+}
+
+// Buffers. Java gets copies, so that no later change by the sender matters.
+jlong writeBuffer(JNIEnv* env, jobject, jlong handle, jbyteArray data) {
+    const std::string bytes = textOf(env, data);
+    size_t buffer = 0;
+    throwIfNotWritten(env, parcelOf(handle)->writeBuffer(bytes.data(), bytes.size(), &buffer));
+    return static_cast<jlong>(buffer);
+}
+
+jlong writeEmbeddedBuffer(JNIEnv* env, jobject, jlong handle, jbyteArray data, jlong parent, jlong offset) {
+    const std::string bytes = textOf(env, data);
+    size_t buffer = 0;
+    throwIfNotWritten(
+        env, parcelOf(handle)->writeEmbeddedBuffer(bytes.data(), bytes.size(), &buffer,
+                                                   static_cast<size_t>(parent), static_cast<size_t>(offset)));
+    return static_cast<jlong>(buffer);
+}
+
+// Returns a copy of a buffer that was read, and stores its handle in the HwBlob `into`.
+jbyteArray received(JNIEnv* env, status_t status, const void* data, jlong size, size_t buffer, jobject into) {
+    if (status != android::OK) {
+        throwIfFailed(env, status);
+        return nullptr;
+    }
+    env->SetLongField(into, gJava.handleOfBlob, static_cast<jlong>(buffer));
+    return bytesOf(env, data, static_cast<size_t>(size));
+}
+
+jbyteArray readBuffer(JNIEnv* env, jobject, jlong handle, jlong size, jobject into) {
+    size_t buffer = 0;
+    const void* data = nullptr;
+    const status_t status = parcelOf(handle)->readBuffer(static_cast<size_t>(size), &buffer, &data);
+    return received(env, status, data, size, buffer, into);
+}
+
+jbyteArray readEmbeddedBuffer(JNIEnv* env, jobject, jlong handle, jlong size, jlong parent, jlong offset,
+                              jobject into) {
+    size_t buffer = 0;
+    const void* data = nullptr;
+    const status_t status =
+        parcelOf(handle)->readEmbeddedBuffer(static_cast<size_t>(size), &buffer, static_cast<size_t>(parent),
+                                             static_cast<size_t>(offset), &data, true);
+    return received(env, status, data, size, buffer, into);
+}
+
+void writeStatus(JNIEnv* env, jobject, jlong handle, jint status) {
+    throwIfNotWritten(env, android::hardware::writeToParcel(Status::fromStatusT(status), &*parcelOf(handle)));
+}
+
+// Returns the description of an error, or null for success.
+jbyteArray readStatus(JNIEnv* env, jobject, jlong handle) {
+    Status status;
+    const status_t error = android::hardware::readFromParcel(&status, *parcelOf(handle));
+    throwIfFailed(env, error);
+    if (error != android::OK || status.isOk()) return nullptr;
+    const std::string text = status.description();
+    return bytesOf(env, text.data(), text.size());
+}
+
+jboolean send(JNIEnv*, jobject, jlong handle) {
+    return parcelOf(handle).send() ? JNI_TRUE : JNI_FALSE;
+}
+
+bool registerMethods(JNIEnv* env, jclass parcel, const JNINativeMethod* methods, size_t count) {
+    return env->RegisterNatives(parcel, methods, static_cast<jint>(count)) == JNI_OK;
+}
+
+bool registerNumbers(JNIEnv* env, jclass parcel) {
+    const JNINativeMethod methods[] = {
+        method("writeBool", "(JZ)V", writeNumber<jboolean, bool, &Parcel::writeBool>),
+        method("writeInt8", "(JB)V", writeNumber<jbyte, int8_t, &Parcel::writeInt8>),
+        method("writeInt16", "(JS)V", writeNumber<jshort, int16_t, &Parcel::writeInt16>),
+        method("writeInt32", "(JI)V", writeNumber<jint, int32_t, &Parcel::writeInt32>),
+        method("writeInt64", "(JJ)V", writeNumber<jlong, int64_t, &Parcel::writeInt64>),
+        method("writeFloat", "(JF)V", writeNumber<jfloat, float, &Parcel::writeFloat>),
+        method("writeDouble", "(JD)V", writeNumber<jdouble, double, &Parcel::writeDouble>),
+        method("readBool", "(J)Z", readNumber<jboolean, bool, &Parcel::readBool>),
+        method("readInt8", "(J)B", readNumber<jbyte, int8_t, &Parcel::readInt8>),
+        method("readInt16", "(J)S", readNumber<jshort, int16_t, &Parcel::readInt16>),
+        method("readInt32", "(J)I", readNumber<jint, int32_t, &Parcel::readInt32>),
+        method("readInt64", "(J)J", readNumber<jlong, int64_t, &Parcel::readInt64>),
+        method("readFloat", "(J)F", readNumber<jfloat, float, &Parcel::readFloat>),
+        method("readDouble", "(J)D", readNumber<jdouble, double, &Parcel::readDouble>),
+    };
+    return registerMethods(env, parcel, methods, std::size(methods));
+}
+
+bool registerVectors(JNIEnv* env, jclass parcel) {
+    const JNINativeMethod methods[] = {
+        method("writeBoolVector", "(J[Z)V", Bools::write),
+        method("writeInt8Vector", "(J[B)V", Int8s::write),
+        method("writeInt16Vector", "(J[S)V", Int16s::write),
+        method("writeInt32Vector", "(J[I)V", Int32s::write),
+        method("writeInt64Vector", "(J[J)V", Int64s::write),
+        method("writeFloatVector", "(J[F)V", Floats::write),
+        method("writeDoubleVector", "(J[D)V", Doubles::write),
+        method("writeStringVector", "(J[[B)V", writeStringVector),
+        method("readBoolVector", "(J)[Z", Bools::read),
+        method("readInt8Vector", "(J)[B", Int8s::read),
+        method("readInt16Vector", "(J)[S", Int16s::read),
+        method("readInt32Vector", "(J)[I", Int32s::read),
+        method("readInt64Vector", "(J)[J", Int64s::read),
+        method("readFloatVector", "(J)[F", Floats::read),
+        method("readDoubleVector", "(J)[D", Doubles::read),
+        method("readStringVector", "(J)[[B", readStringVector),
+    };
+    return registerMethods(env, parcel, methods, std::size(methods));
+}
+
+bool registerOthers(JNIEnv* env, jclass parcel) {
+    const JNINativeMethod methods[] = {
+        method("create", "()J", create),
+        method("destroy", "(J)V", destroy),
+        method("writeInterfaceToken", "(J[B)V", writeInterfaceToken),
+        method("readInterfaceToken", "(J[B)Z", readInterfaceToken),
+        method("writeString", "(J[B)V", writeString),
+        method("readString", "(J)[B", readString),
+        method("writeNoBinder", "(J)V", writeNoBinder),
+        method("writeLocalBinder", "(JJLandroid/os/HwBinder;)V", writeLocalBinder),
+        method("writeRemoteBinder", "(JJ)V", writeRemoteBinder),
+        method("readStrongBinder", "(J)Landroid/os/IHwBinder;", readStrongBinder),
+        method("writeNativeHandle", "(J[I)V", writeNativeHandle),
+        method("readNativeHandle", "(J)[I", readNativeHandle),
+        method("writeBuffer", "(J[B)J", writeBuffer),
+        method("writeEmbeddedBuffer", "(J[BJJ)J", writeEmbeddedBuffer),
+        method("readBuffer", "(JJLandroid/os/HwBlob;)[B", readBuffer),
+        method("readEmbeddedBuffer", "(JJJJLandroid/os/HwBlob;)[B", readEmbeddedBuffer),
+        method("writeStatus", "(JI)V", writeStatus),
+        method("readStatus", "(J)[B", readStatus),
+        method("send", "(J)Z", send),
+    };
+    return registerMethods(env, parcel, methods, std::size(methods));
+}
+
+}  // namespace
+
+bool registerParcelMethods(JNIEnv* env) {
+    jclass parcel = env->FindClass("android/os/HwParcel");
+    return parcel != nullptr && registerNumbers(env, parcel) && registerVectors(env, parcel) &&
+           registerOthers(env, parcel);
+}
+
+}  // namespace hidlaudio::java
