@@ -2,6 +2,7 @@
 #include "tests/support/log_contract.h"
 
 #include "fixture.h"
+#include "headphone_virtualizer/back_end_transfer.h"
 
 namespace hidlaudio::test {
 namespace {
@@ -203,7 +204,7 @@ TEST_F(LogContract, RefusedApplyAndCancel) {
 
 TEST_F(LogContract, DiscardedTransfer) {
     tv_.behave("hang\n");
-    host::setClockSpeed(50);
+    host::setClockSpeed(5);
     std::string number;
     const Lines lines = transferLines(kResult0, [&](int32_t handle) {
         number = std::to_string(handle);
@@ -271,19 +272,22 @@ TEST_F(LogContract, FailedTransfer) {
     other->hold(false);
     loggedUntil(kFinished);
 
-    tv_.behave("hang\n");
-    host::SteppedClock clock(host::SteppedClock::Sleeps::Wait);
-    EXPECT_EQ(transferLines(kResult0, [&](int32_t) { clock.advance(20s); }),
-              aroundTransfer({kUpdate, kState1, kResult0, thread + "epoll timeout!!"}));
     std::filesystem::remove_all(tv_ / "power");
-    tv_.setState(UploadKind::Device, std::string(2, '\0'));
     const std::string notAcquired = thread + "Acquire Wakelock failed(errno:-2).";
     EXPECT_EQ(transferLines(notAcquired), (Lines{"D [paramTransferThread] start",
                                                  "D [paramTransferThread] Acquire Wakelock HidlAudioDevice",
                                                  notAcquired, "D Release Wakelock HidlAudioDevice",
                                                  "E Release Wakelock failed(errno:-2).", kFinished}));
-    // The failures before the transfer, both waits, the time-out, and the wake lock.
-    EXPECT_THAT(callback_->results(), ElementsAre(-3, -3, -3, -3, -2, -2, -2, 1, -2, -3));
+    std::filesystem::create_directory(tv_ / "power");
+
+    tv_.behave("hang\n");
+    host::SteppedClock clock(host::SteppedClock::Sleeps::Wait);
+    EXPECT_EQ(transferLines(kResult0, [&](int32_t) { clock.advance(20s); }),
+              aroundTransfer({kUpdate, kState1, kResult0, thread + "epoll timeout!!"}));
+    using namespace com::tovi::dtv::hardware::audio::headphone_virtualizer;
+    EXPECT_EQ(notifyCancelToBeCtrl(BECTRL_IOC_CANCEL_DEVICE_PARAMETER), 0) << "the controller is still busy";
+    // The failures before the transfer, both waits, the wake lock, and the time-out.
+    EXPECT_THAT(callback_->results(), ElementsAre(-3, -3, -3, -3, -2, -2, -2, 1, -3, -2));
 }
 
 }  // namespace
