@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Names and numbers that the pages of the model share."""
+"""Names and numbers that the modules of the model share."""
 
 import struct
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the state machine chooses from: calls with usual, boundary and hostile arguments, faults, files."""
+"""Strategies of the state machine: calls with usual, boundary and hostile arguments, faults, files."""
 
 from hypothesis import strategies as st
 
@@ -94,7 +94,7 @@ calls = st.one_of(
     method("mic.get_mic_devices"),
 )
 
-# Calls that use a function of the TV, with a fault of that function: most faults do their harm at once.
+# Calls that use a function of the TV, with a fault of that function.
 stores = st.one_of(method("external.set_force_encoding_enabled", booleans),
                    method("speaker.set_tv_position", st.sampled_from([0, 1, 2])),
                    method("hdmi.set_audio_capabilities", st.lists(st.sampled_from(CAPABILITIES[:7]), max_size=4)))
