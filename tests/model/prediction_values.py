@@ -3,7 +3,9 @@
 
 import struct
 
-ANY = "\x01"  # in a predicted line of the log: any number or address
+# In a predicted line of the log:
+ANY = "\x01"   # any number or address
+FREE = "\x02"  # any text
 TUNING = "data/vendor/tmp/recipe/aqda.bin"
 HAL_OK = 0
 
