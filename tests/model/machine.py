@@ -191,12 +191,13 @@ class Machine(RuleBasedStateMachine):
         if not (text.startswith("dies") and self.world.virtualizer_busy()):
             self.put(path, text.encode() + b"\n" if text else None)
 
-    @rule(client=st.integers(0, 2), key=st.sampled_from(list(values.KEYS)), text=values.config_texts)
-    def config(self, client, key, text):
-        """Changes a value of the configuration store, and calls the method that reads it."""
-        self.put("soc/config/" + key, None if text is None else text.encode() + b"\n")
-        if self.world.running:
-            self.act(client, values.KEYS[key], ())
+    @rule(client=st.integers(0, 2), texts=values.config)
+    def config(self, client, texts):
+        """Changes values of the configuration store, and calls the methods that read them."""
+        for key, text in texts.items():
+            self.put("soc/config/" + key, None if text is None else text.encode() + b"\n")
+        for method in sorted({values.KEYS[key] for key in texts} if self.world.running else ()):
+            self.act(client, method, ())
 
     @rule(file=values.files, restart=st.booleans())
     def file(self, file, restart):
@@ -299,11 +300,11 @@ class Machine(RuleBasedStateMachine):
         self.act(client, "calibration.set_enabled", (True,))
 
     @precondition(is_running)
-    @rule(client=st.integers(0, 2), calls=st.lists(values.calls, max_size=2), again=st.booleans())
-    def set_callback(self, client, calls, again):
-        """Registers a new callback, or again the client's first one."""
-        own = [callback for callback in self.world.hdmi.callbacks if again and callback.client[0] == client]
-        self.act(client, "hdmi.set_callback", (own[0] if own else self.callback(client, calls),))
+    @rule(client=st.integers(0, 2), calls=st.lists(values.calls, max_size=2), times=st.sampled_from([1, 1, 2, 3]))
+    def set_callback(self, client, calls, times):
+        callback = self.callback(client, calls)
+        for _ in range(times):
+            self.act(client, "hdmi.set_callback", (callback,))
 
     # --- uploads ----------------------------------------------------------------------------------------
 

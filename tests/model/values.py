@@ -16,7 +16,8 @@ KEYS = {  # of the configuration store, with the methods that read them
     "g_audio__arc_dd_plus_capab": "hdmi.get_audio_capabilities",
     "g_audio__earc_ddp_cap": "hdmi.get_audio_capabilities",
     "g_audio__arc_mpeg4_aac_lc_capab": "hdmi.get_audio_capabilities"}
-config_texts = st.sampled_from(["0", "1", "2", "3", "4", "-1", "5", "2147483647", "-2147483648", "x", "", None])
+config = st.dictionaries(st.sampled_from(list(KEYS)), st.sampled_from(["0", "1", "2", "3", "4"]) | st.sampled_from(
+    ["-1", "5", "2147483647", "-2147483648", "x", "", None]), min_size=1, max_size=5)
 words = st.sampled_from([0, 1, 2, 7, 15, 255, 256, 258, 1024, -1, -10, -35, 0x02050A00, 0xC8C8C8FF, 2**31])
 center_words = st.sampled_from([0, 1, 3, 254, 255, 256, 512, 2**31 - 1, -1, -2**31])
 texts = st.sampled_from(["", "Tovi", "tovi", "Tovi ", "TOVI", "a\nb", "ü€", "x" * 2000, "%s%n", "auto"])
