@@ -4,7 +4,7 @@
 import math
 import struct
 
-from prediction_values import ANY, TUNING, f32
+from prediction_values import ANY, FREE, TUNING, f32
 
 TAG = "AudioAC"
 DATA_FILE = "data/vendor/tovi/hidlaudio/aud_ac.data"
@@ -156,10 +156,10 @@ class AcousticCalibration:
             packed = struct.pack("<8s33f", channel, entry.get("level", 0.0), entry.get("delay", 0.0), *gains)
             error, written = world.write(DATA_FILE, at * RECORD, packed)
             if written < RECORD:
-                world.log("E", TAG, f"[{name}] {world.FREE}{error}")
+                world.log("E", TAG, f"[{name}] {FREE}{error}")
                 error, _ = world.call("remove", "/" + DATA_FILE)
                 if error:
-                    world.log("E", TAG, f"[{name}] {world.FREE}{error}")
+                    world.log("E", TAG, f"[{name}] {FREE}{error}")
                 else:
                     del world.files[DATA_FILE]
                 world.log("D", TAG, f"[{name}] end")

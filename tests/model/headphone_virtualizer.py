@@ -1,9 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """Model of IHeadphoneVirtualizer: switches, the two parameter buffers, and their uploads.
 
-An upload that has started is `waiting` for the other kind, or the driver is `driving` it, or it has ended. All
-its steps that need no further action of the TV happen at once; the machine waits until the daemon has made
-them too. The log of an upload's thread is predicted apart, because it may lie anywhere in the log.
+The stage of an upload is `waiting` (for the upload of the other kind), `driving` (the driver transfers it) or
+`ended`. The model makes all its progress at once, until it depends on a later step; the machine waits until the
+daemon has made the same progress. The log of each transfer thread is predicted separately, because the lines of
+different threads can have any order.
 """
 
 from dataclasses import dataclass, field
@@ -37,7 +38,6 @@ class Upload:
     data: bytes
     stage: str = "waiting"
     log: list = field(default_factory=list)
-    loose: bool = False  # whether calls from inside the callback may log in the thread
 
 
 class Slot:
@@ -295,7 +295,7 @@ class HeadphoneVirtualizer:
             upload.log.append(("I", TAG, f"[{THREAD}] Acquire Wakelock completed."))
 
     def _advance(self, world):
-        """Lets the uploads go on until each has ended, hangs, or waits for one that hangs."""
+        """Continues the uploads until each has ended, hangs, or waits for an upload that hangs."""
         for kind in (DEVICE, HRTF, DEVICE):
             upload, other = self.slots[kind].upload, self.slots[1 - kind].upload
             if upload and upload.stage == "waiting" and not (other and other.stage == "driving"):

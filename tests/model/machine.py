@@ -1,29 +1,30 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The state machine: random clients, faults, deaths and restarts on one TV, and the model beside it.
+"""The state machine: random clients, faults, deaths and restarts on a TV.
 
-Every rule predicts its step with the model, takes it on the real TV, and compares result, log, platform calls,
-callbacks, and every file. A failure is printed as Python: paste it below `state = BackEndTv()`.
+Each step is predicted with the model and taken on the real TV. Then result, log, platform calls, callbacks and
+all files are compared.
 """
 
 import struct
 import time
+import types
 
 import hidlaudio
 from hypothesis import assume, strategies as st
 from hypothesis.stateful import RuleBasedStateMachine, precondition, rule
 
-import headphone_virtualizer as hv
-import lab as lab_module
 import values
-from lab import Callback, Lab, plain, same_file, same_result, thread_matches
+from comparison import Died, differences
+from lab import Callback, Lab, plain
+from mic_control import MIC
 from prediction_values import TUNING
-from world import KEPT, MARKER, CallFault, Start, World, log_matches
+from world import KEPT, CallFault, Start, World
 
-SLOW, FASTEST = 4, 1000000  # speeds of the clock: an upload that hangs has 5 s; a wait of 20 s takes none
+# Speeds of the clock. An upload that hangs times out after 20 s by the TV's clock, and its example must end before.
+SLOW, FASTEST = 2, 1000000
+UPLOAD_LIMIT = 15  # seconds by the TV's clock
 labs = {}  # one real TV per model of TV, for the life of the process
-patience = [30.0]  # seconds to wait for a thing that must happen; less once a failure is being shortened
-steps = [0]
-last_failure = [""]
+progress = types.SimpleNamespace(steps=0, failure="")
 
 
 def lab_of(model):
@@ -41,15 +42,7 @@ def pattern(size, seed):
     return (bytes((seed + 7 * i) % 251 for i in range(251)) * (size // 251 + 1))[:size]
 
 
-class Died:
-    def __eq__(self, other):
-        return isinstance(other, Died)
-
-    def __repr__(self):
-        return "the daemon died"
-
-
-# Preconditions. Named functions: Hypothesis spends most of its time on the source text of lambdas.
+# Preconditions. They are named functions, because Hypothesis reads the source text of lambdas, which is slow.
 def is_running(machine):
     return machine.world.running
 
@@ -59,7 +52,7 @@ def hal_lives(machine):
 
 
 def may_upload(machine):
-    """Whether the order of the uploads' steps is known: no fault that strikes one of many threads."""
+    """Whether the effect of the call fault does not depend on the order of the threads."""
     world = machine.world
     fault = world.running and world.start.call_fault
     counted = fault and (fault.name == "open" or fault.name in ("fopen", "fread")
@@ -89,8 +82,8 @@ class Machine(RuleBasedStateMachine):
     # --- one step ---------------------------------------------------------------------------------------
 
     def step(self, real, *alternatives):
-        """Takes a step on the TV. One of the alternative predictions must describe what came of it."""
-        steps[0] += 1
+        """Takes a step on the TV. Its effects must match one of the alternative predictions."""
+        progress.steps += 1
         assume(not self.is_late())
         self.lab.events.clear()
         self.lab.nested.clear()
@@ -105,26 +98,24 @@ class Machine(RuleBasedStateMachine):
             result = plain(real())
         except hidlaudio.DeadObject:
             result = Died()
-        differences = None
+        found = []
         for world, prediction in zip(worlds, predictions):
-            found = self.differences(world, prediction, result)
-            if not found:
+            found.append(differences(self.lab, world, prediction, result))
+            if not found[-1]:
                 self.world = world
                 return self.settle(prediction)
-            if differences is None or len(found) < len(differences):
-                differences = found
-        patience[0] = min(patience[0], 0.4)  # of the examples that make the failure shorter
-        last_failure[0] = "\n".join(["the model predicts otherwise:"] + differences)
-        raise AssertionError(last_failure[0])
+        self.lab.lose_patience()  # similar examples follow, to shorten this one
+        progress.failure = "\n".join(["the model predicts otherwise:"] + min(found, key=len))
+        raise AssertionError(progress.failure)
 
     def is_late(self):
-        """Whether an upload that hangs may time out during the next step: then the example is given up."""
+        """Whether an upload that hangs may time out during the next step. Then the example is given up."""
         if not self.world.virtualizer_busy():
             self.uploading_since = None
         elif self.uploading_since is None:
             self.uploading_since = time.monotonic()
         since = self.uploading_since
-        return since is not None and (time.monotonic() - since) * self.world.start.clock > 10
+        return since is not None and (time.monotonic() - since) * self.world.start.clock > UPLOAD_LIMIT
 
     def settle(self, prediction):
         self.lab.main.clear()
@@ -133,70 +124,6 @@ class Machine(RuleBasedStateMachine):
             self.lab.tv.wait_for_end("hidlaudio")
             self.world.crash()
             self.lab.stop("hidlaudio")
-
-    def differences(self, world, prediction, result):
-        found = []
-        expected = Died() if prediction.died else prediction.result
-        if not same_result(expected, result):
-            found.append(f"result: {expected!r} expected, {result!r} returned")
-        self.lab.wait(lambda: self.is_complete(world, prediction), patience[0])
-        self.lab.read_calls()
-        for at in range(max(len(prediction.log), len(self.lab.main))):
-            line = prediction.log[at] if at < len(prediction.log) else None
-            actual = self.lab.main[at] if at < len(self.lab.main) else None
-            if line is None or actual is None or not log_matches(line, actual):
-                found.append(f"log, line {at + 1} of the step: {line} expected, {actual} found")
-                break
-        for upload, lines in self.uploads(world):
-            if not self.upload_matches(upload, lines):
-                found.append(f"log of an upload: {upload.log} expected, {lines} found")
-        if world.events != self.lab.events:
-            found.append(f"callbacks: {world.events} expected, {self.lab.events} made")
-        if not same_result(world.nested, self.lab.nested):
-            found.append(f"calls from callbacks: {world.nested} expected, {self.lab.nested} returned")
-        return found + self.call_differences(prediction) + self.file_differences(world)
-
-    def uploads(self, world):
-        threads = list(self.lab.threads.values()) + [[] for _ in world.virtualizer.uploads]
-        return list(zip(world.virtualizer.uploads, threads)) if world.running else []
-
-    def upload_matches(self, upload, lines):
-        if upload.log[-1] == "in progress" and lines[-3:] != hv.IN_PROGRESS:
-            return False
-        return thread_matches(upload.log, lines)
-
-    def is_complete(self, world, prediction):
-        """Whether all has come that must come; also if something wrong has come already."""
-        main = self.lab.main
-        if any(not log_matches(*pair) for pair in zip(prediction.log, main)):
-            return True
-        return (len(main) >= len(prediction.log) and len(self.lab.events) >= len(world.events)
-                and all(self.upload_matches(*pair) for pair in self.uploads(world)))
-
-    def call_differences(self, prediction):
-        actual = self.lab.calls
-        expected = [call for call in prediction.calls
-                    if call[0] not in lab_module.UPLOAD_CALLS and "tovi_bectrl" not in call[1]]
-        if actual == expected:
-            return []
-        at = next((i for i, pair in enumerate(zip(expected, actual)) if pair[0] != pair[1]),
-                  min(len(expected), len(actual)))
-        return [f"platform call {at + 1} of the step: {expected[at:at + 3]} expected, {actual[at:at + 3]} made"]
-
-    def file_differences(self, world):
-        actual, found = self.lab.files(), []
-        for path in sorted(actual.keys() | world.files.keys()):
-            if lab_module.UNCOMPARED.match(path):
-                continue
-            if not same_file(world.files.get(path), actual.get(path)):
-                found.append(f"{path}: {world.files.get(path)!r} expected, {actual.get(path)!r} found")
-        with open(self.lab.root + "power/wake_lock", encoding="utf-8") as file:
-            held = sorted(file.read().split())
-        locks = sorted(hv.LOCKS[slot.upload.kind] for slot in world.virtualizer.slots.values()
-                       if slot.upload) if world.running else held
-        if held != locks and not world.wake_locks_stay:
-            found.append(f"wake locks: {locks} expected, {held} held")
-        return found
 
     # --- starts and deaths ------------------------------------------------------------------------------
 
@@ -231,6 +158,8 @@ class Machine(RuleBasedStateMachine):
         died = (client, self.generations[client])
         self.generations[client] += 1
         self.step(kill, lambda world: world.client_died(died))
+        if self.world.hdmi.callbacks and not self.world.may_die():
+            self.act((client + 1) % 3, "hdmi.set_audio_capabilities", (["ARC_DD_PLUS"],))  # calls all others
 
     def callback(self, client, calls):
         self.lab.client(client)
@@ -262,30 +191,40 @@ class Machine(RuleBasedStateMachine):
         if not (text.startswith("dies") and self.world.virtualizer_busy()):
             self.put(path, text.encode() + b"\n" if text else None)
 
-    @rule(key=st.sampled_from(values.KEYS), text=values.config_texts)
-    def config(self, key, text):
-        self.put("soc/config/" + key, None if text is None else text.encode() + b"\n")
+    @rule(client=st.integers(0, 2), texts=values.config)
+    def config(self, client, texts):
+        """Changes values of the configuration store, and calls the methods that read them."""
+        for key, text in texts.items():
+            self.put("soc/config/" + key, None if text is None else text.encode() + b"\n")
+        for method in sorted({values.KEYS[key] for key in texts} if self.world.running else ()):
+            self.act(client, method, ())
 
-    @rule(file=values.files)
-    def file(self, file):
+    @rule(file=values.files, restart=st.booleans())
+    def file(self, file, restart):
         path, content = file
         if self.model != "be" and "bectrl" in path:
             return
         if path.rpartition("/")[0] + "/" == KEPT and KEPT not in self.world.files:
             return
         self.put(path, content)
-        if self.world.needs_time() and self.world.start.clock < FASTEST:
+        if restart or self.world.needs_time() and self.world.start.clock < FASTEST:
             self.boot(Start(clock=SLOW))
 
-    @rule(at=st.sampled_from([19412 + 0x14, 19412 + 0x34, 19412 + 0x38, 19412 + 0x3C, 19412 + 0x48, 22340, 22344,
-                              22852, 23924, 23928]), word=values.words)
-    def tuning(self, at, word):
-        """Changes a word of the tuning file, and asks the service that reads it."""
+    def put_tuning_word(self, at, word):
         data = self.world.files.get(TUNING, b"").ljust(24576, b"\0")
         self.put(TUNING, data[:at] + struct.pack("<I", word & 0xFFFFFFFF) + data[at + 4:])
-        if at < 23924:
-            return self.world.running and self.act(0, "calibration.get_calibration_parameters", ())
-        self.boot(Start(clock=SLOW))  # the start reads the rest
+
+    @precondition(is_running)
+    @rule(client=st.integers(0, 2), at=st.sampled_from([19412 + 0x14, 19412 + 0x34, 19412 + 0x38, 19412 + 0x3C,
+                                                        19412 + 0x48, 22340, 22344, 22852]), word=values.words)
+    def tuning_of_calibration(self, client, at, word):
+        self.put_tuning_word(at, word)
+        self.act(client, "calibration.get_calibration_parameters", ())
+
+    @rule(at=st.sampled_from([23924, 23928]), word=values.center_words)
+    def tuning_of_center_speaker(self, at, word):
+        self.put_tuning_word(at, word)
+        self.boot(Start(clock=SLOW))
         self.act(0, "center.get_center_speaker_acoustics_type", ())
         self.act(0, "center.get_center_speaker_latency", ())
 
@@ -305,6 +244,12 @@ class Machine(RuleBasedStateMachine):
         self.step(lambda: self.lab.call(client, path, arguments),
                   lambda world: world.method(path)(*arguments))
 
+    def act_and_read_back(self, client, path, arguments):
+        """Makes a call that may fail. If it sets something, then reads it: a failure must not change it."""
+        self.act(client, path, arguments)
+        if ".set_" in path and self.world.running:
+            self.act(client, path.replace(".set_", ".get_"), (MIC,) if path.startswith("mic.") else ())
+
     @precondition(is_running)
     @rule(client=st.integers(0, 2), call=values.calls)
     def call(self, client, call):
@@ -317,12 +262,12 @@ class Machine(RuleBasedStateMachine):
         if path.startswith("hal/") and int(text.split()[0]) not in range(5):
             text = "4 1"  # the HAL has no such result
         self.put(path, text.encode() + b"\n")
-        self.act(client, *call)
+        self.act_and_read_back(client, *call)
 
     @rule(client=st.integers(0, 2), call_fault=values.file_faults, call=values.file_calls)
     def call_after_file_fault(self, client, call_fault, call):
         self.boot(Start(SLOW, True, CallFault(*call_fault)))
-        self.act(client, *call)
+        self.act_and_read_back(client, *call)
 
     @rule(client=st.integers(0, 2), fault=values.start_faults, call=values.calls)
     def call_after_start_fault(self, client, fault, call):
@@ -348,16 +293,25 @@ class Machine(RuleBasedStateMachine):
             self.step(both, in_order, reversed_order)
 
     @precondition(is_running)
-    @rule(client=st.integers(0, 2), calls=st.lists(values.calls, max_size=2))
-    def set_callback(self, client, calls):
-        self.act(client, "hdmi.set_callback", (self.callback(client, calls),))
+    @rule(client=st.integers(0, 2), data=values.valid_results)
+    def calibrate(self, client, data):
+        """Stores results and switches them on, so that all later steps find them."""
+        self.act(client, "calibration.set_calibrated_data", (data,))
+        self.act(client, "calibration.set_enabled", (True,))
+
+    @precondition(is_running)
+    @rule(client=st.integers(0, 2), calls=st.lists(values.calls, max_size=2), times=st.sampled_from([1, 1, 2, 3]))
+    def set_callback(self, client, calls, times):
+        callback = self.callback(client, calls)
+        for _ in range(times):
+            self.act(client, "hdmi.set_callback", (callback,))
 
     # --- uploads ----------------------------------------------------------------------------------------
 
     def handle_of(self, name):
-        if name in ("device", "hrtf"):
-            return self.world.virtualizer.slots[name == "hrtf"].handle
-        return name
+        if name == "newest":
+            return self.world.virtualizer.counter
+        return self.world.virtualizer.slots[name == "hrtf"].handle if name in NAMES else name
 
     def must_not_wait(self, kind):
         """Whether an upload would end by its time-out only, which takes long at this speed of the clock."""
@@ -382,9 +336,11 @@ class Machine(RuleBasedStateMachine):
 
     @precondition(may_upload)
     @rule(client=st.integers(0, 2), kind=st.integers(0, 1), size=st.sampled_from([0, 1, 5000]),
-          calls=st.none() | st.lists(values.calls, max_size=1))
-    def upload(self, client, kind, size, calls):
+          calls=st.none() | st.lists(values.calls, max_size=1), hang=st.booleans())
+    def upload(self, client, kind, size, calls, hang):
         """Allocates, fills and applies a buffer."""
+        if hang:
+            self.bectrl((kind,), ("hang", True))
         if self.must_not_wait(kind) or not self.is_end_certain(kind):
             return
         self.allocate(client, kind, size)

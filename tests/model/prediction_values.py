@@ -1,9 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Names and numbers that the pages of the model share."""
+"""Names and numbers that the modules of the model share."""
 
 import struct
 
-ANY = "\x01"  # in a predicted line of the log: any number or address
+# In a predicted line of the log:
+ANY = "\x01"   # any number or address
+FREE = "\x02"  # any text
 TUNING = "data/vendor/tmp/recipe/aqda.bin"
 HAL_OK = 0
 

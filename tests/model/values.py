@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the state machine chooses from: calls with usual, boundary and hostile arguments, faults, files."""
+"""Strategies of the state machine: calls with usual, boundary and hostile arguments, faults, files."""
 
 from hypothesis import strategies as st
 
@@ -9,10 +9,17 @@ from output_external import MODE_FILE
 from prediction_values import TUNING, f32
 from world import KEPT, MARKER
 
-KEYS = ["g_audio__tv_position", "g_audio__spk_sur_type", "g_audio__aud_speaker", "g_audio__bitstream_output_mode",
-        "g_audio__arc_dd_plus_capab", "g_audio__earc_ddp_cap", "g_audio__arc_mpeg4_aac_lc_capab"]
-config_texts = st.sampled_from(["0", "1", "2", "3", "4", "-1", "5", "2147483647", "-2147483648", "x", "", None])
+KEYS = {  # of the configuration store, with the methods that read them
+    "g_audio__tv_position": "speaker.get_tv_position", "g_audio__spk_sur_type": "speaker.get_surround_type",
+    "g_audio__aud_speaker": "speaker.get_surround_type",
+    "g_audio__bitstream_output_mode": "external.get_force_encoding_enabled",
+    "g_audio__arc_dd_plus_capab": "hdmi.get_audio_capabilities",
+    "g_audio__earc_ddp_cap": "hdmi.get_audio_capabilities",
+    "g_audio__arc_mpeg4_aac_lc_capab": "hdmi.get_audio_capabilities"}
+config = st.dictionaries(st.sampled_from(list(KEYS)), st.sampled_from(["0", "1", "2", "3", "4"]) | st.sampled_from(
+    ["-1", "5", "2147483647", "-2147483648", "x", "", None]), min_size=1, max_size=5)
 words = st.sampled_from([0, 1, 2, 7, 15, 255, 256, 258, 1024, -1, -10, -35, 0x02050A00, 0xC8C8C8FF, 2**31])
+center_words = st.sampled_from([0, 1, 3, 254, 255, 256, 512, 2**31 - 1, -1, -2**31])
 texts = st.sampled_from(["", "Tovi", "tovi", "Tovi ", "TOVI", "a\nb", "ü€", "x" * 2000, "%s%n", "auto"])
 
 CAPABILITIES = ["ARC_DD_NONE", "ARC_DD_PLUS", "ARC_DD_ATMOS", "ARC_MP4AAC_NONE", "ARC_MP4AAC_5_1",
@@ -26,17 +33,24 @@ gains = st.sampled_from([0.0, 9.0, -9.0, 0.25, -0.25, 1.0]) | st.floats(-9.0, 9.
 bad_gains = st.sampled_from([f32(9.000001), f32(-9.000001), float("nan"), float("inf")])
 
 
+def entry(channel, level, delay, bands):
+    return {"channel": channel, "level": level, "delay": delay,
+            "equalizer": [{"type": "x", "param1": 1.0, "param2": 2.0, "gain": gain} for gain in bands]}
+
+
 @st.composite
 def entries(draw):
     count = draw(st.sampled_from([0, 1, 30, 31, 31, 32, 40]))
     bands = [draw(gains)] * count
     for _ in range(draw(st.integers(0, 2)) if count else 0):
         bands[draw(st.integers(0, count - 1))] = draw(st.one_of(gains, gains, gains, bad_gains))
-    return {"channel": draw(st.sampled_from(["FL", "FR", "FL", "FR", "C", "FRONT", "FLX", "SBLR", "", "F"])),
-            "level": draw(levels), "delay": draw(delays),
-            "equalizer": [{"type": "x", "param1": 1.0, "param2": 2.0, "gain": gain} for gain in bands]}
+    channel = draw(st.sampled_from(["FL", "FR", "FL", "FR", "C", "FRONT", "FLX", "SBLR", "", "F"]))
+    return entry(channel, draw(levels), draw(delays), bands)
 
 
+valid_results = st.lists(st.builds(
+    entry, st.sampled_from(["FL", "FL", "FR", "C"]), st.sampled_from([0.0, 9.0, -9.0, 2.35]),
+    st.sampled_from([0.0, 0.01, 2.5, 10.0]), st.lists(gains, min_size=1, max_size=2)), min_size=1, max_size=3)
 results = st.lists(entries(), max_size=3) | st.lists(entries(), min_size=8, max_size=11)
 smooth = st.lists(st.sampled_from([0.0, 1.0, 2.5, 7.0, 10.0, -1.0, 0.01, 600.0, -0.02]), max_size=11)
 mics = st.sampled_from([MIC, MIC, MIC, "", "AUDIO_DEVICE_IN", MIC + "2", "x\ny"])
@@ -94,7 +108,7 @@ calls = st.one_of(
     method("mic.get_mic_devices"),
 )
 
-# Calls that use a function of the TV, with a fault of that function: most faults do their harm at once.
+# Calls that use a function of the TV, with a fault of that function.
 stores = st.one_of(method("external.set_force_encoding_enabled", booleans),
                    method("speaker.set_tv_position", st.sampled_from([0, 1, 2])),
                    method("hdmi.set_audio_capabilities", st.lists(st.sampled_from(CAPABILITIES[:7]), max_size=4)))
@@ -130,7 +144,8 @@ start_faults = st.tuples(
                      "MTDRVCUST_dcustom_cust_spec_set", "MTAUDDEC_SetAcVolumeOffset"]),
     st.sampled_from(["7 1", "-5", "7 1 1", "3 1 2", "3 1 3"]))
 
-handles = st.sampled_from(["device", "hrtf", "device", "hrtf", 0, -1, 1, 2, 254, 255, 2**31 - 1])
+# "newest" is the last one given out, which may have ended.
+handles = st.sampled_from(["device", "hrtf", "device", "hrtf", "device", "hrtf", "newest", "newest", 0, -1, 1, 2, 254, 255, 2**31 - 1])
 sizes = st.sampled_from([0, 1, 10, 5000, 262144, 262145, 300000, -1, -2**31])
 behaviour = st.one_of(
     st.tuples(st.just("rate"), st.sampled_from([16777216, 2147483647, 1000000])),

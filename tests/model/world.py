@@ -1,16 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The TV around the daemon, as the model sees it: files, middleware, audio HAL, system calls, log.
+"""The model of the daemon's environment: files, middleware, audio HAL, system calls, log.
 
-A `World` predicts. Its files are those below the root of the virtual TV, by their relative paths; the real
-TV holds the same files, so after each step the two are compared path by path. Each service of the model has a
-page of its own, written against the functions of `World`. A page logs, calls and stores in the order in which
-the daemon must do it.
+`World.files` has the files of the virtual TV by their paths below its root. After each step they are compared
+with those of the real TV. The model of each service is a module of its own and uses the functions of `World`. It
+logs, calls and stores in the order in which the daemon must do so.
 """
 
 import copy
 import errno
 import functools
-import re
 from dataclasses import dataclass, field
 
 import acoustic_calibration
@@ -21,22 +19,22 @@ import headphone_virtualizer
 import mic_control
 import output_external
 import output_speaker
-from prediction_values import ANY, HAL_OK
+from prediction_values import ANY, FREE, HAL_OK
 
 NO_TAG = "hidlaudio"  # the log library's default: the name of the program
 KEPT = "data/vendor/tovi/hidlaudio/"
 MARKER = "data/vendor/tmp/dtv_svc_is_ready"
 COMMANDS = "soc/bectrl/custom_spec.log"
-MISSING, BAD_ARGUMENT, UNCONNECTED = -1, -2, -3  # statuses of the middleware
+MISSING, UNCONNECTED = -1, -3  # statuses of the middleware
 
 
 class DaemonDied(Exception):
-    """A fault that kills the daemon was reached: the rest of the call does not happen."""
+    """An injected fault has killed the daemon in the middle of a call."""
 
 
 @dataclass
 class CallFault:
-    """A fault of the daemon's system calls: `name:nth[+]:outcome`, as HIDLAUDIO_FAULT spells it."""
+    """A fault of the daemon's system calls. Its text has the form of HIDLAUDIO_FAULT: `name:nth[+]:outcome`."""
     name: str
     nth: int
     lasting: bool = False
@@ -58,7 +56,7 @@ class Start:
 
 @dataclass
 class Expected:
-    """What one step must do: lines of the log by thread (0: the main thread), calls of platform functions."""
+    """The prediction of one step: the main thread's lines of the log, calls of platform functions, result."""
     log: list = field(default_factory=list)
     calls: list = field(default_factory=list)
     result: object = None
@@ -68,8 +66,7 @@ class Expected:
 class World:
     """A TV with a daemon. Copies of it are independent predictions."""
 
-    FREE = "\x02"      # in a predicted line of the log: any text
-    TIMES_OUT = 1000  # from this speed of the clock on, uploads that hang time out within a step
+    TIMES_OUT = 1000  # with clocks of at least this speed, uploads that hang time out within a step
 
     def __init__(self, files, model):
         self.files = dict(files)
@@ -77,11 +74,11 @@ class World:
         self.hal_lives = True
         self.running = False
         self.abandoned = False       # whether the driver hangs in an upload that has timed out
-        self.wake_locks_stay = False  # whether a daemon was killed that held some
+        self.wake_locks_stay = False  # whether a wake lock was left behind
         self.bectrl = {kind: dict(headphone_virtualizer.DEFAULTS) for kind in headphone_virtualizer.NAMES}
-        self.events = []     # what callbacks received: (callback, argument)
-        self.nested = []     # results of the calls that they made
-        self.played = set()  # callbacks that have made theirs
+        self.events = []     # calls of callbacks: (callback, argument)
+        self.nested = []     # results of the calls that callbacks made
+        self.played = set()  # callbacks that have made their calls
         self.dead_clients = set()
         self.out = Expected()
 
@@ -123,7 +120,7 @@ class World:
         """The daemon calls a client, which may call back once."""
         if callback.client in self.dead_clients:
             if upload:
-                upload.log.append(("E", headphone_virtualizer.TAG, self.FREE))
+                upload.log.append(("E", headphone_virtualizer.TAG, FREE))
             return
         self.events.append((callback, argument))
         if not callback.calls or callback in self.played:
@@ -164,8 +161,8 @@ class World:
             return None
         return int(outcome) if not outcome.startswith("delay") else None
 
-    def middleware(self, function, target="", on_fault=None):
-        """Status of a call that only needs the connection."""
+    def middleware(self, function, target=""):
+        """Returns the status of a call that only needs the connection."""
         self.call(function, target)
         status = self.injected(function)
         if status is not None:
@@ -391,7 +388,7 @@ class World:
         self.mic = mic_control.MicControl(self)
 
     def crash(self):
-        """The daemon is gone, and with it its uploads: the driver resets itself."""
+        """The daemon and its uploads have ended; the driver has reset its state files."""
         if self.running or self.abandoned:
             for kind, slot in self.virtualizer.slots.items():
                 if slot.upload or self.abandoned:
@@ -415,7 +412,7 @@ class World:
                 or self.number("soc/audio_post/ready")[1] == 0)
 
     def perform(self, action):
-        """Predicts one action, a function of this world. Returns what it must do."""
+        """Predicts one action, which is a function of this world."""
         self.out = Expected()
         try:
             self.out.result = action(self)
@@ -423,13 +420,3 @@ class World:
             self.out.died = True
             self.running = False
         return self.out
-
-
-def log_matches(predicted, actual):
-    """Whether a line of the log is the predicted one: (level, tag, text), where ANY stands for a number."""
-    if predicted == actual:
-        return True
-    if predicted[:2] != actual[:2] or not {ANY, World.FREE} & set(predicted[2]):
-        return False
-    pattern = re.escape(predicted[2]).replace(re.escape(ANY), r" *-?(?:0x[0-9a-f]+|[0-9a-f.]+|nan|inf)")
-    return re.fullmatch(pattern.replace(re.escape(World.FREE), ".*"), actual[2], re.DOTALL) is not None

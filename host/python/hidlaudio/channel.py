@@ -20,6 +20,8 @@ class Channel:
     def close(self):
         self._socket.close()
 
+    __del__ = close  # a thread that ends leaves its channel behind
+
     def send(self, message):
         attachment = bytearray()
         text = json.dumps(_detach(message, attachment)).encode()

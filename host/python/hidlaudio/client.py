@@ -2,7 +2,6 @@
 """A HIDL client: a process of its own that Python drives."""
 import collections
 import itertools
-import os
 import re
 import signal
 import socket
@@ -182,11 +181,12 @@ class Client:
         """Registers a Python object as a service."""
         if interface not in self._types.interfaces:
             raise ValueError(f"unknown interface {interface}")
-        status = self._request({"do": "register", "interface": interface, "instance": instance,
-                                "implementation": self.encode_object(interface, implementation, "implementation")})
-        if status != 0:
-            raise TransactionError(f"{interface}/{instance} cannot be registered: {status}",
-                                   _status_name(status), status)
+        try:
+            self._request({"do": "register", "interface": interface, "instance": instance,
+                           "implementation": self.encode_object(interface, implementation, "implementation")})
+        except TransactionError as error:
+            error.args = (f"{interface}/{instance} cannot be registered: {error.status}",)
+            raise
 
     @property
     def pid(self):
@@ -363,10 +363,6 @@ def _check_callback(methods, value, path):
         raise TypeError(f"{path}: the interface has no method {unknown[0]!r}")
     if not any(callable(_function_of(methods, value, name)) for name in methods):
         raise TypeError(f"{path}: {type(value).__name__} has none of the methods {', '.join(methods)}")
-
-
-def _status_name(number):
-    return os.strerror(-number) if -200 < number < 0 else str(number)
 
 
 def _value_of(reply):

@@ -221,7 +221,7 @@ class Method:
         missing = [name for name in names if name not in given]
         if missing:
             raise TypeError(f"{self.python_name}() needs argument {missing[0]!r}")
-        return {value["name"]: types.encode(value["type"], given[name], name, objects)
+        return {value["name"]: types.encode(value["type"], given[name], f"{self.python_name}(): {name}", objects)
                 for name, value in self.arguments}
 
     def decode_arguments(self, types, values, objects):
@@ -235,7 +235,7 @@ class Method:
             return {}
         if not isinstance(values, tuple) or len(values) != len(self.results):
             raise TypeError(f"{self.python_name}() must return a tuple of {len(self.results)} values")
-        return {value["name"]: types.encode(value["type"], given, name, objects)
+        return {value["name"]: types.encode(value["type"], given, f"result of {self.python_name}(): {name}", objects)
                 for (name, value), given in zip(self.results, values)}
 
     def decode_results(self, types, values, objects):

@@ -16,6 +16,8 @@ namespace hidlaudio::python {
 
 using android::sp;
 using android::hardware::hidl_death_recipient;
+using android::hardware::Return;
+using android::hardware::Status;
 using hidl_json::findInterface;
 using hidl_json::IBase;
 
@@ -163,7 +165,9 @@ Json Session::registerService(const Json& request) {
     const sp<IBase> object =
         interface != nullptr ? table_.fromJson(request["implementation"], interface->name, problem) : nullptr;
     if (object == nullptr) return invalidReply(problem);
-    return reply(interface->registerAsService(object, textIn(request, "instance")));
+    const Return<void> registered =
+        Status::fromStatusT(interface->registerAsService(object, textIn(request, "instance")));
+    return registered.isOk() ? reply(Json()) : failedReply(registered);
 }
 
 }  // namespace hidlaudio::python

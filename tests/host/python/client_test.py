@@ -6,7 +6,7 @@ import os
 import threading
 
 import pytest
-from hidlaudio import (CallTimeout, ClientEnded, DeadObject, Events, HidlError, ServiceNotFound, Tv, background,
+from hidlaudio import (CallTimeout, ClientEnded, DeadObject, Events, ServiceNotFound, TransactionError, Tv, background,
                        programs, types)
 
 PROBE = "com.tovi.test.probe@1.1::IProbe"
@@ -108,7 +108,7 @@ def test_values_come_back_unchanged(probe):
     (None, TypeError, "value: expected Everything or dict"),
 ])
 def test_wrong_value_is_named(probe, value, error, path):
-    with pytest.raises(error, match=path):
+    with pytest.raises(error, match=r"^echo\(\): " + path):
         probe.echo(value)
 
 
@@ -200,8 +200,9 @@ def test_absent_and_undeclared_services(tv):
         client.get(PROBE)
     with pytest.raises(ValueError):
         client.get("com.tovi.test.probe@9.9::IProbe")
-    with pytest.raises(HidlError):
+    with pytest.raises(TransactionError) as error:
         client.register(PROBE, Probe(), "undeclared")
+    assert error.value.status == "UNKNOWN_ERROR"
     later = background(client.get, PROBE, wait=10)
     tv.client(CLIENT).register(PROBE, Probe())
     assert later.result(10).add(1, 1) == 2
