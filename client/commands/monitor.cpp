@@ -197,7 +197,7 @@ class OwnRecord {
         problem_ = host::startRecord(options);
         if (!problem_.empty()) return;
         lock_.reset(host::openProgramLock(host::kRecordLock));
-        (void)host::takeProgramLock(lock_.get());
+        (void)host::acquireProgramLock(lock_.get());
         isReady_ = host::configureDaemon();
     }
     ~OwnRecord() {
