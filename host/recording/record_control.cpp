@@ -70,7 +70,7 @@ std::string emptyFile(const std::string& path) {
 
 std::string prepareFiles(const RecordOptions& options) {
     if (options.file.find('\n') != std::string::npos) return "the name of the record contains a newline";
-    const std::string problem = emptyFile(options.file);
+    std::string problem = emptyFile(options.file);
     if (!problem.empty() || !options.keepsBytes) return problem;
     return emptyFile(options.file + recorder::kBytesSuffix);
 }

@@ -31,7 +31,7 @@ class JavaBinder : public android::hardware::BHwBinder {
                                  TransactCallback callback) override;
 
   private:
-    const jobject object_;
+    jobject const object_;
 };
 
 /** Belongs to one Java object; creates its JavaBinder when the object is passed to another process. */
