@@ -75,9 +75,9 @@ class HdmiAudio:
         self.callbacks.append(callback)
 
     def client_died(self, world, client):
-        """One notice for each registration; the first one for an object removes all its entries."""
-        for callback in [entry for entry in self.callbacks if entry.client == client]:
+        """One notice for each object: its other proxies, and with them their links, end with the first notice."""
+        for callback in dict.fromkeys(entry for entry in self.callbacks if entry.client == client):
             world.log("E", TAG, "Monitored process died")
             for _ in range(self.callbacks.count(callback)):
                 world.log("D", TAG, "remove callback")
-            self.callbacks = [entry for entry in self.callbacks if entry != callback]
+        self.callbacks = [entry for entry in self.callbacks if entry.client != client]
