@@ -54,7 +54,7 @@ struct Scale {
 std::string escape(const std::string& text) {
     std::string escaped;
     for (const char c : text) {
-        if (static_cast<unsigned char>(c) < 0x20) {
+        if (static_cast<unsigned char>(c) < 0x20 && c != '\n') {
             escaped += '?';
         } else if (c == '<' || c == '&' || c == '>' || c == '"') {
             StringAppendF(&escaped, "&#%d;", c);
