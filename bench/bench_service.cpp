@@ -44,10 +44,11 @@ class Bench : public IBench {
 
 constexpr char kServeOption[] = "--serve";
 
-[[noreturn]] void serve(const char* instance, int readyFd) {
+[[noreturn]] void serve(const char* instance, int readyFd, bool (*registerMore)(const char*)) {
     android::hardware::configureRpcThreadpool(1, true);
     android::sp<IBench> service = new Bench();
-    const bool registered = service->registerAsService(instance) == android::OK;
+    bool registered = service->registerAsService(instance) == android::OK;
+    if (registerMore != nullptr) registered = registerMore(instance) && registered;
     if (write(readyFd, registered ? "y" : "n", 1) != 1 || !registered) _exit(1);
     android::hardware::joinRpcThreadpool();
     _exit(1);
@@ -55,8 +56,8 @@ constexpr char kServeOption[] = "--serve";
 
 }  // namespace
 
-void serveIfAsked(int argc, char** argv) {
-    if (argc == 4 && strcmp(argv[1], kServeOption) == 0) serve(argv[2], atoi(argv[3]));
+void serveIfAsked(int argc, char** argv, bool (*registerMore)(const char* instance)) {
+    if (argc == 4 && strcmp(argv[1], kServeOption) == 0) serve(argv[2], atoi(argv[3]), registerMore);
 }
 
 BenchService::BenchService(const char* instance, int processor) {

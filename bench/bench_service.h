@@ -6,8 +6,12 @@
 
 namespace hidlaudio::bench {
 
-/** Call it at the start of main(). In a process that BenchService has started, it never returns. */
-void serveIfAsked(int argc, char** argv);
+/**
+ * Call it at the start of main(). In a process that BenchService has started, it never returns.
+ *
+ * @param registerMore registers further services with the same instance name
+ */
+void serveIfAsked(int argc, char** argv, bool (*registerMore)(const char* instance) = nullptr);
 
 /** A process on `processor` that serves IBench as `instance`, on one thread like the daemon. */
 class BenchService {

@@ -29,7 +29,7 @@ function(hidl_recorder target)
 
   add_library(${target} SHARED ${sources} ${out}/decoders.cpp)
   set_target_properties(${target} PROPERTIES INSTRUMENTATION ${folder} CXX_VISIBILITY_PRESET hidden)
-  target_include_directories(${target} PUBLIC ${CMAKE_SOURCE_DIR})
+  target_include_directories(${target} PUBLIC ${CMAKE_SOURCE_DIR}/recorder)
   target_link_libraries(${target} PUBLIC hidlbase PRIVATE hidlaudio_warnings)
   add_dependencies(${target} ${target}_sources ${ARG_LIBRARIES})
 

@@ -10,7 +10,7 @@ def decoders_source(packages):
     """Defines the functions that write structs, enums, arguments and results, and the table of interfaces."""
     definitions = [d for package in packages for d in package.definitions]
     interfaces = [i for package in packages for i in package.interfaces]
-    lines = [HEADER + '#include "recorder/decoder.h"\n', *includes(packages), "",
+    lines = [HEADER + '#include "decoder.h"\n', *includes(packages), "",
              "namespace hidlaudio::recorder {"]
     lines += [f"static void write(Text& text, const {d.name}& value);" for d in definitions]
     lines += [_enum(d) if d.storage else _struct(d) for d in definitions]
@@ -23,7 +23,7 @@ def decoders_source(packages):
 
 def entry_points_source(packages):
     """Defines the function of each interface that an instrumented process calls."""
-    lines = [HEADER + '#include "recorder/record.h"\n']
+    lines = [HEADER + '#include "record.h"\n']
     for interface in (i for package in packages for i in package.interfaces):
         fqname = fqname_of(interface.name)
         package, name = fqname.split("::")

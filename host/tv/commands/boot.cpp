@@ -11,13 +11,13 @@
 #include <utility>
 #include <vector>
 
+#include "host/program/interrupt.h"
 #include "host/program/number_argument.h"
 #include "host/program/owned_descriptor.h"
 #include "host/program/terminal.h"
 #include "host/recording/record_control.h"
 #include "host/recording/record_follower.h"
 #include "host/tv/commands.h"
-#include "host/program/interrupt.h"
 #include "host/tv/processes/log_tail.h"
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/back_end.h"

@@ -3,9 +3,9 @@
 
 #include <memory>
 
+#include "host/program/interrupt.h"
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
-#include "host/program/interrupt.h"
 #include "host/tv/processes/log_tail.h"
 #include "host/tv/state/tv_folder.h"
 #include "host/tv_files/tv_check.h"

@@ -74,7 +74,7 @@ TEST_F(RecordCommand, RecordsARunningTv) {
     EXPECT_THAT(methodsIn(text),
                 AllOf(Contains("setForceEncodingEnabled").Times(1), Contains(">onApplyResult"),
                       Not(Contains("setMicGain")), Not(Contains("ping"))));
-    EXPECT_THAT(text, AllOf(HasSubstr("\"program\":\"audioctl\""), HasSubstr("{\"event\":\"exit\"")));
+    EXPECT_THAT(text, AllOf(HasSubstr("{\"event\":\"process\""), HasSubstr("{\"event\":\"exit\"")));
     EXPECT_EQ(contentOf(file_ + ".bytes"), std::string(1000, 'u'));
     EXPECT_TRUE(fs::is_empty(tv_ + "/properties"));
 }

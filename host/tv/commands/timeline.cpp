@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/tv/timeline/timeline.h"
+
+#include <stdio.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+#include "host/program/number_argument.h"
+#include "host/program/terminal.h"
+#include "host/tv/commands.h"
+#include "host/tv_files/regular_file.h"
+#include "host/tv_files/value_file.h"
+
+namespace hidlaudio::host {
+namespace {
+
+/** Name of an output file that stands for standard output. */
+constexpr char kStandardOutput[] = "-";
+constexpr double kLongestTime = 1e9;
+
+struct Options {
+    std::string record;
+    std::string svg;
+    std::string trace;
+    double from = 0;
+    std::optional<double> to;
+};
+
+/** Writes the file, if it has a name. Returns an error message, or "". */
+std::string write(const std::string& path, const std::string& content) {
+    if (path.empty()) return "";
+    if (path == kStandardOutput) {
+        fwrite(content.data(), 1, content.size(), stdout);
+        return "";
+    }
+    const int error = writeValueFile(path, content);
+    return error == 0 ? "" : fileError(path, error);
+}
+
+int timeline(const Options& options) {
+    if (options.svg.empty() && options.trace.empty())
+        return fail("give --svg FILE, --trace FILE, or both", kWrongUsage);
+    Timeline timeline;
+    if (const std::string problem = readTimeline(options.record, timeline); !problem.empty())
+        return fail(problem, kWrongUsage);
+    const double to = options.to.value_or(timeline.end);
+    if (options.from > to || (options.to && options.from == to))
+        return fail("--from must be before --to, and before the end of the record", kWrongUsage);
+    cutTimeline(timeline, options.from, to);
+    constexpr double kLeastTime = 1e-6;
+    std::string problem;
+    if (!options.svg.empty())
+        problem =
+            write(options.svg, drawTimeline(timeline, options.from, std::max(to, options.from + kLeastTime)));
+    if (problem.empty()) problem = write(options.trace, traceOfTimeline(timeline));
+    return problem.empty() ? kDone : fail(problem);
+}
+
+}  // namespace
+
+void addTimeline(CLI::App& app, int& status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("timeline", "Draw the calls of a record");
+    command->footer(
+        "Reads a record of `tv record` and writes it as a picture or as a trace. Each client and each "
+        "thread\n"
+        "of the daemon has a lane with its calls; below a client's call are the times in which the daemon\n"
+        "waits for another process before it answers. Uploads have a lane of their own. Marks show the\n"
+        "starts and ends of processes.\n"
+        "\n"
+        "Exit status:\n"
+        "  1  the output cannot be written\n"
+        "  2  the arguments are wrong, or the record is missing or damaged\n"
+        "\n"
+        "Examples:\n"
+        "  tv timeline calls.jsonl --svg calls.svg\n"
+        "  tv timeline calls.jsonl --from 2 --to 2.5 --svg -\n"
+        "  tv timeline calls.jsonl --trace calls.json   # for chrome://tracing or ui.perfetto.dev");
+    const auto notEmpty = [](const std::string& given) {
+        return given.empty() ? "FILE must not be empty" : "";
+    };
+    const auto isTime = [](const std::string& given) { return checkNumber(given, 0, kLongestTime); };
+    command->add_option("RECORD", options->record, "The record")->type_name("")->required()->check(notEmpty);
+    command->add_option("--svg", options->svg, "Write a picture to FILE; - is standard output")
+        ->type_name("FILE")
+        ->check(notEmpty);
+    command->add_option("--trace", options->trace, "Write a trace in JSON to FILE; - is standard output")
+        ->type_name("FILE")
+        ->check(notEmpty);
+    command->add_option("--from", options->from, "Begin at this time of the record (default: 0)")
+        ->type_name("SECONDS")
+        ->check(isTime);
+    command->add_option("--to", options->to, "End at this time of the record (default: its end)")
+        ->type_name("SECONDS")
+        ->check(isTime);
+    command->callback([options, &status] { status = timeline(*options); });
+}
+
+}  // namespace hidlaudio::host
