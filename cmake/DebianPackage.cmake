@@ -10,10 +10,11 @@ calibration, headphone virtualizer, microphone.
 .
 This package has it with a virtual TV, a folder that stands in for the TV's
 middleware, kernel drivers and audio HAL: tv(1) makes and boots one,
-audioctl(1) uses the services, and the Python package hidlaudio tests them.")
+audioctl(1) uses the services, the Python package hidlaudio tests them, and
+hidlaudio-junit.jar does so in Java.")
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "hidlaudio maintainers <maintainers@hidlaudio.invalid>")
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "bash-completion, python3-pytest")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "bash-completion, default-jdk-headless, junit5, python3-pytest")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_STRIP_FILES ON)

@@ -7,6 +7,10 @@
 # Adds target <name>: <name>.jar of the sources below ROOTS, and <name>-sources.jar. JARS are other libraries
 # of java_jar(), CLASSPATH further ones. Each source is a dependency; DEPENDS names those that are generated.
 #
+# java_publish(<name> DESCRIPTION <text> [DEPENDENCIES <group:artifact:version...>])
+#
+# Adds target <name>-publish: <name>-javadoc.jar, and the library in the folder `maven`, a Maven repository.
+#
 # hidl_java_sources(<variable> FQNAMES <package@version...> [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>])
 #
 # Generates the Java code of interfaces. Sets <variable> to its folder and <variable>_STAMP to a file that is
@@ -17,6 +21,7 @@
 # Adds test java.<name>: all classes *Test below ROOT, which run in parallel. Warnings of the virtual machine
 # about calls of JNI fail the test.
 set(HIDLAUDIO_JAVA_DIR ${CMAKE_BINARY_DIR}/java)
+set(HIDLAUDIO_JAVA_GROUP com.tovi.hidlaudio)
 set(HIDLAUDIO_JAVA OFF)
 if(NOT CMAKE_CROSSCOMPILING AND NOT HIDLAUDIO_SANITIZE)
   find_package(Java 17 QUIET COMPONENTS Development Runtime)
@@ -68,6 +73,25 @@ function(java_jar name)
   if(ARG_JARS)
     add_dependencies(${name} ${ARG_JARS})
   endif()
+  set_target_properties(${name} PROPERTIES JAVA_ROOTS "${ARG_ROOTS}" JAVA_CLASSPATH "${classpath}")
+endfunction()
+
+function(java_publish name)
+  cmake_parse_arguments(ARG "" "DESCRIPTION" "DEPENDENCIES" ${ARGN})
+  get_target_property(roots ${name} JAVA_ROOTS)
+  get_target_property(classpath ${name} JAVA_CLASSPATH)
+  set(jar ${HIDLAUDIO_JAVA_DIR}/${name}-javadoc.jar)
+  set(script ${CMAKE_SOURCE_DIR}/cmake/java_publish.cmake)
+  add_custom_command(
+    OUTPUT ${jar}
+    COMMAND ${CMAKE_COMMAND} -DJAVADOC=${Java_JAVADOC_EXECUTABLE} -DJAR=${Java_JAR_EXECUTABLE} -DNAME=${name}
+      "-DDESCRIPTION=${ARG_DESCRIPTION}" "-DROOTS=${roots}" "-DCLASSPATH=${classpath}"
+      "-DDEPENDENCIES=${ARG_DEPENDENCIES}" -DGROUP=${HIDLAUDIO_JAVA_GROUP} -DOUT=${HIDLAUDIO_JAVA_DIR}
+      -DVERSION=${PROJECT_VERSION} -DDATE=${HIDLAUDIO_DATE} -P ${script}
+    DEPENDS ${HIDLAUDIO_JAVA_DIR}/${name}.jar ${script}
+    COMMENT "${name}-javadoc.jar"
+    VERBATIM)
+  add_custom_target(${name}-publish ALL DEPENDS ${jar})
 endfunction()
 
 function(hidl_java_sources variable)
