@@ -123,9 +123,9 @@ int main(int argc, char** argv) {
         return 1;
     }
     hidlaudio::host::setTvRoot(root);
-    printf("%-52s %10s %10s %8s %8s\n", "", "first us", "second us", "ratio", "wanted");
+    hidlaudio::bench::reportColumns();
     measurePlacement("one core", 0, 0);
     if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measurePlacement("a core each", 0, 1);
     std::filesystem::remove_all(root);
-    return 0;
+    return hidlaudio::bench::exitStatus();
 }

@@ -84,9 +84,9 @@ int main(int argc, char** argv) {
         return 1;
     }
     hidlaudio::host::setTvRoot(root);
-    printf("%-52s %10s %10s %8s %8s\n", "", "first us", "second us", "ratio", "wanted");
+    hidlaudio::bench::reportColumns();
     measure(root, "one core", 0);
     if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measure(root, "a core each", 1);
     fs::remove_all(root);
-    return 0;
+    return hidlaudio::bench::exitStatus();
 }
