@@ -18,8 +18,8 @@ class Died:
         return "the daemon died"
 
 
-def differences(lab, world, prediction, result):
-    lab.wait(lambda: _is_complete(lab, world, prediction))
+def differences(lab, world, prediction, result, patience):
+    lab.wait(lambda: _is_complete(lab, world, prediction), patience)
     lab.read_calls()
     expected = Died() if prediction.died else prediction.result
     found = [] if same_result(expected, result) else [f"result: {expected!r} expected, {result!r} returned"]

@@ -82,7 +82,7 @@ class Lab:
         self.factory[KEPT] = b""
         self.model = model
         self.clients = []
-        self.patience, self.longest_wait = 30, 0  # seconds
+        self.patience, self.longest_wait = 60, 0  # seconds
         self.forget()
 
     def close(self):
@@ -184,6 +184,7 @@ class Lab:
             self.clients.append(None)
         if self.clients[number] is None:
             self.clients[number] = self.tv.client()
+            self.clients[number].timeout = 120
         return self.clients[number]
 
     def call(self, client, path, arguments):
@@ -218,8 +219,8 @@ class Lab:
                 continue
             self.calls.append((name, target))
 
-    def wait(self, condition):
-        """Waits for a condition on the log and the events, but not longer than `patience`."""
+    def wait(self, condition, patience):
+        """Waits for a condition on the log and the events, but not longer than `patience` seconds."""
         start = time.monotonic()
         while True:
             self.read_log()
@@ -228,7 +229,7 @@ class Lab:
                 if condition():
                     self.longest_wait = max(self.longest_wait, waited)
                     return
-            if waited > self.patience:
+            if waited > patience:
                 return
             time.sleep(0.0005)
 

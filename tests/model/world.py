@@ -418,5 +418,4 @@ class World:
             self.out.result = action(self)
         except DaemonDied:
             self.out.died = True
-            self.running = False
         return self.out
