@@ -26,7 +26,7 @@ using hidlaudio::bench::pin;
 using hidlaudio::bench::report;
 using hidlaudio::bench::timed;
 
-constexpr int kTurns = 41;
+constexpr int kTurns = 15;
 constexpr int kOperations = 4000;
 
 struct Plain : IPlain {

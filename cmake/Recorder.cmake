@@ -33,6 +33,7 @@ function(hidl_recorder target)
   target_link_libraries(${target} PUBLIC hidlbase PRIVATE hidlaudio_warnings)
   add_dependencies(${target} ${target}_sources ${ARG_LIBRARIES})
 
+  set(libraries)
   foreach(fqname ${ARG_FQNAMES})
     string(REPLACE "@" "_" library ${target}_${fqname})
     add_library(${library} MODULE ${out}/entry_points.cpp)

@@ -70,7 +70,7 @@ void Text::number(double value) {
 void Text::print(double value, int leastDigits, int mostDigits, bool isFloat) {
     if (!isfinite(value)) return string(isnan(value) ? "NaN" : value > 0 ? "Infinity" : "-Infinity");
     separate();
-    char number[32];
+    char number[32]{};
     for (int digits = leastDigits; digits <= mostDigits; ++digits) {
         snprintf(number, sizeof(number), "%.*g", digits, value);
         const double read = isFloat ? static_cast<double>(strtof(number, nullptr)) : strtod(number, nullptr);

@@ -17,7 +17,7 @@ from doctor_checks.examination import examine  # noqa: E402
 HIDL_GEN = shutil.which("hidl-gen")
 KNOWN = "client/services/known_services.cpp"
 EXAMINED = ["Android.bp", "CMakeLists.txt", "client", "host/interfaces", "host/middleware", "host/tv",
-            "interfaces", "packaging", "service", "vts"]
+            "interfaces", "packaging", "recorder/Android.bp", "service", "vts"]
 RC, XML, MATRIX = "packaging/hidlaudio.rc", "packaging/hidlaudio.xml", "packaging/compatibility_matrix.xml"
 POLICY, PAGE = "packaging/sepolicy/", "packaging/README.md"
 MIC_ROW = r"    service<V\d_\d::IMicControl[^;]*?\),\n"
@@ -58,6 +58,8 @@ FAULTS = [
     ("service/platform/soc_middleware.h", r"vendor's libraries \(", "libraries (",
      "does not name the vendor's libraries"),
     ("Android.bp", r"packaging/hidlaudio.xml", "packaging/gone.xml", "packaging/gone.xml does not exist"),
+    ("recorder/Android.bp", r'^ *stem: ".*@6.1-recorder.profiler",\n', "",
+     "lacks com.tovi.dtv.hardware.audio@6.1-recorder.profiler"),
     # the init script
     (RC, r"^.*@1\.0::IHdmiAudio default\n", "", "lacks com.tovi.dtv.hardware.audio@1.0::IHdmiAudio"),
     (RC, r"@6\.0::IMicControl", "@9.9::IMicControl", "9.9::IMicControl is not offered by any service"),

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Checks Android.bp: the libraries that the daemon links on the TV, and its files in packaging/."""
+"""Checks the build files of the daemon and its recorder for the TV: libraries, files in packaging/."""
 import re
 
 from .interfaces import versions
@@ -7,6 +7,7 @@ from .middleware import HEADER
 from .tree import PACKAGE, line_of
 
 FILE = "Android.bp"
+RECORDER = "recorder/Android.bp"
 PROGRAM = "/vendor/bin/hw/hidlaudio"
 # Headers of the platform, and the libraries that provide them.
 PLATFORM = (
@@ -32,6 +33,16 @@ def check_build_file(tree, headers):
             tree.find(FILE, line, f"{name} has no .hal files", "remove the line")
         if name.startswith("packaging/") and not tree.exists(name):
             tree.find(FILE, line, f"{name} does not exist", "use the name of a file in packaging/")
+
+
+def check_recorder(tree):
+    """Checks that the recorder has a library for each version."""
+    text = tree.read(RECORDER)
+    for version in versions(tree):
+        library = f"{PACKAGE}@{version}"
+        for name in (library, f"hidlaudio_recorder_{version}", f"{library}-recorder.profiler"):
+            if f'"{name}"' not in text:
+                tree.find(RECORDER, 1, f"lacks {name}", "add it as for the other versions")
 
 
 def _platform_libraries(headers):

@@ -13,6 +13,7 @@ def examine(root, hidl_gen=None):
     _check_interfaces(tree, known, services, hidl_gen)
     code = code_paths.load_code_paths(tree)
     build_file.check_build_file(tree, code.headers)
+    build_file.check_recorder(tree)
     _check_packaging(tree, build_file.PROGRAM, services, code)
     functions = middleware.load_functions(tree)
     middleware.check_page(tree, functions, code.paths)
