@@ -147,7 +147,10 @@ int churn(const Arguments& arguments) {
     for (int i = 0; i < count || !alive.empty(); ++i) {
         const auto seed = static_cast<uint32_t>(random());
         if (i < count) alive.push_back(fork());
-        if (i < count && alive.back() == 0) live(seed);
+        if (i < count && alive.back() == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            live(seed);
+        }
         const timespec while_{0, static_cast<long>(random() % kLongestPause)};
         nanosleep(&while_, nullptr);
         if (alive.size() < kAtOnce && i < count) continue;
