@@ -15,9 +15,11 @@
 
 #include "properties.h"
 
-namespace android::hardware::details {
+namespace android::hardware {
 namespace {
 
+using details::HidlInstrumentor;
+using details::propertyValue;
 using Callback = HidlInstrumentor::InstrumentationCallback;
 using Callbacks = std::vector<Callback>;
 
@@ -88,6 +90,8 @@ const Callbacks& keep(Callbacks callbacks) {
 
 }  // namespace
 
+namespace details {
+
 HidlInstrumentor::HidlInstrumentor(const std::string& package, const std::string& interface)
     : package_(package), interface_(interface) {
     configureInstrumentation(false);
@@ -109,4 +113,5 @@ void HidlInstrumentor::configureInstrumentation(bool log) {
     if (log) ALOGI("%s::%s: instrumentation %s", package_.c_str(), interface_.c_str(), enable ? "on" : "off");
 }
 
-}  // namespace android::hardware::details
+}  // namespace details
+}  // namespace android::hardware
