@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """Model of IHdmiAudio: levels in the configuration store, callbacks after each change."""
 
+import collections
+
 TAG = "hdmiaudio"
 ARC_DD = ("setArcDdCapability", "getArcDdCapability", "g_audio__arc_dd_plus_capab",
           ["ARC_DD_NONE", "ARC_DD_PLUS", "ARC_DD_ATMOS"])
@@ -74,10 +76,14 @@ class HdmiAudio:
         world.log("D", TAG, "set callback")
         self.callbacks.append(callback)
 
-    def client_died(self, world, client):
+    def registrations(self, client):
+        """Returns how often each object of a client is registered."""
+        return list(collections.Counter(entry for entry in self.callbacks if entry.client == client).values())
+
+    def client_died(self, world, client, registrations):
         """One notice for each object: its other proxies, and with them their links, end with the first notice."""
-        for callback in dict.fromkeys(entry for entry in self.callbacks if entry.client == client):
+        for count in registrations:
             world.log("E", TAG, "Monitored process died")
-            for _ in range(self.callbacks.count(callback)):
+            for _ in range(count):
                 world.log("D", TAG, "remove callback")
         self.callbacks = [entry for entry in self.callbacks if entry.client != client]

@@ -5,6 +5,8 @@ Each step is predicted with the model and taken on the real TV. Then result, log
 all files are compared.
 """
 
+import functools
+import itertools
 import struct
 import time
 import types
@@ -158,7 +160,8 @@ class Machine(RuleBasedStateMachine):
         self.lab.client(client)
         died = (client, self.generations[client])
         self.generations[client] += 1
-        self.step(kill, lambda world: world.client_died(died))
+        orders = sorted(set(itertools.permutations(self.world.hdmi.registrations(died))))  # any order of the notices
+        self.step(kill, *[functools.partial(World.client_died, client=died, registrations=order) for order in orders])
         if self.world.hdmi.callbacks and not self.world.may_die():
             self.act((client + 1) % 3, "hdmi.set_audio_capabilities", (["ARC_DD_PLUS"],))  # calls all others
 

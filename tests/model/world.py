@@ -396,9 +396,9 @@ class World:
             self.wake_locks_stay = self.wake_locks_stay or self.virtualizer_busy()
         self.running = self.abandoned = False
 
-    def client_died(self, client):
+    def client_died(self, client, registrations):
         self.dead_clients.add(client)
-        self.hdmi.client_died(self, client)
+        self.hdmi.client_died(self, client, registrations)
 
     def virtualizer_busy(self):
         return self.running and any(slot.upload for slot in self.virtualizer.slots.values())
