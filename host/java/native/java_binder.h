@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <hwbinder/Binder.h>
 #include <jni.h>
 
@@ -31,7 +32,7 @@ class JavaBinder : public android::hardware::BHwBinder {
                                  TransactCallback callback) override;
 
   private:
-    jobject const object_;
+    jobject object_;
 };
 
 /** Belongs to one Java object; creates its JavaBinder when the object is passed to another process. */
@@ -42,7 +43,7 @@ class BinderHolder {
 
   private:
     std::mutex mutex_;
-    android::wp<JavaBinder> binder_;
+    android::wp<JavaBinder> binder_ GUARDED_BY(mutex_);
 };
 
 /**

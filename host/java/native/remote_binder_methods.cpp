@@ -36,7 +36,7 @@ class JavaRecipient : public IBinder::DeathRecipient {
     }
 
   private:
-    const jweak link_;
+    jweak link_;
 };
 
 jint transact(JNIEnv*, jobject, jlong handle, jint code, jlong request, jlong reply, jint flags) {
