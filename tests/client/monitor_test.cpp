@@ -42,7 +42,9 @@ TEST_F(MonitorCommand, PrintsTheCallsThatMatch) {
     // All of them get the calls through the record of the first one, which ends last.
     EXPECT_THAT(outputWith(*methods, "setAudioCapabilities"), HasSubstr(" IOutputExternal@3.1 ping(?) -> "));
     const json call = json::parse(outputWith(*external, "setForce"));
-    if (!HIDLAUDIO_EMULATED) EXPECT_EQ(call["program"], "audioctl");  // otherwise it is the emulator
+    if (!HIDLAUDIO_EMULATED) {  // otherwise the program is the emulator
+        EXPECT_EQ(call["program"], "audioctl");
+    }
     EXPECT_EQ(call["arguments"], json({{"enable", false}}));
     EXPECT_EQ(call["results"], json({{"result", 0}}));
     EXPECT_GT(call["duration"], 0);
