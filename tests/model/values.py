@@ -189,7 +189,10 @@ file_faults = st.tuples(st.sampled_from(["open", "write", "read", "fopen", "frea
     st.sampled_from([0, 1, 139]))
 
 zeros = st.sampled_from([b"", b"\0", b"\1", b"\2", b"\5\0\0\0", b"\0\0\1", b"\1\0\0\0\0\0\0\0"])
+modes = st.tuples(st.just(MODE_FILE), st.sampled_from([-1, 0, 2, 3, 5, 2**31 - 1]).map(
+    lambda mode: mode.to_bytes(4, "little", signed=True)))
 files = st.one_of(
+    modes, modes,
     st.tuples(st.sampled_from([MODE_FILE, FLAG_FILE, DATA_FILE]), st.none() | zeros),
     st.tuples(st.just(DATA_FILE), st.sampled_from(
         [b"FL".ljust(140, b"\0") + b"\0", b"FL".ljust(140, b"\0"), b"FR".ljust(139, b"\0"),
