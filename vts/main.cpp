@@ -12,7 +12,8 @@
 namespace tovi_audio_vts {
 namespace {
 
-constexpr char kHelp[] = R"(Conformance tests of com.tovi.dtv.hardware.audio. They restore the settings that they change.
+constexpr char kHelp[] =
+    R"(Conformance tests of com.tovi.dtv.hardware.audio. They restore the settings that they change.
 
 Options:
   --upload-bytes=N       Permit uploads of parameters to the back-end controller. They replace its

@@ -40,7 +40,8 @@ bool linkToDeath(const sp<IBase>& service, const sp<Listener>& listener, uint64_
 }  // namespace
 
 Connection connect(const sp<Events>& events, uint64_t number) {
-    for (;;) {
+    // Another number for each attempt: the notices of a failed one must not end the connection.
+    for (;; ++number) {
         const sp<Listener> listener = new Listener(events, number);
         // getService() waits until the service is registered. It returns null if the TV does not declare it.
         Connection connection{audio::V3_1::IHdmiAudio::getService(),

@@ -21,6 +21,6 @@ struct Connection {
  * Waits until the services are registered, links to their death and registers the HDMI callback. Repeats that
  * if they die meanwhile. Returns a connection without services if the TV does not declare them.
  *
- * @param link number of the new connection, which its events contain
+ * @param number smallest number that the connection may get; its events contain the number
  */
-Connection connect(const android::sp<Events>& events, uint64_t link);
+Connection connect(const android::sp<Events>& events, uint64_t number);
