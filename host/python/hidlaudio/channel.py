@@ -3,6 +3,7 @@
 import json
 import struct
 import time
+import weakref
 
 _HEAD = struct.Struct("=II")
 
@@ -16,11 +17,11 @@ class Channel:
 
     def __init__(self, connection):
         self._socket = connection
+        # A thread that ends leaves its channel behind. This reference keeps the socket from being collected first.
+        self._finalizer = weakref.finalize(self, connection.close)
 
     def close(self):
-        self._socket.close()
-
-    __del__ = close  # a thread that ends leaves its channel behind
+        self._finalizer()
 
     def send(self, message):
         attachment = bytearray()
