@@ -12,6 +12,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <vector>
 
 #include "host/tv_files/tv_root.h"
 #include "measure.h"
@@ -23,6 +24,28 @@ namespace fs = std::filesystem;
 // The service that the daemon registers last.
 using com::tovi::dtv::hardware::audio::V6_0::IMicControl;
 
+/** Starts a program of this program's folder, without its output. Returns the process. */
+pid_t start(const char* program, const std::vector<const char*>& arguments, int processor = -1) {
+    const pid_t pid = fork();
+    if (pid != 0) return pid;
+    pin(processor);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const int nowhere = open("/dev/null", O_WRONLY);
+    dup2(nowhere, STDOUT_FILENO);
+    dup2(nowhere, STDERR_FILENO);
+    std::vector<char*> argv{const_cast<char*>(program)};
+    for (const char* argument : arguments) argv.push_back(const_cast<char*>(argument));
+    argv.push_back(nullptr);
+    execv((fs::read_symlink("/proc/self/exe").parent_path() / program).c_str(), argv.data());
+    _exit(127);
+}
+
+int waitFor(pid_t pid) {
+    int status = -1;
+    waitpid(pid, &status, 0);
+    return status;
+}
+
 }  // namespace
 
 void die(const std::string& message) {
@@ -33,13 +56,9 @@ void die(const std::string& message) {
 BenchTv::BenchTv() : root_((fs::temp_directory_path() / "hidlaudio-bench-XXXXXX").string()) {
     if (mkdtemp(root_.data()) == nullptr) die("can't make a temporary folder");
     host::setTvRoot(root_);
-    for (const char* folder :
-         {"data/vendor/tmp", "data/vendor/tovi/hidlaudio", "soc/bectrl", "bectrl", "power"})
-        fs::create_directories(root_ + "/" + folder);
-    std::ofstream(root_ + "/tv.json") << "";
-    std::ofstream(root_ + "/data/vendor/tmp/dtv_svc_is_ready") << "";
-    std::ofstream(root_ + "/soc/bectrl/boot_state") << "1\n";
-    std::ofstream(root_ + "/soc/eeprom.bin") << std::string(0x1001A, '\0') + '\1';
+    if (waitFor(start("tv", {"init", "--force"})) != 0) die("the TV cannot be created");
+    std::ofstream(root_ + "/bectrl/behaviour") << "rate 2000000000\n";
+    fs::remove(root_ + "/manifest");  // it declares the audio HAL, for which the daemon would wait
 }
 
 BenchTv::~BenchTv() {
@@ -47,15 +66,7 @@ BenchTv::~BenchTv() {
     fs::remove_all(root_, ignored);
 }
 
-Daemon::Daemon(int processor) : pid_(fork()) {
-    if (pid_ == 0) {
-        pin(processor);
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        const int log = open("/dev/null", O_WRONLY);
-        dup2(log, STDERR_FILENO);
-        execl((fs::read_symlink("/proc/self/exe").parent_path() / "hidlaudio").c_str(), "hidlaudio", nullptr);
-        _exit(127);
-    }
+Daemon::Daemon(int processor) : pid_(start("hidlaudio", {}, processor)) {
     while (IMicControl::getService() == nullptr) {
         if (waitpid(pid_, nullptr, WNOHANG) != 0) die("the daemon does not run");
         usleep(1000);
@@ -64,7 +75,7 @@ Daemon::Daemon(int processor) : pid_(fork()) {
 
 Daemon::~Daemon() {
     kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
+    waitFor(pid_);
 }
 
 }  // namespace hidlaudio::bench

