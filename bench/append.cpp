@@ -76,7 +76,7 @@ void measurePlacement(const char* placement, int clientProcessor, int serverProc
 int main() {
     const hidlaudio::bench::BenchTv tv;
     hidlaudio::bench::reportColumns();
-    measurePlacement("one core", 0, 0, 0.45);
-    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measurePlacement("a core each", 0, 1, 0.4);
+    measurePlacement("one core", 0, 0, 0.6);
+    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measurePlacement("a core each", 0, 1, 0.7);
     return hidlaudio::bench::exitStatus();
 }
