@@ -30,7 +30,7 @@ int AppendFile::open(const std::string& path, int64_t sizeLimit) {
     const int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     fd_ = ::open(path.c_str(), flags, 0600);
     if (fd_ < 0) return errno;
-    struct stat status {};
+    struct stat status{};
     if (fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
         reservedEnd_ = 0;
         sizeLimit_ = sizeLimit;
@@ -48,14 +48,14 @@ void AppendFile::close() {
 }
 
 bool AppendFile::isLinked() const {
-    struct stat status {};
+    struct stat status{};
     return fstat(fd_, &status) == 0 && status.st_nlink > 0;
 }
 
 /** Makes sure that `size` bytes fit after the end of the file. Returns 0, or an errno. */
 int AppendFile::reserve(int64_t size) {
     if (size_ + size <= reservedEnd_) return 0;
-    struct stat status {};
+    struct stat status{};
     if (fstat(fd_, &status) != 0) return errno;
     size_ = status.st_size;  // another process may append to the file too
     const int64_t limit = std::min(sizeLimit_, limitOfProcess());

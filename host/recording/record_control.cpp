@@ -135,7 +135,7 @@ void pingAll(const std::vector<sp<IBase>>& services) {
 
 /** Returns whether the file exists and is empty. */
 bool isEmpty(const std::string& path) {
-    struct stat status {};
+    struct stat status{};
     return !path.empty() && stat(path.c_str(), &status) == 0 && status.st_size == 0;
 }
 
