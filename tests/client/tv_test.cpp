@@ -43,7 +43,7 @@ TEST_F(AudioctlForTv, VirtualTvNeedsWorkstation) {
         EXPECT_EQ(outcome.status, 2);
         EXPECT_THAT(outcome.err, HasSubstr(problem));
     }
-    const Outcome outcome = runProgram({AUDIOCTL_FOR_TV, "mic", "get"});
+    const Outcome outcome = runProgram({AUDIOCTL_FOR_TV, "external", "get"});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_THAT(outcome.err, HasSubstr("is not registered; `getprop init.svc.hidlaudio` prints"));
 }
