@@ -20,6 +20,7 @@ SKIPPED = 77  # the exit status that ctest reports as "Skipped"
 
 # Uses only names of the platform.
 CLEAN = """
+#include <android/hidl/base/1.0/IBase.h>
 #include <hidl/HidlSupport.h>
 #include <hidl/HidlTransportSupport.h>
 #include <algorithm>
