@@ -3,32 +3,22 @@
 
 #include <android-base/strings.h>
 
-#include <filesystem>
 #include <string>
 
 #include "host/program/number_argument.h"
-#include "host/tv_files/tv_check.h"
-#include "host/tv_files/tv_root.h"
+#include "service/platform/version.h"
+#include "surroundings.h"
 
 namespace hidlaudio::client {
 namespace {
 
-constexpr char kCommonOptionsHint[] =
-    "\n\nAll commands also accept --tv, --json and --timeout; see `audioctl --help`.";
+constexpr char kCommonOptionsHint[] = "\n\nAll commands also accept the options of `audioctl --help`.";
 
 constexpr double kShortestSeconds = 0.001;
 constexpr double kLongestSeconds = 86400;
 
 std::string checkSeconds(const std::string& given) {
     return host::checkNumber(given, kShortestSeconds, kLongestSeconds);
-}
-
-/** Returns why the TV cannot be used, or an empty string if it can. */
-std::string problemOfTv() {
-    std::error_code ignored;
-    const bool exists = std::filesystem::is_directory(host::tvRoot(), ignored);
-    return exists ? host::registryProblem(host::tvRoot())
-                  : host::tvRoot() + " is not a TV; create one with `tv init`";
 }
 
 const CLI::App* deepestParsed(const CLI::App* app, std::string* path) {
@@ -89,19 +79,16 @@ void finishGroup(CLI::App* group, const std::string& footer) {
 
 void addCommonOptions(CLI::App& app, Invocation& invocation) {
     app.fallthrough();
-    app.add_option_function<std::string>(
-           "--tv", [](const std::string& given) { host::setTvRoot(given); },
-           "Use the TV in this folder (default: $HIDLAUDIO_TV, or else\n"
-           "$XDG_STATE_HOME/hidlaudio/tv, or else ~/.local/state/hidlaudio/tv)")
-        ->type_name("DIR")
-        ->check(checkNotEmpty);
+    addTvOption(app);
     app.add_flag("--json", invocation.json, "Print the result as JSON");
     app.add_option("--timeout", invocation.timeout,
                    "Wait at most this long for each reply of a service, 0.001 to 86400\n"
                    "(default: 30 for most commands)")
         ->type_name("SECONDS")
         ->check(checkSeconds);
-    app.set_version_flag("--version", "audioctl " HIDLAUDIO_VERSION, "Print the version and exit");
+    app.set_version_flag("--version",
+                         std::string("audioctl ") + com::tovi::dtv::hardware::audio::platform::kVersion,
+                         "Print the version and exit");
 }
 
 int wrongUsage(const CLI::App& app, const CLI::ParseError& error) {
@@ -116,7 +103,7 @@ int wrongUsage(const CLI::App& app, const CLI::ParseError& error) {
     } else if (!unknown.empty()) {
         message = (names.empty() ? "unexpected argument \"" : "unknown command \"") + unknown.front() + "\"" +
                   (names.empty() ? "" : "; expected one of: " + names);
-    } else if (!names.empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+    } else if (!names.empty() && error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
         message = "missing command; expected one of: " + names;
     }
     return fail(kWrongUsage, message + help);

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "client/services/registered_services.h"
+#include "client/surroundings.h"
 #include "client/terminal/output_file.h"
-#include "host/tv_files/tv_root.h"
+#include "service/platform/version.h"
 #include "service_dump.h"
-#include "tv_diagnostics.h"
 
 namespace hidlaudio::client {
 namespace {
@@ -114,12 +114,10 @@ int addServices(double seconds, ordered_json& bundle) {
 int writeDumpBundle(const Invocation& invocation, const std::string& path) {
     const double seconds = invocation.timeout.value_or(kAnswerSeconds);
     ordered_json bundle = {{"made", timeNow()},
-                           {"audioctl", HIDLAUDIO_VERSION},
-                           {"system", describeSystem()},
-                           {"tv", host::tvRoot()}};
+                           {"audioctl", com::tovi::dtv::hardware::audio::platform::kVersion},
+                           {"system", describeSystem()}};
     const int status = addServices(seconds, bundle);
-    bundle["tv_state"] = readTvState(seconds);
-    bundle["logs"] = readEndsOfLogs();
+    addDiagnostics(seconds, bundle);
     const std::string text = bundle.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
     if (const std::string problem = writeOutputFile(path, text); !problem.empty())
         return fail(kRefused, problem);

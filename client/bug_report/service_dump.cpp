@@ -46,11 +46,12 @@ struct DumpRequest {
     unique_fd unanswered;  // write end of a pipe; closed after the reply
 };
 
-using Hash = hidl_array<uint8_t, 32>;
+constexpr size_t kHashSize = 32;
+using Hash = hidl_array<uint8_t, kHashSize>;
 
 std::string asHex(const Hash& hash) {
     std::string digits;
-    for (size_t i = 0; i < Hash::size(); ++i) digits += android::base::StringPrintf("%02x", hash[i]);
+    for (size_t i = 0; i < kHashSize; ++i) digits += android::base::StringPrintf("%02x", hash[i]);
     return digits;
 }
 

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android-base/file.h>
+#include <android-base/unique_fd.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <memory>
@@ -16,10 +20,11 @@
 #include "client/calibration/import/parse_number.h"
 #include "client/commands.h"
 #include "client/services/calibration_service.h"
-#include "host/tv_files/value_file.h"
 
 namespace hidlaudio::client {
 namespace {
+
+constexpr off_t kLargestFile = 65536;
 
 constexpr char kFooter[] =
     R"(FILE is a calibration file or an equalizer text.
@@ -86,12 +91,19 @@ std::string checkDelay(const std::string& text) {
 }
 
 int readFile(const std::string& path, std::string& text) {
-    const int error = host::readValueFile(path, text);
-    if (error == 0) return kDone;
-    const std::string why = error == EFBIG    ? "it is larger than the limit of 64 KiB"
-                            : error == EINVAL ? "it is not a regular file"
-                                              : strerror(error);
-    return fail(kWrongUsage, path + ": " + why);
+    const android::base::unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat status{};
+    std::string problem;
+    if (!fd.ok() || fstat(fd.get(), &status) != 0) {
+        problem = strerror(errno);
+    } else if (!S_ISREG(status.st_mode)) {
+        problem = "it is not a regular file";
+    } else if (status.st_size > kLargestFile) {
+        problem = "it is larger than the limit of 64 KiB";
+    } else if (!android::base::ReadFdToString(fd.get(), &text)) {
+        problem = strerror(errno);
+    }
+    return problem.empty() ? kDone : fail(kWrongUsage, path + ": " + problem);
 }
 
 /** Reads the file, and prints its faults and notes. Returns the exit status. */

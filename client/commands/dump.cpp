@@ -11,7 +11,7 @@
 #include "client/bug_report/service_dump.h"
 #include "client/commands.h"
 #include "client/services/registered_services.h"
-#include "host/tv_files/tv_root.h"
+#include "client/surroundings.h"
 
 namespace hidlaudio::client {
 namespace {
@@ -47,8 +47,7 @@ int registeredServices(double seconds, std::vector<ServiceName>& names) {
     for (const RegisteredService& service : services)
         if (service.object != nullptr) names.push_back(service.name);
     if (!services.empty()) return status;
-    return fail(kNoService, "no service is registered on the TV " + host::tvRoot() +
-                                "; start the services with `tv boot`");
+    return fail(kNoService, "no service is registered" + hintForMissingService());
 }
 
 void printText(const ServiceName& name, const ServiceDump& state) {
@@ -93,8 +92,9 @@ With --json: {"value": {"INTERFACE/INSTANCE": STATE}}. STATE is the JSON of the 
 if that is not JSON, or null if it is empty, or {"error": ...} if the service failed.
 
 --all writes a bug report as one JSON file: versions; all services with their processes, interface
-hashes and states; the last 200 lines of each log; the state of the virtual TV. Parts that cannot be
-read are replaced by an error message. The exit status is that of the first service that failed.
+hashes and states; the last lines of the logs; the state of the TV. On a workstation that is the output
+of `tv show --json`; on a TV, it is the properties, the daemon's files and those of the back-end
+controller's driver in /proc. Parts that cannot be read are replaced by an error message. The exit status is that of the first service that failed.
 With --json: {"result": N}, N being the exit status.
 
 Short names:

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "client/commands.h"
-#include "host/tv_files/value_file.h"
+#include "host/program/parse_number.h"
 #include "value_commands.h"
 
 namespace hidlaudio::client {
@@ -40,7 +40,7 @@ std::optional<int32_t> parsePosition(const std::string& text) {
     for (const NumberName& known : kPositions) {
         if (text == known.name) return known.number;
     }
-    return host::parseInt32(text);
+    return host::parseNumber<int32_t>(text);
 }
 
 std::string checkPosition(const std::string& text) {

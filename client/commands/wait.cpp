@@ -2,6 +2,7 @@
 #include <android-base/stringprintf.h>
 #include <android-base/strings.h>
 #include <android-base/thread_annotations.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
 
 #include <chrono>
 #include <condition_variable>

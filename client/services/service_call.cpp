@@ -8,8 +8,8 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "client/surroundings.h"
 #include "host/program/standard_streams.h"
-#include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::client {
 namespace {
@@ -56,8 +56,7 @@ Deadline::~Deadline() {
 }
 
 int noService(const std::string& service) {
-    return fail(kNoService, service + " is not registered on the TV " + host::tvRoot() +
-                                "; start the services with `tv boot`");
+    return fail(kNoService, service + " is not registered" + hintForMissingService());
 }
 
 int examine(const android::hardware::details::return_status& returned, const std::string& service) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <hidl/HidlSupport.h>
 #include <hidl/Status.h>
 #include <utils/StrongPointer.h>
 

@@ -15,8 +15,8 @@
 #include <filesystem>
 #include <random>
 
+#include "host/program/parse_number.h"
 #include "host/program/standard_streams.h"
-#include "host/tv_files/value_file.h"
 
 namespace hidlaudio::client {
 namespace {
@@ -58,7 +58,7 @@ fs::path followLinks(fs::path path) {
 unique_fd duplicateOwnDescriptor(const fs::path& path) {
     std::error_code error;
     const std::string folder = fs::canonical(folderOf(path), error);
-    const auto number = host::parseInt32(path.filename().string());
+    const auto number = host::parseNumber<int>(path.filename().native());
     const bool isOwn = folder.rfind("/proc/" + std::to_string(getpid()) + "/", 0) == 0 &&
                        fs::path(folder).filename() == "fd" && number;
     errno = ENOENT;

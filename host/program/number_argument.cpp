@@ -2,6 +2,7 @@
 #include "number_argument.h"
 
 #include <stdio.h>
+#include <stdlib.h>
 
 #include "parse_number.h"
 
@@ -15,9 +16,13 @@ std::string refusal(std::string_view text, const std::string& range) {
 }  // namespace
 
 std::string checkNumber(std::string_view text, double least, double most) {
-    const std::optional<double> value = parseNumber<double>(text);
-    // The comparisons are false for NaN.
-    if (value && *value >= least && *value <= most) return "";
+    // Not from_chars(), which Android 12 lacks for floating-point numbers. strtod() also reads white space, a
+    // plus sign, hexadecimal numbers and names.
+    const std::string number(text);
+    const bool isDecimal = number.find_first_not_of("0123456789+-.eE") == number.npos && number[0] != '+';
+    char* end = nullptr;
+    const double value = strtod(number.c_str(), &end);
+    if (isDecimal && !number.empty() && *end == '\0' && value >= least && value <= most) return "";
     char range[100];
     snprintf(range, sizeof(range), "%g to %g", least, most);
     return refusal(text, range);

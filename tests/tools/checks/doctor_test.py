@@ -50,7 +50,7 @@ FAULTS = [
     # the TV's build file
     ("Android.bp", r'^ *"com.tovi.dtv.hardware.audio@6.1",\n', "",
      "shared_libs lacks com.tovi.dtv.hardware.audio@6.1"),
-    ("Android.bp", r"shared_libs: \[", 'shared_libs: ["com.tovi.dtv.hardware.audio@9.9",',
+    ("Android.bp", r"// The HIDL interfaces\.$", '"com.tovi.dtv.hardware.audio@9.9",',
      "9.9 has no .hal files"),
     ("Android.bp", r'^ *"libmtal",\n', "", "shared_libs lacks libmtal"),
     ("Android.bp", r'^ *"libpower",\n', "", "shared_libs lacks libpower"),

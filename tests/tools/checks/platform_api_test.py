@@ -20,6 +20,7 @@ SKIPPED = 77  # the exit status that ctest reports as "Skipped"
 
 # Uses only names of the platform.
 CLEAN = """
+#include <android/hidl/base/1.0/IBase.h>
 #include <hidl/HidlSupport.h>
 #include <hidl/HidlTransportSupport.h>
 #include <algorithm>
@@ -60,6 +61,23 @@ struct Recipient : ::android::hardware::IBinder::DeathRecipient {  // foreign
     void binderDied(const ::android::wp<::android::hardware::IBinder>&) override {}  // foreign
 };
 """
+# Uses headers that only another header of the workstation includes, and some that it includes itself.
+INDIRECT = """
+#include <com/tovi/dtv/hardware/audio/6.1/IMicControl.h>
+#include <hidl/ServiceManagement.h>
+#include "workstation.h"
+#include "own.h"
+using ::android::hidl::manager::V1_0::IServiceManager;  // indirect
+struct Listener : ::android::hidl::manager::V1_0::IServiceNotification {};
+::android::sp<::android::hidl::base::V1_0::IBase> base;
+::android::hardware::Return<void> result() { return ::android::hardware::Void(); }
+bool same() { return ::android::hardware::interfacesEqual(base, base); }  // indirect
+bool found() { return ::android::hardware::defaultServiceManager() != nullptr; }
+"""
+OWN = """
+#pragma once
+#include <android/hidl/manager/1.0/IServiceNotification.h>
+"""
 
 
 def write_tree(folder):
@@ -70,19 +88,24 @@ def write_tree(folder):
     module.mkdir()
     (module / "helper.h").write_text(HEADER, encoding="utf-8")
     entries = []
-    for name, text in (("clean.cpp", CLEAN), ("foreign.cpp", FOREIGN)):
+    (module / "own.h").write_text(OWN, encoding="utf-8")
+    # A header that is found only on the include path, as those of the workstation's runtime are.
+    (folder / "path").mkdir()
+    (folder / "path/workstation.h").write_text("""#include <android/hidl/manager/1.0/IServiceManager.h>
+        #include <hidl/HidlTransportSupport.h>""", encoding="utf-8")
+    for name, text in (("clean.cpp", CLEAN), ("foreign.cpp", FOREIGN), ("indirect.cpp", INDIRECT)):
         (module / name).write_text(text, encoding="utf-8")
         words = [word.replace(entry["file"], str(module / name)) for word in shlex.split(entry["command"])]
-        command = shlex.join(words)
+        command = shlex.join([*words, "-I", str(folder / "path")])
         entries.append({"directory": entry["directory"], "file": str(module / name), "command": command})
     (folder / "compile_commands.json").write_text(json.dumps(entries), encoding="utf-8")
     return module
 
 
-def marked(file):
+def marked(file, mark):
     """Returns the lines that must be reported, as FILE:LINE."""
     lines = file.read_text(encoding="utf-8").splitlines()
-    return {f"{file}:{number}" for number, line in enumerate(lines, 1) if line.endswith("// foreign")}
+    return {f"{file}:{number}" for number, line in enumerate(lines, 1) if line.endswith(f"// {mark}")}
 
 
 class PlatformApiTest(unittest.TestCase):
@@ -102,8 +125,15 @@ class PlatformApiTest(unittest.TestCase):
         result = self.check("foreign.cpp")
         self.assertEqual(1, result.returncode, result.stderr)
         reported = set(re.findall(r"^(.+?:\d+):\d+: the platform", result.stdout, re.MULTILINE))
-        expected = marked(self.module / "foreign.cpp") | marked(self.module / "helper.h")
+        expected = marked(self.module / "foreign.cpp", "foreign") | marked(self.module / "helper.h", "foreign")
         self.assertEqual(expected, reported, result.stdout)
+
+    def test_headers_that_only_the_workstation_includes_are_reported(self):
+        result = self.check("indirect.cpp")
+        self.assertEqual(1, result.returncode, result.stderr)
+        reported = set(re.findall(r"^(.+?:\d+):\d+: includes <", result.stdout, re.MULTILINE))
+        self.assertEqual(marked(self.module / "indirect.cpp", "indirect"), reported, result.stdout)
+        self.assertEqual(2, len(result.stdout.splitlines()), result.stdout)
 
     def test_platform_uses_pass(self):
         (self.module / "helper.h").unlink()

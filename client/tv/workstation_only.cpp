@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// Option and command that need a virtual TV.
+#include <string>
+
+#include "client/commands.h"
+#include "client/surroundings.h"
+
+namespace hidlaudio::client {
+namespace {
+
+constexpr char kHelp[] = "Works on a workstation only";
+
+}  // namespace
+
+void addTvOption(CLI::App& app) {
+    app.add_option("--tv", kHelp)->type_name("DIR")->check([](const std::string&) {
+        return std::string("works on a workstation only: this program uses the TV that it runs on");
+    });
+}
+
+void addMonitor(CLI::App& app, Invocation& invocation) {
+    CLI::App* command = addCommand(&app, invocation, "monitor", kHelp, "",
+                                   [] { return fail(kWrongUsage, "monitor works on a workstation only"); });
+    command->fallthrough(false)->allow_extras();  // accepts the options of the workstation's command
+}
+
+std::string problemOfTv() {
+    return "";
+}
+
+std::string hintForMissingService() {
+    return "; `getprop init.svc.hidlaudio` prints whether the daemon runs";
+}
+
+}  // namespace hidlaudio::client
