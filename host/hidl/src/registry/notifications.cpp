@@ -118,8 +118,8 @@ void RegistrySource::onReadable(DispatchGuard&) {
 std::shared_ptr<RegistrySource> watchRegistry(const std::string& tv) {
     if (!makeRegistry()) return nullptr;
     base::unique_fd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (watch < 0 ||
-        inotify_add_watch(watch.get(), registryDirectory().c_str(), IN_MODIFY | IN_MOVED_TO) < 0) {
+    if (watch < 0 || inotify_add_watch(watch.get(), registryDirectory().c_str(),
+                                       IN_CREATE | IN_MODIFY | IN_MOVED_TO) < 0) {
         ALOGE("can't watch %s: %s", registryDirectory().c_str(), strerror(errno));
         return nullptr;
     }
