@@ -25,6 +25,7 @@ using Clock = std::chrono::steady_clock;
 /** Starts a program with `output` as its standard output. Returns its process ID, or -1 with errno. */
 pid_t start(const std::vector<std::string>& command, int output) {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;

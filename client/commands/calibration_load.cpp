@@ -93,14 +93,13 @@ std::string checkDelay(const std::string& text) {
 int readFile(const std::string& path, std::string& text) {
     const android::base::unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status{};
+    const bool isOpen = fd.ok() && fstat(fd.get(), &status) == 0;
     std::string problem;
-    if (!fd.ok() || fstat(fd.get(), &status) != 0) {
-        problem = strerror(errno);
-    } else if (!S_ISREG(status.st_mode)) {
+    if (isOpen && !S_ISREG(status.st_mode)) {
         problem = "it is not a regular file";
-    } else if (status.st_size > kLargestFile) {
+    } else if (isOpen && status.st_size > kLargestFile) {
         problem = "it is larger than the limit of 64 KiB";
-    } else if (!android::base::ReadFdToString(fd.get(), &text)) {
+    } else if (!isOpen || !android::base::ReadFdToString(fd.get(), &text)) {
         problem = strerror(errno);
     }
     return problem.empty() ? kDone : fail(kWrongUsage, path + ": " + problem);
