@@ -4,8 +4,6 @@
 #include <com/tovi/dtv/hardware/audio/6.0/IMicControl.h>
 #include <fcntl.h>
 #include <signal.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,7 +12,6 @@
 #include <fstream>
 #include <vector>
 
-#include "host/tv_files/tv_root.h"
 #include "measure.h"
 
 namespace hidlaudio::bench {
@@ -48,22 +45,10 @@ int waitFor(pid_t pid) {
 
 }  // namespace
 
-void die(const std::string& message) {
-    fprintf(stderr, "%s\n", message.c_str());
-    exit(2);
-}
-
-BenchTv::BenchTv() : root_((fs::temp_directory_path() / "hidlaudio-bench-XXXXXX").string()) {
-    if (mkdtemp(root_.data()) == nullptr) die("can't make a temporary folder");
-    host::setTvRoot(root_);
+BenchTv::BenchTv() {
     if (waitFor(start("tv", {"init", "--force"})) != 0) die("the TV cannot be created");
-    std::ofstream(root_ + "/bectrl/behaviour") << "rate 2000000000\n";
-    fs::remove(root_ + "/manifest");  // it declares the audio HAL, for which the daemon would wait
-}
-
-BenchTv::~BenchTv() {
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
+    std::ofstream(root() + "/bectrl/behaviour") << "rate 2000000000\n";
+    fs::remove(root() + "/manifest");  // it declares the audio HAL, for which the daemon would wait
 }
 
 Daemon::Daemon(int processor) : pid_(start("hidlaudio", {}, processor)) {

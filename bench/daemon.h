@@ -3,26 +3,14 @@
 
 #include <sys/types.h>
 
-#include <string>
+#include "temporary_tv.h"
 
 namespace hidlaudio::bench {
 
-/** Ends the program with a message. */
-[[noreturn]] void die(const std::string& message);
-
-/** A virtual TV in a temporary folder, for this process and its children. It is ready and has a controller.
- */
-class BenchTv {
+/** A virtual TV of `tv init`: ready, with a controller, and without a manifest of its services. */
+class BenchTv : public TemporaryTv {
   public:
     BenchTv();
-    ~BenchTv();
-    BenchTv(const BenchTv&) = delete;
-    BenchTv& operator=(const BenchTv&) = delete;
-
-    const std::string& root() const { return root_; }
-
-  private:
-    std::string root_;
 };
 
 /** The daemon of the TV, without log, pinned to a processor; -1: any. The destructor kills it. */

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "bench_service.h"
-#include "host/tv_files/tv_root.h"
 #include "measure.h"
+#include "temporary_tv.h"
 
 using android::hardware::hidl_vec;
 using hidlaudio::bench::BenchService;
@@ -117,15 +117,9 @@ void measurePlacement(const char* placement, int clientProcessor, int serverProc
 
 int main(int argc, char** argv) {
     hidlaudio::bench::serveIfAsked(argc, argv);
-    std::string root = (std::filesystem::temp_directory_path() / "hidlaudio-bench-XXXXXX").string();
-    if (mkdtemp(root.data()) == nullptr) {
-        perror("mkdtemp");
-        return 1;
-    }
-    hidlaudio::host::setTvRoot(root);
+    const hidlaudio::bench::TemporaryTv tv;
     hidlaudio::bench::reportColumns();
     measurePlacement("one core", 0, 0);
     if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measurePlacement("a core each", 0, 1);
-    std::filesystem::remove_all(root);
     return hidlaudio::bench::exitStatus();
 }

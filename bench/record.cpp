@@ -11,8 +11,8 @@
 #include <string>
 
 #include "bench_service.h"
-#include "host/tv_files/tv_root.h"
 #include "measure.h"
+#include "temporary_tv.h"
 
 namespace {
 
@@ -78,15 +78,9 @@ void measure(const std::string& root, const char* placement, int server) {
 
 int main(int argc, char** argv) {
     hidlaudio::bench::serveIfAsked(argc, argv, registerPlain);
-    std::string root = (fs::temp_directory_path() / "hidlaudio-bench-XXXXXX").string();
-    if (mkdtemp(root.data()) == nullptr) {
-        perror("mkdtemp");
-        return 1;
-    }
-    hidlaudio::host::setTvRoot(root);
+    const hidlaudio::bench::TemporaryTv tv;
     hidlaudio::bench::reportColumns();
-    measure(root, "one core", 0);
-    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measure(root, "a core each", 1);
-    fs::remove_all(root);
+    measure(tv.root(), "one core", 0);
+    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measure(tv.root(), "a core each", 1);
     return hidlaudio::bench::exitStatus();
 }

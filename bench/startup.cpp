@@ -15,8 +15,8 @@
 #include <fstream>
 #include <string>
 
-#include "host/tv_files/tv_root.h"
 #include "measure.h"
+#include "temporary_tv.h"
 
 namespace {
 
@@ -105,14 +105,9 @@ void makeTv() {
 }  // namespace
 
 int main() {
-    std::string root = (fs::temp_directory_path() / "hidlaudio-bench-XXXXXX").string();
-    if (mkdtemp(root.data()) == nullptr) {
-        perror("mkdtemp");
-        return 1;
-    }
-    gRoot = root;
+    const hidlaudio::bench::TemporaryTv tv;
+    gRoot = tv.root();
     gBin = fs::read_symlink("/proc/self/exe").parent_path();
-    hidlaudio::host::setTvRoot(root);
     makeTv();
 
     pid_t running = -1;
@@ -128,6 +123,5 @@ int main() {
                              {daemonMiB, emptyMiB, daemonMiB / emptyMiB}, 1.17);
     stop(running);
     stop(empty);
-    fs::remove_all(gRoot);
     return hidlaudio::bench::exitStatus();
 }

@@ -162,7 +162,7 @@ TEST_P(HdmiAudio, setCallback_CallbackReceivesEntriesThatWereSet) {
     for (const Request& request : kRequests) {
         SCOPED_TRACE(::testing::PrintToString(request.names));
         set(request.names);
-        // Two-way calls: what has not arrived when the setter returns was not sent.
+        // The service calls the callbacks before it answers, and waits for them.
         ASSERT_EQ(callback->changes.count(), request.reported.empty() ? 0u : 1u);
         if (!request.reported.empty()) {
             EXPECT_EQ(callback->changes.next(), request.reported);

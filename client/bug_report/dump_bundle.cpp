@@ -11,7 +11,7 @@
 
 #include "client/services/registered_services.h"
 #include "client/surroundings.h"
-#include "client/terminal/output_file.h"
+#include "host/program/output_file.h"
 #include "service/platform/version.h"
 #include "service_dump.h"
 
@@ -119,9 +119,9 @@ int writeDumpBundle(const Invocation& invocation, const std::string& path) {
     const int status = addServices(seconds, bundle);
     addDiagnostics(seconds, bundle);
     const std::string text = bundle.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-    if (const std::string problem = writeOutputFile(path, text); !problem.empty())
+    if (const std::string problem = host::writeOutputFile(path, text); !problem.empty())
         return fail(kRefused, problem);
-    if (path == kStandardOutput) return status;
+    if (path == host::kStandardOutput) return status;
     if (invocation.json) {
         printJson({{"result", status}});
     } else {

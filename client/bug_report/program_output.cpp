@@ -39,7 +39,7 @@ pid_t start(const std::vector<std::string>& command, int output) {
     return error == 0 ? pid : -1;
 }
 
-/** Reads until the peer closes the pipe. Returns false if that does not happen before `end`. */
+/** Reads until the peer closes the pipe. Returns false if that fails or does not happen before `end`. */
 bool readAll(int fd, Clock::time_point end, std::string& text) {
     for (;;) {
         pollfd ready{fd, POLLIN, 0};
@@ -48,6 +48,7 @@ bool readAll(int fd, Clock::time_point end, std::string& text) {
         char buffer[4096];
         const ssize_t size = read(fd, buffer, sizeof(buffer));
         if (size == 0) return true;
+        if (size < 0 && errno != EINTR) return false;
         if (size > 0) text.append(buffer, static_cast<size_t>(size));
     }
 }

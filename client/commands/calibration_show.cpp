@@ -16,15 +16,15 @@
 #include "client/calibration/display/calibration_table.h"
 #include "client/commands.h"
 #include "client/services/calibration_service.h"
-#include "client/terminal/output_file.h"
+#include "host/program/output_file.h"
 
 namespace hidlaudio::client {
 namespace {
 
 int writeFile(const Invocation& invocation, const std::string& path, const std::string& content) {
-    const std::string problem = writeOutputFile(path, content);
+    const std::string problem = host::writeOutputFile(path, content);
     if (!problem.empty()) return fail(kRefused, problem);
-    return path == kStandardOutput ? kDone : reportResult(invocation, "", 0, {}, "");
+    return path == host::kStandardOutput ? kDone : reportResult(invocation, "", 0, {}, "");
 }
 
 /** Reports faults of the stored results: the service returns the content of its file unchecked. */

@@ -1,23 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/tv/timeline/timeline.h"
 
-#include <stdio.h>
-
 #include <algorithm>
 #include <memory>
 #include <optional>
 
 #include "host/program/number_argument.h"
+#include "host/program/output_file.h"
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
-#include "host/tv_files/regular_file.h"
-#include "host/tv_files/value_file.h"
 
 namespace hidlaudio::host {
 namespace {
 
-/** Name of an output file that stands for standard output. */
-constexpr char kStandardOutput[] = "-";
 constexpr double kLongestTime = 1e9;
 
 struct Options {
@@ -27,17 +22,6 @@ struct Options {
     double from = 0;
     std::optional<double> to;
 };
-
-/** Writes the file, if it has a name. Returns an error message, or "". */
-std::string write(const std::string& path, const std::string& content) {
-    if (path.empty()) return "";
-    if (path == kStandardOutput) {
-        fwrite(content.data(), 1, content.size(), stdout);
-        return "";
-    }
-    const int error = writeValueFile(path, content);
-    return error == 0 ? "" : fileError(path, error);
-}
 
 int timeline(const Options& options) {
     if (options.svg.empty() && options.trace.empty())
@@ -52,9 +36,10 @@ int timeline(const Options& options) {
     constexpr double kLeastTime = 1e-6;
     std::string problem;
     if (!options.svg.empty())
-        problem =
-            write(options.svg, drawTimeline(timeline, options.from, std::max(to, options.from + kLeastTime)));
-    if (problem.empty()) problem = write(options.trace, traceOfTimeline(timeline));
+        problem = writeOutputFile(
+            options.svg, drawTimeline(timeline, options.from, std::max(to, options.from + kLeastTime)));
+    if (problem.empty() && !options.trace.empty())
+        problem = writeOutputFile(options.trace, traceOfTimeline(timeline));
     return problem.empty() ? kDone : fail(problem);
 }
 

@@ -38,7 +38,7 @@ int64_t callTimes(const sp<ICallback>& callback, int32_t times) {
     return sum;
 }
 
-/** Calls a Java implementation and collects what is wrong. */
+/** Calls the methods of a Java service and collects the wrong results. */
 class ServiceCheck {
   public:
     explicit ServiceCheck(sp<ParentProbe> service) : service_(std::move(service)) {}

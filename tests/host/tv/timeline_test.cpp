@@ -101,6 +101,14 @@ TEST_F(TimelineCommand, DrawsPicture) {
                            HasSubstr(">ended<"), HasSubstr("hidlaudio 50 thread 60"),
                            HasSubstr("hidlaudio 50 uploads"), HasSubstr("no answer: the daemon ended")));
     EXPECT_EQ(svg.rfind("</svg>\n"), svg.size() - 7);
+    const std::filesystem::path full = folder_ / "full";
+    std::filesystem::create_symlink("/dev/full", full);
+    for (const char* option : {"--svg", "--trace"}) {
+        const Outcome refused = run({"timeline", record_, option, full});
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_THAT(refused.err, HasSubstr("No space left"));
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(full)) << "a device is written, not replaced";
     EXPECT_THAT(mustRun({"timeline", record_, "--svg", "-", "--from", "0.5", "--to", "2.5"}),
                 AllOf(HasSubstr("IX.outer"), Not(HasSubstr("IX.fatal")), Not(HasSubstr("process 8"))));
 }

@@ -31,12 +31,12 @@ base::unique_fd lockRegistry();
 /** Locks the byte of a server process. Returns the lock, to be kept until the process ends; see above. */
 base::unique_fd lockLifeOf(uint64_t process);
 
-/** Tells which server processes live. Remembers its answers. Used by one thread. */
+/** Finds out which server processes are alive, once for each process. Not thread-safe. */
 class LivingProcesses {
   public:
     LivingProcesses();
 
-    /** Returns whether the process lives. In a shortage (noted) it says yes, so that its files stay. */
+    /** Returns whether the process is alive. Also true (noted) in a shortage, so that its files stay. */
     bool contains(uint64_t process);
 
   private:

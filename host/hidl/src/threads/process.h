@@ -64,8 +64,8 @@ class Process {
     const uint64_t name_;
     Pool pool_;
     std::mutex mutex_;
-    // By folder of the TV, the lock that tells other processes that this one lives. Most processes use only
-    // one TV.
+    // Locks that show other processes that this one is alive. The key is the TV's folder: a process can
+    // register services on several TVs.
     std::map<std::string, base::unique_fd> lives_ GUARDED_BY(mutex_);
     std::map<uint64_t, sp<BHwBinder>> registered_ GUARDED_BY(mutex_);
     std::map<std::string, uint64_t> names_ GUARDED_BY(mutex_);  // object by TV/interface/instance

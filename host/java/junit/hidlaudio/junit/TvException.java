@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 package hidlaudio.junit;
 
-/** A command of {@code tv} has failed. The message is what it printed. */
+/** Thrown if a command of {@code tv} fails. The message is the output of the command. */
 public class TvException extends RuntimeException {
     public TvException(String message) {
         super(message);

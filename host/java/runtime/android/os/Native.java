@@ -11,7 +11,7 @@ final class Native {
     static final Cleaner CLEANER = Cleaner.create();
 
     static {
-        System.load(Installation.library("libhidl_java.so").toString());
+        System.load(Installation.nativeLibrary("libhidl_java.so").toString());
     }
 
     private Native() {}

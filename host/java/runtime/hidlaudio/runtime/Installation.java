@@ -32,7 +32,7 @@ public final class Installation {
     }
 
     /** Returns the path of a native library: beside this jar, or belonging to these programs. */
-    public static Path library(String name) {
+    public static Path nativeLibrary(String name) {
         List<Path> folders = new ArrayList<>(List.of(ownFolder()));
         for (Path programs : programFolders()) {
             Path prefix = programs.resolveSibling("lib");

@@ -42,7 +42,7 @@ public final class Upload {
         this.listener = listener;
     }
 
-    /** Stops the upload. Blocks until the service has answered; the listener is told the outcome. */
+    /** Cancels the upload. Blocks until the service has answered. The listener then gets the result. */
     public void cancel() {
         cancelled = true;
         int buffer = handle;

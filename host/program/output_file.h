@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace hidlaudio::client {
+namespace hidlaudio::host {
 
 /** Name of an output file that stands for standard output. */
 constexpr char kStandardOutput[] = "-";
@@ -23,4 +23,4 @@ constexpr char kStandardOutput[] = "-";
  */
 std::string writeOutputFile(const std::string& path, const std::string& content);
 
-}  // namespace hidlaudio::client
+}  // namespace hidlaudio::host

@@ -15,10 +15,10 @@
 #include <filesystem>
 #include <random>
 
-#include "host/program/parse_number.h"
-#include "host/program/standard_streams.h"
+#include "parse_number.h"
+#include "standard_streams.h"
 
-namespace hidlaudio::client {
+namespace hidlaudio::host {
 namespace {
 
 namespace fs = std::filesystem;
@@ -58,7 +58,7 @@ fs::path followLinks(fs::path path) {
 unique_fd duplicateOwnDescriptor(const fs::path& path) {
     std::error_code error;
     const std::string folder = fs::canonical(folderOf(path), error);
-    const auto number = host::parseNumber<int>(path.filename().native());
+    const auto number = parseNumber<int>(path.filename().native());
     const bool isOwn = folder.rfind("/proc/" + std::to_string(getpid()) + "/", 0) == 0 &&
                        fs::path(folder).filename() == "fd" && number;
     errno = ENOENT;
@@ -75,7 +75,7 @@ unique_fd makeTemporary(const fs::path& folder, mode_t mode, fs::path& path) {
     std::random_device random;
     unique_fd fd;
     for (int i = 0; i < kMaxTemporaryNames; ++i) {
-        path = folder / (".audioctl." + std::to_string(random()));
+        path = folder / (".output." + std::to_string(random()));
         fd.reset(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
         if (fd.ok() || errno != EEXIST) break;
     }
@@ -117,7 +117,7 @@ std::string replaceFile(const fs::path& target, const struct stat* old, const st
 }
 
 std::string writeThrough(const fs::path& path, const std::string& content) {
-    host::flushOutput();  // `path` may be standard output: keep the order
+    flushOutput();  // `path` may be standard output: keep the order
     unique_fd fd = duplicateOwnDescriptor(path);
     if (!fd.ok() && errno == ENOENT) fd.reset(open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NOCTTY));
     return fd.ok() ? writeTo(fd.get(), content) : strerror(errno);
@@ -143,4 +143,4 @@ std::string writeOutputFile(const std::string& path, const std::string& content)
     return problem.empty() ? "" : path + " cannot be written: " + problem;
 }
 
-}  // namespace hidlaudio::client
+}  // namespace hidlaudio::host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "client/terminal/output_file.h"
+#include "host/program/output_file.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -11,7 +11,7 @@
 
 #include "tests/support/private_tv.h"
 
-namespace hidlaudio::client {
+namespace hidlaudio::host {
 namespace {
 
 namespace fs = std::filesystem;
@@ -140,4 +140,4 @@ TEST_F(OutputFile, FileThatCannotBeReplacedKeepsItsContent) {
 }
 
 }  // namespace
-}  // namespace hidlaudio::client
+}  // namespace hidlaudio::host
