@@ -89,8 +89,9 @@ def test_wait(tv, client):
 def run_pytest(folder, *arguments):
     file = folder / "test_inner.py"
     file.write_text(FAILING)
-    return subprocess.Popen([sys.executable, "-B", "-m", "pytest", "-p", "no:cacheprovider", "-p",
-                             "hidlaudio.pytest_plugin", "--hidlaudio-programs", PROGRAMS, *arguments, file],
+    return subprocess.Popen([sys.executable, "-B", "-m", "pytest", "--basetemp", folder / "tmp",
+                             "-p", "no:cacheprovider", "-p", "hidlaudio.pytest_plugin",
+                             "--hidlaudio-programs", PROGRAMS, *arguments, file],
                             cwd=folder, env={**os.environ, "PIDS": str(folder / "pids")}, text=True,
                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 
