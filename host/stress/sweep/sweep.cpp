@@ -10,9 +10,9 @@
 #include "host/program/number_argument.h"
 #include "host/program/standard_streams.h"
 #include "host/program/terminal.h"
+#include "host/scenario/harness/scratch_folder.h"
+#include "host/scenario/harness/worker_pool.h"
 #include "host/stress/commands.h"
-#include "host/stress/harness/scratch_folder.h"
-#include "host/stress/harness/worker_pool.h"
 #include "sweep_report.h"
 #include "sweep_row.h"
 
