@@ -23,6 +23,12 @@ using Trace = std::vector<TraceLine>;
  */
 std::string readLogTrace(const std::string& path, Trace& trace);
 
+/** Reads the answers of a record (docs/recording.md), as of answersOf(). Returns an error message, or "". */
+std::string readRecordTrace(const std::string& path, Trace& trace);
+
+/** Returns whether the file is a record, by its first character. */
+bool isRecord(const std::string& path);
+
 /** Returns the answers to the calls of a scenario's clients and the calls to their callbacks. */
 Trace answersOf(const Scenario& scenario, const RunResult& result);
 
