@@ -77,15 +77,6 @@ Lines mergeAll(std::vector<Lines>& streams) {
     return lines;
 }
 
-/** Removes the lines of processes that only use a tag of the daemon. */
-void dropOthers(Lines& lines) {
-    std::set<pid_t> daemons;
-    for (const DaemonLine& line : lines)
-        if (line.kind == Kind::Log && isDaemonText(line.tag, line.text)) daemons.insert(line.process);
-    const auto isOther = [&daemons](const DaemonLine& line) { return daemons.count(line.process) == 0; };
-    lines.erase(std::remove_if(lines.begin(), lines.end(), isOther), lines.end());
-}
-
 Boot::End endOf(Kind kind) {
     return kind == Kind::Killed  ? Boot::End::Killed
            : kind == Kind::Ended ? Boot::End::Ended
@@ -155,7 +146,6 @@ class BootSplitter {
 
 std::string mergeStreams(Report& report, DaemonLog& log) {
     Lines lines = mergeAll(report.streams);
-    dropOthers(lines);
     BootSplitter splitter(report, log);
     for (DaemonLine& line : lines)
         if (const std::string problem = splitter.add(line); !problem.empty()) return problem;

@@ -26,6 +26,7 @@ using AllSurroundings = std::map<int, Surroundings>;
 
 /** What is known of the faults of all boots so far. */
 struct FaultNotes {
+    bool hasBackEnd = true;                         // whether the TV has a back-end controller
     std::map<std::string, std::string> controller;  // current settings, such as "hrtf result"
     std::vector<size_t> uploadLines;                // indices of the lines of uploads whose calls are known
     std::vector<Note> faults;

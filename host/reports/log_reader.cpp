@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "call_table.h"
 #include "pattern.h"
 #include "service_state.h"
 
@@ -77,7 +78,7 @@ void LogReader::add(std::string_view text) {
         if (isKnown) addOmission(line);
         return;
     }
-    if (isKnown || isDaemonTag(line.tag)) addLogLine(line);
+    if (isKnown || (isDaemonTag(line.tag) && isDaemonText(line.tag, line.text))) addLogLine(line);
     if (line.text.find(kProgram) != std::string_view::npos) addEnd(line);
 }
 
@@ -95,7 +96,10 @@ void LogReader::addEnd(const LogLine& line) {
         if (line.tag != row.tag || !matchPattern(row.pattern, line.text, fields)) continue;
         const std::string name = fields.value("name", "");
         if (name.find(kProgram) == std::string::npos) continue;
-        return keep(line, kindOf(row, fields), fields.value("pid", 0));
+        const pid_t process = fields.value("pid", 0);
+        // Another process may get its ID.
+        if (row.kind != Kind::Crashed) processes_.erase(process);
+        return keep(line, kindOf(row, fields), process);
     }
 }
 

@@ -101,7 +101,9 @@ class LineSplitter {
 
 void addRecordLine(std::string_view text, size_t number, Report& report) {
     PlacedRecordLine placed{{}, {report.files.size() - 1, number}};
-    const std::string problem = parseRecordLine(std::string(text), placed.line);
+    const bool isJson = parseJson(text).is_object();
+    const std::string problem =
+        isJson ? parseRecordLine(std::string(text), placed.line) : "not an object of JSON";
     if (problem.empty()) {
         report.record.push_back(std::move(placed));
     } else if (!text.empty()) {
@@ -151,7 +153,7 @@ bool readJson(std::string_view head, const NextPiece& next, Report& report) {
     std::string text;
     for (std::string_view piece = head; !piece.empty() && text.size() < kLargestWhole; piece = next())
         text += piece;
-    const Json json = Json::parse(text, nullptr, false);
+    const Json json = parseJson(text);
     if (!json.is_object()) return false;
     const Place place{report.files.size() - 1, 0};
     if (noteModel(json, place, report)) return true;

@@ -23,6 +23,13 @@ struct FoundBoot {
     std::vector<size_t> awaited;  // indices of lines that the scenario awaits before its next call
 };
 
+/** Calls with an argument that is not in the report. */
+struct Assumed {
+    size_t count = 0;
+    Place place;        // the first one
+    std::string value;  // its argument
+};
+
 std::string withoutNewline(std::string text) {
     text.erase(
         std::remove_if(text.begin(), text.end(), [](char byte) { return byte == '\n' || byte == '\r'; }),
@@ -57,6 +64,7 @@ class ScenarioWriter {
     }
 
     size_t clients() const { return clients_.size(); }
+    const std::vector<Note>& calls() const { return calls_; }
 
   private:
     void addAll(const AllSurroundings& around, int context, std::vector<std::string> Surroundings::* lines) {
@@ -85,7 +93,14 @@ class ScenarioWriter {
         if (call.isInBackground) line += " &";
         add(line);
         clients_.insert(call.client);
+        calls_.push_back({call.place, call.client + " " + call.method + answerOf(call)});
         ++scenario_.calls;
+    }
+
+    static std::string answerOf(const Call& call) {
+        if (!call.hasEnded) return ", whose end is not logged";
+        return call.results.empty() ? ""
+                                    : " " + call.results.dump(-1, ' ', false, Json::error_handler_t::replace);
     }
 
     static std::string interfaceOf(const Call& call) {
@@ -125,6 +140,7 @@ class ScenarioWriter {
     Scenario& scenario_;
     std::map<int64_t, std::string> handles_;  // names of the variables by the handles of the log
     std::set<std::string> clients_;
+    std::vector<Note> calls_;
     int variables_ = 0;
 };
 
@@ -137,16 +153,28 @@ class ScenarioMaker {
         if (const std::string problem = mergeStreams(report_, log_); !problem.empty()) return problem;
         const std::vector<RecordedBoot> recorded = readRecordedBoots(report_, notes_);
         if (log_.lines.empty() && recorded.empty()) return "no line of the daemon hidlaudio in " + allFiles();
+        const ModelFinding model = findModel(log_, report_);
+        notes_.hasBackEnd = model.backEnd;
         TvValues values(log_, report_);
         std::vector<FoundBoot> found = findBoots(recorded, values);
         completeCalibrations(found);
-        writeScenario(found, values);
+        writeScenario(found, model, values);
         writeLog();
         writeNotes(values);
         return "";
     }
 
   private:
+    /** Returns the names of the logs and records. */
+    std::string sourceNames() const {
+        std::set<size_t> sources;
+        for (const DaemonLine& line : log_.lines) sources.insert(line.place.file);
+        for (const PlacedRecordLine& placed : report_.record) sources.insert(placed.place.file);
+        std::string names;
+        for (const size_t source : sources) names += (names.empty() ? "" : ", ") + report_.files[source];
+        return withoutNewline(names);
+    }
+
     std::string allFiles() const {
         std::string names;
         for (const std::string& name : report_.files) names += (names.empty() ? "" : ", ") + name;
@@ -207,7 +235,7 @@ class ScenarioMaker {
         found.boot.end = recorded.hasEnded ? Boot::End::Killed : Boot::End::Unknown;
         found.boot.endPlace = recorded.place;
         addRecordedCalls(recorded, found.calls, found.around);
-        for (const Call& call : found.calls.calls) noteAssumed(call);
+        for (Call& call : found.calls.calls) noteAssumed(call);
         return found;
     }
 
@@ -229,10 +257,12 @@ class ScenarioMaker {
     }
 
     /** Remembers the arguments of a call that are assumed, once per method and argument. */
-    void noteAssumed(const Call& call) {
+    void noteAssumed(Call& call) {
         for (const std::string& name : call.assumed) {
-            auto& [count, place] = assumed_[call.method + ": " + name];
-            if (count++ == 0) place = call.place;
+            Assumed& assumed = assumed_[call.method + ": " + name];
+            if (assumed.count++ > 0) continue;
+            assumed.place = call.place;
+            assumed.value = call.arguments[name].dump(-1, ' ', false, Json::error_handler_t::replace);
         }
     }
 
@@ -257,11 +287,13 @@ class ScenarioMaker {
         }
         for (FoundBoot& boot : found)
             if (!log_.boots.empty())
-                for (const Call& call : boot.calls.calls) noteAssumed(call);
+                for (Call& call : boot.calls.calls) noteAssumed(call);
     }
 
     /** Takes the level of the front-left channel from the next switch of the calibration. */
     void setLevel(const FoundBoot& found, Call& call) {
+        const Json& data = call.arguments["data"];
+        if (!data.is_array() || data.empty() || !data[0].is_object()) return;
         for (size_t i = call.last + 1; i < found.boot.past; ++i) {
             const DaemonLine& line = log_.lines[i];
             if (line.text == "[setCalibratedData] start") return;
@@ -274,17 +306,17 @@ class ScenarioMaker {
         }
     }
 
-    void writeScenario(const std::vector<FoundBoot>& found, TvValues& values) {
-        const ModelFinding model = findModel(log_, report_);
+    void writeScenario(const std::vector<FoundBoot>& found, const ModelFinding& model, TvValues& values) {
         inferences_.insert(inferences_.end(), model.notes.begin(), model.notes.end());
         notes_.assumptions.insert(notes_.assumptions.end(), model.assumptions.begin(),
                                   model.assumptions.end());
         scenario_.setup = setupLines(model, values);
         ScenarioWriter writer(log_, scenario_);
-        writer.add("# What a bug report shows: " + withoutNewline(allFiles()));
+        writer.add("# What a bug report shows: " + sourceNames());
         for (const std::string& line : scenario_.setup) writer.add(line);
         for (const FoundBoot& boot : found) writer.addBoot(boot, &boot == &found.back());
         scenario_.clients = writer.clients();
+        callNotes_ = writer.calls();
         scenario_.sources = report_.bytes;
     }
 
@@ -308,11 +340,12 @@ class ScenarioMaker {
     void writeNotes(const TvValues& values) {
         inferences_.insert(inferences_.end(), values.notes.begin(), values.notes.end());
         addNotes("Inferred", inferences_);
+        addNotes("Calls", callNotes_);
         addNotes("Faults", notes_.faults);
         std::vector<Note> assumptions = notes_.assumptions;
         for (const auto& [name, uses] : assumed_)
-            assumptions.push_back(
-                {uses.second, name + " is not in the report (" + std::to_string(uses.first) + " calls)"});
+            assumptions.push_back({uses.place, name + " is not in the report; assumed in " +
+                                                   std::to_string(uses.count) + " calls: " + uses.value});
         addNotes("Assumed", assumptions);
         std::vector<Note> unknown = notes_.unknown;
         unknown.insert(unknown.end(), values.unknown.begin(), values.unknown.end());
@@ -340,7 +373,8 @@ class ScenarioMaker {
     DaemonLog log_;
     FaultNotes notes_;
     std::vector<Note> inferences_;
-    std::map<std::string, std::pair<size_t, Place>> assumed_;
+    std::vector<Note> callNotes_;
+    std::map<std::string, Assumed> assumed_;
 };
 
 }  // namespace

@@ -228,8 +228,7 @@ ModelFinding findModel(const DaemonLog& log, const Report& report) {
 
 TvValues::TvValues(const DaemonLog& log, const Report& report) : log_(log), report_(report) {}
 
-void TvValues::follow(const Boot& boot, const BootCalls& calls, AllSurroundings& surroundings) {
-    std::map<int, size_t> lastLines;
+void TvValues::follow(const Boot& boot, BootCalls& calls, AllSurroundings& surroundings) {
     for (size_t i = boot.first; i < boot.past; ++i) {
         const int context = calls.owners[i - boot.first];
         if (context == kAsynchronousLine) continue;
@@ -270,12 +269,13 @@ void TvValues::noteRead(const std::string& path, const std::string& content, con
     current_[path] = content;
     if (isFirst) {
         initial_[path] = content;
-        notes.push_back({line.place, path + (content == kMissing ? " does not exist" : " is read")});
+        notes.push_back(
+            {line.place, content == kMissing ? path + " does not exist" : lineFor(path, content)});
     } else if (content == kMissing) {
         unknown.push_back({line.place, path + " has been removed; the scenario keeps it"});
     } else {
         surroundings[context].before.push_back(lineFor(path, content));
-        notes.push_back({line.place, path + " has been changed by something else"});
+        notes.push_back({line.place, lineFor(path, content) + ", changed by something else"});
     }
 }
 
@@ -285,12 +285,12 @@ void TvValues::noteWritten(const std::string& path, const std::string& content) 
 }
 
 /** Notes what a successful call has stored without a line that has the value. */
-void TvValues::noteEffects(const Call& call) {
+void TvValues::noteEffects(Call& call) {
     if (call.method == "setCalibratedData" && call.hasEnded) written_[kCalibrationFile] = true;
     if (call.method == "setCalibratedData") current_.try_emplace(kCalibrationFile, "");
-    if (call.results.value("result", -1) != 0) return;
+    if (integerOf(call.results, "result", -1) != 0) return;
     if (call.method == "setEnabled") {
-        noteWritten(kEnabledFile, contentOf(Form::Byte, call.arguments.value("enable", false) ? 1 : 0));
+        noteWritten(kEnabledFile, contentOf(Form::Byte, call.arguments["enable"] == true ? 1 : 0));
     } else if (call.method == "setMicGain" && call.arguments["scale"].is_number()) {
         char text[64];
         snprintf(text, sizeof(text), "%f\n", call.arguments["scale"].get<double>());
@@ -300,7 +300,11 @@ void TvValues::noteEffects(const Call& call) {
 
 /** Returns whether a content of the report can be written by a line of the scenario. */
 bool isUsable(const std::string& path, const std::string& content) {
-    if (content.empty() || path.find_first_of(" \t\n") != std::string::npos) return false;
+    constexpr char kPlain[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./";
+    // A path must not lead out of the folder of the TV.
+    const bool isInside = path.find_first_not_of(kPlain) == std::string::npos && path[0] == '/' &&
+                          path.find("..") == std::string::npos;
+    if (content.empty() || !isInside) return false;
     if (path.find(kConfigFolder) != 0) return true;
     return content.back() == '\n' &&
            parseNumber<int32_t>(std::string_view(content).substr(0, content.size() - 1));
@@ -336,10 +340,7 @@ Json calibrationOf(const std::string& content) {
          offset += kRecordSize) {
         Json equalizer = Json::array();
         for (size_t band = 0; band < kBands; ++band) {
-            equalizer.push_back({{"type", ""},
-                                 {"param1", 0.0},
-                                 {"param2", 0.0},
-                                 {"gain", jsonOf(floatAt(content, offset + 16 + 4 * band))}});
+            equalizer.push_back({{"gain", jsonOf(floatAt(content, offset + 16 + 4 * band))}});
         }
         const std::string name(content.data() + offset, strnlen(content.data() + offset, 4));
         data.push_back({{"channel", name},

@@ -31,7 +31,7 @@ class TvValues {
      * Follows the values through the lines of a boot. Adds the lines that change a value where the log shows
      * that something else has changed it.
      */
-    void follow(const Boot& boot, const BootCalls& calls, AllSurroundings& surroundings);
+    void follow(const Boot& boot, BootCalls& calls, AllSurroundings& surroundings);
 
     /** Returns the lines that set the values before the first start, for use after all boots were followed.
      */
@@ -45,7 +45,7 @@ class TvValues {
     void noteRead(const std::string& path, const std::string& content, const DaemonLine& line, int context,
                   AllSurroundings& surroundings);
     void noteWritten(const std::string& path, const std::string& content);
-    void noteEffects(const Call& call);
+    void noteEffects(Call& call);
     void addCalibration();
 
     const DaemonLog& log_;

@@ -121,7 +121,9 @@ int fromReport(const Options& options) {
     const std::string folder = fs::absolute(options.output).lexically_normal().string();
     if (const std::string problem = makeOutputFolder(folder); !problem.empty()) return fail(problem);
     if (const std::string problem = writeFiles(scenario, folder); !problem.empty()) return fail(problem);
-    for (const std::string& warning : report.warnings) note(warning);
+    constexpr size_t kMostWarnings = 20;
+    for (size_t i = 0; i < report.warnings.size() && i < kMostWarnings; ++i) note(report.warnings[i]);
+    if (report.warnings.size() > kMostWarnings) note("more warnings are in notes.txt");
     printSummary(scenario, options.output);
     return kDone;
 }
