@@ -2,6 +2,7 @@
 #include "deaths.h"
 
 #include <algorithm>
+#include <set>
 
 namespace hidlaudio::host {
 namespace {
@@ -19,11 +20,16 @@ struct Deaths {
 
 class DeathFinder {
   public:
-    DeathFinder(const DaemonLog& log, const Boot& boot, BootCalls& calls, AllSurroundings& surroundings,
-                FaultNotes& notes)
-        : log_(log), boot_(boot), calls_(calls), surroundings_(surroundings), notes_(notes) {}
+    DeathFinder(const DaemonLog& log, const Boot& boot, BootCalls& calls, std::vector<size_t>& awaited,
+                bool areClientsKnown, FaultNotes& notes)
+        : log_(log),
+          boot_(boot),
+          calls_(calls),
+          awaited_(awaited),
+          areClientsKnown_(areClientsKnown),
+          notes_(notes) {}
 
-    std::vector<size_t> find() {
+    std::vector<Kill> find() {
         size_t next = 0;
         for (size_t i = boot_.first; i < boot_.past; ++i) {
             while (next < calls_.calls.size() && calls_.calls[next].first <= i) {
@@ -33,7 +39,7 @@ class DeathFinder {
             look(log_.lines[i], i, next);
         }
         end(next);
-        return std::move(awaited_);
+        return std::move(kills_);
     }
 
   private:
@@ -58,9 +64,11 @@ class DeathFinder {
                 {deaths.place, "a client died that has set its callback before the log begins"});
             return;
         }
-        const std::string client = "watcher" + std::to_string(++count_);
+        const std::string client =
+            areClientsKnown_ ? setters.front()->client : "watcher" + std::to_string(++count_);
         for (Call* setter : setters) setter->client = client;
-        surroundings_[static_cast<int>(next) - 1].after.push_back("kill " + client);
+        dead_.insert(client);
+        kills_.push_back({deaths.lines.front(), client});
         awaited_.insert(awaited_.end(), deaths.lines.begin(), deaths.lines.end());
         notes_.assumptions.push_back({deaths.place, "the client that died is the one that has set the last " +
                                                         std::to_string(setters.size()) +
@@ -73,7 +81,7 @@ class DeathFinder {
         for (size_t i = next; i-- > 0 && setters.size() < count;) {
             Call& call = calls_.calls[i];
             const bool isSetter = call.method == "setCallback" && !call.arguments["callback"].is_null();
-            if (isSetter && call.client.find("watcher") != 0) setters.push_back(&call);
+            if (isSetter && dead_.count(call.client) == 0) setters.push_back(&call);
         }
         return setters;
     }
@@ -82,9 +90,10 @@ class DeathFinder {
     void noteUnreachable(const DaemonLine& line, size_t next) {
         for (size_t i = next; i-- > 0;) {
             Call& call = calls_.calls[i];
-            if (call.method != "apply" || call.client.find("uploader") == 0) continue;
-            call.client = "uploader" + std::to_string(++uploaders_);
-            surroundings_[static_cast<int>(i)].after.push_back("kill " + call.client);
+            if (call.method != "apply" || dead_.count(call.client) > 0) continue;
+            if (!areClientsKnown_) call.client = "uploader" + std::to_string(++uploaders_);
+            dead_.insert(call.client);
+            kills_.push_back({call.last + 1, call.client});
             notes_.assumptions.push_back(
                 {line.place, "the client of the last upload died before its end: " + call.client});
             return;
@@ -94,21 +103,25 @@ class DeathFinder {
     const DaemonLog& log_;
     const Boot& boot_;
     BootCalls& calls_;
-    AllSurroundings& surroundings_;
+    std::vector<size_t>& awaited_;
+    const bool areClientsKnown_;
     FaultNotes& notes_;
     Deaths current_;
-    std::vector<size_t> awaited_;
+    std::set<std::string> dead_;
+    std::vector<Kill> kills_;
     int count_ = 0;
     int uploaders_ = 0;
 };
 
 }  // namespace
 
-void findDeaths(const DaemonLog& log, const Boot& boot, BootCalls& calls, AllSurroundings& surroundings,
-                std::vector<size_t>& awaited, FaultNotes& notes) {
-    const std::vector<size_t> deaths = DeathFinder(log, boot, calls, surroundings, notes).find();
-    awaited.insert(awaited.end(), deaths.begin(), deaths.end());
+std::vector<Kill> findDeaths(const DaemonLog& log, const Boot& boot, BootCalls& calls,
+                             std::vector<size_t>& awaited, bool areClientsKnown, FaultNotes& notes) {
+    std::vector<Kill> kills = DeathFinder(log, boot, calls, awaited, areClientsKnown, notes).find();
     std::sort(awaited.begin(), awaited.end());
+    std::stable_sort(kills.begin(), kills.end(),
+                     [](const Kill& one, const Kill& other) { return one.line < other.line; });
+    return kills;
 }
 
 }  // namespace hidlaudio::host

@@ -20,6 +20,7 @@ struct FoundBoot {
     Boot boot;
     BootCalls calls;
     AllSurroundings around;
+    std::vector<Kill> kills;
     std::vector<size_t> awaited;  // indices of lines that the scenario awaits before its next call
 };
 
@@ -50,16 +51,16 @@ class ScenarioWriter {
         add("tv boot");
         ++scenario_.boots;
         addAll(found.around, kBootLine, &Surroundings::after);
-        size_t awaited = 0;
+        Position position;
         for (size_t i = 0; i < found.calls.calls.size(); ++i) {
             const Call& call = found.calls.calls[i];
-            awaited = addAwaits(found, awaited, call.first);
+            addEvents(found, call.first, position);
             const auto number = static_cast<int>(i);
             addAll(found.around, number, &Surroundings::before);
             addCall(call);
             addAll(found.around, number, &Surroundings::after);
         }
-        addAwaits(found, awaited, SIZE_MAX);
+        addEvents(found, SIZE_MAX, position);
         addEnd(found.boot, isLast);
     }
 
@@ -73,7 +74,22 @@ class ScenarioWriter {
         for (const std::string& line : found->second.*lines) add(line);
     }
 
-    /** Adds lines that await the last asynchronous line before a line of the log. */
+    /** The next asynchronous line and the next kill of a boot. */
+    struct Position {
+        size_t awaited = 0;
+        size_t kill = 0;
+    };
+
+    /** Adds what happens before a line of the log. */
+    void addEvents(const FoundBoot& found, size_t line, Position& next) {
+        for (; next.kill < found.kills.size() && found.kills[next.kill].line <= line; ++next.kill) {
+            next.awaited = addAwaits(found, next.awaited, found.kills[next.kill].line);
+            add("kill " + found.kills[next.kill].client);
+        }
+        next.awaited = addAwaits(found, next.awaited, line);
+    }
+
+    /** Adds lines that await the last asynchronous line before a line of the log. Returns the next one. */
     size_t addAwaits(const FoundBoot& found, size_t begin, size_t line) {
         size_t end = begin;
         while (end < found.awaited.size() && found.awaited[end] < line) ++end;
@@ -224,7 +240,8 @@ class ScenarioMaker {
             std::move(lines.before.begin(), lines.before.end(), std::back_inserter(all.before));
             std::move(lines.after.begin(), lines.after.end(), std::back_inserter(all.after));
         }
-        if (recorded == nullptr) findDeaths(log_, boot, found.calls, found.around, found.awaited, notes_);
+        if (recorded == nullptr || recorded->kills.empty())
+            found.kills = findDeaths(log_, boot, found.calls, found.awaited, recorded != nullptr, notes_);
         noteBoot(found);
         return found;
     }
