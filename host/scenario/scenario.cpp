@@ -23,19 +23,9 @@ bool isClient(const ScenarioLine& line) {
     return line.kind == ScenarioLine::Kind::Call || line.words[0] == "audioctl";
 }
 
-/** Adds the names of the variables in the value to `names`. */
-void collectVariables(const nlohmann::ordered_json& value, std::set<std::string>& names) {
-    if (value.is_structured()) {
-        for (const auto& member : value) collectVariables(member, names);
-    } else if (value.is_string() && value.get_ref<const std::string&>().rfind('$', 0) == 0) {
-        names.insert(value.get<std::string>().substr(1));
-    }
-}
-
 /** Returns an error message if the line uses a variable that no line before it stores, or "". */
 std::string unknownVariable(const ScenarioLine& line, const Scenario& scenario) {
-    std::set<std::string> names;
-    collectVariables(line.call.arguments, names);
+    std::set<std::string> names = variablesIn(line.call.arguments);
     for (const ScenarioLine& earlier : scenario.lines) names.erase(earlier.call.variable);
     return names.empty() ? "" : "no line before it stores $" + *names.begin();
 }

@@ -128,6 +128,16 @@ void formatCall(ScenarioLine& line) {
     if (line.background) line.text += " &";
 }
 
+std::set<std::string> variablesIn(const Json& value) {
+    std::set<std::string> names;
+    if (value.is_structured()) {
+        for (const Json& member : value) names.merge(variablesIn(member));
+    } else if (value.is_string() && value.get_ref<const std::string&>().rfind('$', 0) == 0) {
+        names.insert(value.get<std::string>().substr(1));
+    }
+    return names;
+}
+
 std::string descriptorOf(const std::string& interface) {
     constexpr std::string_view kInstance = "/default";
     std::string newest;
