@@ -2,10 +2,8 @@
 #include "record_control.h"
 
 #include <android/hidl/manager/1.0/IServiceManager.h>
-#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
-#include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,6 +22,7 @@
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
 #include "recorder/settings.h"
+#include "runtime_folder.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -55,14 +54,6 @@ std::string setProperty(const std::string& name, const std::string& value) {
     return error == 0 ? "" : fileError(path, error);
 }
 
-/** Returns the folder of the libraries that instrumented processes load: next to the HIDL runtime. */
-std::string librariesFolder() {
-    Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&android::hardware::joinRpcThreadpool), &info) == 0) return "";
-    std::error_code ignored;
-    return std::filesystem::canonical(info.dli_fname, ignored).parent_path() / "hidlaudio_recorder/";
-}
-
 std::string emptyFile(const std::string& path) {
     const OwnedDescriptor file(openRegularFile(path, O_WRONLY | O_CREAT | O_TRUNC, 0600));
     return file.get() >= 0 ? "" : fileError(path, errno);
@@ -76,7 +67,7 @@ std::string prepareFiles(const RecordOptions& options) {
 }
 
 std::string setProperties(const RecordOptions& options) {
-    const std::string folder = librariesFolder();
+    const std::string folder = runtimeFolder() / "hidlaudio_recorder/";
     if (access(folder.c_str(), R_OK) != 0) return fileError(folder, errno);
     const std::pair<std::string, std::string> properties[] = {
         {recorder::kFileProperty, options.file},

@@ -7,8 +7,8 @@
 #include "host/program/number_argument.h"
 #include "host/program/standard_streams.h"
 #include "host/program/terminal.h"
+#include "host/scenario/harness/worker_pool.h"
 #include "host/stress/commands.h"
-#include "host/stress/harness/worker_pool.h"
 #include "soak_plan.h"
 #include "soak_run.h"
 

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "client/exit_status.h"
-#include "host/stress/sweep/sweep_scenario.h"
+#include "host/scenario/scenario.h"
 #include "host/tv/state/registry.h"
 #include "host/tv/state/tv_state.h"
 #include "host/tv_files/back_end_files.h"

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "host/stress/harness/scratch_folder.h"
-#include "host/stress/harness/test_tv.h"
+#include "host/scenario/harness/scratch_folder.h"
+#include "host/scenario/harness/test_tv.h"
 
 namespace hidlaudio::host {
 

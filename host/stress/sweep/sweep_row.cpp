@@ -6,9 +6,9 @@
 #include <set>
 
 #include "client/exit_status.h"
+#include "host/scenario/run_log.h"
 #include "host/tv/state/tv_state.h"
 #include "host/tv_files/back_end_files.h"
-#include "sweep_log.h"
 
 namespace hidlaudio::host {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "sweep_run.h"
+#include "host/scenario/scenario_run.h"
 
 namespace hidlaudio::host {
 

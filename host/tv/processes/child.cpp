@@ -45,7 +45,11 @@ std::vector<std::string> environmentWith(const std::vector<std::string>& variabl
 void addActions(posix_spawn_file_actions_t& actions, const ChildSetup& setup) {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_APPEND;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (setup.input >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, setup.input, STDIN_FILENO);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    }
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, setup.output.c_str(), kFlags, 0644);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, setup.errors.c_str(), kFlags, 0644);
     posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);

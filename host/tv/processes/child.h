@@ -17,9 +17,10 @@ struct ChildSetup {
     std::string output;                  // path; standard output is appended to this file
     std::string errors;                  // path; standard error is appended to this file
     std::string folder;                  // the working directory
+    int input = -1;                      // descriptor for standard input; -1 for /dev/null
 };
 
-/** Starts the program. It inherits no descriptors; standard input is /dev/null. Returns 0, or an errno. */
+/** Starts the program. It inherits no other descriptors. Returns 0, or an errno. */
 int startChild(const ChildSetup& setup, pid_t& pid);
 
 /** The exit status, or the negated number of the signal that ended the process. */

@@ -11,6 +11,7 @@
 #include "host/program/owned_descriptor.h"
 #include "host/program/program_folder.h"
 #include "host/program/terminal.h"
+#include "host/recording/runtime_folder.h"
 #include "host/tv_files/program_lock.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
@@ -42,6 +43,10 @@ std::string logOf(const std::string& program) {
 
 std::string fileOf(const std::string& program) {
     return programFolder() + "/" + program;
+}
+
+std::string privateFileOf(const std::string& program) {
+    return runtimeFolder() / program;
 }
 
 std::optional<Process> runningProgram(const std::string& program) {

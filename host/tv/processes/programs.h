@@ -20,6 +20,9 @@ std::string logOf(const std::string& program);
 /** Returns the path of the program's executable file. */
 std::string fileOf(const std::string& program);
 
+/** Returns the path of a program that users do not run. */
+std::string privateFileOf(const std::string& program);
+
 /**
  * Returns the process that runs the program on the TV at tvRoot(), i.e. the holder of the program's lock, or
  * `std::nullopt` if the program is not running.

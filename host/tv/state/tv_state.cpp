@@ -157,4 +157,13 @@ std::string toHex(const std::string& bytes) {
     return hex;
 }
 
+std::optional<std::string> fromHex(const std::string& digits) {
+    const bool isHex = digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    if (!isHex || digits.size() % 2 != 0) return std::nullopt;
+    std::string bytes;
+    for (size_t i = 0; i < digits.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
 }  // namespace hidlaudio::host

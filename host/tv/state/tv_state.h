@@ -64,4 +64,7 @@ nlohmann::ordered_json orNull(const std::optional<Value>& value) {
 /** Returns two hexadecimal digits per byte. */
 std::string toHex(const std::string& bytes);
 
+/** Returns the bytes of pairs of hexadecimal digits, or `std::nullopt` if there are other characters. */
+std::optional<std::string> fromHex(const std::string& digits);
+
 }  // namespace hidlaudio::host

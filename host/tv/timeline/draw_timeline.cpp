@@ -126,12 +126,24 @@ std::string drawLane(const Lane& lane, const Scale& scale, double y) {
     return svg;
 }
 
+/** Returns the least of 1, 2 and 5 times a power of ten that divides the scale into at most kTicks parts. */
+double tickOf(const Scale& scale) {
+    const double step = (scale.to - scale.from) / kTicks;
+    const double power = std::pow(10.0, std::floor(std::log10(step)));
+    for (const double factor : {1.0, 2.0, 5.0}) {
+        if (step <= factor * power * (1 + 1e-9)) return factor * power;
+    }
+    return 10 * power;
+}
+
 std::string drawAxis(const Scale& scale, double height) {
     std::string svg;
-    const double step = (scale.to - scale.from) / kTicks;
-    const int digits = std::clamp(static_cast<int>(std::ceil(-std::log10(step))) + 1, 0, 6);
-    for (int i = 0; i <= kTicks; ++i) {
-        const double time = scale.from + step * i;
+    const double step = tickOf(scale);
+    const int digits = std::clamp(static_cast<int>(std::ceil(-std::log10(step) - 1e-9)), 0, 6);
+    const auto first = static_cast<int64_t>(std::ceil(scale.from / step - 1e-9));
+    const auto last = static_cast<int64_t>(std::floor(scale.to / step + 1e-9));
+    for (int64_t i = first; i <= last; ++i) {
+        const double time = step * static_cast<double>(i);
         StringAppendF(&svg,
                       "<path d=\"M%.2f %.0f V%.1f\" stroke=\"#ddd\"/>"
                       "<text x=\"%.2f\" y=\"%.0f\" text-anchor=\"middle\">%.*f s</text>\n",

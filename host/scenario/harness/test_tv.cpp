@@ -32,7 +32,9 @@ std::string spawn(const TestTv& tv, const std::string& program, std::vector<std:
                   pid_t& pid) {
     setTvRoot(tv.root);
     variables.push_back("HIDLAUDIO_CLOCK=" + std::to_string(tv.clock));
-    return startChildOf({{fileOf(program)}, variables, logOf(program), logOf(program), "/"}, pid);
+    const bool isGiven = program == "hidlaudio" && !tv.daemonFile.empty();
+    const std::string file = isGiven ? tv.daemonFile : fileOf(program);
+    return startChildOf({{file}, variables, logOf(program), logOf(program), "/"}, pid);
 }
 
 std::string restartEndedHal(TestTv& tv) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "sweep_log.h"
+#include "run_log.h"
 
 #include <fstream>
 #include <map>

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/stress/harness/test_tv.h"
+#include "host/scenario/harness/test_tv.h"
 #include "host/tv_files/call_record.h"
 
 namespace hidlaudio::host {

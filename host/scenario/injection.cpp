@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "sweep_faults.h"
+#include "injection.h"
 
 #include <android-base/strings.h>
 

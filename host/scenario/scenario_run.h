@@ -1,26 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "host/stress/harness/test_tv.h"
-#include "sweep_faults.h"
-#include "sweep_scenario.h"
+#include "client_process.h"
+#include "host/scenario/harness/test_tv.h"
+#include "injection.h"
+#include "scenario.h"
 
 namespace hidlaudio::host {
-
-/** Exit status and output of one scenario line. */
-struct LineOutcome {
-    ChildStatus status = 0;
-    std::string output;
-    std::string errors;
-};
 
 /** The result of one run of a scenario. */
 struct RunResult {
     std::vector<LineOutcome> lines;
+    std::map<std::string, std::vector<std::string>> callbacks;  // by client: "OBJECT.METHOD ARGUMENTS"
     std::vector<SweptCall> calls;       // calls of the run, without those of an implicit boot
     bool injected = false;              // whether the call with the fault was made
     std::vector<std::string> log;       // the daemon's warnings and errors: "W tag: text"
@@ -42,6 +38,7 @@ struct RunSetup {
     std::string parameters;              // path of the file that the lines use as parameters.bin
     std::optional<Injection> injection;  // `nullopt` for the baseline run
     Usage usage;                         // of the baseline run, as the limit for a run with a fault
+    std::string daemon{};  // path of the daemon's program, or "" for that of this program's folder
 };
 
 /** Runs the scenario on a copy of the model. Stops all processes, but keeps the folder. */

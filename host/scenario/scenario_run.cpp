@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "sweep_run.h"
+#include "scenario_run.h"
 
 #include <signal.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <thread>
 
@@ -12,7 +13,8 @@
 #include "host/tv/processes/programs.h"
 #include "host/tv/state/registry.h"
 #include "host/tv_files/tv_root.h"
-#include "sweep_log.h"
+#include "run_log.h"
+#include "scenario_clients.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -24,6 +26,10 @@ using std::chrono::steady_clock;
 /** Time-out of a command. No command takes nearly as long, even on a busy machine. */
 constexpr auto kAnswerTimeout = 30s;
 constexpr auto kIdleTimeout = 3s;
+constexpr auto kAwaitTimeout = 30s;
+
+struct Run;
+void storeCall(Run& run, size_t line, const LineOutcome& outcome, bool timedOut);
 
 struct Background {
     size_t line;
@@ -31,12 +37,25 @@ struct Background {
 };
 
 struct Run {
+    Run(const Scenario& given, const RunSetup& wanted)
+        : scenario(given),
+          setup(wanted),
+          tv{wanted.folder + "/tv", wanted.folder + "/files", kSweepClock},
+          clients(tv, wanted.folder, [this](size_t line, const LineOutcome& outcome, bool timedOut) {
+              storeCall(*this, line, outcome, timedOut);
+          }) {
+        tv.daemonFile = wanted.daemon;
+        result.lines.resize(given.lines.size());
+    }
+
     const Scenario& scenario;
     const RunSetup& setup;
     TestTv tv;
+    ScenarioClients clients;
     RunResult result;
     unsigned boots = 0;  // starts of the daemon so far
     std::vector<Background> background{};
+    size_t awaitedEnd = 0;  // end of the log line of the last `await`
     // Numbers of the calls that the daemon and the HAL made during an implicit boot. They are not swept.
     std::map<std::string, size_t> implicitCalls{};
 };
@@ -85,7 +104,7 @@ void boot(Run& run) {
         const std::string problem = startHal(run.tv, {std::string(kCallsVariable) + "=" + record});
         if (!problem.empty()) addProblem(run, "start: " + problem);
     }
-    startDaemonOf(run);
+    if (run.tv.daemon == 0) startDaemonOf(run);
 }
 
 /** Restarts a daemon that the injected fault has killed. Reports any other end of the daemon. */
@@ -137,21 +156,76 @@ void runCommand(Run& run, size_t index) {
     storeOutcome(run, index, status);
 }
 
-void runLine(Run& run, size_t index) {
-    const std::vector<std::string>& words = run.scenario.lines[index].words;
-    if (words[0] == "tv" && words[1] == "boot") {
-        boot(run);
-    } else if (words[0] == "tv" && words[1] == "shutdown") {
-        checkDaemon(run);
-        stopTv(run.tv);
-    } else {
-        runCommand(run, index);
-        // After a crash, clients notice that the service is gone before the process has ended.
-        checkDaemon(run, run.result.lines[index].status == client::kNoService ? 500ms : 0ms);
+void storeCall(Run& run, size_t line, const LineOutcome& outcome, bool timedOut) {
+    run.result.lines[line] = outcome;
+    if (timedOut) addProblem(run, "hang: no answer to `" + run.scenario.lines[line].text + "`");
+}
+
+void callByClient(Run& run, size_t index) {
+    const std::string problem = run.clients.call(index, run.scenario.lines[index]);
+    if (!problem.empty()) addProblem(run, "line: `" + run.scenario.lines[index].text + "`: " + problem);
+}
+
+void shutDown(Run& run, size_t) {
+    checkDaemon(run);
+    stopTv(run.tv);
+}
+
+/** Kills a program of the TV or a client. */
+void killProcess(Run& run, size_t index) {
+    const std::string& name = run.scenario.lines[index].words[1];
+    pid_t* const pid = name == "hidlaudio" ? &run.tv.daemon : name == "audio_hal" ? &run.tv.hal : nullptr;
+    if (pid == nullptr) return run.clients.kill(name);
+    if (pid == &run.tv.daemon) checkDaemon(run);
+    if (*pid != 0) endChild(*pid, SIGKILL, 1s);
+    *pid = 0;
+}
+
+/** Waits for a line of the daemon's log. A line that does not come is not a violation. */
+void awaitLogLine(Run& run, size_t index) {
+    const ScenarioLine& line = run.scenario.lines[index];
+    const auto deadline = steady_clock::now() + kAwaitTimeout;
+    for (bool isLast = false; !isLast; checkDaemon(run)) {
+        isLast = run.tv.daemon == 0 || steady_clock::now() > deadline;
+        const std::string log = contentOf(logOf("hidlaudio"));
+        const size_t found = log.find(line.content, run.awaitedEnd);
+        const size_t end = found == std::string::npos ? found : log.find('\n', found);
+        if (end != std::string::npos) {
+            run.awaitedEnd = end;
+            return;
+        }
+        std::this_thread::sleep_for(2ms);
     }
+    run.result.lines[index] = {client::kTimedOut, "", "the log has no such line\n"};
+}
+
+void writeTvFile(Run& run, size_t index) {
+    const ScenarioLine& line = run.scenario.lines[index];
+    const fs::path path = run.tv.root + line.words[1];
+    if (line.words[2] == "copy") {
+        fs::copy_file(run.tv.folder + "/" + line.words[3], path, fs::copy_options::overwrite_existing);
+        return;
+    }
+    std::ofstream file(path, std::ios::binary);
+    if (!(file << line.content).flush()) addProblem(run, "line: `" + line.text + "`: cannot write the file");
+}
+
+void runLine(Run& run, size_t index) {
+    using Function = void (*)(Run&, size_t);
+    // In the order of ScenarioLine::Kind.
+    constexpr Function kFunctions[] = {runCommand,  [](Run& started, size_t) { boot(started); },
+                                       shutDown,    callByClient,
+                                       killProcess, awaitLogLine,
+                                       writeTvFile};
+    const ScenarioLine::Kind kind = run.scenario.lines[index].kind;
+    kFunctions[static_cast<size_t>(kind)](run, index);
+    if (kind != ScenarioLine::Kind::Command && kind != ScenarioLine::Kind::Call) return;
+    // After a crash, clients notice that the service is gone before the process has ended.
+    checkDaemon(run, run.result.lines[index].status == client::kNoService ? 500ms : 0ms);
 }
 
 void endBackground(Run& run) {
+    run.clients.finish();
     for (const Background& each : run.background)
         storeOutcome(run, each.line, endChild(each.pid, SIGINT, kAnswerTimeout));
 }
@@ -204,6 +278,7 @@ void runLines(Run& run) {
     endBackground(run);
     checkDaemon(run);
     checkIdleDaemon(run);
+    run.result.callbacks = run.clients.callbacks();
     run.result.files = filesOf(run.tv);
     stopTv(run.tv);
     storeCalls(run);
@@ -213,8 +288,7 @@ void runLines(Run& run) {
 }  // namespace
 
 RunResult runScenario(const Scenario& scenario, const RunSetup& setup) {
-    Run run{scenario, setup, {setup.folder + "/tv", setup.folder + "/files", kSweepClock}, {}};
-    run.result.lines.resize(scenario.lines.size());
+    Run run(scenario, setup);
     try {
         runLines(run);
     } catch (const fs::filesystem_error& error) {

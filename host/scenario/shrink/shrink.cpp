@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "shrink.h"
+
+#include <algorithm>
+
+#include "host/program/split_text.h"
+#include "search.h"
+#include "trials.h"
+
+namespace hidlaudio::host {
+namespace {
+
+using Outcome = ShrinkResult::Outcome;
+
+constexpr unsigned kMinRuns = 3;
+constexpr unsigned kFlakyTries = 5;
+constexpr char kMark[] = "shrunk:";
+
+ScenarioLines linesOf(Scenario scenario) {
+    scenario.about.clear();
+    return splitLines(scenarioText(scenario));
+}
+
+/** Returns the first comment of the result: that of the original, and the conditions. */
+std::string aboutResult(const std::string& about, const ShrinkOptions& options) {
+    std::string text = about.substr(0, about.find(kMark));
+    if (!text.empty() && text.size() == about.size()) text += "; ";
+    text += kMark;
+    for (const std::string& condition : options.until) text += " --until " + condition;
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
+/** Returns the rate of the shortest scenario that still shows the conditions. Removes shorter ones. */
+Rate verify(Trials& trials, unsigned runs, const Rate& before, std::vector<ScenarioLines>& found) {
+    while (found.size() > 1) {
+        const Rate rate = trials.rateOf(found.back(), runs);
+        if (rate.shown > 0 || trials.isInterrupted()) return rate;
+        found.pop_back();
+    }
+    return before;
+}
+
+std::string parseConditions(const std::vector<std::string>& texts, std::vector<Condition>& conditions) {
+    for (const std::string& text : texts) {
+        const std::string problem = parseCondition(text, conditions.emplace_back());
+        if (!problem.empty()) return problem;
+    }
+    return "";
+}
+
+}  // namespace
+
+ShrinkResult shrink(const Scenario& scenario, const ShrinkOptions& options, const Interrupt& interrupt) {
+    ShrinkResult result;
+    result.scenario = scenario;
+    std::vector<Condition> conditions;
+    result.problem = parseConditions(options.until, conditions);
+    if (!result.problem.empty()) result.outcome = Outcome::WrongInput;
+    Trials trials(scenario, options, conditions, interrupt);
+    if (result.problem.empty()) result.problem = trials.start();
+    if (!result.problem.empty()) return result;
+
+    std::vector<ScenarioLines> found{linesOf(scenario)};
+    result.linesBefore = result.linesAfter = found[0].size();
+    const unsigned runs = std::max(kMinRuns, options.tries);
+    result.before = trials.rateOf(found[0], runs);
+    const bool isFlaky = result.before.shown < result.before.runs;
+    trials.setTries(!isFlaky ? 1 : options.tries != 0 ? options.tries : kFlakyTries);
+    result.outcome = trials.isInterrupted() ? Outcome::Interrupted : Outcome::NotShown;
+    if (!trials.isInterrupted() && result.before.shown > 0) {
+        found =
+            searchShortest(found[0], [&](const auto& candidates) { return trials.firstShown(candidates); });
+        result.after = verify(trials, runs, result.before, found);
+        result.outcome = trials.isInterrupted() ? Outcome::Interrupted : Outcome::Shrunk;
+    }
+    trials.parse(found.back(), result.scenario);
+    result.scenario.about = aboutResult(scenario.about, options);
+    result.linesAfter = found.back().size();
+    result.runs = trials.runs();
+    result.remembered = trials.remembered();
+    return result;
+}
+
+}  // namespace hidlaudio::host

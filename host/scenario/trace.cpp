@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "trace.h"
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <regex>
+
+#include "host/recording/record_line.h"
+
+namespace hidlaudio::host {
+namespace {
+
+/** Matches a line of a log. Groups: process, thread; priority, tag and text. */
+const std::regex& threadtime() {
+    static const std::regex pattern(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d+ +(\d+) +(\d+) ([VDIWEF] .*))");
+    return pattern;
+}
+
+/** Replaces addresses in memory, which differ between runs. */
+std::string withoutAddresses(const std::string& text) {
+    static const std::regex address("0x[0-9a-f]{5,}");
+    if (text.find("0x") == std::string::npos) return text;
+    return std::regex_replace(text, address, "ADDRESS");
+}
+
+std::string answerText(const std::string& interface, const std::string& method, const std::string& answer) {
+    return interface.substr(interface.rfind(':') + 1) + "." + method + " -> " + answer;
+}
+
+/** The calls of a record, in the order of their answers, and the calls that never returned. */
+class RecordedAnswers {
+  public:
+    explicit RecordedAnswers(Trace& trace) : trace_(trace) {}
+
+    void add(const RecordLine& line) {
+        if (line.event == RecordLine::Event::Start) finish();
+        if (line.event == RecordLine::Event::Call) add(line, line.id);
+        if (line.event == RecordLine::Event::Answer) answer(line);
+    }
+
+    void finish() {
+        for (const auto& [id, call] : open_) add(call, "failed");
+        open_.clear();
+    }
+
+  private:
+    void add(const RecordLine& call, uint64_t id) {
+        const bool isHal = call.interface.rfind("android.", 0) == 0;
+        if (call.isIncoming && !call.arguments.is_null()) open_[id] = call;
+        if (!call.isIncoming && !isHal)
+            trace_.push_back({"callback", "callback " + call.method + " " + call.arguments.dump()});
+    }
+
+    void add(const RecordLine& call, const std::string& answer) {
+        trace_.push_back(
+            {"client " + std::to_string(call.client), answerText(call.interface, call.method, answer)});
+    }
+
+    void answer(const RecordLine& line) {
+        const auto found = open_.find(line.id);
+        if (found == open_.end()) return;
+        add(found->second, line.duration < 0 ? "failed" : line.results.dump());
+        open_.erase(found);
+    }
+
+    Trace& trace_;
+    std::map<uint64_t, RecordLine> open_;
+};
+
+/** A trace as queues of the lines of each lane. */
+class Queues {
+  public:
+    explicit Queues(const Trace& trace) {
+        std::map<std::string, size_t> numbers;
+        for (size_t i = 0; i < trace.size(); ++i) {
+            const size_t number = numbers.emplace(trace[i].lane, numbers.size()).first->second;
+            if (number == lanes_.size()) lanes_.push_back({{}, 0});
+            lanes_[number].lines.push_back(i);
+        }
+    }
+
+    /** Returns the first lines of all lanes that have one: index in the trace and lane, in their order. */
+    std::vector<std::pair<size_t, size_t>> heads() const {
+        std::vector<std::pair<size_t, size_t>> found;
+        for (size_t lane = 0; lane < lanes_.size(); ++lane) {
+            const auto& [lines, next] = lanes_[lane];
+            if (next < lines.size()) found.emplace_back(lines[next], lane);
+        }
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+
+    void pop(size_t lane) { ++lanes_[lane].next; }
+
+  private:
+    struct Lane {
+        std::vector<size_t> lines;
+        size_t next;
+    };
+    std::vector<Lane> lanes_;
+};
+
+/** Compares two traces by removing equal first lines of their lanes, as long as there are any. */
+class Comparison {
+  public:
+    Comparison(const Trace& given, const Trace& actual)
+        : given_(given), actual_(actual), givenQueues_(given), actualQueues_(actual) {}
+
+    std::optional<Difference> run() {
+        while (removePair()) {
+        }
+        const auto given = givenQueues_.heads();
+        const auto actual = actualQueues_.heads();
+        if (given.empty() && actual.empty()) return std::nullopt;
+        return Difference{given.empty() ? given_.size() : given[0].first,
+                          actual.empty() ? actual_.size() : actual[0].first};
+    }
+
+  private:
+    /** Removes the first given line that equals a line. Prefers the lane that its lane has equaled before. */
+    bool removePair() {
+        const auto candidates = actualQueues_.heads();
+        for (const auto& [given, givenLane] : givenQueues_.heads()) {
+            const auto before = partners_.find(givenLane);
+            const std::pair<size_t, size_t>* chosen = nullptr;
+            for (const auto& candidate : candidates) {
+                if (given_[given].text != actual_[candidate.first].text) continue;
+                const bool isPartner = before != partners_.end() && before->second == candidate.second;
+                if (chosen == nullptr || isPartner) chosen = &candidate;
+            }
+            if (chosen == nullptr) continue;
+            partners_[givenLane] = chosen->second;
+            givenQueues_.pop(givenLane);
+            actualQueues_.pop(chosen->second);
+            return true;
+        }
+        return false;
+    }
+
+    const Trace& given_;
+    const Trace& actual_;
+    Queues givenQueues_;
+    Queues actualQueues_;
+    std::map<size_t, size_t> partners_;
+};
+
+}  // namespace
+
+std::string readLogTrace(const std::string& path, Trace& trace) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return path + ": cannot be read";
+    for (std::string line; std::getline(file, line);) {
+        std::smatch parts;
+        if (std::regex_match(line, parts, threadtime())) {
+            trace.push_back({parts[1].str() + " " + parts[2].str(), withoutAddresses(parts[3])});
+        } else if (!trace.empty() && !line.empty()) {
+            trace.back().text += "\n" + line;
+        }
+    }
+    return trace.empty() ? path + ": the file has no line of a log in threadtime format" : "";
+}
+
+std::string readRecordTrace(const std::string& path, Trace& trace) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return path + ": cannot be read";
+    RecordedAnswers answers(trace);
+    size_t number = 0;
+    for (std::string text; std::getline(file, text);) {
+        RecordLine line;
+        const std::string problem = parseRecordLine(text, line);
+        if (!problem.empty()) return path + ":" + std::to_string(number + 1) + ": " + problem;
+        answers.add(line);
+        ++number;
+    }
+    answers.finish();
+    return number == 0 ? path + ": the record is empty" : "";
+}
+
+bool isRecord(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return file.get() == '{';
+}
+
+Trace answersOf(const Scenario& scenario, const RunResult& result) {
+    Trace trace;
+    for (size_t i = 0; i < scenario.lines.size(); ++i) {
+        const ScenarioLine& line = scenario.lines[i];
+        if (line.kind != ScenarioLine::Kind::Call) continue;
+        std::string answer = result.lines[i].output;
+        if (!answer.empty()) answer.pop_back();
+        trace.push_back({"client " + line.call.client, answerText(line.call.interface, line.call.method,
+                                                                  answer.empty() ? "failed" : answer)});
+    }
+    for (const auto& [client, calls] : result.callbacks) {
+        for (const std::string& call : calls)
+            trace.push_back({"callbacks of " + client, "callback " + call.substr(call.find('.') + 1)});
+    }
+    return trace;
+}
+
+std::optional<Difference> firstDifference(const Trace& given, const Trace& actual) {
+    return Comparison(given, actual).run();
+}
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/scenario/shrink/shrink.h"
+
+#include <stdio.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <set>
+
+#include "host/program/number_argument.h"
+#include "host/program/output_file.h"
+#include "host/program/terminal.h"
+#include "host/scenario/shrink/conditions.h"
+#include "host/tv/commands.h"
+
+namespace hidlaudio::host {
+namespace {
+
+namespace fs = std::filesystem;
+using Outcome = ShrinkResult::Outcome;
+
+struct Options {
+    std::string scenario;
+    std::string output = kStandardOutput;
+    ShrinkOptions shrink;
+};
+
+void showProgress(size_t lines, unsigned runs) {
+    fprintf(stderr, "\r\033[K%zu lines, %u runs", lines, runs);
+}
+
+std::string describeRate(const Rate& rate) {
+    return std::to_string(rate.shown) + " of " + std::to_string(rate.runs) + " runs";
+}
+
+/** Returns the files beside the scenario whose names are words or JSON texts of its lines. */
+std::set<std::string> filesOf(const Scenario& scenario) {
+    constexpr char kSeparators[] = " \t\"";
+    const fs::path folder = fs::path(scenario.path).parent_path();
+    std::set<std::string> files;
+    for (const ScenarioLine& line : scenario.lines) {
+        for (size_t at = 0; at < line.text.size();) {
+            const size_t end = std::min(line.text.find_first_of(kSeparators, at), line.text.size());
+            const std::string word = line.text.substr(at, end - at);
+            std::error_code ignored;
+            if (fs::is_regular_file(folder / word, ignored) && word[0] != '/') files.insert(word);
+            at = end + 1;
+        }
+    }
+    return files;
+}
+
+/** Prints the files that the scenario needs beside it if it is written to another folder. */
+void noteFiles(const Options& options, const Scenario& scenario) {
+    if (options.output == kStandardOutput) return;
+    const fs::path folder = fs::path(scenario.path).parent_path();
+    std::error_code ignored;
+    if (fs::equivalent(fs::absolute(options.output).parent_path(), folder, ignored)) return;
+    std::string names;
+    for (const std::string& file : filesOf(scenario)) names += " " + file;
+    if (!names.empty()) note("the scenario needs these files of " + folder.string() + " beside it:" + names);
+}
+
+void printSummary(const ShrinkResult& result, double seconds) {
+    fprintf(stderr, "%zu lines before, %zu after; %u runs, %u results remembered, %.0f s\n",
+            result.linesBefore, result.linesAfter, result.runs, result.remembered, seconds);
+    if (result.before.shown < result.before.runs)
+        fprintf(stderr, "the given scenario shows the condition in %s\n",
+                describeRate(result.before).c_str());
+    if (result.after.shown < result.after.runs)
+        fprintf(stderr, "the result shows the condition in %s\n", describeRate(result.after).c_str());
+}
+
+int finish(const Options& options, const ShrinkResult& result, double seconds) {
+    if (result.outcome == Outcome::WrongInput) return fail(result.problem, kWrongUsage);
+    if (result.outcome == Outcome::Failed) return fail(result.problem);
+    const bool isInterrupted = result.outcome == Outcome::Interrupted;
+    if (result.before.shown == 0)
+        return fail(isInterrupted ? "interrupted"
+                                  : "the scenario does not show the condition in any of " +
+                                        std::to_string(result.before.runs) + " runs");
+    const std::string problem = writeOutputFile(options.output, scenarioText(result.scenario));
+    if (!problem.empty()) return fail(problem);
+    printSummary(result, seconds);
+    noteFiles(options, result.scenario);
+    return isInterrupted ? fail("interrupted; the scenario is the shortest so far") : kDone;
+}
+
+int shrinkScenario(Options options) {
+    Scenario scenario;
+    if (const std::string problem = readScenario(options.scenario, scenario); !problem.empty())
+        return fail(problem, kWrongUsage);
+    if (!options.shrink.daemon.empty()) options.shrink.daemon = fs::absolute(options.shrink.daemon);
+    const bool isTerminal = isatty(STDERR_FILENO) != 0;
+    if (isTerminal) options.shrink.progress = showProgress;
+    const auto start = std::chrono::steady_clock::now();
+    const Interrupt interrupt;
+    const ShrinkResult result = shrink(scenario, options.shrink, interrupt);
+    if (isTerminal) fputs("\r\033[K", stderr);
+    return finish(options, result,
+                  std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+}
+
+void addOptions(CLI::App* command, Options& options) {
+    const auto notEmpty = [](const std::string& given) {
+        return given.empty() ? "FILE must not be empty" : "";
+    };
+    command->add_option("SCENARIO", options.scenario, "Path of the scenario, or a name from the sweep's list")
+        ->type_name("")
+        ->required()
+        ->check(notEmpty);
+    command
+        ->add_option("--until", options.shrink.until,
+                     "The condition, see below; if given several times,\nall of them must be shown")
+        ->type_name("CONDITION")
+        ->required()
+        ->allow_extra_args(false);
+    command->add_option("--daemon", options.shrink.daemon, "Run this program as the daemon")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile);
+    command->add_option("--output", options.output, "Write the scenario to FILE (default: standard output)")
+        ->type_name("FILE")
+        ->check(notEmpty);
+    command
+        ->add_option("-j,--jobs", options.shrink.jobs,
+                     "Number of concurrent runs, 1 to 1000 (default: 2 per processor)")
+        ->type_name("N")
+        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
+    command
+        ->add_option("--tries", options.shrink.tries,
+                     "Number of runs of the given scenario and of the result,\n"
+                     "3 to 1000 (default: 3), and maximum number of runs of\n"
+                     "each other scenario if not all runs show the condition\n"
+                     "(default: 5)")
+        ->type_name("N")
+        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
+}
+
+}  // namespace
+
+void addShrink(CLI::App& app, int& status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* command =
+        app.add_subcommand("shrink", "Find the shortest scenario that still shows a condition");
+    command->footer(
+        "Runs shorter and simpler variants of the scenario on temporary TVs, until no line can be removed\n"
+        "and no argument simplified without losing the condition. Prints the shortest scenario. Its files,\n"
+        "which lie beside the given scenario, are not changed. `tv_stress sweep --help` describes the "
+        "format\n"
+        "of scenarios.\n"
+        "\n"
+        "If only some runs of the given scenario show the condition, each variant is tried several times.\n"
+        "One run that shows the condition is enough.\n"
+        "\n"
+        "CONDITION is one of:\n" +
+        conditionKinds() +
+        "\n"
+        "REGEX is a POSIX extended regular expression, as of `grep -E`.\n"
+        "\n"
+        "Exit status:\n"
+        "  1  the condition is not shown, the command was interrupted (the shortest scenario so far is\n"
+        "     printed), or the output could not be written\n"
+        "  2  the arguments, the scenario or the condition are wrong\n"
+        "\n"
+        "Examples:\n"
+        "  tv shrink report.scenario --until crash\n"
+        "  tv shrink report.scenario --until log:'epoll timeout' --output short.scenario\n"
+        "  tv shrink report.scenario --until different:fixed/build/bin/hidlaudio\n"
+        "  tv shrink report.scenario --until command:'grep -c timeout $HIDLAUDIO_LOG | grep -qx 2'");
+    addOptions(command, *options);
+    command->callback([options, &status] { status = shrinkScenario(*options); });
+}
+
+}  // namespace hidlaudio::host
