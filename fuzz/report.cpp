@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const std::string_view content = takeFile(input, name);
         (void)readReportText(name, content, report);
     }
-    Scenario scenario;
+    MadeScenario scenario;
     const std::string problem = makeScenario(report, scenario);
     require(problem.empty() == !scenario.text.empty());
     checkLines(scenario.text);
