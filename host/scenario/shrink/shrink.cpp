@@ -65,6 +65,10 @@ ShrinkResult shrink(const Scenario& scenario, const ShrinkOptions& options, cons
     result.linesBefore = result.linesAfter = found[0].size();
     const unsigned runs = std::max(kMinRuns, options.tries);
     result.before = trials.rateOf(found[0], runs);
+    if (result.before.shown == 0 && !trials.isInterrupted()) {
+        trials.allowWrongUsage();
+        result.before = trials.rateOf(found[0], runs);
+    }
     const bool isFlaky = result.before.shown < result.before.runs;
     trials.setTries(!isFlaky ? 1 : options.tries != 0 ? options.tries : kFlakyTries);
     result.outcome = trials.isInterrupted() ? Outcome::Interrupted : Outcome::NotShown;

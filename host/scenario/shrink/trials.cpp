@@ -6,6 +6,8 @@
 #include <set>
 #include <thread>
 
+#include "client/exit_status.h"
+
 namespace hidlaudio::host {
 namespace {
 
@@ -54,6 +56,15 @@ bool Trials::prepare(const ScenarioLines& lines, size_t index, Trial& trial) {
     return !trial.model.empty();
 }
 
+bool Trials::isShown(const FinishedRun& run) const {
+    const bool hasWrongUsage =
+        std::any_of(run.result.lines.begin(), run.result.lines.end(),
+                    [](const LineOutcome& line) { return line.status == client::kWrongUsage; });
+    if (hasWrongUsage && !allowsWrongUsage_) return false;
+    return std::all_of(conditions_.begin(), conditions_.end(),
+                       [&](const Condition& condition) { return condition(run); });
+}
+
 /** Runs a scenario until it shows the conditions. Called in a process of its own. */
 Rate Trials::tryOut(const Trial& trial, unsigned tries) const {
     Rate rate;
@@ -62,10 +73,7 @@ Rate Trials::tryOut(const Trial& trial, unsigned tries) const {
     while (rate.shown == 0 && rate.runs < tries) {
         removeFolder(trial.folder);
         const RunResult result = runScenario(trial.scenario, setup);
-        const FinishedRun run{trial.scenario, setup, result};
-        const bool isShown = std::all_of(conditions_.begin(), conditions_.end(),
-                                         [&](const Condition& condition) { return condition(run); });
-        rate.shown += isShown ? 1 : 0;
+        rate.shown += isShown({trial.scenario, setup, result}) ? 1 : 0;
         ++rate.runs;
     }
     removeFolder(trial.folder);

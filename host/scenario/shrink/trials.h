@@ -28,6 +28,9 @@ class Trials {
     /** Maximum number of runs of a candidate. It shows the condition if one of its runs does. */
     void setTries(unsigned tries) { tries_ = tries; }
 
+    /** Accepts scenarios with lines whose arguments are wrong. */
+    void allowWrongUsage() { allowsWrongUsage_ = true; }
+
     /** Runs the scenario `runs` times. */
     Rate rateOf(const ScenarioLines& lines, unsigned runs);
 
@@ -54,6 +57,7 @@ class Trials {
     std::string modelOf(const std::vector<std::string>& options, std::string& problem);
     bool prepare(const ScenarioLines& lines, size_t index, Trial& trial);
     std::vector<Trial> unknownOf(const std::vector<ScenarioLines>& candidates, size_t& first);
+    bool isShown(const FinishedRun& run) const;
     Rate tryOut(const Trial& trial, unsigned tries) const;
     void runTrials(const std::vector<Trial>& trials, unsigned tries,
                    const std::function<bool(size_t)>& isNeeded,
@@ -72,6 +76,7 @@ class Trials {
     unsigned runs_ = 0;
     unsigned remembered_ = 0;
     size_t folders_ = 0;
+    bool allowsWrongUsage_ = false;
     bool isInterrupted_ = false;
 };
 
