@@ -26,7 +26,6 @@ using std::chrono::steady_clock;
 /** Time-out of a command. No command takes nearly as long, even on a busy machine. */
 constexpr auto kAnswerTimeout = 30s;
 constexpr auto kIdleTimeout = 3s;
-constexpr auto kAwaitTimeout = 30s;
 
 struct Run;
 void storeCall(Run& run, size_t line, const LineOutcome& outcome, bool timedOut);
@@ -184,7 +183,7 @@ void killProcess(Run& run, size_t index) {
 /** Waits for a line of the daemon's log. A line that does not come is not a violation. */
 void awaitLogLine(Run& run, size_t index) {
     const ScenarioLine& line = run.scenario.lines[index];
-    const auto deadline = steady_clock::now() + kAwaitTimeout;
+    const auto deadline = steady_clock::now() + run.setup.awaitTimeout;
     for (bool isLast = false; !isLast; checkDaemon(run)) {
         isLast = run.tv.daemon == 0 || steady_clock::now() > deadline;
         const std::string log = contentOf(logOf("hidlaudio"));

@@ -14,6 +14,7 @@ namespace hidlaudio::host {
 struct Rate {
     unsigned shown = 0;
     unsigned runs = 0;
+    double seconds = 0;  // duration of the longest run
 };
 
 struct ShrinkOptions {

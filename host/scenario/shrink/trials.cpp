@@ -13,6 +13,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/** Candidates are prepared in groups of this size, since the ones after a success are not needed. */
+constexpr size_t kTrialsPerJob = 8;
+constexpr std::chrono::milliseconds kMinAwaitTimeout{2000};
+
 void removeFolder(const std::string& folder) {
     std::error_code ignored;
     fs::remove_all(folder, ignored);
@@ -25,6 +29,14 @@ std::string textOf(const ScenarioLines& lines) {
 }
 
 }  // namespace
+
+Trials::Trials(const Scenario& origin, const ShrinkOptions& options, const std::vector<Condition>& conditions,
+               const Interrupt& interrupt)
+    : origin_(origin),
+      options_(options),
+      conditions_(conditions),
+      interrupt_(interrupt),
+      jobs_(options.jobs != 0 ? options.jobs : 2 * std::max(1U, std::thread::hardware_concurrency())) {}
 
 std::string Trials::start() {
     if (scratch_.path().empty()) return "cannot create a temporary folder";
@@ -70,6 +82,7 @@ Rate Trials::tryOut(const Trial& trial, unsigned tries) const {
     Rate rate;
     RunSetup setup{trial.model, trial.folder, scratch_.parameters(), {}, {}};
     setup.daemon = options_.daemon;
+    setup.awaitTimeout = awaitTimeout_;
     while (rate.shown == 0 && rate.runs < tries) {
         removeFolder(trial.folder);
         const RunResult result = runScenario(trial.scenario, setup);
@@ -86,15 +99,17 @@ void Trials::runTrials(const std::vector<Trial>& trials, unsigned tries,
                        const std::function<void(size_t, const Rate&)>& done) {
     PoolWork pool;
     pool.count = trials.size();
-    pool.jobs = options_.jobs != 0 ? options_.jobs : 2 * std::max(1U, std::thread::hardware_concurrency());
+    pool.jobs = jobs_;
     pool.run = [&](size_t i) {
+        const auto start = std::chrono::steady_clock::now();
         const Rate rate = isNeeded(i) ? tryOut(trials[i], tries) : Rate();
-        return nlohmann::json{rate.shown, rate.runs};
+        const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
+        return nlohmann::json{rate.shown, rate.runs, duration.count()};
     };
     pool.done = [&](size_t i, const nlohmann::json& result) {
         removeFolder(trials[i].folder);
         if (!result.is_array()) return;
-        const Rate rate{result[0], result[1]};
+        const Rate rate{result[0], result[1], result[2]};
         runs_ += rate.runs;
         if (rate.runs > 0) done(i, rate);
         if (options_.progress) options_.progress(lines_, runs_);
@@ -114,44 +129,48 @@ Rate Trials::rateOf(const ScenarioLines& lines, unsigned runs) {
         [&](size_t, const Rate& one) {
             rate.shown += one.shown;
             rate.runs += one.runs;
+            rate.seconds = std::max(rate.seconds, one.seconds);
         });
+    awaitTimeout_ =
+        std::max(kMinAwaitTimeout, std::chrono::milliseconds(static_cast<int>(2000 * rate.seconds)));
     return rate;
 }
 
 /**
- * Returns the candidates whose result is not known, without duplicates. Sets `first` to the first one that is
- * known to show the condition; the candidates after it are not needed.
+ * Returns the next candidates whose result is not known, without duplicates. Sets `first` to the first one
+ * that is known to show the condition; the candidates after it are not needed.
  */
-std::vector<Trials::Trial> Trials::unknownOf(const std::vector<ScenarioLines>& candidates, size_t& first) {
+std::vector<Trials::Trial> Trials::unknownOf(const Candidates& candidates, size_t begin, size_t& first) {
     std::vector<Trial> trials;
+    const size_t end = std::min(candidates.count, begin + jobs_ * kTrialsPerJob);
     std::set<std::string> texts;
-    for (size_t i = 0; i < candidates.size(); ++i) {
-        Trial trial;
-        const bool isScenario = prepare(candidates[i], i, trial);
-        const auto known = known_.find(trial.text);
-        if (known != known_.end()) {
+    for (size_t i = begin; i < end && first > i; ++i) {
+        const ScenarioLines lines = candidates.make(i);
+        const std::string text = textOf(lines);
+        if (const auto known = known_.find(text); known != known_.end()) {
             ++remembered_;
-            if (!known->second) continue;
-            first = i;
-            break;
+            if (known->second) first = i;
+            continue;
         }
-        if (isScenario && texts.insert(trial.text).second) trials.push_back(std::move(trial));
+        Trial trial;
+        if (texts.insert(text).second && prepare(lines, i, trial)) trials.push_back(std::move(trial));
     }
     return trials;
 }
 
-std::optional<size_t> Trials::firstShown(const std::vector<ScenarioLines>& candidates) {
-    if (isInterrupted_) return std::nullopt;
-    size_t first = candidates.size();
-    const std::vector<Trial> trials = unknownOf(candidates, first);
-    runTrials(
-        trials, tries_, [&](size_t i) { return trials[i].index < first; },
-        [&](size_t i, const Rate& rate) {
-            known_[trials[i].text] = rate.shown > 0;
-            if (rate.shown > 0) first = std::min(first, trials[i].index);
-        });
-    if (isInterrupted_ || first == candidates.size()) return std::nullopt;
-    lines_ = candidates[first].size();
+std::optional<size_t> Trials::firstShown(const Candidates& candidates) {
+    size_t first = candidates.count;
+    for (size_t begin = 0; begin < first && !isInterrupted_; begin += jobs_ * kTrialsPerJob) {
+        const std::vector<Trial> trials = unknownOf(candidates, begin, first);
+        runTrials(
+            trials, tries_, [&](size_t i) { return trials[i].index < first; },
+            [&](size_t i, const Rate& rate) {
+                known_[trials[i].text] = rate.shown > 0;
+                if (rate.shown > 0) first = std::min(first, trials[i].index);
+            });
+    }
+    if (isInterrupted_ || first == candidates.count) return std::nullopt;
+    lines_ = candidates.make(first).size();
     return first;
 }
 

@@ -21,10 +21,11 @@ struct Searched {
 
 Searched searchUntil(const ScenarioLines& lines, const std::function<bool(const ScenarioLines&)>& isShown) {
     std::set<ScenarioLines> known;
-    const FirstShown firstShown = [&](const std::vector<ScenarioLines>& candidates) -> std::optional<size_t> {
-        for (size_t i = 0; i < candidates.size(); ++i) {
-            known.insert(candidates[i]);
-            if (isShown(candidates[i])) return i;
+    const FirstShown firstShown = [&](const Candidates& candidates) -> std::optional<size_t> {
+        for (size_t i = 0; i < candidates.count; ++i) {
+            const ScenarioLines candidate = candidates.make(i);
+            known.insert(candidate);
+            if (!candidate.empty() && isShown(candidate)) return i;
         }
         return std::nullopt;
     };
