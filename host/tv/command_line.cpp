@@ -42,7 +42,7 @@ void addCommandLine(CLI::App& app, int& status) {
         ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
     app.set_version_flag("--version", "tv " HIDLAUDIO_VERSION, "Print the version and exit");
     for (const auto add : {addInit, addBoot, addShutdown, addShow, addConfig, addEeprom, addFault, addBectrl,
-                           addLog, addRecord, addTimeline, addReplay, addShrink}) {
+                           addLog, addRecord, addTimeline, addReplay, addFromReport, addShrink}) {
         add(app, status);
     }
     addMoved(app, status, "sweep");

@@ -26,6 +26,7 @@ void addLog(CLI::App& app, int& status);
 void addRecord(CLI::App& app, int& status);
 void addTimeline(CLI::App& app, int& status);
 void addReplay(CLI::App& app, int& status);
+void addFromReport(CLI::App& app, int& status);
 void addShrink(CLI::App& app, int& status);
 
 /** Adds an optional positional argument. given() distinguishes a missing argument from an empty one. */

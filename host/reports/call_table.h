@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string_view>
+
+namespace hidlaudio::host {
+
+/**
+ * How the daemon logs the calls of its clients. A new log line needs one row of a table in call_table.cpp.
+ * The patterns are those of matchPattern().
+ */
+
+/** A method that is logged. */
+struct CallRow {
+    const char* tag;
+    const char* interface;  // descriptor
+    const char* method;
+    const char* start;  // the first line, whose fields are arguments; null if the end is the only line
+    const char* end;    // the last line, whose fields are results; null if none is logged
+    /** JSON object of the arguments that the start does not have, or null. */
+    const char* assumed;
+};
+
+/** A line inside a call, which gives arguments, or the end of a call that ends early. */
+struct DetailRow {
+    const char* method;
+    const char* pattern;    // its fields are arguments, or results if `isEnd` is set
+    const char* arguments;  // JSON object of arguments that the line stands for, or null
+    bool isEnd;
+    /** Argument that is not assumed any more after this line, or null. */
+    const char* known;
+};
+
+/** Returns the rows. */
+struct CallRows {
+    const CallRow* first;
+    const CallRow* past;
+    const CallRow* begin() const { return first; }
+    const CallRow* end() const { return past; }
+};
+CallRows callRows();
+
+struct DetailRows {
+    const DetailRow* first;
+    const DetailRow* past;
+    const DetailRow* begin() const { return first; }
+    const DetailRow* end() const { return past; }
+};
+DetailRows detailRows();
+
+/** Returns the row of a method by its name, or `nullptr`. */
+const CallRow* findCallRow(std::string_view method);
+
+/** Returns whether the line is the first one of the daemon's program. */
+bool isDaemonStart(std::string_view tag, std::string_view text);
+
+/** Returns whether a line with a tag of the daemon is really one of the daemon. */
+bool isDaemonText(std::string_view tag, std::string_view text);
+
+/** Returns whether the line is logged outside of calls, also if it has the thread of a call. */
+bool isAsynchronous(std::string_view text);
+
+/** Returns the name in the brackets at the begin of the text, or "". */
+std::string_view bracketedName(std::string_view text);
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace hidlaudio::host {
+
+/**
+ * How the daemon logs failures of the functions that it calls. A new log line needs one row of a table in
+ * fault_table.cpp. The patterns are those of matchPattern(). In the commands, {NAME} is replaced by the field
+ * of that name, and {kind} by the kind of parameters that is uploaded.
+ */
+
+/** A failed call of a function, which `tv fault` injects. */
+struct FaultRow {
+    const char* tag;
+    const char* pattern;
+    const char* function;
+    const char* outcome;  // "{status}", or a fixed one that is assumed
+    int passAtBoot;       // calls of the function before that during a start
+    int pass;             // calls of the function before that in the same call of a client
+};
+
+/** A state of the TV that must be set before a call, and reset after it. */
+struct ConditionRow {
+    const char* tag;
+    const char* pattern;
+    const char* before;
+    const char* after;  // null if it is reset before the next upload
+};
+
+/** A failure that cannot be reproduced. */
+struct UnknownRow {
+    const char* tag;
+    const char* pattern;
+    const char* reason;
+};
+
+template <typename Row>
+struct Rows {
+    const Row* first;
+    const Row* past;
+    const Row* begin() const { return first; }
+    const Row* end() const { return past; }
+};
+
+Rows<FaultRow> faultRows();
+Rows<ConditionRow> conditionRows();
+Rows<UnknownRow> unknownRows();
+
+}  // namespace hidlaudio::host

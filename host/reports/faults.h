@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "calls.h"
+
+namespace hidlaudio::host {
+
+/** A statement about the scenario, and the line of the report from which it comes. */
+struct Note {
+    Place place;
+    std::string text;
+};
+
+/** Lines of the scenario around the start of the daemon or around a call. */
+struct Surroundings {
+    std::vector<std::string> before;
+    std::vector<std::string> after;
+};
+
+/** Lines by the call's index, or kBootLine. */
+using AllSurroundings = std::map<int, Surroundings>;
+
+/** What is known of the faults of all boots so far. */
+struct FaultNotes {
+    bool hasBackEnd = true;                         // whether the TV has a back-end controller
+    std::map<std::string, std::string> controller;  // current settings, such as "hrtf result"
+    std::vector<size_t> uploadLines;                // indices of the lines of uploads whose calls are known
+    std::vector<Note> faults;
+    std::vector<Note> unknown;
+    std::vector<Note> assumptions;
+};
+
+/** Finds the faults and states of the TV that the lines of a boot show. */
+AllSurroundings findFaults(const DaemonLog& log, const Boot& boot, const BootCalls& calls, FaultNotes& notes);
+
+}  // namespace hidlaudio::host

@@ -1,0 +1,403 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scenario.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <set>
+
+#include "calls.h"
+#include "deaths.h"
+#include "faults.h"
+#include "record_calls.h"
+#include "tv_values.h"
+
+namespace hidlaudio::host {
+namespace {
+
+/** A boot with all that was found in it. */
+struct FoundBoot {
+    Boot boot;
+    BootCalls calls;
+    AllSurroundings around;
+    std::vector<Kill> kills;
+    std::vector<size_t> awaited;  // indices of lines that the scenario awaits before its next call
+};
+
+/** Calls with an argument that is not in the report. */
+struct Assumed {
+    size_t count = 0;
+    Place place;        // the first one
+    std::string value;  // its argument
+};
+
+std::string withoutNewline(std::string text) {
+    text.erase(
+        std::remove_if(text.begin(), text.end(), [](char byte) { return byte == '\n' || byte == '\r'; }),
+        text.end());
+    return text;
+}
+
+/** Writes the lines of the scenario. */
+class ScenarioWriter {
+  public:
+    ScenarioWriter(const DaemonLog& log, Scenario& scenario) : log_(log), scenario_(scenario) {}
+
+    void add(const std::string& line) { scenario_.text += line + "\n"; }
+
+    void addBoot(const FoundBoot& found, bool isLast) {
+        handles_.clear();
+        addAll(found.around, kBootLine, &Surroundings::before);
+        add("tv boot");
+        ++scenario_.boots;
+        addAll(found.around, kBootLine, &Surroundings::after);
+        Position position;
+        for (size_t i = 0; i < found.calls.calls.size(); ++i) {
+            const Call& call = found.calls.calls[i];
+            addEvents(found, call.first, position);
+            const auto number = static_cast<int>(i);
+            addAll(found.around, number, &Surroundings::before);
+            addCall(call);
+            addAll(found.around, number, &Surroundings::after);
+        }
+        addEvents(found, SIZE_MAX, position);
+        addEnd(found.boot, isLast);
+    }
+
+    size_t clients() const { return clients_.size(); }
+    const std::vector<Note>& calls() const { return calls_; }
+
+  private:
+    void addAll(const AllSurroundings& around, int context, std::vector<std::string> Surroundings::* lines) {
+        const auto found = around.find(context);
+        if (found == around.end()) return;
+        for (const std::string& line : found->second.*lines) add(line);
+    }
+
+    /** The next asynchronous line and the next kill of a boot. */
+    struct Position {
+        size_t awaited = 0;
+        size_t kill = 0;
+    };
+
+    /** Adds what happens before a line of the log. */
+    void addEvents(const FoundBoot& found, size_t line, Position& next) {
+        for (; next.kill < found.kills.size() && found.kills[next.kill].line <= line; ++next.kill) {
+            next.awaited = addAwaits(found, next.awaited, found.kills[next.kill].line);
+            add("kill " + found.kills[next.kill].client);
+        }
+        next.awaited = addAwaits(found, next.awaited, line);
+    }
+
+    /** Adds lines that await the last asynchronous line before a line of the log. Returns the next one. */
+    size_t addAwaits(const FoundBoot& found, size_t begin, size_t line) {
+        size_t end = begin;
+        while (end < found.awaited.size() && found.awaited[end] < line) ++end;
+        if (end == begin) return end;
+        // An earlier line with the same text must not be taken for it.
+        const std::string& text = log_.lines[found.awaited[end - 1]].text;
+        for (size_t i = begin; i < end; ++i)
+            if (log_.lines[found.awaited[i]].text == text) add("await " + withoutNewline(text));
+        return end;
+    }
+
+    void addCall(const Call& call) {
+        std::string line = "client " + call.client + " " + interfaceOf(call) + "." + call.method;
+        const Json arguments = argumentsOf(call);
+        if (!arguments.empty()) line += " " + arguments.dump(-1, ' ', false, Json::error_handler_t::replace);
+        line += variableOf(call);
+        if (call.isInBackground) line += " &";
+        add(line);
+        clients_.insert(call.client);
+        calls_.push_back({call.place, call.client + " " + call.method + answerOf(call)});
+        ++scenario_.calls;
+    }
+
+    static std::string answerOf(const Call& call) {
+        if (!call.hasEnded) return ", whose end is not logged";
+        return call.results.empty() ? ""
+                                    : " " + call.results.dump(-1, ' ', false, Json::error_handler_t::replace);
+    }
+
+    static std::string interfaceOf(const Call& call) {
+        const CallRow* const row = findCallRow(call.method);
+        const size_t colon = call.interface.rfind(':');
+        const bool isNewest =
+            row != nullptr && call.interface == row->interface && colon != std::string::npos;
+        return isNewest ? call.interface.substr(colon + 1) : call.interface;
+    }
+
+    Json argumentsOf(const Call& call) const {
+        Json arguments = call.arguments;
+        const auto handle = arguments.find("bufferHandle");
+        if (handle == arguments.end() || !handle->is_number_integer()) return arguments;
+        const auto known = handles_.find(handle->get<int64_t>());
+        if (known != handles_.end()) *handle = "$" + known->second;
+        return arguments;
+    }
+
+    /** Returns " > VARIABLE" for a call that returns a handle. */
+    std::string variableOf(const Call& call) {
+        const Json handle = call.results.value("bufferHandle", Json());
+        if (call.method != "allocateParameterBuffer" || !handle.is_number_integer() ||
+            handle.get<int64_t>() <= 0)
+            return "";
+        const std::string name = "h" + std::to_string(++variables_);
+        handles_[handle.get<int64_t>()] = name;
+        return " > " + name;
+    }
+
+    void addEnd(const Boot& boot, bool isLast) {
+        if (boot.end == Boot::End::Killed || (boot.end == Boot::End::Unknown && !isLast))
+            add("kill hidlaudio");
+    }
+
+    const DaemonLog& log_;
+    Scenario& scenario_;
+    std::map<int64_t, std::string> handles_;  // names of the variables by the handles of the log
+    std::set<std::string> clients_;
+    std::vector<Note> calls_;
+    int variables_ = 0;
+};
+
+/** Makes the scenario of a report. */
+class ScenarioMaker {
+  public:
+    ScenarioMaker(Report& report, Scenario& scenario) : report_(report), scenario_(scenario) {}
+
+    std::string make() {
+        if (const std::string problem = mergeStreams(report_, log_); !problem.empty()) return problem;
+        const std::vector<RecordedBoot> recorded = readRecordedBoots(report_, notes_);
+        if (log_.lines.empty() && recorded.empty()) return "no line of the daemon hidlaudio in " + allFiles();
+        const ModelFinding model = findModel(log_, report_);
+        notes_.hasBackEnd = model.backEnd;
+        TvValues values(log_, report_);
+        std::vector<FoundBoot> found = findBoots(recorded, values);
+        completeCalibrations(found);
+        writeScenario(found, model, values);
+        writeLog();
+        writeNotes(values);
+        return "";
+    }
+
+  private:
+    /** Returns the names of the logs and records. */
+    std::string sourceNames() const {
+        std::set<size_t> sources;
+        for (const DaemonLine& line : log_.lines) sources.insert(line.place.file);
+        for (const PlacedRecordLine& placed : report_.record) sources.insert(placed.place.file);
+        std::string names;
+        for (const size_t source : sources) names += (names.empty() ? "" : ", ") + report_.files[source];
+        return withoutNewline(names);
+    }
+
+    std::string allFiles() const {
+        std::string names;
+        for (const std::string& name : report_.files) names += (names.empty() ? "" : ", ") + name;
+        return names.empty() ? "the report" : names;
+    }
+
+    std::vector<FoundBoot> findBoots(const std::vector<RecordedBoot>& recorded, TvValues& values) {
+        std::vector<FoundBoot> found;
+        std::vector<bool> isUsed(recorded.size());
+        for (const Boot& boot : log_.boots) {
+            const auto record = std::find_if(recorded.begin(), recorded.end(), [&](const RecordedBoot& each) {
+                return each.process == boot.process && !isUsed[static_cast<size_t>(&each - recorded.data())];
+            });
+            if (record != recorded.end()) isUsed[static_cast<size_t>(record - recorded.begin())] = true;
+            found.push_back(findBoot(boot, record != recorded.end() ? &*record : nullptr, values));
+        }
+        for (size_t i = 0; i < recorded.size(); ++i) {
+            if (isUsed[i]) continue;
+            if (log_.boots.empty()) {
+                found.push_back(findRecordedBoot(recorded[i]));
+            } else {
+                report_.warnings.push_back(nameOf(report_, recorded[i].place) +
+                                           ": the log has no line of this process; its record is left out");
+            }
+        }
+        return found;
+    }
+
+    FoundBoot findBoot(const Boot& boot, const RecordedBoot* recorded, TvValues& values) {
+        FoundBoot found;
+        found.boot = boot;
+        found.calls = readCalls(log_, boot, report_);
+        if (recorded != nullptr) {
+            addRecordedCalls(*recorded, found.calls, found.around);
+            inferences_.push_back({recorded->place, "calls, clients and arguments are those of the record"});
+        } else if (const size_t overlaps = chooseClients(found.calls.calls); overlaps > 0) {
+            notes_.assumptions.push_back(
+                {log_.lines[boot.first].place,
+                 std::to_string(overlaps) + " calls overlap in time, so they come from several clients"});
+        }
+        AllSurroundings faults = findFaults(log_, boot, found.calls, notes_);
+        found.awaited = std::move(notes_.uploadLines);
+        notes_.uploadLines.clear();
+        values.follow(boot, found.calls, found.around);
+        for (auto& [context, lines] : faults) {
+            Surroundings& all = found.around[context];
+            std::move(lines.before.begin(), lines.before.end(), std::back_inserter(all.before));
+            std::move(lines.after.begin(), lines.after.end(), std::back_inserter(all.after));
+        }
+        if (recorded == nullptr || recorded->kills.empty())
+            found.kills = findDeaths(log_, boot, found.calls, found.awaited, recorded != nullptr, notes_);
+        noteBoot(found);
+        return found;
+    }
+
+    FoundBoot findRecordedBoot(const RecordedBoot& recorded) {
+        FoundBoot found;
+        found.boot.process = recorded.process;
+        found.boot.end = recorded.hasEnded ? Boot::End::Killed : Boot::End::Unknown;
+        found.boot.endPlace = recorded.place;
+        addRecordedCalls(recorded, found.calls, found.around);
+        for (Call& call : found.calls.calls) noteAssumed(call);
+        return found;
+    }
+
+    void noteBoot(const FoundBoot& found) {
+        const Boot& boot = found.boot;
+        const Place& place = log_.lines[boot.first].place;
+        if (!boot.hasStart)
+            notes_.assumptions.push_back(
+                {place,
+                 "the log has no start of this process; the scenario starts it in the "
+                 "state that its first lines show"});
+        if (boot.end != Boot::End::Unknown) {
+            const char* const how = boot.end == Boot::End::Killed ? "was killed" : "ended by itself";
+            inferences_.push_back({boot.endPlace, "the daemon " + std::string(how)});
+        } else if (&boot != &log_.boots.back() && boot.past < log_.lines.size()) {
+            notes_.assumptions.push_back({log_.lines[boot.past - 1].place,
+                                          "another process of the daemon follows, so this one was killed"});
+        }
+    }
+
+    /** Remembers the arguments of a call that are assumed, once per method and argument. */
+    void noteAssumed(Call& call) {
+        for (const std::string& name : call.assumed) {
+            Assumed& assumed = assumed_[call.method + ": " + name];
+            if (assumed.count++ > 0) continue;
+            assumed.place = call.place;
+            assumed.value = call.arguments[name].dump(-1, ' ', false, Json::error_handler_t::replace);
+        }
+    }
+
+    /** Finds the data of the calls that have stored results of the calibration. */
+    void completeCalibrations(std::vector<FoundBoot>& found) {
+        Call* last = nullptr;
+        for (FoundBoot& boot : found) {
+            for (Call& call : boot.calls.calls) {
+                if (call.method != "setCalibratedData" || call.assumed.count("data") == 0) continue;
+                last = &call;
+                setLevel(boot, call);
+            }
+        }
+        const auto stored = report_.contents.find(kCalibrationFile);
+        const Json data =
+            stored != report_.contents.end() ? calibrationOf(stored->second.value) : Json::array();
+        if (last != nullptr && !data.empty() && last->hasEnded) {
+            last->arguments["data"] = data;
+            last->assumed.erase("data");
+            inferences_.push_back(
+                {stored->second.place, "the data of the last setCalibratedData are those of the file"});
+        }
+        for (FoundBoot& boot : found)
+            if (!log_.boots.empty())
+                for (Call& call : boot.calls.calls) noteAssumed(call);
+    }
+
+    /** Takes the level of the front-left channel from the next switch of the calibration. */
+    void setLevel(const FoundBoot& found, Call& call) {
+        const Json& data = call.arguments["data"];
+        if (!data.is_array() || data.empty() || !data[0].is_object()) return;
+        for (size_t i = call.last + 1; i < found.boot.past; ++i) {
+            const DaemonLine& line = log_.lines[i];
+            if (line.text == "[setCalibratedData] start") return;
+            if (!matchPattern("[getAutoCalibOffset] offsetLevel:{data/0/level:f}dB", line.text,
+                              call.arguments))
+                continue;
+            inferences_.push_back(
+                {line.place, "the level of the calibration results that were stored before"});
+            return;
+        }
+    }
+
+    void writeScenario(const std::vector<FoundBoot>& found, const ModelFinding& model, TvValues& values) {
+        inferences_.insert(inferences_.end(), model.notes.begin(), model.notes.end());
+        notes_.assumptions.insert(notes_.assumptions.end(), model.assumptions.begin(),
+                                  model.assumptions.end());
+        scenario_.setup = setupLines(model, values);
+        ScenarioWriter writer(log_, scenario_);
+        writer.add("# What a bug report shows: " + sourceNames());
+        for (const std::string& line : scenario_.setup) writer.add(line);
+        for (const FoundBoot& boot : found) writer.addBoot(boot, &boot == &found.back());
+        scenario_.clients = writer.clients();
+        callNotes_ = writer.calls();
+        scenario_.sources = report_.bytes;
+    }
+
+    std::vector<std::string> setupLines(const ModelFinding& model, TvValues& values) {
+        std::vector<std::string> lines{std::string("tv init --model ") + (model.backEnd ? "be" : "standard") +
+                                       (model.centreInput ? " --centre-input" : "")};
+        if (model.centreSynchronized != model.centreInput)
+            lines.push_back(std::string("tv eeprom 0x10116 ") + (model.centreSynchronized ? "1" : "0"));
+        for (const std::string& line : values.initialLines()) lines.push_back(line);
+        const auto tuning = report_.contents.find(kTuningFile);
+        if (tuning != report_.contents.end()) scenario_.files["aqda.bin"] = tuning->second.value;
+        return lines;
+    }
+
+    void writeLog() {
+        for (const DaemonLine& line : log_.lines)
+            scenario_.log +=
+                formatLogLine({line.time, line.process, line.thread, line.level, line.tag, line.text});
+    }
+
+    void writeNotes(const TvValues& values) {
+        inferences_.insert(inferences_.end(), values.notes.begin(), values.notes.end());
+        addNotes("Inferred", inferences_);
+        addNotes("Calls", callNotes_);
+        addNotes("Faults", notes_.faults);
+        std::vector<Note> assumptions = notes_.assumptions;
+        for (const auto& [name, uses] : assumed_)
+            assumptions.push_back({uses.place, name + " is not in the report; assumed in " +
+                                                   std::to_string(uses.count) + " calls: " + uses.value});
+        addNotes("Assumed", assumptions);
+        std::vector<Note> unknown = notes_.unknown;
+        unknown.insert(unknown.end(), values.unknown.begin(), values.unknown.end());
+        addNotes("Not repeated", unknown);
+        scenario_.notes += "Warnings\n";
+        for (const std::string& warning : report_.warnings)
+            scenario_.notes += "  " + withoutNewline(warning) + "\n";
+        scenario_.faults = notes_.faults.size();
+        scenario_.assumptions = assumptions.size() + unknown.size();
+        scenario_.warnings = report_.warnings.size();
+    }
+
+    void addNotes(const char* title, const std::vector<Note>& notes) {
+        scenario_.notes += std::string(title) + "\n";
+        for (const Note& note : notes) {
+            const bool hasPlace = note.place.line > 0 || !report_.files.empty();
+            scenario_.notes += "  " + (hasPlace ? nameOf(report_, note.place) + ": " : "") +
+                               withoutNewline(note.text) + "\n";
+        }
+        scenario_.notes += "\n";
+    }
+
+    Report& report_;
+    Scenario& scenario_;
+    DaemonLog log_;
+    FaultNotes notes_;
+    std::vector<Note> inferences_;
+    std::vector<Note> callNotes_;
+    std::map<std::string, Assumed> assumed_;
+};
+
+}  // namespace
+
+std::string makeScenario(Report& report, Scenario& scenario) {
+    return ScenarioMaker(report, scenario).make();
+}
+
+}  // namespace hidlaudio::host
