@@ -2,6 +2,7 @@
 #include "shrink.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "host/program/split_text.h"
 #include "search.h"
@@ -10,6 +11,7 @@
 namespace hidlaudio::host {
 namespace {
 
+namespace fs = std::filesystem;
 using Outcome = ShrinkResult::Outcome;
 
 constexpr unsigned kMinRuns = 3;
@@ -94,6 +96,22 @@ ShrinkResult shrink(const Scenario& scenario, const ShrinkOptions& options, cons
     result.runs = trials.runs();
     result.remembered = trials.remembered();
     return result;
+}
+
+std::set<std::string> neededFiles(const Scenario& scenario) {
+    constexpr char kSeparators[] = " \t\"";
+    const fs::path folder = fs::path(scenario.path).parent_path();
+    std::set<std::string> files;
+    for (const ScenarioLine& line : scenario.lines) {
+        for (size_t at = 0; at < line.text.size();) {
+            const size_t end = std::min(line.text.find_first_of(kSeparators, at), line.text.size());
+            const std::string word = line.text.substr(at, end - at);
+            std::error_code ignored;
+            if (word[0] != '/' && fs::is_regular_file(folder / word, ignored)) files.insert(word);
+            at = end + 1;
+        }
+    }
+    return files;
 }
 
 }  // namespace hidlaudio::host
