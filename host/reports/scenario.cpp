@@ -41,7 +41,7 @@ std::string withoutNewline(std::string text) {
 /** Writes the lines of the scenario. */
 class ScenarioWriter {
   public:
-    ScenarioWriter(const DaemonLog& log, Scenario& scenario) : log_(log), scenario_(scenario) {}
+    ScenarioWriter(const DaemonLog& log, MadeScenario& scenario) : log_(log), scenario_(scenario) {}
 
     void add(const std::string& line) { scenario_.text += line + "\n"; }
 
@@ -153,7 +153,7 @@ class ScenarioWriter {
     }
 
     const DaemonLog& log_;
-    Scenario& scenario_;
+    MadeScenario& scenario_;
     std::map<int64_t, std::string> handles_;  // names of the variables by the handles of the log
     std::set<std::string> clients_;
     std::vector<Note> calls_;
@@ -163,7 +163,7 @@ class ScenarioWriter {
 /** Makes the scenario of a report. */
 class ScenarioMaker {
   public:
-    ScenarioMaker(Report& report, Scenario& scenario) : report_(report), scenario_(scenario) {}
+    ScenarioMaker(Report& report, MadeScenario& scenario) : report_(report), scenario_(scenario) {}
 
     std::string make() {
         if (const std::string problem = mergeStreams(report_, log_); !problem.empty()) return problem;
@@ -386,7 +386,7 @@ class ScenarioMaker {
     }
 
     Report& report_;
-    Scenario& scenario_;
+    MadeScenario& scenario_;
     DaemonLog log_;
     FaultNotes notes_;
     std::vector<Note> inferences_;
@@ -396,7 +396,7 @@ class ScenarioMaker {
 
 }  // namespace
 
-std::string makeScenario(Report& report, Scenario& scenario) {
+std::string makeScenario(Report& report, MadeScenario& scenario) {
     return ScenarioMaker(report, scenario).make();
 }
 

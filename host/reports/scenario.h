@@ -10,7 +10,7 @@
 namespace hidlaudio::host {
 
 /** A scenario that repeats what a report shows. */
-struct Scenario {
+struct MadeScenario {
     std::string text;                            // the lines of the scenario
     std::string log;                             // the daemon's lines; empty if the report has no log
     std::string notes;                           // what is inferred, assumed and left out
@@ -30,6 +30,6 @@ struct Scenario {
  * Makes a scenario from a report. Takes the lines of the report. Returns an error message if the report has
  * no line of the daemon or lines of more than one TV, or "".
  */
-std::string makeScenario(Report& report, Scenario& scenario);
+std::string makeScenario(Report& report, MadeScenario& scenario);
 
 }  // namespace hidlaudio::host

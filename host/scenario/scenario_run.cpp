@@ -26,6 +26,10 @@ using std::chrono::steady_clock;
 /** Time-out of a command. No command takes nearly as long, even on a busy machine. */
 constexpr auto kAnswerTimeout = 30s;
 constexpr auto kIdleTimeout = 3s;
+/** An `await` ends if the log has not grown for this time. That is longer than the daemon's time-outs of 20
+ * s. */
+constexpr auto kSilence = 1500ms;
+static_assert(kSilence * kSweepClock > 30s);
 
 struct Run;
 void storeCall(Run& run, size_t line, const LineOutcome& outcome, bool timedOut);
@@ -180,20 +184,27 @@ void killProcess(Run& run, size_t index) {
     *pid = 0;
 }
 
+/** Returns the end of the first line that contains the text, from `start` on, or npos. */
+size_t endOfLineWith(const std::string& text, const std::string& log, size_t start) {
+    const size_t found = log.find(text, start);
+    return found == std::string::npos ? found : log.find('\n', found);
+}
+
 /** Waits for a line of the daemon's log. A line that does not come is not a violation. */
 void awaitLogLine(Run& run, size_t index) {
-    const ScenarioLine& line = run.scenario.lines[index];
-    const auto deadline = steady_clock::now() + run.setup.awaitTimeout;
+    size_t size = 0;
+    auto deadline = steady_clock::now();
     for (bool isLast = false; !isLast; checkDaemon(run)) {
-        isLast = run.tv.daemon == 0 || steady_clock::now() > deadline;
         const std::string log = contentOf(logOf("hidlaudio"));
-        const size_t found = log.find(line.content, run.awaitedEnd);
-        const size_t end = found == std::string::npos ? found : log.find('\n', found);
+        const size_t end = endOfLineWith(run.scenario.lines[index].content, log, run.awaitedEnd);
         if (end != std::string::npos) {
             run.awaitedEnd = end;
             return;
         }
-        std::this_thread::sleep_for(2ms);
+        if (log.size() != size) deadline = steady_clock::now() + kSilence;
+        size = log.size();
+        isLast = run.tv.daemon == 0 || steady_clock::now() > deadline;
+        if (!isLast) std::this_thread::sleep_for(2ms);
     }
     run.result.lines[index] = {client::kTimedOut, "", "the log has no such line\n"};
 }

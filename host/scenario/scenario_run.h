@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
 #include <map>
 #include <optional>
 #include <string>
@@ -32,9 +31,6 @@ constexpr size_t kParametersSize = 1048576;
 /** HIDLAUDIO_CLOCK of the TV's programs: a time-out of 20 s takes 0.8 s. */
 constexpr unsigned kSweepClock = 25;
 
-/** Default time for which an `await` line waits. */
-constexpr std::chrono::seconds kAwaitTimeout{30};
-
 /** The input of a run. */
 struct RunSetup {
     std::string model;                   // folder of a new TV of the scenario's model
@@ -43,7 +39,6 @@ struct RunSetup {
     std::optional<Injection> injection;  // `nullopt` for the baseline run
     Usage usage;                         // of the baseline run, as the limit for a run with a fault
     std::string daemon{};  // path of the daemon's program, or "" for that of this program's folder
-    std::chrono::milliseconds awaitTimeout = kAwaitTimeout;
 };
 
 /** Runs the scenario on a copy of the model. Stops all processes, but keeps the folder. */

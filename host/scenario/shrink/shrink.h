@@ -15,7 +15,6 @@ namespace hidlaudio::host {
 struct Rate {
     unsigned shown = 0;
     unsigned runs = 0;
-    double seconds = 0;  // duration of the longest run
 };
 
 struct ShrinkOptions {

@@ -15,7 +15,6 @@ namespace fs = std::filesystem;
 
 /** Candidates are prepared in groups of this size, since the ones after a success are not needed. */
 constexpr size_t kTrialsPerJob = 8;
-constexpr std::chrono::milliseconds kMinAwaitTimeout{2000};
 
 void removeFolder(const std::string& folder) {
     std::error_code ignored;
@@ -82,7 +81,6 @@ Rate Trials::tryOut(const Trial& trial, unsigned tries) const {
     Rate rate;
     RunSetup setup{trial.model, trial.folder, scratch_.parameters(), {}, {}};
     setup.daemon = options_.daemon;
-    setup.awaitTimeout = awaitTimeout_;
     while (rate.shown == 0 && rate.runs < tries) {
         removeFolder(trial.folder);
         const RunResult result = runScenario(trial.scenario, setup);
@@ -101,15 +99,13 @@ void Trials::runTrials(const std::vector<Trial>& trials, unsigned tries,
     pool.count = trials.size();
     pool.jobs = jobs_;
     pool.run = [&](size_t i) {
-        const auto start = std::chrono::steady_clock::now();
         const Rate rate = isNeeded(i) ? tryOut(trials[i], tries) : Rate();
-        const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
-        return nlohmann::json{rate.shown, rate.runs, duration.count()};
+        return nlohmann::json{rate.shown, rate.runs};
     };
     pool.done = [&](size_t i, const nlohmann::json& result) {
         removeFolder(trials[i].folder);
         if (!result.is_array()) return;
-        const Rate rate{result[0], result[1], result[2]};
+        const Rate rate{result[0], result[1]};
         runs_ += rate.runs;
         if (rate.runs > 0) done(i, rate);
         if (options_.progress) options_.progress(lines_, runs_);
@@ -129,10 +125,7 @@ Rate Trials::rateOf(const ScenarioLines& lines, unsigned runs) {
         [&](size_t, const Rate& one) {
             rate.shown += one.shown;
             rate.runs += one.runs;
-            rate.seconds = std::max(rate.seconds, one.seconds);
         });
-    awaitTimeout_ =
-        std::max(kMinAwaitTimeout, std::chrono::milliseconds(static_cast<int>(2000 * rate.seconds)));
     return rate;
 }
 

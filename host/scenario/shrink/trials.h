@@ -30,8 +30,7 @@ class Trials {
     /** Accepts scenarios with lines whose arguments are wrong. */
     void allowWrongUsage() { allowsWrongUsage_ = true; }
 
-    /** Runs the scenario `runs` times. Later runs do not wait for log lines much longer than these runs took.
-     */
+    /** Runs the scenario `runs` times. */
     Rate rateOf(const ScenarioLines& lines, unsigned runs);
 
     /** As FirstShown. Does not run a scenario again. Returns `std::nullopt` after an interrupt. */
@@ -72,7 +71,6 @@ class Trials {
         models_{};                         // by options of `tv init`; "" if they are wrong
     std::map<std::string, bool> known_{};  // whether a scenario shows the condition
     const unsigned jobs_;
-    std::chrono::milliseconds awaitTimeout_ = kAwaitTimeout;
     size_t lines_ = 0;  // of the best scenario
     unsigned tries_ = 1;
     unsigned runs_ = 0;

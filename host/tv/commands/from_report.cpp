@@ -66,7 +66,7 @@ std::string bytesOf(const std::string& digits) {
 
 /** Writes a file as the line `file PATH hex DIGITS` or `file PATH copy NAME` does. */
 std::string writeTvFile(const std::string& tv, const std::vector<std::string>& words,
-                        const Scenario& scenario) {
+                        const MadeScenario& scenario) {
     const std::string path = tv + words[1];
     std::error_code error;
     fs::create_directories(fs::path(path).parent_path(), error);
@@ -76,7 +76,7 @@ std::string writeTvFile(const std::string& tv, const std::vector<std::string>& w
 }
 
 /** Makes a TV in the state of the scenario before the first start. */
-std::string makeTvOf(const Scenario& scenario, const std::string& tv) {
+std::string makeTvOf(const MadeScenario& scenario, const std::string& tv) {
     for (const std::string& line : scenario.setup) {
         const std::vector<std::string> words = splitWords(line);
         const std::string problem = words[0] == "file" ? writeTvFile(tv, words, scenario) : runTv(tv, words);
@@ -85,7 +85,7 @@ std::string makeTvOf(const Scenario& scenario, const std::string& tv) {
     return "";
 }
 
-std::string writeFiles(const Scenario& scenario, const std::string& folder) {
+std::string writeFiles(const MadeScenario& scenario, const std::string& folder) {
     std::vector<std::pair<std::string, const std::string*>> files{{"report.scenario", &scenario.text},
                                                                   {"notes.txt", &scenario.notes}};
     if (!scenario.log.empty()) files.emplace_back("report.log", &scenario.log);
@@ -102,7 +102,7 @@ std::string writeFiles(const Scenario& scenario, const std::string& folder) {
     return makeTvOf(scenario, folder + "/tv");
 }
 
-void printSummary(const Scenario& scenario, const std::string& folder) {
+void printSummary(const MadeScenario& scenario, const std::string& folder) {
     printf("calls: %zu\nboots: %zu\nclients: %zu\nfaults: %zu\nassumptions: %zu\nwarnings: %zu\n",
            scenario.calls, scenario.boots, scenario.clients, scenario.faults, scenario.assumptions,
            scenario.warnings);
@@ -113,7 +113,7 @@ void printSummary(const Scenario& scenario, const std::string& folder) {
 
 int fromReport(const Options& options) {
     Report report;
-    Scenario scenario;
+    MadeScenario scenario;
     if (const std::string problem = readReportFiles(options.paths, report); !problem.empty())
         return fail(problem, kWrongUsage);
     if (const std::string problem = makeScenario(report, scenario); !problem.empty())

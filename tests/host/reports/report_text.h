@@ -18,7 +18,7 @@ using Files = std::vector<std::pair<std::string, std::string>>;
 
 struct Made {
     std::string problem;
-    host::Scenario scenario;
+    host::MadeScenario scenario;
     std::vector<std::string> warnings;
 };
 
