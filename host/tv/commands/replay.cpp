@@ -64,7 +64,9 @@ std::string replayIn(const std::string& folder, const Options& options, const Sc
     if (!result.is_object()) return "the process of the run crashed";
     replay.problems = result["problems"].get<std::vector<std::string>>();
     for (const auto& line : result["answers"]) replay.answers.push_back({line[0], line[1]});
-    return readLogTrace(folder + "/tv/log/hidlaudio.log", replay.log);
+    std::string problem = readLogTrace(folder + "/tv/log/hidlaudio.log", replay.log);
+    addCrashes(replay.problems, replay.log);
+    return problem;
 }
 
 void printSide(const char* name, const char* mark, const Trace& trace, size_t at) {
