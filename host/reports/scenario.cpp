@@ -223,8 +223,9 @@ class ScenarioMaker {
         FoundBoot found;
         found.boot = boot;
         found.calls = readCalls(log_, boot, report_);
+        std::vector<std::pair<size_t, std::string>> exits;
         if (recorded != nullptr) {
-            addRecordedCalls(*recorded, found.calls, found.around);
+            exits = addRecordedCalls(*recorded, found.calls);
             inferences_.push_back({recorded->place, "calls, clients and arguments are those of the record"});
         } else if (const size_t overlaps = chooseClients(found.calls.calls); overlaps > 0) {
             notes_.assumptions.push_back(
@@ -240,10 +241,30 @@ class ScenarioMaker {
             std::move(lines.before.begin(), lines.before.end(), std::back_inserter(all.before));
             std::move(lines.after.begin(), lines.after.end(), std::back_inserter(all.after));
         }
-        if (recorded == nullptr || recorded->kills.empty())
-            found.kills = findDeaths(log_, boot, found.calls, found.awaited, recorded != nullptr, notes_);
+        addDeaths(found, recorded != nullptr, exits);
         noteBoot(found);
         return found;
+    }
+
+    /** Adds the ends of clients, where the log shows them if it does. */
+    void addDeaths(FoundBoot& found, bool isRecorded,
+                   const std::vector<std::pair<size_t, std::string>>& exits) {
+        std::vector<std::string> names;
+        names.reserve(exits.size());
+        for (const auto& [position, client] : exits) names.push_back(client);
+        found.kills =
+            findDeaths(log_, found.boot, found.calls, found.awaited, isRecorded ? &names : nullptr, notes_);
+        addKills(exits, found);
+    }
+
+    static void addKills(const std::vector<std::pair<size_t, std::string>>& exits, FoundBoot& found) {
+        for (const auto& [position, client] : exits) {
+            const bool isLogged =
+                std::any_of(found.kills.begin(), found.kills.end(),
+                            [name = client](const Kill& kill) { return kill.client == name; });
+            if (!isLogged && position > 0)
+                found.around[static_cast<int>(position) - 1].after.push_back("kill " + client);
+        }
     }
 
     FoundBoot findRecordedBoot(const RecordedBoot& recorded) {
@@ -251,7 +272,7 @@ class ScenarioMaker {
         found.boot.process = recorded.process;
         found.boot.end = recorded.hasEnded ? Boot::End::Killed : Boot::End::Unknown;
         found.boot.endPlace = recorded.place;
-        addRecordedCalls(recorded, found.calls, found.around);
+        addKills(addRecordedCalls(recorded, found.calls), found);
         for (Call& call : found.calls.calls) noteAssumed(call);
         return found;
     }
