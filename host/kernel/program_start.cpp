@@ -8,8 +8,10 @@
 #include <unistd.h>
 
 #include <string>
+#include <string_view>
 
 #include "host/kernel/calls/real_calls.h"
+#include "host/kernel/faults/faults.h"
 #include "host/tv_files/program_lock.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_check.h"
@@ -24,6 +26,8 @@ namespace hidlaudio::host {
 namespace {
 
 constexpr char kProgram[] = HIDLAUDIO_PROGRAM;
+/** The program whose system calls `tv fault` can make fail. */
+constexpr std::string_view kFaultableProgram = "hidlaudio";
 
 /** The files that the signal handler checks; it must not allocate memory. */
 struct Watched {
@@ -114,6 +118,7 @@ extern "C" __attribute__((constructor(102))) void hidlaudio_host_program_start()
     makeFolder(root + kRunFolder);
     makeFolder(root + kRegistryFolder);
     watchTv(root, lockProgram(root));
+    if (kProgram == kFaultableProgram) useStoredFaults(root);
 }
 
 }  // namespace hidlaudio::host

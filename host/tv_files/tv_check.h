@@ -14,8 +14,8 @@ constexpr char kRegistryFolder[] = "/run/hwbinder";
 constexpr char kPropertyFolder[] = "/properties";
 
 /** The folders of a TV, below its root. Anything else in the folder is the user's. */
-constexpr const char* kTvParts[] = {"/data",  "/soc",     "/bectrl", "/proc",        "/hal",
-                                    "/power", kRunFolder, "/log",    kPropertyFolder};
+constexpr const char* kTvParts[] = {"/data",   "/soc",   "/bectrl",  "/proc", "/hal",
+                                    "/kernel", "/power", kRunFolder, "/log",  kPropertyFolder};
 
 /**
  * The checks below return an empty string if the TV can be used, or else a message that names the file or

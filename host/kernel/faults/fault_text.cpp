@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <string.h>
-
 #include <charconv>
 #include <optional>
 
@@ -8,11 +6,6 @@
 
 namespace hidlaudio::host {
 namespace {
-
-constexpr std::string_view kShort = "short=";
-constexpr std::string_view kDelay = "delay=";
-constexpr std::string_view kDies = "dies";
-constexpr int kLastErrno = 133;
 
 template <typename Number>
 std::optional<Number> parseNumber(std::string_view text) {
@@ -22,44 +15,18 @@ std::optional<Number> parseNumber(std::string_view text) {
     return value;
 }
 
-/** Returns the errno with this number or name, or 0 if there is none. */
-int parseErrno(std::string_view text) {
-    if (const auto number = parseNumber<int>(text)) return *number > 0 ? *number : 0;
-    for (int number = 1; number <= kLastErrno; ++number) {
-        const char* name = strerrorname_np(number);
-        if (name != nullptr && text == name) return number;
-    }
-    return 0;
-}
-
-/** Parses `text` as `start` followed by a number. Returns false for any other text. */
-template <typename Number>
-bool parseAfter(std::string_view start, std::string_view text, Number& number) {
-    if (text.substr(0, start.size()) != start) return false;
-    const auto parsed = parseNumber<Number>(text.substr(start.size()));
-    number = parsed.value_or(number);
-    return parsed.has_value();
-}
-
-bool parseOutcome(std::string_view outcome, Fault& fault) {
-    fault.dies = outcome == kDies;
-    if (fault.dies || parseAfter(kShort, outcome, fault.bytes)) return true;
-    if (parseAfter(kDelay, outcome, fault.delay)) return fault.delay != 0;
-    fault.error = parseErrno(outcome);
-    return fault.error != 0;
-}
-
-std::optional<Fault> parseCallFault(std::string_view text) {
+std::optional<Fault> parseFaultOfCall(std::string_view text) {
     const size_t first = text.find(':');
     const size_t second = text.find(':', first == text.npos ? first : first + 1);
     if (second == text.npos) return std::nullopt;
-    Fault fault;
+    const std::optional<FaultSetting> setting = parseCallFault(text.substr(second + 1));
+    if (!setting || setting->count != 0) return std::nullopt;
+    Fault fault = effectOf(*setting);
     fault.call = text.substr(0, first);
     std::string_view nth = text.substr(first + 1, second - first - 1);
     fault.lasting = !nth.empty() && nth.back() == '+';
     if (fault.lasting) nth.remove_suffix(1);
     fault.nth = parseNumber<unsigned>(nth).value_or(0);
-    if (!parseOutcome(text.substr(second + 1), fault)) return std::nullopt;
     return fault;
 }
 
@@ -74,7 +41,7 @@ std::string allCalls() {
 std::string injectFaults(std::string_view text) {
     while (!text.empty()) {
         const std::string_view one = text.substr(0, text.find(','));
-        const std::optional<Fault> fault = parseCallFault(one);
+        const std::optional<Fault> fault = parseFaultOfCall(one);
         if (!fault || !injectFault(*fault)) {
             return "\"" + std::string(one) +
                    "\" is not a fault. Accepted are CALL:N:ERRNO, CALL:N:delay=MILLISECONDS, "

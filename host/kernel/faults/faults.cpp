@@ -2,30 +2,28 @@
 #include "faults.h"
 
 #include <android-base/thread_annotations.h>
+#include <android/log.h>
 #include <errno.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <iterator>
 #include <mutex>
+#include <optional>
 
+#include "calls.h"
 #include "host/kernel/clock/clock_calls.h"
 #include "host/tv_files/call_record.h"
+#include "host/tv_files/fault_file.h"
 
 namespace hidlaudio::host {
 namespace {
 
-/** The first calls of the table can have short reads or writes. */
-constexpr size_t kMovingCalls = 4;
-constexpr std::string_view kCalls[] = {"read",       "write",          "fread",           "fwrite",
-                                       "open",       "fopen",          "access",          "remove",
-                                       "unlink",     "close",          "fclose",          "fsync",
-                                       "lseek",      "fseek",          "ioctl",           "nanosleep",
-                                       "usleep",     "epoll_create",   "epoll_create1",   "epoll_ctl",
-                                       "epoll_wait", "timerfd_create", "timerfd_settime", "pthread_create"};
+constexpr char kFaultTag[] = "kernel";
 
 struct CallState {
     unsigned counted = 0;
@@ -43,8 +41,14 @@ struct Faults {
         }
     }
     std::mutex mutex;
-    CallState states[std::size(kCalls)] GUARDED_BY(mutex);
+    CallState states[std::size(kFaultableCalls)] GUARDED_BY(mutex);
 };
+
+/** The folder of the TV's fault files. Empty if they do not apply to this program's calls. */
+std::string& storedFaultFolder() {
+    static auto& folder = *new std::string;
+    return folder;
+}
 
 /** Never destroyed: other threads and later destructors may still make calls. */
 Faults& faults() {
@@ -53,7 +57,8 @@ Faults& faults() {
 }
 
 size_t indexOf(std::string_view call) {
-    return static_cast<size_t>(std::find(std::begin(kCalls), std::end(kCalls), call) - std::begin(kCalls));
+    return static_cast<size_t>(std::find(std::begin(kFaultableCalls), std::end(kFaultableCalls), call) -
+                               std::begin(kFaultableCalls));
 }
 
 bool strikes(const CallState& state) {
@@ -62,18 +67,35 @@ bool strikes(const CallState& state) {
 }
 
 /**
- * Counts and records a call. Returns the fault to inject into it, or a fault that does nothing. Recording
- * under the lock keeps the record in the order of the counts.
+ * Counts and records a call. Returns the fault to inject into it, or `std::nullopt`. Recording under the lock
+ * keeps the record in the order of the counts.
  */
-Fault strikingFault(Faults& all, size_t index, const CallOn& on) {
+std::optional<Fault> strikingFault(Faults& all, size_t index, const CallOn& on) {
     const std::lock_guard lock(all.mutex);
-    if (recordsCalls()) recordCall(kKernelCalls, kCalls[index], describe(on));
+    if (recordsCalls()) recordCall(kKernelCalls, kFaultableCalls[index], describe(on));
     CallState& state = all.states[index];
     ++state.counted;
     ++state.sinceSet;
-    if (!strikes(state)) return {};
+    if (!strikes(state)) return std::nullopt;
     ++state.injected;
     return state.fault;
+}
+
+/** Consumes one use of the fault file on a call. An invalid file makes the call fail. */
+Fault storedFault(size_t index) {
+    const std::string& folder = storedFaultFolder();
+    if (folder.empty()) return {};
+    const int kept = errno;
+    std::optional<FaultSetting> setting;
+    const int error = takeFault(folder, std::string(kFaultableCalls[index]), parseCallFault, setting);
+    errno = kept;
+    if (error == 0 && !setting) return {};
+    if (error == 0 && (setting->kind != FaultKind::Shortens || index < kMovingCalls))
+        return effectOf(*setting);
+    const std::string path = folder + "/" + std::string(kFaultableCalls[index]);
+    __android_log_print(ANDROID_LOG_ERROR, kFaultTag, "%s is not a valid fault: %s", path.c_str(),
+                        strerror(error != 0 ? error : EINVAL));
+    return {"", 1, EIO};
 }
 
 void waitOnClock(uint32_t milliseconds) {
@@ -88,13 +110,27 @@ void waitOnClock(uint32_t milliseconds) {
 }  // namespace
 
 const std::vector<std::string>& faultableCalls() {
-    static const auto& names = *new std::vector<std::string>(std::begin(kCalls), std::end(kCalls));
+    static const auto& names =
+        *new std::vector<std::string>(std::begin(kFaultableCalls), std::end(kFaultableCalls));
     return names;
+}
+
+void useStoredFaults(const std::string& root) {
+    storedFaultFolder() = root.empty() ? "" : root + kCallFaultFolder;
+}
+
+Fault effectOf(const FaultSetting& setting) {
+    Fault fault;
+    if (setting.kind == FaultKind::Fails) fault.error = setting.status;
+    if (setting.kind == FaultKind::Shortens) fault.bytes = static_cast<size_t>(setting.bytes);
+    fault.delay = static_cast<uint32_t>(setting.delay);
+    fault.dies = setting.kind == FaultKind::Dies;
+    return fault;
 }
 
 bool injectFault(const Fault& fault) {
     const size_t call = indexOf(fault.call);
-    if (call == std::size(kCalls) || fault.nth == 0) return false;
+    if (call == std::size(kFaultableCalls) || fault.nth == 0) return false;
     const bool moves = call < kMovingCalls;
     if (fault.error == 0 && fault.delay == 0 && !fault.dies && (!moves || fault.bytes == SIZE_MAX))
         return false;
@@ -117,20 +153,21 @@ unsigned countedCalls(std::string_view call) {
     const size_t index = indexOf(call);
     Faults& all = faults();
     const std::lock_guard lock(all.mutex);
-    return index < std::size(kCalls) ? all.states[index].counted : 0;
+    return index < std::size(kFaultableCalls) ? all.states[index].counted : 0;
 }
 
 unsigned injectedFaults(std::string_view call) {
     const size_t index = indexOf(call);
     Faults& all = faults();
     const std::lock_guard lock(all.mutex);
-    return index < std::size(kCalls) ? all.states[index].injected : 0;
+    return index < std::size(kFaultableCalls) ? all.states[index].injected : 0;
 }
 
 FaultVerdict countCall(std::string_view call, const CallOn& on) {
     const size_t index = indexOf(call);
-    if (index == std::size(kCalls)) return {};
-    const Fault fault = strikingFault(faults(), index, on);
+    if (index == std::size(kFaultableCalls)) return {};
+    const std::optional<Fault> striking = strikingFault(faults(), index, on);
+    const Fault fault = striking ? *striking : storedFault(index);
     if (fault.dies) kill(getpid(), SIGKILL);
     if (fault.delay != 0) waitOnClock(fault.delay);
     return {fault.error, fault.error == 0 ? fault.bytes : SIZE_MAX};

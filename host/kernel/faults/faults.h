@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/tv_files/fault_file.h"
+
 namespace hidlaudio::host {
 
 /**
@@ -38,6 +40,16 @@ const std::vector<std::string>& faultableCalls();
  * is not read, write, fread or fwrite.
  */
 [[nodiscard]] bool injectFault(const Fault& fault);
+
+/**
+ * From now on, the calls of this program also have the faults in the TV's folder kCallFaultFolder, which
+ * `tv fault` writes. A call that has a fault of injectFault() does not consume a use of its stored fault. An
+ * empty `root` ends this. Call it while the process has one thread.
+ */
+void useStoredFaults(const std::string& root);
+
+/** Returns the fault of one call with the effect of a valid fault file on a system call. */
+Fault effectOf(const FaultSetting& setting);
 
 /** Removes all faults and resets all counts to 0. */
 void clearFaults();

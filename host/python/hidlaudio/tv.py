@@ -180,11 +180,16 @@ class Tv:
         """The program may end from now on, until it is started again."""
         self._expected.add(program)
 
-    def fault(self, function, status=None, *, count=None, after=0, delay=None, dies=False):
-        """Makes a function fail, take `delay` seconds longer by the TV's clock, or kill its process."""
-        if (status is not None) + (delay is not None) + dies != 1:
-            raise TypeError("a fault needs one of status, delay and dies")
-        text = "dies" if dies else str(status) if delay is None else f"delay={round(delay * 1000)}"
+    def fault(self, function, status=None, *, count=None, after=0, delay=None, dies=False, short=None):
+        """Makes a function or system call fail, or take `delay` seconds longer by the TV's clock, or transfer
+        `short` bytes at most, or kill its process. The status of a system call is an errno or its name."""
+        if (status is not None) + (delay is not None) + (short is not None) + dies != 1:
+            raise TypeError("a fault needs one of status, delay, dies and short")
+        text = "dies" if dies else str(status)
+        if delay is not None:
+            text = f"delay={round(delay * 1000)}"
+        if short is not None:
+            text = f"short={short}"
         if dies:
             self._dying.add("audio_hal" if function in _HAL_FUNCTIONS else "hidlaudio")
         counts = [str(count or _ALL_CALLS), str(after)] if count or after else []

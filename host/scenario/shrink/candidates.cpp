@@ -114,14 +114,9 @@ std::vector<Json> simplerFiles(const Json& file) {
     return simpler;
 }
 
-std::vector<Json> simplerObjects(const Json& object) {
-    const std::string first = object.empty() ? "" : object.begin().key();
-    if (first == "object") return {nullptr};
-    if (first == "hex" && object["hex"].is_string()) return simplerDigits(object["hex"]);
-    if (first == "file") return simplerFiles(object);
+std::vector<Json> simplerStructs(const Json& object) {
     std::vector<Json> simpler;
-    const std::vector<Range> pieces = first == "size" ? std::vector<Range>() : piecesOf(object.size());
-    for (const Range& piece : pieces) {
+    for (const Range& piece : piecesOf(object.size())) {
         Json copy = Json::object();
         size_t i = 0;
         for (auto member = object.begin(); member != object.end(); ++member, ++i) {
@@ -129,6 +124,18 @@ std::vector<Json> simplerObjects(const Json& object) {
         }
         simpler.push_back(std::move(copy));
     }
+    addMembers(object, simpler);
+    return simpler;
+}
+
+/** Simplifies a struct, the bytes of a vector or an object of a client. */
+std::vector<Json> simplerObjects(const Json& object) {
+    const std::string first = object.empty() ? "" : object.begin().key();
+    if (first == "object") return {nullptr};
+    if (first == "hex" && object["hex"].is_string()) return simplerDigits(object["hex"]);
+    if (first == "file") return simplerFiles(object);
+    if (first != "size") return simplerStructs(object);
+    std::vector<Json> simpler;
     addMembers(object, simpler);
     return simpler;
 }
@@ -158,10 +165,9 @@ std::vector<std::string> simplerCalls(ScenarioLine line) {
         foreground.background = false;
         simpler.push_back(textOf(foreground));
     }
-    for (Json& arguments : simplerValues(Json(line.call.arguments))) {
+    for (Json& arguments : simplerStructs(Json(line.call.arguments))) {
         line.call.arguments = std::move(arguments);
-        // The arguments could become another form, such as {"size": 1}, if their names are unusual.
-        if (line.call.arguments.is_object()) simpler.push_back(textOf(line));
+        simpler.push_back(textOf(line));
     }
     return simpler;
 }

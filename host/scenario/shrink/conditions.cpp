@@ -232,24 +232,24 @@ constexpr ConditionKind kKinds[] = {
     {"crash", Argument::None, parseCrash, "crash", "the daemon ended by itself"},
     {"hang", Argument::None, parseHang, "hang", "a command or a call got no answer"},
     {"problem", Argument::Optional, parseProblem, "problem[:TEXT]",
-     "a violation, as of `tv replay`, that contains TEXT"},
+     "there is a violation, as in `tv replay`, that contains TEXT"},
     {"log", Argument::Required, parseLog, "log:TEXT, log:/REGEX/",
-     "a line of the daemon's log contains TEXT or matches"},
+     "a line of the daemon's log contains TEXT or matches REGEX"},
     {"nolog", Argument::Required, parseNoLog, "nolog:TEXT, nolog:/REGEX/", "the log has no such line"},
     {"answer", Argument::Required, parseAnswer, "answer:TEXT, answer:/REGEX/",
-     "so does a line of the output of a command, an\n"
-     "                               answer to a client, or a call to a client's callback"},
+     "a line of a command's output, an answer to a client or a call\n"
+     "to a client's callback contains TEXT or matches REGEX"},
     {"file", Argument::Required, parseFile, "file:PATH=HEX, file:PATH!=HEX",
-     "at the end, the TV's file has these or other bytes;\n"
-     "                               \"file:PATH missing\": it does not exist"},
+     "the TV's file has these bytes at the end, or other ones.\n"
+     "\"file:PATH missing\": it does not exist"},
     {"different", Argument::Required, parseDifferent, "different:DAEMON",
-     "the daemon differs from the program DAEMON in its\n"
-     "                               log or its answers, or only one of them crashes"},
+     "the log or the answers differ from those of the program\n"
+     "DAEMON in place of the daemon, or only one of both crashes"},
     {"command", Argument::Required, parseCommand, "command:COMMAND",
-     "this shell command has exit status 0 within 60 s. It\n"
-     "                               runs after the programs have ended, in the folder\n"
-     "                               of the scenario's files. HIDLAUDIO_TV is the TV's\n"
-     "                               folder, HIDLAUDIO_LOG the daemon's log"},
+     "this shell command has exit status 0 within 60 s. It runs\n"
+     "after the run, in the folder of the scenario's files.\n"
+     "HIDLAUDIO_TV is the TV's folder, HIDLAUDIO_LOG the daemon's\n"
+     "log"},
 };
 
 }  // namespace
@@ -269,12 +269,15 @@ std::string parseCondition(const std::string& text, Condition& condition) {
 }
 
 std::string conditionKinds() {
-    constexpr size_t kWidth = 29;
+    constexpr size_t kWidth = 31;
     std::string all;
     for (const ConditionKind& kind : kKinds) {
-        std::string forms = kind.forms;
-        forms.resize(std::max(forms.size(), kWidth), ' ');
-        all += (all.empty() ? "  " : "\n  ") + forms + kind.meaning;
+        std::string column = kind.forms;
+        for (const std::string& line : splitLines(kind.meaning)) {
+            column.resize(kWidth, ' ');
+            all += (all.empty() ? "  " : "\n  ") + column + line;
+            column.clear();
+        }
     }
     return all;
 }

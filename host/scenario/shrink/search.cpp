@@ -6,6 +6,8 @@
 namespace hidlaudio::host {
 namespace {
 
+constexpr size_t kMaxPartsAlone = 8;
+
 class Search {
   public:
     Search(const ScenarioLines& lines, const FirstShown& firstShown)
@@ -16,8 +18,7 @@ class Search {
         while (before != found_.size()) {
             before = found_.size();
             removeLines();
-            while (accept(withoutVariable(best()))) {
-            }
+            removeVariables();
             // The first lines prepare the TV, so they come last.
             for (size_t i = best().size(); i-- > 0;) simplifyLine(i);
         }
@@ -28,55 +29,70 @@ class Search {
     const ScenarioLines& best() const { return found_.back(); }
 
     /** Makes the first candidate that shows the condition the best scenario. Returns its index. */
-    std::optional<size_t> accept(const std::vector<ScenarioLines>& candidates) {
-        const std::optional<size_t> shown = candidates.empty() ? std::nullopt : firstShown_(candidates);
-        if (shown) found_.push_back(candidates[*shown]);
+    std::optional<size_t> accept(const Candidates& candidates) {
+        const std::optional<size_t> shown = candidates.count == 0 ? std::nullopt : firstShown_(candidates);
+        if (shown) found_.push_back(candidates.make(*shown));
         return shown;
     }
 
-    /** Returns each of `parts` parts of the best scenario, then the scenario without each of them. */
-    std::vector<ScenarioLines> divided(size_t parts) const {
-        std::vector<ScenarioLines> only, without;
-        const auto begin = best().begin();
-        for (size_t i = 0; i < parts; ++i) {
-            const auto first = begin + static_cast<ptrdiff_t>(best().size() * i / parts);
-            const auto last = begin + static_cast<ptrdiff_t>(best().size() * (i + 1) / parts);
-            only.push_back(withoutOrphans({first, last}));
-            ScenarioLines others(begin, first);
-            others.insert(others.end(), last, best().end());
-            without.push_back(withoutOrphans(others));
-        }
-        only.insert(only.end(), without.begin(), without.end());
-        return only;
+    ScenarioLines part(size_t index, size_t parts) const {
+        const auto edge = [&](size_t i) {
+            return best().begin() + static_cast<ptrdiff_t>(best().size() * i / parts);
+        };
+        return withoutOrphans({edge(index), edge(index + 1)});
     }
 
-    /** Delta debugging: tries ever smaller parts, and the scenario without them. */
+    ScenarioLines withoutPart(size_t index, size_t parts) const {
+        const auto edge = [&](size_t i) {
+            return best().begin() + static_cast<ptrdiff_t>(best().size() * i / parts);
+        };
+        ScenarioLines others(best().begin(), edge(index));
+        others.insert(others.end(), edge(index + 1), best().end());
+        return withoutOrphans(others);
+    }
+
+    /**
+     * Delta debugging: tries ever smaller parts of the scenario, and the scenario without one of them. Goes
+     * on with the next part after a success, as the scenario needs the parts before it.
+     */
     void removeLines() {
+        size_t next = 0;
         for (size_t parts = 2; best().size() > 1;) {
             parts = std::min(parts, best().size());
-            const std::optional<size_t> shown = accept(divided(parts));
+            // Small parts alone hardly ever show the condition.
+            const size_t alone = parts <= kMaxPartsAlone ? parts : 0;
+            const auto shown = accept({alone + parts, [&](size_t i) {
+                                           return i < alone ? part(i, parts)
+                                                            : withoutPart((i - alone + next) % parts, parts);
+                                       }});
             if (!shown && parts == best().size()) return;
-            if (shown) parts = *shown < parts ? 2 : std::max(parts - 1, size_t{2});
+            next = shown && *shown >= alone ? (*shown - alone + next) % parts : 0;
             if (!shown) parts *= 2;
+            if (shown) parts = *shown < alone ? 2 : std::max(parts - 1, size_t{2});
         }
     }
 
-    /** Continues after the last success, as the simplifications before it have failed on a similar line. */
+    void removeVariables() {
+        std::vector<ScenarioLines> candidates;
+        do {
+            candidates = withoutVariable(best());
+        } while (accept({candidates.size(), [&](size_t i) { return candidates[i]; }}));
+    }
+
+    /** Goes on after the last success, as the simplifications before it have failed on a similar line. */
     void simplifyLine(size_t line) {
-        for (size_t start = 0;;) {
-            std::vector<ScenarioLines> candidates;
-            for (const std::string& simpler : simplerLines(best()[line])) {
-                candidates.push_back(best());
-                candidates.back()[line] = simpler;
-            }
-            if (candidates.empty()) return;
-            start %= candidates.size();
-            std::rotate(candidates.begin(), candidates.begin() + static_cast<ptrdiff_t>(start),
-                        candidates.end());
-            const std::optional<size_t> shown = accept(candidates);
-            if (!shown) return;
-            start += *shown;
-        }
+        std::optional<size_t> shown;
+        size_t next = 0;
+        do {
+            const std::vector<std::string> simpler = simplerLines(best()[line]);
+            const auto at = [&](size_t i) { return (next + i) % simpler.size(); };
+            shown = accept({simpler.size(), [&](size_t i) {
+                                ScenarioLines candidate = best();
+                                candidate[line] = simpler[at(i)];
+                                return candidate;
+                            }});
+            if (shown) next = at(*shown);
+        } while (shown);
     }
 
     const FirstShown& firstShown_;

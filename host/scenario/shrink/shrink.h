@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,5 +51,8 @@ struct ShrinkResult {
  * programs of this program's folder.
  */
 ShrinkResult shrink(const Scenario& scenario, const ShrinkOptions& options, const Interrupt& interrupt);
+
+/** Returns the files beside the scenario whose names are words or JSON texts of its lines. */
+std::set<std::string> neededFiles(const Scenario& scenario);
 
 }  // namespace hidlaudio::host

@@ -6,10 +6,15 @@
 #include <set>
 #include <thread>
 
+#include "client/exit_status.h"
+
 namespace hidlaudio::host {
 namespace {
 
 namespace fs = std::filesystem;
+
+/** Candidates are prepared in groups of this size, since the ones after a success are not needed. */
+constexpr size_t kTrialsPerJob = 8;
 
 void removeFolder(const std::string& folder) {
     std::error_code ignored;
@@ -23,6 +28,14 @@ std::string textOf(const ScenarioLines& lines) {
 }
 
 }  // namespace
+
+Trials::Trials(const Scenario& origin, const ShrinkOptions& options, const std::vector<Condition>& conditions,
+               const Interrupt& interrupt)
+    : origin_(origin),
+      options_(options),
+      conditions_(conditions),
+      interrupt_(interrupt),
+      jobs_(options.jobs != 0 ? options.jobs : 2 * std::max(1U, std::thread::hardware_concurrency())) {}
 
 std::string Trials::start() {
     if (scratch_.path().empty()) return "cannot create a temporary folder";
@@ -54,6 +67,15 @@ bool Trials::prepare(const ScenarioLines& lines, size_t index, Trial& trial) {
     return !trial.model.empty();
 }
 
+bool Trials::isShown(const FinishedRun& run) const {
+    const bool hasWrongUsage =
+        std::any_of(run.result.lines.begin(), run.result.lines.end(),
+                    [](const LineOutcome& line) { return line.status == client::kWrongUsage; });
+    if (hasWrongUsage && !allowsWrongUsage_) return false;
+    return std::all_of(conditions_.begin(), conditions_.end(),
+                       [&](const Condition& condition) { return condition(run); });
+}
+
 /** Runs a scenario until it shows the conditions. Called in a process of its own. */
 Rate Trials::tryOut(const Trial& trial, unsigned tries) const {
     Rate rate;
@@ -62,10 +84,7 @@ Rate Trials::tryOut(const Trial& trial, unsigned tries) const {
     while (rate.shown == 0 && rate.runs < tries) {
         removeFolder(trial.folder);
         const RunResult result = runScenario(trial.scenario, setup);
-        const FinishedRun run{trial.scenario, setup, result};
-        const bool isShown = std::all_of(conditions_.begin(), conditions_.end(),
-                                         [&](const Condition& condition) { return condition(run); });
-        rate.shown += isShown ? 1 : 0;
+        rate.shown += isShown({trial.scenario, setup, result}) ? 1 : 0;
         ++rate.runs;
     }
     removeFolder(trial.folder);
@@ -78,7 +97,7 @@ void Trials::runTrials(const std::vector<Trial>& trials, unsigned tries,
                        const std::function<void(size_t, const Rate&)>& done) {
     PoolWork pool;
     pool.count = trials.size();
-    pool.jobs = options_.jobs != 0 ? options_.jobs : 2 * std::max(1U, std::thread::hardware_concurrency());
+    pool.jobs = jobs_;
     pool.run = [&](size_t i) {
         const Rate rate = isNeeded(i) ? tryOut(trials[i], tries) : Rate();
         return nlohmann::json{rate.shown, rate.runs};
@@ -111,39 +130,40 @@ Rate Trials::rateOf(const ScenarioLines& lines, unsigned runs) {
 }
 
 /**
- * Returns the candidates whose result is not known, without duplicates. Sets `first` to the first one that is
- * known to show the condition; the candidates after it are not needed.
+ * Returns the next candidates whose result is not known, without duplicates. Sets `first` to the first one
+ * that is known to show the condition; the candidates after it are not needed.
  */
-std::vector<Trials::Trial> Trials::unknownOf(const std::vector<ScenarioLines>& candidates, size_t& first) {
+std::vector<Trials::Trial> Trials::unknownOf(const Candidates& candidates, size_t begin, size_t& first) {
     std::vector<Trial> trials;
+    const size_t end = std::min(candidates.count, begin + jobs_ * kTrialsPerJob);
     std::set<std::string> texts;
-    for (size_t i = 0; i < candidates.size(); ++i) {
-        Trial trial;
-        const bool isScenario = prepare(candidates[i], i, trial);
-        const auto known = known_.find(trial.text);
-        if (known != known_.end()) {
+    for (size_t i = begin; i < end && first > i; ++i) {
+        const ScenarioLines lines = candidates.make(i);
+        const std::string text = textOf(lines);
+        if (const auto known = known_.find(text); known != known_.end()) {
             ++remembered_;
-            if (!known->second) continue;
-            first = i;
-            break;
+            if (known->second) first = i;
+            continue;
         }
-        if (isScenario && texts.insert(trial.text).second) trials.push_back(std::move(trial));
+        Trial trial;
+        if (texts.insert(text).second && prepare(lines, i, trial)) trials.push_back(std::move(trial));
     }
     return trials;
 }
 
-std::optional<size_t> Trials::firstShown(const std::vector<ScenarioLines>& candidates) {
-    if (isInterrupted_) return std::nullopt;
-    size_t first = candidates.size();
-    const std::vector<Trial> trials = unknownOf(candidates, first);
-    runTrials(
-        trials, tries_, [&](size_t i) { return trials[i].index < first; },
-        [&](size_t i, const Rate& rate) {
-            known_[trials[i].text] = rate.shown > 0;
-            if (rate.shown > 0) first = std::min(first, trials[i].index);
-        });
-    if (isInterrupted_ || first == candidates.size()) return std::nullopt;
-    lines_ = candidates[first].size();
+std::optional<size_t> Trials::firstShown(const Candidates& candidates) {
+    size_t first = candidates.count;
+    for (size_t begin = 0; begin < first && !isInterrupted_; begin += jobs_ * kTrialsPerJob) {
+        const std::vector<Trial> trials = unknownOf(candidates, begin, first);
+        runTrials(
+            trials, tries_, [&](size_t i) { return trials[i].index < first; },
+            [&](size_t i, const Rate& rate) {
+                known_[trials[i].text] = rate.shown > 0;
+                if (rate.shown > 0) first = std::min(first, trials[i].index);
+            });
+    }
+    if (isInterrupted_ || first == candidates.count) return std::nullopt;
+    lines_ = candidates.make(first).size();
     return first;
 }
 

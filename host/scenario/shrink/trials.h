@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "candidates.h"
 #include "conditions.h"
 #include "host/scenario/harness/scratch_folder.h"
 #include "host/scenario/harness/worker_pool.h"
+#include "search.h"
 #include "shrink.h"
 
 namespace hidlaudio::host {
@@ -19,8 +19,7 @@ class Trials {
   public:
     /** The arguments must outlive the object. */
     Trials(const Scenario& origin, const ShrinkOptions& options, const std::vector<Condition>& conditions,
-           const Interrupt& interrupt)
-        : origin_(origin), options_(options), conditions_(conditions), interrupt_(interrupt) {}
+           const Interrupt& interrupt);
 
     /** Prepares the run of the original scenario. Returns an error message, or "". */
     std::string start();
@@ -28,11 +27,14 @@ class Trials {
     /** Maximum number of runs of a candidate. It shows the condition if one of its runs does. */
     void setTries(unsigned tries) { tries_ = tries; }
 
+    /** Accepts scenarios with lines whose arguments are wrong. */
+    void allowWrongUsage() { allowsWrongUsage_ = true; }
+
     /** Runs the scenario `runs` times. */
     Rate rateOf(const ScenarioLines& lines, unsigned runs);
 
     /** As FirstShown. Does not run a scenario again. Returns `std::nullopt` after an interrupt. */
-    std::optional<size_t> firstShown(const std::vector<ScenarioLines>& candidates);
+    std::optional<size_t> firstShown(const Candidates& candidates);
 
     bool isInterrupted() const { return isInterrupted_; }
     unsigned runs() const { return runs_; }
@@ -53,7 +55,8 @@ class Trials {
 
     std::string modelOf(const std::vector<std::string>& options, std::string& problem);
     bool prepare(const ScenarioLines& lines, size_t index, Trial& trial);
-    std::vector<Trial> unknownOf(const std::vector<ScenarioLines>& candidates, size_t& first);
+    std::vector<Trial> unknownOf(const Candidates& candidates, size_t begin, size_t& first);
+    bool isShown(const FinishedRun& run) const;
     Rate tryOut(const Trial& trial, unsigned tries) const;
     void runTrials(const std::vector<Trial>& trials, unsigned tries,
                    const std::function<bool(size_t)>& isNeeded,
@@ -67,11 +70,13 @@ class Trials {
     std::map<std::vector<std::string>, std::string>
         models_{};                         // by options of `tv init`; "" if they are wrong
     std::map<std::string, bool> known_{};  // whether a scenario shows the condition
-    size_t lines_ = 0;                     // of the best scenario
+    const unsigned jobs_;
+    size_t lines_ = 0;  // of the best scenario
     unsigned tries_ = 1;
     unsigned runs_ = 0;
     unsigned remembered_ = 0;
     size_t folders_ = 0;
+    bool allowsWrongUsage_ = false;
     bool isInterrupted_ = false;
 };
 

@@ -15,6 +15,7 @@
 #include "host/stress/commands.h"
 #include "sweep_report.h"
 #include "sweep_row.h"
+#include "sweep_shrink.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -33,6 +34,7 @@ struct Options {
     bool json = false;
     bool onlyFlagged = false;
     bool list = false;
+    std::string shrink;  // folder for the shortest scenarios; "" for none
 };
 
 /** The sweep of one scenario, which runs in a process of its own. */
@@ -108,6 +110,12 @@ SweepResult sweepScenario(const Sweep& sweep) {
     return result;
 }
 
+void addFindings(const Scenario& scenario, const SweepResult& result, std::vector<Finding>& findings) {
+    for (const SweepRow& row : result.rows) {
+        if (!row.flags.empty()) findings.push_back({scenario, row});
+    }
+}
+
 /**
  * Sweeps one scenario after the other, each in a worker process, so that the programs of the baseline run end
  * even if this process is killed.
@@ -119,6 +127,7 @@ int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
     const std::string folder = scratch.path() + "/sweep";
     nlohmann::json all = nlohmann::json::array();
     size_t flagged = 0;
+    std::vector<Finding> findings;
     PoolWork pool;
     pool.count = scenarios.size();
     pool.run = [&](size_t i) {
@@ -129,6 +138,7 @@ int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
         SweepResult result{scenarios[i].name, 0, {scenarios[i].path + ": the sweep process crashed"}, {}};
         if (json.is_object()) result = json.get<SweepResult>();
         flagged += flaggedIn(result);
+        addFindings(scenarios[i], result, findings);
         if (options.json) {
             all.push_back(toJson(result));
         } else {
@@ -138,6 +148,9 @@ int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
     };
     if (!runAll(pool, interrupt)) return fail("interrupted");
     if (options.json) printf("%s\n", toText(all, 2).c_str());
+    const std::string problem =
+        options.shrink.empty() ? "" : shrinkFindings(findings, options.shrink, options.jobs, interrupt);
+    if (!problem.empty()) return fail(problem);
     return flagged == 0 ? kDone : fail(std::to_string(flagged) + " runs were flagged");
 }
 
@@ -196,7 +209,8 @@ void addSweep(CLI::App& app, int& status) {
         "  await TEXT                 wait for a line of the daemon's log, after that of the last await\n"
         "\n"
         "Lines that begin with # are comments. If no `tv boot` comes before the first command of a client,\n"
-        "the TV is booted first, and the calls of this boot are not swept. The commands can use the files in\n"
+        "the TV is booted first, and the calls of this boot are not swept. The commands can use the files "
+        "in\n"
         "the folder of the scenario, and parameters.bin, a file of 1 MiB. The clock of the TV runs " +
         std::to_string(kSweepClock) +
         " times faster.\n"
@@ -207,7 +221,7 @@ void addSweep(CLI::App& app, int& status) {
         "\n"
         "Examples:\n"
         "  tv_stress sweep --list\n"
-        "  tv_stress sweep all --flagged\n"
+        "  tv_stress sweep all --flagged --shrink found\n"
         "  tv_stress sweep external-output --json");
     command->add_option("SCENARIO", options->scenarios, "Scenarios to run; required except with --list")
         ->type_name("");
@@ -218,6 +232,14 @@ void addSweep(CLI::App& app, int& status) {
         ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
     command->add_flag("--json", options->json, "Print the result as JSON");
     command->add_flag("--flagged", options->onlyFlagged, "Print only flagged runs (ignored with --json)");
+    command
+        ->add_option("--shrink", options->shrink,
+                     "For each flagged run, write the shortest scenario with the\n"
+                     "same first violation to a file in the folder DIR. See\n"
+                     "`tv shrink`. A violation that only a comparison with the\n"
+                     "baseline run shows, such as a leak, is skipped")
+        ->type_name("DIR")
+        ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
     command->add_flag("--list", options->list, "List the scenarios and exit");
     command->callback([options, &status] { status = sweep(*options); });
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <errno.h>
 #include <stdio.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <string>
 
 #include "host/audio_hal/operations.h"
+#include "host/kernel/faults/calls.h"
 #include "host/middleware/functions.h"
 #include "host/power/functions.h"
 #include "host/program/terminal.h"
@@ -35,11 +37,33 @@ bool isHalOperation(const std::string& name) {
     return isIn(kHalOperations, name);
 }
 
+bool isCall(const std::string& name) {
+    return isIn(kFaultableCalls, name);
+}
+
+bool isFunction(const std::string& name) {
+    return isIn(kMiddlewareFunctions, name) || isIn(kPowerFunctions, name) || isHalOperation(name);
+}
+
+std::string folderOf(const std::string& name) {
+    return tvRoot() + (isCall(name)           ? kCallFaultFolder
+                       : isHalOperation(name) ? kHalFaultFolder
+                                              : "/soc/faults");
+}
+
 std::string allFunctions() {
     std::string names;
     for (const std::string_view name : kMiddlewareFunctions) names += "\n  " + std::string(name);
     for (const std::string_view name : kPowerFunctions) names += "\n  " + std::string(name);
     for (const std::string_view name : kHalOperations) names += "\n  " + std::string(name) + " (audio HAL)";
+    return names;
+}
+
+/** Lists the system calls, six per line. */
+std::string allCalls() {
+    std::string names;
+    for (size_t i = 0; i < std::size(kFaultableCalls); ++i)
+        names += (i % 6 == 0 ? "\n  " : " ") + std::string(kFaultableCalls[i]);
     return names;
 }
 
@@ -67,7 +91,34 @@ int clear(const Text& name) {
     return kDone;
 }
 
+/** Creates the folders of the system calls' faults, which the TV of an earlier version does not have. */
+void makeCallFolder() {
+    for (const std::string& folder : {tvRoot() + "/kernel", tvRoot() + kCallFaultFolder})
+        mkdir(folder.c_str(), 0755);
+}
+
+int store(const std::string& name, const FaultSetting& fault) {
+    if (isCall(name)) makeCallFolder();
+    const std::string path = folderOf(name) + "/" + name;
+    const int error = writeValueFile(path, formatFault(fault));
+    return error == 0 ? kDone : fail(fileError(path, error));
+}
+
+int setOnCall(const std::string& name, const std::string& text) {
+    const std::optional<FaultSetting> fault = parseCallFault(text);
+    if (!fault) {
+        return fail("\"" + text +
+                        "\" is not a fault of a system call: STATUS must be the name or number of an errno, "
+                        "short=BYTES, delay=MILLISECONDS or dies; COUNT must be at least 1, PASS at least 0",
+                    kWrongUsage);
+    }
+    if (fault->kind == FaultKind::Shortens && !canBeShort(name))
+        return fail("short=BYTES is only possible for read, write, fread and fwrite", kWrongUsage);
+    return store(name, *fault);
+}
+
 int set(const std::string& name, const std::string& text) {
+    if (isCall(name)) return setOnCall(name, text);
     const std::optional<FaultSetting> fault = parseFault(text);
     if (!fault) {
         return fail("\"" + text +
@@ -78,9 +129,7 @@ int set(const std::string& name, const std::string& text) {
     if (isHalOperation(name) && fault->kind == FaultKind::Returns && !isHalResult(fault->status)) {
         return fail("the STATUS of " + name + " must be one of " + allResults(), kWrongUsage);
     }
-    const std::string path = tvRoot() + (isHalOperation(name) ? kHalFaultFolder : "/soc/faults") + "/" + name;
-    const int error = writeValueFile(path, formatFault(*fault));
-    return error == 0 ? kDone : fail(fileError(path, error));
+    return store(name, *fault);
 }
 
 /** Joins the arguments to a text for parseFault(). An empty argument becomes "?", which is refused. */
@@ -94,10 +143,9 @@ std::string joined(const std::string& value, const Text& count, const Text& pass
 
 int fault(const Text& name, const Text& value, const Text& count, const Text& pass, bool isCleared) {
     if (!openTv()) return kWrongUsage;
-    if (name && !isIn(kMiddlewareFunctions, *name) && !isIn(kPowerFunctions, *name) &&
-        !isHalOperation(*name)) {
-        return fail("\"" + *name +
-                        "\" is not a function that can be made to fail. The functions are:" + allFunctions(),
+    if (name && !isFunction(*name) && !isCall(*name)) {
+        return fail("\"" + *name + "\" is not a function that can be made to fail. The functions are:" +
+                        allFunctions() + "\nThe system calls are:" + allCalls(),
                     kWrongUsage);
     }
     if (isCleared) return clear(name);
@@ -108,12 +156,13 @@ int fault(const Text& name, const Text& value, const Text& count, const Text& pa
 }  // namespace
 
 void addFault(CLI::App& app, int& status) {
-    CLI::App* command =
-        app.add_subcommand("fault", "Make a function of the middleware, libpower or the audio HAL fail");
+    CLI::App* command = app.add_subcommand(
+        "fault", "Make a function of the middleware, libpower or the audio HAL fail, or a system call");
     command->footer(
         "Lists the faults if STATUS is not given. A fault takes effect at the next call of FUNCTION, or\n"
-        "after PASS more calls. It is stored in soc/faults/<function>, or in hal/faults/<function> for the\n"
-        "audio HAL.\n"
+        "after PASS more calls. It is stored in soc/faults/<function>, in hal/faults/<function> for the "
+        "audio\n"
+        "HAL, or in kernel/faults/<call> for a system call.\n"
         "\n"
         "STATUS is one of:\n"
         "  NUMBER              FUNCTION has no effect and returns this status\n"
@@ -121,7 +170,16 @@ void addFault(CLI::App& app, int& status) {
         "  dies                the process that serves the call is killed\n"
         "The status of a function of the audio HAL is a Result:\n"
         "  " +
-        allResults() + "\n\nFunctions:" + allFunctions() +
+        allResults() +
+        "\n\n"
+        "A FUNCTION may also be a system call of the daemon. The faults affect its calls on the TV's files,\n"
+        "and all its sleep, thread, timer and epoll calls. STATUS is then one of:\n"
+        "  ERRNO               name or number, such as ENOSPC: the call has no effect and fails\n"
+        "  short=BYTES         read, write, fread or fwrite transfers at most this many bytes\n"
+        "  delay=MILLISECONDS, dies\n"
+        "If HIDLAUDIO_FAULT also has a fault for a call, only that fault is injected.\n"
+        "\nFunctions:" +
+        allFunctions() + "\n\nSystem calls:" + allCalls() +
         "\n\nExit status:\n"
         "  1  the fault cannot be stored or cleared\n"
         "  2  the arguments are wrong, or the folder is not a TV\n"
@@ -129,12 +187,14 @@ void addFault(CLI::App& app, int& status) {
         "Examples:\n"
         "  tv fault a_mtktvapi_config_set_value 7 1   # the next call fails with status 7\n"
         "  tv fault getParameters delay=3000          # each call takes 3 s longer\n"
+        "  tv fault write ENOSPC 1                    # the daemon's next write fails\n"
         "  tv fault --clear");
     const CLI::Option* name =
-        addText(command, "FUNCTION", "Function to make fail (default: list all faults)");
-    CLI::Option* value = addText(command, "STATUS",
-                                 "Status to return, or delay=MILLISECONDS, or dies\n"
-                                 "(default: list the fault on FUNCTION)");
+        addText(command, "FUNCTION", "Function or system call to make fail (default: list all faults)");
+    CLI::Option* value =
+        addText(command, "STATUS",
+                "Status or errno to return, or short=BYTES, or\ndelay=MILLISECONDS, or dies\n"
+                "(default: list the fault on FUNCTION)");
     const CLI::Option* count =
         addText(command, "COUNT", "Number of calls that fail, at least 1 (default: all calls)");
     const CLI::Option* pass =

@@ -7,7 +7,6 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
-#include <set>
 
 #include "host/program/number_argument.h"
 #include "host/program/output_file.h"
@@ -35,23 +34,6 @@ std::string describeRate(const Rate& rate) {
     return std::to_string(rate.shown) + " of " + std::to_string(rate.runs) + " runs";
 }
 
-/** Returns the files beside the scenario whose names are words or JSON texts of its lines. */
-std::set<std::string> filesOf(const Scenario& scenario) {
-    constexpr char kSeparators[] = " \t\"";
-    const fs::path folder = fs::path(scenario.path).parent_path();
-    std::set<std::string> files;
-    for (const ScenarioLine& line : scenario.lines) {
-        for (size_t at = 0; at < line.text.size();) {
-            const size_t end = std::min(line.text.find_first_of(kSeparators, at), line.text.size());
-            const std::string word = line.text.substr(at, end - at);
-            std::error_code ignored;
-            if (fs::is_regular_file(folder / word, ignored) && word[0] != '/') files.insert(word);
-            at = end + 1;
-        }
-    }
-    return files;
-}
-
 /** Prints the files that the scenario needs beside it if it is written to another folder. */
 void noteFiles(const Options& options, const Scenario& scenario) {
     if (options.output == kStandardOutput) return;
@@ -59,7 +41,7 @@ void noteFiles(const Options& options, const Scenario& scenario) {
     std::error_code ignored;
     if (fs::equivalent(fs::absolute(options.output).parent_path(), folder, ignored)) return;
     std::string names;
-    for (const std::string& file : filesOf(scenario)) names += " " + file;
+    for (const std::string& file : neededFiles(scenario)) names += " " + file;
     if (!names.empty()) note("the scenario needs these files of " + folder.string() + " beside it:" + names);
 }
 

@@ -9,6 +9,7 @@
 
 #include "eeprom_image.h"
 #include "host/audio_hal/operations.h"
+#include "host/kernel/faults/calls.h"
 #include "host/middleware/config_keys.h"
 #include "host/program/terminal.h"
 #include "host/tv_files/back_end_files.h"
@@ -43,6 +44,7 @@ constexpr Folder kFolders[] = {
     {"/soc/audio_post", 0755},
     {kHalParameterFolder, 0755},
     {kHalFaultFolder, 0755},
+    {kCallFaultFolder, 0755},
     {"/power", 0755},
     {"/run", 0700},
     {"/run/hwbinder", 0700},  // only this user may use the services

@@ -9,6 +9,7 @@
 
 #include "eeprom_image.h"
 #include "host/audio_hal/operations.h"
+#include "host/kernel/faults/calls.h"
 #include "host/middleware/config_keys.h"
 #include "host/program/split_text.h"
 #include "host/tv_files/fault_file.h"
@@ -37,21 +38,32 @@ std::vector<std::string> namesIn(const std::string& folder) {
     return names;
 }
 
+/** Returns the effect of a fault as JSON and as text, without its counts. */
+std::pair<ordered_json, std::string> effectOf(const FaultSetting& fault) {
+    switch (fault.kind) {
+        case FaultKind::Delays:
+            return {{{"delay", fault.delay}}, " is delayed by " + std::to_string(fault.delay) + " ms"};
+        case FaultKind::Dies:
+            return {{{"dies", true}}, " kills the process that serves the call"};
+        case FaultKind::Fails:
+            return {{{"errno", errnoName(fault.status)}}, " fails with " + errnoName(fault.status)};
+        case FaultKind::Shortens:
+            return {{{"short", fault.bytes}}, " transfers at most " + std::to_string(fault.bytes) + " bytes"};
+        case FaultKind::Returns:
+            break;
+    }
+    return {{{"status", fault.status}}, " returns " + std::to_string(fault.status)};
+}
+
 StateEntry faultEntry(const std::string& path) {
     const std::string function = fs::path(path).filename();
+    const bool isCall = fs::path(path).parent_path() == tvRoot() + kCallFaultFolder;
     std::string content;
     readValueFile(path, content);
-    const std::optional<FaultSetting> fault = parseFault(content);
+    const std::optional<FaultSetting> fault = isCall ? parseCallFault(content) : parseFault(content);
     if (!fault) return {function, nullptr, function + " fails, because its fault file is invalid"};
-    ordered_json value{{"status", fault->status}};
-    std::string text = function + " returns " + std::to_string(fault->status);
-    if (fault->kind == FaultKind::Delays) {
-        value = {{"delay", fault->delay}};
-        text = function + " is delayed by " + std::to_string(fault->delay) + " ms";
-    } else if (fault->kind == FaultKind::Dies) {
-        value = {{"dies", true}};
-        text = function + " kills the process that serves the call";
-    }
+    auto [value, effect] = effectOf(*fault);
+    std::string text = function + effect;
     if (fault->count != 0) {
         value["count"] = fault->count;
         text += ", " + std::to_string(fault->count) + " times";
@@ -110,7 +122,7 @@ StateEntries halState() {
 
 std::vector<std::string> faultFiles() {
     std::vector<std::string> paths;
-    for (const std::string folder : {"/soc/faults", kHalFaultFolder}) {
+    for (const std::string folder : {"/soc/faults", kHalFaultFolder, kCallFaultFolder}) {
         for (const std::string& name : namesIn(folder)) paths.push_back(tvRoot() + folder + "/" + name);
     }
     return paths;

@@ -74,6 +74,50 @@ TEST(Faults, TextSetsFaults) {
     }
 }
 
+/** Writes `count` times, and returns a letter per result: '.' whole, 's' short, 'x' failed with ENOSPC. */
+std::string writeOften(int count) {
+    const int fd = open(kFile, O_WRONLY | O_CREAT, 0600);
+    std::string results;
+    for (int i = 0; i < count; ++i) {
+        errno = 0;
+        const ssize_t written = write(fd, "ab", 2);
+        results += written == 2 && errno == 0 ? "." : written == 1 ? "s" : errno == ENOSPC ? "x" : "?";
+    }
+    close(fd);
+    return results;
+}
+
+TEST(Faults, FileOfTvFaultsCallsWhileProgramRuns) {
+    const PrivateTv tv{"data", "kernel/faults"};
+    const std::string file = tv / "kernel/faults/write";
+    host::clearFaults();
+    host::useStoredFaults(tv / "");
+    const std::pair<const char*, std::pair<const char*, const char*>> faults[] = {
+        {"ENOSPC 2 1\n", {".xx.", "(none)"}}, {"28", {"xxxx", "28"}},
+        {"short=1 1\n", {"s...", "(none)"}},  {"", {"????", ""}},
+        {"short=x", {"????", "short=x"}},
+    };
+    for (const auto& [text, expected] : faults) {
+        makeFile(file, text);
+        EXPECT_EQ(writeOften(4), expected.first) << text;
+        EXPECT_EQ(contentOf(file), expected.second) << text;
+    }
+    makeFile(file, "ENOSPC 1\n");
+    EXPECT_EQ(injectFaults("write:2:short=1"), "");
+    EXPECT_EQ(writeOften(3), "xs.");
+    makeFile(file, "ENOSPC 1\n");
+    EXPECT_EQ(injectFaults("write:1:short=1"), "");
+    EXPECT_EQ(writeOften(3), "sx.") << "a call with a fault of the environment leaves the file alone";
+
+    makeFile(tv / "kernel/faults/access", "short=1");
+    EXPECT_EQ(access("/data/", F_OK), -1) << "only calls that transfer bytes can be short";
+    makeFile(tv / "kernel/faults/access", "dies");
+    EXPECT_EXIT(access("/data/", F_OK), testing::KilledBySignal(SIGKILL), "");
+    host::useStoredFaults("");
+    EXPECT_EQ(access("/data/", F_OK), 0);
+    host::clearFaults();
+}
+
 /** Starts this test program again, so that host_kernel's start-up code runs with `variable`. */
 int startWith(const std::string& variable, std::string& err) {
     RunningProgram program({"/proc/self/exe", "--gtest_list_tests"}, {variable});

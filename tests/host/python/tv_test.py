@@ -8,7 +8,7 @@ import time
 from pathlib import Path
 
 import pytest
-from hidlaudio import Tv, TvError, programs
+from hidlaudio import DeadObject, Tv, TvError, programs
 
 PROGRAMS = str(programs.program("tv").parent)
 
@@ -27,6 +27,10 @@ def test_options_and_mappings(tv):
     assert list(tv.state()["faults"]) == ["getParameters"]
     with tv.fault("MTEEPROM_Read", -3, count=2, after=1):
         assert "-3" in tv.command("fault", "MTEEPROM_Read")
+    tv.fault("write", "ENOSPC", count=1)
+    tv.fault("read", short=2)
+    assert tv.state()["faults"] == {"getParameters": {"status": 2}, "read": {"short": 2},
+                                    "write": {"errno": "ENOSPC", "count": 1}}
     tv.clear_faults()
     assert tv.state()["faults"] == {}
     with pytest.raises(TvError, match="none"):
@@ -36,6 +40,16 @@ def test_options_and_mappings(tv):
     tv.bectrl.hang = True
     assert tv.bectrl.hang is True and tv.bectrl.hrtf.received is None
     assert tv.pid("hidlaudio") is None
+
+
+def test_system_call_of_running_daemon_fails(tv, client):
+    tv.fault("write", "ENOSPC", count=1)
+    assert [client.calibration.set_enabled(False) for _ in range(2)] == [-1, 0]
+    assert tv.log.find("write AcousticCalibration enabled data failed, errno 28")
+    assert tv.state()["faults"] == {}
+    with tv.fault("fsync", dies=True):
+        with pytest.raises(DeadObject):
+            client.calibration.set_enabled(False)
 
 
 def test_log(tv, client):

@@ -21,10 +21,11 @@ struct Searched {
 
 Searched searchUntil(const ScenarioLines& lines, const std::function<bool(const ScenarioLines&)>& isShown) {
     std::set<ScenarioLines> known;
-    const FirstShown firstShown = [&](const std::vector<ScenarioLines>& candidates) -> std::optional<size_t> {
-        for (size_t i = 0; i < candidates.size(); ++i) {
-            known.insert(candidates[i]);
-            if (isShown(candidates[i])) return i;
+    const FirstShown firstShown = [&](const Candidates& candidates) -> std::optional<size_t> {
+        for (size_t i = 0; i < candidates.count; ++i) {
+            const ScenarioLines candidate = candidates.make(i);
+            known.insert(candidate);
+            if (!candidate.empty() && isShown(candidate)) return i;
         }
         return std::nullopt;
     };
@@ -80,7 +81,7 @@ TEST(Search, LinesAreSimplified) {
         {{"client a ICenterSpeaker.f {\"x\":[1,70000,3,4],\"y\":{\"hex\":\"0102030405\"},\"z\":\"text\"} > v "
           "&"},
          {"70"},
-         {"client a ICenterSpeaker.f {\"x\":[70]}"}},
+         {"client a ICenterSpeaker.f {\"x\":[70000]}"}},
     };
     for (const Row& row : rows) {
         const Searched searched = searchUntil(row.lines, [&](const ScenarioLines& given) {
@@ -108,7 +109,7 @@ TEST(Search, VariablesGoWithTheLinesThatStoreThem) {
         return isFreed(given) && joined(given).find("allocate") != std::string::npos;
     };
     EXPECT_THAT(searchUntil(lines, isFreedAfterAllocation).result,
-                ElementsAre("client a IHdmiAudio.allocate", "client a IHdmiAudio.free {\"h\":0}"));
+                ElementsAre("client a IHdmiAudio.allocate > h", lines[2]));
 }
 
 TEST(Candidates, EachKindOfArgumentIsSimplified) {
@@ -119,7 +120,7 @@ TEST(Candidates, EachKindOfArgumentIsSimplified) {
         {"2.5", {"0.0", "1.0", "2.0"}},
         {"18446744073709551615", {"9223372036854775808"}},
         {"true", {"false"}},
-        {"\"häß\"", {"\"\"", "\"hä\"", "\"ß\""}},
+        {"\"häß\"", {"\"\"", "\"h\"", "\"äß\""}},
         {"[1,2]", {"[]", "[2]", "[1]", "[0,0]", "[0,2]"}},
         {"{\"a\":1,\"b\":2}", {"{}", "{\"b\":2}", "{\"a\":0,\"b\":2}"}},
         {"{\"hex\":\"0a0b\"}", {"{\"hex\":\"\"}", "{\"hex\":\"0b\"}", "{\"size\":2}"}},

@@ -122,7 +122,9 @@ TEST_F(TvCommand, WrongUsageChangesNothing) {
         {"config ", {"../../tv.json", "../x 1", "key 2147483648", "key 0x10"}},
         {"eeprom ", {"", "0x20000", "0x", "0x1001A 256", "0x1001A ''"}},
         {"fault ", {"NoSuch 1", "../config/key 1", "setParameters 5", "getParameters -1"}},
-        {"fault DRV_Init ", {"x", "1 0", "1 ''", "1 --clear"}},
+        {"fault DRV_Init ", {"x", "1 0", "1 ''", "1 --clear", "ENOSPC", "short=1"}},
+        {"fault ",
+         {"write ENOWHERE", "write 0", "write -5", "write short=-1", "write delay=0", "access short=1"}},
     };
     const auto expectRefused = [&](const std::string& wrong) {
         const Outcome outcome = run(wordsOf(wrong));
@@ -202,8 +204,22 @@ TEST_F(TvCommand, ConfigAndFaultChangeFiles) {
     EXPECT_EQ(mustRun({"fault", "DRV_Init"}), "DRV_Init returns 5\n");
     mustRun({"fault", "DRV_Init", "--clear"});
     EXPECT_EQ(mustRun({"fault"}), "MTAL_Init returns -7, 3 times\nopenPrimaryDevice returns 4, 1 times\n");
+
+    mustRun({"fault", "write", "28", "1", "2"});
+    EXPECT_EQ(contentOf(tv_ + "/kernel/faults/write"), "ENOSPC 1 2\n");
+    mustRun({"fault", "fread", "short=3"});
+    mustRun({"fault", "fsync", "dies", "1"});
+    mustRun({"fault", "MTAL_Init", "--clear"});
+    EXPECT_EQ(mustRun({"fault"}),
+              "openPrimaryDevice returns 4, 1 times\nfread transfers at most 3 bytes\n"
+              "fsync kills the process that serves the call, 1 times\n"
+              "write fails with ENOSPC, 1 times, after 2 calls\n");
     mustRun({"fault", "--clear"});
     EXPECT_EQ(mustRun({"fault"}), "");
+    std::filesystem::remove_all(tv_ + "/kernel");
+    mustRun({"fault", "open", "EIO"});
+    EXPECT_EQ(contentOf(tv_ + "/kernel/faults/open"), "EIO\n")
+        << "the TV of an earlier version has no folder";
 }
 
 }  // namespace
