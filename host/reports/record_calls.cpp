@@ -181,6 +181,7 @@ std::vector<std::pair<size_t, std::string>> addRecordedCalls(const RecordedBoot&
     for (int& owner : calls.owners)
         if (owner >= 0) owner = moved[static_cast<size_t>(owner)];
     std::vector<std::pair<size_t, std::string>> kills;
+    kills.reserve(recorded.kills.size());
     for (const auto& [before, client] : recorded.kills)
         kills.emplace_back(positions[std::min(before, positions.size() - 1)], client);
     return kills;
