@@ -112,7 +112,8 @@ class CallReader {
         const std::string_view name = bracketedName(line.text);
         const bool endsSet = line.text == "HIDL hdmiaudio set finish";
         if (!endsSet && (name.empty() || name == result_.calls[number].method)) return kNone;
-        for (size_t i = number; i-- > 0 && number - i <= kDeepest;) {
+        for (size_t past = number; past > 0 && number - past < kDeepest; --past) {
+            const size_t i = past - 1;
             const Call& call = result_.calls[i];
             if (call.thread != line.thread || call.hasEnded) continue;
             const CallRow* const row = findCallRow(call.method);

@@ -14,20 +14,16 @@ constexpr char kUnreachable[] = "[paramTransferThread] the client cannot be told
 /** Lines about deaths between two calls. */
 struct Deaths {
     std::vector<size_t> lines;
-    size_t callbacks = 0;
+    size_t notices = 0;
+    size_t callbacks = 0;  // that were removed
     Place place;
 };
 
 class DeathFinder {
   public:
     DeathFinder(const DaemonLog& log, const Boot& boot, BootCalls& calls, std::vector<size_t>& awaited,
-                bool areClientsKnown, FaultNotes& notes)
-        : log_(log),
-          boot_(boot),
-          calls_(calls),
-          awaited_(awaited),
-          areClientsKnown_(areClientsKnown),
-          notes_(notes) {}
+                const std::vector<std::string>* exits, FaultNotes& notes)
+        : log_(log), boot_(boot), calls_(calls), awaited_(awaited), exits_(exits), notes_(notes) {}
 
     std::vector<Kill> find() {
         size_t next = 0;
@@ -47,7 +43,7 @@ class DeathFinder {
         if (line.text == kDied || line.text == kRemoved) {
             if (current_.lines.empty()) current_.place = line.place;
             current_.lines.push_back(index);
-            if (line.text == kRemoved) ++current_.callbacks;
+            ++(line.text == kRemoved ? current_.callbacks : current_.notices);
         } else if (line.text.find(kUnreachable) == 0) {
             noteUnreachable(line, next);
         }
@@ -58,21 +54,50 @@ class DeathFinder {
         if (current_.lines.empty()) return;
         const Deaths deaths = std::move(current_);
         current_ = {};
-        const std::vector<Call*> setters = lastSetters(next, deaths.callbacks);
-        if (setters.size() < deaths.callbacks || setters.empty()) {
+        const bool isKnown =
+            exits_ != nullptr && !exits_->empty() ? killRecorded(deaths, next) : killGuessed(deaths, next);
+        if (isKnown) {
+            awaited_.insert(awaited_.end(), deaths.lines.begin(), deaths.lines.end());
+        } else {
             notes_.unknown.push_back(
                 {deaths.place, "a client died that has set its callback before the log begins"});
-            return;
         }
+    }
+
+    /** Kills the next clients that the record shows to end. Each of their callbacks gives a notice. */
+    bool killRecorded(const Deaths& deaths, size_t next) {
+        size_t notices = 0;
+        for (const std::string& client : *exits_) {
+            const auto setters = static_cast<size_t>(
+                std::count_if(calls_.calls.begin(), calls_.calls.begin() + static_cast<ptrdiff_t>(next),
+                              [&](const Call& call) { return call.client == client && isSetter(call); }));
+            if (setters == 0 || notices >= deaths.notices) continue;
+            notices += setters;
+            dead_.insert(client);
+            kills_.push_back({deaths.lines.front(), client});
+        }
+        return notices > 0;
+    }
+
+    /** Kills the client that has set the last callbacks. */
+    bool killGuessed(const Deaths& deaths, size_t next) {
+        const size_t count = std::max<size_t>(deaths.callbacks, 1);
+        const std::vector<Call*> setters = lastSetters(next, count);
+        if (setters.size() < count) return false;
         const std::string client =
-            areClientsKnown_ ? setters.front()->client : "watcher" + std::to_string(++count_);
+            exits_ != nullptr ? setters.front()->client : "watcher" + std::to_string(++count_);
         for (Call* setter : setters) setter->client = client;
         dead_.insert(client);
         kills_.push_back({deaths.lines.front(), client});
-        awaited_.insert(awaited_.end(), deaths.lines.begin(), deaths.lines.end());
         notes_.assumptions.push_back({deaths.place, "the client that died is the one that has set the last " +
                                                         std::to_string(setters.size()) +
                                                         " callbacks before that: " + client});
+        return true;
+    }
+
+    bool isSetter(const Call& call) const {
+        const bool hasCallback = call.arguments.contains("callback") && !call.arguments["callback"].is_null();
+        return call.method == "setCallback" && hasCallback && dead_.count(call.client) == 0;
     }
 
     /** Returns the last calls before `next` that have set a callback of a living client. */
@@ -80,8 +105,7 @@ class DeathFinder {
         std::vector<Call*> setters;
         for (size_t i = next; i-- > 0 && setters.size() < count;) {
             Call& call = calls_.calls[i];
-            const bool isSetter = call.method == "setCallback" && !call.arguments["callback"].is_null();
-            if (isSetter && dead_.count(call.client) == 0) setters.push_back(&call);
+            if (isSetter(call)) setters.push_back(&call);
         }
         return setters;
     }
@@ -91,7 +115,7 @@ class DeathFinder {
         for (size_t i = next; i-- > 0;) {
             Call& call = calls_.calls[i];
             if (call.method != "apply" || dead_.count(call.client) > 0) continue;
-            if (!areClientsKnown_) call.client = "uploader" + std::to_string(++uploaders_);
+            if (exits_ == nullptr) call.client = "uploader" + std::to_string(++uploaders_);
             dead_.insert(call.client);
             kills_.push_back({call.last + 1, call.client});
             notes_.assumptions.push_back(
@@ -104,7 +128,7 @@ class DeathFinder {
     const Boot& boot_;
     BootCalls& calls_;
     std::vector<size_t>& awaited_;
-    const bool areClientsKnown_;
+    const std::vector<std::string>* const exits_;  // null if the clients are guessed
     FaultNotes& notes_;
     Deaths current_;
     std::set<std::string> dead_;
@@ -116,8 +140,9 @@ class DeathFinder {
 }  // namespace
 
 std::vector<Kill> findDeaths(const DaemonLog& log, const Boot& boot, BootCalls& calls,
-                             std::vector<size_t>& awaited, bool areClientsKnown, FaultNotes& notes) {
-    std::vector<Kill> kills = DeathFinder(log, boot, calls, awaited, areClientsKnown, notes).find();
+                             std::vector<size_t>& awaited, const std::vector<std::string>* exits,
+                             FaultNotes& notes) {
+    std::vector<Kill> kills = DeathFinder(log, boot, calls, awaited, exits, notes).find();
     std::sort(awaited.begin(), awaited.end());
     std::stable_sort(kills.begin(), kills.end(),
                      [](const Kill& one, const Kill& other) { return one.line < other.line; });

@@ -15,11 +15,13 @@ struct Kill {
 };
 
 /**
- * Finds the clients whose death the lines of a boot show. If the clients of the calls are guessed, the calls
- * of the dead ones get a client of their own, which is killed. Adds the lines about the death to those that
- * the scenario awaits. Returns the kills in the order of their lines.
+ * Finds the clients whose death the lines of a boot show. `exits` are the clients with objects that a record
+ * shows to end; null if there is no record: the calls of the dead clients then get a client of their own.
+ * Adds the lines about the death to those that the scenario awaits. Returns the kills in the order of their
+ * lines.
  */
 std::vector<Kill> findDeaths(const DaemonLog& log, const Boot& boot, BootCalls& calls,
-                             std::vector<size_t>& awaited, bool areClientsKnown, FaultNotes& notes);
+                             std::vector<size_t>& awaited, const std::vector<std::string>* exits,
+                             FaultNotes& notes);
 
 }  // namespace hidlaudio::host

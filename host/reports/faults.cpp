@@ -278,12 +278,14 @@ class FaultFinder {
                 if (wanted.count(setting) > 0 || value == defaultOf(setting) || !concerns(setting, number))
                     continue;
                 value = defaultOf(setting);
-                result_[number].before.push_back("tv bectrl " + setting + " " + value);
+                result_[number].before.push_back(
+                    std::string("tv bectrl ").append(setting).append(" ").append(value));
             }
             for (const auto& [setting, value] : wanted) {
                 if (current[setting] == value) continue;
                 current[setting] = value;
-                result_[number].before.push_back("tv bectrl " + setting + " " + value);
+                result_[number].before.push_back(
+                    std::string("tv bectrl ").append(setting).append(" ").append(value));
             }
         }
     }

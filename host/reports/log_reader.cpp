@@ -126,7 +126,7 @@ void LogReader::addOmission(const LogLine& line) {
             return each.kind == Kind::Log && each.thread == line.thread;
         });
         if (before == lines.rend()) return;
-        const DaemonLine repeated = *before;
+        DaemonLine repeated = *before;
         const int64_t count = std::clamp<int64_t>(fields["count"].get<int64_t>(), 0, kMost);
         lines.insert(lines.end(), static_cast<size_t>(count), repeated);
         return;

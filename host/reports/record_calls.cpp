@@ -152,7 +152,7 @@ std::vector<RecordedBoot> readRecordedBoots(const Report& report, FaultNotes& no
     return RecordReader(report, notes).read();
 }
 
-void addRecordedCalls(const RecordedBoot& recorded, BootCalls& calls, AllSurroundings& surroundings) {
+std::vector<std::pair<size_t, std::string>> addRecordedCalls(const RecordedBoot& recorded, BootCalls& calls) {
     std::vector<Call> merged;
     std::vector<int> moved;  // new index of each call of the log
     std::vector<size_t> positions{0};
@@ -180,10 +180,11 @@ void addRecordedCalls(const RecordedBoot& recorded, BootCalls& calls, AllSurroun
     calls.calls = std::move(merged);
     for (int& owner : calls.owners)
         if (owner >= 0) owner = moved[static_cast<size_t>(owner)];
-    for (const auto& [before, client] : recorded.kills) {
-        const size_t position = positions[std::min(before, positions.size() - 1)];
-        if (position > 0) surroundings[static_cast<int>(position) - 1].after.push_back("kill " + client);
-    }
+    std::vector<std::pair<size_t, std::string>> kills;
+    kills.reserve(recorded.kills.size());
+    for (const auto& [before, client] : recorded.kills)
+        kills.emplace_back(positions[std::min(before, positions.size() - 1)], client);
+    return kills;
 }
 
 }  // namespace hidlaudio::host

@@ -23,8 +23,8 @@ std::vector<RecordedBoot> readRecordedBoots(const Report& report, FaultNotes& no
 
 /**
  * Gives the calls of the log the clients and arguments of the record, and adds the calls that only the record
- * has. Adds the ends of clients to the surroundings.
+ * has. Returns the ends of clients, each with the number of the calls before it.
  */
-void addRecordedCalls(const RecordedBoot& recorded, BootCalls& calls, AllSurroundings& surroundings);
+std::vector<std::pair<size_t, std::string>> addRecordedCalls(const RecordedBoot& recorded, BootCalls& calls);
 
 }  // namespace hidlaudio::host

@@ -10,154 +10,17 @@
 #include "deaths.h"
 #include "faults.h"
 #include "record_calls.h"
+#include "scenario_writer.h"
 #include "tv_values.h"
 
 namespace hidlaudio::host {
 namespace {
-
-/** A boot with all that was found in it. */
-struct FoundBoot {
-    Boot boot;
-    BootCalls calls;
-    AllSurroundings around;
-    std::vector<Kill> kills;
-    std::vector<size_t> awaited;  // indices of lines that the scenario awaits before its next call
-};
 
 /** Calls with an argument that is not in the report. */
 struct Assumed {
     size_t count = 0;
     Place place;        // the first one
     std::string value;  // its argument
-};
-
-std::string withoutNewline(std::string text) {
-    text.erase(
-        std::remove_if(text.begin(), text.end(), [](char byte) { return byte == '\n' || byte == '\r'; }),
-        text.end());
-    return text;
-}
-
-/** Writes the lines of the scenario. */
-class ScenarioWriter {
-  public:
-    ScenarioWriter(const DaemonLog& log, MadeScenario& scenario) : log_(log), scenario_(scenario) {}
-
-    void add(const std::string& line) { scenario_.text += line + "\n"; }
-
-    void addBoot(const FoundBoot& found, bool isLast) {
-        handles_.clear();
-        addAll(found.around, kBootLine, &Surroundings::before);
-        add("tv boot");
-        ++scenario_.boots;
-        addAll(found.around, kBootLine, &Surroundings::after);
-        Position position;
-        for (size_t i = 0; i < found.calls.calls.size(); ++i) {
-            const Call& call = found.calls.calls[i];
-            addEvents(found, call.first, position);
-            const auto number = static_cast<int>(i);
-            addAll(found.around, number, &Surroundings::before);
-            addCall(call);
-            addAll(found.around, number, &Surroundings::after);
-        }
-        addEvents(found, SIZE_MAX, position);
-        addEnd(found.boot, isLast);
-    }
-
-    size_t clients() const { return clients_.size(); }
-    const std::vector<Note>& calls() const { return calls_; }
-
-  private:
-    void addAll(const AllSurroundings& around, int context, std::vector<std::string> Surroundings::* lines) {
-        const auto found = around.find(context);
-        if (found == around.end()) return;
-        for (const std::string& line : found->second.*lines) add(line);
-    }
-
-    /** The next asynchronous line and the next kill of a boot. */
-    struct Position {
-        size_t awaited = 0;
-        size_t kill = 0;
-    };
-
-    /** Adds what happens before a line of the log. */
-    void addEvents(const FoundBoot& found, size_t line, Position& next) {
-        for (; next.kill < found.kills.size() && found.kills[next.kill].line <= line; ++next.kill) {
-            next.awaited = addAwaits(found, next.awaited, found.kills[next.kill].line);
-            add("kill " + found.kills[next.kill].client);
-        }
-        next.awaited = addAwaits(found, next.awaited, line);
-    }
-
-    /** Adds lines that await the last asynchronous line before a line of the log. Returns the next one. */
-    size_t addAwaits(const FoundBoot& found, size_t begin, size_t line) {
-        size_t end = begin;
-        while (end < found.awaited.size() && found.awaited[end] < line) ++end;
-        if (end == begin) return end;
-        // An earlier line with the same text must not be taken for it.
-        const std::string& text = log_.lines[found.awaited[end - 1]].text;
-        for (size_t i = begin; i < end; ++i)
-            if (log_.lines[found.awaited[i]].text == text) add("await " + withoutNewline(text));
-        return end;
-    }
-
-    void addCall(const Call& call) {
-        std::string line = "client " + call.client + " " + interfaceOf(call) + "." + call.method;
-        const Json arguments = argumentsOf(call);
-        if (!arguments.empty()) line += " " + arguments.dump(-1, ' ', false, Json::error_handler_t::replace);
-        line += variableOf(call);
-        if (call.isInBackground) line += " &";
-        add(line);
-        clients_.insert(call.client);
-        calls_.push_back({call.place, call.client + " " + call.method + answerOf(call)});
-        ++scenario_.calls;
-    }
-
-    static std::string answerOf(const Call& call) {
-        if (!call.hasEnded) return ", whose end is not logged";
-        return call.results.empty() ? ""
-                                    : " " + call.results.dump(-1, ' ', false, Json::error_handler_t::replace);
-    }
-
-    static std::string interfaceOf(const Call& call) {
-        const CallRow* const row = findCallRow(call.method);
-        const size_t colon = call.interface.rfind(':');
-        const bool isNewest =
-            row != nullptr && call.interface == row->interface && colon != std::string::npos;
-        return isNewest ? call.interface.substr(colon + 1) : call.interface;
-    }
-
-    Json argumentsOf(const Call& call) const {
-        Json arguments = call.arguments;
-        const auto handle = arguments.find("bufferHandle");
-        if (handle == arguments.end() || !handle->is_number_integer()) return arguments;
-        const auto known = handles_.find(handle->get<int64_t>());
-        if (known != handles_.end()) *handle = "$" + known->second;
-        return arguments;
-    }
-
-    /** Returns " > VARIABLE" for a call that returns a handle. */
-    std::string variableOf(const Call& call) {
-        const Json handle = call.results.value("bufferHandle", Json());
-        if (call.method != "allocateParameterBuffer" || !handle.is_number_integer() ||
-            handle.get<int64_t>() <= 0)
-            return "";
-        const std::string name = "h" + std::to_string(++variables_);
-        handles_[handle.get<int64_t>()] = name;
-        return " > " + name;
-    }
-
-    void addEnd(const Boot& boot, bool isLast) {
-        if (boot.end == Boot::End::Killed || (boot.end == Boot::End::Unknown && !isLast))
-            add("kill hidlaudio");
-    }
-
-    const DaemonLog& log_;
-    MadeScenario& scenario_;
-    std::map<int64_t, std::string> handles_;  // names of the variables by the handles of the log
-    std::set<std::string> clients_;
-    std::vector<Note> calls_;
-    int variables_ = 0;
 };
 
 /** Makes the scenario of a report. */
@@ -223,8 +86,9 @@ class ScenarioMaker {
         FoundBoot found;
         found.boot = boot;
         found.calls = readCalls(log_, boot, report_);
+        std::vector<std::pair<size_t, std::string>> exits;
         if (recorded != nullptr) {
-            addRecordedCalls(*recorded, found.calls, found.around);
+            exits = addRecordedCalls(*recorded, found.calls);
             inferences_.push_back({recorded->place, "calls, clients and arguments are those of the record"});
         } else if (const size_t overlaps = chooseClients(found.calls.calls); overlaps > 0) {
             notes_.assumptions.push_back(
@@ -240,10 +104,30 @@ class ScenarioMaker {
             std::move(lines.before.begin(), lines.before.end(), std::back_inserter(all.before));
             std::move(lines.after.begin(), lines.after.end(), std::back_inserter(all.after));
         }
-        if (recorded == nullptr || recorded->kills.empty())
-            found.kills = findDeaths(log_, boot, found.calls, found.awaited, recorded != nullptr, notes_);
+        addDeaths(found, recorded != nullptr, exits);
         noteBoot(found);
         return found;
+    }
+
+    /** Adds the ends of clients, where the log shows them if it does. */
+    void addDeaths(FoundBoot& found, bool isRecorded,
+                   const std::vector<std::pair<size_t, std::string>>& exits) {
+        std::vector<std::string> names;
+        names.reserve(exits.size());
+        for (const auto& [position, client] : exits) names.push_back(client);
+        found.kills =
+            findDeaths(log_, found.boot, found.calls, found.awaited, isRecorded ? &names : nullptr, notes_);
+        addKills(exits, found);
+    }
+
+    static void addKills(const std::vector<std::pair<size_t, std::string>>& exits, FoundBoot& found) {
+        for (const auto& [position, client] : exits) {
+            const bool isLogged =
+                std::any_of(found.kills.begin(), found.kills.end(),
+                            [name = client](const Kill& kill) { return kill.client == name; });
+            if (!isLogged && position > 0)
+                found.around[static_cast<int>(position) - 1].after.push_back("kill " + client);
+        }
     }
 
     FoundBoot findRecordedBoot(const RecordedBoot& recorded) {
@@ -251,7 +135,7 @@ class ScenarioMaker {
         found.boot.process = recorded.process;
         found.boot.end = recorded.hasEnded ? Boot::End::Killed : Boot::End::Unknown;
         found.boot.endPlace = recorded.place;
-        addRecordedCalls(recorded, found.calls, found.around);
+        addKills(addRecordedCalls(recorded, found.calls), found);
         for (Call& call : found.calls.calls) noteAssumed(call);
         return found;
     }
@@ -328,12 +212,9 @@ class ScenarioMaker {
         notes_.assumptions.insert(notes_.assumptions.end(), model.assumptions.begin(),
                                   model.assumptions.end());
         scenario_.setup = setupLines(model, values);
-        ScenarioWriter writer(log_, scenario_);
-        writer.add("# What a bug report shows: " + sourceNames());
-        for (const std::string& line : scenario_.setup) writer.add(line);
-        for (const FoundBoot& boot : found) writer.addBoot(boot, &boot == &found.back());
-        scenario_.clients = writer.clients();
-        callNotes_ = writer.calls();
+        scenario_.text = "# What a bug report shows: " + sourceNames() + "\n";
+        for (const std::string& line : scenario_.setup) scenario_.text += line + "\n";
+        callNotes_ = writeBoots(log_, found, scenario_);
         scenario_.sources = report_.bytes;
     }
 

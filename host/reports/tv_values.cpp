@@ -47,44 +47,44 @@ struct ValueRow {
     const char* tag;
     const char* pattern;  // with a field `value`, unless `value` is set
     Access access;
-    const char* path;
     Form form;
+    const char* path;
     const char* value;
 };
 
 // clang-format off
 constexpr ValueRow kValues[] = {
-    {"AudioOutSp", "get tv position:{value:i}", Access::Read, kPosition, Form::Line, nullptr},
-    {"AudioOutSp", "get tv position:value = {value:i}, result = 0", Access::Read, kPosition, Form::Line, nullptr},
-    {"AudioOutSp", "set tv position:value = {value:i}, result = 0", Access::Write, kPosition, Form::Line, nullptr},
-    {"AudioOutSp", "[getSurroundType] end ret:{value:i}", Access::Read, kSurround, Form::Line, nullptr},
-    {"AudioOutSp", "[getDelay] end:ret = {value:i}", Access::Read, kDelayFile, Form::Line, nullptr},
-    {"hdmiaudio", "getArcDdCapability, caps = {value:ARC_DD_NONE|ARC_DD_PLUS|ARC_DD_ATMOS}", Access::Read, kArcDd, Form::Line, nullptr},
-    {"hdmiaudio", "getEarcDdCapability, caps = {value:EARC_DD_NONE|EARC_DD_PLUS|EARC_DD_ATMOS}", Access::Read, kEarcDd, Form::Line, nullptr},
-    {"hdmiaudio", "getArcMp4Capability, caps = {value:ARC_MP4AAC_NONE|ARC_MP4AAC_5_1|ARC_MP4AAC_7_1|ARC_MP4AAC_22_2}", Access::Read, kArcMp4, Form::Line, nullptr},
-    {"hdmiaudio", "getArcDdCapability, invalid value = {value:i}", Access::Read, kArcDd, Form::Line, nullptr},
-    {"hdmiaudio", "getEarcDdCapability, invalid value = {value:i}", Access::Read, kEarcDd, Form::Line, nullptr},
-    {"hdmiaudio", "getArcMp4Capability, invalid value = {value:i}", Access::Read, kArcMp4, Form::Line, nullptr},
-    {"hdmiaudio", "setArcDdCapability, call set API capas : {value:i}", Access::Write, kArcDd, Form::Line, nullptr},
-    {"hdmiaudio", "setArcMp4Capability, call set API capas : {value:i}", Access::Write, kArcMp4, Form::Line, nullptr},
-    {"hidlaudio", "[getForceEncodingEnabled] end ret:1", Access::Read, kMode, Form::Line, "0"},
-    {"hidlaudio", "[getForceEncodingEnabled] end ret:0", Access::Read, kMode, Form::Line, "2"},
-    {"hidlaudio", "[OutputExternal] set bitstream output mode {value:i},  result 0", Access::Write, kMode, Form::Line, nullptr},
-    {"hidlaudio", "[OutputExternal] set bitstream output mode {value:i},  result {:i}", Access::Read, kBitstreamModeFile, Form::Word, nullptr},
-    {"hidlaudio", "[OutputExternal] prev setting not exist. set bitstream output mode {value:i},  result 0", Access::Write, kMode, Form::Line, nullptr},
-    {"hidlaudio", "[OutputExternal] prev setting not exist. {:s}", Access::Read, kBitstreamModeFile, Form::Missing, ""},
-    {"hidlaudio", "[setForceEncodingEnabled] write(data={value:i}) ret = {:i}", Access::Write, kMode, Form::Line, nullptr},
-    {"hidlaudio", "[setForceEncodingEnabled] write(data={value:i}) ret = 4", Access::Write, kBitstreamModeFile, Form::Word, nullptr},
-    {"AudioAC", "[getEnabledOnBoot] open error", Access::Read, kEnabledFile, Form::Missing, ""},
-    {"AudioAC", "[getEnabledOnBoot] end Return: {value:i}", Access::Read, kEnabledFile, Form::Byte, nullptr},
-    {"AudioAC", "[getEnabledOnBoot] read AcousticCalibration enabled data failed, errno 0", Access::Cut, kEnabledFile, Form::Line, ""},
-    {"AudioAC", "[getEnabled] fread AcousticCalibration enabled data failed, errno 0", Access::Cut, kEnabledFile, Form::Line, ""},
-    {"AudioAC", "[setEnabledData] write AcousticCalibration enabled data failed, errno {:i}", Access::Cut, kEnabledFile, Form::Line, ""},
-    {"AudioAC", "[readCalibratedData] fread failed, errno 0", Access::Cut, kCalibrationFile, Form::Line, ""},
-    {"AudioAC", "[getEnabled] fopen error", Access::Read, kEnabledFile, Form::Missing, ""},
-    {"AudioAC", "[getEnabled] end Return: {value:i}", Access::Read, kEnabledFile, Form::Byte, nullptr},
-    {"AudioAC", "[readCalibratedData] fopen failed, errno 2", Access::Read, kCalibrationFile, Form::Missing, ""},
-    {"MicControl", "[getMicGain] end:scale = {value:s}", Access::Read, kGainFile, Form::Line, nullptr},
+    {"AudioOutSp", "get tv position:{value:i}", Access::Read, Form::Line, kPosition, nullptr},
+    {"AudioOutSp", "get tv position:value = {value:i}, result = 0", Access::Read, Form::Line, kPosition, nullptr},
+    {"AudioOutSp", "set tv position:value = {value:i}, result = 0", Access::Write, Form::Line, kPosition, nullptr},
+    {"AudioOutSp", "[getSurroundType] end ret:{value:i}", Access::Read, Form::Line, kSurround, nullptr},
+    {"AudioOutSp", "[getDelay] end:ret = {value:i}", Access::Read, Form::Line, kDelayFile, nullptr},
+    {"hdmiaudio", "getArcDdCapability, caps = {value:ARC_DD_NONE|ARC_DD_PLUS|ARC_DD_ATMOS}", Access::Read, Form::Line, kArcDd, nullptr},
+    {"hdmiaudio", "getEarcDdCapability, caps = {value:EARC_DD_NONE|EARC_DD_PLUS|EARC_DD_ATMOS}", Access::Read, Form::Line, kEarcDd, nullptr},
+    {"hdmiaudio", "getArcMp4Capability, caps = {value:ARC_MP4AAC_NONE|ARC_MP4AAC_5_1|ARC_MP4AAC_7_1|ARC_MP4AAC_22_2}", Access::Read, Form::Line, kArcMp4, nullptr},
+    {"hdmiaudio", "getArcDdCapability, invalid value = {value:i}", Access::Read, Form::Line, kArcDd, nullptr},
+    {"hdmiaudio", "getEarcDdCapability, invalid value = {value:i}", Access::Read, Form::Line, kEarcDd, nullptr},
+    {"hdmiaudio", "getArcMp4Capability, invalid value = {value:i}", Access::Read, Form::Line, kArcMp4, nullptr},
+    {"hdmiaudio", "setArcDdCapability, call set API capas : {value:i}", Access::Write, Form::Line, kArcDd, nullptr},
+    {"hdmiaudio", "setArcMp4Capability, call set API capas : {value:i}", Access::Write, Form::Line, kArcMp4, nullptr},
+    {"hidlaudio", "[getForceEncodingEnabled] end ret:1", Access::Read, Form::Line, kMode, "0"},
+    {"hidlaudio", "[getForceEncodingEnabled] end ret:0", Access::Read, Form::Line, kMode, "2"},
+    {"hidlaudio", "[OutputExternal] set bitstream output mode {value:i},  result 0", Access::Write, Form::Line, kMode, nullptr},
+    {"hidlaudio", "[OutputExternal] set bitstream output mode {value:i},  result {:i}", Access::Read, Form::Word, kBitstreamModeFile, nullptr},
+    {"hidlaudio", "[OutputExternal] prev setting not exist. set bitstream output mode {value:i},  result 0", Access::Write, Form::Line, kMode, nullptr},
+    {"hidlaudio", "[OutputExternal] prev setting not exist. {:s}", Access::Read, Form::Missing, kBitstreamModeFile, ""},
+    {"hidlaudio", "[setForceEncodingEnabled] write(data={value:i}) ret = {:i}", Access::Write, Form::Line, kMode, nullptr},
+    {"hidlaudio", "[setForceEncodingEnabled] write(data={value:i}) ret = 4", Access::Write, Form::Word, kBitstreamModeFile, nullptr},
+    {"AudioAC", "[getEnabledOnBoot] open error", Access::Read, Form::Missing, kEnabledFile, ""},
+    {"AudioAC", "[getEnabledOnBoot] end Return: {value:i}", Access::Read, Form::Byte, kEnabledFile, nullptr},
+    {"AudioAC", "[getEnabledOnBoot] read AcousticCalibration enabled data failed, errno 0", Access::Cut, Form::Line, kEnabledFile, ""},
+    {"AudioAC", "[getEnabled] fread AcousticCalibration enabled data failed, errno 0", Access::Cut, Form::Line, kEnabledFile, ""},
+    {"AudioAC", "[setEnabledData] write AcousticCalibration enabled data failed, errno {:i}", Access::Cut, Form::Line, kEnabledFile, ""},
+    {"AudioAC", "[readCalibratedData] fread failed, errno 0", Access::Cut, Form::Line, kCalibrationFile, ""},
+    {"AudioAC", "[getEnabled] fopen error", Access::Read, Form::Missing, kEnabledFile, ""},
+    {"AudioAC", "[getEnabled] end Return: {value:i}", Access::Read, Form::Byte, kEnabledFile, nullptr},
+    {"AudioAC", "[readCalibratedData] fopen failed, errno 2", Access::Read, Form::Missing, kCalibrationFile, ""},
+    {"MicControl", "[getMicGain] end:scale = {value:s}", Access::Read, Form::Line, kGainFile, nullptr},
 };
 
 /** A line that shows whether the TV has a back-end controller. */

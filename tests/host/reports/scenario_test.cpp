@@ -264,12 +264,13 @@ TEST(Records, AreAuthoritativeForClientsAndArguments) {
     const std::string delay = "client app IAcousticCalibration.setSmoothDelay {\"delays\":[1.5,2]}\n";
     EXPECT_EQ(afterBoot(makeFrom({{"calls.jsonl", kRecord}})), client + delay);
     const std::string log =
-        logOf({kStart, "hdmiaudio: set callback", "AudioAC : [setSmoothDelay] start",
+        logOf({kStart, "hdmiaudio: set callback", "hdmiaudio: Monitored process died",
+               "AudioAC : [setSmoothDelay] start",
                "AudioAC : [setCalibratedDataToBeCtrl] MTDRVCUST_dcustom_cust_spec_set failed!!(-2)",
                "AudioAC : [setSmoothDelay] end Return: -2", "MicControl: [getMicDevices] start"});
     EXPECT_EQ(afterBoot(makeFrom({{"calls.jsonl", kRecord}, {"log.txt", log}})),
-              client + "tv fault MTDRVCUST_dcustom_cust_spec_set -2 1\n" + delay +
-                  "client app IMicControl.getMicDevices\n");
+              client + "await Monitored process died\ntv fault MTDRVCUST_dcustom_cust_spec_set -2 1\n" +
+                  delay + "client app IMicControl.getMicDevices\n");
 }
 
 }  // namespace
