@@ -3,6 +3,7 @@
 
 import random
 import subprocess
+import time
 from dataclasses import dataclass
 
 import hidlaudio
@@ -147,6 +148,7 @@ def callback_kept(s):
         s.app(name).kill()
         s.tv.log.wait_for("Monitored process died", after=mark)
         del s._apps[name]
+        time.sleep(0.3)  # the tester looks at the TV
     s.chat(2)
     s.audioctl("hdmi", "set", "ARC_DD_PLUS")
 
