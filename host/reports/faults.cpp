@@ -194,7 +194,8 @@ class FaultFinder {
         if (error == ENOENT && !isTuning) return "";
         if (error == 0) {
             notes_.unknown.push_back(
-                {line.place, std::string("a short result of ") + row.function + " is not injected"});
+                {line.place,
+                 std::string(row.function) + " met the end of the file, or was short; that is not injected"});
             return "";
         }
         const char* const name = strerrorname_np(error);

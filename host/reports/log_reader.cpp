@@ -49,6 +49,15 @@ bool startsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
 }
 
+/**
+ * Returns whether a line of the daemon's process is kept. The libraries of a TV log other lines than those of
+ * a virtual TV, whose middleware has a tag of its own.
+ */
+bool isKeptTag(const LogLine& line) {
+    return isDaemonTag(line.tag) || line.tag == "middleware" ||
+           (line.tag == "libc" && startsWith(line.text, "Fatal signal"));
+}
+
 bool namesDaemonTag(std::string_view text) {
     return std::any_of(std::begin(kDaemonTags), std::end(kDaemonTags),
                        [text](std::string_view tag) { return text.find(tag) != std::string_view::npos; });
@@ -78,7 +87,9 @@ void LogReader::add(std::string_view text) {
         if (isKnown) addOmission(line);
         return;
     }
-    if (isKnown || (isDaemonTag(line.tag) && isDaemonText(line.tag, line.text))) addLogLine(line);
+    const bool isOurs =
+        isKnown ? isKeptTag(line) : isDaemonTag(line.tag) && isDaemonText(line.tag, line.text);
+    if (isOurs) addLogLine(line);
     if (line.text.find(kProgram) != std::string_view::npos) addEnd(line);
 }
 

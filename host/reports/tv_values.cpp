@@ -39,7 +39,8 @@ constexpr std::pair<const char*, const char*> kFactoryValues[] = {
 };
 
 enum class Form { Line, Byte, Word, Missing };
-enum class Access { Read, Write };
+/** `Cut`: a read has met the end of the file, or a write has failed. */
+enum class Access { Read, Write, Cut };
 
 /** A line that shows a value. */
 struct ValueRow {
@@ -76,6 +77,10 @@ constexpr ValueRow kValues[] = {
     {"hidlaudio", "[setForceEncodingEnabled] write(data={value:i}) ret = 4", Access::Write, kBitstreamModeFile, Form::Word, nullptr},
     {"AudioAC", "[getEnabledOnBoot] open error", Access::Read, kEnabledFile, Form::Missing, ""},
     {"AudioAC", "[getEnabledOnBoot] end Return: {value:i}", Access::Read, kEnabledFile, Form::Byte, nullptr},
+    {"AudioAC", "[getEnabledOnBoot] read AcousticCalibration enabled data failed, errno 0", Access::Cut, kEnabledFile, Form::Line, ""},
+    {"AudioAC", "[getEnabled] fread AcousticCalibration enabled data failed, errno 0", Access::Cut, kEnabledFile, Form::Line, ""},
+    {"AudioAC", "[setEnabledData] write AcousticCalibration enabled data failed, errno {:i}", Access::Cut, kEnabledFile, Form::Line, ""},
+    {"AudioAC", "[readCalibratedData] fread failed, errno 0", Access::Cut, kCalibrationFile, Form::Line, ""},
     {"AudioAC", "[getEnabled] fopen error", Access::Read, kEnabledFile, Form::Missing, ""},
     {"AudioAC", "[getEnabled] end Return: {value:i}", Access::Read, kEnabledFile, Form::Byte, nullptr},
     {"AudioAC", "[readCalibratedData] fopen failed, errno 2", Access::Read, kCalibrationFile, Form::Missing, ""},
@@ -143,7 +148,7 @@ std::string lineFor(const std::string& path, const std::string& content) {
                content.substr(0, content.size() - 1);
     }
     if (path == kTuningFile) return "file " + path + " copy aqda.bin";
-    return "file " + path + " hex " + toHex(content);
+    return "file " + path + " hex" + (content.empty() ? "" : " " + toHex(content));
 }
 
 std::string factoryValue(const std::string& path) {
@@ -242,7 +247,10 @@ void TvValues::observe(const DaemonLine& line, int context, AllSurroundings& sur
     for (const ValueRow& row : kValues) {
         const std::optional<std::string> content = contentOf(row, line);
         if (!content) continue;
-        if (row.access == Access::Write) {
+        if (row.access == Access::Cut) {
+            if (current_.try_emplace(row.path, "").second) cut_[row.path] = line.place;
+            current_[row.path] = "";
+        } else if (row.access == Access::Write) {
             noteWritten(row.path, *content);
         } else {
             noteRead(row.path, *content, line, context, surroundings);
@@ -260,11 +268,13 @@ void TvValues::noteRead(const std::string& path, const std::string& content, con
     const auto found = current_.find(path);
     const bool isFirst = found == current_.end();
     if (!isFirst && found->second == content) return;
-    // The daemon creates the file of the switch if it does not exist.
-    if (!isFirst && found->second == kMissing && path == kEnabledFile &&
-        content == contentOf(Form::Byte, 0)) {
-        current_[path] = content;
-        return;
+    if (!isFirst && path == kEnabledFile && content == contentOf(Form::Byte, 0)) {
+        // An empty file is read as 0. The daemon creates the file of the switch if it does not exist.
+        if (found->second.empty()) return;
+        if (found->second == kMissing) {
+            current_[path] = content;
+            return;
+        }
     }
     current_[path] = content;
     if (isFirst) {
@@ -315,6 +325,11 @@ std::vector<std::string> TvValues::initialLines() {
         if (initial_.count(path) > 0 || written_[path] || !isUsable(path, known.value)) continue;
         initial_[path] = known.value;
         notes.push_back({known.place, path + " is that of the report, since no call has changed it"});
+    }
+    for (const auto& [path, place] : cut_) {
+        if (initial_.count(path) > 0) continue;
+        initial_[path] = "";
+        unknown.push_back({place, path + " is cut, but is not in the report; assumed: it is empty"});
     }
     addCalibration();
     std::vector<std::string> lines;

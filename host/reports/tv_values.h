@@ -52,6 +52,7 @@ class TvValues {
     const Report& report_;
     std::map<std::string, std::string> current_;  // by path; the content of a missing file is kMissing
     std::map<std::string, std::string> initial_;
+    std::map<std::string, Place> cut_;     // files that were too short at their first use
     std::map<std::string, bool> written_;  // whether a call has changed it
     std::optional<Note> enabledAtBoot_;    // the first start applied a stored calibration
 };

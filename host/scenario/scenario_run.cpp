@@ -297,6 +297,12 @@ void runLines(Run& run) {
 
 }  // namespace
 
+bool isCrash(const std::string& problem) {
+    constexpr const char* kStarts[] = {"crash:", "start: hidlaudio was ended", "start: hidlaudio ended"};
+    return std::any_of(std::begin(kStarts), std::end(kStarts),
+                       [&](const char* start) { return problem.rfind(start, 0) == 0; });
+}
+
 RunResult runScenario(const Scenario& scenario, const RunSetup& setup) {
     Run run(scenario, setup);
     try {

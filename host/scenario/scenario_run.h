@@ -44,4 +44,7 @@ struct RunSetup {
 /** Runs the scenario on a copy of the model. Stops all processes, but keeps the folder. */
 RunResult runScenario(const Scenario& scenario, const RunSetup& setup);
 
+/** Returns whether a violation of RunResult::problems is that the daemon ended by itself. */
+bool isCrash(const std::string& problem);
+
 }  // namespace hidlaudio::host

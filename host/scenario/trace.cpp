@@ -24,6 +24,14 @@ std::string withoutAddresses(const std::string& text) {
     return std::regex_replace(text, address, "ADDRESS");
 }
 
+/** The lines about a crash name addresses and threads, so all of them are the same. */
+const TraceLine kCrash{"crash", "F the daemon crashed"};
+
+/** Returns whether the line is the platform's about a crash, from the daemon's process. */
+bool isCrashLine(const std::string& text) {
+    return text.rfind("F libc", 0) == 0 && text.find(": Fatal signal ") != std::string::npos;
+}
+
 std::string answerText(const std::string& interface, const std::string& method, const std::string& answer) {
     return interface.substr(interface.rfind(':') + 1) + "." + method + " -> " + answer;
 }
@@ -153,7 +161,9 @@ std::string readLogTrace(const std::string& path, Trace& trace) {
     for (std::string line; std::getline(file, line);) {
         std::smatch parts;
         if (std::regex_match(line, parts, threadtime())) {
-            trace.push_back({parts[1].str() + " " + parts[2].str(), withoutAddresses(parts[3])});
+            const std::string text = parts[3];
+            const std::string lane = parts[1].str() + " " + parts[2].str();
+            trace.push_back(isCrashLine(text) ? kCrash : TraceLine{lane, withoutAddresses(text)});
         } else if (!trace.empty() && !line.empty()) {
             trace.back().text += "\n" + line;
         }
@@ -197,6 +207,12 @@ Trace answersOf(const Scenario& scenario, const RunResult& result) {
             trace.push_back({"callbacks of " + client, "callback " + call.substr(call.find('.') + 1)});
     }
     return trace;
+}
+
+void addCrashes(const std::vector<std::string>& problems, Trace& trace) {
+    for (const std::string& problem : problems) {
+        if (isCrash(problem)) trace.push_back(kCrash);
+    }
 }
 
 std::optional<Difference> firstDifference(const Trace& given, const Trace& actual) {

@@ -32,6 +32,9 @@ bool isRecord(const std::string& path);
 /** Returns the answers to the calls of a scenario's clients and the calls to their callbacks. */
 Trace answersOf(const Scenario& scenario, const RunResult& result);
 
+/** Adds a line to the trace of a log for each crash among the violations of a run, as a TV logs it. */
+void addCrashes(const std::vector<std::string>& problems, Trace& trace);
+
 /** The first difference of two traces. */
 struct Difference {
     size_t given = 0;   // index of the line without equal, or the number of lines

@@ -20,11 +20,12 @@ SLOW_RATE = 40000  # bytes per second of the controller
 
 @dataclass(frozen=True)
 class Story:
-    """`extras` are the files of the report beside the log: data, dump, record."""
+    """`extras` are the files of the report beside the log: data, dump, record. The TV is booted unless `is_off`."""
     act: object
     style: Style
     extras: tuple = ()
     crashes: bool = False
+    is_off: bool = False
 
 
 class Session:
@@ -120,13 +121,19 @@ def retry_skipped(s):
     s.chat(5)
 
 
-def hal_asked_once(s):
-    s.tv.shutdown()
-    del s.tv.files["log/hidlaudio.log"]
-    s.tv.fault("openPrimaryDevice", 1, count=1)
+def gain_without_hal(s):
+    s.tv.fault("openPrimaryDevice", 1)
     s.tv.boot()
-    s.chat(10)
-    s.audioctl("mic", "gain", "0.5")
+    for _ in range(3):
+        s.app("player").speaker.get_tv_position()
+        s.app("settings").mic.get_mic_devices()
+        s.app("settings").mic.set_mic_gain(BUILT_IN_MIC, 0.5)
+        s.audioctl("center", "show")
+    s.tv.expect_end("hidlaudio")
+    try:
+        s.app("settings").mic.get_mic_gain(BUILT_IN_MIC)
+    except HidlError:
+        pass
 
 
 def callback_kept(s):
@@ -214,9 +221,10 @@ STORIES = {
     "calibration_offset_stays_after_refusal": Story(offset_stays, Style(brief=True)),
     "external_mode_lost_on_restart": Story(mode_lost, Style(headers=True), ("data",)),
     "external_retry_skipped": Story(retry_skipped, Style(year=True, lossy=True)),
-    "hal_asked_only_once": Story(hal_asked_once, Style(headers=True, lossy=True)),
     "hdmi_callback_kept_after_death": Story(callback_kept, Style(headers=True), ("record",)),
     "hdmi_null_callback_crashes": Story(null_callback, Style(bugreport=True), crashes=True),
+    "mic_gain_without_hal_crashes": Story(gain_without_hal, Style(headers=True, lossy=True), crashes=True,
+                                          is_off=True),
     "virtualizer_append_bound": Story(append_bound, Style(bugreport=True), ("record",)),
     "virtualizer_buffer_count_leaks": Story(buffers_leak, Style(brief=True, headers=True)),
     "virtualizer_discard_does_not_wait": Story(discard_does_not_wait, Style(year=True), ("dump",)),

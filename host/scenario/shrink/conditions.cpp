@@ -66,12 +66,6 @@ std::string parseMatcher(const std::string& text, Matcher& matcher) {
     return "";
 }
 
-bool isCrash(const std::string& problem) {
-    constexpr const char* kStarts[] = {"crash:", "start: hidlaudio was ended", "start: hidlaudio ended"};
-    return std::any_of(std::begin(kStarts), std::end(kStarts),
-                       [&](const char* start) { return problem.rfind(start, 0) == 0; });
-}
-
 std::string parseCrash(const std::string&, Condition& condition) {
     condition = [](const FinishedRun& run) { return anyOf(run.result.problems, isCrash); };
     return "";

@@ -11,6 +11,7 @@
 #include "host/stress/commands.h"
 #include "soak_plan.h"
 #include "soak_run.h"
+#include "soak_shrink.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -39,7 +40,7 @@ int report(const SoakOptions& options, const SoakResult& result) {
     return result.problems.empty() ? kDone : fail(std::to_string(result.problems.size()) + " violations");
 }
 
-int run(const SoakOptions& options) {
+int run(const SoakOptions& options, const std::string& shrinkFolder) {
     const Interrupt interrupt;
     const ScratchFolder folder(kParametersSize);
     if (folder.path().empty()) return fail("cannot create a temporary folder");
@@ -51,7 +52,11 @@ int run(const SoakOptions& options) {
         result.problems.emplace_back("the soak process crashed");
         if (json.is_object()) result = json.get<SoakResult>();
     };
-    return runAll(pool, interrupt) ? report(options, result) : fail("interrupted");
+    if (!runAll(pool, interrupt)) return fail("interrupted");
+    const int status = report(options, result);
+    if (result.problems.empty() || shrinkFolder.empty()) return status;
+    const std::string problem = shrinkSoak(options, result, folder.path() + "/tv", shrinkFolder, interrupt);
+    return problem.empty() ? status : fail(problem);
 }
 
 /** Adds an option with a whole number. */
@@ -68,6 +73,7 @@ void addNumber(CLI::App* command, const char* name, Number& value, uint64_t leas
 void addSoak(CLI::App& app, int& status) {
     const auto options = std::make_shared<SoakOptions>();
     const auto plan = std::make_shared<unsigned>(0);
+    const auto shrinkFolder = std::make_shared<std::string>();
     options->seed = std::random_device()();
     CLI::App* command =
         app.add_subcommand("soak", "Run random clients on a TV for hours and check the daemon");
@@ -105,13 +111,20 @@ void addSoak(CLI::App& app, int& status) {
     command->add_flag("--restarts", options->restarts,
                       "Kill and restart the daemon at the end of each fifth of the\n"
                       "time, and do not compare its memory, descriptors and threads");
+    command
+        ->add_option("--shrink", *shrinkFolder,
+                     "After a violation, write the TV's log and a scenario made of\n"
+                     "it to a new folder in DIR, and after a crash or a hang also the\n"
+                     "shortest scenario that shows it. See `tv shrink`")
+        ->type_name("DIR")
+        ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
     addNumber(command, "--plan", *plan, 1, 1000000, "N",
               "Only print the first N decisions, 1 to 1000000, of each client;\n"
               "0 stands for the environment (controller, faults, audio HAL)");
-    command->callback([options, plan, &status] {
+    command->callback([options, plan, shrinkFolder, &status] {
         printf("seed %llu\n", static_cast<unsigned long long>(options->seed));
         flushOutput();
-        status = *plan != 0 ? printPlan(*options, *plan) : run(*options);
+        status = *plan != 0 ? printPlan(*options, *plan) : run(*options, *shrinkFolder);
     });
 }
 

@@ -4,19 +4,19 @@
 
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/program/output_file.h"
-#include "host/program/parse_number.h"
 #include "host/program/split_text.h"
 #include "host/program/terminal.h"
 #include "host/reports/report_files.h"
 #include "host/reports/scenario.h"
+#include "host/reports/scenario_files.h"
 #include "host/tv/commands.h"
 #include "host/tv/processes/child.h"
 #include "host/tv/processes/programs.h"
+#include "host/tv/state/tv_state.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 
@@ -56,14 +56,6 @@ std::string runTv(const std::string& tv, std::vector<std::string> words) {
     return status == 0 ? "" : "tv " + words[3] + " " + describe(status);
 }
 
-std::string bytesOf(const std::string& digits) {
-    std::string bytes;
-    for (size_t i = 0; i + 1 < digits.size(); i += 2)
-        bytes +=
-            static_cast<char>(parseNumber<uint8_t>(std::string_view(digits).substr(i, 2), 16).value_or(0));
-    return bytes;
-}
-
 /** Writes a file as the line `file PATH hex DIGITS` or `file PATH copy NAME` does. */
 std::string writeTvFile(const std::string& tv, const std::vector<std::string>& words,
                         const MadeScenario& scenario) {
@@ -72,7 +64,8 @@ std::string writeTvFile(const std::string& tv, const std::vector<std::string>& w
     fs::create_directories(fs::path(path).parent_path(), error);
     if (error) return path + ": " + error.message();
     const std::string argument = words.size() > 3 ? words[3] : "";
-    return writeOutputFile(path, words[2] == "copy" ? scenario.files.at(argument) : bytesOf(argument));
+    return writeOutputFile(path,
+                           words[2] == "copy" ? scenario.files.at(argument) : fromHex(argument).value_or(""));
 }
 
 /** Makes a TV in the state of the scenario before the first start. */
@@ -86,29 +79,15 @@ std::string makeTvOf(const MadeScenario& scenario, const std::string& tv) {
 }
 
 std::string writeFiles(const MadeScenario& scenario, const std::string& folder) {
-    std::vector<std::pair<std::string, const std::string*>> files{{"report.scenario", &scenario.text},
-                                                                  {"notes.txt", &scenario.notes}};
-    if (!scenario.log.empty()) files.emplace_back("report.log", &scenario.log);
-    for (const auto& [name, content] : scenario.files) files.emplace_back(name, &content);
-    for (const auto& [name, content] : files) {
-        const std::string problem = writeOutputFile(folder + "/" + name, *content);
-        if (!problem.empty()) return problem;
-    }
-    for (const auto& [name, source] : scenario.sources) {
-        std::error_code error;
-        fs::copy_file(source, fs::path(folder) / name, error);
-        if (error) return source + ": " + error.message();
-    }
-    return makeTvOf(scenario, folder + "/tv");
+    const std::string problem = writeScenarioFiles(scenario, folder);
+    return problem.empty() ? makeTvOf(scenario, folder + "/tv") : problem;
 }
 
 void printSummary(const MadeScenario& scenario, const std::string& folder) {
     printf("calls: %zu\nboots: %zu\nclients: %zu\nfaults: %zu\nassumptions: %zu\nwarnings: %zu\n",
            scenario.calls, scenario.boots, scenario.clients, scenario.faults, scenario.assumptions,
            scenario.warnings);
-    const std::string against = scenario.log.empty() ? "" : " --against " + folder + "/report.log";
-    printf("notes: %s/notes.txt\nnext: tv replay %s/report.scenario%s\n", folder.c_str(), folder.c_str(),
-           against.c_str());
+    printf("notes: %s/notes.txt\nnext: tv replay %s/%s\n", folder.c_str(), folder.c_str(), kScenarioFile);
 }
 
 int fromReport(const Options& options) {

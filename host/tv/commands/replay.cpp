@@ -8,6 +8,9 @@
 #include <memory>
 
 #include "host/program/terminal.h"
+#include "host/reports/report_files.h"
+#include "host/reports/scenario.h"
+#include "host/reports/scenario_files.h"
 #include "host/scenario/harness/scratch_folder.h"
 #include "host/scenario/harness/worker_pool.h"
 #include "host/scenario/trace.h"
@@ -61,7 +64,9 @@ std::string replayIn(const std::string& folder, const Options& options, const Sc
     if (!result.is_object()) return "the process of the run crashed";
     replay.problems = result["problems"].get<std::vector<std::string>>();
     for (const auto& line : result["answers"]) replay.answers.push_back({line[0], line[1]});
-    return readLogTrace(folder + "/tv/log/hidlaudio.log", replay.log);
+    std::string problem = readLogTrace(folder + "/tv/log/hidlaudio.log", replay.log);
+    addCrashes(replay.problems, replay.log);
+    return problem;
 }
 
 void printSide(const char* name, const char* mark, const Trace& trace, size_t at) {
@@ -84,10 +89,27 @@ int report(const Trace& given, const Trace& actual) {
     return kFailed;
 }
 
-/** Returns the file that the run is compared with, or "": the log beside the scenario, unless one is given.
+/** Makes a scenario from a record, in `folder`, and reads it. Returns an error message, or "". */
+std::string readRecordedScenario(const std::string& record, const std::string& folder, Scenario& scenario) {
+    Report report;
+    MadeScenario made;
+    std::string problem = readReportFiles({record}, report);
+    if (problem.empty()) problem = makeScenario(report, made);
+    if (problem.empty()) {
+        std::error_code error;
+        fs::create_directory(folder, error);
+        problem = error ? fileError(folder, error.value()) : writeScenarioFiles(made, folder);
+    }
+    return problem.empty() ? readScenario(folder + "/" + kScenarioFile, scenario) : problem;
+}
+
+/**
+ * Returns the file that the run is compared with, or "". Unless one is given, this is the record itself or
+ * the log beside the scenario.
  */
 std::string baselineOf(const Options& options, const Scenario& scenario) {
     if (!options.against.empty()) return options.against;
+    if (isRecord(options.scenario)) return options.scenario;
     const std::string log = fs::path(scenario.path).replace_extension(".log");
     std::error_code ignored;
     return fs::is_regular_file(log, ignored) ? log : "";
@@ -112,27 +134,29 @@ std::string keepTv(const std::string& root) {
     return "";
 }
 
+std::string readBaseline(const std::string& path, Trace& trace) {
+    return isRecord(path) ? readRecordTrace(path, trace) : readLogTrace(path, trace);
+}
+
 int replay(const Options& options) {
-    Scenario scenario;
-    if (const std::string problem = readScenario(options.scenario, scenario); !problem.empty())
-        return fail(problem, kWrongUsage);
-    const std::string baseline = baselineOf(options, scenario);
-    const bool hasRecord = !baseline.empty() && isRecord(baseline);
-    Trace given;
-    if (!baseline.empty()) {
-        const std::string problem =
-            hasRecord ? readRecordTrace(baseline, given) : readLogTrace(baseline, given);
-        if (!problem.empty()) return fail(problem, kWrongUsage);
-    }
     const ScratchFolder scratch(kParametersSize);
     if (scratch.path().empty()) return fail("cannot create a temporary folder");
+    Scenario scenario;
+    std::string problem = isRecord(options.scenario)
+                              ? readRecordedScenario(options.scenario, scratch.path() + "/record", scenario)
+                              : readScenario(options.scenario, scenario);
+    if (!problem.empty()) return fail(problem, kWrongUsage);
+    const std::string baseline = baselineOf(options, scenario);
+    Trace given;
+    if (!baseline.empty()) problem = readBaseline(baseline, given);
+    if (!problem.empty()) return fail(problem, kWrongUsage);
     const std::string folder = scratch.path() + "/run";
     Replay run;
-    std::string problem = replayIn(folder, options, scenario, scratch, run);
+    problem = replayIn(folder, options, scenario, scratch, run);
     if (problem.empty() && options.keep) problem = keepTv(folder + "/tv");
     if (!problem.empty()) return fail(problem);
     if (baseline.empty()) return reportProblems(run, scenario.lines.size());
-    return report(given, hasRecord ? run.answers : run.log);
+    return report(given, isRecord(baseline) ? run.answers : run.log);
 }
 
 }  // namespace
@@ -142,13 +166,16 @@ void addReplay(CLI::App& app, int& status) {
     CLI::App* command =
         app.add_subcommand("replay", "Run a scenario and find its first difference from a log");
     command->footer(
-        "Runs the scenario on a temporary TV and compares the daemon's log, or the answers to its clients,\n"
-        "with a given log or record. Prints the first line that differs, both sides of it, and the lines\n"
+        "Runs the scenario, or the calls of a record, on a temporary TV and compares the daemon's log,\n"
+        "or the answers to its clients, with a given log or record. Prints the first line that differs, both "
+        "sides of it, and the lines\n"
         "before it. Times, addresses, and numbers of processes and threads are no difference, nor is the\n"
         "order of lines of different threads.\n"
         "\n"
-        "Without --against, the baseline is the file with the suffix .log beside the scenario, which\n"
-        "`tv from-report` writes. Without such a file, only violations are reported, such as a crash.\n"
+        "Without --against, the baseline is the record itself, or the file with the suffix .log beside the\n"
+        "scenario, which `tv from-report` writes. Without such a file, only violations are reported, such "
+        "as\n"
+        "a crash.\n"
         "`tv_stress sweep --help` describes the format of scenarios.\n"
         "\n"
         "Exit status:\n"
@@ -159,12 +186,14 @@ void addReplay(CLI::App& app, int& status) {
         "Examples:\n"
         "  tv replay fault/report.scenario\n"
         "  tv replay fault/report.scenario --against fault/logcat.txt --keep\n"
+        "  tv replay calls.jsonl\n"
         "  tv replay fault/report.scenario --daemon fixed/build/bin/hidlaudio");
     const auto notEmpty = [](const std::string& given) {
         return given.empty() ? "FILE must not be empty" : "";
     };
     command
-        ->add_option("SCENARIO", options->scenario, "Path of the scenario, or a name from the sweep's list")
+        ->add_option("SCENARIO", options->scenario,
+                     "Path of the scenario or record, or a name from the sweep's list")
         ->type_name("")
         ->required()
         ->check(notEmpty);

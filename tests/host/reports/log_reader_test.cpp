@@ -39,11 +39,12 @@ TEST(LogLine, EachFormatHasTheSameParts) {
 }
 
 TEST(ReportReader, KeepsOnlyTheDaemonsLinesOnce) {
-    const std::string ours = logOf({kStart, "hidlaudio: [CenterSpeaker] start", "libc    : x"});
+    const std::string ours = logOf({kStart, "hidlaudio: [CenterSpeaker] start", "libc    : Fatal signal 6"});
+    const std::string library = logOf({"HidlSupport: x"});
     const std::string others = logOf({"hidlaudio_app: x", "MicControl: unrelated"}, 700);
     const std::string again = logOf({"hidlaudio: [getForceEncodingEnabled] start"}, 600, 3);
     const Made made =
-        makeFrom({{"main.txt", "--------- beginning of main\n" + others + ours},
+        makeFrom({{"main.txt", "--------- beginning of main\n" + others + ours + library},
                   {"bugreport.txt", "------ SYSTEM LOG (logcat -v threadtime) ------\n" + ours + again +
                                         "------ LAST LOGCAT (logcat -L) ------\n" + ours}});
     EXPECT_EQ(made.problem, "");

@@ -198,6 +198,19 @@ TEST(State, IsThatOfTheFirstReads) {
         << "another component of the TV has changed the value";
 }
 
+TEST(State, CutFileIsEmptyUnlessTheReportHasIt) {
+    const std::string log =
+        logOf({kStart, "AudioAC : [getEnabled] start",
+               "AudioAC : [getEnabled] fread AcousticCalibration enabled data failed, errno 0",
+               "AudioAC : [getEnabled] end Return: 0", "AudioAC : [setEnabled] start enable:1",
+               "AudioAC : [readCalibratedData] fread failed, errno 0"});
+    const Made made = makeFrom({{"log.txt", log}, {"data/aud_ac.data", "FL"}});
+    EXPECT_EQ(beforeBoot(made),
+              "tv init --model be\nfile /data/vendor/tovi/hidlaudio/aud_ac.data hex 464c\n"
+              "file /data/vendor/tovi/hidlaudio/aud_ac_enabled.data hex\n");
+    EXPECT_THAT(afterBoot(made), Not(HasSubstr("file ")));
+}
+
 TEST(State, FilesOfTheReportCountUnlessACallHasChangedThem) {
     const std::string enabled("\1", 1);
     const std::string log =
