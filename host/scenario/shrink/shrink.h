@@ -17,14 +17,16 @@ struct Rate {
     unsigned runs = 0;
 };
 
+// NOLINTBEGIN(readability-redundant-member-init): for g++
 struct ShrinkOptions {
     std::vector<std::string> until;  // conditions that a run must show, all of them
-    std::string daemon;              // path of the daemon's program; "" for that of this program's folder
+    std::string daemon{};            // path of the daemon's program; "" for that of this program's folder
     unsigned jobs = 0;               // concurrent runs; 0 for two per processor
     unsigned tries = 0;              // runs of a scenario; 0 for the default
     /** Called after each run with the number of lines left and of all runs so far. */
-    std::function<void(size_t lines, unsigned runs)> progress;
+    std::function<void(size_t lines, unsigned runs)> progress{};
 };
+// NOLINTEND(readability-redundant-member-init)
 
 struct ShrinkResult {
     enum class Outcome {

@@ -9,7 +9,7 @@ namespace {
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/** The daemon writes its first file at `external set off`. Its client calls the microphone's service. */
+/** The daemon's second write is that of `external set off`. */
 constexpr char kSettings[] =
     "# Several settings\n"
     "tv init --model standard --centre-input\n"
@@ -54,10 +54,16 @@ TEST_F(Shrink, ShortestScenarioIsFound) {
     EXPECT_THAT(different.out, HasSubstr("\naudioctl external set off\n"));
 
     const Outcome file =
-        runHere({"shrink", scenario_, "--until", "command:grep -q . /dev/null || test -e room.json",
-                 "--until", "problem", "--output", folder_ / "out/short.scenario"});
-    EXPECT_EQ(file.status, 1) << file.out;
-    EXPECT_THAT(file.err, HasSubstr("does not show the condition in any of 3 runs"));
+        runHere({"shrink", scenario_, "--until", "command:test -e \"$HIDLAUDIO_TV/data/copied\"", "--output",
+                 folder_ / "out/short.scenario"});
+    EXPECT_EQ(file.status, 0) << file.err;
+    EXPECT_THAT(contentOf(folder_ / "out/short.scenario"), HasSubstr("\nfile /data/copied copy room.json\n"));
+    EXPECT_THAT(file.err, HasSubstr("beside it: room.json\n"));
+
+    makeFile(scenario_, "tv config\n");
+    const Outcome none = runHere({"shrink", scenario_, "--until", "problem"});
+    EXPECT_EQ(none.status, 1) << none.out;
+    EXPECT_THAT(none.err, HasSubstr("does not show the condition in any of 3 runs"));
     EXPECT_THAT(leftBehind(), IsEmpty());
 }
 
