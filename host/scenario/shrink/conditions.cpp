@@ -254,7 +254,8 @@ std::string parseCondition(const std::string& text, Condition& condition) {
     for (const ConditionKind& kind : kKinds) {
         if (text.substr(0, colon) != kind.name) continue;
         const bool isGiven = colon != std::string::npos;
-        if (kind.argument == Argument::None && isGiven) return text + ": `" + kind.name + "` has no argument";
+        if (kind.argument == Argument::None && isGiven)
+            return std::string("`") + kind.name + "` has no argument";
         if (kind.argument == Argument::Required && argument.empty()) return text + ": expected " + kind.forms;
         const std::string problem = kind.parse(argument, condition);
         return problem.empty() ? "" : text + ": " + problem;
@@ -269,7 +270,7 @@ std::string conditionKinds() {
         std::string column = kind.forms;
         for (const std::string& line : splitLines(kind.meaning)) {
             column.resize(kWidth, ' ');
-            all += (all.empty() ? "  " : "\n  ") + column + line;
+            all.append(all.empty() ? "  " : "\n  ").append(column).append(line);
             column.clear();
         }
     }

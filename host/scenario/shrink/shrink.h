@@ -17,6 +17,7 @@ struct Rate {
     unsigned runs = 0;
 };
 
+// NOLINTBEGIN(readability-redundant-member-init): for g++
 struct ShrinkOptions {
     std::vector<std::string> until;  // conditions that a run must show, all of them
     std::string daemon{};            // path of the daemon's program; "" for that of this program's folder
@@ -25,6 +26,7 @@ struct ShrinkOptions {
     /** Called after each run with the number of lines left and of all runs so far. */
     std::function<void(size_t lines, unsigned runs)> progress{};
 };
+// NOLINTEND(readability-redundant-member-init)
 
 struct ShrinkResult {
     enum class Outcome {

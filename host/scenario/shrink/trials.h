@@ -67,9 +67,8 @@ class Trials {
     const std::vector<Condition>& conditions_;
     const Interrupt& interrupt_;
     const ScratchFolder scratch_{kParametersSize};
-    std::map<std::vector<std::string>, std::string>
-        models_{};                         // by options of `tv init`; "" if they are wrong
-    std::map<std::string, bool> known_{};  // whether a scenario shows the condition
+    std::map<std::vector<std::string>, std::string> models_;  // by options of `tv init`; "" if they are wrong
+    std::map<std::string, bool> known_;                       // whether a scenario shows the condition
     const unsigned jobs_;
     size_t lines_ = 0;  // of the best scenario
     unsigned tries_ = 1;

@@ -35,7 +35,7 @@ std::string copyFiles(const Scenario& scenario, const std::string& folder) {
         std::error_code error;
         fs::create_directories((folder / fs::path(file)).parent_path(), error);
         fs::copy_file(source / file, folder / fs::path(file), fs::copy_options::skip_existing, error);
-        if (error) return folder + "/" + file + ": " + error.message();
+        if (error) return (folder / fs::path(file)).string() + ": " + error.message();
     }
     return "";
 }
@@ -53,7 +53,10 @@ std::string shrinkFinding(const Finding& finding, const std::string& folder, uns
     const std::string text = withFaultLine(finding.scenario, finding.row);
     if (std::string problem = parseScenario(finding.scenario.path, text, scenario); !problem.empty())
         return problem;
-    const ShrinkResult result = shrink(scenario, {{"problem:" + finding.row.flags[0]}, "", jobs}, interrupt);
+    ShrinkOptions options;
+    options.until = {"problem:" + finding.row.flags[0]};
+    options.jobs = jobs;
+    const ShrinkResult result = shrink(scenario, options, interrupt);
     if (!result.problem.empty()) return result.problem;
     if (result.outcome == ShrinkResult::Outcome::Interrupted) return "interrupted";
     if (result.outcome == ShrinkResult::Outcome::NotShown)

@@ -63,8 +63,12 @@ int finish(const Options& options, const ShrinkResult& result, double seconds) {
         return fail(isInterrupted ? "interrupted"
                                   : "the scenario does not show the condition in any of " +
                                         std::to_string(result.before.runs) + " runs");
-    const std::string problem = writeOutputFile(options.output, scenarioText(result.scenario));
-    if (!problem.empty()) return fail(problem);
+    const std::string text = scenarioText(result.scenario);
+    const std::string problem = writeOutputFile(options.output, text);
+    if (!problem.empty()) {
+        fputs(text.c_str(), stdout);  // the search may have taken hours
+        return fail(problem);
+    }
     printSummary(result, seconds);
     noteFiles(options, result.scenario);
     return isInterrupted ? fail("interrupted; the scenario is the shortest so far") : kDone;

@@ -79,7 +79,7 @@ TEST_F(Conditions, WrongConditionsAreRefused) {
     const std::pair<const char*, const char*> rows[] = {
         {"", "\"\" is not a condition. The conditions are:\n  crash "},
         {"craash", "\"craash\" is not a condition"},
-        {"crash:", "crash:: `crash` has no argument"},
+        {"crash:", "`crash` has no argument"},
         {"log", "log: expected log:TEXT"},
         {"log:/a(/", "log:/a(/: /a(/: Unmatched ( "},
         {"file:/data/a", "file:/data/a: expected file:PATH=HEX"},
