@@ -138,7 +138,8 @@ std::string readBaseline(const std::string& path, Trace& trace) {
     return isRecord(path) ? readRecordTrace(path, trace) : readLogTrace(path, trace);
 }
 
-int replay(const Options& options) {
+int replay(Options options) {
+    if (!options.daemon.empty()) options.daemon = fs::absolute(options.daemon);
     const ScratchFolder scratch(kParametersSize);
     if (scratch.path().empty()) return fail("cannot create a temporary folder");
     Scenario scenario;
