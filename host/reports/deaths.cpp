@@ -89,9 +89,9 @@ class DeathFinder {
         for (Call* setter : setters) setter->client = client;
         dead_.insert(client);
         kills_.push_back({deaths.lines.front(), client});
-        notes_.assumptions.push_back({deaths.place, "the client that died is the one that has set the last " +
-                                                        std::to_string(setters.size()) +
-                                                        " callbacks before that: " + client});
+        notes_.assumptions.push_back({deaths.place, "the client that died is " + client +
+                                                        ", whose callbacks are the last " +
+                                                        std::to_string(setters.size()) + " before that"});
         return true;
     }
 

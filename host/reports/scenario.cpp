@@ -242,8 +242,8 @@ class ScenarioMaker {
         addNotes("Faults", notes_.faults);
         std::vector<Note> assumptions = notes_.assumptions;
         for (const auto& [name, uses] : assumed_)
-            assumptions.push_back({uses.place, name + " is not in the report; assumed in " +
-                                                   std::to_string(uses.count) + " calls: " + uses.value});
+            assumptions.push_back({uses.place, name + " is not in the report; assumed (calls: " +
+                                                   std::to_string(uses.count) + "): " + uses.value});
         addNotes("Assumed", assumptions);
         std::vector<Note> unknown = notes_.unknown;
         unknown.insert(unknown.end(), values.unknown.begin(), values.unknown.end());
