@@ -265,14 +265,17 @@ class FaultFinder {
         }
     }
 
-    /** Sets the behavior of the controller before each upload that needs another one than the upload before.
+    /**
+     * Sets the behavior of the controller before each upload that needs another one than the upload before. A
+     * refused call uploads nothing, and the upload before it may still be running.
      */
     void addBehavior() {
         Behavior& current = notes_.controller;
         for (size_t i = 0; i < calls_.calls.size(); ++i) {
             const Call& call = calls_.calls[i];
             const auto number = static_cast<int>(i);
-            if (call.method != "apply" && behavior_.count(number) == 0) continue;
+            const bool isUpload = call.method == "apply" && integerOf(call.results, "result", -1) == 0;
+            if (!isUpload && behavior_.count(number) == 0) continue;
             const Behavior& wanted = behavior_[number];
             for (auto& [setting, value] : current) {
                 if (wanted.count(setting) > 0 || value == defaultOf(setting) || !concerns(setting, number))
