@@ -8,8 +8,8 @@
 
 #include "client/exit_status.h"
 #include "host/python/native/passed_descriptor.h"
-#include "host/tv/processes/programs.h"
-#include "host/tv/state/tv_state.h"
+#include "host/tv_control/processes/programs.h"
+#include "host/tv_control/state/tv_state.h"
 
 namespace hidlaudio::host {
 namespace {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "client/exit_status.h"
-#include "host/tv/state/tv_state.h"
+#include "host/tv_control/state/tv_state.h"
 
 namespace hidlaudio::host {
 namespace {

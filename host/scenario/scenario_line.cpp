@@ -7,7 +7,7 @@
 
 #include "daemon_services.h"
 #include "host/program/split_text.h"
-#include "host/tv/state/tv_state.h"
+#include "host/tv_control/state/tv_state.h"
 
 namespace hidlaudio::host {
 namespace {

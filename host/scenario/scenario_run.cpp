@@ -10,8 +10,8 @@
 #include <thread>
 
 #include "client/exit_status.h"
-#include "host/tv/processes/programs.h"
-#include "host/tv/state/registry.h"
+#include "host/tv_control/processes/programs.h"
+#include "host/tv_control/state/registry.h"
 #include "host/tv_files/tv_root.h"
 #include "run_log.h"
 #include "scenario_clients.h"

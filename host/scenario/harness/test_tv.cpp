@@ -8,8 +8,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "host/tv/processes/programs.h"
-#include "host/tv/state/registry.h"
+#include "host/tv_control/processes/programs.h"
+#include "host/tv_control/state/registry.h"
 #include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::host {

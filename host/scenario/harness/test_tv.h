@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/tv/processes/child.h"
+#include "host/tv_control/processes/child.h"
 
 namespace hidlaudio::host {
 

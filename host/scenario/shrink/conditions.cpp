@@ -12,7 +12,7 @@
 #include "host/program/split_text.h"
 #include "host/scenario/run_log.h"
 #include "host/scenario/trace.h"
-#include "host/tv/state/tv_state.h"
+#include "host/tv_control/state/tv_state.h"
 
 namespace hidlaudio::host {
 namespace {

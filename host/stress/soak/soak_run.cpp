@@ -11,8 +11,8 @@
 
 #include "client/exit_status.h"
 #include "host/scenario/scenario.h"
-#include "host/tv/state/registry.h"
-#include "host/tv/state/tv_state.h"
+#include "host/tv_control/state/registry.h"
+#include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/back_end_files.h"
 #include "host/tv_files/value_file.h"
 #include "soak_plan.h"

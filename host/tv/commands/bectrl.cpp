@@ -8,8 +8,8 @@
 
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
-#include "host/tv/state/tv_folder.h"
-#include "host/tv/state/tv_state.h"
+#include "host/tv_control/state/tv_folder.h"
+#include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/back_end_behaviour.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"

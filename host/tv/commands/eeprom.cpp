@@ -7,8 +7,8 @@
 
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
-#include "host/tv/state/eeprom_image.h"
-#include "host/tv/state/tv_folder.h"
+#include "host/tv_control/state/eeprom_image.h"
+#include "host/tv_control/state/tv_folder.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"

@@ -14,9 +14,9 @@
 #include "host/reports/scenario.h"
 #include "host/reports/scenario_files.h"
 #include "host/tv/commands.h"
-#include "host/tv/processes/child.h"
-#include "host/tv/processes/programs.h"
-#include "host/tv/state/tv_state.h"
+#include "host/tv_control/processes/child.h"
+#include "host/tv_control/processes/programs.h"
+#include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 

@@ -5,8 +5,8 @@
 
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
-#include "host/tv/processes/programs.h"
-#include "host/tv/state/tv_folder.h"
+#include "host/tv_control/processes/programs.h"
+#include "host/tv_control/state/tv_folder.h"
 #include "host/tv_files/folder_lock.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_check.h"

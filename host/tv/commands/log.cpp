@@ -6,8 +6,8 @@
 #include "host/program/interrupt.h"
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
-#include "host/tv/processes/log_tail.h"
-#include "host/tv/state/tv_folder.h"
+#include "host/tv_control/processes/log_tail.h"
+#include "host/tv_control/state/tv_folder.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
 

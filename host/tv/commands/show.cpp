@@ -7,9 +7,9 @@
 #include "host/program/split_text.h"
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
-#include "host/tv/processes/programs.h"
-#include "host/tv/state/tv_folder.h"
-#include "host/tv/state/tv_state.h"
+#include "host/tv_control/processes/programs.h"
+#include "host/tv_control/state/tv_folder.h"
+#include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
 
