@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "host/reports/report_files.h"
-#include "host/reports/scenario.h"
+#include "host/reports/make_scenario.h"
 #include "input.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "scenario.h"
+#include "make_scenario.h"
 
 namespace hidlaudio::host {
 

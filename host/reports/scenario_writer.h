@@ -7,7 +7,7 @@
 #include "calls.h"
 #include "deaths.h"
 #include "faults.h"
-#include "scenario.h"
+#include "make_scenario.h"
 
 namespace hidlaudio::host {
 

@@ -5,8 +5,8 @@
 
 #include "host/program/output_file.h"
 #include "host/program/terminal.h"
+#include "host/reports/make_scenario.h"
 #include "host/reports/report_files.h"
-#include "host/reports/scenario.h"
 #include "host/reports/scenario_files.h"
 #include "host/scenario/shrink/shrink.h"
 

@@ -8,8 +8,8 @@
 #include <memory>
 
 #include "host/program/terminal.h"
+#include "host/reports/make_scenario.h"
 #include "host/reports/report_files.h"
-#include "host/reports/scenario.h"
 #include "host/reports/scenario_files.h"
 #include "host/scenario/harness/scratch_folder.h"
 #include "host/scenario/harness/worker_pool.h"

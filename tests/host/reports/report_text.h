@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/reports/make_scenario.h"
 #include "host/reports/report_files.h"
-#include "host/reports/scenario.h"
 
 namespace hidlaudio::test {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scenario.h"
+#include "make_scenario.h"
 
 #include <algorithm>
 #include <iterator>
