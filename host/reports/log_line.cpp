@@ -120,7 +120,7 @@ std::string_view withoutBlanks(std::string_view text) {
 }
 
 /** Splits "tag     : text". A tag has no colon that a blank follows. */
-bool takeTag(std::string_view text, LogLine& line) {
+bool takeTag(std::string_view text, LogcatLine& line) {
     size_t colon = text.find(':');
     while (colon != std::string_view::npos && colon + 1 < text.size() && text[colon + 1] != ' ')
         colon = text.find(':', colon + 1);
@@ -131,7 +131,7 @@ bool takeTag(std::string_view text, LogLine& line) {
 }
 
 /** Parses "D/tag     ( 123): text". */
-bool parseBrief(std::string_view text, LogLine& line) {
+bool parseBrief(std::string_view text, LogcatLine& line) {
     size_t close = text.find("): ");
     if (close == std::string_view::npos && text.size() > 1 && text.substr(text.size() - 2) == "):")
         close = text.size() - 2;
@@ -146,7 +146,7 @@ bool parseBrief(std::string_view text, LogLine& line) {
 }
 
 /** Parses "[user] process thread D tag     : text". */
-bool parseThread(std::string_view text, LogLine& line) {
+bool parseThread(std::string_view text, LogcatLine& line) {
     std::string_view words[2];
     for (;;) {
         const std::string_view word = takeWord(text);
@@ -168,7 +168,7 @@ bool isBrief(std::string_view text) {
 
 }  // namespace
 
-bool parseLogLine(std::string_view text, LogLine& line) {
+bool parseLogLine(std::string_view text, LogcatLine& line) {
     if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
     line.time = kNoTime;
     if (isBrief(text)) return parseBrief(text, line);
@@ -176,7 +176,7 @@ bool parseLogLine(std::string_view text, LogLine& line) {
     return isBrief(text) ? parseBrief(text, line) : parseThread(text, line);
 }
 
-std::string formatLogLine(const LogLine& line) {
+std::string formatLogLine(const LogcatLine& line) {
     const int64_t time = std::max<int64_t>(line.time, 0) % (366 * kDay);
     const int64_t day = time / kDay;
     const auto* const month = std::upper_bound(std::begin(kDaysBefore), std::end(kDaysBefore), day) - 1;

@@ -13,7 +13,7 @@ namespace hidlaudio::host {
 constexpr int64_t kNoTime = -1;
 
 /** A line of a log. The texts are parts of the parsed line. */
-struct LogLine {
+struct LogcatLine {
     int64_t time = kNoTime;  // microseconds since the begin of the year, which is taken as a leap year
     pid_t process = 0;
     pid_t thread = 0;  // that of the process if the format has no threads
@@ -26,9 +26,9 @@ struct LogLine {
  * Parses a line as logcat prints it in the formats threadtime, time and brief, with or without the modifiers
  * year, zone, usec, uid and epoch. Returns false if it is no such line.
  */
-bool parseLogLine(std::string_view text, LogLine& line);
+bool parseLogLine(std::string_view text, LogcatLine& line);
 
 /** Returns the line in the format threadtime, with a newline. Midnight of January 1 stands for no time. */
-std::string formatLogLine(const LogLine& line);
+std::string formatLogLine(const LogcatLine& line);
 
 }  // namespace hidlaudio::host

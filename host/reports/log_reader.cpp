@@ -53,7 +53,7 @@ bool startsWith(std::string_view text, std::string_view start) {
  * Returns whether a line of the daemon's process is kept. The libraries of a TV log other lines than those of
  * a virtual TV, whose middleware has a tag of its own.
  */
-bool isKeptTag(const LogLine& line) {
+bool isKeptTag(const LogcatLine& line) {
     return isDaemonTag(line.tag) || line.tag == "middleware" ||
            (line.tag == "libc" && startsWith(line.text, "Fatal signal"));
 }
@@ -78,7 +78,7 @@ LogReader::LogReader(Report& report) : report_(report) {}
 
 void LogReader::add(std::string_view text) {
     ++line_;
-    LogLine line;
+    LogcatLine line;
     if (!parseLogLine(text, line)) return addOther(text);
     hasLogLines_ = true;
     section_.clear();
@@ -93,7 +93,7 @@ void LogReader::add(std::string_view text) {
     if (line.text.find(kProgram) != std::string_view::npos) addEnd(line);
 }
 
-void LogReader::addLogLine(const LogLine& line) {
+void LogReader::addLogLine(const LogcatLine& line) {
     if (processes_.insert(line.process).second && processes_.size() > 1) {
         // Another process may get the ID of a daemon that has ended.
         processes_ = {line.process};
@@ -101,7 +101,7 @@ void LogReader::addLogLine(const LogLine& line) {
     keep(line, Kind::Log, line.process);
 }
 
-void LogReader::addEnd(const LogLine& line) {
+void LogReader::addEnd(const LogcatLine& line) {
     for (const EndRow& row : kEnds) {
         Json fields;
         if (line.tag != row.tag || !matchPattern(row.pattern, line.text, fields)) continue;
@@ -115,7 +115,7 @@ void LogReader::addEnd(const LogLine& line) {
 }
 
 /** Restores the lines that were left out as repetitions. Warns if lines are lost. */
-void LogReader::addOmission(const LogLine& line) {
+void LogReader::addOmission(const LogcatLine& line) {
     constexpr int64_t kMost = 100000;
     Json fields;
     if (matchPattern("{:s} identical {count:i} lines", line.text, fields) ||
@@ -136,7 +136,7 @@ void LogReader::addOmission(const LogLine& line) {
                                ": lines of the daemon are lost: " + std::string(line.text));
 }
 
-void LogReader::keep(const LogLine& line, Kind kind, pid_t process) {
+void LogReader::keep(const LogcatLine& line, Kind kind, pid_t process) {
     if (startsStream_) {
         report_.streams.emplace_back();
         yearOffset_ = 0;

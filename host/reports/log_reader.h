@@ -24,12 +24,12 @@ class LogReader {
     bool hasLogLines() const { return hasLogLines_; }
 
   private:
-    void addLogLine(const LogLine& line);
-    void addEnd(const LogLine& line);
-    void addOmission(const LogLine& line);
+    void addLogLine(const LogcatLine& line);
+    void addEnd(const LogcatLine& line);
+    void addOmission(const LogcatLine& line);
     void addOther(std::string_view text);
     void addState(std::string_view text);
-    void keep(const LogLine& line, DaemonLine::Kind kind, pid_t process);
+    void keep(const LogcatLine& line, DaemonLine::Kind kind, pid_t process);
 
     Report& report_;
     size_t line_ = 0;

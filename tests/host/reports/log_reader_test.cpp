@@ -8,7 +8,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-TEST(LogLine, EachFormatHasTheSameParts) {
+TEST(LogcatLine, EachFormatHasTheSameParts) {
     const struct {
         const char* text;
         const char* printed;
@@ -31,7 +31,7 @@ TEST(LogLine, EachFormatHasTheSameParts) {
         {"D/(", nullptr},
     };
     for (const auto& row : rows) {
-        host::LogLine line;
+        host::LogcatLine line;
         const bool isLine = host::parseLogLine(row.text, line);
         ASSERT_EQ(isLine, row.printed != nullptr) << row.text;
         EXPECT_EQ(isLine ? host::formatLogLine(line) : "", row.printed != nullptr ? row.printed : "");
