@@ -16,7 +16,6 @@ using Kind = ScenarioLine::Kind;
 using Json = nlohmann::ordered_json;
 
 constexpr const char* kTvCommands[] = {"init", "boot", "shutdown", "config", "eeprom", "fault", "bectrl"};
-constexpr const char* kPrograms[] = {"hidlaudio", "audio_hal"};
 constexpr char kSpace[] = " \t\r";
 
 std::string parseAudioctl(const std::string&, ScenarioLine& line) {
