@@ -126,9 +126,9 @@ void LogReader::addOmission(const LogcatLine& line) {
             return each.kind == Kind::Log && each.thread == line.thread;
         });
         if (before == lines.rend()) return;
-        DaemonLine repeated = *before;
         const int64_t count = std::clamp<int64_t>(fields["count"].get<int64_t>(), 0, kMost);
-        lines.insert(lines.end(), static_cast<size_t>(count), repeated);
+        const std::vector<DaemonLine> repeated(static_cast<size_t>(count), *before);
+        lines.insert(lines.end(), repeated.begin(), repeated.end());
         return;
     }
     const Place place{report_.files.size() - 1, line_};

@@ -16,7 +16,7 @@ std::string writeScenarioFiles(const MadeScenario& scenario, const std::string& 
     if (!scenario.log.empty()) files.emplace_back("report.log", &scenario.log);
     for (const auto& [name, content] : scenario.files) files.emplace_back(name, &content);
     for (const auto& [name, content] : files) {
-        const std::string problem = writeOutputFile(folder + "/" + name, *content);
+        const std::string problem = writeOutputFile(fs::path(folder) / name, *content);
         if (!problem.empty()) return problem;
     }
     for (const auto& [name, source] : scenario.sources) {

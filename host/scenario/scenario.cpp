@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenario.h"
 
+#include <android-base/stringprintf.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +18,7 @@ namespace hidlaudio::host {
 namespace {
 
 namespace fs = std::filesystem;
+using android::base::StringPrintf;
 
 constexpr char kSuffix[] = ".scenario";
 
@@ -101,7 +104,7 @@ std::string parseScenario(const std::string& path, const std::string& text, Scen
             continue;
         }
         const std::string problem = addLine(line, number, isFirst, scenario);
-        if (!problem.empty()) return path + ":" + std::to_string(number) + ": " + problem;
+        if (!problem.empty()) return StringPrintf("%s:%u: %s", path.c_str(), number, problem.c_str());
         isFirst = false;
     }
     return scenario.lines.empty() ? path + ": the scenario has no command" : "";

@@ -33,8 +33,8 @@ struct ScenarioLine {
     Kind kind = Kind::Command;
     std::vector<std::string> words;  // without "&"
     bool background = false;         // whether the next lines do not wait for the result
-    ScenarioCall call{};             // Call
-    std::string content{};           // Await: the text. File: the bytes after `hex`
+    ScenarioCall call;               // Call
+    std::string content;             // Await: the text. File: the bytes after `hex`
 };
 
 /** The content of a scenario file. */

@@ -44,11 +44,11 @@ class ScenarioClients {
   private:
     struct Client {
         std::unique_ptr<ClientProcess> process;
-        std::future<LineOutcome> running;      // valid during a call
-        size_t line = 0;                       // of the running call
-        ScenarioCall call{};                   // the running call
-        nlohmann::ordered_json results{};      // of the running call
-        std::vector<std::string> callbacks{};  // of killed processes
+        std::future<LineOutcome> running;    // valid during a call
+        size_t line = 0;                     // of the running call
+        ScenarioCall call{};                 // the running call
+        nlohmann::ordered_json results;      // of the running call
+        std::vector<std::string> callbacks;  // of killed processes
     };
 
     std::string resolve(nlohmann::ordered_json& value);

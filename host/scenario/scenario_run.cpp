@@ -57,10 +57,10 @@ struct Run {
     ScenarioClients clients;
     RunResult result;
     unsigned boots = 0;  // starts of the daemon so far
-    std::vector<Background> background{};
+    std::vector<Background> background;
     size_t awaitedEnd = 0;  // end of the log line of the last `await`
     // Numbers of the calls that the daemon and the HAL made during an implicit boot. They are not swept.
-    std::map<std::string, size_t> implicitCalls{};
+    std::map<std::string, size_t> implicitCalls;
 };
 
 /** The HAL has its own call record, because its system calls are not swept. */

@@ -38,7 +38,8 @@ struct RunSetup {
     std::string parameters;              // path of the file that the lines use as parameters.bin
     std::optional<Injection> injection;  // `nullopt` for the baseline run
     Usage usage;                         // of the baseline run, as the limit for a run with a fault
-    std::string daemon{};  // path of the daemon's program, or "" for that of this program's folder
+    // Path of the daemon's program, or "" for that of this program's folder.
+    std::string daemon{};  // NOLINT(readability-redundant-member-init): for g++
 };
 
 /** Runs the scenario on a copy of the model. Stops all processes, but keeps the folder. */

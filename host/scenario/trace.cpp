@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trace.h"
 
+#include <android-base/stringprintf.h>
+
 #include <algorithm>
 #include <fstream>
 #include <map>
@@ -10,6 +12,8 @@
 
 namespace hidlaudio::host {
 namespace {
+
+using android::base::StringPrintf;
 
 /** Matches a line of a log. Groups: process, thread; priority, tag and text. */
 const std::regex& threadtime() {
@@ -179,7 +183,7 @@ std::string readRecordTrace(const std::string& path, Trace& trace) {
     for (std::string text; std::getline(file, text);) {
         RecordLine line;
         const std::string problem = parseRecordLine(text, line);
-        if (!problem.empty()) return path + ":" + std::to_string(number + 1) + ": " + problem;
+        if (!problem.empty()) return StringPrintf("%s:%zu: %s", path.c_str(), number + 1, problem.c_str());
         answers.add(line);
         ++number;
     }

@@ -89,9 +89,10 @@ Fault storedFault(size_t index) {
     std::optional<FaultSetting> setting;
     const int error = takeFault(folder, std::string(kFaultableCalls[index]), parseCallFault, setting);
     errno = kept;
-    if (error == 0 && !setting) return {};
-    if (error == 0 && (setting->kind != FaultKind::Shortens || index < kMovingCalls))
-        return effectOf(*setting);
+    if (error == 0) {
+        if (!setting) return {};
+        if (setting->kind != FaultKind::Shortens || index < kMovingCalls) return effectOf(*setting);
+    }
     const std::string path = folder + "/" + std::string(kFaultableCalls[index]);
     __android_log_print(ANDROID_LOG_ERROR, kFaultTag, "%s is not a valid fault: %s", path.c_str(),
                         strerror(error != 0 ? error : EINVAL));

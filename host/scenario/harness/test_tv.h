@@ -17,11 +17,12 @@ namespace hidlaudio::host {
 /** A temporary TV. Its programs are children of this process. */
 struct TestTv {
     std::string root;
-    std::string folder;        // working directory of the commands, with their input files
-    unsigned clock = 1;        // HIDLAUDIO_CLOCK of the programs
-    pid_t hal = 0;             // 0 if it is not running
-    pid_t daemon = 0;          // 0 if it is not running
-    std::string daemonFile{};  // path of the daemon's program; "" for the one in this program's folder
+    std::string folder;  // working directory of the commands, with their input files
+    unsigned clock = 1;  // HIDLAUDIO_CLOCK of the programs
+    pid_t hal = 0;       // 0 if it is not running
+    pid_t daemon = 0;    // 0 if it is not running
+    // Path of the daemon's program; "" for the one in this program's folder.
+    std::string daemonFile{};  // NOLINT(readability-redundant-member-init): for g++
     // Variables of the last startHal(), for a restart.
     std::vector<std::string> halVariables{};  // NOLINT(readability-redundant-member-init): for g++
 };

@@ -258,7 +258,7 @@ std::string parseCondition(const std::string& text, Condition& condition) {
             return std::string("`") + kind.name + "` has no argument";
         if (kind.argument == Argument::Required && argument.empty()) return text + ": expected " + kind.forms;
         const std::string problem = kind.parse(argument, condition);
-        return problem.empty() ? "" : text + ": " + problem;
+        return problem.empty() ? "" : std::string(text).append(": ").append(problem);
     }
     return "\"" + text + "\" is not a condition. The conditions are:\n" + conditionKinds();
 }
