@@ -35,6 +35,12 @@ Trace answersOf(const Scenario& scenario, const RunResult& result);
 /** Adds a line to the trace of a log for each crash among the violations of a run, as a TV logs it. */
 void addCrashes(const std::vector<std::string>& problems, Trace& trace);
 
+/**
+ * If the given log begins after the start of the daemon, removes the lines of the run before the first one
+ * that equals the first given line.
+ */
+void skipStart(const Trace& given, Trace& actual);
+
 /** The first difference of two traces. */
 struct Difference {
     size_t given = 0;   // index of the line without equal, or the number of lines

@@ -46,5 +46,17 @@ TEST(Trace, FirstDifferenceIsFound) {
     }
 }
 
+TEST(Trace, LogThatBeginsLateIsComparedFromItsFirstLine) {
+    const Trace run{{"1", "D HidlAudio: ## HIDL server side: main() is called:"}, {"1", "a"}, {"1", "b"}};
+    Trace actual = run;
+    skipStart({{"7", "b"}}, actual);
+    EXPECT_EQ(actual.size(), 1U);
+    for (const Trace& given : {run, Trace{{"1", "x"}}}) {
+        actual = run;
+        skipStart(given, actual);
+        EXPECT_EQ(actual.size(), run.size());
+    }
+}
+
 }  // namespace
 }  // namespace hidlaudio::host
