@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "host/reports/report_files.h"
 #include "host/reports/make_scenario.h"
+#include "host/reports/report_files.h"
 #include "input.h"
 
 namespace {
