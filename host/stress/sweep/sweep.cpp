@@ -59,6 +59,7 @@ void showProgress(const Scenario& scenario, size_t done, size_t all) {
 /** Runs the scenario with one fault. Called in a worker process. */
 SweepRow runWithFault(const Sweep& sweep, const RunResult& baseline, const RunSetup& setup) {
     SweepRow row;
+    if (!setup.injection) return row;
     for (int i = 0; i < kTries && !row.injected; ++i) {
         removeFolder(setup.folder);
         row = compareRuns(sweep.scenario, baseline, *setup.injection, runScenario(sweep.scenario, setup));
