@@ -5,11 +5,14 @@
 #include <limits.h>
 #include <spawn.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
+#include <sstream>
+#include <string>
 #include <vector>
 
 /**
@@ -68,6 +71,21 @@ extern "C" int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_
     if (!isEmulated(real)) return spawn(pid, path, actions, attributes, arguments, environment);
     std::vector<const char*> command = emulatorCommand(real, arguments);
     return spawn(pid, EMULATOR, actions, attributes, pointers(command), environment);
+}
+
+extern "C" int posix_spawnp(pid_t* pid, const char* file, const posix_spawn_file_actions_t* actions,
+                            const posix_spawnattr_t* attributes, char* const arguments[],
+                            char* const environment[]) {
+    const char* const variable = getenv("PATH");
+    if (strchr(file, '/') != nullptr || variable == nullptr)
+        return posix_spawn(pid, file, actions, attributes, arguments, environment);
+    std::istringstream folders(variable);
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        const std::string path = folder + "/" + file;
+        if (access(path.c_str(), X_OK) == 0)
+            return posix_spawn(pid, path.c_str(), actions, attributes, arguments, environment);
+    }
+    return ENOENT;
 }
 
 /** Used by GoogleTest's death tests and by runRedirected(). */
