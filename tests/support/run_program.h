@@ -4,9 +4,11 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,7 +30,14 @@ class RunningProgram {
     explicit RunningProgram(std::vector<std::string> arguments, std::vector<std::string> variables = {},
                             const std::string& output = "") {
         const std::string out = output.empty() ? folder_ / "out" : output;
-        for (char** entry = environ; *entry != nullptr; ++entry) variables.emplace_back(*entry);
+        // No name may come twice: an emulator passes on the last one, and getenv() returns the first one.
+        const size_t given = variables.size();
+        for (char** entry = environ; *entry != nullptr; ++entry) {
+            const std::string name(*entry, strcspn(*entry, "=") + 1);
+            const auto isGiven = [&](const std::string& variable) { return variable.rfind(name, 0) == 0; };
+            if (std::none_of(variables.begin(), variables.begin() + static_cast<ptrdiff_t>(given), isGiven))
+                variables.emplace_back(*entry);
+        }
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0600);
