@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bare_socket.h"
 
+#include <errno.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -29,7 +30,17 @@ void sendAll(int socket, const std::vector<char>& bytes) {
     }
 }
 
-[[noreturn]] void serve(int socket, size_t requestSize, const std::vector<char>& answer, size_t places) {
+/** Looks for bytes until some have come or 50 us have passed. */
+void poll(int socket) {
+    char byte = 0;
+    const double end = nowMicroseconds() + 50;
+    while (recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN &&
+           nowMicroseconds() < end) {
+    }
+}
+
+[[noreturn]] void serve(int socket, size_t requestSize, const std::vector<char>& answer, size_t places,
+                        Waiting waiting) {
     std::vector<char> requests(requestSize * places);
     char* request = requests.data();
     const int epoll = epoll_create1(0);
@@ -37,7 +48,9 @@ void sendAll(int socket, const std::vector<char>& bytes) {
     event.events = EPOLLIN;
     epoll_ctl(epoll, EPOLL_CTL_ADD, socket, &event);
     size_t have = 0;
-    while (epoll_wait(epoll, &event, 1, -1) == 1) {
+    for (;;) {
+        if (waiting == Waiting::Polling) poll(socket);
+        if (epoll_wait(epoll, &event, 1, -1) != 1) break;
         const ssize_t got = recv(socket, request + have, requestSize - have, 0);
         if (got <= 0) break;
         have += static_cast<size_t>(got);
@@ -52,8 +65,8 @@ void sendAll(int socket, const std::vector<char>& bytes) {
 
 }  // namespace
 
-BareSocket::BareSocket(size_t requestSize, size_t answerSize, int processor, size_t places)
-    : request_(requestSize, 'r'), answer_(answerSize, 'a') {
+BareSocket::BareSocket(size_t requestSize, size_t answerSize, int processor, size_t places, Waiting waiting)
+    : waiting_(waiting), request_(requestSize, 'r'), answer_(answerSize, 'a') {
     int ends[2];
     require(socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0, "socketpair");
     server_ = fork();
@@ -61,7 +74,7 @@ BareSocket::BareSocket(size_t requestSize, size_t answerSize, int processor, siz
     if (server_ == 0) {
         close(ends[0]);
         pin(processor);
-        serve(ends[1], requestSize, answer_, places);
+        serve(ends[1], requestSize, answer_, places, waiting);
     }
     close(ends[1]);
     socket_ = ends[0];
@@ -76,6 +89,7 @@ void BareSocket::exchange() {
     sendAll(socket_, request_);
     size_t have = 0;
     while (have < answer_.size()) {
+        if (waiting_ == Waiting::Polling) poll(socket_);
         const ssize_t got = recv(socket_, answer_.data() + have, answer_.size() - have, 0);
         require(got > 0, "recv");
         have += static_cast<size_t>(got);

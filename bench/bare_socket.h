@@ -9,9 +9,13 @@
 namespace hidlaudio::bench {
 
 /**
- * Baseline: an exchange over a stream socket. Request and reply have fixed sizes; the server waits in
- * epoll_wait().
+ * How both ends of a socket wait for bytes. The time to wake a sleeping end on another processor differs
+ * between machines by a factor of ten. Polling ends look for bytes for 50 us before they sleep, like those
+ * of the HIDL runtime.
  */
+enum class Waiting { Sleeping, Polling };
+
+/** Baseline: an exchange over a stream socket. Request and reply have fixed sizes. */
 class BareSocket {
   public:
     /**
@@ -21,7 +25,8 @@ class BareSocket {
      * @param places    number of receive buffers, used in turn. Use more than one to compare with a service
      *                  that stores the bytes: they are then not in a cache
      */
-    BareSocket(size_t requestSize, size_t answerSize, int processor, size_t places = 1);
+    BareSocket(size_t requestSize, size_t answerSize, int processor, size_t places = 1,
+               Waiting waiting = Waiting::Sleeping);
     ~BareSocket();
     BareSocket(const BareSocket&) = delete;
     BareSocket& operator=(const BareSocket&) = delete;
@@ -30,6 +35,7 @@ class BareSocket {
     void exchange();
 
   private:
+    Waiting waiting_;
     int socket_ = -1;
     pid_t server_ = -1;
     std::vector<char> request_;

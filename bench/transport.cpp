@@ -25,6 +25,7 @@ using hidlaudio::bench::pin;
 using hidlaudio::bench::report;
 using hidlaudio::bench::reportColumns;
 using hidlaudio::bench::timed;
+using hidlaudio::bench::Waiting;
 
 namespace {
 
@@ -49,39 +50,55 @@ struct Wanted {
     double bulk;
 };
 
-void measurePlacement(const char* placement, int clientProcessor, int serverProcessor, const Wanted& wanted) {
-    pin(clientProcessor);
-    BenchService service(placement, serverProcessor);
-    BareSocket bareSmall(kSmallRequest, kSmallAnswer, serverProcessor);
-    BareSocket bareBulk(kSmallRequest + kBulk, kSmallAnswer, serverProcessor);
+/** Where client and server run, and how the ends of the bare socket wait. */
+struct Setup {
+    const char* socket;
+    Waiting waiting;
+    const char* placement;
+    int clientProcessor;
+    int serverProcessor;
+};
+
+constexpr Setup kOneCore{"stream socket", Waiting::Sleeping, "one core", 0, 0};
+constexpr Setup kTwoCores{"stream socket", Waiting::Sleeping, "a core each", 0, 1};
+constexpr Setup kTwoBusyCores{"polled socket", Waiting::Polling, "a core each", 0, 1};
+
+void measure(const Setup& setup, const Wanted& wanted) {
+    pin(setup.clientProcessor);
+    BenchService service(setup.placement, setup.serverProcessor);
+    BareSocket bareSmall(kSmallRequest, kSmallAnswer, setup.serverProcessor, 1, setup.waiting);
+    BareSocket bareBulk(kSmallRequest + kBulk, kSmallAnswer, setup.serverProcessor, 1, setup.waiting);
     const auto& proxy = service.proxy();
+    const std::string other = std::string(" / ") + setup.socket + ", " + setup.placement + ", us";
 
     const auto bare = timed([&] { bareSmall.exchange(); });
-    report(std::string("small call / stream socket, ") + placement + ", us",
+    report("small call" + other,
            compare(timed([&] { check(proxy->small(1).isOk()); }), bare, kTurns, kSmallOperations),
            wanted.small);
 
     const hidl_string a("g_audio__bitstream"), b("AUDIO_DEVICE_IN_BUILTIN_MIC"), c("auto");
-    report(std::string("three strings / stream socket, ") + placement + ", us",
+    report("three strings" + other,
            compare(timed([&] { check(proxy->strings(a, b, c).isOk()); }), bare, kTurns, kSmallOperations),
            wanted.strings);
 
     std::vector<uint8_t> memory(kBulk, 1);
     hidl_vec<uint8_t> data;
     data.setToExternal(memory.data(), memory.size());
-    report(std::string("256 KiB vector / stream socket, ") + placement + ", us",
+    report("256 KiB vector" + other,
            compare(timed([&] { check(proxy->bytes(data).isOk()); }), timed([&] { bareBulk.exchange(); }),
                    kTurns, kBulkOperations),
            wanted.bulk);
 }
-
 }  // namespace
 
 int main(int argc, char** argv) {
     hidlaudio::bench::serveIfAsked(argc, argv);
     const hidlaudio::bench::TemporaryTv tv;
     reportColumns();
-    measurePlacement("one core", 0, 0, {0.93, 0.97, 0.38});
-    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measurePlacement("a core each", 0, 1, {0.25, 0.27, 0.23});
+    measure(kOneCore, {0.93, 0.97, 0.38});
+    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) {
+        measure(kTwoCores, {0.60, 0.60, 0.35});
+        measure(kTwoBusyCores, {1.00, 1.05, 0.45});
+    }
     return exitStatus();
 }

@@ -78,6 +78,9 @@ int readValueFile(const std::string& path, std::string& content) {
 }
 
 int writeValueFile(const std::string& path, const std::string& content) {
+    // Programs often store what is stored already. To replace a file takes some file systems a millisecond.
+    std::string stored;
+    if (readValueFile(path, stored) == 0 && stored == content) return 0;
     const std::filesystem::path file(path);
     const std::string temporary = temporaryFor(file);
     OwnedDescriptor fd(open(file.parent_path().c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600));

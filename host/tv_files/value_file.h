@@ -26,8 +26,9 @@ int readValueFile(const std::string& path, std::string& content);
 
 /**
  * Replaces or creates a file. If `path` is a link, the link itself is replaced. Returns 0, or an errno with
- * the old content unchanged. The new content is written to a file without a name, if the file system supports
- * that. To replace an existing file, it briefly has a name that begins with a dot.
+ * the old content unchanged. A file that has this content already is not touched. The new content is written
+ * to a file without a name, if the file system supports that. To replace an existing file, it briefly has a
+ * name that begins with a dot.
  */
 int writeValueFile(const std::string& path, const std::string& content);
 
