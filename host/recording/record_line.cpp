@@ -7,6 +7,8 @@
 #include <limits>
 #include <string_view>
 
+#include "host/program/parse_json.h"
+
 namespace hidlaudio::host {
 namespace {
 
@@ -114,8 +116,8 @@ void readMembers(Members& members, RecordLine& line) {
 }  // namespace
 
 std::string parseRecordLine(const std::string& text, RecordLine& line) {
-    const Json json = Json::parse(text, nullptr, false);
-    if (!json.is_object()) return "not an object of JSON";
+    const Json json = parseJson(text);
+    if (!json.is_object()) return "not an object of JSON with at most 100 levels";
     Members members(json);
     std::string name;
     members.read("event", name);

@@ -116,17 +116,6 @@ int64_t integerOf(const Json& object, const char* member, int64_t fallback) {
     return found != object.end() && found->is_number_integer() ? found->get<int64_t>() : fallback;
 }
 
-Json parseJson(std::string_view text) {
-    constexpr int kDeepest = 100;
-    bool isDeep = false;
-    const auto check = [&isDeep](int depth, Json::parse_event_t, const Json&) {
-        isDeep = isDeep || depth > kDeepest;
-        return !isDeep;
-    };
-    Json json = Json::parse(text.begin(), text.end(), check, false);
-    return isDeep || json.is_discarded() ? Json() : json;
-}
-
 bool matchPattern(std::string_view pattern, std::string_view text) {
     Json fields;
     return matchPattern(pattern, text, fields);

@@ -25,9 +25,6 @@ bool matchPattern(std::string_view pattern, std::string_view text, Json& fields)
 /** Returns a member that is a whole number, or else `fallback`. */
 int64_t integerOf(const Json& object, const char* member, int64_t fallback);
 
-/** Parses JSON. Returns null if the text is none, or so deeply nested that it could exhaust the stack. */
-Json parseJson(std::string_view text);
-
 /** Returns whether the text matches. */
 bool matchPattern(std::string_view pattern, std::string_view text);
 

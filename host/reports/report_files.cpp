@@ -13,6 +13,7 @@
 #include <iterator>
 
 #include "host/program/owned_descriptor.h"
+#include "host/program/parse_json.h"
 #include "log_reader.h"
 #include "pattern.h"
 #include "service_state.h"
@@ -101,9 +102,7 @@ class LineSplitter {
 
 void addRecordLine(std::string_view text, size_t number, Report& report) {
     PlacedRecordLine placed{{}, {report.files.size() - 1, number}};
-    const bool isJson = parseJson(text).is_object();
-    const std::string problem =
-        isJson ? parseRecordLine(std::string(text), placed.line) : "not an object of JSON";
+    const std::string problem = parseRecordLine(std::string(text), placed.line);
     if (problem.empty()) {
         report.record.push_back(std::move(placed));
     } else if (!text.empty()) {

@@ -5,17 +5,14 @@
 #include <map>
 #include <regex>
 
+#include "host/reports/log_line.h"
+
 namespace hidlaudio::host {
 namespace {
 
-/** Matches a log line. Groups: priority; tag and text. */
-const std::regex& threadtime() {
-    static const std::regex pattern(R"(^\d\d-\d\d \d\d:\d\d:\d\d\.\d+ +\d+ +\d+ ([VDIWEF]) (.*)$)");
-    return pattern;
-}
-
 const std::regex& duration() {
-    static const std::regex pattern(R"(\d+(\.\d+)?(e-\d+)? (s|ms|MiB/s)\b)");
+    // With limits, because std::regex calls itself for each character and could run out of stack.
+    static const std::regex pattern(R"(\d{1,18}(\.\d{1,18})?(e-\d{1,3})? (s|ms|MiB/s)\b)");
     return pattern;
 }
 
@@ -25,8 +22,8 @@ std::string replaceAll(std::string text, const std::string& before, const std::s
     return text;
 }
 
-bool isWarning(const std::string& priority) {
-    return priority == "W" || priority == "E" || priority == "F";
+bool isWarning(char level) {
+    return level == 'W' || level == 'E' || level == 'F';
 }
 
 }  // namespace
@@ -39,11 +36,12 @@ std::vector<std::string> warningsIn(const std::string& path, const std::string& 
     std::ifstream file(path);
     std::vector<std::string> warnings;
     for (std::string line; std::getline(file, line);) {
-        std::smatch parts;
-        if (!std::regex_match(line, parts, threadtime())) {
+        LogcatLine parts;
+        if (!parseLogLine(line, parts)) {
             if (!line.empty()) warnings.push_back("! " + line);
-        } else if (isWarning(parts[1])) {
-            warnings.push_back(parts[1].str() + " " + replaceAll(parts[2], folder + "/tv", ""));
+        } else if (isWarning(parts.level)) {
+            const std::string text = std::string(parts.tag) + ": " + std::string(parts.text);
+            warnings.push_back(parts.level + (" " + replaceAll(text, folder + "/tv", "")));
         }
     }
     return warnings;

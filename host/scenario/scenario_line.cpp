@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "daemon_services.h"
+#include "host/program/parse_json.h"
 #include "host/program/split_text.h"
 #include "host/tv_control/state/tv_state.h"
 
@@ -65,8 +66,10 @@ std::string parseCall(const std::string& text, ScenarioLine& line) {
     if (line.words.size() == 5 && line.words[3] == ">") arguments = " " + arguments;
     if (std::string problem = takeVariable(line, arguments); !problem.empty()) return problem;
     const bool isEmpty = arguments.find_first_not_of(kSpace) == std::string::npos;
-    line.call.arguments = isEmpty ? Json::object() : Json::parse(arguments, nullptr, false);
-    return line.call.arguments.is_object() ? "" : "the arguments must be a JSON object, on one line";
+    line.call.arguments = isEmpty ? Json::object() : parseJson(arguments);
+    return line.call.arguments.is_object()
+               ? ""
+               : "the arguments must be an object of JSON with at most 100 levels, on one line";
 }
 
 std::string parseKill(const std::string&, ScenarioLine& line) {

@@ -7,23 +7,22 @@
 #include <fstream>
 #include <map>
 #include <regex>
+#include <string_view>
 
 #include "host/recording/record_line.h"
+#include "host/reports/log_line.h"
 
 namespace hidlaudio::host {
 namespace {
 
 using android::base::StringPrintf;
 
-/** Matches a line of a log. Groups: process, thread; priority, tag and text. */
-const std::regex& threadtime() {
-    static const std::regex pattern(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d+ +(\d+) +(\d+) ([VDIWEF] .*))");
-    return pattern;
-}
-
-/** Replaces addresses in memory, which differ between runs. */
+/**
+ * Replaces addresses in memory, which differ between runs. The limit keeps std::regex, which calls itself for
+ * each character, from running out of stack.
+ */
 std::string withoutAddresses(const std::string& text) {
-    static const std::regex address("0x[0-9a-f]{5,}");
+    static const std::regex address("0x[0-9a-f]{5,16}");
     if (text.find("0x") == std::string::npos) return text;
     return std::regex_replace(text, address, "ADDRESS");
 }
@@ -32,8 +31,9 @@ std::string withoutAddresses(const std::string& text) {
 const TraceLine kCrash{"crash", "F the daemon crashed"};
 
 /** Returns whether the line is the platform's about a crash, from the daemon's process. */
-bool isCrashLine(const std::string& text) {
-    return text.rfind("F libc", 0) == 0 && text.find(": Fatal signal ") != std::string::npos;
+bool isCrashLine(const LogcatLine& line) {
+    return line.level == 'F' && line.tag == "libc" &&
+           line.text.find("Fatal signal ") != std::string_view::npos;
 }
 
 std::string answerText(const std::string& interface, const std::string& method, const std::string& answer) {
@@ -163,16 +163,17 @@ std::string readLogTrace(const std::string& path, Trace& trace) {
     std::ifstream file(path, std::ios::binary);
     if (!file) return path + ": cannot be read";
     for (std::string line; std::getline(file, line);) {
-        std::smatch parts;
-        if (std::regex_match(line, parts, threadtime())) {
-            const std::string text = parts[3];
-            const std::string lane = parts[1].str() + " " + parts[2].str();
-            trace.push_back(isCrashLine(text) ? kCrash : TraceLine{lane, withoutAddresses(text)});
+        LogcatLine parts;
+        if (parseLogLine(line, parts)) {
+            const std::string lane = std::to_string(parts.process) + " " + std::to_string(parts.thread);
+            const std::string text =
+                parts.level + (" " + std::string(parts.tag)) + ": " + std::string(parts.text);
+            trace.push_back(isCrashLine(parts) ? kCrash : TraceLine{lane, withoutAddresses(text)});
         } else if (!trace.empty() && !line.empty()) {
             trace.back().text += "\n" + line;
         }
     }
-    return trace.empty() ? path + ": the file has no line of a log in threadtime format" : "";
+    return trace.empty() ? path + ": the file has no line of a log" : "";
 }
 
 std::string readRecordTrace(const std::string& path, Trace& trace) {

@@ -18,7 +18,7 @@ struct TraceLine {
 using Trace = std::vector<TraceLine>;
 
 /**
- * Reads the lines of a daemon's log in threadtime format, without times and addresses. Lines of another form
+ * Reads the lines of a daemon's log in a format of logcat, without times and addresses. Lines of another form
  * continue the line before them. Returns an error message, or "".
  */
 std::string readLogTrace(const std::string& path, Trace& trace);

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/program/parse_json.h"
+
 namespace hidlaudio::python {
 namespace {
 
@@ -93,7 +95,7 @@ bool Channel::receive(Json& message) {
     std::string attachment(head.attachment, '\0');
     if (!receiveAll(fd_.get(), text.data(), text.size())) return false;
     if (!receiveAll(fd_.get(), attachment.data(), attachment.size())) return false;
-    message = Json::parse(text, nullptr, false);
+    message = host::parseJson(text);
     return message.is_object() && attach(message, attachment);
 }
 

@@ -116,10 +116,10 @@ void addOptions(CLI::App* command, Options& options) {
         ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
     command
         ->add_option("--tries", options.shrink.tries,
-                     "Number of runs of the given scenario and of the result,\n"
-                     "3 to 1000 (default: 3), and maximum number of runs of\n"
-                     "each other scenario if not all runs show the condition\n"
-                     "(default: 5)")
+                     "Maximum number of runs of each variant if not all runs\n"
+                     "show the condition, 1 to 1000 (default: 5). The given\n"
+                     "scenario and the result are run as often, but at least\n"
+                     "3 times (default: 3)")
         ->type_name("N")
         ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
 }

@@ -39,6 +39,8 @@ TEST(Scenario, EachKindOfLineIsRead) {
 }
 
 TEST(Scenario, WrongLineIsReportedWithItsNumber) {
+    const std::string nested =
+        "client a IHdmiAudio.get {\"a\": " + std::string(1000000, '[') + std::string(1000000, ']') + "}";
     const std::pair<const char*, const char*> cases[] = {
         {"tv init\n\nls", "x.scenario:3: a line begins with"},
         {"tv boot\ntv init", "x.scenario:2: `tv init` can only be the first"},
@@ -48,8 +50,9 @@ TEST(Scenario, WrongLineIsReportedWithItsNumber) {
         {"audioctl", "missing"},
         {"client a IHdmiAudio", "expected `client"},
         {"client a INothing.get", "there is no service INothing"},
-        {"client a IHdmiAudio.get [1]", "must be a JSON object"},
-        {"client a IHdmiAudio.get {\"a\": ", "must be a JSON object"},
+        {"client a IHdmiAudio.get [1]", "must be an object of JSON"},
+        {"client a IHdmiAudio.get {\"a\": ", "must be an object of JSON"},
+        {nested.c_str(), "at most 100 levels"},
         {"client a IHdmiAudio.get {\"a\": [\"$h\"]}", "no line before it stores $h"},
         {"client a IHdmiAudio.get {} > a\"b", "VARIABLE must be a name"},
         {"kill", "expected `kill"},

@@ -4,7 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
+
+#include "tests/support/private_tv.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -43,6 +46,23 @@ TEST(Trace, FirstDifferenceIsFound) {
             << each.given << ", " << each.actual;
         const Difference difference = found.value_or(Difference{});
         EXPECT_EQ(static_cast<int>(difference.actual), each.actualIndex) << each.given << ", " << each.actual;
+    }
+}
+
+TEST(Trace, LogsAreReadInEachFormatAndWithLinesOfAnyLength) {
+    const std::string rest(2000000, '7');
+    const std::string texts[] = {
+        "11-26 16:00:00.250  5  5 D tag     : at 0x7f0012345678, " + rest + "\nmore\n",
+        "D/tag     ( 5): at 0x7f0087654321, " + rest + "\nmore\n"};
+    const test::PrivateFolder folder;
+    const std::string path = folder / "log";
+    for (const std::string& text : texts) {
+        std::ofstream(path) << "no line of a log\n" << text;
+        Trace trace;
+        EXPECT_EQ(readLogTrace(path, trace), "");
+        ASSERT_EQ(trace.size(), 1U);
+        EXPECT_EQ(trace[0].lane, "5 5");
+        EXPECT_EQ(trace[0].text, "D tag: at ADDRESS, " + rest + "\nmore");
     }
 }
 

@@ -120,9 +120,12 @@ TEST_F(TimelineCommand, NamesTheBadLine) {
         std::string error;
     } cases[] = {
         {"", ": the record is empty"},
-        {"what\n", ":1: not an object of JSON"},
-        {begin + "{\"event\":\"call\",\"id\":1,\"ti", ":2: not an object of JSON"},
-        {begin + "\n", ":2: not an object of JSON"},
+        {"what\n", ":1: not an object of JSON with at most 100 levels"},
+        {begin + "{\"event\":\"call\",\"id\":1,\"ti", ":2: not an object of JSON with at most 100 levels"},
+        {begin + "\n", ":2: not an object of JSON with at most 100 levels"},
+        {begin + call(1, 101, 50, "7", "m",
+                      "{'a':" + std::string(1000000, '[') + std::string(1000000, ']') + "}"),
+         ":2: not an object of JSON with at most 100 levels"},
         {begin + "{}\n", ":2: \"event\" is missing or invalid"},
         {begin + "{\"event\":\"dance\",\"time\":1}\n", ":2: unknown event \"dance\""},
         {begin + call(1, 101, 50, "-7", "m"), ":2: \"client\" is missing or invalid"},

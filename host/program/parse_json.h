@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string_view>
+
+namespace hidlaudio::host {
+
+/**
+ * Parses JSON that another program has written. Returns a discarded value, which is neither null nor an
+ * object, if the text is not JSON or has more than 100 levels: nlohmann-json calls itself for each level when
+ * it copies or prints a value, and could run out of stack.
+ */
+inline nlohmann::ordered_json parseJson(std::string_view text) {
+    using Json = nlohmann::ordered_json;
+    constexpr int kDeepest = 100;
+    bool isDeep = false;
+    const auto check = [&isDeep](int depth, Json::parse_event_t, const Json&) {
+        isDeep = isDeep || depth > kDeepest;
+        return !isDeep;
+    };
+    Json json = Json::parse(text.begin(), text.end(), check, false);
+    return isDeep ? Json(Json::value_t::discarded) : json;
+}
+
+}  // namespace hidlaudio::host
