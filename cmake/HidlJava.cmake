@@ -16,7 +16,7 @@
 # Generates the Java code of interfaces. Sets <variable> to its folder and <variable>_STAMP to a file that is
 # newer than the code.
 #
-# add_java_tests(<name> ROOT <dir> JARS <name...> [OPTIONS <option...>] [DEPENDS <target...>])
+# add_java_tests(<name> ROOT <dir> JARS <name...> [CLASSPATH <jar...>] [OPTIONS <option...>] [DEPENDS <target...>])
 #
 # Adds test java.<name>: all classes *Test below ROOT, which run in parallel. Warnings of the virtual machine
 # about calls of JNI fail the test.
@@ -114,13 +114,14 @@ function(hidl_java_sources variable)
 endfunction()
 
 function(add_java_tests name)
-  cmake_parse_arguments(ARG "" "ROOT" "JARS;OPTIONS;DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "" "ROOT" "JARS;CLASSPATH;OPTIONS;DEPENDS" ${ARGN})
   set(target java-${name}-tests)
-  java_jar(${target} ROOTS ${ARG_ROOT} JARS ${ARG_JARS} CLASSPATH ${HIDLAUDIO_JUNIT})
+  java_jar(${target} ROOTS ${ARG_ROOT} JARS ${ARG_JARS} CLASSPATH ${ARG_CLASSPATH} ${HIDLAUDIO_JUNIT})
   add_dependencies(${target} hidlaudio audio_hal tv hidl_java ${ARG_DEPENDS})
   set(tests ${HIDLAUDIO_JAVA_DIR}/${target}.jar)
   list(TRANSFORM ARG_JARS REPLACE "(.+)" "${HIDLAUDIO_JAVA_DIR}/\\1.jar")
   list(JOIN HIDLAUDIO_JUNIT : junit)
+  list(APPEND ARG_JARS ${ARG_CLASSPATH})
   list(JOIN ARG_JARS : jars)
   add_test(NAME java.${name}
     COMMAND ${Java_JAVA_EXECUTABLE} -Xcheck:jni -Xmx512m -XX:-UsePerfData
