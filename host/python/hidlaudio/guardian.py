@@ -4,6 +4,7 @@
 Run as a program, its argument is the process. It reads lines from its input: "tv FOLDER\\tTV_PROGRAM" adds a
 TV, "gone FOLDER" removes it, "process PID" adds a client or a program of a TV.
 """
+import atexit
 import os
 import select
 import shutil
@@ -26,11 +27,23 @@ def guard(kind, text):
                                        stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
                                        stderr=subprocess.DEVNULL, start_new_session=True)
             _guardian = (os.getpid(), process)
+            atexit.register(_dismiss, *_guardian)
         try:
             _guardian[1].stdin.write(f"{kind} {text}\n".encode("utf-8", "surrogateescape"))
             _guardian[1].stdin.flush()
         except OSError:
             pass  # it was killed
+
+
+def _dismiss(owner, process):
+    """Waits for the end of the guardian at the normal end of its process."""
+    if owner != os.getpid():
+        return  # a forked process, whose parent still needs it
+    try:
+        process.stdin.close()
+    except OSError:
+        pass  # it was killed
+    process.wait()
 
 
 def _main(owner):

@@ -103,7 +103,7 @@ def test_wait(tv, client):
 def run_pytest(folder, *arguments):
     file = folder / "test_inner.py"
     file.write_text(FAILING)
-    return subprocess.Popen([sys.executable, "-B", "-m", "pytest", "--basetemp", folder / "tmp",
+    return subprocess.Popen([sys.executable, "-B", "-X", "dev", "-m", "pytest", "--basetemp", folder / "tmp",
                              "-p", "no:cacheprovider", "-p", "hidlaudio.pytest_plugin",
                              "--hidlaudio-programs", PROGRAMS, *arguments, file],
                             cwd=folder, env={**os.environ, "PIDS": str(folder / "pids")}, text=True,
@@ -117,6 +117,7 @@ def test_report_of_failing_tests(tmp_path, arguments):
     for text in ("ValueError: from the callback", "hidlaudio ended with status -9", "Captured log of the programs",
                  "HIDL server side"):
         assert text in output
+    assert "ResourceWarning" not in output
 
 
 def test_killed_pytest_leaves_nothing(tmp_path):
