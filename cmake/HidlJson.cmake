@@ -30,7 +30,7 @@ function(hidl_json_package target)
     COMMENT "JSON form of ${ARG_FQNAMES}"
     VERBATIM)
   add_library(${target} OBJECT ${sources})
-  target_link_libraries(${target} PUBLIC hidl_json ${ARG_LIBRARIES})
+  target_link_libraries(${target} PRIVATE hidlaudio_quick_check PUBLIC hidl_json ${ARG_LIBRARIES})
   target_precompile_headers(${target} REUSE_FROM hidl_json)
   set_target_properties(${target} PROPERTIES DESCRIPTION ${out}/interfaces.json)
 endfunction()
