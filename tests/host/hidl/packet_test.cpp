@@ -87,7 +87,7 @@ native_handle_t* newHandle(const std::vector<int>& numbers) {
 TEST_F(PacketTest, PacketsContainNoAddressOfTheirSender) {
     if (HIDLAUDIO_EMULATED) GTEST_SKIP() << "the memory map is that of the emulator";
     const Item item{"item", {1.5f}, {"", "note"}, true, Colour::GREEN};
-    Everything everything{};
+    static Everything everything{};  // static, so that its padding is zero and not half an address
     everything.twoTexts[0] = "first";
     everything.text = std::string(300, '\x01');
     everything.item = item;
