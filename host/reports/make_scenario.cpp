@@ -259,7 +259,7 @@ class ScenarioMaker {
     void addNotes(const char* title, const std::vector<Note>& notes) {
         scenario_.notes += std::string(title) + "\n";
         for (const Note& note : notes) {
-            const bool hasPlace = note.place.line > 0 || !report_.files.empty();
+            const bool hasPlace = note.place.file < report_.files.size();
             scenario_.notes += "  " + (hasPlace ? nameOf(report_, note.place) + ": " : "") +
                                withoutNewline(note.text) + "\n";
         }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <stdint.h>
+
 #include <map>
 #include <optional>
 #include <string>
@@ -24,6 +26,9 @@ struct Place {
     size_t file = 0;  // index in Report::files
     size_t line = 0;
 };
+
+/** Place of a note that is about no file. */
+constexpr Place kNowhere{SIZE_MAX, 0};
 
 /** A line that the daemon has logged, or a line of another program about the end of the daemon. */
 struct DaemonLine {

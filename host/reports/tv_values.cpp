@@ -195,7 +195,7 @@ void findCentre(const DaemonLog& log, const Report& report, ModelFinding& model)
         } else {
             *flag = std::string_view(fact) == "centre_synchronized" && model.centreInput;
             model.assumptions.push_back(
-                {{}, std::string("nothing shows ") + fact + ": " + (*flag ? "yes" : "no")});
+                {kNowhere, std::string("nothing shows ") + fact + ": " + (*flag ? "yes" : "no")});
         }
     }
 }
@@ -225,7 +225,7 @@ ModelFinding findModel(const DaemonLog& log, const Report& report) {
         model.backEnd = sign->backEnd;
         model.notes.push_back({where->place, model.backEnd ? "the model is be" : "the model is standard"});
     } else {
-        model.assumptions.push_back({{}, "nothing shows the model of the TV: be"});
+        model.assumptions.push_back({kNowhere, "nothing shows the model of the TV: be"});
     }
     findCentre(log, report, model);
     return model;

@@ -209,6 +209,7 @@ TEST(State, CutFileIsEmptyUnlessTheReportHasIt) {
               "tv init --model be\nfile /data/vendor/tovi/hidlaudio/aud_ac.data hex 464c\n"
               "file /data/vendor/tovi/hidlaudio/aud_ac_enabled.data hex\n");
     EXPECT_THAT(afterBoot(made), Not(HasSubstr("file ")));
+    EXPECT_THAT(made.scenario.notes, HasSubstr("\n  nothing shows centre_input: no\n"));
 }
 
 TEST(State, FilesOfTheReportCountUnlessACallHasChangedThem) {
