@@ -23,7 +23,11 @@ endif()
 # For command-line programs and tests, which are fast enough with little optimization: that of CLI11 and
 # GoogleTest, which are all in headers, takes most of their compile time. With sanitizers even more so.
 add_library(hidlaudio_quick_build INTERFACE)
-target_compile_options(hidlaudio_quick_build INTERFACE $<IF:$<BOOL:${HIDLAUDIO_SANITIZE}>,-O0,-O1>)
 # For libraries of the tools, which use nlohmann-json: not optimized only with sanitizers.
 add_library(hidlaudio_quick_check INTERFACE)
-target_compile_options(hidlaudio_quick_check INTERFACE $<$<BOOL:${HIDLAUDIO_SANITIZE}>:-O0>)
+if(HIDLAUDIO_SANITIZE)
+  target_compile_options(hidlaudio_quick_build INTERFACE -O0)
+  target_compile_options(hidlaudio_quick_check INTERFACE -O0)
+else()
+  target_compile_options(hidlaudio_quick_build INTERFACE -O1)
+endif()
