@@ -91,10 +91,13 @@ std::optional<Process> findProcess(pid_t pid) {
     char state = 0;
     fields >> state;
     std::string skipped;
-    for (int field = 4; field < 22; ++field) fields >> skipped;
+    for (int field = 4; field < 20; ++field) fields >> skipped;
+    int threads = 0;
     Process process{pid, 0};
-    if (!(fields >> process.startTime) || state == 'Z' || state == 'X') return std::nullopt;
-    return process;
+    if (!(fields >> threads >> skipped >> process.startTime)) return std::nullopt;
+    // The first thread may have ended before the others, which keep the descriptors and locks.
+    const bool hasEnded = (state == 'Z' || state == 'X') && threads <= 1;
+    return hasEnded ? std::nullopt : std::optional(process);
 }
 
 bool isRunning(const Process& process) {
