@@ -5,6 +5,8 @@
 #include <deque>
 #include <fstream>
 #include <map>
+#include <utility>
+#include <vector>
 
 #include "host/recording/record_line.h"
 #include "host/tv_files/regular_file.h"
@@ -68,8 +70,14 @@ class Builder {
 
     void finish() {
         loseCalls(timeline_.end);
-        std::stable_partition(timeline_.lanes.begin(), timeline_.lanes.end(),
-                              [](const Lane& lane) { return lane.thread == 0; });
+        // The clients come first.
+        std::vector<Lane> ordered;
+        for (const bool isThread : {false, true}) {
+            for (Lane& one : timeline_.lanes) {
+                if ((one.thread != 0) == isThread) ordered.push_back(std::move(one));
+            }
+        }
+        timeline_.lanes = std::move(ordered);
     }
 
   private:
