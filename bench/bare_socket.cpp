@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "host/hidl/src/threads/spin.h"
 #include "measure.h"
 
 namespace hidlaudio::bench {
@@ -30,10 +31,10 @@ void sendAll(int socket, const std::vector<char>& bytes) {
     }
 }
 
-/** Looks for bytes until some have come or 50 us have passed. */
+/** Returns when bytes have arrived, or after as long as the HIDL runtime polls. */
 void poll(int socket) {
     char byte = 0;
-    const double end = nowMicroseconds() + 50;
+    const double end = nowMicroseconds() + android::hardware::transport::kSpinNanoseconds / 1e3;
     while (recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN &&
            nowMicroseconds() < end) {
     }

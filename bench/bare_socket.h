@@ -10,8 +10,8 @@ namespace hidlaudio::bench {
 
 /**
  * How both ends of a socket wait for bytes. The time to wake a sleeping end on another processor differs
- * between machines by a factor of ten. Polling ends look for bytes for 50 us before they sleep, like those
- * of the HIDL runtime.
+ * between machines by a factor of ten. Polling ends look for bytes before they sleep, for as long as those
+ * of the HIDL runtime do.
  */
 enum class Waiting { Sleeping, Polling };
 

@@ -20,10 +20,10 @@ if(HIDLAUDIO_SANITIZE)
   endif()
 endif()
 
-# For command-line programs and tests, which are fast enough with little optimization: that of CLI11 and
-# GoogleTest, which are all in headers, takes most of their compile time. With sanitizers even more so.
+# For command-line programs and tests: little optimization, and none with sanitizers. They are fast enough
+# without it, and it would take most of their compile time, because all of CLI11 and GoogleTest is in headers.
 add_library(hidlaudio_quick_build INTERFACE)
-# For libraries of the tools, which use nlohmann-json: not optimized only with sanitizers.
+# For libraries of the tools: no optimization with sanitizers, because of the headers of nlohmann-json.
 add_library(hidlaudio_quick_check INTERFACE)
 if(HIDLAUDIO_SANITIZE)
   target_compile_options(hidlaudio_quick_build INTERFACE -O0)

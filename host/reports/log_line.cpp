@@ -176,6 +176,10 @@ bool parseLogLine(std::string_view text, LogcatLine& line) {
     return isBrief(text) ? parseBrief(text, line) : parseThread(text, line);
 }
 
+std::string textOf(const LogcatLine& line) {
+    return line.level + (" " + std::string(line.tag)) + ": " + std::string(line.text);
+}
+
 std::string formatLogLine(const LogcatLine& line) {
     const int64_t time = std::max<int64_t>(line.time, 0) % (366 * kDay);
     const int64_t day = time / kDay;

@@ -28,6 +28,9 @@ struct LogcatLine {
  */
 bool parseLogLine(std::string_view text, LogcatLine& line);
 
+/** Returns the line without its time and process: "D tag: text". */
+std::string textOf(const LogcatLine& line);
+
 /** Returns the line in the format threadtime, with a newline. Midnight of January 1 stands for no time. */
 std::string formatLogLine(const LogcatLine& line);
 

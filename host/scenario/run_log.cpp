@@ -40,8 +40,7 @@ std::vector<std::string> warningsIn(const std::string& path, const std::string& 
         if (!parseLogLine(line, parts)) {
             if (!line.empty()) warnings.push_back("! " + line);
         } else if (isWarning(parts.level)) {
-            const std::string text = std::string(parts.tag) + ": " + std::string(parts.text);
-            warnings.push_back(parts.level + (" " + replaceAll(text, folder + "/tv", "")));
+            warnings.push_back(replaceAll(textOf(parts), folder + "/tv", ""));
         }
     }
     return warnings;

@@ -166,9 +166,7 @@ std::string readLogTrace(const std::string& path, Trace& trace) {
         LogcatLine parts;
         if (parseLogLine(line, parts)) {
             const std::string lane = std::to_string(parts.process) + " " + std::to_string(parts.thread);
-            const std::string text =
-                parts.level + (" " + std::string(parts.tag)) + ": " + std::string(parts.text);
-            trace.push_back(isCrashLine(parts) ? kCrash : TraceLine{lane, withoutAddresses(text)});
+            trace.push_back(isCrashLine(parts) ? kCrash : TraceLine{lane, withoutAddresses(textOf(parts))});
         } else if (!trace.empty() && !line.empty()) {
             trace.back().text += "\n" + line;
         }

@@ -78,7 +78,7 @@ int readValueFile(const std::string& path, std::string& content) {
 }
 
 int writeValueFile(const std::string& path, const std::string& content) {
-    // Programs often store what is stored already. To replace a file takes some file systems a millisecond.
+    // The daemon stores the same settings at each start, and ext4 needs a millisecond to replace a file.
     std::string stored;
     if (readValueFile(path, stored) == 0 && stored == content) return 0;
     const std::filesystem::path file(path);

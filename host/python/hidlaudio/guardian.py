@@ -31,8 +31,8 @@ def guard(kind, text):
         try:
             _guardian[1].stdin.write(f"{kind} {text}\n".encode("utf-8", "surrogateescape"))
             _guardian[1].stdin.flush()
-        except OSError:
-            pass  # it was killed
+        except (OSError, ValueError):
+            pass  # it was killed, or dismissed at the end of the program
 
 
 def _dismiss(owner, process):

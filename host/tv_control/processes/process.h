@@ -16,8 +16,10 @@ struct Process {
     uint64_t startTime = 0;  // in clock ticks since the kernel was booted
 };
 
-/** Returns the process with this pid, or `std::nullopt` if it is not running. It runs until its last thread
- * ends. */
+/**
+ * Returns the process with this pid, or `std::nullopt` if it is not running. A process runs until its last
+ * thread has ended.
+ */
 std::optional<Process> findProcess(pid_t pid);
 
 bool isRunning(const Process& process);

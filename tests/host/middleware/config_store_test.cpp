@@ -2,6 +2,7 @@
 #include <errno.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "host/kernel/faults/faults.h"
 #include "host/kernel/log.h"
@@ -51,6 +52,23 @@ TEST_F(ConfigStore, ReadFailsIfFileHoldsNoNumber) {
         ASSERT_EQ(lines.size(), 1U) << key;
         EXPECT_THAT(lines[0].text, HasSubstr(tv_ / "soc/config/" + key));
     }
+}
+
+TEST_F(ConfigStore, FileIsReplacedOnlyByAnotherValue) {
+    const auto fileNumber = [&] {
+        struct stat status{};
+        EXPECT_EQ(stat((tv_ / "soc/config/key").c_str(), &status), 0);
+        return status.st_ino;
+    };
+    const auto store = [&](int32_t value) {
+        EXPECT_EQ(set("key", value, 4), 0);
+        EXPECT_EQ(get("key", value_), 0);
+        EXPECT_EQ(value_, value);
+        return fileNumber();
+    };
+    const ino_t first = store(1);
+    EXPECT_EQ(store(1), first);
+    EXPECT_NE(store(2), first);
 }
 
 TEST_F(ConfigStore, InvalidRequestsAreRefused) {

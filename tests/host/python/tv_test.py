@@ -145,6 +145,13 @@ def is_running(pid):
         return False
 
 
+def test_tv_can_be_closed_at_exit():
+    script = "import atexit, hidlaudio; made = []; atexit.register(lambda: made[0].close()); made.append(hidlaudio.Tv())"
+    result = subprocess.run([sys.executable, "-B", "-X", "dev", "-c", script], capture_output=True, text=True,
+                            env={**os.environ, "HIDLAUDIO_PROGRAMS": PROGRAMS}, timeout=100, check=False)
+    assert (result.returncode, result.stderr) == (0, "")
+
+
 def test_killed_client_frees_its_upload(tv, client, make_client):
     tv.bectrl.hang = True
     handle = client.virtualizer.allocate_parameter_buffer("HRTF", 1)

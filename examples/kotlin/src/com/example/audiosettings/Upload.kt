@@ -80,9 +80,9 @@ class Upload internal constructor(
     }
 
     private fun append(virtualizer: IHeadphoneVirtualizer): Boolean {
-        val step = virtualizer.maxAppendSize
-        for (start in data.indices step step) {
-            val piece = ArrayList(data.asList().subList(start, minOf(start + step, data.size)))
+        val size = virtualizer.maxAppendSize
+        for (start in data.indices step size) {
+            val piece = ArrayList(data.asList().subList(start, minOf(start + size, data.size)))
             if (cancelled || virtualizer.append(handle, piece) != DONE) return false
             report((100L * start / data.size).toInt())
         }
