@@ -146,7 +146,8 @@ def is_running(pid):
 
 
 def test_tv_can_be_closed_at_exit():
-    script = "import atexit, hidlaudio; made = []; atexit.register(lambda: made[0].close()); made.append(hidlaudio.Tv())"
+    script = "\n".join(("import atexit, hidlaudio", "made = []", "atexit.register(lambda: made[0].close())",
+                        "made.append(hidlaudio.Tv())"))
     result = subprocess.run([sys.executable, "-B", "-X", "dev", "-c", script], capture_output=True, text=True,
                             env={**os.environ, "HIDLAUDIO_PROGRAMS": PROGRAMS}, timeout=100, check=False)
     assert (result.returncode, result.stderr) == (0, "")
