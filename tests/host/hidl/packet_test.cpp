@@ -86,15 +86,17 @@ native_handle_t* newHandle(const std::vector<int>& numbers) {
 
 TEST_F(PacketTest, PacketsContainNoAddressOfTheirSender) {
     if (HIDLAUDIO_EMULATED) GTEST_SKIP() << "the memory map is that of the emulator";
-    const Item item{"item", {1.5f}, {"", "note"}, true, Colour::GREEN};
-    static Everything everything{};  // static, so that its padding is zero and not half an address
+    // Each structure is static or made by the vector: its padding is zero, not a piece of an address.
+    static const Item item{"item", {1.5f}, {"", "note"}, true, Colour::GREEN};
+    static Everything everything{};
     everything.twoTexts[0] = "first";
     everything.text = std::string(300, '\x01');
     everything.item = item;
     everything.truths = {true};
     everything.numbers = std::vector<double>(20, 0.1);
     everything.table = {{}, {2, 3}};
-    everything.items = {item, Item{}};
+    everything.items.resize(2);
+    everything.items[0] = item;
     everything.texts = {{"a", "b"}, {}};
     hidl_handle file;
     file.setTo(newHandle({9}), true);
