@@ -24,14 +24,14 @@ Examples:
 
 }  // namespace
 
-void addCommandLine(CLI::App& app, Invocation& invocation) {
-    app.name("audioctl");
-    app.description("Use the audio services of a TV.");
+void addCommandLine(host::Command app, Invocation& invocation) {
+    app.describe("audioctl", "Use the audio services of a TV.");
     addCommonOptions(app, invocation);
     for (const auto add : {addList, addWait, addPing, addDump, addMonitor, addHdmi, addExternal, addSpeaker,
                            addCalibration, addCenter, addVirtualizer, addMic})
         add(app, invocation);
-    finishGroup(&app, kFooter);
+    app.requireCommand();
+    app.setFooter(kFooter);
 }
 
 }  // namespace hidlaudio::client

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <functional>
 #include <optional>
 
 #include "client/terminal/report.h"
+#include "host/program/command.h"
 
 namespace hidlaudio::client {
 
@@ -25,41 +25,24 @@ struct Invocation {
  * options is appended to `footer`. If `needsTv` returns true and the TV cannot be used, the command fails
  * with kWrongUsage before `body` runs.
  */
-CLI::App* addCommand(
-    CLI::App* parent, Invocation& invocation, const std::string& name, const std::string& description,
+host::Command addCommand(
+    host::Command parent, Invocation& invocation, const std::string& name, const std::string& description,
     const std::string& footer, const std::function<int()>& body,
     const std::function<bool()>& needsTv = [] { return true; });
 
 /**
- * Adds an optional argument. `value`, which must outlive the command, is set if the argument is given, even
- * if it is empty.
+ * Makes `group` require a subcommand, and sets its footer, with the line about the common options. Call it
+ * after adding the subcommands: each copies the footer that its parent has at that time.
  */
-CLI::Option* addOptionalArgument(CLI::App* command, const std::string& name,
-                                 std::optional<std::string>& value, const std::string& help);
-
-/** Adds a subcommand that only has subcommands of its own; finishGroup() must follow. */
-CLI::App* addGroup(CLI::App& app, const std::string& name, const std::string& description);
-
-/**
- * Makes `group` require a subcommand, and sets its footer, with the line about the common options unless it
- * is the program itself. Call it after adding the subcommands: each copies the footer that its parent has at
- * that time.
- */
-void finishGroup(CLI::App* group, const std::string& footer);
+void finishGroup(host::Command group, const std::string& footer);
 
 /**
  * Adds --version and the options that are accepted before and after the name of every subcommand. Call it
  * before adding subcommands.
  */
-void addCommonOptions(CLI::App& app, Invocation& invocation);
+void addCommonOptions(host::Command app, Invocation& invocation);
 
 /** Returns the time in `seconds` from now. */
 std::chrono::steady_clock::time_point timeIn(double seconds);
-
-/** Returns an error message if the argument of an option is empty, or else an empty string. */
-std::string checkNotEmpty(const std::string& given);
-
-/** Prints the error of the command line to standard error. Returns kWrongUsage. */
-int wrongUsage(const CLI::App& app, const CLI::ParseError& error);
 
 }  // namespace hidlaudio::client

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android-base/strings.h>
 #include <stdio.h>
 
+#include <CLI/CLI.hpp>
 #include <exception>
 #include <sstream>
 
@@ -11,11 +13,45 @@
 namespace hidlaudio::client {
 namespace {
 
+const CLI::App* deepestParsed(const CLI::App* app, std::string* path) {
+    *path = app->get_name();
+    while (!app->get_subcommands().empty()) {
+        app = app->get_subcommands().front();
+        *path += " " + app->get_name();
+    }
+    return app;
+}
+
+std::string namesOfSubcommands(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* subcommand : app.get_subcommands(nullptr)) names.push_back(subcommand->get_name());
+    return android::base::Join(names, ", ");
+}
+
+/** Prints the error of the command line to standard error. Returns kWrongUsage. */
+int wrongUsage(const CLI::App& app, const CLI::ParseError& error) {
+    std::string path;
+    const CLI::App* command = deepestParsed(&app, &path);
+    const std::string help = "\nSee `" + path + " --help`.";
+    const std::string names = namesOfSubcommands(*command);
+    const std::vector<std::string> unknown = app.remaining(true);
+    std::string message = error.what();
+    if (!unknown.empty() && unknown.front()[0] == '-') {
+        message = "unknown option " + unknown.front();
+    } else if (!unknown.empty()) {
+        message = (names.empty() ? "unexpected argument \"" : "unknown command \"") + unknown.front() + "\"" +
+                  (names.empty() ? "" : "; expected one of: " + names);
+    } else if (!names.empty() && error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
+        message = "missing command; expected one of: " + names;
+    }
+    return fail(kWrongUsage, message + help);
+}
+
 int runCommand(int argc, char** argv) {
     showOnlyErrorsOfLog();
     Invocation invocation;
     CLI::App app;
-    addCommandLine(app, invocation);
+    addCommandLine(host::Command(&app), invocation);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

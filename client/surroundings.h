@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+
+#include "host/program/command.h"
 
 namespace hidlaudio::client {
 
@@ -13,7 +14,7 @@ namespace hidlaudio::client {
  */
 
 /** Adds the option that selects a virtual TV. */
-void addTvOption(CLI::App& app);
+void addTvOption(host::Command app);
 
 /** Returns why the TV cannot be used, or an empty string if it can. */
 std::string problemOfTv();

@@ -21,7 +21,7 @@ if(HIDLAUDIO_SANITIZE)
 endif()
 
 # For command-line programs and tests: little optimization, and none with sanitizers. They are fast enough
-# without it, and it would take most of their compile time, because all of CLI11 and GoogleTest is in headers.
+# without it, and it would take most of their compile time, because all of GoogleTest and nlohmann-json is in headers.
 add_library(hidlaudio_quick_build INTERFACE)
 # For libraries of the tools: no optimization with sanitizers, because of the headers of nlohmann-json.
 add_library(hidlaudio_quick_check INTERFACE)

@@ -57,7 +57,7 @@ int setEnabled(const Invocation& invocation, bool enable) {
         "the TV's audio driver or middleware refused; the switch is unchanged");
 }
 
-void addStatus(CLI::App* parent, Invocation& invocation) {
+void addStatus(host::Command parent, Invocation& invocation) {
     addCommand(
         parent, invocation, "status", "Print the switch and the stored results",
         R"(Prints "off" also if the service cannot read its files; see the daemon's log. The TV uses equalizer
@@ -71,7 +71,7 @@ Example:
         [&invocation] { return status(invocation); });
 }
 
-void addSwitches(CLI::App* parent, Invocation& invocation) {
+void addSwitches(host::Command parent, Invocation& invocation) {
     const std::string note =
         "The service restores the switch at every start. It may wait until the TV has started: the default\n"
         "of --timeout is 45 s.\n"
@@ -92,8 +92,8 @@ void addSwitches(CLI::App* parent, Invocation& invocation) {
 
 }  // namespace
 
-void addCalibration(CLI::App& app, Invocation& invocation) {
-    CLI::App* calibration = addGroup(app, "calibration", "Adjust the TV's sound to the room");
+void addCalibration(host::Command app, Invocation& invocation) {
+    const host::Command calibration = app.addCommand("calibration", "Adjust the TV's sound to the room");
     for (const auto add : {addStatus, addSwitches, addCalibrationLoad, addCalibrationSave, addCalibrationPlot,
                            addCalibrationParameters, addSmoothDelay})
         add(calibration, invocation);

@@ -177,46 +177,41 @@ int parseChannels(const std::vector<std::string>& words, Options& options) {
     return fail(kWrongUsage, "--channel takes at most 9 channels");
 }
 
-void addNumber(CLI::App* command, const char* name, const char* unit, const char* help,
+void addNumber(host::Command command, const char* name, const char* unit, const char* help,
                std::string (*check)(const std::string&), std::optional<double>& value) {
-    command
-        ->add_option_function<std::string>(
-            name, [&value](const std::string& text) { value = parseDecimal(text); }, help)
-        ->type_name(unit)
-        ->check(check);
+    command.option(
+               name, unit, [&value](const std::string& text) { value = parseDecimal(text); }, help)
+        .check(check);
 }
 
 }  // namespace
 
-void addCalibrationLoad(CLI::App* parent, Invocation& invocation) {
+void addCalibrationLoad(host::Command parent, Invocation& invocation) {
     const auto options = std::make_shared<Options>();
     const auto channels = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         parent, invocation, "load", "Store results from a file", kFooter,
         [&invocation, options, channels] {
             const int status = parseChannels(*channels, *options);
             return status != kDone ? status : load(invocation, *options);
         },
         [options] { return !options->dryRun || options->keep; });
-    command->add_option("FILE", options->file, "Load this file")->type_name("")->required();
+    command.argument("FILE", options->file, "Load this file").required();
     command
-        ->add_option("--channel", *channels,
-                     "Load these channels of an equalizer text (default: those of its\n"
-                     "Channel: lines, or else FL,FR)")
-        ->type_name("NAME,NAME")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->check(checkChannel);
+        .option("--channel", "NAME,NAME", *channels,
+                "Load these channels of an equalizer text (default: those of its\n"
+                "Channel: lines, or else FL,FR)")
+        .splitAt(',')
+        .onceEach()
+        .check(checkChannel);
     addNumber(command, "--level", "DB",
               "Set the level of an equalizer text (default: from its Preamp: lines)", checkLevel,
               options->text.level);
     addNumber(command, "--delay", "MS", "Set the delay of an equalizer text (default: from its Delay: lines)",
               checkDelay, options->text.delay);
-    command->add_flag("--clamp", options->clamp,
-                      "Limit levels and gains to -9 to 9 dB (default: refuse FILE)");
-    command->add_flag("--keep", options->keep,
-                      "Keep the stored results of other channels (default: remove them)");
-    command->add_flag("--dry-run", options->dryRun, "Print the values, but do not store them");
+    command.flag("--clamp", options->clamp, "Limit levels and gains to -9 to 9 dB (default: refuse FILE)");
+    command.flag("--keep", options->keep, "Keep the stored results of other channels (default: remove them)");
+    command.flag("--dry-run", options->dryRun, "Print the values, but do not store them");
 }
 
 }  // namespace hidlaudio::client

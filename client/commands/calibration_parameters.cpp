@@ -133,7 +133,7 @@ int show(const Invocation& invocation) {
 
 }  // namespace
 
-void addCalibrationParameters(CLI::App* calibration, Invocation& invocation) {
+void addCalibrationParameters(host::Command calibration, Invocation& invocation) {
     addCommand(
         calibration, invocation, "parameters", "Print the TV model's settings for a measurement",
         R"(Prints the acoustic tuning data of the TV. The tuning data and the app that measures the room define

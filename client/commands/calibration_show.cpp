@@ -71,9 +71,9 @@ int plot(const Invocation& invocation, const std::string& svgPath) {
 
 }  // namespace
 
-void addCalibrationSave(CLI::App* parent, Invocation& invocation) {
+void addCalibrationSave(host::Command parent, Invocation& invocation) {
     const auto path = std::make_shared<std::string>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         parent, invocation, "save", "Write the stored results as a calibration file",
         R"(`audioctl calibration load` reads the file. A regular file is replaced atomically and keeps its
 permissions; a device, a pipe or /dev/fd/N is written directly. Symbolic links are followed.
@@ -83,14 +83,13 @@ With --json: {"value": [...]} without FILE, {"result": 0} with FILE, only the fi
 Example:
   audioctl calibration save room.json)",
         [&invocation, path] { return save(invocation, *path); });
-    command->add_option("FILE", *path, "Replace this file; - is standard output (default: standard output)")
-        ->type_name("")
-        ->check(checkNotEmpty);
+    command.argument("FILE", *path, "Replace this file; - is standard output (default: standard output)")
+        .notEmpty();
 }
 
-void addCalibrationPlot(CLI::App* parent, Invocation& invocation) {
+void addCalibrationPlot(host::Command parent, Invocation& invocation) {
     const auto path = std::make_shared<std::string>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         parent, invocation, "plot", "Plot the stored equalizers",
         R"(The plot is as wide as the terminal (default: 80 columns), in ASCII if the locale is not UTF-8.
 With --json: {"result": 0} with --svg, or else the value of `audioctl calibration save --json`.
@@ -102,11 +101,10 @@ Examples:
   audioctl calibration plot --svg room.svg)",
         [&invocation, path] { return plot(invocation, *path); });
     command
-        ->add_option("--svg", *path,
-                     "Replace this file with an SVG picture (-: standard output;\n"
-                     "default: plot in the terminal)")
-        ->type_name("FILE")
-        ->check(checkNotEmpty);
+        .option("--svg", "FILE", *path,
+                "Replace this file with an SVG picture (-: standard output;\n"
+                "default: plot in the terminal)")
+        .notEmpty();
 }
 
 }  // namespace hidlaudio::client

@@ -48,7 +48,7 @@ int show(const Invocation& invocation) {
     });
 }
 
-void addShow(CLI::App* center, Invocation& invocation) {
+void addShow(host::Command center, Invocation& invocation) {
     addCommand(
         center, invocation, "show", "Print type, latency and inputs",
         R"(The service reads these values when it starts. A value that it cannot read has a default: type 0,
@@ -61,9 +61,9 @@ Example:
 
 }  // namespace
 
-void addCenter(CLI::App& app, Invocation& invocation) {
-    CLI::App* center =
-        addGroup(app, "center", "Print the values for use as center speaker of an audio system");
+void addCenter(host::Command app, Invocation& invocation) {
+    const host::Command center =
+        app.addCommand("center", "Print the values for use as center speaker of an audio system");
     addShow(center, invocation);
     finishGroup(center,
                 "Example:\n"

@@ -109,29 +109,27 @@ Examples:
 
 }  // namespace
 
-void addDump(CLI::App& app, Invocation& invocation) {
+void addDump(host::Command app, Invocation& invocation) {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command =
-        addCommand(&app, invocation, "dump", "Print the internal state of services, or write a bug report",
+    const host::Command command =
+        addCommand(app, invocation, "dump", "Print the internal state of services, or write a bug report",
                    kFooter + describeKnownServices() + kExamples, [&invocation, arguments] {
                        return arguments->all ? writeDumpBundle(invocation, arguments->output)
                                              : dump(invocation, arguments->services);
                    });
-    CLI::Option* services =
+    const host::Option services =
         command
-            ->add_option("SERVICE", arguments->services,
-                         "Print these services, by full or short name (default: all registered)")
-            ->type_name("")
-            ->check(checkServiceName);
-    CLI::Option* all =
-        command->add_flag("--all", arguments->all, "Write a bug report to the file of --output");
-    CLI::Option* output = command
-                              ->add_option("--output", arguments->output,
-                                           "Replace this file with the bug report (-: standard output)")
-                              ->type_name("FILE")
-                              ->check(checkNotEmpty);
-    all->needs(output)->excludes(services);
-    output->needs(all);
+            .argument("SERVICE", arguments->services,
+                      "Print these services, by full or short name (default: all registered)")
+            .check(checkServiceName);
+    const host::Option all =
+        command.flag("--all", arguments->all, "Write a bug report to the file of --output");
+    const host::Option output = command
+                                    .option("--output", "FILE", arguments->output,
+                                            "Replace this file with the bug report (-: standard output)")
+                                    .notEmpty();
+    all.needs(output).excludes(services);
+    output.needs(all);
 }
 
 }  // namespace hidlaudio::client

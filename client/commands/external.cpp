@@ -11,7 +11,7 @@ namespace {
 
 using com::tovi::dtv::hardware::audio::V3_1::IOutputExternal;
 
-void addGet(CLI::App* external, Invocation& invocation) {
+void addGet(host::Command external, Invocation& invocation) {
     addCommand(
         external, invocation, "get", "Print whether encoding is forced",
         R"(Prints "on" or "off". Prints "off" also if the service cannot read the setting; see the daemon's
@@ -22,9 +22,9 @@ Example:
         [&invocation] { return printSwitch(invocation, &IOutputExternal::getForceEncodingEnabled); });
 }
 
-void addSet(CLI::App* external, Invocation& invocation) {
+void addSet(host::Command external, Invocation& invocation) {
     const auto mode = std::make_shared<std::string>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         external, invocation, "set", "Switch forced encoding on or off",
         R"(The service stores the setting and restores it at every start. On a new TV it is on. A result
 other than 0 is the status of the TV's middleware; the setting is then unchanged.
@@ -35,15 +35,12 @@ Example:
             return setValue(invocation, "setForceEncodingEnabled", &IOutputExternal::setForceEncodingEnabled,
                             *mode == "on", {}, "the TV's middleware refused; the setting is unchanged");
         });
-    command->add_option("on|off", *mode, "Force encoding (on), or not (off)")
-        ->type_name("")
-        ->required()
-        ->check(CLI::IsMember({"on", "off"}).description(""));
+    command.argument("on|off", *mode, "Force encoding (on), or not (off)").required().oneOf({"on", "off"});
 }
 
-void addFormat(CLI::App* external, Invocation& invocation) {
+void addFormat(host::Command external, Invocation& invocation) {
     const auto format = std::make_shared<std::optional<std::string>>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         external, invocation, "format", "Print or set the encoding format",
         R"(The TV chooses the format: the service accepts any name without effect, and reports "auto".
 
@@ -55,10 +52,10 @@ Examples:
             return setValue(invocation, "setEncodingFormat", &IOutputExternal::setEncodingFormat, **format,
                             {}, "the service refused the format");
         });
-    addOptionalArgument(command, "NAME", *format, "Set this format (default: print the current one)");
+    command.argument("NAME", *format, "Set this format (default: print the current one)");
 }
 
-void addFormats(CLI::App* external, Invocation& invocation) {
+void addFormats(host::Command external, Invocation& invocation) {
     addCommand(
         external, invocation, "formats", "List the available encoding formats, one per line",
         R"(The TV chooses the format: the service reports no formats. With --json the value is an array.
@@ -73,8 +70,9 @@ Example:
 
 }  // namespace
 
-void addExternal(CLI::App& app, Invocation& invocation) {
-    CLI::App* external = addGroup(app, "external", "Control the external (bitstream) audio output");
+void addExternal(host::Command app, Invocation& invocation) {
+    const host::Command external =
+        app.addCommand("external", "Control the external (bitstream) audio output");
     for (const auto add : {addGet, addSet, addFormat, addFormats}) add(external, invocation);
     finishGroup(external,
                 "Examples:\n"

@@ -47,7 +47,7 @@ int set(const Invocation& invocation, const Names& names) {
                         "the TV's middleware refused; the capabilities are unchanged");
 }
 
-void addGet(CLI::App* hdmi, Invocation& invocation) {
+void addGet(host::Command hdmi, Invocation& invocation) {
     addCommand(
         hdmi, invocation, "get", "Print the capabilities that the TV announces, one per line",
         R"(Prints always three names: ARC Dolby Digital, eARC Dolby Digital, ARC MPEG-4 AAC. If the service
@@ -58,9 +58,9 @@ Example:
         [&invocation] { return printList(invocation, &IHdmiAudio::getAudioCapabilities); });
 }
 
-void addSet(CLI::App* hdmi, Invocation& invocation) {
+void addSet(host::Command hdmi, Invocation& invocation) {
     const auto names = std::make_shared<Names>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         hdmi, invocation, "set", "Set the capabilities that the TV announces over ARC",
         std::string(kCapabilities) +
             R"(Sets each group to the highest of its capabilities given. A group with none given is unchanged.
@@ -69,16 +69,15 @@ The result is 0 if at least one group was set, or else -1 or the status of the T
 Example:
   audioctl hdmi set ARC_DD_PLUS ARC_MP4AAC_5_1)",
         [&invocation, names] { return set(invocation, *names); });
-    command
-        ->add_option("CAPABILITY", *names, "Announce these capabilities, of one group or both, in any order")
-        ->type_name("")
-        ->required();
+    command.argument("CAPABILITY", *names, "Announce these capabilities, of one group or both, in any order")
+        .required();
 }
 
 }  // namespace
 
-void addHdmi(CLI::App& app, Invocation& invocation) {
-    CLI::App* hdmi = addGroup(app, "hdmi", "Print, set or watch the audio formats announced over HDMI");
+void addHdmi(host::Command app, Invocation& invocation) {
+    const host::Command hdmi =
+        app.addCommand("hdmi", "Print, set or watch the audio formats announced over HDMI");
     for (const auto add : {addGet, addSet, addHdmiWatch}) add(hdmi, invocation);
     finishGroup(hdmi, std::string(kCapabilities) +
                           "Examples:\n"

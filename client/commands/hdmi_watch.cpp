@@ -203,7 +203,7 @@ int watch(const Invocation& invocation) {
 
 }  // namespace
 
-void addHdmiWatch(CLI::App* hdmi, Invocation& invocation) {
+void addHdmiWatch(host::Command hdmi, Invocation& invocation) {
     addCommand(
         hdmi, invocation, "watch", "Print each change by a client, until Ctrl-C",
         R"(Prints one line per change: the names that the client passed for the groups that were set. With

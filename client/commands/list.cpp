@@ -76,10 +76,10 @@ int run(const Invocation& invocation, bool all) {
 
 }  // namespace
 
-void addList(CLI::App& app, Invocation& invocation) {
+void addList(host::Command app, Invocation& invocation) {
     const auto all = std::make_shared<bool>(false);
-    CLI::App* command = addCommand(
-        &app, invocation, "list", "List the registered services and their processes",
+    const host::Command command = addCommand(
+        app, invocation, "list", "List the registered services and their processes",
         R"(Requests the interface chain of each service, most derived interface first. A service that does not
 reply within --timeout (default: 5 s) is listed under all its names, with the chain "?" (null with
 --json), and the exit status is 4. The same applies if a call fails, with exit status 1.
@@ -90,7 +90,7 @@ Examples:
   audioctl list
   audioctl list --all --json)",
         [&invocation, all] { return run(invocation, *all); });
-    command->add_flag("--all", *all, "Also list the inherited interface versions");
+    command.flag("--all", *all, "Also list the inherited interface versions");
 }
 
 }  // namespace hidlaudio::client

@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "client/commands.h"
-#include "host/program/number_argument.h"
 #include "value_commands.h"
 
 namespace hidlaudio::client {
@@ -36,10 +35,10 @@ int setGain(const Invocation& invocation, const std::string& device, const std::
                         "the service did not set the gain");
 }
 
-void addGain(CLI::App* mic, Invocation& invocation) {
+void addGain(host::Command mic, Invocation& invocation) {
     const auto device = std::make_shared<std::string>("AUDIO_DEVICE_IN_BUILTIN_MIC");
     const auto scale = std::make_shared<std::optional<std::string>>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         mic, invocation, "gain", "Print or set the gain of a microphone",
         R"(The TV's audio HAL holds the gain. Prints 0 also if the service cannot read the gain, or does not
 know the microphone; see the daemon's log.
@@ -50,15 +49,13 @@ Examples:
         [&invocation, scale, device] {
             return *scale ? setGain(invocation, *device, **scale) : printGain(invocation, *device);
         });
-    addOptionalArgument(command, "SCALE", *scale,
-                        "Set this gain, 0.0 to 1.0 (default: print the current one)")
-        ->check([](const std::string& text) { return host::checkNumber(text, 0, 1); });
-    command->add_option("--device", *device, "Use this microphone, a name from `audioctl mic devices`")
-        ->type_name("NAME")
-        ->capture_default_str();
+    command.argument("SCALE", *scale, "Set this gain, 0.0 to 1.0 (default: print the current one)")
+        .number(0, 1);
+    command.option("--device", "NAME", *device, "Use this microphone, a name from `audioctl mic devices`")
+        .showsDefault();
 }
 
-void addDevices(CLI::App* mic, Invocation& invocation) {
+void addDevices(host::Command mic, Invocation& invocation) {
     addCommand(mic, invocation, "devices", "List the microphones, one per line",
                R"(With --json the value is an array.
 
@@ -69,8 +66,8 @@ Example:
 
 }  // namespace
 
-void addMic(CLI::App& app, Invocation& invocation) {
-    CLI::App* mic = addGroup(app, "mic", "List the TV's microphones; print or set their gain");
+void addMic(host::Command app, Invocation& invocation) {
+    const host::Command mic = app.addCommand("mic", "List the TV's microphones; print or set their gain");
     addGain(mic, invocation);
     addDevices(mic, invocation);
     finishGroup(mic,

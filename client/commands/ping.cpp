@@ -12,7 +12,6 @@
 #include "client/commands.h"
 #include "client/services/known_services.h"
 #include "client/services/service_call.h"
-#include "host/program/number_argument.h"
 
 namespace hidlaudio::client {
 namespace {
@@ -89,14 +88,14 @@ int run(const Invocation& invocation, const ServiceName& service, size_t count) 
 
 }  // namespace
 
-void addPing(CLI::App& app, Invocation& invocation) {
+void addPing(host::Command app, Invocation& invocation) {
     struct Arguments {
         std::string service = "external";
         size_t count = 100;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = addCommand(
-        &app, invocation, "ping", "Measure the round-trip time of a call to a service",
+    const host::Command command = addCommand(
+        app, invocation, "ping", "Measure the round-trip time of a call to a service",
         R"(Prints the minimum, median and maximum time in microseconds. Makes one call before, which is not
 measured. All audio services share one thread, so a call may wait for calls of other clients.
 With --json the value has "service", "count", "min_us", "median_us" and "max_us".
@@ -113,13 +112,11 @@ Examples:
             return run(invocation, *parseServiceName(arguments->service), arguments->count);
         });
     command
-        ->add_option("SERVICE", arguments->service,
-                     "Call this service, by full or short name (default: external)")
-        ->type_name("")
-        ->check(checkServiceName);
-    command->add_option("-n", arguments->count, "Measure this many calls, 1 to 1000000 (default: 100)")
-        ->type_name("COUNT")
-        ->check([](const std::string& given) { return host::checkInteger(given, 1, 1000000); });
+        .argument("SERVICE", arguments->service,
+                  "Call this service, by full or short name (default: external)")
+        .check(checkServiceName);
+    command.option("-n", "COUNT", arguments->count, "Measure this many calls, 1 to 1000000 (default: 100)")
+        .integer(1, 1000000);
 }
 
 }  // namespace hidlaudio::client

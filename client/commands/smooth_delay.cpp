@@ -96,10 +96,10 @@ int run(const Invocation& invocation, const std::string& action, const std::vect
 
 }  // namespace
 
-void addSmoothDelay(CLI::App* parent, Invocation& invocation) {
+void addSmoothDelay(host::Command parent, Invocation& invocation) {
     const auto action = std::make_shared<std::string>();
     const auto delays = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         parent, invocation, "smooth-delay", "Print or set temporary delays of the front channels",
         R"(While it is on, these delays replace those of the calibration, even if the calibration is off.
 Switching it on sets them to 0. It is off after a restart of the service. Needs a TV with a back-end
@@ -112,12 +112,10 @@ Examples:
   audioctl calibration smooth-delay set 1.0 2.5
   audioctl calibration smooth-delay)",
         [&invocation, action, delays] { return run(invocation, *action, *delays); });
-    command->add_option("on|off|set", *action, "Switch it, or set its delays (default: print both)")
-        ->type_name("")
-        ->check(CLI::IsMember({"on", "off", "set"}).description(""));
-    command->add_option("MS", *delays, "Set these 2 to 9 delays, -682 to 682 ms; the first two are used")
-        ->type_name("")
-        ->check(checkMilliseconds);
+    command.argument("on|off|set", *action, "Switch it, or set its delays (default: print both)")
+        .oneOf({"on", "off", "set"});
+    command.argument("MS", *delays, "Set these 2 to 9 delays, -682 to 682 ms; the first two are used")
+        .check(checkMilliseconds);
 }
 
 }  // namespace hidlaudio::client

@@ -66,7 +66,7 @@ int printDelay(const Invocation& invocation) {
     return printValue(invocation, delay, text);
 }
 
-void addSurround(CLI::App* speaker, Invocation& invocation) {
+void addSurround(host::Command speaker, Invocation& invocation) {
     addCommand(
         speaker, invocation, "surround", "Print the surround type of the TV's speakers",
         R"(Prints none, type-1 or type-2. The set-up of the TV defines the arrangement that a type stands for.
@@ -77,9 +77,9 @@ Example:
         [&invocation] { return printName(invocation, &IOutputSpeaker::getSurroundType, kSurroundTypes); });
 }
 
-void addPosition(CLI::App* speaker, Invocation& invocation) {
+void addPosition(host::Command speaker, Invocation& invocation) {
     const auto position = std::make_shared<std::optional<std::string>>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         speaker, invocation, "position", "Print or set the position of the TV",
         R"(The service stores the position and sends it to the audio HAL. It accepts any 32-bit number;
 unknown numbers count as table-top.
@@ -97,12 +97,13 @@ Examples:
                             *parsePosition(**position), {},
                             "the TV's middleware did not store the position; the audio HAL has received it");
         });
-    addOptionalArgument(command, "POSITION", *position,
-                        "Set this position, a name or a number (default: print the current one)")
-        ->check(checkPosition);
+    command
+        .argument("POSITION", *position,
+                  "Set this position, a name or a number (default: print the current one)")
+        .check(checkPosition);
 }
 
-void addDelay(CLI::App* speaker, Invocation& invocation) {
+void addDelay(host::Command speaker, Invocation& invocation) {
     addCommand(
         speaker, invocation, "delay", "Print the delay of the main channel",
         R"(Prints the delay in the unit of the audio decoder. Prints 0 also if the service cannot read it;
@@ -115,9 +116,9 @@ Example:
 
 }  // namespace
 
-void addSpeaker(CLI::App& app, Invocation& invocation) {
-    CLI::App* speaker =
-        addGroup(app, "speaker", "Print settings of the TV's speakers; set the TV's position");
+void addSpeaker(host::Command app, Invocation& invocation) {
+    const host::Command speaker =
+        app.addCommand("speaker", "Print settings of the TV's speakers; set the TV's position");
     for (const auto add : {addSurround, addPosition, addDelay}) add(speaker, invocation);
     finishGroup(speaker,
                 "Examples:\n"

@@ -23,7 +23,7 @@ int setEnabled(const Invocation& invocation, bool enable) {
                      enable);
 }
 
-void addSwitch(CLI::App* parent, Invocation& invocation) {
+void addSwitch(host::Command parent, Invocation& invocation) {
     addCommand(
         parent, invocation, "status", "Print whether the virtualizer is on or off",
         R"(Prints "on" or "off", "off" also on a TV without a back-end controller. With --json the value is
@@ -47,9 +47,9 @@ Example:
                [&invocation] { return setEnabled(invocation, false); });
 }
 
-void addUpmix(CLI::App* parent, Invocation& invocation) {
+void addUpmix(host::Command parent, Invocation& invocation) {
     const auto mode = std::make_shared<std::optional<std::string>>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         parent, invocation, "upmix", "Print or set upmixing of sound with few channels",
         R"(Needs a TV with a back-end controller to set it. Upmixing is on after a restart of the service.
 With --json the printed value is true or false.
@@ -62,13 +62,12 @@ Examples:
             return setSwitch(invocation, "setUpmixEnabled", &IHeadphoneVirtualizer::setUpmixEnabled,
                              **mode == "on");
         });
-    addOptionalArgument(command, "on|off", *mode, "Set this state (default: print the current one)")
-        ->check(CLI::IsMember({"on", "off"}).description(""));
+    command.argument("on|off", *mode, "Set this state (default: print the current one)").oneOf({"on", "off"});
 }
 
-void addTypes(CLI::App* parent, Invocation& invocation) {
+void addTypes(host::Command parent, Invocation& invocation) {
     const auto type = std::make_shared<std::optional<std::string>>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         parent, invocation, "type", "Print or set the virtualizer's type",
         R"(`audioctl virtualizer types` lists the types. Their names are case-sensitive.
 
@@ -81,7 +80,7 @@ Examples:
                             **type, {{-5, "unknown type; list the types with `audioctl virtualizer types`"}},
                             "the service refused the type");
         });
-    addOptionalArgument(command, "NAME", *type, "Set this type (default: print the current one)");
+    command.argument("NAME", *type, "Set this type (default: print the current one)");
     addCommand(parent, invocation, "types", "List the types, one per line",
                R"(With --json the value is an array.
 
@@ -92,7 +91,7 @@ Example:
                });
 }
 
-void addMaxAppend(CLI::App* parent, Invocation& invocation) {
+void addMaxAppend(host::Command parent, Invocation& invocation) {
     addCommand(
         parent, invocation, "max-append", "Print the upload limit per call, in bytes",
         R"(The service accepts at most this many bytes per append() call. `audioctl virtualizer upload` uses
@@ -109,9 +108,9 @@ Example:
 
 }  // namespace
 
-void addVirtualizer(CLI::App& app, Invocation& invocation) {
-    CLI::App* virtualizer =
-        addGroup(app, "virtualizer", "Control the headphone virtualizer; upload parameters");
+void addVirtualizer(host::Command app, Invocation& invocation) {
+    const host::Command virtualizer =
+        app.addCommand("virtualizer", "Control the headphone virtualizer; upload parameters");
     for (const auto add : {addSwitch, addUpmix, addTypes, addMaxAppend, addVirtualizerUpload})
         add(virtualizer, invocation);
     finishGroup(virtualizer,

@@ -19,7 +19,6 @@
 #include "client/services/apply_result.h"
 #include "client/services/service_call.h"
 #include "client/terminal/progress.h"
-#include "host/program/number_argument.h"
 
 namespace hidlaudio::client {
 namespace {
@@ -242,9 +241,9 @@ int start(const Invocation& invocation, const Options& options) {
 
 }  // namespace
 
-void addVirtualizerUpload(CLI::App* parent, Invocation& invocation) {
+void addVirtualizerUpload(host::Command parent, Invocation& invocation) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = addCommand(
+    const host::Command command = addCommand(
         parent, invocation, "upload", "Upload parameters to the back-end controller",
         R"(Waits until the controller has reported the result. The exit status is 0 if it has accepted the
 parameters, or else 1. Cancels any other upload of the same kind. --timeout limits each call to the
@@ -258,23 +257,19 @@ Examples:
   audioctl virtualizer upload hrtf set.bin
   audioctl virtualizer upload device set.bin --chunk 4096 --cancel-after 10)",
         [&invocation, options] { return start(invocation, *options); });
-    command->add_option("device|hrtf", options->kind, "Upload parameters of this kind")
-        ->type_name("")
-        ->required()
-        ->check(CLI::IsMember({"device", "hrtf"}).description(""));
-    command->add_option("FILE", options->file, "Upload the bytes of this file")->type_name("")->required();
+    command.argument("device|hrtf", options->kind, "Upload parameters of this kind")
+        .required()
+        .oneOf({"device", "hrtf"});
+    command.argument("FILE", options->file, "Upload the bytes of this file").required();
     command
-        ->add_option("--chunk", options->chunk,
-                     "Send this many bytes per call (default: the service's limit)")
-        ->type_name("BYTES")
-        ->check([](const std::string& given) { return host::checkInteger(given, 1, INT32_MAX); });
-    CLI::Option* after =
-        command
-            ->add_option("--cancel-after", options->cancelAfter,
-                         "Cancel the upload after this time (default: never)")
-            ->type_name("SECONDS")
-            ->check([](const std::string& given) { return host::checkNumber(given, 0, 86400); });
-    command->add_flag("--no-wait", options->noWait, "Return when the upload has started")->excludes(after);
+        .option("--chunk", "BYTES", options->chunk,
+                "Send this many bytes per call (default: the service's limit)")
+        .integer(1, INT32_MAX);
+    const host::Option after = command
+                                   .option("--cancel-after", "SECONDS", options->cancelAfter,
+                                           "Cancel the upload after this time (default: never)")
+                                   .number(0, 86400);
+    command.flag("--no-wait", options->noWait, "Return when the upload has started").excludes(after);
 }
 
 }  // namespace hidlaudio::client

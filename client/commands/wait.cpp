@@ -83,10 +83,10 @@ std::vector<ServiceName> parseAll(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-void addWait(CLI::App& app, Invocation& invocation) {
+void addWait(host::Command app, Invocation& invocation) {
     const auto texts = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = addCommand(
-        &app, invocation, "wait", "Wait until services are registered",
+    const host::Command command = addCommand(
+        app, invocation, "wait", "Wait until services are registered",
         R"(Waits until each service has been registered at least once. --timeout (default: 30 s) limits the
 total time; after it the exit status is 4. With --json: {"result": 0}.
 
@@ -99,10 +99,8 @@ Examples:
   audioctl wait external com.tovi.dtv.hardware.audio@2.0::IOutputEncodingStatusListener/default)",
         [&invocation, texts] { return run(invocation, parseAll(*texts)); });
     command
-        ->add_option("INTERFACE", *texts,
-                     "Wait for these services, by full or short name (default: all below)")
-        ->type_name("")
-        ->check(checkServiceName);
+        .argument("INTERFACE", *texts, "Wait for these services, by full or short name (default: all below)")
+        .check(checkServiceName);
 }
 
 }  // namespace hidlaudio::client

@@ -12,16 +12,18 @@ constexpr char kHelp[] = "Works on a workstation only";
 
 }  // namespace
 
-void addTvOption(CLI::App& app) {
-    app.add_option("--tv", kHelp)->type_name("DIR")->check([](const std::string&) {
+void addTvOption(host::Command app) {
+    const auto refused = [](const std::string&) {
         return std::string("works on a workstation only: this program uses the TV that it runs on");
-    });
+    };
+    app.option("--tv", "DIR", [](const std::string&) {}, kHelp).check(refused);
 }
 
-void addMonitor(CLI::App& app, Invocation& invocation) {
-    CLI::App* command = addCommand(&app, invocation, "monitor", kHelp, "",
-                                   [] { return fail(kWrongUsage, "monitor works on a workstation only"); });
-    command->fallthrough(false)->allow_extras();  // accepts the options of the workstation's command
+void addMonitor(host::Command app, Invocation& invocation) {
+    const host::Command command = addCommand(app, invocation, "monitor", kHelp, "", [] {
+        return fail(kWrongUsage, "monitor works on a workstation only");
+    });
+    command.acceptAnything();  // the options of the workstation's command
 }
 
 std::string problemOfTv() {

@@ -245,10 +245,10 @@ int run(const Options& options, bool json) {
 
 }  // namespace
 
-void addMonitor(CLI::App& app, Invocation& invocation) {
+void addMonitor(host::Command app, Invocation& invocation) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = addCommand(
-        &app, invocation, "monitor", "Print the calls of the daemon as they end, until Ctrl-C",
+    const host::Command command = addCommand(
+        app, invocation, "monitor", "Print the calls of the daemon as they end, until Ctrl-C",
         R"(Prints a line for each call, when it has ended: time, caller, interface, method, arguments, results
 and duration. "hidlaudio" as the caller is a call of the daemon to a callback or to the audio HAL. With
 --json each line is an object with the members of docs/recording.md.
@@ -265,17 +265,14 @@ Examples:
         [options, &invocation] { return run(*options, invocation.json); });
     const auto addFilter = [command](const char* name, std::vector<std::string>& values, const char* type,
                                      const char* help) {
-        command->add_option(name, values, help)
-            ->type_name(type)
-            ->allow_extra_args(false)
-            ->check(checkNotEmpty);
+        command.option(name, type, values, help).onceEach().notEmpty();
     };
     addFilter("--service", options->services, "NAME",
               "Print only calls to this interface, in any version, by its\n"
               "name or as in `audioctl list`");
     addFilter("--client", options->clients, "PID|PROGRAM", "Print only calls of this client");
     addFilter("--method", options->methods, "NAME", "Print only calls of this method");
-    command->add_flag("--all", options->all, "Also print calls that all interfaces have");
+    command.flag("--all", options->all, "Also print calls that all interfaces have");
 }
 
 }  // namespace hidlaudio::client

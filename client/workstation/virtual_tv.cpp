@@ -9,13 +9,12 @@
 
 namespace hidlaudio::client {
 
-void addTvOption(CLI::App& app) {
-    app.add_option_function<std::string>(
-           "--tv", [](const std::string& given) { host::setTvRoot(given); },
+void addTvOption(host::Command app) {
+    app.option(
+           "--tv", "DIR", [](const std::string& given) { host::setTvRoot(given); },
            "Use the TV in this folder (default: $HIDLAUDIO_TV, or else\n"
            "$XDG_STATE_HOME/hidlaudio/tv, or else ~/.local/state/hidlaudio/tv)")
-        ->type_name("DIR")
-        ->check(checkNotEmpty);
+        .notEmpty();
 }
 
 std::string problemOfTv() {

@@ -15,10 +15,10 @@
 namespace hidlaudio::host {
 namespace {
 
-int runCommand(int argc, char** argv, void (*add)(CLI::App& app, int& status)) {
+int runCommand(int argc, char** argv, void (*add)(Command program, int& status)) {
     int status = kDone;
     CLI::App app;
-    add(app, status);
+    add(Command(&app), status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -32,7 +32,7 @@ int runCommand(int argc, char** argv, void (*add)(CLI::App& app, int& status)) {
 
 }  // namespace
 
-int runCommandProgram(int argc, char** argv, void (*add)(CLI::App& app, int& status)) {
+int runCommandProgram(int argc, char** argv, void (*add)(Command program, int& status)) {
     openMissingStandardDescriptors();
     // Other users must not be able to write to the files that this process creates.
     umask(umask(0) | S_IWGRP | S_IWOTH);

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include "command.h"
 
 namespace hidlaudio::host {
 
@@ -11,9 +9,9 @@ namespace hidlaudio::host {
  * The main function of `tv` and `tv_stress`: parses the command line, runs the command and checks
  * that the output was written.
  *
- * @param add adds the options and subcommands; they set `status`, which outlives `app`
+ * @param add adds the options and subcommands; they set `status`, which outlives them
  * @return the exit status
  */
-int runCommandProgram(int argc, char** argv, void (*add)(CLI::App& app, int& status));
+int runCommandProgram(int argc, char** argv, void (*add)(Command program, int& status));
 
 }  // namespace hidlaudio::host

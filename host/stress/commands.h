@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "host/program/command.h"
 
 namespace hidlaudio::host {
 
@@ -9,7 +9,7 @@ namespace hidlaudio::host {
  * Each function adds one subcommand of `tv_stress`; its file has the options, the help text and the action.
  * The action sets `status`, the exit status of `tv_stress`.
  */
-void addSweep(CLI::App& app, int& status);
-void addSoak(CLI::App& app, int& status);
+void addSweep(Command app, int& status);
+void addSoak(Command app, int& status);
 
 }  // namespace hidlaudio::host

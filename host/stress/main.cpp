@@ -5,11 +5,10 @@
 namespace hidlaudio::host {
 namespace {
 
-void addCommandLine(CLI::App& app, int& status) {
-    app.name("tv_stress");
-    app.description(
-        "Tests the daemon under faults and load, on temporary virtual TVs, and reports violations.");
-    app.footer(
+void addCommandLine(Command app, int& status) {
+    app.describe("tv_stress",
+                 "Tests the daemon under faults and load, on temporary virtual TVs, and reports violations.");
+    app.setFooter(
         "Exit status:\n"
         "  0  no violation was found\n"
         "  1  a violation was found, the test was interrupted, or the output could not be written\n"
@@ -20,8 +19,8 @@ void addCommandLine(CLI::App& app, int& status) {
         "  tv_stress soak --hours 1          # run random clients\n"
         "\n"
         "Run `tv_stress COMMAND --help` for the arguments, exit statuses and examples of a command.");
-    app.require_subcommand(1);
-    app.set_version_flag("--version", "tv_stress " HIDLAUDIO_VERSION, "Print the version and exit");
+    app.requireCommand();
+    app.addVersion("tv_stress " HIDLAUDIO_VERSION);
     addSweep(app, status);
     addSoak(app, status);
 }

@@ -9,18 +9,18 @@ namespace hidlaudio::host {
 namespace {
 
 /** Adds a hidden command that fails and names the command of `tv_stress` to use. Accepts any arguments. */
-void addMoved(CLI::App& app, int& status, const std::string& name) {
-    CLI::App* command = app.add_subcommand(name, "Use tv_stress")->group("")->prefix_command();
-    command->set_help_flag();
-    command->callback([name, &status] { status = fail("use `tv_stress " + name + "`", kWrongUsage); });
+void addMoved(Command app, int& status, const std::string& name) {
+    const Command command = app.addHidden(name);
+    command.acceptAnything();
+    command.onRun([name, &status] { status = fail("use `tv_stress " + name + "`", kWrongUsage); });
 }
 
 }  // namespace
 
-void addCommandLine(CLI::App& app, int& status) {
-    app.name("tv");
-    app.description("Creates, runs and inspects a virtual TV, which is a folder with the state of one TV.");
-    app.footer(
+void addCommandLine(Command app, int& status) {
+    app.describe("tv",
+                 "Creates, runs and inspects a virtual TV, which is a folder with the state of one TV.");
+    app.setFooter(
         "Exit status:\n"
         "  0  the command succeeded\n"
         "  1  the command failed, or its output could not be written\n"
@@ -32,15 +32,14 @@ void addCommandLine(CLI::App& app, int& status) {
         "  tv shutdown            # stop its programs\n"
         "\n"
         "Run `tv COMMAND --help` for the arguments, exit statuses and examples of a command.");
-    app.require_subcommand(1);
-    app.fallthrough();
-    app.add_option_function<std::string>(
-           "--tv", [](const std::string& given) { setTvRoot(given); },
+    app.requireCommand();
+    app.acceptOptionsAnywhere();
+    app.option(
+           "--tv", "DIR", [](const std::string& given) { setTvRoot(given); },
            "Use the TV in folder DIR (default: $HIDLAUDIO_TV; if that is\n"
            "not set, hidlaudio/tv in $XDG_STATE_HOME or ~/.local/state)")
-        ->type_name("DIR")
-        ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
-    app.set_version_flag("--version", "tv " HIDLAUDIO_VERSION, "Print the version and exit");
+        .notEmpty();
+    app.addVersion("tv " HIDLAUDIO_VERSION);
     for (const auto add : {addInit, addBoot, addShutdown, addShow, addConfig, addEeprom, addFault, addBectrl,
                            addLog, addRecord, addTimeline, addReplay, addFromReport, addShrink}) {
         add(app, status);

@@ -4,7 +4,6 @@
 #include <memory>
 #include <random>
 
-#include "host/program/number_argument.h"
 #include "host/program/standard_streams.h"
 #include "host/program/terminal.h"
 #include "host/scenario/harness/worker_pool.h"
@@ -61,23 +60,21 @@ int run(const SoakOptions& options, const std::string& shrinkFolder) {
 
 /** Adds an option with a whole number. */
 template <typename Number>
-void addNumber(CLI::App* command, const char* name, Number& value, uint64_t least, uint64_t most,
+void addNumber(Command command, const char* name, Number& value, uint64_t least, uint64_t most,
                const char* placeholder, const char* help) {
-    command->add_option(name, value, help)->type_name(placeholder)->check([=](const std::string& given) {
-        return checkInteger(given, least, most);
-    });
+    command.option(name, placeholder, value, help).integer(least, most);
 }
 
 }  // namespace
 
-void addSoak(CLI::App& app, int& status) {
+void addSoak(Command app, int& status) {
     const auto options = std::make_shared<SoakOptions>();
     const auto plan = std::make_shared<unsigned>(0);
     const auto shrinkFolder = std::make_shared<std::string>();
     options->seed = std::random_device()();
-    CLI::App* command =
-        app.add_subcommand("soak", "Run random clients on a TV for hours and check the daemon");
-    command->footer(
+    const Command command =
+        app.addCommand("soak", "Run random clients on a TV for hours and check the daemon");
+    command.setFooter(
         "Boots a temporary TV, whose clock runs faster. Clients use all services at random: they upload,\n"
         "cancel and are killed. Meanwhile the controller is slow or refuses uploads, functions of the\n"
         "middleware and the audio HAL fail, and the audio HAL is restarted.\n"
@@ -97,10 +94,9 @@ void addSoak(CLI::App& app, int& status) {
         "  tv_stress soak --hours 24 --clients 8\n"
         "  tv_stress soak --seed 7 --plan 20");
     command
-        ->add_option("--hours", options->hours,
-                     "Duration by the clock of the TV, 0.01 to 100000 (default: 1)")
-        ->type_name("N")
-        ->check([](const std::string& given) { return checkNumber(given, 0.01, 100000); });
+        .option("--hours", "N", options->hours,
+                "Duration by the clock of the TV, 0.01 to 100000 (default: 1)")
+        .number(0.01, 100000);
     addNumber(command, "--speed", options->speed, 1, 1000, "N",
               "Speed of the TV's clock, 1 to 1000 times real time (default:\n"
               "360); use a lower number on a slow machine");
@@ -108,20 +104,19 @@ void addSoak(CLI::App& app, int& status) {
               "Random seed, 0 to 18446744073709551615 (default: random)");
     addNumber(command, "--clients", options->clients, 1, 100, "K",
               "Number of concurrent clients, 1 to 100 (default: 4)");
-    command->add_flag("--restarts", options->restarts,
-                      "Kill and restart the daemon at the end of each fifth of the\n"
-                      "time, and do not compare its memory, descriptors and threads");
+    command.flag("--restarts", options->restarts,
+                 "Kill and restart the daemon at the end of each fifth of the\n"
+                 "time, and do not compare its memory, descriptors and threads");
     command
-        ->add_option("--shrink", *shrinkFolder,
-                     "After a violation, write the TV's log and a scenario made of\n"
-                     "it to a new folder in DIR, and after a crash or a hang also the\n"
-                     "shortest scenario that shows it. See `tv shrink`")
-        ->type_name("DIR")
-        ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
+        .option("--shrink", "DIR", *shrinkFolder,
+                "After a violation, write the TV's log and a scenario made of\n"
+                "it to a new folder in DIR, and after a crash or a hang also the\n"
+                "shortest scenario that shows it. See `tv shrink`")
+        .notEmpty();
     addNumber(command, "--plan", *plan, 1, 1000000, "N",
               "Only print the first N decisions, 1 to 1000000, of each client;\n"
               "0 stands for the environment (controller, faults, audio HAL)");
-    command->callback([options, plan, shrinkFolder, &status] {
+    command.onRun([options, plan, shrinkFolder, &status] {
         printf("seed %llu\n", static_cast<unsigned long long>(options->seed));
         flushOutput();
         status = *plan != 0 ? printPlan(*options, *plan) : run(*options, *shrinkFolder);

@@ -7,7 +7,6 @@
 #include <memory>
 #include <thread>
 
-#include "host/program/number_argument.h"
 #include "host/program/standard_streams.h"
 #include "host/program/terminal.h"
 #include "host/scenario/harness/scratch_folder.h"
@@ -180,10 +179,10 @@ int sweep(Options options) {
 
 }  // namespace
 
-void addSweep(CLI::App& app, int& status) {
+void addSweep(Command app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("sweep", "Repeat a scenario, injecting one fault per run");
-    command->footer(
+    const Command command = app.addCommand("sweep", "Repeat a scenario, injecting one fault per run");
+    command.setFooter(
         "Runs the scenario on a temporary TV, first without a fault: the baseline run. Then repeats it for\n"
         "each call that the daemon made and for each way in which this call can fail. A system call, or a\n"
         "function of the middleware, libpower or the audio HAL, returns an error, transfers too few bytes,\n"
@@ -224,25 +223,22 @@ void addSweep(CLI::App& app, int& status) {
         "  tv_stress sweep --list\n"
         "  tv_stress sweep all --flagged --shrink found\n"
         "  tv_stress sweep external-output --json");
-    command->add_option("SCENARIO", options->scenarios, "Scenarios to run; required except with --list")
-        ->type_name("");
+    command.argument("SCENARIO", options->scenarios, "Scenarios to run; required except with --list");
     command
-        ->add_option("-j,--jobs", options->jobs,
-                     "Number of concurrent runs, 1 to 1000 (default: 4 per processor)")
-        ->type_name("N")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
-    command->add_flag("--json", options->json, "Print the result as JSON");
-    command->add_flag("--flagged", options->onlyFlagged, "Print only flagged runs (ignored with --json)");
+        .option("-j,--jobs", "N", options->jobs,
+                "Number of concurrent runs, 1 to 1000 (default: 4 per processor)")
+        .integer(1, 1000);
+    command.flag("--json", options->json, "Print the result as JSON");
+    command.flag("--flagged", options->onlyFlagged, "Print only flagged runs (ignored with --json)");
     command
-        ->add_option("--shrink", options->shrink,
-                     "For each flagged run, write the shortest scenario with the\n"
-                     "same first violation to a file in the folder DIR. See\n"
-                     "`tv shrink`. A violation that only a comparison with the\n"
-                     "baseline run shows, such as a leak, is skipped")
-        ->type_name("DIR")
-        ->check([](const std::string& given) { return given.empty() ? "DIR must not be empty" : ""; });
-    command->add_flag("--list", options->list, "List the scenarios and exit");
-    command->callback([options, &status] { status = sweep(*options); });
+        .option("--shrink", "DIR", options->shrink,
+                "For each flagged run, write the shortest scenario with the\n"
+                "same first violation to a file in the folder DIR. See\n"
+                "`tv shrink`. A violation that only a comparison with the\n"
+                "baseline run shows, such as a leak, is skipped")
+        .notEmpty();
+    command.flag("--list", options->list, "List the scenarios and exit");
+    command.onRun([options, &status] { status = sweep(*options); });
 }
 
 }  // namespace hidlaudio::host

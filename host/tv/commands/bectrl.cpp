@@ -62,9 +62,9 @@ int bectrl(const std::vector<std::string>& words) {
 
 }  // namespace
 
-void addBectrl(CLI::App& app, int& status) {
-    CLI::App* command = app.add_subcommand("bectrl", "Show or change how the back-end controller behaves");
-    command->footer(
+void addBectrl(Command app, int& status) {
+    const Command command = app.addCommand("bectrl", "Show or change how the back-end controller behaves");
+    command.setFooter(
         "Lists the settings and the state of the uploads if SETTING is not given. A setting takes effect\n"
         "at the next command to the controller. A setting without device or hrtf applies to both kinds of\n"
         "upload. The settings are stored in bectrl/behaviour.\n"
@@ -80,14 +80,14 @@ void addBectrl(CLI::App& app, int& status) {
         "  tv bectrl rate 100000\n"
         "  tv bectrl hrtf result 0xF3\n"
         "  tv bectrl hang on");
-    const CLI::Option* const options[] = {
-        addText(command, "[device|hrtf]", "Kind of upload that the setting applies to (default: both)"),
-        addText(command, "SETTING", "Setting to change (default: list all settings)"),
-        addText(command, "VALUE", "Value to store (default: on, for an on/off setting)")};
-    command->callback([first = options[0], second = options[1], third = options[2], &status] {
+    const Option options[] = {
+        command.argument("[device|hrtf]", "Kind of upload that the setting applies to (default: both)"),
+        command.argument("SETTING", "Setting to change (default: list all settings)"),
+        command.argument("VALUE", "Value to store (default: on, for an on/off setting)")};
+    command.onRun([first = options[0], second = options[1], third = options[2], &status] {
         std::vector<std::string> words;
-        for (const CLI::Option* option : {first, second, third}) {
-            if (const auto word = given(option)) words.push_back(*word);
+        for (const Option option : {first, second, third}) {
+            if (const auto word = option.given()) words.push_back(*word);
         }
         status = bectrl(words);
     });

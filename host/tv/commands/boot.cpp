@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "host/program/interrupt.h"
-#include "host/program/number_argument.h"
 #include "host/program/owned_descriptor.h"
 #include "host/program/terminal.h"
 #include "host/recording/record_control.h"
@@ -267,10 +266,10 @@ int bootTv(const Options& options) {
 
 }  // namespace
 
-void addBoot(CLI::App& app, int& status) {
+void addBoot(Command app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("boot", "Start the TV's programs");
-    command->footer(
+    const Command command = app.addCommand("boot", "Start the TV's programs");
+    command.setFooter(
         "Starts the audio HAL and then the daemon, which lie in the folder of `tv`. Shows their logs until\n"
         "Ctrl-C, which shuts the TV down. If `tv` is killed, the programs that it has started also end.\n"
         "With --background, the programs continue to run after `tv` has returned. Their output is appended\n"
@@ -294,19 +293,17 @@ void addBoot(CLI::App& app, int& status) {
         "  tv boot --record calls.jsonl\n"
         "  HIDLAUDIO_CLOCK=50 tv boot               # time passes 50 times faster\n"
         "  HIDLAUDIO_FAULT=write:3:ENOSPC tv boot   # the third write of each program fails");
-    command->add_flag("--background", options->background, "Return when all services are registered");
+    command.flag("--background", options->background, "Return when all services are registered");
     command
-        ->add_option("--record", options->record,
-                     "Record the calls of the daemon to FILE; an existing file is\noverwritten")
-        ->type_name("FILE")
-        ->check([](const std::string& given) { return given.empty() ? "FILE must not be empty" : ""; });
+        .option("--record", "FILE", options->record,
+                "Record the calls of the daemon to FILE; an existing file is\noverwritten")
+        .notEmpty();
     command
-        ->add_option("--timeout", options->timeout,
-                     "Time to wait for the services of each program, 1 to 86400\n"
-                     "(default: 180)")
-        ->type_name("SECONDS")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 86400); });
-    command->callback([options, &status] { status = bootTv(*options); });
+        .option("--timeout", "SECONDS", options->timeout,
+                "Time to wait for the services of each program, 1 to 86400\n"
+                "(default: 180)")
+        .integer(1, 86400);
+    command.onRun([options, &status] { status = bootTv(*options); });
 }
 
 }  // namespace hidlaudio::host

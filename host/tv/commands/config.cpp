@@ -48,10 +48,10 @@ int config(const std::optional<std::string>& key, const std::optional<std::strin
 
 }  // namespace
 
-void addConfig(CLI::App& app, int& status) {
-    CLI::App* command =
-        app.add_subcommand("config", "List, read or write the configuration store of the middleware");
-    command->footer(
+void addConfig(Command app, int& status) {
+    const Command command =
+        app.addCommand("config", "List, read or write the configuration store of the middleware");
+    command.setFooter(
         "Lists all values if KEY is not given. The store is the folder soc/config with one file per key.\n"
         "The daemon reads a key at each request, so a change takes effect at once. To make a read fail,\n"
         "delete the file of the key.\n"
@@ -64,11 +64,11 @@ void addConfig(CLI::App& app, int& status) {
         "  tv config\n"
         "  tv config g_audio__tv_position\n"
         "  tv config g_audio__tv_position 1");
-    const CLI::Option* key = addText(command, "KEY", "Key to read or write (default: list all keys)");
-    const CLI::Option* value = addText(command, "VALUE",
-                                       "Number to store, -2147483648 to 2147483647\n"
-                                       "(default: print the stored number)");
-    command->callback([key, value, &status] { status = config(given(key), given(value)); });
+    const Option key = command.argument("KEY", "Key to read or write (default: list all keys)");
+    const Option value = command.argument("VALUE",
+                                          "Number to store, -2147483648 to 2147483647\n"
+                                          "(default: print the stored number)");
+    command.onRun([key, value, &status] { status = config(key.given(), value.given()); });
 }
 
 }  // namespace hidlaudio::host

@@ -53,10 +53,10 @@ std::string namedBytes() {
 
 }  // namespace
 
-void addEeprom(CLI::App& app, int& status) {
+void addEeprom(Command app, int& status) {
     static_assert(kEepromSize == 0x20000, "the messages name the range");
-    CLI::App* command = app.add_subcommand("eeprom", "Read or write a byte of the EEPROM");
-    command->footer(
+    const Command command = app.addCommand("eeprom", "Read or write a byte of the EEPROM");
+    command.setFooter(
         "Prints the byte if BYTE is not given. Numbers are decimal, or hexadecimal with the prefix 0x. The\n"
         "daemon reads the EEPROM when it starts. The image is the file soc/eeprom.bin. To make a read fail,\n"
         "delete or truncate the image.\n"
@@ -70,10 +70,10 @@ void addEeprom(CLI::App& app, int& status) {
         "Examples:\n"
         "  tv eeprom 0x10089\n"
         "  tv eeprom 0x10116 0   # the center speaker input cannot run synchronized");
-    const CLI::Option* address = addText(command, "ADDRESS", "Address of the byte, 0 to 0x1FFFF")->required();
-    const CLI::Option* byte =
-        addText(command, "BYTE", "Value to write, 0 to 0xFF (default: print the stored byte)");
-    command->callback([address, byte, &status] { status = eeprom(*given(address), given(byte)); });
+    const Option address = command.argument("ADDRESS", "Address of the byte, 0 to 0x1FFFF").required();
+    const Option byte =
+        command.argument("BYTE", "Value to write, 0 to 0xFF (default: print the stored byte)");
+    command.onRun([address, byte, &status] { status = eeprom(*address.given(), byte.given()); });
 }
 
 }  // namespace hidlaudio::host

@@ -155,10 +155,10 @@ int fault(const Text& name, const Text& value, const Text& count, const Text& pa
 
 }  // namespace
 
-void addFault(CLI::App& app, int& status) {
-    CLI::App* command = app.add_subcommand(
+void addFault(Command app, int& status) {
+    const Command command = app.addCommand(
         "fault", "Make a function of the middleware, libpower or the audio HAL fail, or a system call");
-    command->footer(
+    command.setFooter(
         "Lists the faults if STATUS is not given. A fault takes effect at the next call of FUNCTION, or\n"
         "after PASS more calls. It is stored in soc/faults/<function>, in hal/faults/<function> for the "
         "audio\n"
@@ -189,20 +189,19 @@ void addFault(CLI::App& app, int& status) {
         "  tv fault getParameters delay=3000          # each call takes 3 s longer\n"
         "  tv fault write ENOSPC 1                    # the daemon's next write fails\n"
         "  tv fault --clear");
-    const CLI::Option* name =
-        addText(command, "FUNCTION", "Function or system call to make fail (default: list all faults)");
-    CLI::Option* value =
-        addText(command, "STATUS",
-                "Status or errno to return, or short=BYTES, or\ndelay=MILLISECONDS, or dies\n"
-                "(default: list the fault on FUNCTION)");
-    const CLI::Option* count =
-        addText(command, "COUNT", "Number of calls that fail, at least 1 (default: all calls)");
-    const CLI::Option* pass =
-        addText(command, "PASS", "Number of calls that succeed before that (default: 0)");
-    const CLI::Option* clearFlag =
-        command->add_flag("--clear", "Remove the fault on FUNCTION (default: all faults)")->excludes(value);
-    command->callback([=, &status] {
-        status = fault(given(name), given(value), given(count), given(pass), clearFlag->count() > 0);
+    const Option name =
+        command.argument("FUNCTION", "Function or system call to make fail (default: list all faults)");
+    const Option value =
+        command.argument("STATUS",
+                         "Status or errno to return, or short=BYTES, or\ndelay=MILLISECONDS, or dies\n"
+                         "(default: list the fault on FUNCTION)");
+    const Option count =
+        command.argument("COUNT", "Number of calls that fail, at least 1 (default: all calls)");
+    const Option pass = command.argument("PASS", "Number of calls that succeed before that (default: 0)");
+    const Option clearFlag =
+        command.flag("--clear", "Remove the fault on FUNCTION (default: all faults)").excludes(value);
+    command.onRun([=, &status] {
+        status = fault(name.given(), value.given(), count.given(), pass.given(), clearFlag.isGiven());
     });
 }
 

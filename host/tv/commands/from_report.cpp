@@ -109,10 +109,10 @@ int fromReport(const Options& options) {
 
 }  // namespace
 
-void addFromReport(CLI::App& app, int& status) {
+void addFromReport(Command app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("from-report", "Make a scenario from a bug report of a TV");
-    command->footer(
+    const Command command = app.addCommand("from-report", "Make a scenario from a bug report of a TV");
+    command.setFooter(
         "Reads what a bug report has of the daemon and writes a scenario that repeats it on a virtual TV.\n"
         "The files are recognized by their content. Any of these may be given, and a folder is searched for\n"
         "them:\n"
@@ -138,18 +138,12 @@ void addFromReport(CLI::App& app, int& status) {
         "Examples:\n"
         "  tv from-report bugreport.txt --output case\n"
         "  tv from-report logcat.txt calls.jsonl data/ --output case");
-    const auto notEmpty = [](const std::string& given) {
-        return given.empty() ? "the path must not be empty" : "";
-    };
-    command->add_option("FILE", options->paths, "Files and folders of the report")
-        ->type_name("")
-        ->required()
-        ->check(notEmpty);
-    command->add_option("--output", options->output, "Write to this folder, which must be empty or not exist")
-        ->type_name("DIR")
-        ->required()
-        ->check(notEmpty);
-    command->callback([options, &status] { status = fromReport(*options); });
+    command.argument("FILE", options->paths, "Files and folders of the report").required().notEmpty();
+    command
+        .option("--output", "DIR", options->output, "Write to this folder, which must be empty or not exist")
+        .required()
+        .notEmpty();
+    command.onRun([options, &status] { status = fromReport(*options); });
 }
 
 }  // namespace hidlaudio::host

@@ -43,10 +43,10 @@ int init(const Options& options) {
 
 }  // namespace
 
-void addInit(CLI::App& app, int& status) {
+void addInit(Command app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("init", "Create a TV");
-    command->footer(
+    const Command command = app.addCommand("init", "Create a TV");
+    command.setFooter(
         "Creates the folder of a TV in its factory state: configuration store, EEPROM, tuning file,\n"
         "readiness marker, an empty data partition, and a manifest that declares the services of the TV's\n"
         "programs. Never changes a folder that holds other files and no TV.\n"
@@ -60,17 +60,16 @@ void addInit(CLI::App& app, int& status) {
         "  tv init\n"
         "  tv init --model standard --centre-input --force");
     command
-        ->add_option("--model", options->model,
-                     "Select the model: be has a back-end audio controller, standard\n"
-                     "has none (default: be)")
-        ->type_name("MODEL")
-        ->check(CLI::IsMember({"be", "standard"}))
-        ->capture_default_str();
-    command->add_flag("--centre-input", options->centreInput,
-                      "Enable the center speaker input: the TV can be the center\n"
-                      "speaker of an audio system");
-    command->add_flag("--force", options->force, "Replace an existing TV and delete its stored data");
-    command->callback([options, &status] { status = init(*options); });
+        .option("--model", "MODEL", options->model,
+                "Select the model: be has a back-end audio controller, standard\n"
+                "has none (default: be)")
+        .oneOf({"be", "standard"})
+        .showsDefault();
+    command.flag("--centre-input", options->centreInput,
+                 "Enable the center speaker input: the TV can be the center\n"
+                 "speaker of an audio system");
+    command.flag("--force", options->force, "Replace an existing TV and delete its stored data");
+    command.onRun([options, &status] { status = init(*options); });
 }
 
 }  // namespace hidlaudio::host

@@ -30,10 +30,10 @@ int showLog(bool follow) {
 
 }  // namespace
 
-void addLog(CLI::App& app, int& status) {
+void addLog(Command app, int& status) {
     const auto follow = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand("log", "Print the logs of the TV's programs");
-    command->footer(
+    const Command command = app.addCommand("log", "Print the logs of the TV's programs");
+    command.setFooter(
         "Prints log/audio_hal.log and log/hidlaudio.log of the TV's folder. Each boot appends to them.\n"
         "\n"
         "Exit status:\n"
@@ -43,8 +43,8 @@ void addLog(CLI::App& app, int& status) {
         "Examples:\n"
         "  tv log | tail\n"
         "  tv log --follow");
-    command->add_flag("-f,--follow", *follow, "Continue to print new lines until Ctrl-C");
-    command->callback([follow, &status] { status = showLog(*follow); });
+    command.flag("-f,--follow", *follow, "Continue to print new lines until Ctrl-C");
+    command.onRun([follow, &status] { status = showLog(*follow); });
 }
 
 }  // namespace hidlaudio::host

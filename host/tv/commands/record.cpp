@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "host/program/interrupt.h"
-#include "host/program/number_argument.h"
 #include "host/program/owned_descriptor.h"
 #include "host/program/terminal.h"
 #include "host/recording/record_control.h"
@@ -105,10 +104,10 @@ int recordTv(Options options) {
 
 }  // namespace
 
-void addRecord(CLI::App& app, int& status) {
+void addRecord(Command app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("record", "Record the calls of the daemon");
-    command->footer(
+    const Command command = app.addCommand("record", "Record the calls of the daemon");
+    command.setFooter(
         "Records all HIDL calls of the running daemon until Ctrl-C: those of its clients, and those that it\n"
         "makes to the callbacks of clients and to the audio HAL. docs/recording.md describes the record,\n"
         "which has one line of JSON for the start of a call and one for its end.\n"
@@ -126,22 +125,20 @@ void addRecord(CLI::App& app, int& status) {
         "  tv record calls.jsonl\n"
         "  tv record | grep setCallback\n"
         "  tv record --stop               # ends a record of `tv boot --background --record FILE`");
-    CLI::Option* file =
-        command->add_option("FILE", options->record.file, "File to write; an existing one is overwritten")
-            ->type_name("")
-            ->check([](const std::string& given) { return given.empty() ? "FILE must not be empty" : ""; });
-    CLI::Option* bytes = command->add_flag("--bytes", options->record.keepsBytes,
-                                           "Store the bytes of large vectors in FILE.bytes");
-    bytes->needs(file);
+    const Option file =
+        command.argument("FILE", options->record.file, "File to write; an existing one is overwritten")
+            .notEmpty();
+    const Option bytes =
+        command.flag("--bytes", options->record.keepsBytes, "Store the bytes of large vectors in FILE.bytes");
+    bytes.needs(file);
     command
-        ->add_option("--limit", options->record.limit,
-                     "Maximum size of FILE, and of FILE.bytes, 1 to\n1048576 (default: 1024)")
-        ->type_name("MIB")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 1 << 20); });
-    command->add_flag("--stop", options->stops, "End the record that is being written")
-        ->excludes(file)
-        ->excludes(bytes);
-    command->callback([options, &status] { status = recordTv(*options); });
+        .option("--limit", "MIB", options->record.limit,
+                "Maximum size of FILE, and of FILE.bytes, 1 to\n1048576 (default: 1024)")
+        .integer(1, 1 << 20);
+    command.flag("--stop", options->stops, "End the record that is being written")
+        .excludes(file)
+        .excludes(bytes);
+    command.onRun([options, &status] { status = recordTv(*options); });
 }
 
 }  // namespace hidlaudio::host

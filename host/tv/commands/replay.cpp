@@ -164,11 +164,11 @@ int replay(Options options) {
 
 }  // namespace
 
-void addReplay(CLI::App& app, int& status) {
+void addReplay(Command app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command =
-        app.add_subcommand("replay", "Run a scenario and find its first difference from a log");
-    command->footer(
+    const Command command =
+        app.addCommand("replay", "Run a scenario and find its first difference from a log");
+    command.setFooter(
         "Runs the scenario, or the calls of a record, on a temporary TV and compares the daemon's log, or\n"
         "the answers to its clients, with a given log or record. Prints the first line that differs, both\n"
         "sides of it, and the lines before it. Times, addresses, and numbers of processes and threads are "
@@ -191,23 +191,15 @@ void addReplay(CLI::App& app, int& status) {
         "  tv replay fault/report.scenario --against fault/logcat.txt --keep\n"
         "  tv replay calls.jsonl\n"
         "  tv replay fault/report.scenario --daemon fixed/build/bin/hidlaudio");
-    const auto notEmpty = [](const std::string& given) {
-        return given.empty() ? "FILE must not be empty" : "";
-    };
     command
-        ->add_option("SCENARIO", options->scenario,
-                     "Path of the scenario or record, or a name from the sweep's list")
-        ->type_name("")
-        ->required()
-        ->check(notEmpty);
-    command->add_option("--against", options->against, "Compare with this log or record")
-        ->type_name("FILE")
-        ->check(notEmpty);
-    command->add_option("--daemon", options->daemon, "Run this program as the daemon")
-        ->type_name("FILE")
-        ->check(CLI::ExistingFile);
-    command->add_flag("--keep", options->keep, "Keep the TV and print its folder");
-    command->callback([options, &status] { status = replay(*options); });
+        .argument("SCENARIO", options->scenario,
+                  "Path of the scenario or record, or a name from the sweep's list")
+        .required()
+        .notEmpty();
+    command.option("--against", "FILE", options->against, "Compare with this log or record").notEmpty();
+    command.option("--daemon", "FILE", options->daemon, "Run this program as the daemon").existingFile();
+    command.flag("--keep", options->keep, "Keep the TV and print its folder");
+    command.onRun([options, &status] { status = replay(*options); });
 }
 
 }  // namespace hidlaudio::host

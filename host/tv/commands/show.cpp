@@ -87,10 +87,10 @@ void printJson(const TvModel& model) {
 
 }  // namespace
 
-void addShow(CLI::App& app, int& status) {
+void addShow(Command app, int& status) {
     const auto json = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand("show", "Show the state of the TV");
-    command->footer(
+    const Command command = app.addCommand("show", "Show the state of the TV");
+    command.setFooter(
         "Prints the model, the running programs, the configuration, the EEPROM bytes that the daemon reads,\n"
         "the parameters of the audio HAL, the faults, the files that the daemon has stored, the wake locks\n"
         "held, and the state of audio decoder, post-processor and back-end controller.\n"
@@ -105,8 +105,8 @@ void addShow(CLI::App& app, int& status) {
         "Examples:\n"
         "  tv show\n"
         "  tv show --json");
-    command->add_flag("--json", *json, "Print one JSON object");
-    command->callback([json, &status] {
+    command.flag("--json", *json, "Print one JSON object");
+    command.onRun([json, &status] {
         const std::optional<TvModel> model = openTv();
         status = model ? kDone : kWrongUsage;
         if (!model) return;

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <memory>
 
-#include "host/program/number_argument.h"
 #include "host/program/output_file.h"
 #include "host/program/terminal.h"
 #include "host/scenario/shrink/conditions.h"
@@ -89,48 +88,40 @@ int shrinkScenario(Options options) {
                   std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
 }
 
-void addOptions(CLI::App* command, Options& options) {
-    const auto notEmpty = [](const std::string& given) {
-        return given.empty() ? "FILE must not be empty" : "";
-    };
-    command->add_option("SCENARIO", options.scenario, "Path of the scenario, or a name from the sweep's list")
-        ->type_name("")
-        ->required()
-        ->check(notEmpty);
+void addOptions(Command command, Options& options) {
+    command.argument("SCENARIO", options.scenario, "Path of the scenario, or a name from the sweep's list")
+        .required()
+        .notEmpty();
     command
-        ->add_option("--until", options.shrink.until,
-                     "The condition, see below; if given several times,\nall of them must be shown")
-        ->type_name("CONDITION")
-        ->required()
-        ->allow_extra_args(false);
-    command->add_option("--daemon", options.shrink.daemon, "Run this program as the daemon")
-        ->type_name("FILE")
-        ->check(CLI::ExistingFile);
-    command->add_option("--output", options.output, "Write the scenario to FILE (default: standard output)")
-        ->type_name("FILE")
-        ->check(notEmpty);
+        .option("--until", "CONDITION", options.shrink.until,
+                "The condition, see below; if given several times,\nall of them must be shown")
+        .required()
+        .onceEach();
+    command.option("--daemon", "FILE", options.shrink.daemon, "Run this program as the daemon")
+        .existingFile();
     command
-        ->add_option("-j,--jobs", options.shrink.jobs,
-                     "Number of concurrent runs, 1 to 1000 (default: 2 per processor)")
-        ->type_name("N")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
+        .option("--output", "FILE", options.output, "Write the scenario to FILE (default: standard output)")
+        .notEmpty();
     command
-        ->add_option("--tries", options.shrink.tries,
-                     "Maximum number of runs of each variant if not all runs\n"
-                     "show the condition, 1 to 1000 (default: 5). The given\n"
-                     "scenario and the result are run as often, but at least\n"
-                     "3 times (default: 3)")
-        ->type_name("N")
-        ->check([](const std::string& given) { return checkInteger(given, 1, 1000); });
+        .option("-j,--jobs", "N", options.shrink.jobs,
+                "Number of concurrent runs, 1 to 1000 (default: 2 per processor)")
+        .integer(1, 1000);
+    command
+        .option("--tries", "N", options.shrink.tries,
+                "Maximum number of runs of each variant if not all runs\n"
+                "show the condition, 1 to 1000 (default: 5). The given\n"
+                "scenario and the result are run as often, but at least\n"
+                "3 times (default: 3)")
+        .integer(1, 1000);
 }
 
 }  // namespace
 
-void addShrink(CLI::App& app, int& status) {
+void addShrink(Command app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command =
-        app.add_subcommand("shrink", "Find the shortest scenario that still shows a condition");
-    command->footer(
+    const Command command =
+        app.addCommand("shrink", "Find the shortest scenario that still shows a condition");
+    command.setFooter(
         "Runs shorter and simpler variants of the scenario on temporary TVs, until no line can be removed\n"
         "and no argument simplified without losing the condition. Prints the shortest scenario. Its files,\n"
         "which lie beside the given scenario, are not changed. `tv_stress sweep --help` describes the "
@@ -156,7 +147,7 @@ void addShrink(CLI::App& app, int& status) {
         "  tv shrink report.scenario --until different:fixed/build/bin/hidlaudio\n"
         "  tv shrink report.scenario --until command:'grep -c timeout $HIDLAUDIO_LOG | grep -qx 2'");
     addOptions(command, *options);
-    command->callback([options, &status] { status = shrinkScenario(*options); });
+    command.onRun([options, &status] { status = shrinkScenario(*options); });
 }
 
 }  // namespace hidlaudio::host

@@ -26,9 +26,9 @@ int shutdown() {
 
 }  // namespace
 
-void addShutdown(CLI::App& app, int& status) {
-    CLI::App* command = app.add_subcommand("shutdown", "Stop the TV's programs");
-    command->footer(
+void addShutdown(Command app, int& status) {
+    const Command command = app.addCommand("shutdown", "Stop the TV's programs");
+    command.setFooter(
         "Sends SIGTERM to each program that runs on the TV, and SIGKILL if it has not ended after one\n"
         "second. The stored data of the TV is kept.\n"
         "\n"
@@ -39,7 +39,7 @@ void addShutdown(CLI::App& app, int& status) {
         "\n"
         "Example:\n"
         "  tv shutdown");
-    command->callback([&status] { status = shutdown(); });
+    command.onRun([&status] { status = shutdown(); });
 }
 
 }  // namespace hidlaudio::host

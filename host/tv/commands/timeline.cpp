@@ -5,7 +5,6 @@
 #include <memory>
 #include <optional>
 
-#include "host/program/number_argument.h"
 #include "host/program/output_file.h"
 #include "host/program/terminal.h"
 #include "host/tv/commands.h"
@@ -45,10 +44,10 @@ int timeline(const Options& options) {
 
 }  // namespace
 
-void addTimeline(CLI::App& app, int& status) {
+void addTimeline(Command app, int& status) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("timeline", "Draw the calls of a record");
-    command->footer(
+    const Command command = app.addCommand("timeline", "Draw the calls of a record");
+    command.setFooter(
         "Reads a record of `tv record` and writes it as a picture or as a trace. Each client and each "
         "thread\n"
         "of the daemon has a lane with its calls; below a client's call are the times in which the daemon\n"
@@ -63,24 +62,15 @@ void addTimeline(CLI::App& app, int& status) {
         "  tv timeline calls.jsonl --svg calls.svg\n"
         "  tv timeline calls.jsonl --from 2 --to 2.5 --svg -\n"
         "  tv timeline calls.jsonl --trace calls.json   # for chrome://tracing or ui.perfetto.dev");
-    const auto notEmpty = [](const std::string& given) {
-        return given.empty() ? "FILE must not be empty" : "";
-    };
-    const auto isTime = [](const std::string& given) { return checkNumber(given, 0, kLongestTime); };
-    command->add_option("RECORD", options->record, "The record")->type_name("")->required()->check(notEmpty);
-    command->add_option("--svg", options->svg, "Write a picture to FILE; - is standard output")
-        ->type_name("FILE")
-        ->check(notEmpty);
-    command->add_option("--trace", options->trace, "Write a trace in JSON to FILE; - is standard output")
-        ->type_name("FILE")
-        ->check(notEmpty);
-    command->add_option("--from", options->from, "Begin at this time of the record (default: 0)")
-        ->type_name("SECONDS")
-        ->check(isTime);
-    command->add_option("--to", options->to, "End at this time of the record (default: its end)")
-        ->type_name("SECONDS")
-        ->check(isTime);
-    command->callback([options, &status] { status = timeline(*options); });
+    command.argument("RECORD", options->record, "The record").required().notEmpty();
+    command.option("--svg", "FILE", options->svg, "Write a picture to FILE; - is standard output").notEmpty();
+    command.option("--trace", "FILE", options->trace, "Write a trace in JSON to FILE; - is standard output")
+        .notEmpty();
+    command.option("--from", "SECONDS", options->from, "Begin at this time of the record (default: 0)")
+        .number(0, kLongestTime);
+    command.option("--to", "SECONDS", options->to, "End at this time of the record (default: its end)")
+        .number(0, kLongestTime);
+    command.onRun([options, &status] { status = timeline(*options); });
 }
 
 }  // namespace hidlaudio::host

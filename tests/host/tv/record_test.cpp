@@ -122,7 +122,7 @@ TEST_F(RecordCommand, ReportsWhatItCannotDo) {
         {{"record", folder_ / "none/calls"}, 1, "none/calls: No such file or directory"},
         {{"record", folder_.path()}, 1, "Is a directory"},
         {{"record", "a\nb"}, 1, "contains a newline"},
-        {{"record", ""}, 2, "FILE must not be empty"},
+        {{"record", ""}, 2, "must not be empty"},
         {{"record", "--bytes"}, 2, "FILE"},
         {{"record", file_, "--limit", "0"}, 2, "--limit"},
         {{"boot", "--record", folder_.path()}, 1, "Is a directory"},
