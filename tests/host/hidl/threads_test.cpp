@@ -6,6 +6,7 @@
 #include <future>
 #include <random>
 #include <set>
+#include <thread>
 
 #include "raw_peer.h"
 
@@ -220,6 +221,29 @@ TEST_F(ThreadsTest, ConcurrentCallsOfOneClientGetTheirOwnResults) {
     };
     std::vector<std::future<void>> threads(8);
     for (int i = 0; i < 8; ++i) threads[static_cast<size_t>(i)] = std::async(std::launch::async, call, i);
+}
+
+// A service admits 256 channels of a process.
+TEST_F(ThreadsTest, MoreThreadsThanChannelsCanCall) {
+    constexpr int32_t kThreads = 600;
+    Service service;
+    const sp<IProbe> probe = service.get();
+    sp<Callback> callback = new Callback();
+    callback->event = [&](int32_t value) { return probe->add(value, 100).withDefault(-1); };
+    EXPECT_EQ(errorOf(probe->setCallback(callback)), "");
+    std::promise<void> all;
+    const std::shared_future<void> allHaveCalled = all.get_future().share();
+    std::atomic<int32_t> called{0};
+    const auto call = [&](int32_t number) {
+        EXPECT_EQ(probe->add(number, 1), number + 1);
+        if (++called == kThreads) all.set_value();
+        allHaveCalled.wait();
+        const auto answered = [&](int32_t answer, int32_t) { EXPECT_EQ(answer, number + 100); };
+        EXPECT_EQ(errorOf(probe->callBack(number, answered)), "");
+    };
+    std::vector<std::thread> threads;
+    for (int32_t i = 0; i < kThreads; ++i) threads.emplace_back(call, i);
+    for (std::thread& thread : threads) thread.join();
 }
 
 struct Client : RawClient {

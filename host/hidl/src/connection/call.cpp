@@ -70,7 +70,20 @@ Channel* nestedChannel(const PeerConnection& link) {
     return found != frames.rend() ? (*found)->channel : nullptr;
 }
 
-status_t ownChannel(PeerConnection& link, std::shared_ptr<Channel>* channel) {
+// A channel for one call, if the thread has none of its own.
+struct BorrowedChannel {
+    PeerConnection& link;
+    std::shared_ptr<Channel> channel;
+
+    explicit BorrowedChannel(PeerConnection& from) : link(from) {}
+    ~BorrowedChannel() {
+        if (channel != nullptr) link.releaseCallChannel(channel);
+    }
+    BorrowedChannel(const BorrowedChannel&) = delete;
+    BorrowedChannel& operator=(const BorrowedChannel&) = delete;
+};
+
+status_t ownChannel(PeerConnection& link, std::shared_ptr<Channel>* channel, BorrowedChannel* borrowed) {
     std::vector<OwnChannel>& channels = thread().channels;
     for (const OwnChannel& own : channels) {
         if (own.linkNumber != link.number) continue;
@@ -79,9 +92,15 @@ status_t ownChannel(PeerConnection& link, std::shared_ptr<Channel>* channel) {
     }
     auto gone = [](const OwnChannel& own) { return own.channel.expired(); };
     channels.erase(std::remove_if(channels.begin(), channels.end(), gone), channels.end());
-    const status_t status = link.acquireCallChannel(channel);
-    if (status == OK) channels.push_back({link.number, link.weak_from_this(), *channel});
-    return status;
+    bool forOneCall = false;
+    const status_t status = link.acquireCallChannel(channel, &forOneCall);
+    if (status != OK) return status;
+    if (forOneCall) {
+        borrowed->channel = *channel;
+    } else {
+        channels.push_back({link.number, link.weak_from_this(), *channel});
+    }
+    return OK;
 }
 
 bool bringsObjectsHome(const IncomingMessage& message) {
@@ -219,6 +238,7 @@ status_t callLiving(PeerConnection& link, uint64_t object, uint32_t code, const 
     // starts the pool only for arguments that are interfaces themselves.
     if (!references.empty()) Process::self().pool().start();
 
+    BorrowedChannel borrowed(link);
     std::shared_ptr<Channel> own;
     Channel* channel = nullptr;
     if (oneway) {
@@ -226,7 +246,7 @@ status_t callLiving(PeerConnection& link, uint64_t object, uint32_t code, const 
     } else {
         channel = nestedChannel(link);
         if (channel == nullptr) {
-            status = ownChannel(link, &own);
+            status = ownChannel(link, &own, &borrowed);
             channel = own.get();
         }
         if (status == OK) status = sendInTurn(link, *channel, header, body, references);

@@ -73,6 +73,7 @@ void PeerConnection::kill() {
     std::lock_guard<std::mutex> lock(mutex_);
     if (control_ != nullptr) control_->shutdown();
     shutdownAll(callChannels_);
+    channelIdle_.notify_all();
     for (const std::weak_ptr<Channel>& weak : peerChannels_) {
         if (auto channel = weak.lock()) peerChannels.push_back(std::move(channel));
     }
@@ -237,18 +238,27 @@ status_t PeerConnection::makeCallChannel(std::shared_ptr<Channel>* channel) {
     return status;
 }
 
-status_t PeerConnection::acquireCallChannel(std::shared_ptr<Channel>* channel) {
+status_t PeerConnection::acquireCallChannel(std::shared_ptr<Channel>* channel, bool* forOneCall) {
+    static_assert(kMaxCallChannels < Process::kMaxChannelsOfPeer, "the peer would end the link");
     {
         std::lock_guard<std::mutex> lock(mutex_);
+        while (!dead() && idleChannels_.empty() &&
+               callChannels_.size() + openingChannels_ >= kMaxCallChannels)
+            channelIdle_.wait(mutex_);
+        if (dead()) return DEAD_OBJECT;
+        *forOneCall = callChannels_.size() + openingChannels_ >= kMaxOwnChannels;
         if (!idleChannels_.empty()) {
             *channel = idleChannels_.back();
             idleChannels_.pop_back();
             return OK;
         }
+        ++openingChannels_;
     }
     const status_t status = makeCallChannel(channel);
-    if (status != OK) return status;
     std::lock_guard<std::mutex> lock(mutex_);
+    --openingChannels_;
+    if (status != OK) channelIdle_.notify_one();
+    if (status != OK) return status;
     if (dead()) return DEAD_OBJECT;
     callChannels_.push_back(*channel);
     return OK;
@@ -262,12 +272,16 @@ status_t PeerConnection::lostCallChannel(const Channel& channel) {
     const auto isIt = [&channel](const auto& one) { return one.get() == &channel; };
     callChannels_.erase(std::remove_if(callChannels_.begin(), callChannels_.end(), isIt),
                         callChannels_.end());
+    channelIdle_.notify_one();
     return FAILED_TRANSACTION;
 }
 
 void PeerConnection::releaseCallChannel(const std::shared_ptr<Channel>& channel) {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!ended_) idleChannels_.push_back(channel);
+    // Not if lostCallChannel() has removed it.
+    if (std::find(callChannels_.begin(), callChannels_.end(), channel) == callChannels_.end()) return;
+    idleChannels_.push_back(channel);
+    channelIdle_.notify_one();
 }
 
 bool PeerConnection::addPeerChannel(const std::shared_ptr<Channel>& channel) {

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
@@ -64,15 +65,19 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
     status_t sendOneway(const MessageHeader& header, OutgoingBody& body,
                         const std::vector<ObjectReference>& references);
 
-    /** Gets a channel for a thread's calls. Returns DEAD_OBJECT if the peer has ended, or a shortage. */
-    status_t acquireCallChannel(std::shared_ptr<Channel>* channel);
+    /**
+     * Gets a channel for a thread's calls. If many threads have one already, it sets `forOneCall`: the thread
+     * must release the channel after one call, and may have to wait until another one has done so. Returns
+     * DEAD_OBJECT if the peer has ended, or a shortage.
+     */
+    status_t acquireCallChannel(std::shared_ptr<Channel>* channel, bool* forOneCall);
     /**
      * Handles a call channel that the peer has closed. Waits up to 1 s for the peer to end. Returns
      * DEAD_OBJECT if it has ended, or FAILED_TRANSACTION if only the channel is lost: the next call may
      * get another one.
      */
     status_t lostCallChannel(const Channel& channel);
-    /** Makes the channel of a thread that ends available to other threads. */
+    /** Makes the channel of a thread that ends, or of one call, available to other threads. */
     void releaseCallChannel(const std::shared_ptr<Channel>& channel);
 
     /** Adds a channel on which the peer calls this process. Returns false if the link is dead. */
@@ -147,6 +152,10 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
     std::unordered_map<uint64_t, uint32_t> pendingReleases_ GUARDED_BY(controlMutex_);
     bool awaitsRoom_ GUARDED_BY(controlMutex_) = false;
 
+    // The last channels serve the calls of all threads that came later. In total there are fewer than the
+    // peer admits, because it may notice late that a channel was closed.
+    static constexpr size_t kMaxCallChannels = 240;
+    static constexpr size_t kMaxOwnChannels = kMaxCallChannels - 16;
     // A peer with more pending releases than this is considered dead.
     static constexpr size_t kMaxPendingReleases = 64 * kMaxObjects;
 
@@ -157,6 +166,8 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
     std::unordered_set<uint64_t> unreferenced_ GUARDED_BY(mutex_);  // may have no references in exports_
     std::unordered_map<uint64_t, wp<BpHwBinder>> proxies_ GUARDED_BY(mutex_);
     std::vector<std::shared_ptr<Channel>> callChannels_ GUARDED_BY(mutex_);
+    size_t openingChannels_ GUARDED_BY(mutex_) = 0;  // will be in callChannels_
+    std::condition_variable_any channelIdle_;
     // Channels of callChannels_ that no thread uses.
     std::vector<std::shared_ptr<Channel>> idleChannels_ GUARDED_BY(mutex_);
     std::vector<std::weak_ptr<Channel>> peerChannels_ GUARDED_BY(mutex_);

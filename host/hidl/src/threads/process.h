@@ -47,12 +47,12 @@ class Process {
     /** Returns whether the link's process may open another channel, counting those of all its links. */
     bool admitsChannel(const PeerConnection& link);
 
-  private:
     // A process needs only one link to another. A peer at these limits takes about a third of the default
     // limit of descriptors.
     static constexpr size_t kMaxLinksOfPeer = 64;
     static constexpr size_t kMaxChannelsOfPeer = 256;
 
+  private:
     Process();
     bool listen(const std::string& tv) REQUIRES(mutex_);
     std::vector<std::shared_ptr<PeerConnection>> linksFrom(pid_t peer);

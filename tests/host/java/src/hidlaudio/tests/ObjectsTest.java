@@ -22,8 +22,11 @@ import hidlaudio.junit.VirtualTv;
 import java.lang.ref.WeakReference;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.NoSuchElementException;
+import java.util.Queue;
+import java.util.concurrent.ConcurrentLinkedQueue;
 import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.LinkedBlockingQueue;
 import java.util.concurrent.TimeUnit;
@@ -112,6 +115,32 @@ class ObjectsTest {
         assertEquals(probe.hashCode(), again.hashCode());
         assertTrue(HidlSupport.interfacesEqual(probe, again));
         assertNotEquals(probe, callback);
+    }
+
+    @Test
+    void aThousandThreadsCall() throws Exception {
+        CountDownLatch called = new CountDownLatch(1000);
+        Queue<Object> wrong = new ConcurrentLinkedQueue<>();
+        List<Thread> threads = new ArrayList<>();
+        for (int i = 0; i < 1000; i++) {
+            String text = "thread " + i;
+            threads.add(new Thread(null, () -> {
+                try {
+                    wrong.add(probe.echoText(text));
+                    called.countDown();
+                    called.await(); // all threads live now
+                    wrong.add(probe.echoText(text));
+                    wrong.removeAll(List.of(text));
+                } catch (Exception e) {
+                    wrong.add(e);
+                }
+            }, text, 256 * 1024));
+        }
+        threads.forEach(Thread::start);
+        for (Thread thread : threads) {
+            thread.join();
+        }
+        assertEquals(List.of(), List.copyOf(wrong));
     }
 
     @Test
