@@ -33,8 +33,7 @@ class Option {
     /** Accepts only a decimal number, or a whole one, from `least` to `most`. */
     Option number(double least, double most) const;
     Option integer(uint64_t least, uint64_t most) const;
-    /** Accepts only these words. The help lists them behind the type of an option; an argument's name is a
-     * list. */
+    /** Accepts only these words. The help lists them after the type of an option, but not for an argument. */
     Option oneOf(std::vector<std::string> words) const;
     Option existingFile() const;
     Option needs(Option other) const;
@@ -76,7 +75,7 @@ class Command {
     /** Sets what a program without a parent is called, and does. */
     void describe(const std::string& name, const std::string& description) const;
     void requireCommand() const;
-    /** Accepts the options of this command also after the name of one of its commands. */
+    /** Accepts the options of this command also after the name of a command that is added later. */
     void acceptOptionsAnywhere() const;
     /** Adds --version, which prints `version`. */
     void addVersion(const std::string& version) const;
