@@ -42,7 +42,10 @@ public final class Upload {
         this.listener = listener;
     }
 
-    /** Cancels the upload. Blocks until the service has answered. The listener then gets the result. */
+    /**
+     * Cancels the upload. Blocks until the service has answered. The listener then gets the result. The service
+     * refuses for some milliseconds after the last byte: an app that needs the end at once calls this again.
+     */
     public void cancel() {
         cancelled = true;
         int buffer = handle;

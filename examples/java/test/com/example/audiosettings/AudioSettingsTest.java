@@ -142,7 +142,7 @@ class AudioSettingsTest {
         tv.command("bectrl", "hang", "on");
         Record record = new Record();
         Upload upload = settings.upload(ParamType.HRTF, parameters(), record);
-        tv.waitForLog("Acquire Wakelock completed");
+        tv.waitForLog("read proc file(state)=0x1"); // before, the controller refuses to cancel
         upload.cancel();
         assertEquals(Upload.Outcome.CANCELLED, next(record.ends));
     }

@@ -37,7 +37,10 @@ class Upload internal constructor(
         }
     }
 
-    /** Cancels the upload. Blocks until the service has answered. The listener then gets the result. */
+    /**
+     * Cancels the upload. Blocks until the service has answered. The listener then gets the result. The service
+     * refuses for some milliseconds after the last byte: an app that needs the end at once calls this again.
+     */
     fun cancel() {
         cancelled = true
         if (handle == 0) return
