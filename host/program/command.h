@@ -79,7 +79,7 @@ class Command {
     void acceptOptionsAnywhere() const;
     /** Adds --version, which prints `version`. */
     void addVersion(const std::string& version) const;
-    /** Sets what is called when the command line has been parsed. */
+    /** Calls `run` after the command line has been parsed, if it names this command. */
     void onRun(std::function<void()> run) const;
 
     /**

@@ -58,13 +58,6 @@ int run(const SoakOptions& options, const std::string& shrinkFolder) {
     return problem.empty() ? status : fail(problem);
 }
 
-/** Adds an option with a whole number. */
-template <typename Number>
-void addNumber(Command command, const char* name, Number& value, uint64_t least, uint64_t most,
-               const char* placeholder, const char* help) {
-    command.option(name, placeholder, value, help).integer(least, most);
-}
-
 }  // namespace
 
 void addSoak(Command app, int& status) {
@@ -97,13 +90,15 @@ void addSoak(Command app, int& status) {
         .option("--hours", "N", options->hours,
                 "Duration by the clock of the TV, 0.01 to 100000 (default: 1)")
         .number(0.01, 100000);
-    addNumber(command, "--speed", options->speed, 1, 1000, "N",
-              "Speed of the TV's clock, 1 to 1000 times real time (default:\n"
-              "360); use a lower number on a slow machine");
-    addNumber(command, "--seed", options->seed, 0, UINT64_MAX, "S",
-              "Random seed, 0 to 18446744073709551615 (default: random)");
-    addNumber(command, "--clients", options->clients, 1, 100, "K",
-              "Number of concurrent clients, 1 to 100 (default: 4)");
+    command
+        .option("--speed", "N", options->speed,
+                "Speed of the TV's clock, 1 to 1000 times real time (default:\n"
+                "360); use a lower number on a slow machine")
+        .integer(1, 1000);
+    command.option("--seed", "S", options->seed, "Random seed, 0 to 18446744073709551615 (default: random)")
+        .integer(0, UINT64_MAX);
+    command.option("--clients", "K", options->clients, "Number of concurrent clients, 1 to 100 (default: 4)")
+        .integer(1, 100);
     command.flag("--restarts", options->restarts,
                  "Kill and restart the daemon at the end of each fifth of the\n"
                  "time, and do not compare its memory, descriptors and threads");
@@ -113,9 +108,11 @@ void addSoak(Command app, int& status) {
                 "it to a new folder in DIR, and after a crash or a hang also the\n"
                 "shortest scenario that shows it. See `tv shrink`")
         .notEmpty();
-    addNumber(command, "--plan", *plan, 1, 1000000, "N",
-              "Only print the first N decisions, 1 to 1000000, of each client;\n"
-              "0 stands for the environment (controller, faults, audio HAL)");
+    command
+        .option("--plan", "N", *plan,
+                "Only print the first N decisions, 1 to 1000000, of each client;\n"
+                "0 stands for the environment (controller, faults, audio HAL)")
+        .integer(1, 1000000);
     command.onRun([options, plan, shrinkFolder, &status] {
         printf("seed %llu\n", static_cast<unsigned long long>(options->seed));
         flushOutput();

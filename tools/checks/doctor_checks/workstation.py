@@ -33,7 +33,8 @@ def check_commands(tree):
 
 def _check_taken(tree, header, command_line):
     code = tree.code(header)
-    declared = {match[1]: line_of(code, match.start()) for match in re.finditer(r"\b(add\w+)\((?:host::)?Command app\b", code)}
+    functions = re.finditer(r"\b(add\w+)\((?:host::)?Command app\b", code)
+    declared = {match[1]: line_of(code, match.start()) for match in functions}
     used = set(re.findall(r"\badd\w+", tree.code(command_line)))
     for name, line in declared.items():
         if name not in used:
