@@ -8,10 +8,10 @@
 
 namespace hidlaudio::test {
 
-/** Checks the condition every 2 ms. Returns true once it holds, or false after 30 s. */
+/** Checks the condition every 2 ms. Returns true once it holds, or false after 90 s. */
 template <typename Condition>
 bool becomesTrue(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(90);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;
         usleep(2000);
