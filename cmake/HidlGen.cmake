@@ -1,15 +1,15 @@
 # SPDX-License-Identifier: Apache-2.0
-# hidl_package(<prefix> PACKAGE <name> VERSIONS <version...> ROOT <dir>
-#              [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>] [NO_INSTRUMENTATION])
+# hidl_package(<target> PACKAGE <name> VERSIONS <version...> ROOT <dir>
+#              [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>] [LIBRARIES <target...>] [NO_INSTRUMENTATION])
 #
-# Generates the C++ headers, proxies and stubs of a HIDL package with hidl-gen at build time. Sets
-# <prefix>_SOURCES and <prefix>_HEADERS to the generated files; the include path of the headers is
-# ${HIDL_GEN_DIR}.
+# Adds a static library with the headers, proxies and stubs of a HIDL package, and a target <target>_sources
+# that generates them with hidl-gen. The target `hidl_sources` generates those of all packages.
 #
 # ROOT        package root: each file <version>/I*.hal below it is an interface, <version>/types.hal
 #             contains types
 # ROOTS       further package roots for hidl-gen
 # HAL_DEPENDS the .hal files of other packages that this one imports
+# LIBRARIES   what the generated code needs (default: hidlbase)
 # NO_INSTRUMENTATION
 #             compile the code as for a user build of the platform, without the calls of HidlInstrumentor
 find_program(HIDL_GEN hidl-gen REQUIRED)
@@ -31,9 +31,16 @@ set(HIDL_READ_COUNTS
 set(HIDL_NULL_CALLBACKS
   [[s/\s*if \(_hidl_cb == nullptr\) \{[^}]*EX_ILLEGAL_ARGUMENT[^}]*\}//g]]
   CACHE INTERNAL "For sed, with -E and -z")
+# Each source has static functions of the same two names: append the name of the interface, so that the
+# sources can be compiled as one.
+set(HIDL_STATIC_NAMES
+  [[:next;s/(LOG_TAG "[^"]*::(\w+)".*static_(con|de)structor)\(/\1_\2(/;tnext]]
+  CACHE INTERNAL "For sed, with -E and -z")
+
+add_custom_target(hidl_sources)
 
 function(hidl_package target)
-  cmake_parse_arguments(ARG "NO_INSTRUMENTATION" "PACKAGE;ROOT" "VERSIONS;ROOTS;HAL_DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "NO_INSTRUMENTATION" "PACKAGE;ROOT" "VERSIONS;ROOTS;HAL_DEPENDS;LIBRARIES" ${ARGN})
   string(REPLACE "." "/" package_path ${ARG_PACKAGE})
   set(roots ${HIDL_GEN_ROOTS} ${ARG_ROOTS})
   set(all_hal ${ARG_HAL_DEPENDS})
@@ -68,19 +75,26 @@ function(hidl_package target)
       OUTPUT ${version_sources} ${version_headers}
       COMMAND ${HIDL_GEN} -o ${HIDL_GEN_DIR} -Lc++-headers ${roots} ${fqname}
       COMMAND ${HIDL_GEN} -o ${HIDL_GEN_DIR} -Lc++-sources ${roots} ${fqname}
-      COMMAND sed -i -z -E -e "${HIDL_READ_COUNTS}" -e "${HIDL_NULL_CALLBACKS}" ${version_sources}
+      COMMAND sed -i -z -E -e "${HIDL_READ_COUNTS}" -e "${HIDL_NULL_CALLBACKS}" -e "${HIDL_STATIC_NAMES}"
+        ${version_sources}
       DEPENDS ${all_hal}
       COMMENT "hidl-gen ${fqname}"
       VERBATIM)
     list(APPEND sources ${version_sources})
     list(APPEND headers ${version_headers})
   endforeach()
-  # No warnings for generated code.
-  set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS "-w")
+  if(NOT ARG_LIBRARIES)
+    set(ARG_LIBRARIES hidlbase)
+  endif()
+  add_custom_target(${target}_sources DEPENDS ${sources} ${headers})
+  add_dependencies(hidl_sources ${target}_sources)
+  add_library(${target} STATIC ${sources} ${headers})
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
+  target_include_directories(${target} SYSTEM PUBLIC ${HIDL_GEN_DIR})
+  target_link_libraries(${target} PUBLIC ${ARG_LIBRARIES})
+  target_compile_options(${target} PRIVATE -w) # No warnings for generated code.
   # As in debuggable builds of the platform.
   if(NOT ARG_NO_INSTRUMENTATION)
-    set_source_files_properties(${sources} PROPERTIES COMPILE_DEFINITIONS __ANDROID_DEBUGGABLE__)
+    target_compile_definitions(${target} PRIVATE __ANDROID_DEBUGGABLE__)
   endif()
-  set(${target}_SOURCES ${${target}_SOURCES} ${sources} PARENT_SCOPE)
-  set(${target}_HEADERS ${${target}_HEADERS} ${headers} PARENT_SCOPE)
 endfunction()

@@ -4,6 +4,9 @@
 add_library(hidlaudio_warnings INTERFACE)
 target_compile_options(hidlaudio_warnings INTERFACE
   -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+if(CMAKE_UNITY_BUILD)
+  target_compile_options(hidlaudio_warnings INTERFACE -Wno-shadow) # of the names of other files
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # android-base's thread-safety macros use attributes that only clang knows
   # (tools/checks/thread_safety).

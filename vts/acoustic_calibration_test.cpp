@@ -98,7 +98,7 @@ class AcousticCalibration : public ::testing::TestWithParam<Instance<V3_0::IAcou
     std::vector<float> smoothBefore_;
 };
 
-#define SKIP_WITHOUT_CONTROLLER()                                                              \
+#define SKIP_WITHOUT_SMOOTH_DELAY()                                                            \
     if (withSmoothDelay() == nullptr) GTEST_SKIP() << "the service is older than version 5.1"; \
     if (!hasController()) GTEST_SKIP() << "this TV has no back-end audio controller"
 
@@ -313,7 +313,7 @@ TEST_P(AcousticCalibration, setSmoothDelayEnabled_IsRefusedWithoutController) {
 }
 
 TEST_P(AcousticCalibration, setSmoothDelayEnabled_SetsDelaysToZeroOnlyWhenSwitchedOn) {
-    SKIP_WITHOUT_CONTROLLER();
+    SKIP_WITHOUT_SMOOTH_DELAY();
     using Delays = std::vector<float>;
     EXPECT_EQ(enableSmooth(false), 0);
     EXPECT_EQ(enableSmooth(true), 0);
@@ -328,7 +328,7 @@ TEST_P(AcousticCalibration, setSmoothDelayEnabled_SetsDelaysToZeroOnlyWhenSwitch
 }
 
 TEST_P(AcousticCalibration, getSmoothDelayEnabled_ReturnsSwitch) {
-    SKIP_WITHOUT_CONTROLLER();
+    SKIP_WITHOUT_SMOOTH_DELAY();
     for (const bool calibration : {false, true}) {
         EXPECT_EQ(enable(calibration), 0);
         for (const bool on : {false, true, true, false}) {
@@ -340,7 +340,7 @@ TEST_P(AcousticCalibration, getSmoothDelayEnabled_ReturnsSwitch) {
 }
 
 TEST_P(AcousticCalibration, setSmoothDelay_DoesNothingWhileOff) {
-    SKIP_WITHOUT_CONTROLLER();
+    SKIP_WITHOUT_SMOOTH_DELAY();
     EXPECT_EQ(enableSmooth(true), 0);
     EXPECT_EQ(setSmooth({3, 4}), 0);
     EXPECT_EQ(enableSmooth(false), 0);
@@ -350,7 +350,7 @@ TEST_P(AcousticCalibration, setSmoothDelay_DoesNothingWhileOff) {
 }
 
 TEST_P(AcousticCalibration, setSmoothDelay_KeepsOldValuesIfNumberIsWrong) {
-    SKIP_WITHOUT_CONTROLLER();
+    SKIP_WITHOUT_SMOOTH_DELAY();
     EXPECT_EQ(enableSmooth(true), 0);
     for (const size_t count : {size_t{2}, size_t{3}, kChannels}) {
         const std::vector<float> delays(count, 1.5f);
@@ -365,7 +365,7 @@ TEST_P(AcousticCalibration, setSmoothDelay_KeepsOldValuesIfNumberIsWrong) {
 }
 
 TEST_P(AcousticCalibration, getSmoothDelay_ReturnsUncheckedValues) {
-    SKIP_WITHOUT_CONTROLLER();
+    SKIP_WITHOUT_SMOOTH_DELAY();
     EXPECT_EQ(enableSmooth(true), 0);
     for (const std::vector<float>& delays :
          {std::vector<float>{10, 0}, std::vector<float>{-1, 10.5f}, std::vector<float>{0.01f, 7, 123}}) {

@@ -24,7 +24,7 @@ bool contains(const Names& names, const std::string& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-struct Callback : V1_1::IHdmiAudioCallback {
+struct CapabilityCallback : V1_1::IHdmiAudioCallback {
     Return<void> onCapabilityChanged(const hidl_vec<hidl_string>& names) override {
         changes.add(toNames(names));
         threads.add(std::this_thread::get_id());
@@ -66,8 +66,8 @@ class HdmiAudio : public ::testing::TestWithParam<Instance<V1_0::IHdmiAudio>> {
         return newer.isOk() ? sp<V1_1::IHdmiAudio>(newer) : nullptr;
     }
     /** Registers a new callback. */
-    sp<Callback> listen() const {
-        const sp<Callback> callback = new Callback;
+    sp<CapabilityCallback> listen() const {
+        const sp<CapabilityCallback> callback = new CapabilityCallback;
         const sp<V1_1::IHdmiAudio> service = withCallbacks();
         EXPECT_NE(service, nullptr) << "the service is older than version 1.1";
         if (service != nullptr) expectOk(service->setCallback(callback));
@@ -158,7 +158,7 @@ TEST_P(HdmiAudio, setAudioCapabilities_AcceptsLongRequests) {
 }
 
 TEST_P(HdmiAudio, setCallback_CallbackReceivesEntriesThatWereSet) {
-    const sp<Callback> callback = listen();
+    const sp<CapabilityCallback> callback = listen();
     for (const Request& request : kRequests) {
         SCOPED_TRACE(::testing::PrintToString(request.names));
         set(request.names);
@@ -171,18 +171,18 @@ TEST_P(HdmiAudio, setCallback_CallbackReceivesEntriesThatWereSet) {
 }
 
 TEST_P(HdmiAudio, setCallback_CallbackArrivesOnWaitingThread) {
-    const sp<Callback> callback = listen();
+    const sp<CapabilityCallback> callback = listen();
     reset();
     EXPECT_EQ(callback->threads.next(), std::this_thread::get_id());
 }
 
 TEST_P(HdmiAudio, setCallback_CallbacksAreCalledInOrderOncePerRegistration) {
     std::vector<char> order;
-    const auto record = [&](const sp<Callback>& callback, char name) {
+    const auto record = [&](const sp<CapabilityCallback>& callback, char name) {
         callback->inside = [&order, name] { order.push_back(name); };
     };
-    const sp<Callback> first = listen();
-    const sp<Callback> second = listen();
+    const sp<CapabilityCallback> first = listen();
+    const sp<CapabilityCallback> second = listen();
     record(first, '1');
     record(second, '2');
     reset();
@@ -195,13 +195,13 @@ TEST_P(HdmiAudio, setCallback_CallbacksAreCalledInOrderOncePerRegistration) {
 
 TEST_P(HdmiAudio, setCallback_IgnoresNull) {
     expectOk(withCallbacks()->setCallback(nullptr));
-    const sp<Callback> callback = listen();
+    const sp<CapabilityCallback> callback = listen();
     reset();
     EXPECT_EQ(callback->changes.count(), 1u);
 }
 
 TEST_P(HdmiAudio, onCapabilityChanged_MayCallAllServices) {
-    const sp<Callback> callback = listen();
+    const sp<CapabilityCallback> callback = listen();
     Names inside;
     callback->inside = [&] {
         inside = levels();
@@ -213,8 +213,8 @@ TEST_P(HdmiAudio, onCapabilityChanged_MayCallAllServices) {
 }
 
 TEST_P(HdmiAudio, onCapabilityChanged_ChangeFromInsideCallsAllAgain) {
-    const sp<Callback> first = listen();
-    const sp<Callback> second = listen();
+    const sp<CapabilityCallback> first = listen();
+    const sp<CapabilityCallback> second = listen();
     second->inside = [&] { EXPECT_EQ(set({"ARC_MP4AAC_5_1"}), 0); };
     EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
     EXPECT_EQ(first->changes.count(), 2u);
@@ -224,8 +224,8 @@ TEST_P(HdmiAudio, onCapabilityChanged_ChangeFromInsideCallsAllAgain) {
 }
 
 TEST_P(HdmiAudio, onCapabilityChanged_CallbackRegisteredInsideIsCalledFromNextChangeOn) {
-    const sp<Callback> callback = listen();
-    sp<Callback> added;
+    const sp<CapabilityCallback> callback = listen();
+    sp<CapabilityCallback> added;
     callback->inside = [&] { added = listen(); };
     reset();
     ASSERT_NE(added, nullptr);
@@ -235,7 +235,7 @@ TEST_P(HdmiAudio, onCapabilityChanged_CallbackRegisteredInsideIsCalledFromNextCh
 }
 
 TEST_P(HdmiAudio, onCapabilityChanged_OtherClientsWaitUntilItReturns) {
-    const sp<Callback> callback = listen();
+    const sp<CapabilityCallback> callback = listen();
     std::atomic<bool> ended{false};
     bool endedFirst = false;
     std::thread other;
@@ -254,9 +254,9 @@ TEST_P(HdmiAudio, onCapabilityChanged_OtherClientsWaitUntilItReturns) {
 }
 
 TEST_P(HdmiAudio, onCapabilityChanged_ReachesOtherProcessesUntilTheyDie) {
-    const sp<Callback> before = listen();
+    const sp<CapabilityCallback> before = listen();
     ClientProcess client("hdmi", GetParam().name);
-    const sp<Callback> after = listen();
+    const sp<CapabilityCallback> after = listen();
     EXPECT_EQ(set({"ARC_DD_PLUS"}), 0);
     EXPECT_EQ(client.nextLine(), "changed ARC_DD_PLUS");
     client.kill();
@@ -268,7 +268,7 @@ TEST_P(HdmiAudio, onCapabilityChanged_ReachesOtherProcessesUntilTheyDie) {
 
 TEST_P(HdmiAudio, Restart_KeepsLevelsAndDropsCallbacks) {
     SKIP_WITHOUT_RESTART();
-    const sp<Callback> callback = listen();
+    const sp<CapabilityCallback> callback = listen();
     EXPECT_EQ(set({"ARC_DD_ATMOS", "ARC_MP4AAC_7_1"}), 0);
     service_ = restart(GetParam(), service_);
     ASSERT_NE(service_, nullptr);

@@ -21,7 +21,7 @@ using Kind = V5_0::ParamType;
 constexpr int32_t kMaxAppend = 262144;
 constexpr Kind kKinds[] = {Kind::DEVICE, Kind::HRTF};
 
-struct Callback : V5_0::IHeadphoneVirtualizerCallback {
+struct ApplyCallback : V5_0::IHeadphoneVirtualizerCallback {
     Return<void> onApplyResult(int32_t result) override {
         thread = std::this_thread::get_id();
         if (inside) inside();
@@ -75,13 +75,13 @@ class HeadphoneVirtualizer : public ::testing::TestWithParam<Instance<V5_0::IHea
     int32_t append(int32_t handle, size_t bytes) const {
         return valueOf(service_->append(handle, hidl_vec<uint8_t>(std::vector<uint8_t>(bytes))));
     }
-    int32_t apply(int32_t handle, const sp<Callback>& callback) const {
+    int32_t apply(int32_t handle, const sp<ApplyCallback>& callback) const {
         return valueOf(service_->apply(handle, callback));
     }
     int32_t cancel(int32_t handle) const { return valueOf(service_->cancel(handle)); }
     int32_t discard(int32_t handle) const { return valueOf(service_->discardParameterBuffer(handle)); }
     HandleResults callAll(int32_t handle) const {
-        return {append(handle, 0), apply(handle, new Callback), cancel(handle), discard(handle)};
+        return {append(handle, 0), apply(handle, new ApplyCallback), cancel(handle), discard(handle)};
     }
 
     /** Allocates a buffer and fills it. */
@@ -246,7 +246,7 @@ TEST_P(HeadphoneVirtualizer, append_FillsBufferInOrder) {
     EXPECT_EQ(append(handle, 6), 0);
     EXPECT_EQ(append(handle, 5), -2);
     EXPECT_EQ(append(handle, 0), 0);
-    EXPECT_EQ(apply(handle, new Callback), -2) << "a refused piece must not count";
+    EXPECT_EQ(apply(handle, new ApplyCallback), -2) << "a refused piece must not count";
     EXPECT_EQ(append(handle, 4), 0);
     EXPECT_EQ(append(handle, 1), -2);
     EXPECT_EQ(append(handle, 0), 0);
@@ -267,7 +267,7 @@ TEST_P(HeadphoneVirtualizer, apply_RefusesBufferThatIsNotFull) {
     for (const Kind kind : kKinds) {
         const int32_t handle = allocate(kind, 10);
         EXPECT_EQ(append(handle, 9), 0);
-        EXPECT_EQ(apply(handle, new Callback), -2);
+        EXPECT_EQ(apply(handle, new ApplyCallback), -2);
         EXPECT_EQ(apply(handle, nullptr), -2);
         EXPECT_EQ(append(handle, 1), 0) << "the buffer must be as before";
     }
@@ -285,7 +285,7 @@ TEST_P(HeadphoneVirtualizer, apply_RefusesNullCallback) {
 TEST_P(HeadphoneVirtualizer, apply_FailsWithoutController) {
     if (hasController_) GTEST_SKIP() << "this TV has a back-end audio controller";
     const int32_t handle = fill(Kind::DEVICE, 3);
-    const sp<Callback> callback = new Callback;
+    const sp<ApplyCallback> callback = new ApplyCallback;
     for (int i = 0; i < 2; ++i) EXPECT_EQ(apply(handle, callback), -5) << i;
     EXPECT_EQ(cancel(handle), -4);
     EXPECT_EQ(discard(handle), 0);
@@ -296,7 +296,7 @@ TEST_P(HeadphoneVirtualizer, apply_ReportsResultOnceAndFreesHandle) {
     SKIP_WITHOUT_UPLOADS();
     for (const Kind kind : kKinds) {
         for (const size_t bytes : {size_t{1}, options().uploadBytes}) {
-            const sp<Callback> callback = new Callback;
+            const sp<ApplyCallback> callback = new ApplyCallback;
             const int32_t handle = fill(kind, bytes);
             EXPECT_EQ(apply(handle, callback), 0);
             EXPECT_EQ(callback->results.next(), 0);
@@ -313,8 +313,8 @@ TEST_P(HeadphoneVirtualizer, apply_ReportsResultOnceAndFreesHandle) {
 TEST_P(HeadphoneVirtualizer, apply_RefusesBufferThatIsBeingUploaded) {
     SKIP_WITHOUT_UPLOADS();
     for (const Kind kind : kKinds) {
-        const sp<Callback> callback = new Callback;
-        const sp<Callback> second = new Callback;
+        const sp<ApplyCallback> callback = new ApplyCallback;
+        const sp<ApplyCallback> second = new ApplyCallback;
         const int32_t handle = fillLong(kind);
         EXPECT_EQ(apply(handle, callback), 0);
         EXPECT_EQ(apply(handle, second), -3);
@@ -331,7 +331,7 @@ TEST_P(HeadphoneVirtualizer, apply_UploadsKindsOneAfterTheOther) {
     for (const Kind first : kKinds) {
         const Kind second = first == Kind::DEVICE ? Kind::HRTF : Kind::DEVICE;
         Events<Kind> ends;
-        const sp<Callback> callbacks[2] = {new Callback, new Callback};
+        const sp<ApplyCallback> callbacks[2] = {new ApplyCallback, new ApplyCallback};
         callbacks[0]->inside = [&] { ends.add(first); };
         callbacks[1]->inside = [&] { ends.add(second); };
         const int32_t handles[2] = {fillLong(first), fill(second, 1)};
@@ -357,7 +357,7 @@ TEST_P(HeadphoneVirtualizer, cancel_RefusesBufferThatIsNotBeingUploaded) {
 TEST_P(HeadphoneVirtualizer, cancel_EndsUpload) {
     SKIP_WITHOUT_UPLOADS();
     for (const Kind kind : kKinds) {
-        const sp<Callback> callback = new Callback;
+        const sp<ApplyCallback> callback = new ApplyCallback;
         const int32_t handle = fillLong(kind);
         EXPECT_EQ(apply(handle, callback), 0);
         usleep(100000);  // the service may take a moment until the upload has begun
@@ -374,8 +374,8 @@ TEST_P(HeadphoneVirtualizer, cancel_EndsUploadThatWaitsForTheOtherKind) {
     SKIP_WITHOUT_UPLOADS();
     for (const Kind first : kKinds) {
         const Kind second = first == Kind::DEVICE ? Kind::HRTF : Kind::DEVICE;
-        const sp<Callback> running = new Callback;
-        const sp<Callback> waiting = new Callback;
+        const sp<ApplyCallback> running = new ApplyCallback;
+        const sp<ApplyCallback> waiting = new ApplyCallback;
         const int32_t handles[2] = {fillLong(first), fillLong(second)};
         EXPECT_EQ(apply(handles[0], running), 0);
         usleep(100000);
@@ -389,7 +389,7 @@ TEST_P(HeadphoneVirtualizer, cancel_EndsUploadThatWaitsForTheOtherKind) {
 TEST_P(HeadphoneVirtualizer, discardParameterBuffer_CancelsUpload) {
     SKIP_WITHOUT_UPLOADS();
     for (const Kind kind : kKinds) {
-        const sp<Callback> callback = new Callback;
+        const sp<ApplyCallback> callback = new ApplyCallback;
         const int32_t handle = fillLong(kind);
         EXPECT_EQ(apply(handle, callback), 0);
         usleep(100000);
@@ -403,7 +403,7 @@ TEST_P(HeadphoneVirtualizer, discardParameterBuffer_CancelsUpload) {
 TEST_P(HeadphoneVirtualizer, allocateParameterBuffer_CancelsUploadOfSameKind) {
     SKIP_WITHOUT_UPLOADS();
     for (const Kind kind : kKinds) {
-        const sp<Callback> callback = new Callback;
+        const sp<ApplyCallback> callback = new ApplyCallback;
         const int32_t older = fillLong(kind);
         EXPECT_EQ(apply(older, callback), 0);
         usleep(100000);
@@ -418,8 +418,8 @@ TEST_P(HeadphoneVirtualizer, allocateParameterBuffer_CancelsUploadOfSameKind) {
 
 TEST_P(HeadphoneVirtualizer, onApplyResult_UploadIsOverForCallsFromInside) {
     SKIP_WITHOUT_UPLOADS();
-    const sp<Callback> callback = new Callback;
-    const sp<Callback> next = new Callback;
+    const sp<ApplyCallback> callback = new ApplyCallback;
+    const sp<ApplyCallback> next = new ApplyCallback;
     const int32_t handle = fill(Kind::HRTF, 1);
     HandleResults results{};
     std::atomic<bool> ended{false};
@@ -442,7 +442,7 @@ TEST_P(HeadphoneVirtualizer, onApplyResult_UploadIsOverForCallsFromInside) {
 
 TEST_P(HeadphoneVirtualizer, onApplyResult_UploadLastsForOthersUntilItReturns) {
     SKIP_WITHOUT_UPLOADS();
-    const sp<Callback> callback = new Callback;
+    const sp<ApplyCallback> callback = new ApplyCallback;
     const int32_t handle = fill(Kind::DEVICE, 1);
     Events<bool> begun;
     std::atomic<bool> ended{false};
@@ -473,7 +473,7 @@ TEST_P(HeadphoneVirtualizer, apply_UploadOutlivesItsClient) {
     ClientProcess client("upload", GetParam().name);
     client.kill();
     EXPECT_EQ(append(client.handle(), 0), -3) << "the upload must continue, and last longer than this";
-    const sp<Callback> callback = new Callback;
+    const sp<ApplyCallback> callback = new ApplyCallback;
     EXPECT_EQ(discard(client.handle()), 0);
     EXPECT_EQ(apply(fill(Kind::HRTF, 1), callback), 0);
     EXPECT_EQ(callback->results.next(), 0);
@@ -504,7 +504,7 @@ TEST_P(HeadphoneVirtualizer, Restart_ForgetsSwitchesAndBuffers) {
 TEST_P(HeadphoneVirtualizer, Restart_EndsUploadWithoutCallback) {
     SKIP_WITHOUT_RESTART();
     SKIP_WITHOUT_UPLOADS();
-    const sp<Callback> callback = new Callback;
+    const sp<ApplyCallback> callback = new ApplyCallback;
     EXPECT_EQ(apply(fillLong(Kind::HRTF), callback), 0);
     service_ = restart(GetParam(), service_);
     ASSERT_NE(service_, nullptr);

@@ -11,8 +11,6 @@
 namespace hidlaudio::host {
 namespace {
 
-/** Value that a call with an injected fault writes to its output. */
-constexpr uint32_t kGarbage = 0x5A5A5A5A;
 constexpr int kEqualizerGains = 32;
 
 /** Returns the shortest text that converts back to the same float. */

@@ -15,8 +15,6 @@ namespace hidlaudio::host {
 namespace {
 
 constexpr uint32_t kReady = 0x42;
-/** Value that a call with an injected fault writes to its output. */
-constexpr uint32_t kGarbage = 0x5A5A5A5A;
 
 bool isValid(const MTAUDPOST_Request& request) {
     if (request.parameter == kReady && request.count == 1 && request.answer != nullptr &&

@@ -18,8 +18,6 @@ namespace hidlaudio::host {
 namespace {
 
 constexpr int32_t kScope = -1;
-/** Value that a read with an injected fault writes to its output. No key has it. */
-constexpr int32_t kGarbage = 0x5A5A5A5A;
 
 std::string pathOf(const char* key) {
     return tvRoot() + "/soc/config/" + key;

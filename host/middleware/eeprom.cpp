@@ -19,8 +19,6 @@
 namespace hidlaudio::host {
 namespace {
 
-constexpr int kGarbage = 0x5A;
-
 /** Steps that this process has completed. Each step fails before the previous one is done. */
 std::atomic<bool> propertyAsked{false};
 std::atomic<bool> ready{false};
@@ -64,7 +62,7 @@ int32_t MTEEPROM_Init(void) {
 int32_t MTEEPROM_Read(uint32_t address, void* destination, uint32_t length) {
     if (destination == nullptr) return mistake("MTEEPROM_Read: there must be a destination");
     if (const auto status = injectedStatus("MTEEPROM_Read", std::to_string(address).c_str())) {
-        memset(destination, kGarbage, length);
+        memset(destination, static_cast<uint8_t>(kGarbage), length);
         return *status;
     }
     if (!ready) return mistake("MTEEPROM_Read: MTEEPROM_Init must come first");

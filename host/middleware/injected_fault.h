@@ -7,6 +7,9 @@
 
 namespace hidlaudio::host {
 
+/** What a call with an injected fault writes to its output. No key of the configuration store has it. */
+constexpr int32_t kGarbage = 0x5A5A5A5A;
+
 /**
  * Records a call of `function`; `on` is the key, type or address that it concerns. Consumes one use of the
  * fault that is set on `function`. Returns the status that the function must return instead of working, or

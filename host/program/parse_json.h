@@ -6,13 +6,14 @@
 
 namespace hidlaudio::host {
 
+using Json = nlohmann::ordered_json;
+
 /**
  * Parses JSON that another program has written. Returns a discarded value, which is neither null nor an
  * object, if the text is not JSON or has more than 100 levels: nlohmann-json calls itself for each level when
  * it copies or prints a value, and could run out of stack.
  */
-inline nlohmann::ordered_json parseJson(std::string_view text) {
-    using Json = nlohmann::ordered_json;
+inline Json parseJson(std::string_view text) {
     constexpr int kDeepest = 100;
     bool isDeep = false;
     const auto check = [&isDeep](int depth, Json::parse_event_t, const Json&) {

@@ -12,7 +12,6 @@
 namespace hidlaudio::host {
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Event = RecordLine::Event;
 
 constexpr uint64_t kFormat = 1;

@@ -14,7 +14,6 @@ namespace hidlaudio::host {
 namespace {
 
 using Kind = ScenarioLine::Kind;
-using Json = nlohmann::ordered_json;
 
 constexpr const char* kTvCommands[] = {"init", "boot", "shutdown", "config", "eeprom", "fault", "bectrl"};
 constexpr char kSpace[] = " \t\r";

@@ -10,15 +10,15 @@ using nlohmann::json;
 using testing::Contains;
 using testing::HasSubstr;
 
-constexpr char kExternal[] = "com.tovi.dtv.hardware.audio@3.1::IOutputExternal/default";
-constexpr char kListener[] = "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingStatusListener/default";
+constexpr char kExternalService[] = "com.tovi.dtv.hardware.audio@3.1::IOutputExternal/default";
+constexpr char kListenerService[] = "com.tovi.dtv.hardware.audio@3.1::IOutputEncodingStatusListener/default";
 
 using Dump = Audioctl;
 
 TEST_F(Dump, StatesOfServicesArePrinted) {
     const auto service = serve({"external", "listener"});
-    const std::string external = kExternal;
-    const std::string listener = std::string(kListener) + "\n  (no state)\n";
+    const std::string external = kExternalService;
+    const std::string listener = std::string(kListenerService) + "\n  (no state)\n";
     const std::string begin = R"({"value":{")" + external + R"(":{"format":"a"}})" + "}\n";
     expectAll({{{"external", "format", "a"}, 0, "", ""},
                {{"dump", "external", "OutputExternal"}, 0, external + "\na\n", ""},
@@ -45,10 +45,10 @@ TEST_F(Dump, FailedServiceIsReportedAndOthersArePrinted) {
         const Outcome hung = run({"dump", "external", "listener", "--json", "--timeout", seconds});
         const std::string error = "no answer within " + seconds + " s";
         EXPECT_EQ(hung.status, 4);
-        EXPECT_THAT(hung.err, HasSubstr(std::string(kExternal) + ": " + error));
+        EXPECT_THAT(hung.err, HasSubstr(std::string(kExternalService) + ": " + error));
         const json value = json::parse(hung.out)["value"];
-        EXPECT_EQ(value[kExternal], json({{"error", error}}));
-        if (value[kListener] == nullptr) break;
+        EXPECT_EQ(value[kExternalService], json({{"error", error}}));
+        if (value[kListenerService] == nullptr) break;
         EXPECT_NE(seconds, "60") << value;
     }
     kill(external->pid(), SIGKILL);
@@ -56,7 +56,7 @@ TEST_F(Dump, FailedServiceIsReportedAndOthersArePrinted) {
     EXPECT_EQ(run({"external", "format", "die in debug"}).status, 0);
     expectAll({{{"dump", "external", "listener"},
                 3,
-                std::string(kListener) + "\n  (no state)\n",
+                std::string(kListenerService) + "\n  (no state)\n",
                 "it ended during the call"}});
 }
 
@@ -97,8 +97,9 @@ TEST_F(Dump, BugReportIsWrittenDespiteFailures) {
         EXPECT_EQ(run({"dump", "--all", "--output", file, "--timeout", seconds, "--json"}).out,
                   "{\"result\":4}\n");
         report = json::parse(contentOf(file));
-        EXPECT_EQ(errorOf(report, kListener), "no answer within " + seconds + " s");
-        if (errorOf(report, kExternal) == "it ended during the call" && !report["tv_state"].contains("error"))
+        EXPECT_EQ(errorOf(report, kListenerService), "no answer within " + seconds + " s");
+        if (errorOf(report, kExternalService) == "it ended during the call" &&
+            !report["tv_state"].contains("error"))
             break;
         EXPECT_NE(seconds, "60") << report;
     }

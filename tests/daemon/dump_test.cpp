@@ -30,14 +30,14 @@ using android::hidl::base::V1_0::IBase;
 using nlohmann::json;
 using testing::HasSubstr;
 
-constexpr const char* kServices[] = {"3.1::IHdmiAudio",
-                                     "3.1::IOutputEncodingStatusListener",
-                                     "3.1::IOutputExternal",
-                                     "6.1::IOutputSpeaker",
-                                     "5.1::IAcousticCalibration",
-                                     "4.0::ICenterSpeaker",
-                                     "5.1::IHeadphoneVirtualizer",
-                                     "6.1::IMicControl"};
+constexpr const char* kDumped[] = {"3.1::IHdmiAudio",
+                                   "3.1::IOutputEncodingStatusListener",
+                                   "3.1::IOutputExternal",
+                                   "6.1::IOutputSpeaker",
+                                   "5.1::IAcousticCalibration",
+                                   "4.0::ICenterSpeaker",
+                                   "5.1::IHeadphoneVirtualizer",
+                                   "6.1::IMicControl"};
 
 /** Both ends of a pipe or socket pair; the second end is written to. */
 struct Ends {
@@ -107,7 +107,7 @@ class DumpTest : public testing::Test {
 TEST_F(DumpTest, EachServiceWritesItsStateAndDoesNotChangeIt) {
     const auto before = files();
     const size_t logged = daemon_.err().size();
-    for (const char* name : kServices) {
+    for (const char* name : kDumped) {
         const std::string bareName = strchr(name, 'I') + 1;
         const json dumped = state(name);
         ASSERT_TRUE(dumped.is_object()) << name;
@@ -182,9 +182,9 @@ TEST_F(DumpTest, StateShowsProgressOfUpload) {
 
 TEST_F(DumpTest, UnknownOptionPrintsHelp) {
     const hidl_string odd(std::string("--\"\\\x1b\0\xff", 7));
-    EXPECT_THAT(dumpOf(service(kServices[0]), {"--json", odd}),
+    EXPECT_THAT(dumpOf(service(kDumped[0]), {"--json", odd}),
                 HasSubstr("Unknown option \"--\\\"\\\\\\u001b\\u0000\\ufffd\"\nOptions:\n  --json  "));
-    EXPECT_LT(dumpOf(service(kServices[0]), {std::string(100000, 'x')}).size(), 400U);
+    EXPECT_LT(dumpOf(service(kDumped[0]), {std::string(100000, 'x')}).size(), 400U);
 }
 
 /** Fills a pipe or socket until a write would block. Restores the descriptor's flags. */
@@ -208,7 +208,7 @@ TEST_F(DumpTest, NeverWaitsForReader) {
     closedSocket.closeEnd(closedSocket.ends[0]);
     const int flags = fcntl(full.ends[1], F_GETFL);
     const Ends file{{open((tv_ / "tv.txt").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600), -1}};
-    for (const char* name : kServices) {
+    for (const char* name : kDumped) {
         const sp<IBase> object = service(name);
         for (const int fd : {full.ends[1], sockets.ends[1], readerless.ends[1], closedSocket.ends[1],
                              full.ends[0] /* read end */, file.ends[0]})
@@ -226,7 +226,7 @@ TEST_F(DumpTest, NeverWaitsForReader) {
     Ends good, second;
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, good.ends) + pipe(second.ends), 0);
     const Ends memory{{memfd_create("state", MFD_CLOEXEC), -1}};
-    const sp<IBase> object = service(kServices[0]);
+    const sp<IBase> object = service(kDumped[0]);
     EXPECT_TRUE(debug(object, {good.ends[1], second.ends[1]}) && debug(object, {memory.ends[0]}));
     second.closeEnd(second.ends[1]);
     char text[8192] = {};

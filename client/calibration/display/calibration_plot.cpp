@@ -9,8 +9,8 @@
 namespace hidlaudio::client {
 namespace {
 
-constexpr size_t kRows = 6;  // above 0 dB; the same number is below
-constexpr size_t kLeft = 7;  // "  +4.5 "
+constexpr size_t kHalfHeight = 6;  // above 0 dB; the same number is below
+constexpr size_t kScaleWidth = 7;  // "  +4.5 "
 constexpr size_t kWidestBand = 4;
 constexpr size_t kLabelRoom = 6;  // "1.25k", and a gap
 
@@ -56,7 +56,7 @@ std::string withoutEnd(std::string line) {
 std::string rowText(const Plot& plot, size_t row, int sign) {
     const double end = sign * static_cast<double>(row + 1) * plot.decibelsPerRow;
     std::string label = row % 2 == 1 ? signedText(end, 1) : "";
-    std::string line = std::string(kLeft - 1 - label.size(), ' ') + label + " ";
+    std::string line = std::string(kScaleWidth - 1 - label.size(), ' ') + label + " ";
     for (const double gain : plot.gains) {
         const double height = std::isfinite(gain) ? sign * gain / plot.decibelsPerRow : 0;
         line += bandText(
@@ -85,7 +85,7 @@ std::string labelsText(const Plot& plot) {
     std::string line = "    Hz ";
     for (size_t band = 0; band < kBands; ++band) {
         if (!hasLabel(plot, band)) continue;
-        line.resize(std::max(line.size(), kLeft + band * plot.bandWidth), ' ');
+        line.resize(std::max(line.size(), kScaleWidth + band * plot.bandWidth), ' ');
         line += bandLabel(band);
     }
     return line + "\n";
@@ -104,13 +104,13 @@ double scaleOf(const Gains& gains) {
 }
 
 std::string plotGains(const Gains& gains, const Terminal& terminal) {
-    const size_t room = terminal.columns > kLeft ? (terminal.columns - kLeft) / kBands : 0;
-    const Plot plot{gains, terminal.utf8 ? kUtf8 : kAscii, scaleOf(gains) / static_cast<double>(kRows),
+    const size_t room = terminal.columns > kScaleWidth ? (terminal.columns - kScaleWidth) / kBands : 0;
+    const Plot plot{gains, terminal.utf8 ? kUtf8 : kAscii, scaleOf(gains) / static_cast<double>(kHalfHeight),
                     std::clamp(room, size_t{1}, kWidestBand)};
     std::string text;
-    for (size_t row = kRows; row-- > 0;) text += rowText(plot, row, 1);
+    for (size_t row = kHalfHeight; row-- > 0;) text += rowText(plot, row, 1);
     text += lineText(plot);
-    for (size_t row = 0; row < kRows; ++row) text += rowText(plot, row, -1);
+    for (size_t row = 0; row < kHalfHeight; ++row) text += rowText(plot, row, -1);
     return text + labelsText(plot);
 }
 

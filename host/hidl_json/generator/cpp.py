@@ -30,8 +30,7 @@ def types_source(packages):
 def interfaces_source(package):
     """Defines and registers the tables of the package's interfaces."""
     lines = [HEADER + '#include "host/hidl_json/calls.h"\n#include "types.h"\n', NAMESPACE, "namespace {\n"]
-    for number, interface in enumerate(package.interfaces):
-        lines.append(_interface(f"interface{number}", interface))
+    lines += [_interface(interface) for interface in package.interfaces]
     return "\n".join(lines + ["}", "}\n"])
 
 
@@ -82,7 +81,8 @@ bool fromJson(const Json& json, {name}& value, Reading& reading) {{
 """
 
 
-def _interface(space, interface):
+def _interface(interface):
+    space = interface.name.strip(":").replace("::", "_")
     methods = [method for method in interface.methods if not method.unsupported]
     complete = len(methods) == len(interface.methods)
     rows = "".join(_row(method) for method in methods)

@@ -29,7 +29,7 @@ constexpr int kParts = 5;
 constexpr auto kAnswerTimeout = 60s;
 constexpr auto kIdleTimeout = 5s;
 /** Tolerated growth in KiB, for pools and a fragmented heap. */
-constexpr long kMemorySlack = 1024;
+constexpr long kMemoryGrowth = 1024;
 /** The link to the audio HAL keeps one socket for each of the two transfer threads that have called it. */
 constexpr long kDescriptorSlack = 2;
 /** Makes all threads share one heap, so that retained memory does not depend on the allocating thread. */
@@ -224,7 +224,7 @@ void checkGrowth(Soak& soak) {
     if (samples.size() < 2 || soak.options.restarts) return;
     Usage allowed = samples.front();
     allowed.descriptors += kDescriptorSlack;
-    allowed.memory += kMemorySlack;
+    allowed.memory += kMemoryGrowth;
     for (const std::string& excess : excessOf(samples.back(), allowed)) report(soak, "growth: " + excess);
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::chrono::microseconds kPollInterval{500};
+constexpr std::chrono::microseconds kCheckInterval{500};
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
     std::vector<char*> result;
@@ -89,7 +89,7 @@ std::optional<ChildStatus> statusWithin(pid_t pid, std::chrono::milliseconds pat
         if (waitpid(pid, &status, WNOHANG) == pid)
             return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
         if (steady_clock::now() >= deadline) return std::nullopt;
-        std::this_thread::sleep_for(kPollInterval);
+        std::this_thread::sleep_for(kCheckInterval);
     }
 }
 

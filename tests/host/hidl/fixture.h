@@ -21,6 +21,8 @@ namespace hidlaudio::test {
 using android::base::unique_fd;
 using android::hardware::interfacesEqual;
 
+constexpr size_t kKiB = 1024;
+
 /** Returns the description of a failed call, or an empty string. Marks the status as examined. */
 template <typename T>
 std::string errorOf(const Return<T>& result) {

@@ -14,7 +14,6 @@ namespace {
 
 using testing::HasSubstr;
 
-constexpr size_t kKiB = 1024;
 constexpr size_t kLargest = 1012 * kKiB;
 constexpr char kRefusal[] = "FAILED_TRANSACTION";
 

@@ -16,8 +16,6 @@ using com::tovi::test::probe::V1_0::Colour;
 using com::tovi::test::probe::V1_0::Item;
 using testing::HasSubstr;
 
-constexpr size_t kKiB = 1024;
-
 using ValuesTest = ServedTest;
 
 Everything extremes() {

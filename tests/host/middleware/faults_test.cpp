@@ -12,7 +12,7 @@
 namespace hidlaudio::test {
 namespace {
 
-constexpr char kKey[] = "key";
+constexpr char kAnyKey[] = "key";
 
 class MiddlewareFaults : public testing::Test {
   protected:
@@ -31,11 +31,11 @@ TEST_F(MiddlewareFaults, FaultKeepsStoreAndWritesGarbageToOutput) {
     makeFile(fileOf("a_mtktvapi_config_get_value"), "-1 1\n");
     makeFile(fileOf("a_mtktvapi_config_set_value"), "0 1\n");
     int32_t value = -1;
-    EXPECT_EQ(a_mtktvapi_config_get_value(-1, kKey, &value), -1);
+    EXPECT_EQ(a_mtktvapi_config_get_value(-1, kAnyKey, &value), -1);
     EXPECT_NE(value, -1);
     EXPECT_NE(value, 5);
     // An injected status of 0 reports success, but nothing is written.
-    EXPECT_EQ(a_mtktvapi_config_set_value(-1, kKey, 6, 7), 0);
+    EXPECT_EQ(a_mtktvapi_config_set_value(-1, kAnyKey, 6, 7), 0);
     EXPECT_EQ(contentOf(tv_ / "soc/config/key"), "5\n");
 }
 

@@ -6,7 +6,7 @@
 namespace hidlaudio::test {
 
 /** Runs the daemon in a shell script. The path is in an environment variable, so it needs no quoting. */
-#define RUN_DAEMON EMULATOR " \"$DAEMON\""
+#define RUN_DAEMON "\"$DAEMON\""
 
 /**
  * Runs `tv_stress` with a private folder for temporary files and, on request, a script in place of the

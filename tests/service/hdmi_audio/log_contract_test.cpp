@@ -9,7 +9,7 @@ namespace {
 using namespace com::tovi::dtv::hardware::audio;
 using android::sp;
 
-struct Callback : V1_1::IHdmiAudioCallback {
+struct SilentCallback : V1_1::IHdmiAudioCallback {
     android::hardware::Return<void> onCapabilityChanged(
         const android::hardware::hidl_vec<android::hardware::hidl_string>&) override {
         return android::hardware::Void();
@@ -33,13 +33,13 @@ TEST(LogContract, HdmiAudio) {
     const auto set = [&](const std::vector<android::hardware::hidl_string>& names) {
         return [&service, names] { EXPECT_TRUE(service->setAudioCapabilities(names).isOk()); };
     };
-    const auto setCallback = [&](const sp<Callback>& callback) {
+    const auto setCallback = [&](const sp<SilentCallback>& callback) {
         return [&service, callback] { EXPECT_TRUE(service->setCallback(callback).isOk()); };
     };
-    const auto serviceDied = [&](const sp<Callback>& callback) {
+    const auto serviceDied = [&](const sp<SilentCallback>& callback) {
         return [&service, callback] { service->serviceDied(0, callback); };
     };
-    const sp<Callback> callback = new Callback;
+    const sp<SilentCallback> callback = new SilentCallback;
     expectLog(
         log, "hdmiaudio",
         {{without(kReadyMarker, start),
@@ -74,7 +74,7 @@ TEST(LogContract, HdmiAudio) {
            "D setArcDdCapability, capas : ARC_DD_ATMOS\n", "D setArcDdCapability, capas : ARC_DD_X\n",
            "D setArcDdCapability, call set API capas : 2\n", "D issue capability changed callback event",
            "D HIDL hdmiaudio set finish"}},
-         {serviceDied(new Callback), {"E Monitored process died"}},
+         {serviceDied(new SilentCallback), {"E Monitored process died"}},
          {serviceDied(callback), {"E Monitored process died", "D remove callback", "D remove callback"}},
          {serviceDied(callback), {"E Monitored process died"}}});
 }
