@@ -1,9 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
 # Debian's builds of the platform's base libraries: sp<> and RefBase, native handles, the Android log.
 # They are in a folder that ld.so does not search, hence the rpath.
+#
+# The rpath is the same in the build and the installed tree. If CMake had to replace it at the installation, it
+# would pad that of the build with empty entries, and for those ld.so searches the current folder, where anybody
+# may have put a library.
 set(HIDLAUDIO_ANDROID_INCLUDE /usr/include/android)
 set(HIDLAUDIO_ANDROID_LIBDIR /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/android)
-set(CMAKE_BUILD_RPATH ${HIDLAUDIO_ANDROID_LIBDIR})
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib;$ORIGIN;${HIDLAUDIO_ANDROID_LIBDIR}")
 
 foreach(lib log cutils utils base)
   find_library(HIDLAUDIO_LIB_${lib} ${lib} PATHS ${HIDLAUDIO_ANDROID_LIBDIR} NO_DEFAULT_PATH REQUIRED)

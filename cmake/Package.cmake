@@ -13,10 +13,8 @@ get_target_property(recorder_libraries hidlaudio_recorder LIBRARIES)
 
 file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${private_libdir})
 set_target_properties(${programs} PROPERTIES
-  INSTALL_RPATH "$ORIGIN/${to_libraries};${HIDLAUDIO_ANDROID_LIBDIR}")
+  INSTALL_RPATH "$ORIGIN/${to_libraries};$ORIGIN/../lib;${HIDLAUDIO_ANDROID_LIBDIR}")
 set_target_properties(${libraries} hidl_client PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO_ANDROID_LIBDIR}")
-
-set_target_properties(${recorder_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN/..;${HIDLAUDIO_ANDROID_LIBDIR}")
 
 # `tv boot` starts the programs in the folder of `tv`.
 install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -35,7 +33,7 @@ install(DIRECTORY host/stress/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/hid
 install(FILES README.md ARCHITECTURE.md CHANGELOG.md CONTRIBUTING.md NOTICE SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 if(HIDLAUDIO_JAVA)
   # Debian's Java policy: libraries in share/java, and a Maven repository that links to them.
-  set_target_properties(hidl_java PROPERTIES INSTALL_RPATH "$ORIGIN;${HIDLAUDIO_ANDROID_LIBDIR}")
+  set_target_properties(hidl_java PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/../lib;${HIDLAUDIO_ANDROID_LIBDIR}")
   install(TARGETS hidl_java LIBRARY DESTINATION ${private_libdir})
   set(java_libraries hidl-runtime hidlaudio-java)
   if(TARGET hidlaudio-junit)

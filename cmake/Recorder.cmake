@@ -38,7 +38,7 @@ function(hidl_recorder target)
     string(REPLACE "@" "_" library ${target}_${fqname})
     add_library(${library} MODULE ${out}/entry_points.cpp)
     set_target_properties(${library} PROPERTIES PREFIX "" OUTPUT_NAME ${fqname}-recorder SUFFIX .profiler.so
-      LIBRARY_OUTPUT_DIRECTORY ${folder})
+      LIBRARY_OUTPUT_DIRECTORY ${folder} INSTALL_RPATH "$ORIGIN/..;${HIDLAUDIO_ANDROID_LIBDIR}")
     target_link_libraries(${library} PRIVATE ${target} hidlaudio_warnings)
     add_dependencies(${library} ${target}_sources)
     list(APPEND libraries ${library})

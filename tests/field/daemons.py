@@ -50,8 +50,11 @@ def build(name):
     if name != HEALTHY:
         _run("patch", "-s", "-p1", "-i", HERE / f"{name}.patch")
     _run("nice", "-n", "5", "cmake", "--build", "build", "-j2", "--target", "hidlaudio")
-    daemon = WORK / "daemons" / name / "hidlaudio"
+    daemon = WORK / "daemons" / name / "bin/hidlaudio"
     daemon.parent.mkdir(parents=True, exist_ok=True)
     daemon.unlink(missing_ok=True)
+    libraries = daemon.parent.parent / "lib"
+    libraries.unlink(missing_ok=True)
+    libraries.symlink_to(WORK / "src/build/lib")
     shutil.copy(WORK / "src/build/bin/hidlaudio", daemon)
     return daemon

@@ -34,11 +34,10 @@ class ScratchCommand : public TvCommand {
     /** Replaces the daemon with a shell script, which can start the daemon with RUN_DAEMON. */
     void useScript(const std::string& script) {
         const std::string bin = folder_ / "bin/";
-        if (std::filesystem::create_directory(bin)) {
+        if (!std::filesystem::exists(bin)) {
+            createBin();
             for (const char* program : {TV_COMMAND, TV_STRESS, AUDIO_HAL, AUDIOCTL, SOAK_CLIENT})
                 std::filesystem::copy(program, bin);
-            const auto share = std::filesystem::path(TV_COMMAND).parent_path().parent_path() / "share";
-            std::filesystem::create_directory_symlink(share, folder_ / "share");
         }
         makeFile(bin + "hidlaudio", "#!/bin/sh\n" + script + "\n");
         std::filesystem::permissions(bin + "hidlaudio", std::filesystem::perms::owner_all);

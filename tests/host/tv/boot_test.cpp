@@ -21,7 +21,7 @@ using testing::Not;
 class Boot : public TvCommand {
   protected:
     Boot() {
-        std::filesystem::create_directory(folder_ / "bin");
+        createBin();
         std::filesystem::copy_file(command_, folder_ / "bin/tv");
         std::filesystem::copy_file(AUDIO_HAL, folder_ / "bin/audio_hal");
         command_ = folder_ / "bin/tv";
@@ -231,7 +231,9 @@ TEST_F(Boot, EndedProgramIsStartedAgainIfOrderAllows) {
     EXPECT_THAT(second.err, HasSubstr(" as process " + std::to_string(daemon())));
 
     const auto killProgram = [](const char* program) {
-        kill(host::programLockHolder(program), SIGKILL);
+        const pid_t pid = host::programLockHolder(program);
+        ASSERT_GT(pid, 0);
+        kill(pid, SIGKILL);
         EXPECT_TRUE(becomesTrue([&] { return host::programLockHolder(program) == 0; }));
     };
     killProgram("hidlaudio");

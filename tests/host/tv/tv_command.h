@@ -40,6 +40,14 @@ class TvCommand : public testing::Test {
         return runProgram(std::move(arguments));
     }
 
+    /** Creates the folder `bin`, for copies of programs, and links to what they need beside it. */
+    void createBin() {
+        const auto build = std::filesystem::path(TV_COMMAND).parent_path().parent_path();
+        std::filesystem::create_directory(folder_ / "bin");
+        for (const char* folder : {"lib", "share"})
+            std::filesystem::create_directory_symlink(build / folder, folder_ / folder);
+    }
+
     /** Runs a command that must succeed. Returns its output. */
     std::string mustRun(std::vector<std::string> arguments) {
         const Outcome outcome = run(std::move(arguments));

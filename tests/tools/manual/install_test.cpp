@@ -60,6 +60,16 @@ TEST_F(Installed, MovedTreeRunsTv) {
     EXPECT_EQ(run("tv", {"shutdown"}).status, 0);
 }
 
+TEST(BuildTree, ProgramsLoadNoLibraryFromTheCurrentFolder) {
+    const PrivateFolder folder;
+    for (const char* library : {"libc.so.6", "libstdc++.so.6", "libhidlbase.so"}) makeFile(folder / library);
+    for (const char* program : {HIDLAUDIO, AUDIO_HAL, TV, TV_STRESS, AUDIOCTL}) {
+        const Outcome outcome =
+            runProgram({"/bin/sh", "-c", R"(cd "$1" && exec "$2" --version)", "sh", folder.path(), program});
+        EXPECT_THAT(outcome.err, Not(HasSubstr("loading shared libraries")));
+    }
+}
+
 TEST_F(Installed, TreeHasExpectedFilesAndNoTestFiles) {
     std::set<std::string> found = files();
     // These two are for users' tests.
