@@ -46,7 +46,7 @@ int status(const Invocation& invocation) {
     });
 }
 
-int setEnabled(const Invocation& invocation, bool enable) {
+int switchCalibration(const Invocation& invocation, bool enable) {
     Invocation patient = invocation;
     patient.timeout = invocation.timeout.value_or(kSwitchSeconds);
     return setValue(
@@ -82,12 +82,12 @@ void addSwitches(host::Command parent, Invocation& invocation) {
                    "  echo 'GraphicEQ: 20 3; 20000 0' >room.txt\n"
                    "  audioctl calibration load room.txt\n"
                    "  audioctl calibration on",
-               [&invocation] { return setEnabled(invocation, true); });
+               [&invocation] { return switchCalibration(invocation, true); });
     addCommand(parent, invocation, "off", "Apply a flat equalizer, level 0 dB and no delays",
                note +
                    "Example:\n"
                    "  audioctl calibration off",
-               [&invocation] { return setEnabled(invocation, false); });
+               [&invocation] { return switchCalibration(invocation, false); });
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ namespace {
 
 constexpr off_t kLargestFile = 65536;
 
-constexpr char kFooter[] =
+constexpr char kLoadFooter[] =
     R"(FILE is a calibration file or an equalizer text.
 
 A calibration file, as `audioctl calibration save` writes it, is a JSON list of channels. All keys
@@ -70,7 +70,7 @@ Examples:
   audioctl calibration load room.txt --channel FL --level -2 --clamp
   audioctl calibration load room.txt --channel FR --keep)";
 
-struct Options {
+struct LoadOptions {
     std::string file;
     TextOptions text;
     bool clamp = false;
@@ -106,7 +106,7 @@ int readFile(const std::string& path, std::string& text) {
 }
 
 /** Reads the file, and prints its faults and notes. Returns the exit status. */
-int import(const Options& options, Calibration& calibration) {
+int import(const LoadOptions& options, Calibration& calibration) {
     std::string text;
     if (const int status = readFile(options.file, text); status != kDone) return status;
     const Reading reading =
@@ -153,7 +153,7 @@ void show(const Calibration& calibration) {
     if (!hasFrontLeft) note("without a channel FL, the TV's equalizer and level are flat");
 }
 
-int load(const Invocation& invocation, const Options& options) {
+int load(const Invocation& invocation, const LoadOptions& options) {
     Calibration calibration;
     int status = import(options, calibration);
     if (status == kDone && options.keep) status = keepOthers(invocation, calibration);
@@ -164,7 +164,7 @@ int load(const Invocation& invocation, const Options& options) {
 }
 
 /** Converts the arguments of --channel. Returns the exit status. */
-int parseChannels(const std::vector<std::string>& words, Options& options) {
+int parseChannels(const std::vector<std::string>& words, LoadOptions& options) {
     options.text.channels.clear();
     for (const std::string& word : words) {
         const std::string channel = channelOf(word);
@@ -187,10 +187,10 @@ void addNumber(host::Command command, const char* name, const char* unit, const 
 }  // namespace
 
 void addCalibrationLoad(host::Command parent, Invocation& invocation) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<LoadOptions>();
     const auto channels = std::make_shared<std::vector<std::string>>();
     const host::Command command = addCommand(
-        parent, invocation, "load", "Store results from a file", kFooter,
+        parent, invocation, "load", "Store results from a file", kLoadFooter,
         [&invocation, options, channels] {
             const int status = parseChannels(*channels, *options);
             return status != kDone ? status : load(invocation, *options);

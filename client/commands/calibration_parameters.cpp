@@ -125,7 +125,7 @@ int print(const Invocation& invocation, const calibrationParameters& parameters)
     return kDone;
 }
 
-int show(const Invocation& invocation) {
+int showParameters(const Invocation& invocation) {
     calibrationParameters parameters;
     const int status = callService(invocation, parameters, &IAcousticCalibration::getCalibrationParameters);
     return status != kDone ? status : print(invocation, parameters);
@@ -141,7 +141,7 @@ the meaning of the numbers. Gains are in dB. With --json the value has the field
 
 Example:
   audioctl calibration parameters)",
-        [&invocation] { return show(invocation); });
+        [&invocation] { return showParameters(invocation); });
 }
 
 }  // namespace hidlaudio::client

@@ -33,7 +33,7 @@ int print(const Invocation& invocation, const hidl_vec<int16_t>& types, const Sa
     return kDone;
 }
 
-int show(const Invocation& invocation) {
+int showCenter(const Invocation& invocation) {
     return withService<ICenterSpeaker>(invocation, [&](const Service<ICenterSpeaker>& speaker) {
         hidl_vec<int16_t> types;
         SampleLatency latency{};
@@ -56,7 +56,7 @@ void addShow(host::Command center, Invocation& invocation) {
 
 Example:
   audioctl center show --json)",
-        [&invocation] { return show(invocation); });
+        [&invocation] { return showCenter(invocation); });
 }
 
 }  // namespace

@@ -79,7 +79,7 @@ int dump(const Invocation& invocation, const std::vector<std::string>& words) {
     return status;
 }
 
-constexpr char kFooter[] =
+constexpr char kDumpFooter[] =
     R"(Prints the settings that each service holds, its stored files, its buffers and uploads, and the
 number of its callbacks. The services call no other component for this and change nothing, so they
 reply even if the TV's middleware hangs. A field named ..._key is the name of a setting that the
@@ -113,7 +113,7 @@ void addDump(host::Command app, Invocation& invocation) {
     const auto arguments = std::make_shared<Arguments>();
     const host::Command command =
         addCommand(app, invocation, "dump", "Print the internal state of services, or write a bug report",
-                   kFooter + describeKnownServices() + kExamples, [&invocation, arguments] {
+                   kDumpFooter + describeKnownServices() + kExamples, [&invocation, arguments] {
                        return arguments->all ? writeDumpBundle(invocation, arguments->output)
                                              : dump(invocation, arguments->services);
                    });

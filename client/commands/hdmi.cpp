@@ -47,7 +47,7 @@ int set(const Invocation& invocation, const Names& names) {
                         "the TV's middleware refused; the capabilities are unchanged");
 }
 
-void addGet(host::Command hdmi, Invocation& invocation) {
+void addHdmiGet(host::Command hdmi, Invocation& invocation) {
     addCommand(
         hdmi, invocation, "get", "Print the capabilities that the TV announces, one per line",
         R"(Prints always three names: ARC Dolby Digital, eARC Dolby Digital, ARC MPEG-4 AAC. If the service
@@ -58,7 +58,7 @@ Example:
         [&invocation] { return printList(invocation, &IHdmiAudio::getAudioCapabilities); });
 }
 
-void addSet(host::Command hdmi, Invocation& invocation) {
+void addHdmiSet(host::Command hdmi, Invocation& invocation) {
     const auto names = std::make_shared<Names>();
     const host::Command command = addCommand(
         hdmi, invocation, "set", "Set the capabilities that the TV announces over ARC",
@@ -78,7 +78,7 @@ Example:
 void addHdmi(host::Command app, Invocation& invocation) {
     const host::Command hdmi =
         app.addCommand("hdmi", "Print, set or watch the audio formats announced over HDMI");
-    for (const auto add : {addGet, addSet, addHdmiWatch}) add(hdmi, invocation);
+    for (const auto add : {addHdmiGet, addHdmiSet, addHdmiWatch}) add(hdmi, invocation);
     finishGroup(hdmi, std::string(kCapabilities) +
                           "Examples:\n"
                           "  audioctl hdmi get\n"

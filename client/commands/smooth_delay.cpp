@@ -37,7 +37,7 @@ int print(const Invocation& invocation, bool enabled, const hidl_vec<float>& del
     return printValue(invocation, {{"enabled", enabled}, {"delays", values}}, text);
 }
 
-int show(const Invocation& invocation) {
+int showSmoothDelay(const Invocation& invocation) {
     return withService<IAcousticCalibration>(invocation, [&](const CalibrationService& service) {
         bool enabled = false;
         hidl_vec<float> delays;
@@ -54,7 +54,7 @@ int report(const Invocation& invocation, const char* method, int32_t result) {
                         "the TV's middleware refused");
 }
 
-int setEnabled(const Invocation& invocation, bool enable) {
+int switchSmoothDelay(const Invocation& invocation, bool enable) {
     int32_t result = 0;
     const int status = callService(invocation, result, &IAcousticCalibration::setSmoothDelayEnabled, enable);
     return status != kDone ? status : report(invocation, "setSmoothDelayEnabled", result);
@@ -91,7 +91,7 @@ int run(const Invocation& invocation, const std::string& action, const std::vect
         return fail(kWrongUsage, "set needs 2 to 9 delays, front left and front right first");
     }
     if (!delays.empty()) return fail(kWrongUsage, "delays are only accepted after set");
-    return action.empty() ? show(invocation) : setEnabled(invocation, action == "on");
+    return action.empty() ? showSmoothDelay(invocation) : switchSmoothDelay(invocation, action == "on");
 }
 
 }  // namespace

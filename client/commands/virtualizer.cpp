@@ -18,7 +18,7 @@ int setSwitch(const Invocation& invocation, const char* method,
                     "the TV's middleware refused; the switch is unchanged");
 }
 
-int setEnabled(const Invocation& invocation, bool enable) {
+int switchVirtualizer(const Invocation& invocation, bool enable) {
     return setSwitch(invocation, "setVirtualizerEnabled", &IHeadphoneVirtualizer::setVirtualizerEnabled,
                      enable);
 }
@@ -38,13 +38,13 @@ Example:
 
 Example:
   audioctl virtualizer on)",
-        [&invocation] { return setEnabled(invocation, true); });
+        [&invocation] { return switchVirtualizer(invocation, true); });
     addCommand(parent, invocation, "off", "Switch the virtualizer off",
                R"(Needs a TV with a back-end controller.
 
 Example:
   audioctl virtualizer off)",
-               [&invocation] { return setEnabled(invocation, false); });
+               [&invocation] { return switchVirtualizer(invocation, false); });
 }
 
 void addUpmix(host::Command parent, Invocation& invocation) {

@@ -35,7 +35,7 @@ using Bytes = std::vector<uint8_t>;
 /** Default time-out of an upload, in seconds. The service reports its end within 40 s. */
 constexpr double kLongestUpload = 60;
 
-struct Options {
+struct UploadOptions {
     std::string kind;
     std::string file;
     int32_t chunk = 0;  // 0: the service's limit
@@ -46,7 +46,7 @@ struct Options {
 /** An upload in progress. */
 struct Upload {
     const Invocation& invocation;
-    const Options& options;
+    const UploadOptions& options;
     sp<IHeadphoneVirtualizer> service;
     std::string name;
     Bytes data;
@@ -225,7 +225,7 @@ int run(Upload& upload) {
     return result ? report(upload, result) : fail(kNoService, upload.name + " ended during the upload");
 }
 
-int start(const Invocation& invocation, const Options& options) {
+int start(const Invocation& invocation, const UploadOptions& options) {
     Bytes data;
     if (const int status = readFile(options.file, data); status != kDone) return status;
     const std::string name = std::string(IHeadphoneVirtualizer::descriptor) + "/default";
@@ -242,7 +242,7 @@ int start(const Invocation& invocation, const Options& options) {
 }  // namespace
 
 void addVirtualizerUpload(host::Command parent, Invocation& invocation) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<UploadOptions>();
     const host::Command command = addCommand(
         parent, invocation, "upload", "Upload parameters to the back-end controller",
         R"(Waits until the controller has reported the result. The exit status is 0 if it has accepted the

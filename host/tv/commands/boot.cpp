@@ -44,7 +44,7 @@ struct Started {
     bool isChild = true;  // false if the program was already running
 };
 
-struct Options {
+struct BootOptions {
     bool background = false;
     unsigned timeout = kStartTimeout;  // seconds until the services of a program must be registered
     std::string record;                // file to which the calls are recorded, or ""
@@ -74,7 +74,7 @@ std::string makeFolders() {
     return "";
 }
 
-std::string describe(const std::string& program, const Process& process) {
+std::string describeProgram(const std::string& program, const Process& process) {
     return program + " is process " + std::to_string(process.pid);
 }
 
@@ -88,7 +88,7 @@ std::string findRunning(Boot& boot) {
     bool inOrder = true;
     for (const char* program : kPrograms) {
         if (const auto process = runningProgram(program)) {
-            running += (running.empty() ? "" : ", ") + describe(program, *process);
+            running += (running.empty() ? "" : ", ") + describeProgram(program, *process);
             boot.started.push_back({program, *process, false});
             inOrder = inOrder && missing.empty();
         } else if (missing.empty()) {
@@ -251,7 +251,7 @@ int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     return stopped ? kDone : kFailed;
 }
 
-int bootTv(const Options& options) {
+int bootTv(const BootOptions& options) {
     const std::optional<TvModel> model = openTv();
     if (!model) return kWrongUsage;
     const Interrupt interrupt;
@@ -267,7 +267,7 @@ int bootTv(const Options& options) {
 }  // namespace
 
 void addBoot(Command app, int& status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<BootOptions>();
     const Command command = app.addCommand("boot", "Start the TV's programs");
     command.setFooter(
         "Starts the audio HAL and then the daemon, which lie in the folder of `tv`. Shows their logs until\n"

@@ -26,7 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-struct Options {
+struct FromReportOptions {
     std::vector<std::string> paths;
     std::string output;
 };
@@ -90,7 +90,7 @@ void printSummary(const MadeScenario& scenario, const std::string& folder) {
     printf("notes: %s/notes.txt\nnext: tv replay %s/%s\n", folder.c_str(), folder.c_str(), kScenarioFile);
 }
 
-int fromReport(const Options& options) {
+int fromReport(const FromReportOptions& options) {
     Report report;
     MadeScenario scenario;
     if (const std::string problem = readReportFiles(options.paths, report); !problem.empty())
@@ -110,7 +110,7 @@ int fromReport(const Options& options) {
 }  // namespace
 
 void addFromReport(Command app, int& status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<FromReportOptions>();
     const Command command = app.addCommand("from-report", "Make a scenario from a bug report of a TV");
     command.setFooter(
         "Reads what a bug report has of the daemon and writes a scenario that repeats it on a virtual TV.\n"

@@ -15,13 +15,13 @@
 namespace hidlaudio::host {
 namespace {
 
-struct Options {
+struct InitOptions {
     std::string model = "be";
     bool centreInput = false;
     bool force = false;
 };
 
-int init(const Options& options) {
+int init(const InitOptions& options) {
     const FolderContent content = contentOfFolder();
     if (content == FolderContent::SomethingElse) {
         return fail(tvRoot() + " is neither an empty folder nor a TV; it was not changed");
@@ -44,7 +44,7 @@ int init(const Options& options) {
 }  // namespace
 
 void addInit(Command app, int& status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<InitOptions>();
     const Command command = app.addCommand("init", "Create a TV");
     command.setFooter(
         "Creates the folder of a TV in its factory state: configuration store, EEPROM, tuning file,\n"

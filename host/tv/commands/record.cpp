@@ -21,7 +21,7 @@
 namespace hidlaudio::host {
 namespace {
 
-struct Options {
+struct RecordCommand {
     RecordOptions record;  // without a file, the record is printed
     bool stops = false;
 };
@@ -87,7 +87,7 @@ int stop() {
     return kDone;
 }
 
-int recordTv(Options options) {
+int recordTv(RecordCommand options) {
     if (!openTv()) return kWrongUsage;
     if (options.stops) return stop();
     const bool prints = options.record.file.empty();
@@ -105,7 +105,7 @@ int recordTv(Options options) {
 }  // namespace
 
 void addRecord(Command app, int& status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<RecordCommand>();
     const Command command = app.addCommand("record", "Record the calls of the daemon");
     command.setFooter(
         "Records all HIDL calls of the running daemon until Ctrl-C: those of its clients, and those that it\n"

@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 /** Number of lines before a difference that are printed. */
 constexpr size_t kContext = 5;
 
-struct Options {
+struct ReplayOptions {
     std::string scenario;
     std::string against;
     std::string daemon;
@@ -48,7 +48,7 @@ nlohmann::json runOnce(const Scenario& scenario, const RunSetup& setup) {
 }
 
 /** Runs the scenario in a process of its own, so that its programs end with it. Returns an error message. */
-std::string replayIn(const std::string& folder, const Options& options, const Scenario& scenario,
+std::string replayIn(const std::string& folder, const ReplayOptions& options, const Scenario& scenario,
                      const ScratchFolder& scratch, Replay& replay) {
     const Interrupt interrupt;
     RunSetup setup{folder + ".model", folder, scratch.parameters(), {}, {}};
@@ -107,7 +107,7 @@ std::string readRecordedScenario(const std::string& record, const std::string& f
  * Returns the file that the run is compared with, or "". Unless one is given, this is the record itself or
  * the log beside the scenario.
  */
-std::string baselineOf(const Options& options, const Scenario& scenario) {
+std::string baselineOf(const ReplayOptions& options, const Scenario& scenario) {
     if (!options.against.empty()) return options.against;
     if (isRecord(options.scenario)) return options.scenario;
     const std::string log = fs::path(scenario.path).replace_extension(".log");
@@ -138,7 +138,7 @@ std::string readBaseline(const std::string& path, Trace& trace) {
     return isRecord(path) ? readRecordTrace(path, trace) : readLogTrace(path, trace);
 }
 
-int replay(Options options) {
+int replay(ReplayOptions options) {
     if (!options.daemon.empty()) options.daemon = fs::absolute(options.daemon);
     const ScratchFolder scratch(kParametersSize);
     if (scratch.path().empty()) return fail("cannot create a temporary folder");
@@ -165,7 +165,7 @@ int replay(Options options) {
 }  // namespace
 
 void addReplay(Command app, int& status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ReplayOptions>();
     const Command command =
         app.addCommand("replay", "Run a scenario and find its first difference from a log");
     command.setFooter(

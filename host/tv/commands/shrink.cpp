@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 using Outcome = ShrinkResult::Outcome;
 
-struct Options {
+struct ShrinkCommand {
     std::string scenario;
     std::string output = kStandardOutput;
     ShrinkOptions shrink;
@@ -34,7 +34,7 @@ std::string describeRate(const Rate& rate) {
 }
 
 /** Prints the files that the scenario needs beside it if it is written to another folder. */
-void noteFiles(const Options& options, const Scenario& scenario) {
+void noteFiles(const ShrinkCommand& options, const Scenario& scenario) {
     if (options.output == kStandardOutput) return;
     const fs::path folder = fs::path(scenario.path).parent_path();
     std::error_code ignored;
@@ -54,7 +54,7 @@ void printSummary(const ShrinkResult& result, double seconds) {
         fprintf(stderr, "the result shows the condition in %s\n", describeRate(result.after).c_str());
 }
 
-int finish(const Options& options, const ShrinkResult& result, double seconds) {
+int finish(const ShrinkCommand& options, const ShrinkResult& result, double seconds) {
     if (result.outcome == Outcome::WrongInput) return fail(result.problem, kWrongUsage);
     if (result.outcome == Outcome::Failed) return fail(result.problem);
     const bool isInterrupted = result.outcome == Outcome::Interrupted;
@@ -73,7 +73,7 @@ int finish(const Options& options, const ShrinkResult& result, double seconds) {
     return isInterrupted ? fail("interrupted; the scenario is the shortest so far") : kDone;
 }
 
-int shrinkScenario(Options options) {
+int shrinkScenario(ShrinkCommand options) {
     Scenario scenario;
     if (const std::string problem = readScenario(options.scenario, scenario); !problem.empty())
         return fail(problem, kWrongUsage);
@@ -88,7 +88,7 @@ int shrinkScenario(Options options) {
                   std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
 }
 
-void addOptions(Command command, Options& options) {
+void addOptions(Command command, ShrinkCommand& options) {
     command.argument("SCENARIO", options.scenario, "Path of the scenario, or a name from the sweep's list")
         .required()
         .notEmpty();
@@ -118,7 +118,7 @@ void addOptions(Command command, Options& options) {
 }  // namespace
 
 void addShrink(Command app, int& status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ShrinkCommand>();
     const Command command =
         app.addCommand("shrink", "Find the shortest scenario that still shows a condition");
     command.setFooter(

@@ -14,7 +14,7 @@ namespace {
 
 constexpr double kLongestTime = 1e9;
 
-struct Options {
+struct TimelineOptions {
     std::string record;
     std::string svg;
     std::string trace;
@@ -22,7 +22,7 @@ struct Options {
     std::optional<double> to;
 };
 
-int timeline(const Options& options) {
+int timeline(const TimelineOptions& options) {
     if (options.svg.empty() && options.trace.empty())
         return fail("give --svg FILE, --trace FILE, or both", kWrongUsage);
     Timeline timeline;
@@ -45,7 +45,7 @@ int timeline(const Options& options) {
 }  // namespace
 
 void addTimeline(Command app, int& status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<TimelineOptions>();
     const Command command = app.addCommand("timeline", "Draw the calls of a record");
     command.setFooter(
         "Reads a record of `tv record` and writes it as a picture or as a trace. Each client and each "
