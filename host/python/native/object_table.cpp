@@ -15,13 +15,12 @@ namespace {
 constexpr char kObject[] = "object";
 constexpr char kCallback[] = "callback";
 
-/** Returns the number that stands for an object, or 0. */
-uint64_t idIn(const Json& json, const char* kind) {
-    const auto found = json.find(kind);
+}  // namespace
+
+uint64_t numberIn(const hidl_json::Json& json, const char* name) {
+    const auto found = json.find(name);
     return found != json.end() && found->is_number_unsigned() ? found->get<uint64_t>() : 0;
 }
-
-}  // namespace
 
 Json ObjectTable::toJson(const sp<IBase>& object, const char* interface) {
     if (const auto* relay = dynamic_cast<hidl_json::RelayObject*>(object.get()))
@@ -32,12 +31,12 @@ Json ObjectTable::toJson(const sp<IBase>& object, const char* interface) {
 }
 
 sp<IBase> ObjectTable::fromJson(const Json& json, const char* interface, std::string& problem) {
-    if (const uint64_t number = idIn(json, kCallback); number != 0)
+    if (const uint64_t number = numberIn(json, kCallback); number != 0)
         return relay(
             number,
             json.contains("interface") ? json["interface"].get_ref<const std::string&>().c_str() : interface,
             problem);
-    const sp<IBase> object = find(idIn(json, kObject)).object;
+    const sp<IBase> object = find(numberIn(json, kObject)).object;
     if (object == nullptr) problem = "expected an object";
     return object;
 }

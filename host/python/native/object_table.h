@@ -11,6 +11,10 @@
 
 namespace hidlaudio::python {
 
+/** Returns the member `name` of a JSON object if it is an unsigned number, else 0, which stands for no
+ * object. */
+uint64_t numberIn(const hidl_json::Json& json, const char* name);
+
 /** An object of another process, or of this one, and the interface through which it is called. */
 struct KnownObject {
     android::sp<hidl_json::IBase> object;

@@ -40,11 +40,6 @@ std::string textIn(const Json& request, const char* name) {
     return found != request.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
-uint64_t numberIn(const Json& request, const char* name) {
-    const auto found = request.find(name);
-    return found != request.end() && found->is_number_unsigned() ? found->get<uint64_t>() : 0;
-}
-
 /** Creates a channel whose other end Python serves on a new thread. Returns `nullptr` on an error. */
 std::unique_ptr<Channel> openChannel(int control) {
     int ends[2];

@@ -226,10 +226,12 @@ TEST_F(ThreadsTest, ConcurrentCallsOfOneClientGetTheirOwnResults) {
 // A service admits 256 channels of a process.
 TEST_F(ThreadsTest, MoreThreadsThanChannelsCanCall) {
     constexpr int32_t kThreads = 600;
-    pthread_attr_t small_stacks;  // With stacks of the usual 8 MiB, a 32-bit process is full before.
-    ASSERT_EQ(pthread_attr_init(&small_stacks), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&small_stacks, 512 << 10), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&small_stacks), 0);
+    // With stacks of the usual 8 MiB, a 32-bit process is full before.
+    pthread_attr_t usual;
+    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+    pthread_attr_t small = usual;
+    ASSERT_EQ(pthread_attr_setstacksize(&small, 512 << 10), 0);
+    ASSERT_EQ(pthread_setattr_default_np(&small), 0);
     Service service;
     const sp<IProbe> probe = service.get();
     sp<Callback> callback = new Callback();
@@ -248,6 +250,7 @@ TEST_F(ThreadsTest, MoreThreadsThanChannelsCanCall) {
     std::vector<std::thread> threads;
     for (int32_t i = 0; i < kThreads; ++i) threads.emplace_back(call, i);
     for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(pthread_setattr_default_np(&usual), 0);
 }
 
 struct Client : RawClient {
