@@ -2,6 +2,7 @@
 #include "clock.h"
 
 #include <errno.h>
+#include <sched.h>
 #include <sys/timerfd.h>
 
 #include <algorithm>
@@ -22,6 +23,34 @@ constexpr time_t kLongest = 1000000000;
 
 std::atomic<unsigned> speed{1};
 std::atomic<SteppedClock*> stepped{nullptr};
+/** The number of calls that may be inside the stepped clock. */
+std::atomic<int> users{0};
+
+/**
+ * The stepped clock for the length of one call, or `nullptr`. exchangeSteppedClock() waits until it is gone:
+ * a driver's thread may still be closing its timer when the test's clock is destroyed.
+ */
+class SteppedUse {
+  public:
+    SteppedUse() {
+        if (stepped == nullptr) return;
+        ++users;
+        clock_ = stepped;
+        if (clock_ == nullptr) --users;
+    }
+    ~SteppedUse() {
+        if (clock_ != nullptr) --users;
+    }
+    SteppedUse(const SteppedUse&) = delete;
+    SteppedUse& operator=(const SteppedUse&) = delete;
+
+    explicit operator bool() const { return clock_ != nullptr; }
+    SteppedClock* operator->() const { return clock_; }
+    SteppedClock& operator*() const { return *clock_; }
+
+  private:
+    SteppedClock* clock_ = nullptr;
+};
 
 bool isUsual(const timespec& time) {
     return time.tv_sec >= 0 && time.tv_sec <= kLongest && time.tv_nsec >= 0 && time.tv_nsec < kSecond;
@@ -84,16 +113,18 @@ bool setClockSpeed(std::string_view times) {
 }
 
 SteppedClock* exchangeSteppedClock(SteppedClock* clock) {
-    return stepped.exchange(clock);
+    SteppedClock* const previous = stepped.exchange(clock);
+    while (clock == nullptr && users != 0) sched_yield();
+    return previous;
 }
 
 int sleepOnClock(const timespec* request, timespec* remainder) {
-    SteppedClock* const steps = stepped;
+    const SteppedUse steps;
     const unsigned times = speed;
-    if (request == nullptr || !isUsual(*request) || (steps == nullptr && times == 1)) {
+    if (request == nullptr || !isUsual(*request) || (!steps && times == 1)) {
         return __real_nanosleep(request, remainder);
     }
-    if (steps != nullptr) {
+    if (steps) {
         steps->sleep(toTime(*request));
         return 0;
     }
@@ -104,29 +135,31 @@ int sleepOnClock(const timespec* request, timespec* remainder) {
 }
 
 int setTimerOnClock(int fd, int flags, const itimerspec* value, itimerspec* old) {
-    SteppedClock* const steps = stepped;
+    const SteppedUse steps;
     if (value == nullptr || !isUsual(value->it_value) || !isUsual(value->it_interval) ||
-        (steps == nullptr && speed == 1)) {
+        (!steps && speed == 1)) {
         return __real_timerfd_settime(fd, flags, value, old);
     }
     if (flags != 0) {
         errno = EINVAL;
         return -1;
     }
-    return steps != nullptr ? setSteppedTimer(*steps, fd, *value, old) : setFasterTimer(fd, *value, old);
+    return steps ? setSteppedTimer(*steps, fd, *value, old) : setFasterTimer(fd, *value, old);
 }
 
 void dropTimerOnClock(int fd) {
-    if (SteppedClock* const steps = stepped) steps->dropTimer(fd);
+    const SteppedUse steps;
+    if (steps) steps->dropTimer(fd);
 }
 
 ClockStart startOnClock() {
-    SteppedClock* const steps = stepped;
-    return {steps != nullptr ? steps->now() : Time(0), std::chrono::steady_clock::now()};
+    const SteppedUse steps;
+    return {steps ? steps->now() : Time(0), std::chrono::steady_clock::now()};
 }
 
 Time elapsedOnClock(const ClockStart& start) {
-    if (SteppedClock* const steps = stepped) return steps->now() - start.stepped;
+    const SteppedUse steps;
+    if (steps) return steps->now() - start.stepped;
     return (std::chrono::steady_clock::now() - start.real) * speed.load();
 }
 

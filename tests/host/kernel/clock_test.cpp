@@ -6,7 +6,9 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
+#include <thread>
 
 namespace hidlaudio::test {
 namespace {
@@ -34,6 +36,24 @@ TEST(ScaledClock, MakesSleepsAndTimersFaster) {
     const auto passed = steady_clock::now() - start;
     EXPECT_GE(passed, 16ms);
     EXPECT_LT(passed, 20s);
+}
+
+TEST(SteppedClock, EndsWhileAThreadClosesItsTimer) {
+    std::atomic<bool> done{false};
+    std::thread driver([&] {
+        while (!done) {
+            const int timer = timerfd_create(CLOCK_MONOTONIC, 0);
+            const itimerspec second{{}, {1, 0}};
+            EXPECT_EQ(timerfd_settime(timer, 0, &second, nullptr), 0);
+            close(timer);
+        }
+    });
+    for (int i = 0; i < 2000; ++i) {
+        host::SteppedClock clock;
+        clock.advance(1s);
+    }
+    done = true;
+    driver.join();
 }
 
 }  // namespace
