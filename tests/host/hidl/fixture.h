@@ -10,6 +10,7 @@
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <transport/wire.h>
 
 #include "probe.h"
 #include "tests/support/becomes_true.h"
@@ -164,6 +165,11 @@ class HidlTest : public testing::Test {
 };
 
 /** Fixture with a single-threaded service and a proxy of it. */
+/** Makes calls until the channel has all descriptors that it will ever have. */
+inline void makeBusy(const sp<IProbe>& probe) {
+    for (int i = 0; i <= android::hardware::transport::kLaneCalls; ++i) EXPECT_EQ(probe->add(1, 2), 3);
+}
+
 class ServedTest : public HidlTest {
   protected:
     Service service_;

@@ -198,7 +198,7 @@ TEST_F(KilledClientsTest, LeakNoDescriptorsThreadsOrMemory) {
         SCOPED_TRACE(pool.threads);
         Service service({pool.threads});
         const sp<IProbe> probe = service.get();
-        EXPECT_EQ(probe->add(1, 2), 3);
+        makeBusy(probe);
         const size_t descriptors = service.descriptors();
         const size_t threads = service.threads();
         const auto kill = [&](int clients) {

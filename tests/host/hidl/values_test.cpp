@@ -193,6 +193,7 @@ TEST_F(FilesTest, HandlesArePassedBothWaysWithoutLeaks) {
         // The service has closed its copies when it serves the next call.
         EXPECT_EQ(probe_->add(1, 2), 3);
     };
+    makeBusy(probe_);
     useOnce();
     const size_t before = service_.descriptors();
     const int lowest = lowestFree();

@@ -68,6 +68,22 @@
  * memory. If shared memory of a control channel was lost, the receiver ends the link (kTurnedAway): the
  * peer may not read that flag, because a process without a thread pool does not read control channels.
  *
+ * *Lanes*: a call through the sockets costs the kernel two copies and four wake-ups' worth of work. After
+ * kLaneCalls calls on a call channel, the side that serves it sends kLane with three descriptors: shared
+ * memory of two slots, its own bell and the caller's (eventfd). A caller that wants the lane passes its
+ * next call through it; only then does the other side use it too. Calls and replies that fit and have no
+ * descriptors are put into the slot of their direction, everything else is still sent through the socket:
+ *
+ *      0       4       8              12      16
+ *     +-------+-------+--------------+-------+------------
+ *     | full  |asleep |packets before| size  | packet ...      first the caller's slot, then the server's
+ *     +-------+-------+--------------+-------+------------
+ *
+ * `packets before` is the number of packets that the sender has sent on the socket since kLane: the
+ * receiver takes those first. The sender sends nothing after a call or reply until it has been received.
+ * The sender sets `full` to 1 and rings the receiver's bell; a server only if the caller has set `asleep`,
+ * otherwise the caller is still polling the slot. The receiver copies the packet before it checks it.
+ *
  * *Receive buffer*: the messages to a process that are sent and not yet handled may take
  * kTransactionLimit bytes together, oneway calls half of it. Their sizes are those of the platform
  * (Parcel.h); messages up to kMaxUncounted bytes are not counted. The buffer holds no data: it is two
@@ -106,8 +122,9 @@ enum MessageType : uint8_t {
     kReceiveSpace,  // once per link and direction: two descriptors, books and claims; code = slot
     kRefused,       // control: a claim was refused; code = `look`
     kTurnedAway,    // control: the sender ends the link for a shortage; code = that as a status
+    kLane,          // call channel, to the caller: three descriptors, memory and the two bells
 };
-constexpr uint8_t kLastMessageType = kTurnedAway;
+constexpr uint8_t kLastMessageType = kLane;
 
 enum MessageFlags : uint8_t {
     kOneway = 1,
@@ -177,13 +194,28 @@ struct SpaceBooks {
 static_assert(sizeof(SpaceClaims::Slot) == 8 && sizeof(SpaceBooks::Slot) == 16 &&
               offsetof(SpaceBooks, slots) == 8);
 
-constexpr uint32_t kWireVersion = 2;
+constexpr uint32_t kWireVersion = 3;
 constexpr uint32_t kNoParent = 0xffffffff;
 constexpr uint32_t kInline = 0xffffffff;
 constexpr uint32_t kNullObject = 0xffffffff;
 
 /** Maximum size of a packet with its header; well below the default send buffer of a socket. */
 constexpr size_t kMaxPacket = 32 * 1024;
+/** A channel gets a lane when it serves this many calls. Programs with a few calls do without. */
+constexpr int kLaneCalls = 16;
+/** Maximum size of a packet in a lane. */
+constexpr size_t kLanePacket = 4096 - 16;
+
+struct LaneSlot {
+    std::atomic<uint32_t> full;
+    std::atomic<uint32_t> asleep;
+    uint32_t sentOnSocket;
+    uint32_t size;
+    uint8_t packet[kLanePacket];
+};
+static_assert(sizeof(LaneSlot) == 4096 && offsetof(LaneSlot, sentOnSocket) == 8 &&
+              offsetof(LaneSlot, packet) == 16);
+
 /** Plain data up to this size is sent in the packet, which is cheaper. */
 constexpr size_t kBulkThreshold = 4 * 1024;
 /** Size of a process's receive buffer; oneway calls may take half of it. */

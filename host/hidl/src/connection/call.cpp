@@ -134,6 +134,11 @@ status_t waitReply(PeerConnection& link, Channel& channel, Parcel* reply) {
             message.attachments.reset();
             continue;
         }
+        if (received == Channel::Received::Message && message.header.type == kLane &&
+            nestedChannel(link) != &channel && channel.adoptLane(&message)) {
+            message.attachments.reset();
+            continue;
+        }
         const bool understood = received == Channel::Received::Message && link.resolve(&message) &&
                                 (message.header.type == kReply || message.header.type == kCall);
         if (!understood) {

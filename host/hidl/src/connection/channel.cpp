@@ -71,8 +71,16 @@ bool Channel::peek(MessageHeader* header) const {
     return size == sizeof(*header);
 }
 
-status_t Channel::sendPlain(const void* data, size_t size) {
-    return sent(statusOfSend(::send(socket_.get(), data, size, kSendFlags)));
+status_t Channel::transmitted(ssize_t sent) {
+    if (sent >= 0 && lane_ != nullptr) lane_->sentOnSocket();
+    return statusOfSend(sent);
+}
+
+status_t Channel::sendPlain(const void* data, size_t size, uint8_t type) {
+    // After other messages, more may follow before the peer receives.
+    const bool inTurn = type == kCall || type == kReply;
+    if (laneUsed_ && inTurn && lane_->put(data, size)) return sent(OK);
+    return sent(transmitted(::send(socket_.get(), data, size, kSendFlags)));
 }
 
 status_t Channel::sent(status_t status) {
@@ -81,14 +89,13 @@ status_t Channel::sent(status_t status) {
 }
 
 status_t Channel::sendPacket(const void* data, size_t size, const std::vector<int>& fds) {
-    if (fds.empty()) return sendPlain(data, size);
+    if (fds.empty()) return sendPlain(data, size, static_cast<const MessageHeader*>(data)->type);
     // If an announced message could not be sent, the announcement still holds for the next one.
     if (kind_ == Kind::Call && !announced_) {
         MessageHeader announcement{};
         announcement.type = kDescriptorsFollow;
         announcement.processor = ownProcessor();
-        status_t status =
-            statusOfSend(::send(socket_.get(), &announcement, sizeof(announcement), kSendFlags));
+        status_t status = transmitted(::send(socket_.get(), &announcement, sizeof(announcement), kSendFlags));
         if (status != OK) return status;
         announced_ = true;
     }
@@ -104,7 +111,7 @@ status_t Channel::sendPacket(const void* data, size_t size, const std::vector<in
     rights->cmsg_type = SCM_RIGHTS;
     rights->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
     memcpy(CMSG_DATA(rights), fds.data(), fds.size() * sizeof(int));
-    return sent(statusOfSend(sendmsg(socket_.get(), &message, kSendFlags)));
+    return sent(transmitted(sendmsg(socket_.get(), &message, kSendFlags)));
 }
 
 // Sets the header fields that all messages carry.
@@ -148,7 +155,7 @@ status_t Channel::send(MessageHeader header, OutgoingBody& body,
     const size_t packetSize = kHeaderSize + body.bodySize;
     if (references.empty() && body.fds.empty() && body.bulkSize == 0 && packetSize <= kMaxPacket) {
         memcpy(body.buffer.data(), &header, sizeof(header));
-        return sendPlain(body.buffer.data(), packetSize);
+        return sendPlain(body.buffer.data(), packetSize, header.type);
     }
     std::vector<int> fds = body.fds;
     header.objectCount = static_cast<uint16_t>(references.size());
@@ -182,7 +189,50 @@ status_t Channel::sendBody(MessageHeader header, OutgoingBody& body,
     return status;
 }
 
+void Channel::offerLane() {
+    std::unique_ptr<Lane> lane = Lane::create();
+    if (lane == nullptr) return;
+    MessageHeader header{};
+    header.type = kLane;
+    if (send(header, lane->descriptors()) != OK) return;
+    lane->delivered();
+    lane_ = std::move(lane);
+}
+
+bool Channel::adoptLane(IncomingMessage* message) {
+    if (message->incomplete) return true;
+    if (lane_ != nullptr || message->attachments == nullptr || !Lane::isSane(message->attachments->fds))
+        return false;
+    lane_ = Lane::adopt(message->attachments->fds);
+    laneUsed_ = lane_ != nullptr;
+    return true;
+}
+
 ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
+    return lane_ != nullptr ? receiveFromLane(message, wait) : receiveFromSocket(message, wait);
+}
+
+// Receives from the lane or the socket, in the order in which the peer has sent.
+ssize_t Channel::receiveFromLane(IncomingMessage* message, bool wait) {
+    for (;;) {
+        const bool full = lane_->full();
+        if (full && !lane_->socketFirst()) {
+            laneUsed_ = true;
+            descriptorsFollow_ = false;
+            const std::optional<size_t> size = lane_->take(message->buffer.data());
+            return static_cast<ssize_t>(size.value_or(kMaxPacket + 1));
+        }
+        const ssize_t size = receiveFromSocket(message, false);
+        if (size >= 0) lane_->receivedOnSocket();
+        const bool nothing = size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+        if (!nothing) return size;
+        if (full) return static_cast<ssize_t>(kMaxPacket + 1);  // the peer has sent no such packet
+        if (!wait) return size;
+        lane_->wait(socket_.get());
+    }
+}
+
+ssize_t Channel::receiveFromSocket(IncomingMessage* message, bool wait) {
     const int flags = MSG_TRUNC | (wait ? 0 : MSG_DONTWAIT);
     uint8_t* data = message->buffer.data();
     if (kind_ == Kind::Call && !descriptorsFollow_) return recv(socket_.get(), data, kMaxPacket, flags);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bulk.h"
+#include "lane.h"
 
 namespace android::hardware::transport {
 
@@ -48,6 +49,16 @@ class Channel {
      */
     Received receive(IncomingMessage* message, bool wait);
 
+    /** Offers a lane to the peer, which waits for an answer on this channel. Without effect if none is left.
+     */
+    void offerLane();
+    /** Uses the lane that the peer offers, if it can. Returns false if the message is malformed. */
+    bool adoptLane(IncomingMessage* message);
+    /** Returns the descriptor that becomes readable when a packet is in the lane, or -1. */
+    int bell() const { return lane_ != nullptr ? lane_->bell() : -1; }
+    /** Returns false if a thread that polls need not call receive() yet. */
+    bool mayHaveMessage() const { return !laneUsed_ || lane_->full(); }
+
     /** Waits until the socket accepts a packet. Returns false if the peer has closed it. Any thread. */
     bool waitWritable();
     /** Returns whether the peer has closed the channel, or does so within `milliseconds`. Any thread. */
@@ -61,12 +72,15 @@ class Channel {
   private:
     void stamp(MessageHeader* header);
     status_t sent(status_t status);
-    status_t sendPlain(const void* data, size_t size);
+    status_t transmitted(ssize_t sent);
+    status_t sendPlain(const void* data, size_t size, uint8_t type);
     status_t sendPacket(const void* data, size_t size, const std::vector<int>& fds);
     status_t sendBody(MessageHeader header, OutgoingBody& body,
                       const std::vector<ObjectReference>& references, std::vector<int>& fds);
     status_t fillBulk(MessageHeader* header, const OutgoingBody& body, size_t skip, std::vector<int>* fds);
     ssize_t receivePacket(IncomingMessage* message, bool wait);
+    ssize_t receiveFromLane(IncomingMessage* message, bool wait);
+    ssize_t receiveFromSocket(IncomingMessage* message, bool wait);
     bool check(IncomingMessage* message, size_t packetSize);
     bool attachMemory(IncomingMessage* message);
     bool attachBulk(IncomingMessage* message);
@@ -77,6 +91,8 @@ class Channel {
     bool announced_ = false;          // this side has announced descriptors and not yet sent them
     bool peerBulkLost_ = false;       // the peer's shared memory could not be received or mapped
     bool tellBulkLost_ = false;       // the peer has yet to be notified of that
+    std::unique_ptr<Lane> lane_;
+    bool laneUsed_ = false;  // the peer is known to use the lane
     BulkSender bulkSender_;
     std::shared_ptr<BulkMapping> peerBulk_;
 };

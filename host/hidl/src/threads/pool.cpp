@@ -9,8 +9,10 @@
 #include <signal.h>
 #include <string.h>
 #include <sys/epoll.h>
+#include <unistd.h>
 
 #include <thread>
+#include <utility>
 
 #include "spin.h"
 
@@ -51,33 +53,54 @@ uint64_t waitReady(int epoll) {
     return event.data.u64;
 }
 
+// The key of an event: that of the source, and which of its descriptors is ready.
+uint64_t eventKey(uint64_t source, bool bell) {
+    return 2 * source + (bell ? 1 : 0);
+}
+
 }  // namespace
 
 Pool::Pool() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
     if (epoll_ < 0) details::logAlwaysFatal("No epoll instance for the pool.");
 }
 
-void Pool::arm(const Source& source, int operation) {
+// Watches the source's descriptor, or its bell. If not `now`, endTurn() must do so again.
+void Pool::watch(const Source& source, bool bell, bool now, int operation) {
+    const int fd = bell ? source.bell() : source.fd();
     epoll_event event{};
     event.events = source.awaitsRoom() ? EPOLLOUT : EPOLLIN;
-    if (source.inTurn_) {
-        event.events = EPOLLONESHOT;  // endTurn() watches it again
+    if (!now) {
+        event.events = EPOLLONESHOT;
     } else if (oneShot_.load(std::memory_order_relaxed)) {
         event.events |= EPOLLONESHOT;
     } else if (source.oneAtATime()) {
         event.events |= EPOLLET;
     }
-    event.data.u64 = source.key_;
-    if (epoll_ctl(epoll_.get(), operation, source.fd(), &event) != 0) {
-        ALOGE("can't watch descriptor %d: %s", source.fd(), strerror(errno));
+    event.data.u64 = eventKey(source.key_, bell);
+    if (epoll_ctl(epoll_.get(), operation, fd, &event) != 0) {
+        ALOGE("can't watch descriptor %d: %s", fd, strerror(errno));
     }
+}
+
+// Watches those descriptors of the source again whose events were delivered.
+void Pool::arm(Source& source) {
+    if (std::exchange(source.fired_[0], false)) watch(source, false, true, EPOLL_CTL_MOD);
+    if (std::exchange(source.fired_[1], false) && source.hasBell_) watch(source, true, true, EPOLL_CTL_MOD);
 }
 
 void Pool::add(const std::shared_ptr<Source>& source) {
     std::lock_guard<std::mutex> lock(mutex_);
     source->key_ = ++keys_;
     sources_[source->key_] = source;
-    arm(*source, EPOLL_CTL_ADD);
+    watch(*source, false, true, EPOLL_CTL_ADD);
+}
+
+void Pool::addBell(Source& source) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (sources_.count(source.key_) == 0) return;
+    source.hasBell_ = true;
+    source.fired_[1] = oneShot_;
+    watch(source, true, !oneShot_, EPOLL_CTL_ADD);
 }
 
 void Pool::remove(Source& source) {
@@ -86,6 +109,7 @@ void Pool::remove(Source& source) {
     auto found = sources_.find(source.key_);
     if (found == sources_.end()) return;
     epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, source.fd(), nullptr);
+    if (source.hasBell_) epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, source.bell(), nullptr);
     removed = std::move(found->second);
     sources_.erase(found);
 }
@@ -93,7 +117,7 @@ void Pool::remove(Source& source) {
 void Pool::resume(Source& source) {
     std::lock_guard<std::mutex> lock(mutex_);
     source.inTurn_ = false;
-    if (sources_.count(source.key_) != 0) arm(source, EPOLL_CTL_MOD);
+    if (sources_.count(source.key_) != 0) arm(source);
 }
 
 void Pool::endTurn(Source& source) {
@@ -102,7 +126,7 @@ void Pool::endTurn(Source& source) {
     source.inTurn_ = false;
     if (!oneShot_) return;
     std::lock_guard<std::mutex> lock(mutex_);
-    if (sources_.count(source.key_) != 0) arm(source, EPOLL_CTL_MOD);
+    if (sources_.count(source.key_) != 0) arm(source);
 }
 
 void Pool::configure(size_t maxThreads, bool callerJoins) {
@@ -119,7 +143,12 @@ void Pool::configure(size_t maxThreads, bool callerJoins) {
 // Switches to one-shot events for several threads. The only thread so far may be in a source.
 void Pool::shareWithLock() {
     if (oneShot_.exchange(true)) return;
-    for (const auto& [key, source] : sources_) arm(*source, EPOLL_CTL_MOD);
+    for (const auto& [key, source] : sources_) {
+        const bool inTurn = source->inTurn_;
+        source->fired_[0] = source->fired_[1] = inTurn;
+        watch(*source, false, !inTurn, EPOLL_CTL_MOD);
+        if (source->hasBell_) watch(*source, true, !inTurn, EPOLL_CTL_MOD);
+    }
 }
 
 void Pool::addThreadWithLock() {
@@ -189,11 +218,17 @@ void Pool::serveSource(uint64_t key) {
     std::shared_ptr<Source> source;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        auto found = sources_.find(key);
-        // If a thread is in it, this event is from before shareWithLock().
-        if (found == sources_.end() || found->second->inTurn_) return;
+        auto found = sources_.find(key / 2);
+        if (found == sources_.end()) return;
+        const bool bell = key % 2 != 0;
+        found->second->fired_[bell ? 1 : 0] = true;
+        // A thread is in it, for its other descriptor or since before shareWithLock().
+        if (found->second->inTurn_) return;
         source = found->second;
         source->inTurn_ = true;
+        // A one-shot event comes again for as long as the counter is not 0.
+        uint64_t rings = 0;
+        if (bell && oneShot_) (void)!read(source->bell(), &rings, sizeof(rings));
     }
     spawnIfAllBusy();
     DispatchGuard turn(*this, *source);

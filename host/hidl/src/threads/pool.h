@@ -22,6 +22,8 @@ class Source : public std::enable_shared_from_this<Source> {
     virtual int fd() const = 0;
     /** Called when the descriptor is ready. Handles one message, so that other sources are not delayed. */
     virtual void onReadable(DispatchGuard& turn) = 0;
+    /** Returns a second descriptor, an eventfd, that the pool watches after addBell(); or -1. */
+    virtual int bell() const { return -1; }
     /**
      * Returns whether one event per message suffices, because the peer waits for the answer before it
      * sends again. This saves the kernel a check per call.
@@ -34,6 +36,9 @@ class Source : public std::enable_shared_from_this<Source> {
     friend class Pool;
     friend class DispatchGuard;
     uint64_t key_ = 0;
+    // Guarded by the pool's mutex:
+    bool hasBell_ = false;             // the pool watches bell()
+    bool fired_[2] = {};               // whether fd() and bell() must be watched again when this turn ends
     std::atomic<bool> inTurn_{false};  // set to true with the pool's mutex held
 };
 
@@ -45,6 +50,8 @@ class Pool {
     void add(const std::shared_ptr<Source>& source);
     /** Stops watching the source. A thread that is already in onReadable() continues. */
     void remove(Source& source);
+    /** Watches the source's bell too. Called while a thread is in the source. */
+    void addBell(Source& source);
     /** Watches the source again after DispatchGuard::forget(). */
     void resume(Source& source);
 
@@ -71,7 +78,8 @@ class Pool {
     void addThreadWithLock() REQUIRES(mutex_);
     void shareWithLock() REQUIRES(mutex_);
     void endTurn(Source& source);
-    void arm(const Source& source, int operation);
+    void arm(Source& source) REQUIRES(mutex_);
+    void watch(const Source& source, bool bell, bool now, int operation);
 
     const base::unique_fd epoll_;
     std::mutex mutex_;

@@ -200,6 +200,12 @@ bool ControlSource::oneway(IncomingMessage&& message, DispatchGuard& turn) {
     return true;
 }
 
+void CallSource::countCall() {
+    if (calls_ == kLaneCalls || ++calls_ < kLaneCalls) return;
+    channel_->offerLane();
+    if (channel_->bell() >= 0) Process::self().pool().addBell(*this);
+}
+
 void CallSource::onReadable(DispatchGuard& turn) {
     Parcel data;
     IncomingMessage& message = data.incoming();
@@ -208,6 +214,7 @@ void CallSource::onReadable(DispatchGuard& turn) {
     const bool isCall = received == Channel::Received::Message && message.header.type == kCall &&
                         (message.header.flags & kOneway) == 0;
     if (isCall && link_->resolve(&message)) {
+        countCall();
         serveCall(link_, *channel_, data, &turn);
         return;
     }

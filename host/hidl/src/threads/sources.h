@@ -86,11 +86,15 @@ class CallSource : public Source {
         : link_(std::move(link)), channel_(std::move(channel)) {}
     int fd() const override { return channel_->fd(); }
     void onReadable(DispatchGuard& turn) override;
+    int bell() const override { return channel_->bell(); }
     bool oneAtATime() const override { return true; }
 
   private:
+    void countCall();
+
     const std::shared_ptr<PeerConnection> link_;
     const std::shared_ptr<Channel> channel_;
+    int calls_ = 0;  // up to kLaneCalls
 };
 
 /** Waits until a link's peer reads its control channel again, then sends the pending releases. */

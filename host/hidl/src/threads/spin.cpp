@@ -38,6 +38,7 @@ Channel::Received receiveSpinning(Channel& channel, IncomingMessage* message) {
     if (maySpin()) {
         const int64_t end = nowNanoseconds() + kSpinNanoseconds;
         do {
+            if (!channel.mayHaveMessage()) continue;
             const Channel::Received received = channel.receive(message, false);
             if (received != Channel::Received::Nothing) return received;
         } while (nowNanoseconds() < end);
