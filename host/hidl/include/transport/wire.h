@@ -68,11 +68,11 @@
  * memory. If shared memory of a control channel was lost, the receiver ends the link (kTurnedAway): the
  * peer may not read that flag, because a process without a thread pool does not read control channels.
  *
- * *Lanes*: a call through the sockets costs the kernel two copies and four wake-ups' worth of work. After
- * kLaneCalls calls on a call channel, the side that serves it sends kLane with three descriptors: shared
- * memory of two slots, its own bell and the caller's (eventfd). A caller that wants the lane passes its
- * next call through it; only then does the other side use it too. Calls and replies that fit and have no
- * descriptors are put into the slot of their direction, everything else is still sent through the socket:
+ * *Lanes*: for each packet on a socket, the kernel allocates memory and copies twice. After kLaneCalls
+ * calls on a call channel, the side that serves it therefore sends kLane with three descriptors: shared
+ * memory of two slots, its own bell and the caller's (eventfd). If the caller can use them, it passes its
+ * next call through the lane; only then does the other side use the lane too. Calls and replies without
+ * descriptors that fit are put into the slot of their direction; other packets still use the socket.
  *
  *      0       4       8              12      16
  *     +-------+-------+--------------+-------+------------
@@ -80,9 +80,10 @@
  *     +-------+-------+--------------+-------+------------
  *
  * `packets before` is the number of packets that the sender has sent on the socket since kLane: the
- * receiver takes those first. The sender sends nothing after a call or reply until it has been received.
- * The sender sets `full` to 1 and rings the receiver's bell; a server only if the caller has set `asleep`,
- * otherwise the caller is still polling the slot. The receiver copies the packet before it checks it.
+ * receiver takes those first. After a call or reply, the sender sends nothing until it has been received.
+ * The sender sets `full` to 1, the receiver sets it to 0. A caller always rings the bell. The other side
+ * rings only if it finds `asleep` set: otherwise the caller polls the slot. The receiver copies the packet
+ * before it checks it.
  *
  * *Receive buffer*: the messages to a process that are sent and not yet handled may take
  * kTransactionLimit bytes together, oneway calls half of it. Their sizes are those of the platform
