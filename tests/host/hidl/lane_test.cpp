@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <future>
 #include <random>
 #include <thread>
@@ -175,7 +176,7 @@ class RawLane : public RawClient {
     void put(const RawMessage& message, uint32_t packetsBefore = 0, uint32_t more = 0) const {
         LaneSlot& slot = slots[0];
         memcpy(slot.packet, &message.header, kHeaderSize);
-        memcpy(slot.packet + kHeaderSize, message.body.data(), message.body.size());
+        std::copy(message.body.begin(), message.body.end(), slot.packet + kHeaderSize);
         slot.size = static_cast<uint32_t>(kHeaderSize + message.body.size()) + more;
         slot.sentOnSocket = packetsBefore;
         slot.full = 1;

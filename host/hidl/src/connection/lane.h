@@ -15,7 +15,7 @@ namespace android::hardware::transport {
 /**
  * One end of a call channel's lane (wire.h): two slots of shared memory and a bell, an eventfd, for each
  * side. A packet through the lane needs no copy by the kernel, and often no system call to receive it.
- * Used by the thread that uses the channel, except where noted.
+ * Used by the thread that uses the channel; bell() by any thread.
  */
 class Lane {
   public:
