@@ -233,7 +233,7 @@ CallbackCosts costOfCallbacks(int count) {
 void measureCallbacks() {
     const CallbackCosts few = costOfCallbacks(1000);
     const CallbackCosts many = costOfCallbacks(10'000);
-    const auto row = [&](const char* what, double CallbackCosts::*cost, double wanted) {
+    const auto row = [&](const char* what, double CallbackCosts::* cost, double wanted) {
         report(std::string(what) + ", 10000 / 1000, us", {many.*cost, few.*cost, many.*cost / few.*cost},
                wanted);
     };

@@ -105,10 +105,7 @@ TEST_F(PacketTest, PacketsContainNoAddressOfTheirSender) {
         {"every type", [&] { return proxy_->echo(everything, kIgnore).isOk(); }},
         {"handles", [&] { return proxy_->readFiles(files, kIgnore).isOk(); }},
         {"text", [&] { return proxy_->echoText("text", kIgnore).isOk(); }},
-        {"bytes",
-         [&] {
-             return proxy_->echoBytes({1, 2, 3}, kIgnore).isOk();
-         }},
+        {"bytes", [&] { return proxy_->echoBytes({1, 2, 3}, kIgnore).isOk(); }},
         {"chain", [&] { return proxy_->interfaceChain(kIgnore).isOk(); }},
         {"dump", [&] { return proxy_->debug(file, {"--help"}).isOk(); }},
     };
@@ -163,10 +160,7 @@ TEST_F(PacketTest, TransactionSizeEqualsThatOfThePlatformsParcel) {
          kName + 2 * kObject + kHead + 5008},
         {"interface", [&] { return proxy_->setCallback(callback).isOk(); }, kName + 32},
         {"no interface", [&] { return proxy_->setCallback(nullptr).isOk(); }, kName + 24},
-        {"interfaces",
-         [&] {
-             return proxy_->passCallbacks({callback, nullptr}, kIgnore).isOk();
-         },
+        {"interfaces", [&] { return proxy_->passCallbacks({callback, nullptr}, kIgnore).isOk(); },
          kName + 8 + 32 + 24},
         {"no handle", [&] { return proxy_->note(1, nullptr).isOk(); }, kName + 4 + 8 + 4},
         {"handle", [&] { return proxy_->note(1, file).isOk(); }, kName + 4 + 8 + kObject + 24 + 40 + 4},

@@ -130,9 +130,7 @@ int offerDescriptors(const Arguments& arguments) {
         [&] { (void)probe->echoBytes(bytes, [](const auto&) {}).isOk(); },
         [&] { (void)probe->setCallback(new Callback()).isOk(); },
         [&] { (void)probe->callBack(1, [](int32_t, int32_t) {}).isOk(); },
-        [&] {
-            (void)probe->passCallbacks({new Callback(), nullptr}, [](const auto&, bool) {}).isOk();
-        },
+        [&] { (void)probe->passCallbacks({new Callback(), nullptr}, [](const auto&, bool) {}).isOk(); },
         [&] { probe->note(1, nullptr).isOk(); },
         [&] { std::thread([&] { (void)probe->add(1, 2).isOk(); }).join(); },
     };

@@ -55,8 +55,7 @@ inline RawMessage rawMessage(MessageType type, uint64_t target = 0, uint32_t cod
 using Write = std::function<void(Parcel&)>;
 
 /** Returns a well-formed call of `method`. */
-inline RawMessage rawCall(
-    uint64_t object, uint32_t method, const Write& write = [](auto&) {}) {
+inline RawMessage rawCall(uint64_t object, uint32_t method, const Write& write = [](auto&) {}) {
     Parcel parcel;
     parcel.writeInterfaceToken(ParentProbe::descriptor);
     write(parcel);

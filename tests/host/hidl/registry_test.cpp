@@ -44,7 +44,7 @@ TEST_F(RegistryTest, ServiceIsFoundByEachOfItsInterfaces) {
     EXPECT_EQ(service.get()->registerAnother("second", 2), android::OK);
     EXPECT_THAT(listed(),
                 ElementsAre(kParent + "default", kParent + "second", kChild + "default", kChild + "second"));
-    struct stat status {};
+    struct stat status{};
     EXPECT_EQ(stat((host::tvRoot() + "/run/hwbinder").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0700u);
 }

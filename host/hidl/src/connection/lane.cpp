@@ -33,7 +33,7 @@ LaneSlot* mapSlots(int fd) {
 bool isSlots(int fd) {
     // If the owner could shrink the memory, reading it could raise SIGBUS.
     const int seals = fcntl(fd, F_GET_SEALS);
-    struct stat status {};
+    struct stat status{};
     return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 &&
            (seals & (F_SEAL_WRITE | F_SEAL_FUTURE_WRITE)) == 0 && fstat(fd, &status) == 0 &&
            static_cast<uint64_t>(status.st_size) == kMemorySize;

@@ -201,7 +201,9 @@ bool ControlSource::oneway(IncomingMessage&& message, DispatchGuard& turn) {
 }
 
 void CallSource::countCall() {
-    if (calls_ == kLaneCalls || ++calls_ < kLaneCalls) return;
+    if (calls_ == kLaneCalls) return;
+    ++calls_;
+    if (calls_ < kLaneCalls) return;
     channel_->offerLane();
     if (channel_->bell() >= 0) Process::self().pool().addBell(*this);
 }
