@@ -95,10 +95,10 @@ int main(int argc, char** argv) {
     hidlaudio::bench::serveIfAsked(argc, argv);
     const hidlaudio::bench::TemporaryTv tv;
     reportColumns();
-    measure(kOneCore, {0.65, 0.65, 0.35});
+    measure(kOneCore, {0.93, 0.97, 0.38});
     if (sysconf(_SC_NPROCESSORS_ONLN) > 1) {
-        measure(kTwoCores, {0.20, 0.20, 0.30});
-        measure(kTwoBusyCores, {0.35, 0.35, 0.40});
+        measure(kTwoCores, {0.25, 0.25, 0.30});
+        measure(kTwoBusyCores, {0.45, 0.45, 0.40});
     }
     return exitStatus();
 }

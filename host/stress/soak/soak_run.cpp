@@ -32,9 +32,9 @@ constexpr auto kIdleTimeout = 5s;
 constexpr long kMemoryGrowth = 1024;
 /**
  * The link to the audio HAL keeps a socket for each of the two transfer threads that have called it, and
- * three descriptors for the lane of each of its three busy channels.
+ * a descriptor for the lane of each of its three busy channels.
  */
-constexpr long kDescriptorSlack = 2 + 3 * 3;
+constexpr long kDescriptorSlack = 2 + 3;
 /** Makes all threads share one heap, so that retained memory does not depend on the allocating thread. */
 constexpr char kSharedHeap[] = "MALLOC_ARENA_MAX=1";
 

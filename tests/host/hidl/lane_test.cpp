@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/hidl/src/connection/lane.h"
 
-#include <sys/eventfd.h>
+#include <fcntl.h>
 #include <sys/mman.h>
 
 #include <algorithm>
@@ -130,7 +130,7 @@ TEST_F(LaneTest, ChannelsBeyondTheLastLaneWorkWithout) {
         });
     }
     EXPECT_TRUE(becomesTrue([&] { return busy == kClients; }));
-    EXPECT_EQ(service.descriptors(), before + kClients + 2 * kLanes);
+    EXPECT_EQ(service.descriptors(), before + kClients + kLanes);
     over.set_value();
     for (std::thread& client : clients) client.join();
 }
@@ -164,7 +164,7 @@ class RawLane : public RawClient {
         EXPECT_EQ(typeOf(receiveRaw(channel)), kDescriptorsFollow);
         EXPECT_EQ(typeOf(receiveRaw(channel, &fds)), kLane);
         EXPECT_EQ(typeOf(receiveRaw(channel)), kReply);
-        EXPECT_EQ(fds.size(), 3u);
+        EXPECT_EQ(fds.size(), 2u);
         slots = static_cast<LaneSlot*>(
             mmap(nullptr, 2 * sizeof(LaneSlot), PROT_READ | PROT_WRITE, MAP_SHARED, fds[0].get(), 0));
     }
@@ -179,15 +179,15 @@ class RawLane : public RawClient {
         std::copy(message.body.begin(), message.body.end(), slot.packet + kHeaderSize);
         slot.size = static_cast<uint32_t>(kHeaderSize + message.body.size()) + more;
         slot.sentOnSocket = packetsBefore;
-        slot.full = 1;
+        slot.state = kSlotFull;
         ring();
     }
-    void ring() const { EXPECT_EQ(eventfd_write(fds[1].get(), 1), 0); }
+    void ring() const { EXPECT_EQ(write(fds[1].get(), "", 1), 1); }
+    /** Makes the service answer in the lane. */
+    void poll() const { slots[1].state = kSlotEmpty; }
     /** Waits for an answer in the lane. */
     bool answered() const {
-        if (!becomesTrue([this] { return slots[1].full == 1; })) return false;
-        slots[1].full = 0;
-        return true;
+        return becomesTrue([this] { return slots[1].state == kSlotFull; });
     }
 
     std::vector<unique_fd> fds;
@@ -200,12 +200,16 @@ class RawLane : public RawClient {
 TEST_F(HostileTest, LaneTakesWhatTheSocketTakesAndNothingElse) {
     RawLane good;
     for (uint32_t i = 0; i < 3; ++i) {
+        good.poll();
         EXPECT_TRUE(sendRaw(good.channel, good.good()));
-        EXPECT_EQ(statusOfReply(good.channel), android::OK) << "not used yet: answers come by the socket";
+        EXPECT_EQ(statusOfReply(good.channel), android::OK) << "the lane is not used yet";
     }
     for (uint32_t i = 0; i < 3; ++i) {
+        good.poll();
         good.put(good.good(), 3);
         EXPECT_TRUE(good.answered());
+        good.put(good.good(), 3);
+        EXPECT_EQ(statusOfReply(good.channel), android::OK) << "the slot is not free";
     }
     const auto with = [](RawMessage message, const std::function<void(MessageHeader&)>& change) {
         change(message.header);
@@ -242,32 +246,61 @@ TEST_F(HostileTest, LaneTakesWhatTheSocketTakesAndNothingElse) {
         EXPECT_EQ(probe_->add(1, 2), 3);
         peer.put(call);
         peer.put(call);
-        EXPECT_TRUE(peer.answered()) << "more calls than one at a time are the peer's own loss";
+        EXPECT_EQ(statusOfReply(peer.channel), android::OK)
+            << "more calls than one at a time are the peer's own loss";
     }
-    expectUnharmed(1 + 1 + 1 + 2);  // those of `good`: link, process, channel, bells
+    expectUnharmed(1 + 1 + 1 + 1);  // those of `good`: link, process, channel, lane
 }
 
-TEST(Lane, IsMadeOfSealedMemoryAndTwoBells) {
+TEST(Lane, IsMadeOfSealedMemoryAndAPipe) {
     using android::hardware::transport::Lane;
-    const auto memory = [] { return sealedMemory(2 * sizeof(LaneSlot)); };
-    const auto bell = [] { return unique_fd(eventfd(0, EFD_CLOEXEC)); };
+    constexpr size_t kSize = 2 * sizeof(LaneSlot);
     const auto isSane = [](auto... fds) {
         std::vector<unique_fd> all;
         (all.push_back(std::move(fds)), ...);
         return Lane::isSane(all);
     };
     int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    const unique_fd read(ends[0]);
+    const unique_fd write(ends[1]);
+    const auto pipe = [&] { return unique_fd(dup(write)); };
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
     const unique_fd other(ends[1]);
-    EXPECT_TRUE(isSane(memory(), bell(), bell()));
-    EXPECT_FALSE(isSane(memory(), bell()));
-    EXPECT_FALSE(isSane(memory(), bell(), bell(), bell()));
-    EXPECT_FALSE(isSane(bell(), bell(), memory()));
-    EXPECT_FALSE(isSane(memory(), bell(), unique_fd(ends[0]))) << "would be kept after the peer's end";
-    EXPECT_FALSE(isSane(sealedMemory(4096), bell(), bell()));
-    EXPECT_FALSE(isSane(sealedMemory(2 * sizeof(LaneSlot), 0), bell(), bell())) << "may shrink";
-    EXPECT_FALSE(
-        isSane(sealedMemory(2 * sizeof(LaneSlot), F_SEAL_SHRINK | F_SEAL_FUTURE_WRITE), bell(), bell()));
+    EXPECT_TRUE(isSane(sealedMemory(kSize), pipe()));
+    EXPECT_FALSE(isSane(sealedMemory(kSize)));
+    EXPECT_FALSE(isSane(sealedMemory(kSize), pipe(), pipe()));
+    EXPECT_FALSE(isSane(pipe(), sealedMemory(kSize)));
+    EXPECT_FALSE(isSane(sealedMemory(kSize), unique_fd(ends[0]))) << "would be kept after the peer's end";
+    EXPECT_FALSE(isSane(sealedMemory(4096), pipe()));
+    EXPECT_FALSE(isSane(sealedMemory(kSize, 0), pipe())) << "may shrink";
+    EXPECT_FALSE(isSane(sealedMemory(kSize, F_SEAL_SHRINK | F_SEAL_FUTURE_WRITE), pipe()));
+}
+
+// The server makes the pipe block and fills it, then closes it.
+TEST(Lane, HostileServerDoesNotBlockItsCaller) {
+    using android::hardware::transport::Lane;
+    std::vector<unique_fd> sent;
+    sent.push_back(sealedMemory(2 * sizeof(LaneSlot)));
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    unique_fd bell(ends[0]);
+    sent.emplace_back(ends[1]);
+    auto* slots = static_cast<LaneSlot*>(
+        mmap(nullptr, sizeof(LaneSlot), PROT_READ | PROT_WRITE, MAP_SHARED, sent[0].get(), 0));
+    const std::unique_ptr<Lane> lane = Lane::adopt(sent);
+    ASSERT_NE(lane, nullptr);
+    const std::vector<char> bytes(fcntl(sent[1].get(), F_GETPIPE_SZ));
+    EXPECT_EQ(write(sent[1].get(), bytes.data(), bytes.size()), ssize_t(bytes.size()));
+    for (const bool closed : {false, true}) {
+        EXPECT_TRUE(lane->put("", 1));
+        EXPECT_FALSE(lane->put("", 1)) << "not taken yet";
+        slots[0].state = kSlotEmpty;
+        if (closed) continue;
+        sent.clear();
+        bell.reset();
+    }
+    munmap(slots, sizeof(LaneSlot));
 }
 
 }  // namespace

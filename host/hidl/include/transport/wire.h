@@ -69,21 +69,22 @@
  * peer may not read that flag, because a process without a thread pool does not read control channels.
  *
  * *Lanes*: for each packet on a socket, the kernel allocates memory and copies twice. After kLaneCalls
- * calls on a call channel, the side that serves it therefore sends kLane with three descriptors: shared
- * memory of two slots, its own bell and the caller's (eventfd). If the caller can use them, it passes its
- * next call through the lane; only then does the other side use the lane too. Calls and replies without
- * descriptors that fit are put into the slot of their direction; other packets still use the socket.
+ * calls on a call channel, the side that serves it therefore sends kLane with two descriptors: shared memory
+ * of two slots, and a pipe to write to. If the caller can use them, it passes its next call through the
+ * lane; only then does the other side use the lane too. A slot holds one packet without descriptors:
  *
- *      0       4       8              12      16
- *     +-------+-------+--------------+-------+------------
- *     | full  |asleep |packets before| size  | packet ...      first the caller's slot, then the server's
- *     +-------+-------+--------------+-------+------------
+ *      0       4              8      12      16
+ *     +-------+--------------+-------+-------+------------
+ *     | state |packets before| size  |   0   | packet ...      first the caller's slot, then the server's
+ *     +-------+--------------+-------+-------+------------
  *
  * `packets before` is the number of packets that the sender has sent on the socket since kLane: the
- * receiver takes those first. After a call or reply, the sender sends nothing until it has been received.
- * The sender sets `full` to 1, the receiver sets it to 0. A caller always rings the bell. The other side
- * rings only if it finds `asleep` set: otherwise the caller polls the slot. The receiver copies the packet
- * before it checks it.
+ * receiver takes those first. The receiver copies the packet before it checks it.
+ *
+ * The caller's slot is empty or full. The caller uses it for calls outside of a callback, and then writes a
+ * byte to the pipe. The server's slot is asleep unless the caller polls it; then the server may change it
+ * from empty to full. Everything else is sent through the socket, also the answer to a caller that sleeps,
+ * because that must notice the end of the server too.
  *
  * *Receive buffer*: the messages to a process that are sent and not yet handled may take
  * kTransactionLimit bytes together, oneway calls half of it. Their sizes are those of the platform
@@ -123,7 +124,7 @@ enum MessageType : uint8_t {
     kReceiveSpace,  // once per link and direction: two descriptors, books and claims; code = slot
     kRefused,       // control: a claim was refused; code = `look`
     kTurnedAway,    // control: the sender ends the link for a shortage; code = that as a status
-    kLane,          // call channel, to the caller: three descriptors, memory and the two bells
+    kLane,          // call channel, to the caller: two descriptors, memory and pipe
 };
 constexpr uint8_t kLastMessageType = kLane;
 
@@ -207,15 +208,16 @@ constexpr int kLaneCalls = 16;
 /** Maximum size of a packet in a lane. */
 constexpr size_t kLanePacket = 4096 - 16;
 
+enum LaneSlotState : uint32_t { kSlotEmpty, kSlotFull, kSlotAsleep };
+
 struct LaneSlot {
-    std::atomic<uint32_t> full;
-    std::atomic<uint32_t> asleep;
+    std::atomic<uint32_t> state;
     uint32_t sentOnSocket;
     uint32_t size;
+    uint32_t reserved;
     uint8_t packet[kLanePacket];
 };
-static_assert(sizeof(LaneSlot) == 4096 && offsetof(LaneSlot, sentOnSocket) == 8 &&
-              offsetof(LaneSlot, packet) == 16);
+static_assert(sizeof(LaneSlot) == 4096 && offsetof(LaneSlot, size) == 8 && offsetof(LaneSlot, packet) == 16);
 
 /** Plain data up to this size is sent in the packet, which is cheaper. */
 constexpr size_t kBulkThreshold = 4 * 1024;

@@ -76,10 +76,16 @@ status_t Channel::transmitted(ssize_t sent) {
     return statusOfSend(sent);
 }
 
+// Returns whether a message of this type may use the lane: the sender sends nothing more until it is
+// received. A server inside a nested call waits on the socket alone.
+bool Channel::passes(uint8_t type) const {
+    if (!laneUsed_) return false;
+    return lane_->side() == Lane::Side::Calls ? type == kCall && openCalls_ == 0
+                                              : type == kCall || type == kReply;
+}
+
 status_t Channel::sendPlain(const void* data, size_t size, uint8_t type) {
-    // After other messages, more may follow before the peer receives.
-    const bool inTurn = type == kCall || type == kReply;
-    if (laneUsed_ && inTurn && lane_->put(data, size)) return sent(OK);
+    if (passes(type) && lane_->put(data, size)) return sent(OK);
     return sent(transmitted(::send(socket_.get(), data, size, kSendFlags)));
 }
 
@@ -149,6 +155,13 @@ status_t Channel::fillBulk(MessageHeader* header, const OutgoingBody& body, size
 
 status_t Channel::send(MessageHeader header, OutgoingBody& body,
                        const std::vector<ObjectReference>& references) {
+    const status_t status = sendWithBody(header, body, references);
+    if (status == OK && kind_ == Kind::Call && header.type == kCall) ++openCalls_;
+    return status;
+}
+
+status_t Channel::sendWithBody(MessageHeader header, OutgoingBody& body,
+                               const std::vector<ObjectReference>& references) {
     stamp(&header);
     header.bodySize = static_cast<uint32_t>(body.bodySize);
     if (body.buffer.capacity() == 0) body.buffer = PacketBuffer::ofSize(kMaxPacket);
@@ -208,28 +221,21 @@ bool Channel::adoptLane(IncomingMessage* message) {
     return true;
 }
 
-ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
-    return lane_ != nullptr ? receiveFromLane(message, wait) : receiveFromSocket(message, wait);
-}
-
 // Receives from the lane or the socket, in the order in which the peer has sent.
-ssize_t Channel::receiveFromLane(IncomingMessage* message, bool wait) {
-    for (;;) {
-        const bool full = lane_->full();
-        if (full && !lane_->socketFirst()) {
-            laneUsed_ = true;
-            descriptorsFollow_ = false;
-            const std::optional<size_t> size = lane_->take(message->buffer.data());
-            return static_cast<ssize_t>(size.value_or(kMaxPacket + 1));
-        }
-        const ssize_t size = receiveFromSocket(message, false);
-        if (size >= 0) lane_->receivedOnSocket();
-        const bool nothing = size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
-        if (!nothing) return size;
-        if (full) return static_cast<ssize_t>(kMaxPacket + 1);  // the peer has sent no such packet
-        if (!wait) return size;
-        lane_->wait(socket_.get());
+ssize_t Channel::receivePacket(IncomingMessage* message, bool wait) {
+    if (lane_ == nullptr) return receiveFromSocket(message, wait);
+    const bool full = lane_->full();
+    if (full && !lane_->socketFirst()) {
+        laneUsed_ = true;
+        descriptorsFollow_ = false;
+        const std::optional<size_t> size = lane_->take(message->buffer.data());
+        return static_cast<ssize_t>(size.value_or(kMaxPacket + 1));
     }
+    const ssize_t size = receiveFromSocket(message, wait && !full);
+    if (size >= 0) lane_->receivedOnSocket();
+    const bool nothing = size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+    // If the packet in the slot comes after one that was not sent, an impossible size makes it malformed.
+    return full && nothing ? static_cast<ssize_t>(kMaxPacket + 1) : size;
 }
 
 ssize_t Channel::receiveFromSocket(IncomingMessage* message, bool wait) {
@@ -283,6 +289,7 @@ Channel::Received Channel::receive(IncomingMessage* message, bool wait) {
             continue;
         }
         heldUntilNext.clear();
+        if (message->header.type == kReply && openCalls_ > 0) --openCalls_;
         if (message->header.type != kDescriptorsFollow) return Received::Message;
         // At most one announcement per message: otherwise a peer could keep this loop busy.
         if (announced || kind_ != Kind::Call) return Received::Malformed;

@@ -54,10 +54,12 @@ class Channel {
     void offerLane();
     /** Uses the lane that the peer offers, if it can. Returns false if the message is malformed. */
     bool adoptLane(IncomingMessage* message);
-    /** Returns the descriptor that becomes readable when a packet is in the lane, or -1. */
+    /** Returns the descriptor that becomes readable when a call is in the lane, or -1. */
     int bell() const { return lane_ != nullptr ? lane_->bell() : -1; }
-    /** Returns false if a thread that polls need not call receive() yet. */
-    bool mayHaveMessage() const { return !laneUsed_ || lane_->full(); }
+    /** Returns a caller's lane, or null. */
+    Lane* callersLane() const {
+        return lane_ != nullptr && lane_->side() == Lane::Side::Calls ? lane_.get() : nullptr;
+    }
 
     /** Waits until the socket accepts a packet. Returns false if the peer has closed it. Any thread. */
     bool waitWritable();
@@ -73,13 +75,15 @@ class Channel {
     void stamp(MessageHeader* header);
     status_t sent(status_t status);
     status_t transmitted(ssize_t sent);
+    bool passes(uint8_t type) const;
     status_t sendPlain(const void* data, size_t size, uint8_t type);
     status_t sendPacket(const void* data, size_t size, const std::vector<int>& fds);
+    status_t sendWithBody(MessageHeader header, OutgoingBody& body,
+                          const std::vector<ObjectReference>& references);
     status_t sendBody(MessageHeader header, OutgoingBody& body,
                       const std::vector<ObjectReference>& references, std::vector<int>& fds);
     status_t fillBulk(MessageHeader* header, const OutgoingBody& body, size_t skip, std::vector<int>* fds);
     ssize_t receivePacket(IncomingMessage* message, bool wait);
-    ssize_t receiveFromLane(IncomingMessage* message, bool wait);
     ssize_t receiveFromSocket(IncomingMessage* message, bool wait);
     bool check(IncomingMessage* message, size_t packetSize);
     bool attachMemory(IncomingMessage* message);
@@ -93,6 +97,7 @@ class Channel {
     bool tellBulkLost_ = false;       // the peer has yet to be notified of that
     std::unique_ptr<Lane> lane_;
     bool laneUsed_ = false;  // the peer is known to use the lane
+    int openCalls_ = 0;      // sent on this channel and not yet answered
     BulkSender bulkSender_;
     std::shared_ptr<BulkMapping> peerBulk_;
 };

@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "lane.h"
 
-#include <errno.h>
 #include <fcntl.h>
-#include <poll.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/epoll.h>
-#include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <string_view>
 
 namespace android::hardware::transport {
 namespace {
@@ -39,19 +34,19 @@ bool isSlots(int fd) {
            static_cast<uint64_t>(status.st_size) == kMemorySize;
 }
 
-/** A process must not keep another kind of descriptor: a peer's socket would never be seen to close. */
-bool isEventCounter(int fd) {
-    char path[32];
-    char target[32] = {};
-    snprintf(path, sizeof(path), "/proc/self/fd/%d", fd);
-    return readlink(path, target, sizeof(target) - 1) > 0 &&
-           std::string_view(target) == "anon_inode:[eventfd]";
+bool isPipe(int fd) {
+    struct stat status{};
+    return fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
-void ring(int bell) {
-    const uint64_t once = 1;
-    // If the counter is full, the bell is ringing.
-    (void)!write(bell, &once, sizeof(once));
+/**
+ * Opens a pipe that a peer has sent anew, so that the peer cannot change whether writes block. It is opened
+ * for reading too, so that a write after the peer's end raises no SIGPIPE.
+ */
+base::unique_fd openAnew(int pipe) {
+    char path[32];
+    snprintf(path, sizeof(path), "/proc/self/fd/%d", pipe);
+    return base::unique_fd(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC));
 }
 
 }  // namespace
@@ -71,21 +66,24 @@ std::unique_ptr<Lane> Lane::create() {
     }
     std::unique_ptr<Lane> lane(new Lane(Side::Serves, slots));
     lane->memory_ = std::move(memory);
-    lane->ownBell_.reset(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    lane->peersBell_.reset(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    return lane->ownBell_ >= 0 && lane->peersBell_ >= 0 ? std::move(lane) : nullptr;
+    slots[1].state.store(kSlotAsleep);
+    int ends[2];
+    if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) != 0) return nullptr;
+    lane->bell_.reset(ends[0]);
+    lane->ring_.reset(ends[1]);
+    return lane;
 }
 
 bool Lane::isSane(const std::vector<base::unique_fd>& fds) {
-    return fds.size() == 3 && isSlots(fds[0]) && isEventCounter(fds[1]) && isEventCounter(fds[2]);
+    return fds.size() == 2 && isSlots(fds[0]) && isPipe(fds[1]);
 }
 
-std::unique_ptr<Lane> Lane::adopt(std::vector<base::unique_fd>& fds) {
-    LaneSlot* const slots = mapSlots(fds[0]);
+std::unique_ptr<Lane> Lane::adopt(const std::vector<base::unique_fd>& fds) {
+    base::unique_fd ring = openAnew(fds[1]);
+    LaneSlot* const slots = ring >= 0 ? mapSlots(fds[0]) : nullptr;
     if (slots == nullptr) return nullptr;
     std::unique_ptr<Lane> lane(new Lane(Side::Calls, slots));
-    lane->peersBell_ = std::move(fds[1]);
-    lane->ownBell_ = std::move(fds[2]);
+    lane->ring_ = std::move(ring);
     return lane;
 }
 
@@ -94,15 +92,21 @@ Lane::~Lane() {
     if (side_ == Side::Serves) --gLanesServed;
 }
 
+void Lane::delivered() {
+    memory_.reset();
+    ring_.reset();
+}
+
 bool Lane::put(const void* packet, size_t size) {
     LaneSlot& slot = out();
-    if (size > kLanePacket || slot.full.load() != 0) return false;
+    uint32_t state = kSlotEmpty;
+    if (size > kLanePacket || slot.state.load() != state) return false;
     memcpy(slot.packet, packet, size);
     slot.size = static_cast<uint32_t>(size);
     slot.sentOnSocket = sentOnSocket_;
-    slot.full.store(1);
-    // A serving thread may be waiting for other channels as well: it is always rung for.
-    if (side_ == Side::Calls || slot.asleep.exchange(0) != 0) ring(peersBell_.get());
+    if (!slot.state.compare_exchange_strong(state, kSlotFull)) return false;
+    // If the pipe is full, the bell is ringing.
+    if (side_ == Side::Calls) (void)!write(ring_, "", 1);
     return true;
 }
 
@@ -112,36 +116,19 @@ std::optional<size_t> Lane::take(uint8_t* to) {
     const size_t size = *static_cast<volatile uint32_t*>(&slot.size);
     if (size > kLanePacket) return std::nullopt;
     memcpy(to, slot.packet, size);
-    slot.full.store(0);
+    slot.state.store(side_ == Side::Serves ? kSlotEmpty : kSlotAsleep);
     return size;
 }
 
-void Lane::wait(int socket) {
-    if (epoll_ < 0) {
-        epoll_.reset(epoll_create1(EPOLL_CLOEXEC));
-        epoll_event packet{EPOLLIN, {}};
-        // Edge-triggered, so that the counter need not be read.
-        epoll_event rung{EPOLLIN | EPOLLET, {}};
-        if (epoll_ < 0 || epoll_ctl(epoll_, EPOLL_CTL_ADD, socket, &packet) != 0 ||
-            epoll_ctl(epoll_, EPOLL_CTL_ADD, ownBell_, &rung) != 0) {
-            epoll_.reset();
-        }
-    }
-    LaneSlot& slot = in();
-    slot.asleep.store(1);
-    if (slot.full.load() != 0) {
-        slot.asleep.store(0);
-        return;
-    }
-    epoll_event event{};
-    if (epoll_ >= 0) {
-        (void)epoll_wait(epoll_, &event, 1, -1);
-        return;
-    }
-    // No descriptor is left for an epoll instance.
-    pollfd events[] = {{socket, POLLIN, 0}, {ownBell_.get(), POLLIN, 0}};
-    uint64_t rings = 0;
-    if (poll(events, 2, -1) > 0) (void)!read(ownBell_, &rings, sizeof(rings));
+void Lane::poll() {
+    uint32_t state = kSlotAsleep;
+    (void)in().state.compare_exchange_strong(state, kSlotEmpty);
+}
+
+bool Lane::sleep() {
+    uint32_t state = kSlotEmpty;
+    (void)in().state.compare_exchange_strong(state, kSlotAsleep);
+    return state != kSlotFull;
 }
 
 }  // namespace android::hardware::transport

@@ -58,6 +58,10 @@ uint64_t eventKey(uint64_t source, bool bell) {
     return 2 * source + (bell ? 1 : 0);
 }
 
+bool isBell(uint64_t eventKey) {
+    return eventKey % 2 != 0;
+}
+
 }  // namespace
 
 Pool::Pool() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
@@ -220,16 +224,14 @@ void Pool::serveSource(uint64_t key) {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = sources_.find(key / 2);
         if (found == sources_.end()) return;
-        const bool bell = key % 2 != 0;
-        found->second->fired_[bell ? 1 : 0] = true;
+        found->second->fired_[isBell(key) ? 1 : 0] = true;
         // A thread is in it, for its other descriptor or since before shareWithLock().
         if (found->second->inTurn_) return;
         source = found->second;
         source->inTurn_ = true;
-        // A one-shot event comes again for as long as the counter is not 0.
-        uint64_t rings = 0;
-        if (bell && oneShot_) (void)!read(source->bell(), &rings, sizeof(rings));
     }
+    char rings[64];
+    if (isBell(key)) (void)!read(source->bell(), rings, sizeof(rings));
     spawnIfAllBusy();
     DispatchGuard turn(*this, *source);
     source->onReadable(turn);

@@ -22,7 +22,7 @@ class Source : public std::enable_shared_from_this<Source> {
     virtual int fd() const = 0;
     /** Called when the descriptor is ready. Handles one message, so that other sources are not delayed. */
     virtual void onReadable(DispatchGuard& turn) = 0;
-    /** Returns a second descriptor, an eventfd, that the pool watches after addBell(); or -1. */
+    /** Returns a second descriptor, that the pool watches after addBell() and empties; or -1. */
     virtual int bell() const { return -1; }
     /**
      * Returns whether one event per message suffices, because the peer waits for the answer before it

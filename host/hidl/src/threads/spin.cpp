@@ -9,6 +9,8 @@ namespace android::hardware::transport {
 namespace {
 
 constexpr uint16_t kUnknown = 0xffff;
+/** How often a thread looks into its lane for each look at the socket, where larger messages come. */
+constexpr unsigned kLooksPerCall = 16;
 thread_local uint16_t tLastSender = kUnknown;
 thread_local uint16_t tOwn = kUnknown;  // when this thread last sent a message
 
@@ -35,15 +37,20 @@ int64_t nowNanoseconds() {
 }
 
 Channel::Received receiveSpinning(Channel& channel, IncomingMessage* message) {
+    Lane* const lane = channel.callersLane();
     if (maySpin()) {
+        if (lane != nullptr) lane->poll();
         const int64_t end = nowNanoseconds() + kSpinNanoseconds;
+        unsigned round = 0;
         do {
-            if (!channel.mayHaveMessage()) continue;
+            // To look into the lane takes no system call.
+            if (lane != nullptr && !lane->full() && ++round % kLooksPerCall != 0) continue;
             const Channel::Received received = channel.receive(message, false);
             if (received != Channel::Received::Nothing) return received;
         } while (nowNanoseconds() < end);
     }
-    return channel.receive(message, true);
+    const bool mayBlock = lane == nullptr || lane->sleep();
+    return channel.receive(message, mayBlock);
 }
 
 }  // namespace android::hardware::transport
