@@ -138,7 +138,7 @@ void measureClients() {
     const double alone = costOf(callFrom(1));
     // A single client and the service poll for each other's messages. Of more clients than processors, each
     // call costs changes of process.
-    for (const auto& [clients, wanted] : {std::pair{4, 3}, {16, 6}, {64, 8}}) {
+    for (const auto& [clients, wanted] : {std::pair{4, 2.5}, {16, 5}, {64, 5}}) {
         const std::vector<Calls> all = callFrom(clients);
         const double cost = costOf(all);
         const std::string who = std::to_string(clients) + " clients";
