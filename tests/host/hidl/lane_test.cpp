@@ -290,7 +290,7 @@ TEST(Lane, HostileServerDoesNotBlockItsCaller) {
         mmap(nullptr, sizeof(LaneSlot), PROT_READ | PROT_WRITE, MAP_SHARED, sent[0].get(), 0));
     const std::unique_ptr<Lane> lane = Lane::adopt(sent);
     ASSERT_NE(lane, nullptr);
-    const std::vector<char> bytes(fcntl(sent[1].get(), F_GETPIPE_SZ));
+    const std::vector<char> bytes(static_cast<size_t>(fcntl(sent[1].get(), F_GETPIPE_SZ)));
     EXPECT_EQ(write(sent[1].get(), bytes.data(), bytes.size()), ssize_t(bytes.size()));
     for (const bool closed : {false, true}) {
         EXPECT_TRUE(lane->put("", 1));
