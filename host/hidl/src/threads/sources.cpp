@@ -35,10 +35,7 @@ void ListenSource::onReadable(DispatchGuard&) {
 
 void ListenSource::accept() {
     base::unique_fd socket(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (socket < 0 && (errno == EMFILE || errno == ENFILE)) {
-        refuse(errno);
-        return;
-    }
+    if (socket < 0 && (errno == EMFILE || errno == ENFILE)) socket = acceptInShortage(errno);
     if (socket < 0) return;
     Peer peer;
     if (!peerOf(socket, &peer)) {
@@ -53,27 +50,28 @@ void ListenSource::accept() {
     ControlSource::watch(link, true);
 }
 
-void ListenSource::refuse(int error) {
+base::unique_fd ListenSource::acceptInShortage(int error) {
     // A connection that stays in the queue would wake the pool again and again. Free the reserved
     // descriptor to accept it, send the reason and close it.
     const bool hadReserve = reserve_.get() >= 0;
     reserve_.reset();
-    base::unique_fd refused(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-    const bool isRefused = refused >= 0;
-    if (isRefused) {
+    base::unique_fd socket(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    reserve_ = openReserve();
+    // If there is a reserve beside the connection, the shortage is over.
+    if (socket >= 0 && reserve_ >= 0) return socket;
+    if (socket >= 0) {
         MessageHeader header{};
         header.type = kTurnedAway;
         header.code = static_cast<uint32_t>(-error);
-        (void)Channel(std::move(refused), Channel::Kind::Control).send(header);
-    }
-    reserve_ = openReserve();
-    if (isRefused) {
+        (void)Channel(std::move(socket), Channel::Kind::Control).send(header);
+        reserve_ = openReserve();
         ALOGE("too many clients: a connection is refused");
     } else {
         if (hadReserve) ALOGE("too many clients: no descriptor is left to refuse one with, it waits");
         // Another thread has taken the descriptor: pause before the next attempt.
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
+    return base::unique_fd();
 }
 
 void PeerSource::onReadable(DispatchGuard& turn) {

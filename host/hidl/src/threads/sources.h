@@ -18,7 +18,8 @@ class ListenSource : public Source {
 
   private:
     void accept();
-    void refuse(int error);
+    /** Accepts a connection if the shortage is over. Otherwise refuses it, for `error`, and returns none. */
+    base::unique_fd acceptInShortage(int error);
 
     const base::unique_fd socket_;
     base::unique_fd reserve_;
