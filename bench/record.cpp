@@ -82,6 +82,6 @@ int main(int argc, char** argv) {
     const hidlaudio::bench::TemporaryTv tv;
     hidlaudio::bench::reportColumns();
     measure(tv.root(), "one core", 0, 2.0);
-    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measure(tv.root(), "a core each", 1, 2.3);
+    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measure(tv.root(), "a core each", 1, 2.7);
     return hidlaudio::bench::exitStatus();
 }
