@@ -86,9 +86,12 @@ class GoodClient {
             int32_t sum;
         } reply{};
         // The offer of a lane comes first. This client does without.
+        ssize_t size = 0;
         do {
-            require(recv(channel_.get(), &reply, sizeof(reply), MSG_DONTWAIT) > 0);
+            size = recv(channel_.get(), &reply, sizeof(reply), MSG_DONTWAIT);
+            require(size > 0);
         } while (reply.header.type == kDescriptorsFollow || reply.header.type == kLane);
+        require(size == sizeof(reply));
         require(reply.header.type == kReply && reply.status == 0 && reply.sum == 3);
     }
 

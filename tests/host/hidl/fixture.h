@@ -164,12 +164,12 @@ class HidlTest : public testing::Test {
     ~HidlTest() override { alarm(0); }
 };
 
-/** Fixture with a single-threaded service and a proxy of it. */
 /** Makes calls until the channel has all descriptors that it will ever have. */
 inline void makeBusy(const sp<IProbe>& probe) {
     for (int i = 0; i <= android::hardware::transport::kLaneCalls; ++i) EXPECT_EQ(probe->add(1, 2), 3);
 }
 
+/** Fixture with a single-threaded service and a proxy of it. */
 class ServedTest : public HidlTest {
   protected:
     Service service_;

@@ -1,24 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bulk.h"
 
-#include <fcntl.h>
+#include <errno.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 
+#include "shared_memory.h"
 #include "shortage.h"
 
 namespace android::hardware::transport {
 namespace {
 
 constexpr size_t kLargeBlock = 65536;
-
-uint8_t* mapShared(int fd) {
-    void* base = mmap(nullptr, kBulkMemorySize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    return base == MAP_FAILED ? nullptr : static_cast<uint8_t*>(base);
-}
 
 }  // namespace
 
@@ -27,29 +21,17 @@ BulkMapping::~BulkMapping() {
 }
 
 bool BulkMapping::isSane(int fd) {
-    // If the owner could shrink the memory, reading it could raise SIGBUS. Devices and read-only
-    // descriptors cannot be mapped.
-    const int seals = fcntl(fd, F_GET_SEALS);
-    struct stat status{};
-    return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 &&
-           (seals & (F_SEAL_WRITE | F_SEAL_FUTURE_WRITE)) == 0 &&
-           (fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDWR && fstat(fd, &status) == 0 &&
-           static_cast<uint64_t>(status.st_size) == kBulkMemorySize;
+    return hasFixedSize(fd, kBulkMemorySize) && isWritable(fd);
 }
 
 std::shared_ptr<BulkMapping> BulkMapping::ofPeer(int fd) {
-    uint8_t* base = mapShared(fd);
-    return base != nullptr ? std::make_shared<BulkMapping>(base) : nullptr;
+    void* base = mapShared(fd, kBulkMemorySize);
+    return base != nullptr ? std::make_shared<BulkMapping>(static_cast<uint8_t*>(base)) : nullptr;
 }
 
 std::shared_ptr<BulkMapping> BulkMapping::create(base::unique_fd* fd) {
-    fd->reset(memfd_create("hidl-bulk", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (*fd < 0 || ftruncate(*fd, kBulkMemorySize) != 0 ||
-        fcntl(*fd, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0) {
-        return nullptr;
-    }
-    uint8_t* base = mapShared(*fd);
-    return base != nullptr ? std::make_shared<BulkMapping>(base) : nullptr;
+    void* base = createShared("hidl-bulk", kBulkMemorySize, 0, fd);
+    return base != nullptr ? std::make_shared<BulkMapping>(static_cast<uint8_t*>(base)) : nullptr;
 }
 
 bool BulkMapping::holds(size_t block, size_t size) {

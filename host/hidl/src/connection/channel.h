@@ -49,8 +49,7 @@ class Channel {
      */
     Received receive(IncomingMessage* message, bool wait);
 
-    /** Offers a lane to the peer, which waits for an answer on this channel. Without effect if none is left.
-     */
+    /** Offers a lane to the caller, which waits for its answer. No effect if no lane is left. */
     void offerLane();
     /** Uses the lane that the peer offers, if it can. Returns false if the message is malformed. */
     bool adoptLane(IncomingMessage* message);

@@ -10,29 +10,16 @@
 
 #include <atomic>
 
+#include "shared_memory.h"
+
 namespace android::hardware::transport {
 namespace {
 
 constexpr size_t kMemorySize = 2 * sizeof(LaneSlot);
-constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
 /** Lanes take descriptors that connections may need: only the first busy channels get one. */
 constexpr int kMaxLanes = 64;
 
 std::atomic<int> gLanesServed{0};
-
-LaneSlot* mapSlots(int fd) {
-    void* memory = mmap(nullptr, kMemorySize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    return memory == MAP_FAILED ? nullptr : static_cast<LaneSlot*>(memory);
-}
-
-bool isSlots(int fd) {
-    // If the owner could shrink the memory, reading it could raise SIGBUS.
-    const int seals = fcntl(fd, F_GET_SEALS);
-    struct stat status{};
-    return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 &&
-           (seals & (F_SEAL_WRITE | F_SEAL_FUTURE_WRITE)) == 0 && fstat(fd, &status) == 0 &&
-           static_cast<uint64_t>(status.st_size) == kMemorySize;
-}
 
 bool isPipe(int fd) {
     struct stat status{};
@@ -56,10 +43,8 @@ std::unique_ptr<Lane> Lane::create() {
         --gLanesServed;
         return nullptr;
     }
-    base::unique_fd memory(memfd_create("hidl-lane", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    LaneSlot* slots = nullptr;
-    if (memory >= 0 && ftruncate(memory, kMemorySize) == 0 && fcntl(memory, F_ADD_SEALS, kSeals) == 0)
-        slots = mapSlots(memory);
+    base::unique_fd memory;
+    auto* const slots = static_cast<LaneSlot*>(createShared("hidl-lane", kMemorySize, 0, &memory));
     if (slots == nullptr) {
         --gLanesServed;
         return nullptr;
@@ -75,14 +60,14 @@ std::unique_ptr<Lane> Lane::create() {
 }
 
 bool Lane::isSane(const std::vector<base::unique_fd>& fds) {
-    return fds.size() == 2 && isSlots(fds[0]) && isPipe(fds[1]);
+    return fds.size() == 2 && hasFixedSize(fds[0], kMemorySize) && isWritable(fds[0]) && isPipe(fds[1]);
 }
 
 std::unique_ptr<Lane> Lane::adopt(const std::vector<base::unique_fd>& fds) {
     base::unique_fd ring = openAnew(fds[1]);
-    LaneSlot* const slots = ring >= 0 ? mapSlots(fds[0]) : nullptr;
+    void* const slots = ring >= 0 ? mapShared(fds[0], kMemorySize) : nullptr;
     if (slots == nullptr) return nullptr;
-    std::unique_ptr<Lane> lane(new Lane(Side::Calls, slots));
+    std::unique_ptr<Lane> lane(new Lane(Side::Calls, static_cast<LaneSlot*>(slots)));
     lane->ring_ = std::move(ring);
     return lane;
 }

@@ -56,9 +56,10 @@ class Lane {
     /** Takes the packet. Returns its size, or nothing if that is impossible. @param to kLanePacket bytes */
     std::optional<size_t> take(uint8_t* to);
 
-    /** Tells the server that this caller polls the slot. */
+    /** Called by a caller before it polls full(): lets the server answer in the slot. */
     void poll();
-    /** Ends poll(). Returns false if the server has passed a packet meanwhile. */
+    /** Called before it blocks: the server answers on the socket from now on. Returns false if it is full().
+     */
     [[nodiscard]] bool sleep();
 
     /** The descriptor of a server that becomes readable when the caller passes a packet. */
@@ -73,8 +74,8 @@ class Lane {
     const Side side_;
     LaneSlot* const slots_;
     base::unique_fd memory_;
-    base::unique_fd bell_;
-    base::unique_fd ring_;
+    base::unique_fd bell_;  // the pipe's end to read, of the server
+    base::unique_fd ring_;  // its end to write
     uint32_t sentOnSocket_ = 0;
     uint32_t receivedOnSocket_ = 0;
 };

@@ -8,12 +8,11 @@
 #include <log/log.h>
 #include <string.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 
 #include "host/hidl/src/threads/spin.h"
+#include "shared_memory.h"
 
 namespace android::hardware::transport {
 namespace {
@@ -23,30 +22,10 @@ static_assert(sizeof(SpaceBooks) <= kPage && sizeof(SpaceClaims) <= kPage);
 static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<uint32_t>) == 4,
               "the totals are shared between processes");
 
-constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
 constexpr int64_t kReportInterval = 50'000'000;  // nanoseconds
 
 // Senders that claim the same room at once all withdraw; one of the next attempts succeeds.
 constexpr int kClaimAttempts = 32;
-
-/** Creates a page to share. With F_SEAL_FUTURE_WRITE in `seals`, only this mapping can write to it. */
-void* makeShared(const char* name, int seals, base::unique_fd* fd) {
-    fd->reset(memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (*fd < 0 || ftruncate(*fd, kPage) != 0) return nullptr;
-    void* memory = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED, *fd, 0);
-    if (memory == MAP_FAILED) return nullptr;
-    if (fcntl(*fd, F_ADD_SEALS, seals) == 0) return memory;
-    const int error = errno;
-    munmap(memory, kPage);
-    errno = error;
-    return nullptr;
-}
-
-bool isSealedPage(int fd) {
-    const int seals = fcntl(fd, F_GET_SEALS);
-    struct stat status{};
-    return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 && fstat(fd, &status) == 0 && status.st_size == kPage;
-}
 
 }  // namespace
 
@@ -84,8 +63,8 @@ ReceiveSpace& ReceiveSpace::own() {
 
 bool ReceiveSpace::makeMemory() {
     if (books_ != nullptr) return true;
-    void* claims = makeShared("hidl-space-claims", kSeals, &claimsFd_);
-    void* books = makeShared("hidl-space-books", kSeals | F_SEAL_FUTURE_WRITE, &booksFd_);
+    void* claims = createShared("hidl-space-claims", kPage, 0, &claimsFd_);
+    void* books = createShared("hidl-space-books", kPage, F_SEAL_FUTURE_WRITE, &booksFd_);
     if (claims == nullptr || books == nullptr) {
         ALOGE("no memory to share the receive buffer, calls to this process are not counted: %s",
               strerror(errno));
@@ -171,19 +150,18 @@ void ReceiveSpace::auditShare(SpaceShare& share) {
 }
 
 bool PeerSpace::isSane(int books, int claims, uint32_t slot) {
-    // If the owner could shrink the memory, reading it could raise SIGBUS.
-    return slot < kSpaceSlots && isSealedPage(books) && isSealedPage(claims);
+    return slot < kSpaceSlots && hasFixedSize(books, kPage) && hasFixedSize(claims, kPage);
 }
 
 std::unique_ptr<PeerSpace> PeerSpace::map(int books, int claims, uint32_t slot) {
-    void* book = mmap(nullptr, kPage, PROT_READ, MAP_SHARED, books, 0);
-    void* claim = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED, claims, 0);
-    if (book != MAP_FAILED && claim != MAP_FAILED) {
+    void* book = mapShared(books, kPage, PROT_READ);
+    void* claim = mapShared(claims, kPage);
+    if (book != nullptr && claim != nullptr) {
         return std::make_unique<PeerSpace>(static_cast<SpaceBooks*>(book), static_cast<SpaceClaims*>(claim),
                                            slot);
     }
-    if (book != MAP_FAILED) munmap(book, kPage);
-    if (claim != MAP_FAILED) munmap(claim, kPage);
+    if (book != nullptr) munmap(book, kPage);
+    if (claim != nullptr) munmap(claim, kPage);
     return nullptr;
 }
 

@@ -68,19 +68,19 @@ Pool::Pool() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
     if (epoll_ < 0) details::logAlwaysFatal("No epoll instance for the pool.");
 }
 
-// Watches the source's descriptor, or its bell. If not `now`, endTurn() must do so again.
-void Pool::watch(const Source& source, bool bell, bool now, int operation) {
-    const int fd = bell ? source.bell() : source.fd();
+// Adds or changes a descriptor of the source in the epoll set.
+void Pool::watch(const Source& source, Which which, From from, int operation) {
+    const int fd = which == Which::Bell ? source.bell() : source.fd();
     epoll_event event{};
     event.events = source.awaitsRoom() ? EPOLLOUT : EPOLLIN;
-    if (!now) {
+    if (from == From::TurnsEnd) {
         event.events = EPOLLONESHOT;
     } else if (oneShot_.load(std::memory_order_relaxed)) {
         event.events |= EPOLLONESHOT;
     } else if (source.oneAtATime()) {
         event.events |= EPOLLET;
     }
-    event.data.u64 = eventKey(source.key_, bell);
+    event.data.u64 = eventKey(source.key_, which == Which::Bell);
     if (epoll_ctl(epoll_.get(), operation, fd, &event) != 0) {
         ALOGE("can't watch descriptor %d: %s", fd, strerror(errno));
     }
@@ -88,23 +88,24 @@ void Pool::watch(const Source& source, bool bell, bool now, int operation) {
 
 // Watches those descriptors of the source again whose events were delivered.
 void Pool::arm(Source& source) {
-    if (std::exchange(source.fired_[0], false)) watch(source, false, true, EPOLL_CTL_MOD);
-    if (std::exchange(source.fired_[1], false) && source.hasBell_) watch(source, true, true, EPOLL_CTL_MOD);
+    if (std::exchange(source.fired_, false)) watch(source, Which::Fd, From::Now, EPOLL_CTL_MOD);
+    if (std::exchange(source.bellFired_, false) && source.hasBell_)
+        watch(source, Which::Bell, From::Now, EPOLL_CTL_MOD);
 }
 
 void Pool::add(const std::shared_ptr<Source>& source) {
     std::lock_guard<std::mutex> lock(mutex_);
     source->key_ = ++keys_;
     sources_[source->key_] = source;
-    watch(*source, false, true, EPOLL_CTL_ADD);
+    watch(*source, Which::Fd, From::Now, EPOLL_CTL_ADD);
 }
 
 void Pool::addBell(Source& source) {
     std::lock_guard<std::mutex> lock(mutex_);
     if (sources_.count(source.key_) == 0) return;
     source.hasBell_ = true;
-    source.fired_[1] = oneShot_;
-    watch(source, true, !oneShot_, EPOLL_CTL_ADD);
+    source.bellFired_ = oneShot_;
+    watch(source, Which::Bell, oneShot_ ? From::TurnsEnd : From::Now, EPOLL_CTL_ADD);
 }
 
 void Pool::remove(Source& source) {
@@ -149,9 +150,10 @@ void Pool::shareWithLock() {
     if (oneShot_.exchange(true)) return;
     for (const auto& [key, source] : sources_) {
         const bool inTurn = source->inTurn_;
-        source->fired_[0] = source->fired_[1] = inTurn;
-        watch(*source, false, !inTurn, EPOLL_CTL_MOD);
-        if (source->hasBell_) watch(*source, true, !inTurn, EPOLL_CTL_MOD);
+        const From from = inTurn ? From::TurnsEnd : From::Now;
+        source->fired_ = source->bellFired_ = inTurn;
+        watch(*source, Which::Fd, from, EPOLL_CTL_MOD);
+        if (source->hasBell_) watch(*source, Which::Bell, from, EPOLL_CTL_MOD);
     }
 }
 
@@ -224,7 +226,7 @@ void Pool::serveSource(uint64_t key) {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = sources_.find(key / 2);
         if (found == sources_.end()) return;
-        found->second->fired_[isBell(key) ? 1 : 0] = true;
+        (isBell(key) ? found->second->bellFired_ : found->second->fired_) = true;
         // A thread is in it, for its other descriptor or since before shareWithLock().
         if (found->second->inTurn_) return;
         source = found->second;

@@ -22,7 +22,7 @@ class Source : public std::enable_shared_from_this<Source> {
     virtual int fd() const = 0;
     /** Called when the descriptor is ready. Handles one message, so that other sources are not delayed. */
     virtual void onReadable(DispatchGuard& turn) = 0;
-    /** Returns a second descriptor, that the pool watches after addBell() and empties; or -1. */
+    /** Returns a second descriptor that the pool watches after addBell() and empties; or -1. */
     virtual int bell() const { return -1; }
     /**
      * Returns whether one event per message suffices, because the peer waits for the answer before it
@@ -38,7 +38,8 @@ class Source : public std::enable_shared_from_this<Source> {
     uint64_t key_ = 0;
     // Guarded by the pool's mutex:
     bool hasBell_ = false;             // the pool watches bell()
-    bool fired_[2] = {};               // whether fd() and bell() must be watched again when this turn ends
+    bool fired_ = false;               // fd() must be watched again when the turn ends
+    bool bellFired_ = false;           // bell() must be watched again then
     std::atomic<bool> inTurn_{false};  // set to true with the pool's mutex held
 };
 
@@ -69,6 +70,9 @@ class Pool {
   private:
     friend class DispatchGuard;
 
+    enum class Which { Fd, Bell };
+    enum class From { Now, TurnsEnd };  // when events are delivered; after TurnsEnd, arm() must be called
+
     [[noreturn]] void serve();
     void serveSource(uint64_t key);
     uint64_t nextKey();
@@ -79,7 +83,7 @@ class Pool {
     void shareWithLock() REQUIRES(mutex_);
     void endTurn(Source& source);
     void arm(Source& source) REQUIRES(mutex_);
-    void watch(const Source& source, bool bell, bool now, int operation);
+    void watch(const Source& source, Which which, From from, int operation);
 
     const base::unique_fd epoll_;
     std::mutex mutex_;
