@@ -2,9 +2,8 @@
 #pragma once
 
 #include <hwbinder/Parcel.h>
-#include <stddef.h>
+#include <jni.h>
 
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -24,19 +23,22 @@ class JavaParcel {
     android::hardware::Parcel& operator*() const { return *parcel_; }
     android::hardware::Parcel* operator->() const { return parcel_; }
 
-    /** Returns memory that lives as long as the parcel, because it is sent only later. */
-    void* store(size_t size) {
-        storage_.emplace_back(new uint8_t[size]);
-        return storage_.back().get();
-    }
+    ~JavaParcel();
+    JavaParcel(const JavaParcel&) = delete;
+    JavaParcel& operator=(const JavaParcel&) = delete;
+
+    /**
+     * Returns a reference to an array that lives as long as the parcel, because a large array is copied only
+     * when the parcel is sent. Returns null with an exception pending if there is no memory.
+     */
+    jobject keep(JNIEnv* env, jobject array);
     /** Sends a reply. Returns false if the parcel is no reply or was sent already. */
     bool send();
 
     bool sent = false;
 
   private:
-    // Destroyed after the parcel, which refers to it.
-    std::vector<std::unique_ptr<uint8_t[]>> storage_;
+    std::vector<jobject> kept_;
     std::optional<android::hardware::Parcel> own_;
     android::hardware::Parcel* const parcel_;
     TransactCallback* const callback_ = nullptr;

@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include <iterator>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -24,6 +25,7 @@ using android::hardware::Parcel;
 using android::hardware::readEmbeddedFromParcel;
 using android::hardware::Status;
 using android::hardware::writeEmbeddedToParcel;
+using android::hardware::details::kIsPlainData;
 
 JavaParcel& parcelOf(jlong handle) {
     return *pointerOf<JavaParcel>(handle);
@@ -73,16 +75,39 @@ struct Vectors {
 
     static void write(JNIEnv* env, jobject, jlong handle, JavaArray array) {
         JavaParcel& parcel = parcelOf(handle);
-        const auto count = static_cast<size_t>(env->GetArrayLength(array));
-        void* copy = parcel.store(count * sizeof(T));
-        (env->*get)(array, 0, static_cast<jsize>(count), static_cast<JavaType*>(copy));
-        hidl_vec<T> vec;
-        vec.setToExternal(static_cast<T*>(copy), count);
+        hidl_vec<T> vec;  // without elements: only its size is sent
+        vec.setToExternal(nullptr, static_cast<size_t>(env->GetArrayLength(array)));
         size_t parent = 0;
-        size_t child = 0;
         status_t status = parcel->writeBuffer(&vec, sizeof(vec), &parent);
-        if (status == android::OK) status = writeEmbeddedToParcel(vec, &*parcel, parent, 0, &child);
+        if (status == android::OK) status = writeElements(env, parcel, array, vec.size() * sizeof(T), parent);
         throwIfNotWritten(env, status);
+    }
+
+    // A large array is copied when the parcel is sent, directly to the memory shared with the receiver.
+    static status_t writeElements(JNIEnv* env, JavaParcel& parcel, JavaArray array, size_t size,
+                                  size_t parent) {
+        constexpr size_t kOffset = hidl_vec<T>::kOffsetOfBuffer;
+        size_t child = 0;
+        if constexpr (kIsPlainData<T>) {
+            jobject kept = parcel.keep(env, array);
+            return kept == nullptr ? android::OK  // an exception is pending
+                                   : parcel->writeEmbeddedBuffer(kept, size, &child, parent, kOffset, copyTo);
+        } else {
+            const auto bytes = std::make_unique<uint8_t[]>(size);
+            copyTo(array, bytes.get(), size);
+            return parcel->writeEmbeddedBuffer(bytes.get(), size, &child, parent, kOffset);
+        }
+    }
+
+    static void copyTo(const void* array, uint8_t* target, size_t size) {
+        JNIEnv* env = environment();
+        if (env == nullptr) {  // the virtual machine has ended
+            memset(target, 0, size);
+            return;
+        }
+        void* elements = target;
+        (env->*get)(static_cast<JavaArray>(const_cast<void*>(array)), 0, static_cast<jsize>(size / sizeof(T)),
+                    static_cast<JavaType*>(elements));
     }
 
     static JavaArray read(JNIEnv* env, jobject, jlong handle) {
@@ -97,11 +122,11 @@ struct Vectors {
             return nullptr;
         }
         JavaArray array = (env->*create)(static_cast<jsize>(vec->size()));
-        if (array != nullptr) copyTo(env, array, *vec);
+        if (array != nullptr) fill(env, array, *vec);
         return array;
     }
 
-    static void copyTo(JNIEnv* env, JavaArray array, const hidl_vec<T>& vec) {
+    static void fill(JNIEnv* env, JavaArray array, const hidl_vec<T>& vec) {
         const void* received = vec.data();
         const auto* elements = static_cast<const JavaType*>(received);
         std::vector<JavaType> flags;

@@ -90,6 +90,12 @@ class Parcel {
      */
     status_t writeEmbeddedBuffer(const void* data, size_t size, size_t* handle, size_t parent,
                                  size_t parentOffset, bool plain = false);
+    /**
+     * Writes plain data that only `copy` can read. It is called once, now or when the parcel is sent, on that
+     * thread, and must not make calls.
+     */
+    status_t writeEmbeddedBuffer(const void* data, size_t size, size_t* handle, size_t parent,
+                                 size_t parentOffset, transport::CopyBulk copy);
     status_t readBuffer(size_t size, size_t* handle, const void** data) const;
     /** Reads such a buffer. Only `plain` data may lie in memory that the sender can still write to. */
     status_t readEmbeddedBuffer(size_t size, size_t* handle, size_t parent, size_t parentOffset,
@@ -141,7 +147,7 @@ class Parcel {
     status_t readPrimitive(T* value) const;
     uint8_t* reserve(size_t size, size_t alignment);
     status_t writeRecord(const void* data, size_t size, uint32_t parent, uint32_t parentOffset,
-                         size_t* handle, bool plain);
+                         size_t* handle, transport::CopyBulk copyLater);
     status_t clearPointer(size_t parent, size_t offset);
     status_t readRecord(size_t size, uint32_t parent, uint32_t parentOffset, size_t* handle,
                         const void** data, bool plain) const;

@@ -52,6 +52,9 @@ class PacketBuffer {
     size_t capacity_ = 0;
 };
 
+/** Copies `size` bytes of `data` to `target`. */
+using CopyBulk = void (*)(const void* data, uint8_t* target, size_t size);
+
 /** A message being written. The first kHeaderSize bytes of `buffer` are reserved for the header. */
 struct OutgoingBody {
     /** Plain data that is copied when the message is sent. */
@@ -59,6 +62,10 @@ struct OutgoingBody {
         const void* data;
         size_t size;
         size_t offset;
+        CopyBulk copy;
+
+        /** Copies the data to its place in a block. */
+        void copyTo(uint8_t* block) const { copy(data, block + offset, size); }
     };
 
     static constexpr size_t kMaxBulkPieces = 4;

@@ -10,6 +10,7 @@
 namespace android::hardware {
 
 using transport::BufferRecord;
+using transport::CopyBulk;
 using transport::kBulkAlignment;
 using transport::kBulkThreshold;
 using transport::kHeaderSize;
@@ -43,6 +44,10 @@ constexpr size_t kBufferAlignment = 8;
 template <typename T>
 constexpr size_t alignmentOf() {
     return sizeof(T) < kWordSize ? kWordSize : sizeof(T);
+}
+
+void copyBytes(const void* data, uint8_t* target, size_t size) {
+    if (size > 0) memcpy(target, data, size);
 }
 
 }  // namespace
@@ -212,9 +217,11 @@ bool Parcel::enforceInterface(const char* interface) const {
     return token != nullptr && strcmp(token, interface) == 0;
 }
 
+// Large data is copied when the parcel is sent, unless `copyLater` is null.
 status_t Parcel::writeRecord(const void* data, size_t size, uint32_t parent, uint32_t parentOffset,
-                             size_t* handle, bool plain) {
-    const bool bulk = plain && size > kBulkThreshold && out_.bulkCount < OutgoingBody::kMaxBulkPieces;
+                             size_t* handle, CopyBulk copyLater) {
+    const bool bulk =
+        copyLater != nullptr && size > kBulkThreshold && out_.bulkCount < OutgoingBody::kMaxBulkPieces;
     if (size > kTransactionLimit) out_.tooLarge = true;
     weighBuffer(size);
     uint8_t* place = reserve(sizeof(BufferRecord), kWordSize);
@@ -223,14 +230,14 @@ status_t Parcel::writeRecord(const void* data, size_t size, uint32_t parent, uin
     if (bulk) {
         const size_t offset = alignUp(out_.bulkSize, kBulkAlignment);
         record.place = static_cast<uint32_t>(offset);
-        out_.bulk[out_.bulkCount++] = {data, size, offset};
+        out_.bulk[out_.bulkCount++] = {data, size, offset, copyLater};
         out_.bulkSize = offset + size;
     }
     memcpy(place, &record, sizeof(record));
     if (!bulk) {
         place = reserve(size, kRecordDataAlignment);
         if (place == nullptr) return FAILED_TRANSACTION;
-        if (size > 0) memcpy(place, data, size);
+        (copyLater != nullptr ? copyLater : copyBytes)(data, place, size);
     }
     *handle = out_.bodySize - (bulk ? 0 : size);
     return OK;
@@ -262,15 +269,20 @@ status_t Parcel::readRecord(size_t size, uint32_t parent, uint32_t parentOffset,
 }
 
 status_t Parcel::writeBuffer(const void* data, size_t size, size_t* handle) {
-    return writeRecord(data, size, kNoParent, 0, handle, false);
+    return writeRecord(data, size, kNoParent, 0, handle, nullptr);
 }
 
 status_t Parcel::writeEmbeddedBuffer(const void* data, size_t size, size_t* handle, size_t parent,
                                      size_t parentOffset, bool plain) {
+    return writeEmbeddedBuffer(data, size, handle, parent, parentOffset, plain ? copyBytes : nullptr);
+}
+
+status_t Parcel::writeEmbeddedBuffer(const void* data, size_t size, size_t* handle, size_t parent,
+                                     size_t parentOffset, CopyBulk copy) {
     const status_t status = clearPointer(parent, parentOffset);
     if (status != OK) return status;
     return writeRecord(data, size, static_cast<uint32_t>(parent), static_cast<uint32_t>(parentOffset), handle,
-                       plain);
+                       copy);
 }
 
 status_t Parcel::readBuffer(size_t size, size_t* handle, const void** data) const {
@@ -390,8 +402,7 @@ status_t Parcel::deliverTo(Parcel* receiver) const {
         message.attach().fds.push_back(std::move(copy));
     }
     auto bulk = std::make_unique<uint8_t[]>(out_.bulkSize);
-    for (size_t i = 0; i < out_.bulkCount; ++i)
-        memcpy(bulk.get() + out_.bulk[i].offset, out_.bulk[i].data, out_.bulk[i].size);
+    for (size_t i = 0; i < out_.bulkCount; ++i) out_.bulk[i].copyTo(bulk.get());
     message.bulk = transport::BulkView(std::move(bulk), out_.bulkSize);
     receiver->incoming() = std::move(message);
     receiver->startReading();

@@ -141,9 +141,7 @@ status_t Channel::fillBulk(MessageHeader* header, const OutgoingBody& body, size
     const status_t status = bulkSender_.allocate(size, &block);
     if (status != OK) return status;
     uint8_t* data = bulkSender_.blockData(block);
-    for (size_t i = 0; i < body.bulkCount; ++i) {
-        memcpy(data + skip + body.bulk[i].offset, body.bulk[i].data, body.bulk[i].size);
-    }
+    for (size_t i = 0; i < body.bulkCount; ++i) body.bulk[i].copyTo(data + skip);
     header->bulkOffset = static_cast<uint32_t>(block);
     header->bulkSize = static_cast<uint32_t>(size);
     if (bulkSender_.undelivered() >= 0) {

@@ -138,6 +138,7 @@ public class HwParcel {
         return new ArrayList<>(Arrays.asList(HwBlob.wrapArray(readBoolVectorAsArray())));
     }
 
+    // This method and those like it may read the array only when the parcel is sent, so it must not change.
     final void writeBoolVector(boolean[] value) {
         writeBoolVector(handle(), value);
     }
