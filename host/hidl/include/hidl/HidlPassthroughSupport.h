@@ -1,21 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <hidl/HidlTransportUtils.h>
-#include <hidl/Static.h>
+#include <utils/StrongPointer.h>
 
 namespace android::hardware::details {
 
-/**
- * Returns `interface` in the in-process wrapper of its most derived interface, or null if the program
- * has no such wrapper.
- */
-sp<hidl::base::V1_0::IBase> wrapPassthroughInternal(const sp<hidl::base::V1_0::IBase>& interface);
-
+/** Returns `interface`: there are no in-process wrappers (TaskRunner.h). */
 template <typename IType>
 sp<IType> wrapPassthrough(const sp<IType>& interface) {
-    if (interface == nullptr || interface->isRemote()) return interface;
-    return static_cast<IType*>(wrapPassthroughInternal(interface).get());
+    return interface;
 }
 
 }  // namespace android::hardware::details

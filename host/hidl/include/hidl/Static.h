@@ -67,11 +67,22 @@ class ConcurrentMap {
 };
 
 using BnConstructor = std::function<sp<IBinder>(void*)>;
-using BsConstructor = std::function<sp<hidl::base::V1_0::IBase>(void*)>;
 
-/** Constructors of the stubs (Bn) and the in-process wrappers (Bs), by name of the interface. */
+/** Constructors of the stubs (Bn), by name of the interface. */
 ConcurrentMap<std::string, BnConstructor>& getBnConstructorMap();
-ConcurrentMap<std::string, BsConstructor>& getBsConstructorMap();
+
+/**
+ * Takes the constructors of the in-process wrappers (TaskRunner.h) and drops them. Thus nothing refers to the
+ * wrappers, and the linker leaves them out of the programs, of whose code they are more than a third.
+ */
+struct BsConstructorMap {
+    template <typename Constructor>
+    void set(const char*, const Constructor&) const {}
+    void erase(const char*) const {}
+};
+inline BsConstructorMap getBsConstructorMap() {
+    return {};
+}
 
 struct SchedPrio {
     int sched_policy;

@@ -4,27 +4,19 @@
 #include <stddef.h>
 
 #include <functional>
-#include <memory>
 
 namespace android::hardware::details {
 
-/** Runs tasks one after another on its own thread, which the first push() starts. */
+/**
+ * Queue of the generated in-process wrappers (Bs…). They are compiled but never created, because a
+ * workstation loads no implementation into the client. The queue therefore takes no task.
+ */
 class TaskRunner {
   public:
     using Task = std::function<void()>;
 
-    TaskRunner();
-    ~TaskRunner();
-
-    /** Sets the maximum number of queued tasks. Call it before the first push(). */
-    void start(size_t limit);
-
-    /** Queues a task. Returns false if the queue is full. Any thread. */
-    bool push(const Task& task);
-
-  private:
-    struct Queue;
-    std::shared_ptr<Queue> queue_;
+    void start(size_t) {}
+    bool push(const Task&) { return false; }
 };
 
 }  // namespace android::hardware::details

@@ -21,11 +21,6 @@ ConcurrentMap<std::string, BnConstructor>& getBnConstructorMap() {
     return *map;
 }
 
-ConcurrentMap<std::string, BsConstructor>& getBsConstructorMap() {
-    static auto* const map = new ConcurrentMap<std::string, BsConstructor>();
-    return *map;
-}
-
 ConcurrentMap<const IBase*, wp<IBinder>>* const gBnMap = new ConcurrentMap<const IBase*, wp<IBinder>>();
 ConcurrentMap<wp<IBase>, SchedPrio>* const gServicePrioMap = new ConcurrentMap<wp<IBase>, SchedPrio>();
 ConcurrentMap<wp<IBase>, bool>* const gServiceSidMap = new ConcurrentMap<wp<IBase>, bool>();

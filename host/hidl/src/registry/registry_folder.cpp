@@ -102,13 +102,16 @@ base::unique_fd lockLifeOf(uint64_t process) {
     return lockByte(lifeByteOf(process), F_OFD_SETLK);
 }
 
-LivingProcesses::LivingProcesses() : lockFile_(openRegularFile(registryDirectory() + kLockFile, O_RDONLY)) {
+void LivingProcesses::open() {
+    isOpen_ = true;
+    lockFile_.reset(openRegularFile(registryDirectory() + kLockFile, O_RDONLY));
     if (lockFile_ >= 0 || !isShortage(errno)) return;
     noteShortage("can't look whether a service lives", errno);
     isUnknown_ = true;
 }
 
 bool LivingProcesses::contains(uint64_t process) {
+    if (!isOpen_) open();
     if (lockFile_ < 0) return isUnknown_;
     const auto [known, isNew] = known_.try_emplace(process, false);
     if (isNew) {

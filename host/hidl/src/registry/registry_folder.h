@@ -34,13 +34,14 @@ base::unique_fd lockLifeOf(uint64_t process);
 /** Finds out which server processes are alive, once for each process. Not thread-safe. */
 class LivingProcesses {
   public:
-    LivingProcesses();
-
     /** Returns whether the process is alive. Also true (noted) in a shortage, so that its files stay. */
     bool contains(uint64_t process);
 
   private:
-    const base::unique_fd lockFile_;
+    void open();
+
+    bool isOpen_ = false;
+    base::unique_fd lockFile_;
     bool isUnknown_ = false;
     std::map<uint64_t, bool> known_;
 };
