@@ -3,12 +3,17 @@
 // measured.
 
 #include <android/hidl/base/1.0/IBase.h>
+#include <hardware_legacy/power.h>
 #include <hidl/HidlTransportSupport.h>
 #include <unistd.h>
 
+#include "platform/soc_middleware.h"
+
 int main(int argc, char**) {
-    // Refers to a function of the runtime: otherwise the linker would drop the library.
+    // Refers to a function of each library: otherwise the linker would drop it.
     volatile auto runtime = &android::hardware::configureRpcThreadpool;
-    if (argc > 1 && runtime != nullptr) pause();
+    volatile auto middleware = &DRV_Init;
+    volatile auto power = &acquire_wake_lock;
+    if (argc > 1 && runtime != nullptr && middleware != nullptr && power != nullptr) pause();
     return 0;
 }
