@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android-base/stringprintf.h>
-#include <android/hidl/base/1.0/IBase.h>
-#include <errno.h>
+#include <android-base/unique_fd.h>
 #include <stdio.h>
 #include <strings.h>
 #include <time.h>
@@ -15,7 +14,6 @@
 #include "client/commands.h"
 #include "client/services/known_services.h"
 #include "host/program/interrupt.h"
-#include "host/program/owned_descriptor.h"
 #include "host/program/standard_streams.h"
 #include "host/recording/record_control.h"
 #include "host/recording/record_line.h"
@@ -213,7 +211,7 @@ class OwnRecord {
 
   private:
     std::string problem_;
-    host::OwnedDescriptor lock_;
+    android::base::unique_fd lock_;
     std::shared_ptr<const std::atomic<bool>> isReady_;
 };
 
