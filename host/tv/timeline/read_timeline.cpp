@@ -71,13 +71,8 @@ class Builder {
     void finish() {
         loseCalls(timeline_.end);
         // The clients come first.
-        std::vector<Lane> ordered;
-        for (const bool isThread : {false, true}) {
-            for (Lane& one : timeline_.lanes) {
-                if ((one.thread != 0) == isThread) ordered.push_back(std::move(one));
-            }
-        }
-        timeline_.lanes = std::move(ordered);
+        std::stable_partition(timeline_.lanes.begin(), timeline_.lanes.end(),
+                              [](const Lane& one) { return one.thread == 0; });
     }
 
   private:
