@@ -13,9 +13,7 @@
 #include "host/middleware/config_keys.h"
 #include "host/program/terminal.h"
 #include "host/tv_files/back_end_files.h"
-#include "host/tv_files/manifest_file.h"
 #include "host/tv_files/regular_file.h"
-#include "host/tv_files/stored_files.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
@@ -169,12 +167,11 @@ std::optional<TvModel> openTv() {
     }
     std::string text;
     if (const int error = readValueFile(path, text); error != 0) {
-        if (error != ENOENT && error != ENOTDIR) {
-            note(fileError(path, error));
-        } else {
-            note(tvRoot() +
-                 " is not a TV; create one with `tv init`, or select another folder with --tv DIR");
-        }
+        const bool isTvMissing = error == ENOENT || error == ENOTDIR;
+        note(isTvMissing
+                 ? tvRoot() +
+                       " is not a TV; create one with `tv init`, or select another folder with --tv DIR"
+                 : fileError(path, error));
         return std::nullopt;
     }
     const std::optional<TvModel> model = parseModel(text);
