@@ -172,7 +172,9 @@ class Monitor {
 /** Prints the calls until Ctrl-C or the end of the record. Returns an error message, or "". */
 std::string follow(const std::string& file, host::RecordTail& tail, Monitor& monitor,
                    const host::Interrupt& interrupt, bool& isInterrupted) {
-    while (host::recordedFile() == file) {
+    for (bool isRecorded = true; isRecorded && !isInterrupted;) {
+        // Checked before the lines are read, so that the last lines of the record are printed.
+        isRecorded = host::recordedFile() == file;
         for (const std::string& text : tail.takeLines()) {
             RecordLine line;
             if (const std::string problem = host::parseRecordLine(text, line); !problem.empty())
@@ -181,7 +183,6 @@ std::string follow(const std::string& file, host::RecordTail& tail, Monitor& mon
             monitor.take(line);
         }
         isInterrupted = !host::flushOutput() || !host::isOutputRead() || interrupt.cameWithin(20);
-        if (isInterrupted) break;
     }
     return "";
 }

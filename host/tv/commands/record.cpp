@@ -72,6 +72,7 @@ int printRecord(const std::string& file) {
     RecordFollower follower(file, RecordTail::From::End, {true, false});
     if (follower.error() != 0) return fail(fileError(file, follower.error()));
     const std::string problem = follow(follower, file, interrupt);
+    follower.follow();
     return problem.empty() ? kDone : fail(problem);
 }
 
