@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <signal.h>
 #include <stdio.h>
 
 #include <filesystem>
@@ -48,10 +49,12 @@ std::string runTv(const std::string& tv, std::vector<std::string> words) {
     pid_t pid = 0;
     if (const int error = startChild({words, {}, "/dev/null", errors, "/"}, pid); error != 0)
         return fileError(words[0], error);
-    const ChildStatus status = statusWithin(pid, 60s).value_or(-1);
+    const auto status = statusWithin(pid, 60s);
+    if (!status) endChild(pid, SIGKILL, 1s);
     std::error_code ignored;
     fs::remove(errors, ignored);
-    return status == 0 ? "" : "tv " + words[3] + " " + describe(status);
+    return status == 0 ? ""
+                       : "tv " + words[3] + " " + (status ? describe(*status) : "did not end within 60 s");
 }
 
 /** Writes a file as the line `file PATH hex DIGITS` or `file PATH copy NAME` does. */
