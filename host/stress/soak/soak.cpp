@@ -26,15 +26,12 @@ int printPlan(const SoakOptions& options, unsigned count) {
     return kDone;
 }
 
-std::string textOf(const Usage& usage) {
-    return std::to_string(usage.memory) + " KiB, " + std::to_string(usage.descriptors) + " descriptors, " +
-           std::to_string(usage.threads) + " threads";
-}
-
 int report(const SoakOptions& options, const SoakResult& result) {
     printf("%g h of TV time: %u commands, %u refused, %u clients killed, %u programs restarted\n",
            options.hours, result.commands, result.refused, result.killed, result.restarts);
-    for (const Usage& usage : result.samples) printf("idle daemon: %s\n", textOf(usage).c_str());
+    for (const Usage& usage : result.samples)
+        printf("idle daemon: %ld KiB, %ld descriptors, %ld threads\n", usage.memory, usage.descriptors,
+               usage.threads);
     for (const std::string& problem : result.problems) printf("! %s\n", problem.c_str());
     return result.problems.empty() ? kDone : fail(std::to_string(result.problems.size()) + " violations");
 }

@@ -91,12 +91,6 @@ int clear(const Text& name) {
     return kDone;
 }
 
-/** Creates the folders of the system calls' faults, which the TV of an earlier version does not have. */
-void makeCallFolder() {
-    for (const std::string& folder : {tvRoot() + "/kernel", tvRoot() + kCallFaultFolder})
-        mkdir(folder.c_str(), 0755);
-}
-
 int set(const std::string& name, const std::string& text) {
     const std::optional<FaultSetting> fault = isCall(name) ? parseCallFault(text) : parseFault(text);
     if (!fault) {
@@ -112,7 +106,9 @@ int set(const std::string& name, const std::string& text) {
         return fail("short=BYTES is only possible for read, write, fread and fwrite", kWrongUsage);
     if (isHalOperation(name) && fault->kind == FaultKind::Returns && !isHalResult(fault->status))
         return fail("the STATUS of " + name + " must be one of " + allResults(), kWrongUsage);
-    if (isCall(name)) makeCallFolder();
+    // The TV of an earlier version does not have the folders of the system calls' faults.
+    for (const std::string folder : {"/kernel", kCallFaultFolder})
+        if (isCall(name)) mkdir((tvRoot() + folder).c_str(), 0755);
     const std::string path = folderOf(name) + "/" + name;
     const int error = writeValueFile(path, formatFault(*fault));
     return error == 0 ? kDone : fail(fileError(path, error));

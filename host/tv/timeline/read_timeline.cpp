@@ -30,10 +30,6 @@ struct PendingUpload {
     std::string name;
 };
 
-std::string nameOf(const RecordLine& call) {
-    return call.interface.substr(call.interface.rfind(':') + 1) + "." + call.method;
-}
-
 /** Builds the lanes line by line. */
 class Builder {
   public:
@@ -141,7 +137,7 @@ class Builder {
                 start.time,
                 end,
                 call.depth,
-                nameOf(start),
+                start.interface.substr(start.interface.rfind(':') + 1) + "." + start.method,
                 {{"arguments", start.arguments}, {"results", results}}};
         threadLane(start.thread).bars.push_back(bar);
         bar.depth = 0;

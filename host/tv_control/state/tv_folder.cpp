@@ -82,13 +82,6 @@ std::vector<File> backEndFiles() {
     return files;
 }
 
-int makeFolder(const std::string& path, mode_t mode) {
-    std::error_code error;
-    fs::create_directories(path, error);
-    if (error) return error.value();
-    return chmod(path.c_str(), mode) == 0 ? 0 : errno;
-}
-
 int removeParts(const std::string& root, std::string& failed) {
     for (const char* part : kTvParts) {
         failed = root + part;
@@ -104,7 +97,10 @@ int makeParts(const std::string& root, const Folders& folders, const std::vector
               std::string& failed) {
     for (const Folder& folder : folders) {
         failed = root + folder.path;
-        if (const int error = makeFolder(failed, folder.mode); error != 0) return error;
+        std::error_code error;
+        fs::create_directories(failed, error);
+        if (error) return error.value();
+        if (chmod(failed.c_str(), folder.mode) != 0) return errno;
     }
     for (const File& file : files) {
         failed = root + file.path;
