@@ -76,7 +76,7 @@ class Command {
     /** Sets a footer of several sections: `about`, and the lines of exit statuses and of examples. */
     void setHelp(const std::string& about, std::initializer_list<const char*> statuses,
                  std::initializer_list<const char*> examples) const;
-    /** Sets what a program without a parent is called, and does. */
+    /** Sets the name and the description of a program, which has no parent. */
     void describe(const std::string& name, const std::string& description) const;
     void requireCommand() const;
     /** Accepts the options of this command also after the name of a command that is added later. */

@@ -30,7 +30,7 @@ struct ReplayOptions {
     bool keep = false;
 };
 
-/** What one run of the scenario has shown. */
+/** The results of one run of the scenario. */
 struct Replay {
     std::vector<std::string> problems;
     Trace answers;
