@@ -1,17 +1,34 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android-base/strings.h>
+#include <android/log.h>
 #include <stdio.h>
 
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <sstream>
 
-#include "client/terminal/log_filter.h"
+#include "client/terminal/report.h"
 #include "commands.h"
 #include "host/program/standard_streams.h"
 
 namespace hidlaudio::client {
 namespace {
+
+/**
+ * Prints the errors that the HIDL runtime logs to standard error, as messages of this program, and drops the
+ * rest of its log.
+ */
+void showOnlyErrorsOfLog() {
+    // Older versions of liblog pass the text as a separate argument, newer ones as a member of the record.
+    __android_log_set_logger([](const auto* record, auto... text) {
+        if (record->priority < ANDROID_LOG_ERROR) return;
+        if constexpr (sizeof...(text) == 0) {
+            note(record->message);
+        } else {
+            note(text...);
+        }
+    });
+}
 
 const CLI::App* deepestParsed(const CLI::App* app, std::string* path) {
     *path = app->get_name();

@@ -3,6 +3,7 @@
 
 #include "client/calibration/applied_values.h"
 #include "client/calibration/calibration_file.h"
+#include "client/calibration/calibration_limits.h"
 #include "client/calibration/display/calibration_plot.h"
 #include "client/calibration/display/calibration_svg.h"
 #include "client/calibration/display/calibration_table.h"

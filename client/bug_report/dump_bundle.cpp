@@ -77,17 +77,12 @@ std::vector<ServiceDump> askAll(const std::vector<RegisteredService>& services, 
     std::vector<ServiceName> names;
     for (const RegisteredService& service : services)
         if (service.object != nullptr) names.push_back(service.name);
-    const std::vector<ServiceDump> answers = requestDumps(names, {"--json"}, true, seconds);
-    auto answer = answers.begin();
-    std::vector<ServiceDump> states;
-    for (const RegisteredService& service : services) {
-        if (service.object != nullptr) {
-            states.push_back(*answer++);
-        } else {
-            states.push_back(
-                {kTimedOut, android::base::StringPrintf("no answer within %g s", seconds), "", {}});
-        }
-    }
+    std::vector<ServiceDump> states = requestDumps(names, {"--json"}, true, seconds);
+    const ServiceDump noAnswer{
+        kTimedOut, android::base::StringPrintf("no answer within %g s", seconds), "", {}};
+    for (size_t i = 0; i < services.size(); ++i)
+        if (services[i].object == nullptr)
+            states.insert(states.begin() + static_cast<std::ptrdiff_t>(i), noAnswer);
     return states;
 }
 

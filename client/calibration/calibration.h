@@ -3,7 +3,6 @@
 
 #include <array>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "third_octaves.h"
@@ -38,8 +37,5 @@ struct Reading {
     std::vector<std::string> faults;  // errors: the calibration must not be stored
     std::vector<std::string> notes;   // warnings for the user
 };
-
-/** Returns an error message if the service cannot store the channel name, or else an empty string. */
-std::string checkChannelName(std::string_view name);
 
 }  // namespace hidlaudio::client

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "calibration_json.h"
+#include "calibration_limits.h"
 #include "client/calibration/import/text_lines.h"
 #include "client/calibration/import/text_tokens.h"
 #include "json_syntax.h"
@@ -125,7 +126,7 @@ Reading readCalibrationFile(std::string_view text) {
 std::string writeCalibrationFile(const Calibration& calibration) {
     std::string text = "[";
     for (const ChannelCalibration& channel : calibration) {
-        const json value = toJson(channel);
+        const json value = channel;
         const auto dump = [&value](const char* key) {
             return value[key].dump(-1, ' ', false, json::error_handler_t::replace);
         };

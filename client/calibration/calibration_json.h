@@ -7,8 +7,7 @@
 
 namespace hidlaudio::client {
 
-/** Return JSON as in a calibration file. NaN and infinity are printed as null. */
-nlohmann::json toJson(const ChannelCalibration& channel);
-nlohmann::json toJson(const Calibration& calibration);
+/** Converts to JSON as in a calibration file. NaN and infinity are printed as null. */
+void to_json(nlohmann::json& json, const ChannelCalibration& channel);
 
 }  // namespace hidlaudio::client

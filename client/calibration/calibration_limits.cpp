@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "client/calibration/import/text_tokens.h"
 #include "decimal.h"
 
 namespace hidlaudio::client {
@@ -44,6 +45,15 @@ void limitDelay(const Check& check) {
 }
 
 }  // namespace
+
+std::string checkChannelName(std::string_view name) {
+    constexpr size_t kLongestName = 4;
+    const auto isVisible = [](char c) { return c > ' ' && c < '\x7f'; };
+    // The service stores four bytes, and a first byte of 0 or 1 marks the end of its file.
+    const bool accepted =
+        !name.empty() && name.size() <= kLongestName && std::all_of(name.begin(), name.end(), isVisible);
+    return accepted ? "" : quote(name) + " is not a channel name of 1 to 4 ASCII characters";
+}
 
 void applyLimits(Reading& reading, BeyondLimit beyond, Place place) {
     for (size_t i = 0; i < reading.calibration.size(); ++i) {

@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <string>
+#include <string_view>
+
 #include "calibration.h"
 
 namespace hidlaudio::client {
+
+/** Returns an error message if the service cannot store the channel name, or else an empty string. */
+std::string checkChannelName(std::string_view name);
 
 /** Treatment of levels and gains beyond -9 dB to 9 dB. */
 enum class BeyondLimit { Refuse, Clamp };

@@ -11,7 +11,7 @@ namespace hidlaudio::client {
 constexpr size_t kBands = 31;
 
 /** Returns the nominal center frequency of a band in Hz. `band` must be below kBands. */
-double bandCentre(size_t band);
+double bandCenter(size_t band);
 
 /** Returns the center frequency as a short label: "31.5", "1k", "12.5k". */
 std::string bandLabel(size_t band);

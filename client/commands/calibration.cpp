@@ -19,7 +19,7 @@ using nlohmann::json;
 constexpr double kSwitchSeconds = 45;
 
 json summaryOf(const ChannelCalibration& channel) {
-    json summary = toJson(channel);
+    json summary = channel;
     const auto [least, most] = std::minmax_element(summary["equalizer"].begin(), summary["equalizer"].end());
     summary["equalizer"] = {{"min", *least}, {"max", *most}};
     return summary;

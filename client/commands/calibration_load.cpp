@@ -78,18 +78,6 @@ struct LoadOptions {
     bool dryRun = false;
 };
 
-std::string checkChannel(const std::string& word) {
-    return checkChannelName(channelOf(word));
-}
-
-std::string checkLevel(const std::string& text) {
-    return parseInRange("level", text, -kLargestGain, kLargestGain).reason;
-}
-
-std::string checkDelay(const std::string& text) {
-    return parseInRange("delay", text, 0, kLongestDelay).reason;
-}
-
 int readFile(const std::string& path, std::string& text) {
     const android::base::unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status{};
@@ -140,7 +128,7 @@ int keepOthers(const Invocation& invocation, Calibration& calibration) {
 nlohmann::json comparison(const Calibration& calibration) {
     nlohmann::json channels = nlohmann::json::array();
     for (const ChannelCalibration& channel : calibration)
-        channels.push_back({{"requested", toJson(channel)}, {"applied", toJson(appliedValues(channel))}});
+        channels.push_back({{"requested", channel}, {"applied", appliedValues(channel)}});
     return channels;
 }
 
@@ -177,11 +165,12 @@ int parseChannels(const std::vector<std::string>& words, LoadOptions& options) {
     return fail(kWrongUsage, "--channel takes at most 9 channels");
 }
 
-void addNumber(host::Command command, const char* name, const char* unit, const char* help,
-               std::string (*check)(const std::string&), std::optional<double>& value) {
-    command.option(
-               name, unit, [&value](const std::string& text) { value = parseDecimal(text); }, help)
-        .check(check);
+void addNumber(host::Command command, const std::string& name, const char* unit, const char* help,
+               double least, double most, std::optional<double>& value) {
+    command
+        .option(("--" + name).c_str(), unit,
+                [&value](const std::string& text) { value = parseDecimal(text); }, help)
+        .check([=](const std::string& text) { return parseInRange(name, text, least, most).reason; });
 }
 
 }  // namespace
@@ -203,12 +192,11 @@ void addCalibrationLoad(host::Command parent, Invocation& invocation) {
                 "Channel: lines, or else FL,FR)")
         .splitAt(',')
         .onceEach()
-        .check(checkChannel);
-    addNumber(command, "--level", "DB",
-              "Set the level of an equalizer text (default: from its Preamp: lines)", checkLevel,
-              options->text.level);
-    addNumber(command, "--delay", "MS", "Set the delay of an equalizer text (default: from its Delay: lines)",
-              checkDelay, options->text.delay);
+        .check([](const std::string& word) { return checkChannelName(channelOf(word)); });
+    addNumber(command, "level", "DB", "Set the level of an equalizer text (default: from its Preamp: lines)",
+              -kLargestGain, kLargestGain, options->text.level);
+    addNumber(command, "delay", "MS", "Set the delay of an equalizer text (default: from its Delay: lines)",
+              0, kLongestDelay, options->text.delay);
     command.flag("--clamp", options->clamp, "Limit levels and gains to -9 to 9 dB (default: refuse FILE)");
     command.flag("--keep", options->keep, "Keep the stored results of other channels (default: remove them)");
     command.flag("--dry-run", options->dryRun, "Print the values, but do not store them");

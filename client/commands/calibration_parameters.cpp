@@ -2,7 +2,6 @@
 #include <stdio.h>
 
 #include <nlohmann/json.hpp>
-#include <vector>
 
 #include "client/calibration/decimal.h"
 #include "client/calibration/third_octaves.h"

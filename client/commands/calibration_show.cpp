@@ -40,7 +40,7 @@ int save(const Invocation& invocation, const std::string& path) {
     const std::string text = writeCalibrationFile(calibration);
     noteFaults(text);
     if (!path.empty()) return writeFile(invocation, path, text);
-    if (invocation.json) return printValue(invocation, toJson(calibration), "");
+    if (invocation.json) return printValue(invocation, calibration, "");
     fputs(text.c_str(), stdout);
     return kDone;
 }
@@ -61,7 +61,7 @@ int plot(const Invocation& invocation, const std::string& svgPath) {
     if (calibration.empty() && !svgPath.empty())
         return fail(kRefused, "no results are stored: there is nothing to draw");
     if (!svgPath.empty()) return writeFile(invocation, svgPath, drawCalibration(calibration));
-    if (invocation.json) return printValue(invocation, toJson(calibration), "");
+    if (invocation.json) return printValue(invocation, calibration, "");
     if (calibration.empty()) note("no results are stored");
     const Terminal terminal = terminalOfOutput();
     for (const ChannelCalibration& channel : calibration)

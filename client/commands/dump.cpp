@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <stdio.h>
 
-#include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -23,20 +22,6 @@ struct Arguments {
     bool all = false;
     std::string output;
 };
-
-/** Returns the services that the user named, without repetitions. */
-std::vector<ServiceName> namedServices(const std::vector<std::string>& words) {
-    std::vector<ServiceName> names;
-    for (const std::string& word : words) {
-        const std::optional<ServiceName> name = parseServiceName(word);
-        if (!name) continue;
-        const bool again = std::any_of(names.begin(), names.end(), [&name](const ServiceName& former) {
-            return toString(former) == toString(*name);
-        });
-        if (!again) names.push_back(*name);
-    }
-    return names;
-}
 
 /** Appends the registered services, except those whose object is unknown. Returns the exit status. */
 int registeredServices(double seconds, std::vector<ServiceName>& names) {
@@ -61,7 +46,7 @@ void printText(const ServiceName& name, const ServiceDump& state) {
 
 int dump(const Invocation& invocation, const std::vector<std::string>& words) {
     const double seconds = invocation.timeout.value_or(kAnswerSeconds);
-    std::vector<ServiceName> names = namedServices(words);
+    std::vector<ServiceName> names = parseServiceNames(words);
     int status = kDone;
     if (names.empty()) status = registeredServices(seconds, names);
     if (names.empty()) return status;
@@ -94,7 +79,8 @@ if that is not JSON, or null if it is empty, or {"error": ...} if the service fa
 --all writes a bug report as one JSON file: versions; all services with their processes, interface
 hashes and states; the last lines of the logs; the state of the TV. On a workstation that is the output
 of `tv show --json`; on a TV, it is the properties, the daemon's files and those of the back-end
-controller's driver in /proc. Parts that cannot be read are replaced by an error message. The exit status is that of the first service that failed.
+controller's driver in /proc. Parts that cannot be read are replaced by an error message. The exit status is that
+of the first service that failed.
 With --json: {"result": N}, N being the exit status.
 
 Short names:

@@ -5,7 +5,6 @@
 #include <com/tovi/dtv/hardware/audio/3.1/IHdmiAudio.h>
 #include <hidl/HidlTransportSupport.h>
 #include <signal.h>
-#include <stdio.h>
 #include <unistd.h>
 
 #include <condition_variable>
@@ -101,15 +100,62 @@ class Watch {
   public:
     explicit Watch(const Invocation& invocation) : invocation_(invocation) {}
 
-    int run();
+    /** Returns the exit status. */
+    int run() {
+        const ServiceName service{IHdmiAudio::descriptor, "default"};
+        if (const int status = requestNotices(service, registrationListener_); status != kDone) return status;
+        if (const int status = handleRegistration(); status != kDone) return status;
+        if (service_ == nullptr) return noService(name_);
+        for (;;) {
+            if (const int status = handle(events_->next()); status != kDone) return status;
+        }
+    }
 
   private:
-    int follow(const sp<IHdmiAudio>& service);
-    int handle(const Event& event);
-    int handleRegistration();
-    int handleFailure(const android::hardware::details::return_status& call);
-    void handleDeath(uint64_t cookie);
-    int print(const Names& names) const;
+    int handle(const Event& event) {
+        switch (event.kind) {
+            case Event::Kind::Changed:
+                return print(event.names);
+            case Event::Kind::Registered:
+                return handleRegistration();
+            case Event::Kind::Died:
+                handleDeath(event.cookie);
+                break;
+        }
+        return kDone;
+    }
+
+    int handleRegistration() {
+        const Deadline deadline(invocation_, name_);
+        const sp<IHdmiAudio> service = IHdmiAudio::tryGetService();
+        // The service may have died again, or this is the registration of the one that is watched already.
+        if (service == nullptr || interfacesEqual(service, service_)) return kDone;
+        service_ = service;
+        const Return<bool> linked = service->linkToDeath(serviceListener_, ++cookie_);
+        if (!linked.isOk()) return handleFailure(linked);
+        const Return<void> registered = service->setCallback(serviceListener_);
+        if (!registered.isOk()) return handleFailure(registered);
+        note("watching " + name_ + "; stop with Ctrl-C");
+        return kDone;
+    }
+
+    /** Handles a service that has died during the call like a death notice; reports other errors. */
+    int handleFailure(const android::hardware::details::return_status& call) {
+        if (!call.isDeadObject()) return examine(call, name_);
+        handleDeath(cookie_);
+        return kDone;
+    }
+
+    void handleDeath(uint64_t cookie) {
+        if (cookie != cookie_ || service_ == nullptr) return;
+        service_ = nullptr;
+        note(name_ + " has ended; waiting for it to start again");
+    }
+
+    int print(const Names& names) const {
+        printValue(invocation_, names, android::base::Join(names, " "));
+        return host::flushOutput() ? kDone : kRefused;
+    }
 
     const Invocation& invocation_;
     const std::string name_ = std::string(IHdmiAudio::descriptor) + "/default";
@@ -120,73 +166,10 @@ class Watch {
     uint64_t cookie_ = 0;  // of the current death link; a late notice of an older link is ignored
 };
 
-int Watch::run() {
-    const ServiceName service{IHdmiAudio::descriptor, "default"};
-    if (const int status = requestNotices(service, registrationListener_); status != kDone) return status;
-    if (const int status = handleRegistration(); status != kDone) return status;
-    if (service_ == nullptr) return noService(name_);
-    for (;;) {
-        if (const int status = handle(events_->next()); status != kDone) return status;
-    }
-}
-
-int Watch::handle(const Event& event) {
-    switch (event.kind) {
-        case Event::Kind::Changed:
-            return print(event.names);
-        case Event::Kind::Registered:
-            return handleRegistration();
-        case Event::Kind::Died:
-            handleDeath(event.cookie);
-            break;
-    }
-    return kDone;
-}
-
-int Watch::handleRegistration() {
-    const Deadline deadline(invocation_, name_);
-    const sp<IHdmiAudio> service = IHdmiAudio::tryGetService();
-    // The service may have died again, or this is the registration of the one that is watched already.
-    if (service == nullptr || interfacesEqual(service, service_)) return kDone;
-    return follow(service);
-}
-
-int Watch::follow(const sp<IHdmiAudio>& service) {
-    service_ = service;
-    const Return<bool> linked = service->linkToDeath(serviceListener_, ++cookie_);
-    if (!linked.isOk()) return handleFailure(linked);
-    const Return<void> registered = service->setCallback(serviceListener_);
-    if (!registered.isOk()) return handleFailure(registered);
-    note("watching " + name_ + "; stop with Ctrl-C");
-    return kDone;
-}
-
-/** Handles a service that has died during the call like a death notice; reports other errors. */
-int Watch::handleFailure(const android::hardware::details::return_status& call) {
-    if (!call.isDeadObject()) return examine(call, name_);
-    handleDeath(cookie_);
-    return kDone;
-}
-
-void Watch::handleDeath(uint64_t cookie) {
-    if (cookie != cookie_ || service_ == nullptr) return;
-    service_ = nullptr;
-    note(name_ + " has ended; waiting for it to start again");
-}
-
-int Watch::print(const Names& names) const {
-    printValue(invocation_, names, android::base::Join(names, " "));
-    return host::flushOutput() ? kDone : kRefused;
-}
-
-void exitSuccessfully(int) {
-    _exit(kDone);
-}
-
 /** Also unblocks the signals and replaces SIG_IGN, which the parent may have set, as a shell does for "&". */
 void exitOnSignals() {
     struct sigaction action{};
-    action.sa_handler = exitSuccessfully;
+    action.sa_handler = [](int) { _exit(kDone); };
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGINT, SIGTERM}) {
@@ -194,11 +177,6 @@ void exitOnSignals() {
         sigaddset(&signals, signal);
     }
     sigprocmask(SIG_UNBLOCK, &signals, nullptr);
-}
-
-int watch(const Invocation& invocation) {
-    exitOnSignals();
-    return Watch(invocation).run();
 }
 
 }  // namespace
@@ -214,7 +192,10 @@ error. Changes in between are not reported: `audioctl hdmi get` prints the curre
 
 Example:
   audioctl hdmi watch --json)",
-        [&invocation] { return watch(invocation); });
+        [&invocation] {
+            exitOnSignals();
+            return Watch(invocation).run();
+        });
 }
 
 }  // namespace hidlaudio::client

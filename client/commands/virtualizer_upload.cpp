@@ -47,37 +47,30 @@ struct UploadOptions {
 struct Upload {
     const Invocation& invocation;
     const UploadOptions& options;
-    sp<IHeadphoneVirtualizer> service;
+    sp<IHeadphoneVirtualizer> object;
     std::string name;
     Bytes data;
     int32_t handle = 0;
     sp<ApplyResult> end;
     Clock::time_point begin = Clock::now();
 
-    /** Makes a call that returns a number, within one Deadline. Returns the exit status. */
-    template <typename Call>
-    int call(int32_t& answer, Call make) const {
+    /** Calls a method that returns a number, within one Deadline. Returns the exit status. */
+    template <typename Interface, typename... Parameters, typename... Arguments>
+    int call(int32_t& answer, Return<int32_t> (Interface::*method)(Parameters...),
+             const Arguments&... arguments) const {
         const Deadline deadline(invocation, name);
-        const Return<int32_t> returned = make();
-        const int status = examine(returned, name);
-        if (status == kDone) answer = returned;
-        return status;
+        return Service<Interface>(object, name).call(answer, method, arguments...);
     }
 };
 
-struct Meaning {
-    int32_t result;
-    const char* words;
-};
-
-constexpr Meaning kCallMeanings[] = {
+constexpr std::initializer_list<ResultMeaning> kCallMeanings = {
     {-1, "the buffer does not exist: another client has allocated one of this kind"},
     {-2, "too much data for one call or for the buffer"},
     {-3, "busy: an upload is in progress"},
     {-5, "not supported: the back-end controller cannot be reached"},
 };
 
-constexpr Meaning kEndMeanings[] = {
+constexpr std::initializer_list<ResultMeaning> kEndMeanings = {
     {0, "the controller has accepted the parameters"},
     {1, "canceled"},
     {-1, "the controller reported an error"},
@@ -85,21 +78,7 @@ constexpr Meaning kEndMeanings[] = {
     {-3, "it could not be prepared, or the controller aborted it"},
 };
 
-template <size_t size>
-const char* wordsFor(const Meaning (&meanings)[size], int32_t result) {
-    for (const Meaning& known : meanings) {
-        if (known.result == result) return known.words;
-    }
-    return "an unknown result";
-}
-
-double seconds(Clock::duration time) {
-    return std::chrono::duration<double>(time).count();
-}
-
-Clock::duration duration(double time) {
-    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(time));
-}
+constexpr char kUnknown[] = "an unknown result";
 
 /** Reads the file, which must not be empty. Returns the exit status. */
 int readFile(const std::string& path, Bytes& bytes) {
@@ -119,15 +98,14 @@ int readFile(const std::string& path, Bytes& bytes) {
 }
 
 int refused(const char* method, int32_t result) {
-    return fail(kRefused,
-                StringPrintf("%s returned %d: %s", method, result, wordsFor(kCallMeanings, result)));
+    return fail(kRefused, StringPrintf("%s returned %d: %s", method, result,
+                                       meaningOf(result, kCallMeanings, kUnknown)));
 }
 
 int allocate(Upload& upload) {
     const ParamType kind = upload.options.kind == "hrtf" ? ParamType::HRTF : ParamType::DEVICE;
-    const int status = upload.call(upload.handle, [&] {
-        return upload.service->allocateParameterBuffer(kind, static_cast<int32_t>(upload.data.size()));
-    });
+    const int status = upload.call(upload.handle, &IHeadphoneVirtualizer::allocateParameterBuffer, kind,
+                                   static_cast<int32_t>(upload.data.size()));
     if (status != kDone || upload.handle != 0) return status;
     return fail(kRefused, "allocateParameterBuffer returned 0: the service does not have enough memory");
 }
@@ -135,7 +113,7 @@ int allocate(Upload& upload) {
 int chooseChunk(const Upload& upload, size_t& chunk) {
     int32_t largest = upload.options.chunk;
     int status = kDone;
-    if (largest == 0) status = upload.call(largest, [&] { return upload.service->getMaxAppendSize(); });
+    if (largest == 0) status = upload.call(largest, &IHeadphoneVirtualizer::getMaxAppendSize);
     if (status == kDone && largest <= 0) status = refused("getMaxAppendSize", largest);
     chunk = static_cast<size_t>(largest);
     return status;
@@ -150,7 +128,7 @@ int sendAll(Upload& upload) {
         hidl_vec<uint8_t> piece;
         piece.setToExternal(upload.data.data() + sent, size);
         int32_t result = 0;
-        status = upload.call(result, [&] { return upload.service->append(upload.handle, piece); });
+        status = upload.call(result, &IHeadphoneVirtualizer::append, upload.handle, piece);
         if (status == kDone && result != 0) status = refused("append", result);
         sent += size;
         progress.show(sent);
@@ -160,16 +138,16 @@ int sendAll(Upload& upload) {
 
 int apply(Upload& upload) {
     upload.end = new ApplyResult;
-    const Return<bool> linked = upload.service->linkToDeath(upload.end, 0);
+    const Return<bool> linked = upload.object->linkToDeath(upload.end, 0);
     if (!linked.isOk() || !linked) return fail(kNoService, upload.name + " ended during the call");
     int32_t result = 0;
-    const int status = upload.call(result, [&] { return upload.service->apply(upload.handle, upload.end); });
+    const int status = upload.call(result, &IHeadphoneVirtualizer::apply, upload.handle, upload.end);
     return status == kDone && result != 0 ? refused("apply", result) : status;
 }
 
 int cancel(Upload& upload) {
     int32_t result = 0;
-    const int status = upload.call(result, [&] { return upload.service->cancel(upload.handle); });
+    const int status = upload.call(result, &IHeadphoneVirtualizer::cancel, upload.handle);
     if (status == kDone && result != 0) {
         note(StringPrintf("cancel returned %d: there is nothing to cancel, or the controller refused",
                           result));
@@ -180,18 +158,17 @@ int cancel(Upload& upload) {
 /** Waits for the end of the upload, and cancels it after --cancel-after. Returns the exit status. */
 int awaitEnd(Upload& upload) {
     const double limit = upload.invocation.timeout.value_or(kLongestUpload);
-    const auto start = Clock::now();
-    if (upload.options.cancelAfter && !upload.end->wait(start + duration(*upload.options.cancelAfter))) {
+    const auto end = timeIn(limit + upload.options.cancelAfter.value_or(0));
+    if (upload.options.cancelAfter && !upload.end->wait(timeIn(*upload.options.cancelAfter))) {
         if (const int status = cancel(upload); status != kDone) return status;
     }
-    const double extra = upload.options.cancelAfter.value_or(0);
-    if (upload.end->wait(start + duration(limit + extra))) return kDone;
+    if (upload.end->wait(end)) return kDone;
     return fail(kTimedOut, StringPrintf("no result from %s within %g s", upload.name.c_str(), limit));
 }
 
 /** Prints the result of the upload. Returns the exit status. */
 int report(const Upload& upload, const std::optional<int32_t>& result) {
-    const double time = seconds(Clock::now() - upload.begin);
+    const double time = std::chrono::duration<double>(Clock::now() - upload.begin).count();
     const size_t size = upload.data.size();
     const int32_t code = result.value_or(0);
     if (upload.invocation.json) {
@@ -204,7 +181,8 @@ int report(const Upload& upload, const std::optional<int32_t>& result) {
                static_cast<double>(size) / time / 1048576, result ? "" : "; the upload continues");
     }
     if (code == 0) return kDone;
-    return fail(kRefused, StringPrintf("the upload ended with %d: %s", code, wordsFor(kEndMeanings, code)));
+    return fail(kRefused,
+                StringPrintf("the upload ended with %d: %s", code, meaningOf(code, kEndMeanings, kUnknown)));
 }
 
 int run(Upload& upload) {
@@ -215,7 +193,7 @@ int run(Upload& upload) {
     if (status == kRefused) {
         // Release the service's memory: this program does not try again.
         int32_t ignored = 0;
-        upload.call(ignored, [&] { return upload.service->discardParameterBuffer(upload.handle); });
+        upload.call(ignored, &IHeadphoneVirtualizer::discardParameterBuffer, upload.handle);
     }
     if (status != kDone) return status;
     if (upload.options.noWait) return report(upload, std::nullopt);

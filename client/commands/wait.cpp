@@ -71,16 +71,6 @@ int run(const Invocation& invocation, const std::vector<ServiceName>& services) 
     return kDone;
 }
 
-std::vector<ServiceName> parseAll(const std::vector<std::string>& texts) {
-    if (texts.empty()) return knownServices();
-    std::vector<ServiceName> services;
-    services.reserve(texts.size());
-    for (const std::string& text : texts) {
-        if (const auto service = parseServiceName(text)) services.push_back(*service);
-    }
-    return services;
-}
-
 }  // namespace
 
 void addWait(host::Command app, Invocation& invocation) {
@@ -97,7 +87,9 @@ Short names:
 Examples:
   audioctl wait --timeout 120 && audioctl external get
   audioctl wait external com.tovi.dtv.hardware.audio@2.0::IOutputEncodingStatusListener/default)",
-        [&invocation, texts] { return run(invocation, parseAll(*texts)); });
+        [&invocation, texts] {
+            return run(invocation, texts->empty() ? knownServices() : parseServiceNames(*texts));
+        });
     command
         .argument("INTERFACE", *texts, "Wait for these services, by full or short name (default: all below)")
         .check(checkServiceName);

@@ -13,6 +13,8 @@
 #include <string.h>
 #include <strings.h>
 
+#include <algorithm>
+
 namespace hidlaudio::client {
 namespace {
 
@@ -73,6 +75,16 @@ std::optional<ServiceName> parseServiceName(const std::string& text) {
         if (isShortNameOf(service, interface)) return ServiceName{service.interface, instance};
     }
     return std::nullopt;
+}
+
+std::vector<ServiceName> parseServiceNames(const std::vector<std::string>& texts) {
+    std::vector<ServiceName> names;
+    for (const std::string& text : texts) {
+        const std::optional<ServiceName> name = parseServiceName(text);
+        const auto isSame = [&name](const ServiceName& other) { return toString(other) == toString(*name); };
+        if (name && std::none_of(names.begin(), names.end(), isSame)) names.push_back(*name);
+    }
+    return names;
 }
 
 std::string checkServiceName(const std::string& text) {

@@ -26,6 +26,9 @@ std::vector<ServiceName> knownServices();
  */
 std::optional<ServiceName> parseServiceName(const std::string& text);
 
+/** Parses the names, without those that parseServiceName() rejects and without repetitions. */
+std::vector<ServiceName> parseServiceNames(const std::vector<std::string>& texts);
+
 /** Returns an error message if parseServiceName() rejects the name, or else an empty string. */
 std::string checkServiceName(const std::string& text);
 

@@ -68,11 +68,6 @@ int listNames(std::vector<RegisteredService>& services) {
     return examine(listed, "the service manager");
 }
 
-int noAnswer(const ServiceName& name, double seconds) {
-    return fail(kTimedOut, android::base::StringPrintf("no answer from %s within %g s",
-                                                       toString(name).c_str(), seconds));
-}
-
 size_t indexInChain(const RegisteredService& service, const std::string& interface) {
     const auto found = std::find(service.chain.begin(), service.chain.end(), interface);
     return static_cast<size_t>(found - service.chain.begin());
@@ -91,7 +86,9 @@ int findRegisteredServices(double seconds, std::vector<RegisteredService>& servi
     for (size_t i = 0; i < named.size(); ++i) {
         const bool inTime = answers[i].wait_until(end) == std::future_status::ready;
         const Answer answer = inTime ? answers[i].get() : Answer{};
-        if (!inTime) status = noAnswer(named[i].name, seconds);
+        if (!inTime)
+            status = fail(kTimedOut, android::base::StringPrintf("no answer from %s within %g s",
+                                                                 toString(named[i].name).c_str(), seconds));
         if (!answer.gone && !answer.error.empty())
             status = fail(kRefused, "the call to " + toString(named[i].name) + " failed: " + answer.error);
         if (!answer.gone) services.push_back({named[i].name, named[i].pid, answer.object, answer.chain});

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android-base/stringprintf.h>
-#include <android/hidl/base/1.0/IBase.h>
-#include <errno.h>
+#include <android-base/unique_fd.h>
 #include <stdio.h>
 #include <strings.h>
 #include <time.h>
@@ -15,7 +14,6 @@
 #include "client/commands.h"
 #include "client/services/known_services.h"
 #include "host/program/interrupt.h"
-#include "host/program/owned_descriptor.h"
 #include "host/program/standard_streams.h"
 #include "host/recording/record_control.h"
 #include "host/recording/record_line.h"
@@ -174,7 +172,9 @@ class Monitor {
 /** Prints the calls until Ctrl-C or the end of the record. Returns an error message, or "". */
 std::string follow(const std::string& file, host::RecordTail& tail, Monitor& monitor,
                    const host::Interrupt& interrupt, bool& isInterrupted) {
-    while (host::recordedFile() == file) {
+    for (bool isRecorded = true; isRecorded && !isInterrupted;) {
+        // Checked before the lines are read, so that the last lines of the record are printed.
+        isRecorded = host::recordedFile() == file;
         for (const std::string& text : tail.takeLines()) {
             RecordLine line;
             if (const std::string problem = host::parseRecordLine(text, line); !problem.empty())
@@ -183,7 +183,6 @@ std::string follow(const std::string& file, host::RecordTail& tail, Monitor& mon
             monitor.take(line);
         }
         isInterrupted = !host::flushOutput() || !host::isOutputRead() || interrupt.cameWithin(20);
-        if (isInterrupted) break;
     }
     return "";
 }
@@ -213,7 +212,7 @@ class OwnRecord {
 
   private:
     std::string problem_;
-    host::OwnedDescriptor lock_;
+    android::base::unique_fd lock_;
     std::shared_ptr<const std::atomic<bool>> isReady_;
 };
 

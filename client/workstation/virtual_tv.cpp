@@ -2,7 +2,6 @@
 #include <filesystem>
 #include <string>
 
-#include "client/invocation.h"
 #include "client/surroundings.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "devices_factory.h"
 
-#include <android/log.h>
+#include <log/log.h>
 
 #include "fault.h"
-#include "log.h"
 #include "primary_device.h"
 
 namespace hidlaudio::host {
@@ -20,7 +19,7 @@ Return<void> DevicesFactory::openPrimaryDevice(openPrimaryDevice_cb callback) {
         callback(*injected, nullptr);
         return Void();
     }
-    __android_log_write(ANDROID_LOG_INFO, kLogTag, "openPrimaryDevice");
+    ALOGI("openPrimaryDevice");
     callback(Result::OK, device_);
     return Void();
 }

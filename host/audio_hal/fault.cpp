@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fault.h"
 
-#include <android/log.h>
 #include <errno.h>
+#include <log/log.h>
 #include <string.h>
 
 #include "host/tv_files/call_record.h"
 #include "host/tv_files/fault_file.h"
 #include "host/tv_files/tv_root.h"
-#include "log.h"
 #include "operations.h"
 
 namespace hidlaudio::host {
@@ -22,14 +21,11 @@ std::optional<Result> injectedResult(const char* operation, const char* on) {
     const int error = injectFault(folder, operation, status);
     if (error == 0 && !status) return std::nullopt;
     if (error != 0 || !status || !isHalResult(*status)) {
-        __android_log_print(
-            ANDROID_LOG_ERROR, kLogTag,
-            "%s/%s is not a valid fault (RESULT from 0 to 4, RESULT COUNT, or RESULT COUNT PASS): %s",
-            folder.c_str(), operation, strerror(error != 0 ? error : ERANGE));
+        ALOGE("%s/%s is not a valid fault (RESULT from 0 to 4, RESULT COUNT, or RESULT COUNT PASS): %s",
+              folder.c_str(), operation, strerror(error != 0 ? error : ERANGE));
         return Result::INVALID_STATE;
     }
-    __android_log_print(ANDROID_LOG_WARN, kLogTag, "%s returns %s because of a fault setting", operation,
-                        std::string(kHalResults[*status]).c_str());
+    ALOGW("%s returns %s because of a fault setting", operation, std::string(kHalResults[*status]).c_str());
     return static_cast<Result>(*status);
 }
 

@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "primary_device.h"
 
-#include <android/log.h>
+#include <errno.h>
+#include <log/log.h>
 #include <string.h>
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
 #include "fault.h"
+#include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
-#include "log.h"
-#include "parameters.h"
+#include "operations.h"
 
 namespace hidlaudio::host {
 
@@ -24,34 +26,37 @@ using android::hardware::audio::V5_0::Result;
 namespace {
 
 Result refuse(const char* operation, Result result, const char* why) {
-    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s refused: %s", operation, why);
+    ALOGE("%s refused: %s", operation, why);
     return result;
 }
 
+/** Each parameter is a value file, so that a user can read and change it while the HAL runs. */
+std::string fileOf(const std::string& key) {
+    return tvRoot() + kHalParameterFolder + "/" + key;
+}
+
 bool canBeKept(const ParameterValue& parameter) {
-    return isValueName(std::string(parameter.key)) && parameter.value.size() <= kLongestParameter;
+    return isValueName(std::string(parameter.key)) && parameter.value.size() < kLargestValueFile;
 }
 
 Result keep(const hidl_vec<ParameterValue>& parameters) {
     for (const ParameterValue& parameter : parameters) {
-        if (const int error = writeParameter(parameter.key, parameter.value); error != 0) {
-            return refuse("setParameters", Result::INVALID_STATE, strerror(error));
-        }
-        __android_log_print(ANDROID_LOG_INFO, kLogTag, "setParameters %s=%s", parameter.key.c_str(),
-                            parameter.value.c_str());
+        const int error = writeValueFile(fileOf(parameter.key), std::string(parameter.value) + "\n");
+        if (error != 0) return refuse("setParameters", Result::INVALID_STATE, strerror(error));
+        ALOGI("setParameters %s=%s", parameter.key.c_str(), parameter.value.c_str());
     }
     return Result::OK;
 }
 
 Result find(const hidl_vec<hidl_string>& keys, std::vector<ParameterValue>& found) {
-    for (const hidl_string& key : keys) {
-        std::optional<std::string> value;
-        if (const int error = readParameter(key, value); error != 0) {
+    for (const std::string key : keys) {
+        std::string value;
+        const int error = isValueName(key) ? readValueFile(fileOf(key), value) : ENOENT;
+        if (error != 0 && error != ENOENT)
             return refuse("getParameters", Result::INVALID_STATE, strerror(error));
-        }
-        __android_log_print(ANDROID_LOG_INFO, kLogTag, "getParameters %s: %s", key.c_str(),
-                            value ? value->c_str() : "no such parameter");
-        if (value) found.push_back({key, *value});
+        if (!value.empty() && value.back() == '\n') value.pop_back();
+        ALOGI("getParameters %s: %s", key.c_str(), error == 0 ? value.c_str() : "no such parameter");
+        if (error == 0) found.push_back({key, value});
     }
     return Result::OK;
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "log.h"
 
-#include <android-base/thread_annotations.h>
 #include <android/log.h>
 #include <log/logprint.h>
 #include <stdlib.h>

@@ -2,8 +2,8 @@
 #include <charconv>
 #include <string>
 
-#include "audio_files.h"
 #include "injected_fault.h"
+#include "number_file.h"
 #include "platform/soc_middleware.h"
 #include "session.h"
 #include "status.h"
@@ -29,7 +29,7 @@ int32_t MTAUDDEC_GetChannelMainDelaySp(uint32_t* delay) {
         *delay = kGarbage;
         return *status;
     }
-    return isConnected() ? readReport("/soc/audio_decoder/channel_main_delay_sp", *delay) : kNoConnection;
+    return isConnected() ? readNumber("/soc/audio_decoder/channel_main_delay_sp", *delay) : kNoConnection;
 }
 
 int32_t MTAUDDEC_Set32EqualizerBandConfig(const float* gains) {
@@ -38,13 +38,13 @@ int32_t MTAUDDEC_Set32EqualizerBandConfig(const float* gains) {
     if (!isConnected()) return kNoConnection;
     std::string lines;
     for (int i = 0; i < kEqualizerGains; ++i) lines += describe(gains[i]) + "\n";
-    return storeGiven("/soc/audio_decoder/equalizer", lines);
+    return storeText("/soc/audio_decoder/equalizer", lines);
 }
 
 int32_t MTAUDDEC_SetAcVolumeOffset(int8_t offset) {
     if (const auto status = injectedStatus("MTAUDDEC_SetAcVolumeOffset")) return *status;
     if (!isConnected()) return kNoConnection;
-    return storeGiven("/soc/audio_decoder/volume_offset", std::to_string(offset) + "\n");
+    return storeText("/soc/audio_decoder/volume_offset", std::to_string(offset) + "\n");
 }
 
 }  // extern "C"

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android/log.h>
+#include <log/log.h>
 
 #include <algorithm>
 #include <iterator>
 
-#include "audio_files.h"
 #include "injected_fault.h"
-#include "log.h"
+#include "number_file.h"
 #include "platform/soc_middleware.h"
 #include "session.h"
 #include "status.h"
@@ -22,10 +21,10 @@ bool isValid(const MTAUDPOST_Request& request) {
                     [](uint8_t byte) { return byte == 0; })) {
         return true;
     }
-    __android_log_print(ANDROID_LOG_ERROR, kLogTag,
-                        "MTAUDPOST_GetParameters: parameter 0x%x, count %u: only 0x%x can be asked for, with "
-                        "one answer word and the rest zero",
-                        request.parameter, request.count, kReady);
+    ALOGE(
+        "MTAUDPOST_GetParameters: parameter 0x%x, count %u: only 0x%x can be asked for, with "
+        "one answer word and the rest zero",
+        request.parameter, request.count, kReady);
     return false;
 }
 
@@ -39,7 +38,7 @@ int32_t MTAUDPOST_GetParameters(MTAUDPOST_Request request) {
         *request.answer = kGarbage;
         return *status;
     }
-    return isConnected() ? readReport("/soc/audio_post/ready", *request.answer) : kNoConnection;
+    return isConnected() ? readNumber("/soc/audio_post/ready", *request.answer) : kNoConnection;
 }
 
 }  // extern "C"

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "custom_spec.h"
 
-#include <android/log.h>
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <log/log.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -13,15 +14,16 @@
 #include "host/tv_files/back_end_files.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
-#include "host/tv_files/value_file.h"
 #include "injected_fault.h"
-#include "log.h"
+#include "number_file.h"
 #include "platform/soc_middleware.h"
 #include "session.h"
 #include "status.h"
 
 namespace hidlaudio::host {
 namespace {
+
+using android::base::unique_fd;
 
 constexpr uint32_t kSetIdentifier = 0x20185;
 constexpr uint32_t kGetIdentifier = 0x20186;
@@ -56,23 +58,22 @@ bool isValidRequest(const char* function, bool isSet, uint32_t identifier, const
         mistake = mistakeIn(copy, isSet);
     }
     if (mistake == nullptr) return true;
-    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s: identifier 0x%x, size %u, type %u, length %u: %s",
-                        function, identifier, size, copy.type, copy.length, mistake);
+    ALOGE("%s: identifier 0x%x, size %u, type %u, length %u: %s", function, identifier, size, copy.type,
+          copy.length, mistake);
     return false;
 }
 
 int32_t failOn(const std::string& path, const char* why) {
-    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s: %s", path.c_str(), why);
+    ALOGE("%s: %s", path.c_str(), why);
     return kFailed;
 }
 
 int32_t readBootState(uint8_t& state) {
-    const std::string path = tvRoot() + kBootStateFile;
-    std::string text;
-    if (const int error = readValueFile(path, text); error != 0) return failOn(path, strerror(error));
-    const std::optional<int32_t> number = parseInt32(text);
-    if (!number || *number < 0 || *number > UINT8_MAX) return failOn(path, "must hold a number, 0 to 255");
-    state = static_cast<uint8_t>(*number);
+    uint32_t number = 0;
+    const int32_t status = readNumber(kBootStateFile, number);
+    if (status != kDone) return status;
+    if (number > UINT8_MAX) return failOn(tvRoot() + kBootStateFile, "must hold a number, 0 to 255");
+    state = static_cast<uint8_t>(number);
     return kDone;
 }
 
@@ -89,12 +90,11 @@ std::string describe(const CustomSpecRecord& record) {
 int32_t appendToLog(const CustomSpecRecord& record) {
     const std::string path = tvRoot() + kCustomSpecLog;
     const std::string line = describe(record);
-    const int fd = openRegularFile(path, O_WRONLY | O_CREAT | O_APPEND);
-    if (fd < 0) return failOn(path, strerror(errno));
+    const unique_fd fd(openRegularFile(path, O_WRONLY | O_CREAT | O_APPEND));
+    if (!fd.ok()) return failOn(path, strerror(errno));
     // A single write keeps lines of two processes from mixing.
-    const ssize_t written = write(fd, line.data(), line.size());
+    const ssize_t written = write(fd.get(), line.data(), line.size());
     const int error = written < 0 ? errno : ENOSPC;
-    close(fd);
     return written == static_cast<ssize_t>(line.size()) ? kDone : failOn(path, strerror(error));
 }
 
@@ -121,7 +121,7 @@ int32_t MTDRVCUST_dcustom_cust_spec_set(uint32_t identifier, const void* record,
     CustomSpecRecord request{};
     if (!isValidRequest(kFunction, true, identifier, record, size, request)) return kBadArgument;
     if (flags != 0) {
-        __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s: the flags must be 0, not %u", kFunction, flags);
+        ALOGE("%s: the flags must be 0, not %u", kFunction, flags);
         return kBadArgument;
     }
     if (const auto status = injectedStatus(kFunction, std::to_string(request.type).c_str())) return *status;

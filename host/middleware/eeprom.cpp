@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android/log.h>
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <log/log.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -11,7 +12,6 @@
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 #include "injected_fault.h"
-#include "log.h"
 #include "platform/soc_middleware.h"
 #include "session.h"
 #include "status.h"
@@ -19,23 +19,24 @@
 namespace hidlaudio::host {
 namespace {
 
+using android::base::unique_fd;
+
 /** Steps that this process has completed. Each step fails before the previous one is done. */
 std::atomic<bool> propertyAsked{false};
 std::atomic<bool> ready{false};
 
 int32_t mistake(const char* text) {
-    __android_log_write(ANDROID_LOG_ERROR, kLogTag, text);
+    ALOGE("%s", text);
     return kBadArgument;
 }
 
 /** Reads exactly `length` bytes. Returns 0 or an errno: ENODATA if the image is too short. */
 int readImage(const std::string& path, uint32_t address, void* destination, uint32_t length) {
-    const int fd = openRegularFile(path, O_RDONLY);
-    if (fd < 0) return errno;
-    const ssize_t bytes = TEMP_FAILURE_RETRY(pread(fd, destination, length, static_cast<off_t>(address)));
-    const int error = bytes < 0 ? errno : 0;
-    close(fd);
-    if (error != 0) return error;
+    const unique_fd fd(openRegularFile(path, O_RDONLY));
+    if (!fd.ok()) return errno;
+    const ssize_t bytes =
+        TEMP_FAILURE_RETRY(pread(fd.get(), destination, length, static_cast<off_t>(address)));
+    if (bytes < 0) return errno;
     return static_cast<size_t>(bytes) == length ? 0 : ENODATA;
 }
 
@@ -69,8 +70,8 @@ int32_t MTEEPROM_Read(uint32_t address, void* destination, uint32_t length) {
     const std::string path = tvRoot() + "/soc/eeprom.bin";
     const int error = readImage(path, address, destination, length);
     if (error == 0) return kDone;
-    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "%s cannot be read at address 0x%X: %s", path.c_str(),
-                        address, error == ENODATA ? "it ends before" : strerror(error));
+    ALOGE("%s cannot be read at address 0x%X: %s", path.c_str(), address,
+          error == ENODATA ? "it ends before" : strerror(error));
     return kFailed;
 }
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "injected_fault.h"
 
-#include <android/log.h>
+#include <log/log.h>
 #include <string.h>
 
 #include "host/tv_files/call_record.h"
 #include "host/tv_files/fault_file.h"
 #include "host/tv_files/tv_root.h"
-#include "log.h"
 #include "status.h"
 
 namespace hidlaudio::host {
@@ -18,9 +17,8 @@ std::optional<int32_t> injectedStatus(const char* function, const char* on) {
     std::optional<int32_t> status;
     const int error = injectFault(folder, function, status);
     if (error == 0) return status;
-    __android_log_print(ANDROID_LOG_ERROR, kLogTag,
-                        "%s/%s is not a valid fault (STATUS, STATUS COUNT, or STATUS COUNT PASS): %s",
-                        folder.c_str(), function, strerror(error));
+    ALOGE("%s/%s is not a valid fault (STATUS, STATUS COUNT, or STATUS COUNT PASS): %s", folder.c_str(),
+          function, strerror(error));
     return kFailed;
 }
 

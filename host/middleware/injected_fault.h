@@ -7,7 +7,7 @@
 
 namespace hidlaudio::host {
 
-/** What a call with an injected fault writes to its output. No key of the configuration store has it. */
+/** The output of a call with an injected fault. No key of the configuration store has this value. */
 constexpr int32_t kGarbage = 0x5A5A5A5A;
 
 /**

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "session.h"
 
-#include <android/log.h>
+#include <log/log.h>
 
 #include <atomic>
 
 #include "injected_fault.h"
-#include "log.h"
 #include "platform/soc_middleware.h"
 #include "status.h"
 
@@ -35,7 +34,7 @@ int32_t IMtkPb_Ctrl_Init(void) {
 
 int32_t MTAL_InitExCb(void* callback) {
     if (callback != nullptr) {
-        __android_log_print(ANDROID_LOG_ERROR, kLogTag, "MTAL_InitExCb: the callback must be null");
+        ALOGE("MTAL_InitExCb: the callback must be null");
         return kBadArgument;
     }
     return connectUnlessFaulty("MTAL_InitExCb");

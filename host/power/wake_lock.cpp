@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "host/program/split_text.h"
 #include "host/tv_files/call_record.h"
 #include "host/tv_files/fault_file.h"
 #include "host/tv_files/folder_lock.h"
@@ -26,13 +26,6 @@ bool isName(const char* id) {
     return length > 0 && length <= kLongestName && strchr(id, '\n') == nullptr;
 }
 
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) result.push_back(line);
-    return result;
-}
-
 std::string joined(const std::vector<std::string>& names) {
     std::string text;
     for (const std::string& name : names) text += name + "\n";
@@ -47,7 +40,7 @@ int setHeld(const std::string& name, bool held) {
     std::string text;
     const int error = readValueFile(folder + "/wake_lock", text);
     if (error != 0 && error != ENOENT) return error;
-    std::vector<std::string> names = lines(text);
+    std::vector<std::string> names = splitLines(text);
     const auto found = std::find(names.begin(), names.end(), name);
     if ((found != names.end()) == held) return 0;
     if (held) {

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command.h"
 
+#include <android-base/stringprintf.h>
+#include <stdlib.h>
+
 #include <CLI/CLI.hpp>
 #include <utility>
 
-#include "number_argument.h"
+#include "parse_number.h"
 
 namespace hidlaudio::host {
 
@@ -20,12 +23,29 @@ Option Option::notEmpty() const {
     return check([](const std::string& given) { return given.empty() ? "must not be empty" : ""; });
 }
 
+// The checks of CLI11 accept NaN within any range and any text as a 64-bit number, and their messages differ
+// between releases.
 Option Option::number(double least, double most) const {
-    return check([=](const std::string& given) { return checkNumber(given, least, most); });
+    return check([=](const std::string& given) -> std::string {
+        // Not from_chars(), which Android 12 lacks for floating-point numbers. strtod() also reads white
+        // space, a plus sign, hexadecimal numbers and names.
+        const bool isDecimal = given.find_first_not_of("0123456789+-.eE") == given.npos && given[0] != '+';
+        char* end = nullptr;
+        const double value = strtod(given.c_str(), &end);
+        if (isDecimal && !given.empty() && *end == '\0' && value >= least && value <= most) return "";
+        return android::base::StringPrintf("\"%s\" is not a number from %g to %g", given.c_str(), least,
+                                           most);
+    });
 }
 
 Option Option::integer(uint64_t least, uint64_t most) const {
-    return check([=](const std::string& given) { return checkInteger(given, least, most); });
+    return check([=](const std::string& given) {
+        const std::optional<uint64_t> value = parseNumber<uint64_t>(given);
+        return value && *value >= least && *value <= most
+                   ? ""
+                   : "\"" + given + "\" is not a number from " + std::to_string(least) + " to " +
+                         std::to_string(most);
+    });
 }
 
 Option Option::oneOf(std::vector<std::string> words) const {
@@ -82,6 +102,15 @@ void Command::acceptAnything() const {
 
 void Command::setFooter(const std::string& footer) const {
     app_->footer(footer);
+}
+
+void Command::setHelp(const std::string& about, std::initializer_list<const char*> statuses,
+                      std::initializer_list<const char*> examples) const {
+    std::string text = about + "\n\nExit status:";
+    for (const char* status : statuses) text += std::string("\n  ") + status;
+    text += examples.size() == 1 ? "\n\nExample:" : "\n\nExamples:";
+    for (const char* example : examples) text += std::string("\n  ") + example;
+    setFooter(text);
 }
 
 void Command::describe(const std::string& name, const std::string& description) const {

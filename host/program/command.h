@@ -4,6 +4,7 @@
 #include <stdint.h>
 
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <variant>
@@ -72,7 +73,10 @@ class Command {
     void acceptAnything() const;
     /** Sets the text at the end of the help. Commands added later inherit it. */
     void setFooter(const std::string& footer) const;
-    /** Sets what a program without a parent is called, and does. */
+    /** Sets a footer of several sections: `about`, and the lines of exit statuses and of examples. */
+    void setHelp(const std::string& about, std::initializer_list<const char*> statuses,
+                 std::initializer_list<const char*> examples) const;
+    /** Sets the name and the description of a program, which has no parent. */
     void describe(const std::string& name, const std::string& description) const;
     void requireCommand() const;
     /** Accepts the options of this command also after the name of a command that is added later. */

@@ -33,7 +33,7 @@ void ProcessWatch::check() {
         one = ended ? running_.erase(one) : std::next(one);
     }
     if (lines.empty()) return;
-    const OwnedDescriptor file(openRegularFile(record_, O_WRONLY | O_APPEND));
+    const android::base::unique_fd file(openRegularFile(record_, O_WRONLY | O_APPEND));
     if (file.get() >= 0) (void)!write(file.get(), lines.data(), lines.size());
 }
 

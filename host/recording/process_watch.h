@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <sys/types.h>
 
 #include <map>
 #include <string>
 
-#include "host/program/owned_descriptor.h"
 #include "record_line.h"
 
 namespace hidlaudio::host {
@@ -24,7 +24,7 @@ class ProcessWatch {
 
   private:
     std::string record_;
-    std::map<pid_t, OwnedDescriptor> running_;  // descriptors of the processes; -1 if one has ended
+    std::map<pid_t, android::base::unique_fd> running_;  // descriptors of the processes; -1 if one has ended
 };
 
 }  // namespace hidlaudio::host

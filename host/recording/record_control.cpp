@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "record_control.h"
 
+#include <android-base/unique_fd.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -14,7 +15,6 @@
 #include <thread>
 #include <vector>
 
-#include "host/program/owned_descriptor.h"
 #include "host/tv_files/folder_lock.h"
 #include "host/tv_files/program_lock.h"
 #include "host/tv_files/regular_file.h"
@@ -55,7 +55,7 @@ std::string setProperty(const std::string& name, const std::string& value) {
 }
 
 std::string emptyFile(const std::string& path) {
-    const OwnedDescriptor file(openRegularFile(path, O_WRONLY | O_CREAT | O_TRUNC, 0600));
+    const android::base::unique_fd file(openRegularFile(path, O_WRONLY | O_CREAT | O_TRUNC, 0600));
     return file.get() >= 0 ? "" : fileError(path, errno);
 }
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <stdint.h>
 
 #include <string>
 #include <vector>
-
-#include "host/program/owned_descriptor.h"
 
 namespace hidlaudio::host {
 
@@ -23,7 +22,7 @@ class RecordTail {
     std::vector<std::string> takeLines();
 
   private:
-    OwnedDescriptor file_;
+    android::base::unique_fd file_;
     int error_ = 0;
     int64_t read_ = 0;
     std::string incomplete_;

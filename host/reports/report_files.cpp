@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "report_files.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <string.h>
@@ -12,7 +13,6 @@
 #include <functional>
 #include <iterator>
 
-#include "host/program/owned_descriptor.h"
 #include "host/program/parse_json.h"
 #include "log_reader.h"
 #include "pattern.h"
@@ -197,7 +197,7 @@ std::string readFile(const std::string& path, bool& isKnown, Report& report) {
         report.bytes[kBytesName] = path;
         return "";
     }
-    const OwnedDescriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const android::base::unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (fd.get() < 0) return path + ": " + strerror(errno);
     std::string buffer(kPiece, '\0');
     int error = 0;

@@ -3,14 +3,17 @@
 
 #include <filesystem>
 #include <utility>
-#include <vector>
 
 #include "host/program/output_file.h"
+#include "report_files.h"
 
 namespace hidlaudio::host {
 
 std::string writeScenarioFiles(const MadeScenario& scenario, const std::string& folder) {
     namespace fs = std::filesystem;
+    std::error_code made;
+    fs::create_directories(folder, made);
+    if (made) return folder + ": " + made.message();
     std::vector<std::pair<std::string, const std::string*>> files{{kScenarioFile, &scenario.text},
                                                                   {"notes.txt", &scenario.notes}};
     if (!scenario.log.empty()) files.emplace_back("report.log", &scenario.log);
@@ -25,6 +28,14 @@ std::string writeScenarioFiles(const MadeScenario& scenario, const std::string& 
         if (error) return source + ": " + error.message();
     }
     return "";
+}
+
+std::string makeScenarioFiles(const std::vector<std::string>& report, const std::string& folder) {
+    Report content;
+    MadeScenario scenario;
+    std::string problem = readReportFiles(report, content);
+    if (problem.empty()) problem = makeScenario(content, scenario);
+    return problem.empty() ? writeScenarioFiles(scenario, folder) : problem;
 }
 
 }  // namespace hidlaudio::host

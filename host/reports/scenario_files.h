@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "make_scenario.h"
 
@@ -11,9 +12,12 @@ namespace hidlaudio::host {
 constexpr char kScenarioFile[] = "report.scenario";
 
 /**
- * Writes the scenario, its files, the notes, and report.log if the report has a log, to an existing folder.
- * Returns an error message, or "".
+ * Writes the scenario, its files, the notes, and report.log if the report has a log, to a folder, which is
+ * created. Returns an error message, or "".
  */
 std::string writeScenarioFiles(const MadeScenario& scenario, const std::string& folder);
+
+/** Makes a scenario from the files of a report and writes it like writeScenarioFiles(). */
+std::string makeScenarioFiles(const std::vector<std::string>& report, const std::string& folder);
 
 }  // namespace hidlaudio::host

@@ -56,7 +56,7 @@ std::string ClientProcess::start(const TestTv& tv, const std::string& output) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return strerror(errno);
     control_.reset(ends[0]);
-    const OwnedDescriptor other(ends[1]);
+    const android::base::unique_fd other(ends[1]);
     const std::string program = privateFileOf(kClientProgram);
     const int error = startChild(
         {{program, std::to_string(STDIN_FILENO)}, {}, output, output, tv.folder, other.get()}, pid_);
@@ -71,7 +71,7 @@ bool ClientProcess::openChannel() {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return false;
     channel_ = std::make_unique<Channel>(ends[0]);
-    const OwnedDescriptor other(ends[1]);
+    const android::base::unique_fd other(ends[1]);
     return python::passDescriptor(control_.get(), other.get());
 }
 

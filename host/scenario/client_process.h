@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <sys/types.h>
 
 #include <list>
@@ -11,7 +12,6 @@
 #include <thread>
 #include <vector>
 
-#include "host/program/owned_descriptor.h"
 #include "host/python/native/channel.h"
 #include "host/scenario/harness/test_tv.h"
 #include "scenario.h"
@@ -64,7 +64,7 @@ class ClientProcess {
     Json withObjects(const Json& value);
 
     pid_t pid_ = 0;
-    OwnedDescriptor control_;
+    android::base::unique_fd control_;
     std::unique_ptr<python::Channel> channel_;
     Json dropped_ = Json::array();  // number of the service of the last call
     std::thread acceptor_;

@@ -6,7 +6,7 @@
 #include "host/audio_hal/operations.h"
 #include "host/program/split_text.h"
 #include "host/tv_files/back_end_files.h"
-#include "host/tv_files/stored_files.h"
+#include "host/tv_files/tv_check.h"
 #include "host/tv_files/value_file.h"
 
 namespace hidlaudio::host {
@@ -54,8 +54,6 @@ constexpr CallFaults kCallFaults[] = {
     {kHalCalls, "", "1 2 3 4 dies"},
 };
 
-constexpr char kDevice[] = "/dev/tovi_bectrl";
-
 bool isStoredFile(const std::string& path) {
     return StartsWith(path, std::string(kStoredFiles) + "/");
 }
@@ -96,7 +94,7 @@ ToleratedViolations toleratedAfter(const Injection& injection) {
     ToleratedViolations tolerated;
     if (isStoredFile(injection.target)) tolerated.truncatedFiles.insert(injection.target);
     tolerated.unknownTransfer =
-        StartsWith(injection.target, kDevice) || StartsWith(injection.target, kTransferStateFolder);
+        StartsWith(injection.target, kBackEndDevice) || StartsWith(injection.target, kTransferStateFolder);
     tolerated.wakeLockHeld = injection.call == "release_wake_lock";
     return tolerated;
 }

@@ -8,6 +8,9 @@ namespace hidlaudio::host {
 /** Adds the options and subcommands of `tv`. They set `status`, which must outlive `app`. */
 void addCommandLine(Command app, int& status);
 
+/** Exit status of wrong usage in the help of the commands that need a TV. */
+constexpr char kNeedsTv[] = "2  the arguments are wrong, or the folder is not a TV";
+
 /**
  * Each function adds one subcommand of `tv`; its file has the options, the help text and the action.
  * The action sets `status`, the exit status of `tv`.

@@ -20,6 +20,9 @@ constexpr const char* nameOf(UploadKind kind) {
     return kind == UploadKind::Device ? "device" : "hrtf";
 }
 
+/** The controller's device, as the daemon opens it. */
+constexpr char kBackEndDevice[] = "/dev/tovi_bectrl";
+
 /** The controller's files below the root of the virtual TV. A TV without kBackEndFolder has no controller. */
 constexpr char kBackEndFolder[] = "/bectrl";
 constexpr char kBehaviourFile[] = "/bectrl/behaviour";

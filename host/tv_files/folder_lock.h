@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <string>
+#include <android-base/unique_fd.h>
 
-#include "host/program/owned_descriptor.h"
+#include <string>
 
 namespace hidlaudio::host {
 
@@ -20,7 +20,7 @@ class FolderLock {
     int error() const { return error_; }
 
   private:
-    OwnedDescriptor fd_;
+    android::base::unique_fd fd_;
     int error_ = 0;
 };
 

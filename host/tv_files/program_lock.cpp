@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "program_lock.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 
-#include "host/program/owned_descriptor.h"
 #include "regular_file.h"
 #include "tv_root.h"
 
@@ -36,7 +36,7 @@ int acquireProgramLock(int fd) {
 }
 
 pid_t programLockHolder(const std::string& program) {
-    const OwnedDescriptor fd(openRegularFile(programLockFile(program), O_RDONLY));
+    const android::base::unique_fd fd(openRegularFile(programLockFile(program), O_RDONLY));
     struct flock lock = writeLock();
     const bool held = fd.get() >= 0 && fcntl(fd.get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
     return held ? lock.l_pid : 0;

@@ -22,8 +22,8 @@ std::string programLockFile(const std::string& program);
 /** Opens or creates the lock file. Returns a descriptor, or -1 with errno. */
 int openProgramLock(const std::string& program);
 
-/** Locks the file for this process, without waiting. Returns 0, or an errno: EBUSY if another process holds
- * it. */
+/** Locks the file for this process without waiting. Returns 0, or an errno: EBUSY if it is held by another.
+ */
 int acquireProgramLock(int fd);
 
 /** Returns the process that holds the lock, or 0 if it is free. */

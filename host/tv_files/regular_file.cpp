@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "regular_file.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <string.h>
 #include <sys/stat.h>
-
-#include "host/program/owned_descriptor.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -22,11 +21,10 @@ const char* kindOf(mode_t mode) {
 
 int openRegularFile(const std::string& path, int flags, mode_t mode) {
     if ((flags & O_ACCMODE) != O_RDONLY) flags |= O_NOFOLLOW;
-    OwnedDescriptor fd(open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode));
+    android::base::unique_fd fd(open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode));
     struct stat status{};
     if (fd.get() < 0 || fstat(fd.get(), &status) != 0) return -1;
     if (S_ISREG(status.st_mode)) return fd.release();
-    fd.reset();
     errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     return -1;
 }

@@ -16,9 +16,7 @@
 namespace hidlaudio::host {
 namespace {
 
-/** Size limits in bytes, far above all files of the programs except logs, and small enough to read into
- * memory.
- */
+/** Size limits in bytes: far above all files of the programs except logs, and small enough to read. */
 constexpr int64_t kLargestKept = int64_t{16} << 20;
 constexpr int64_t kLargestOther = int64_t{1} << 30;
 

@@ -5,15 +5,20 @@
 
 namespace hidlaudio::host {
 
-/** The file that marks a folder as a TV, below its root. */
+/** Files and folders of a TV, below its root. kModelFile marks the folder as a TV. */
 constexpr char kModelFile[] = "/tv.json";
-
+constexpr char kStoredFiles[] = "/data/vendor/tovi/hidlaudio";  // the daemon's persisted files
 constexpr char kRunFolder[] = "/run";
 constexpr char kRegistryFolder[] = "/run/hwbinder";
-/** Has a value file for each system property that is set. */
-constexpr char kPropertyFolder[] = "/properties";
+constexpr char kPropertyFolder[] = "/properties";  // a value file for each system property that is set
 
-/** The folders of a TV, below its root. Anything else in the folder is the user's. */
+/**
+ * Declares the TV's services, one `interface/instance` per line:
+ *     com.tovi.dtv.hardware.audio@6.1::IMicControl/default    # a comment
+ */
+constexpr char kManifestFile[] = "/manifest";
+
+/** The folders of a TV. Anything else in the folder is the user's. */
 constexpr const char* kTvParts[] = {"/data",   "/soc",   "/bectrl",  "/proc", "/hal",
                                     "/kernel", "/power", kRunFolder, "/log",  kPropertyFolder};
 

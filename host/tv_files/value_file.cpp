@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "value_file.h"
 
+#include <android-base/file.h>
+#include <android-base/strings.h>
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <inttypes.h>
@@ -9,44 +12,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 
-#include "host/program/owned_descriptor.h"
 #include "host/program/parse_number.h"
 #include "regular_file.h"
 
 namespace hidlaudio::host {
 namespace {
 
+using android::base::Trim;
+using android::base::unique_fd;
+
 constexpr size_t kMaxNameLength = 128;
-
-int readAll(int fd, std::string& content) {
-    std::string bytes(kLargestValueFile + 1, '\0');
-    size_t length = 0;
-    while (length < bytes.size()) {
-        const ssize_t count = read(fd, bytes.data() + length, bytes.size() - length);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return errno;
-        if (count == 0) break;
-        length += static_cast<size_t>(count);
-    }
-    if (length > kLargestValueFile) return EFBIG;
-    bytes.resize(length);
-    content = std::move(bytes);
-    return 0;
-}
-
-int writeAll(int fd, const std::string& content) {
-    size_t written = 0;
-    while (written < content.size()) {
-        const ssize_t count = write(fd, content.data() + written, content.size() - written);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return errno;
-        written += static_cast<size_t>(count);
-    }
-    return fchmod(fd, 0644) == 0 ? 0 : errno;
-}
 
 /** Returns a path in the same folder that no other writer uses. */
 std::string temporaryFor(const std::filesystem::path& file) {
@@ -64,17 +41,17 @@ int giveName(int fd, const std::string& path) {
     return linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
 }
 
-std::string_view trim(std::string_view text) {
-    constexpr char kSpace[] = " \t\n\r";
-    text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
-    return text.substr(0, text.find_last_not_of(kSpace) + 1);
-}
-
 }  // namespace
 
 int readValueFile(const std::string& path, std::string& content) {
-    const OwnedDescriptor fd(openRegularFile(path, O_RDONLY));
-    return fd.get() < 0 ? errno : readAll(fd.get(), content);
+    const unique_fd fd(openRegularFile(path, O_RDONLY));
+    struct stat status{};
+    if (!fd.ok() || fstat(fd.get(), &status) != 0) return errno;
+    if (status.st_size > static_cast<off_t>(kLargestValueFile)) return EFBIG;
+    std::string bytes;
+    if (!android::base::ReadFdToString(fd.get(), &bytes)) return errno;
+    content = std::move(bytes);
+    return 0;
 }
 
 int writeValueFile(const std::string& path, const std::string& content) {
@@ -83,12 +60,13 @@ int writeValueFile(const std::string& path, const std::string& content) {
     if (readValueFile(path, stored) == 0 && stored == content) return 0;
     const std::filesystem::path file(path);
     const std::string temporary = temporaryFor(file);
-    OwnedDescriptor fd(open(file.parent_path().c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600));
+    unique_fd fd(open(file.parent_path().c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600));
     // Some file systems do not support O_TMPFILE.
-    const bool named = fd.get() < 0;
+    const bool named = !fd.ok();
     if (named) fd.reset(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (fd.get() < 0) return errno;
-    int error = writeAll(fd.get(), content);
+    if (!fd.ok()) return errno;
+    const bool isWritten = android::base::WriteStringToFd(content, fd.get()) && fchmod(fd.get(), 0644) == 0;
+    int error = isWritten ? 0 : errno;
     if (error == 0 && !named) {
         error = giveName(fd.get(), path);
         if (error != EEXIST) return error;
@@ -100,11 +78,11 @@ int writeValueFile(const std::string& path, const std::string& content) {
 }
 
 std::optional<int32_t> parseInt32(std::string_view text) {
-    return parseNumber<int32_t>(trim(text));
+    return parseNumber<int32_t>(Trim(std::string(text)));
 }
 
 std::optional<uint32_t> parseUint32(std::string_view text) {
-    return parseNumber<uint32_t>(trim(text));
+    return parseNumber<uint32_t>(Trim(std::string(text)));
 }
 
 std::optional<uint32_t> parseHexOrDecimal(std::string_view text) {

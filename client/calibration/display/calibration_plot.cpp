@@ -47,11 +47,6 @@ std::string bandText(const Plot& plot, const char* cell, const char* gap) {
     return plot.bandWidth == 1 ? cell : text + gap;
 }
 
-std::string withoutEnd(std::string line) {
-    line.erase(line.find_last_not_of(' ') + 1);
-    return line + "\n";
-}
-
 /** Returns row number `row`, counted from the 0 dB line. `sign` is 1 above the line and -1 below. */
 std::string rowText(const Plot& plot, size_t row, int sign) {
     const double end = sign * static_cast<double>(row + 1) * plot.decibelsPerRow;
@@ -63,7 +58,8 @@ std::string rowText(const Plot& plot, size_t row, int sign) {
             plot, cellOf(height, static_cast<double>(row), sign > 0 ? plot.blocks.up : plot.blocks.down),
             " ");
     }
-    return withoutEnd(line);
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line + "\n";
 }
 
 /** Returns whether the band has a label: every octave has one, or every second octave if space is short. */

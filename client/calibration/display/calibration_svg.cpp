@@ -24,8 +24,8 @@ constexpr double kBottom = 410;
 constexpr double kLegendStep = 42;
 
 // Color-blind people can distinguish these colors.
-constexpr const char* kColours[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7", "#e69f00",
-                                    "#56b4e9", "#000000", "#7f3c8d", "#888888"};
+constexpr const char* kColors[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7", "#e69f00",
+                                   "#56b4e9", "#000000", "#7f3c8d", "#888888"};
 
 double xOf(size_t band) {
     return kLeft + (kRight - kLeft) * (static_cast<double>(band) + 0.5) / static_cast<double>(kBands);
@@ -54,9 +54,9 @@ std::string textAt(double x, double y, const char* attributes, const std::string
     return StringPrintf("<text x=\"%.1f\" y=\"%.1f\"%s>%s</text>\n", x, y, attributes, text.c_str());
 }
 
-std::string lineAt(double x1, double y1, double x2, double y2, const char* colour) {
+std::string lineAt(double x1, double y1, double x2, double y2, const char* color) {
     return StringPrintf("<line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"%s\"/>\n", x1, y1, x2,
-                        y2, colour);
+                        y2, color);
 }
 
 std::string gainAxis(double scale) {
@@ -87,7 +87,7 @@ std::string frequencyAxis() {
 
 /** Every second curve is dashed, so that a curve with the same gains below it stays visible. */
 std::string strokeOf(size_t index) {
-    return StringPrintf("stroke=\"%s\" stroke-width=\"2\"%s", kColours[index % std::size(kColours)],
+    return StringPrintf("stroke=\"%s\" stroke-width=\"2\"%s", kColors[index % std::size(kColors)],
                         index % 2 == 1 ? " stroke-dasharray=\"7 5\"" : "");
 }
 

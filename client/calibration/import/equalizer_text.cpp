@@ -51,31 +51,29 @@ std::string selectChannel(Import& import, const TextLine& line) {
     return "";
 }
 
-/** Returns the words of a line without the unit: one word if the line is valid. */
-std::vector<std::string> numberOf(const TextLine& line, const char* unit) {
+/** Adds the number of a line, which may have a unit, to a value of the selected channels. */
+std::string addNumber(Import& import, const TextLine& line, const char* unit, const char* expected,
+                      ParsedNumber (*parse)(std::string_view), double ChannelCalibration::* value) {
     std::vector<std::string> words = splitWords(line.body);
     if (words.size() == 2 && words[1] == unit) words.pop_back();
-    return words;
+    if (words.size() != 1) return quote(line.body) + " is not " + expected;
+    const ParsedNumber number = parse(words[0]);
+    if (!number.reason.empty()) return number.reason;
+    changeSelected(import, [&](ChannelCalibration& channel) { channel.*value += number.value; });
+    return "";
 }
 
 std::string addPreamp(Import& import, const TextLine& line) {
     if (import.options.level) return "ignored because of --level";
-    const std::vector<std::string> words = numberOf(line, "db");
-    if (words.size() != 1) return quote(line.body) + " is not a gain in dB";
-    const ParsedNumber gain = parseGain(words[0]);
-    if (!gain.reason.empty()) return gain.reason;
-    changeSelected(import, [&gain](ChannelCalibration& channel) { channel.level += gain.value; });
-    return "";
+    return addNumber(import, line, "db", "a gain in dB", parseGain, &ChannelCalibration::level);
 }
 
 std::string addDelay(Import& import, const TextLine& line) {
     if (import.options.delay) return "ignored because of --delay";
-    const std::vector<std::string> words = numberOf(line, "ms");
-    if (words.size() != 1) return quote(line.body) + " is not a delay in ms";
-    const ParsedNumber delay = parseInRange("delay", words[0], 0, kLargestTextDelay);
-    if (!delay.reason.empty()) return delay.reason;
-    changeSelected(import, [&delay](ChannelCalibration& channel) { channel.delay += delay.value; });
-    return "";
+    const auto parse = [](std::string_view text) {
+        return parseInRange("delay", text, 0, kLargestTextDelay);
+    };
+    return addNumber(import, line, "ms", "a delay in ms", parse, &ChannelCalibration::delay);
 }
 
 std::string addGraphicEq(Import& import, const TextLine& line) {
@@ -102,7 +100,7 @@ std::string addFilter(Import& import, const TextLine& line) {
     if (!parsed.note.empty()) import.notes.add(line.number, parsed.note);
     Gains gains{};
     for (size_t band = 0; band < kBands && parsed.on; ++band)
-        gains[band] = responseAt(parsed.filter, bandCentre(band));
+        gains[band] = responseAt(parsed.filter, bandCenter(band));
     addGains(import, gains);
     if (!parsed.on) return "the filter is off";
     noteIfMissed(import, line, parsed.filter, gains);

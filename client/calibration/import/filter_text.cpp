@@ -16,8 +16,8 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr double kLowestCentre = 1;
-constexpr double kHighestCentre = kSamplingRate / 2 - 1;
+constexpr double kLowestCenter = 1;
+constexpr double kHighestCenter = kSamplingRate / 2 - 1;
 constexpr double kDefaultSlope = 0.9 * 12;  // dB per octave
 
 struct Type {
@@ -47,7 +47,7 @@ struct Setting {
 };
 
 ParsedNumber parseCenter(std::string_view text) {
-    return parseFrequency(text, kLowestCentre, kHighestCentre);
+    return parseFrequency(text, kLowestCenter, kHighestCenter);
 }
 
 ParsedNumber parseQ(std::string_view text) {
@@ -137,7 +137,7 @@ double qOfSlope(double slope, double gain) {
 }
 
 /** Returns the ratio of the center frequency of a low shelf to its corner frequency. */
-double centreOverCorner(double q, double gain) {
+double centerOverCorner(double q, double gain) {
     const double inverseSlope = (1 / (q * q) - 2) / sumOfAmplitudes(gain) + 1;
     return std::pow(10.0, std::fabs(gain) / 80 * inverseSlope);
 }
@@ -154,12 +154,12 @@ double qOf(const Values& values) {
 }
 
 /** Converts the frequency of a shelf from its corner to its center. */
-FilterLine moveToCentre(Filter filter) {
+FilterLine moveToCenter(Filter filter) {
     const bool low = filter.shape == FilterShape::LowShelf;
-    const double factor = centreOverCorner(filter.q, filter.gain);
+    const double factor = centerOverCorner(filter.q, filter.gain);
     filter.frequency = low ? filter.frequency * factor : filter.frequency / factor;
     // False for NaN as well.
-    const bool isValid = filter.frequency >= kLowestCentre && filter.frequency <= kHighestCentre;
+    const bool isValid = filter.frequency >= kLowestCenter && filter.frequency <= kHighestCenter;
     if (!isValid) return refuse("the shelf does not have half its gain between 1 and 23999 Hz");
     char note[160];
     snprintf(note, sizeof(note),
@@ -179,7 +179,7 @@ FilterLine makeFilter(const Type& type, const Values& values) {
         return refuse("the filter has neither \"Q\" nor \"BW Oct\"");
     const Filter filter{type.shape, *values.frequency, *values.gain, qOf(values)};
     if (!(filter.q > 0)) return refuse("no shelf with this gain is so steep");
-    return type.corner ? moveToCentre(filter) : FilterLine{true, filter, "", ""};
+    return type.corner ? moveToCenter(filter) : FilterLine{true, filter, "", ""};
 }
 
 }  // namespace

@@ -22,8 +22,8 @@ struct FilterLine {
  * - Peaks (PK, PEQ) need Q or BW Oct.
  * - Shelves may have Q, BW Oct, or a slope as in "LSC 6dB". The default is 0.9 times 12 dB per octave, as in
  *   Equalizer APO. LSC, HSC, and "LS Q" and "HS Q" of REW have half their gain at Fc. For LS and HS, Fc is
- * the corner: a line with the slope of the shelf, through the point of half the gain, reaches the full gain
- * there.
+ *   the corner: a line with the slope of the shelf, through the point of half the gain, reaches the full gain
+ *   there.
  *
  * Other types cannot be expressed as gains of bands and are refused.
  */

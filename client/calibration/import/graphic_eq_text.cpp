@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "graphic_eq_text.h"
 
+#include <android-base/strings.h>
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -33,9 +35,9 @@ std::string readPoint(std::string_view text, Point& point) {
 }
 
 std::string readPoints(std::string_view text, std::vector<Point>& points) {
-    for (size_t number = 1; !text.empty(); ++number) {
-        const std::string_view piece = text.substr(0, text.find(';'));
-        text.remove_prefix(std::min(piece.size() + 1, text.size()));
+    size_t number = 0;
+    for (const std::string& piece : android::base::Split(std::string(text), ";")) {
+        ++number;
         if (trim(piece).empty()) continue;
         Point point;
         const std::string reason = readPoint(piece, point);
@@ -73,7 +75,7 @@ std::string parseGraphicEq(std::string_view text, Gains& gains) {
     std::string reason = readPoints(text, points);
     if (reason.empty()) reason = sortPoints(points);
     if (!reason.empty()) return reason;
-    for (size_t band = 0; band < kBands; ++band) gains[band] = gainAt(points, bandCentre(band));
+    for (size_t band = 0; band < kBands; ++band) gains[band] = gainAt(points, bandCenter(band));
     return "";
 }
 

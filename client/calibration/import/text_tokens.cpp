@@ -13,19 +13,11 @@ char lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-bool isNumeric(char c) {
-    return (c >= '0' && c <= '9') || c == '.' || c == ',' || c == '+' || c == '-';
-}
-
-bool isLetter(char c) {
-    return c >= 'a' && c <= 'z';
-}
-
 /** Returns the length of the number at the start if a letter follows it, or else the length of the word. */
 size_t lengthOfNumber(const std::string& word) {
-    size_t length = 0;
-    while (length < word.size() && isNumeric(word[length])) ++length;
-    return length > 0 && length < word.size() && isLetter(word[length]) ? length : word.size();
+    const size_t length = word.find_first_not_of("0123456789.,+-");
+    const bool hasUnit = length > 0 && length < word.size() && word[length] >= 'a' && word[length] <= 'z';
+    return hasUnit ? length : word.size();
 }
 
 }  // namespace

@@ -17,7 +17,6 @@
 #include <memory>
 #include <mutex>
 
-#include "back_end_log.h"
 #include "back_end_transfer.h"
 #include "host/kernel/calls/real_calls.h"
 #include "host/tv_files/back_end_behaviour.h"
@@ -27,7 +26,6 @@
 namespace hidlaudio::host {
 namespace {
 
-constexpr std::string_view kDevice = "/dev/tovi_bectrl";
 constexpr uint8_t kInProgress = 1;
 constexpr uint8_t kResultFailed = 0x02;
 constexpr uint8_t kResultCancelled = 0x03;
@@ -137,7 +135,7 @@ int startThread(std::list<Transfer>::iterator transfer) {
 /** Makes the state idle if the incoming file exists, but no process holds its lock. */
 void endCutOffLocked(const std::string& root, UploadKind kind) {
     const std::string path = root + incomingFile(kind);
-    const OwnedDescriptor incoming(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    const android::base::unique_fd incoming(open(path.c_str(), O_RDWR | O_CLOEXEC));
     if (incoming.get() < 0 || flock(incoming.get(), LOCK_EX | LOCK_NB) != 0) return;
     unlink(path.c_str());
     publishTransferState(root, kind, 0, 0);
@@ -209,10 +207,6 @@ int cancel(UploadKind kind, const void* argument) {
 }
 
 }  // namespace
-
-bool isBackEndDevice(const char* path) {
-    return path != nullptr && path == kDevice;
-}
 
 int openBackEnd(int flags) {
     if (access((tvRoot() + kBackEndFolder).c_str(), F_OK) != 0) return failWith(ENOENT);

@@ -12,9 +12,6 @@ namespace hidlaudio::host {
  * from any thread.
  */
 
-/** Returns whether `path` is the controller's device node. */
-bool isBackEndDevice(const char* path);
-
 /**
  * Opens the device. Returns a descriptor, or -1 with errno: ENOENT if the TV has no controller, EINVAL if
  * the behaviour file is unusable, EIO if the behaviour file makes opening fail.

@@ -30,8 +30,7 @@ int waitUntil(const Transfer& transfer, std::chrono::nanoseconds end) {
     const auto left = end - elapsedOnClock(transfer.start);
     if (left.count() <= 0) return 0;
     itimerspec value{};
-    value.it_value.tv_sec = static_cast<time_t>(left.count() / static_cast<int64_t>(kSecond));
-    value.it_value.tv_nsec = static_cast<long>(left.count() % static_cast<int64_t>(kSecond));
+    value.it_value = toTimespec(left);
     if (setTimerOnClock(transfer.timer.get(), 0, &value, nullptr) != 0) return errno;
     // A stepped clock may have been advanced before the timer was armed.
     if (elapsedOnClock(transfer.start) >= end) return 0;

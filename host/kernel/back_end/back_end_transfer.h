@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <stdint.h>
 
 #include <atomic>
 #include <string>
 
 #include "host/kernel/clock/clock_calls.h"
-#include "host/program/owned_descriptor.h"
 #include "host/tv_files/back_end_files.h"
 
 namespace hidlaudio::host {
@@ -23,9 +23,9 @@ struct Transfer {
     uint8_t endState = 0;
     uint8_t endResult = 1;
     ClockStart start;
-    OwnedDescriptor incoming;  // file that receives the payload
-    OwnedDescriptor timer;
-    OwnedDescriptor cancel;  // eventfd, readable after the transfer is cancelled
+    android::base::unique_fd incoming;  // file that receives the payload
+    android::base::unique_fd timer;
+    android::base::unique_fd cancel;  // eventfd, readable after the transfer is cancelled
     std::atomic<bool> cancelled{false};
 };
 

@@ -11,7 +11,6 @@
 #include <map>
 #include <mutex>
 
-#include "back_end_log.h"
 #include "host/tv_files/value_file.h"
 
 namespace hidlaudio::host {

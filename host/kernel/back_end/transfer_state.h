@@ -18,6 +18,9 @@ namespace hidlaudio::host {
  * called from any thread.
  */
 
+/** Log tag of the back-end controller's driver. */
+constexpr char kBackEndTag[] = "tovi_bectrl";
+
 /** Returns the kind whose state file `path` is, or `std::nullopt` for any other path. */
 std::optional<UploadKind> stateFileKind(const char* path);
 

@@ -5,15 +5,14 @@
 
 #include "descriptors.h"
 #include "host/kernel/faults/faults.h"
+#include "host/tv_files/back_end_files.h"
 #include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::host {
 namespace {
 
-constexpr char kDevice[] = "/dev/tovi_bectrl";
-
 std::string pathOf(int fd) {
-    if (kindOfDescriptor(fd) == TvDescriptor::BackEnd) return kDevice;
+    if (kindOfDescriptor(fd) == TvDescriptor::BackEnd) return kBackEndDevice;
     char target[4096];
     const ssize_t length = readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), target, sizeof(target));
     return length > 0 ? std::string(target, static_cast<size_t>(length)) : "descriptor " + std::to_string(fd);

@@ -11,20 +11,17 @@ namespace {
 
 /** Calls on higher descriptors work, but are not counted and have no faults. */
 constexpr int kDescriptors = 65536;
-std::array<std::atomic<TvDescriptor>, kDescriptors> onTv;
 
-void note(int fd, TvDescriptor kind) {
-    if (fd >= 0 && fd < kDescriptors) onTv[static_cast<size_t>(fd)] = kind;
-}
+std::array<std::atomic<TvDescriptor>, kDescriptors> onTv;
 
 }  // namespace
 
 void rememberTvDescriptor(int fd, TvDescriptor kind) {
-    note(fd, kind);
+    if (fd >= 0 && fd < kDescriptors) onTv[static_cast<size_t>(fd)] = kind;
 }
 
 void forgetTvDescriptor(int fd) {
-    note(fd, TvDescriptor::None);
+    rememberTvDescriptor(fd, TvDescriptor::None);
 }
 
 TvDescriptor kindOfDescriptor(int fd) {

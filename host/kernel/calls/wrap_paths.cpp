@@ -40,7 +40,7 @@ using Open = int (*)(const char*, int, ...);
 int openPath(Open realOpen, const char* path, int flags, mode_t mode) {
     const TvPath file(path);
     if (!file.onTv()) return realOpen(path, flags, mode);
-    if (isBackEndDevice(path)) {
+    if (path == std::string_view(kBackEndDevice)) {
         const int device = unlessFaulty("open", {path}, -1, [flags] { return openBackEnd(flags); });
         rememberTvDescriptor(device, TvDescriptor::BackEnd);
         return device;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <stdlib.h>
 
-#include <algorithm>
-
 #include "descriptors.h"
 #include "host/kernel/back_end/transfer_state.h"
 #include "host/kernel/faults/faulty_call.h"

@@ -14,9 +14,7 @@ int __wrap_nanosleep(const timespec* request, timespec* remainder) {
 }
 
 int __wrap_usleep(useconds_t microseconds) {
-    timespec request{};
-    request.tv_sec = static_cast<time_t>(microseconds / 1000000);
-    request.tv_nsec = static_cast<long>(microseconds % 1000000) * 1000;
+    const timespec request = toTimespec(std::chrono::microseconds(microseconds));
     return unlessFaulty("usleep", {nullptr, -1, static_cast<long>(microseconds)}, -1,
                         [&] { return sleepOnClock(&request, nullptr); });
 }

@@ -3,14 +3,13 @@
 
 #include <errno.h>
 #include <sched.h>
-#include <sys/timerfd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
 
 #include "clock_calls.h"
 #include "host/kernel/calls/real_calls.h"
+#include "host/program/parse_number.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -60,13 +59,6 @@ Time toTime(const timespec& time) {
     return std::chrono::seconds(time.tv_sec) + Time(time.tv_nsec);
 }
 
-timespec toTimespec(Time time) {
-    timespec result{};
-    result.tv_sec = static_cast<time_t>(time.count() / kSecond);
-    result.tv_nsec = static_cast<long>(time.count() % kSecond);
-    return result;
-}
-
 /** Divides a time, rounding up: a timer that is set to 0 would be disarmed. */
 timespec faster(const timespec& time, unsigned times) {
     return toTimespec((toTime(time) + Time(times - 1)) / times);
@@ -104,11 +96,9 @@ void setClockSpeed(unsigned times) {
 }
 
 bool setClockSpeed(std::string_view times) {
-    unsigned value = 0;
-    const auto [end, error] = std::from_chars(times.data(), times.data() + times.size(), value);
-    if (error != std::errc() || end != times.data() + times.size()) return false;
-    if (value < 1 || value > kFastestClock) return false;
-    setClockSpeed(value);
+    const std::optional<unsigned> value = parseNumber<unsigned>(times);
+    if (!value || *value < 1 || *value > kFastestClock) return false;
+    setClockSpeed(*value);
     return true;
 }
 
@@ -150,6 +140,13 @@ int setTimerOnClock(int fd, int flags, const itimerspec* value, itimerspec* old)
 void dropTimerOnClock(int fd) {
     const SteppedUse steps;
     if (steps) steps->dropTimer(fd);
+}
+
+timespec toTimespec(Time time) {
+    timespec result{};
+    result.tv_sec = static_cast<time_t>(time.count() / kSecond);
+    result.tv_nsec = static_cast<long>(time.count() % kSecond);
+    return result;
 }
 
 ClockStart startOnClock() {

@@ -14,6 +14,9 @@ int setTimerOnClock(int fd, int flags, const itimerspec* value, itimerspec* old)
 /** Removes `fd` from the stepped clock, if there is one. Call it before closing a descriptor. */
 void dropTimerOnClock(int fd);
 
+/** Converts a time that is not negative. */
+timespec toTimespec(std::chrono::nanoseconds time);
+
 /** A point in the program's time. */
 struct ClockStart {
     std::chrono::nanoseconds stepped{0};

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <stdio.h>
 #include <stdlib.h>
-#include <sys/timerfd.h>
 
 #include <utility>
 

@@ -12,7 +12,7 @@ constexpr char kCallFaultFolder[] = "/kernel/faults";
 
 /** The system calls that can be made to fail. The first kMovingCalls can have short reads or writes. */
 constexpr size_t kMovingCalls = 4;
-constexpr std::string_view kFaultableCalls[] = {
+constexpr const char* kFaultableCalls[] = {
     "read",       "write",          "fread",           "fwrite",        "open",
     "fopen",      "access",         "remove",          "unlink",        "close",
     "fclose",     "fsync",          "lseek",           "fseek",         "ioctl",
@@ -22,7 +22,7 @@ constexpr std::string_view kFaultableCalls[] = {
 /** Returns whether the system call can have short reads or writes. */
 constexpr bool canBeShort(std::string_view call) {
     for (size_t i = 0; i < kMovingCalls; ++i)
-        if (kFaultableCalls[i] == call) return true;
+        if (call == kFaultableCalls[i]) return true;
     return false;
 }
 

@@ -1,19 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <charconv>
 #include <optional>
 
 #include "faults.h"
+#include "host/program/parse_number.h"
 
 namespace hidlaudio::host {
 namespace {
-
-template <typename Number>
-std::optional<Number> parseNumber(std::string_view text) {
-    Number value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return value;
-}
 
 std::optional<Fault> parseFaultOfCall(std::string_view text) {
     const size_t first = text.find(':');
@@ -32,7 +24,7 @@ std::optional<Fault> parseFaultOfCall(std::string_view text) {
 
 std::string allCalls() {
     std::string names;
-    for (const std::string& call : faultableCalls()) names += " " + call;
+    for (const std::string call : kFaultableCalls) names += " " + call;
     return names;
 }
 

@@ -15,7 +15,6 @@
 #include <mutex>
 #include <optional>
 
-#include "calls.h"
 #include "host/kernel/clock/clock_calls.h"
 #include "host/tv_files/call_record.h"
 #include "host/tv_files/fault_file.h"
@@ -27,19 +26,12 @@ constexpr char kFaultTag[] = "kernel";
 
 struct CallState {
     unsigned counted = 0;
-    Fault fault{};          // nth 0: no fault
+    Fault fault{"", 0};     // nth 0: no fault
     unsigned sinceSet = 0;  // calls since the fault was set
     unsigned injected = 0;
 };
 
 struct Faults {
-    Faults() { clear(); }
-    void clear() {
-        for (CallState& state : states) {
-            state = CallState{};
-            state.fault.nth = 0;
-        }
-    }
     std::mutex mutex;
     CallState states[std::size(kFaultableCalls)] GUARDED_BY(mutex);
 };
@@ -100,21 +92,13 @@ Fault storedFault(size_t index) {
 }
 
 void waitOnClock(uint32_t milliseconds) {
-    timespec time{};
-    time.tv_sec = static_cast<time_t>(milliseconds / 1000);
-    time.tv_nsec = static_cast<long>(milliseconds % 1000) * 1000000;
+    const timespec time = toTimespec(std::chrono::milliseconds(milliseconds));
     const int kept = errno;
     sleepOnClock(&time, nullptr);
     errno = kept;
 }
 
 }  // namespace
-
-const std::vector<std::string>& faultableCalls() {
-    static const auto& names =
-        *new std::vector<std::string>(std::begin(kFaultableCalls), std::end(kFaultableCalls));
-    return names;
-}
 
 void useStoredFaults(const std::string& root) {
     storedFaultFolder() = root.empty() ? "" : root + kCallFaultFolder;
@@ -147,7 +131,7 @@ bool injectFault(const Fault& fault) {
 void clearFaults() {
     Faults& all = faults();
     const std::lock_guard lock(all.mutex);
-    all.clear();
+    for (CallState& state : all.states) state = {};
 }
 
 unsigned countedCalls(std::string_view call) {

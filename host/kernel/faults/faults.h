@@ -6,8 +6,8 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "calls.h"
 #include "host/tv_files/fault_file.h"
 
 namespace hidlaudio::host {
@@ -22,7 +22,7 @@ namespace hidlaudio::host {
  * calls are written to the call record (host/tv_files/call_record.h).
  */
 struct Fault {
-    std::string call;         // "write"; see faultableCalls()
+    std::string call;         // "write"; see kFaultableCalls
     unsigned nth = 1;         // 1 for the next call of that name
     int error = 0;            // errno of the failed call; 0: the call does not fail
     bool lasting = false;     // whether the fault applies to all calls from the n-th on
@@ -31,12 +31,9 @@ struct Fault {
     bool dies = false;        // the process is killed when it makes the call
 };
 
-/** Returns the names of the calls that can be made to fail. */
-const std::vector<std::string>& faultableCalls();
-
 /**
  * Sets a fault, which replaces the fault of the same call. Returns false without a change if the call is not
- * one of faultableCalls(), if `nth` is 0, if the fault has no effect, or if only `bytes` is set and the call
+ * one of kFaultableCalls, if `nth` is 0, if the fault has no effect, or if only `bytes` is set and the call
  * is not read, write, fread or fwrite.
  */
 [[nodiscard]] bool injectFault(const Fault& fault);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base_calls.h"
 
+#include <android-base/unique_fd.h>
 #include <cutils/native_handle.h>
 #include <errno.h>
 #include <string.h>
@@ -9,7 +10,6 @@
 
 #include <vector>
 
-#include "host/program/owned_descriptor.h"
 #include "reply.h"
 
 namespace hidlaudio::python {
@@ -50,7 +50,7 @@ std::vector<uint8_t> contentOf(int fd) {
 }
 
 Json debug(IBase& object, const Json& request) {
-    const host::OwnedDescriptor file(memfd_create("debug", MFD_CLOEXEC));
+    const android::base::unique_fd file(memfd_create("debug", MFD_CLOEXEC));
     if (file.get() < 0) return failedReply(false, std::string("memfd_create: ") + strerror(errno));
     std::vector<hidl_string> options;
     for (const Json& option : request.value("options", Json::array())) {

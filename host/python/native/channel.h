@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
+
 #include <nlohmann/json.hpp>
 #include <string>
-
-#include "host/program/owned_descriptor.h"
 
 namespace hidlaudio::python {
 
@@ -30,7 +30,7 @@ class Channel {
     bool receive(Json& message);
 
   private:
-    host::OwnedDescriptor fd_;
+    android::base::unique_fd fd_;
 };
 
 }  // namespace hidlaudio::python

@@ -45,7 +45,7 @@ std::unique_ptr<Channel> openChannel(int control) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return nullptr;
     auto channel = std::make_unique<Channel>(ends[0]);
-    const host::OwnedDescriptor other(ends[1]);
+    const android::base::unique_fd other(ends[1]);
     if (!passDescriptor(control, other.get())) return nullptr;
     return channel;
 }

@@ -6,7 +6,7 @@
 
 #include "host/program/split_text.h"
 #include "host/tv_files/back_end_files.h"
-#include "host/tv_files/stored_files.h"
+#include "host/tv_files/tv_check.h"
 #include "test_tv.h"
 
 namespace hidlaudio::host {

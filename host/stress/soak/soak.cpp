@@ -26,15 +26,12 @@ int printPlan(const SoakOptions& options, unsigned count) {
     return kDone;
 }
 
-std::string textOf(const Usage& usage) {
-    return std::to_string(usage.memory) + " KiB, " + std::to_string(usage.descriptors) + " descriptors, " +
-           std::to_string(usage.threads) + " threads";
-}
-
 int report(const SoakOptions& options, const SoakResult& result) {
     printf("%g h of TV time: %u commands, %u refused, %u clients killed, %u programs restarted\n",
            options.hours, result.commands, result.refused, result.killed, result.restarts);
-    for (const Usage& usage : result.samples) printf("idle daemon: %s\n", textOf(usage).c_str());
+    for (const Usage& usage : result.samples)
+        printf("idle daemon: %ld KiB, %ld descriptors, %ld threads\n", usage.memory, usage.descriptors,
+               usage.threads);
     for (const std::string& problem : result.problems) printf("! %s\n", problem.c_str());
     return result.problems.empty() ? kDone : fail(std::to_string(result.problems.size()) + " violations");
 }
@@ -67,7 +64,7 @@ void addSoak(Command app, int& status) {
     options->seed = std::random_device()();
     const Command command =
         app.addCommand("soak", "Run random clients on a TV for hours and check the daemon");
-    command.setFooter(
+    command.setHelp(
         "Boots a temporary TV, whose clock runs faster. Clients use all services at random: they upload,\n"
         "cancel and are killed. Meanwhile the controller is slow or refuses uploads, functions of the\n"
         "middleware and the audio HAL fail, and the audio HAL is restarted.\n"
@@ -77,15 +74,10 @@ void addSoak(Command app, int& status) {
         "registered and work. At the end, the daemon must not hold more memory, descriptors or threads\n"
         "than after the first fifth, apart from a tolerance. The soak prints each violation.\n"
         "\n"
-        "The same seed gives the same decisions. Their number depends on the speed of the machine.\n"
-        "\n"
-        "Exit status:\n"
-        "  1  a violation was found, the soak was interrupted, or the output could not be written\n"
-        "  2  the arguments are wrong\n"
-        "\n"
-        "Examples:\n"
-        "  tv_stress soak --hours 24 --clients 8\n"
-        "  tv_stress soak --seed 7 --plan 20");
+        "The same seed gives the same decisions. Their number depends on the speed of the machine.",
+        {"1  a violation was found, the soak was interrupted, or the output could not be written",
+         "2  the arguments are wrong"},
+        {"tv_stress soak --hours 24 --clients 8", "tv_stress soak --seed 7 --plan 20"});
     command
         .option("--hours", "N", options->hours,
                 "Duration by the clock of the TV, 0.01 to 100000 (default: 1)")

@@ -110,12 +110,6 @@ SweepResult sweepScenario(const Sweep& sweep) {
     return result;
 }
 
-void addFindings(const Scenario& scenario, const SweepResult& result, std::vector<Finding>& findings) {
-    for (const SweepRow& row : result.rows) {
-        if (!row.flags.empty()) findings.push_back({scenario, row});
-    }
-}
-
 /**
  * Sweeps one scenario after the other, each in a worker process, so that the programs of the baseline run end
  * even if this process is killed.
@@ -138,7 +132,8 @@ int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
         SweepResult result{scenarios[i].name, 0, {scenarios[i].path + ": the sweep process crashed"}, {}};
         if (json.is_object()) result = json.get<SweepResult>();
         flagged += flaggedIn(result);
-        addFindings(scenarios[i], result, findings);
+        for (const SweepRow& row : result.rows)
+            if (!row.flags.empty()) findings.push_back({scenarios[i], row});
         if (options.json) {
             all.push_back(toJson(result));
         } else {
@@ -182,47 +177,40 @@ int sweep(Options options) {
 void addSweep(Command app, int& status) {
     const auto options = std::make_shared<Options>();
     const Command command = app.addCommand("sweep", "Repeat a scenario, injecting one fault per run");
-    command.setFooter(
-        "Runs the scenario on a temporary TV, first without a fault: the baseline run. Then repeats it for\n"
-        "each call that the daemon made and for each way in which this call can fail. A system call, or a\n"
-        "function of the middleware, libpower or the audio HAL, returns an error, transfers too few bytes,\n"
-        "is delayed, or kills the process.\n"
-        "\n"
-        "Prints one line per fault: how the output of the commands, the daemon's log and the TV's files\n"
-        "differ from the baseline run. Flags violations in lines that begin with !. Violations are: a\n"
-        "crash, a hang, a leak of descriptors, threads or memory, a service that is not registered, a wake\n"
-        "lock that is still held, and a file whose content the fault does not explain.\n"
-        "\n"
-        "SCENARIO is a name from --list, the path of a file, or `all`. A scenario has one command per line:\n"
-        "\n"
-        "  tv init [OPTIONS]          only as the first command\n"
-        "  tv boot | tv shutdown      start the programs that do not run; stop them\n"
-        "  tv config | eeprom | fault | bectrl ...\n"
-        "  file PATH hex DIGITS       write a file of the TV: these bytes,\n"
-        "  file PATH copy NAME        or those of a file in the scenario's folder\n"
-        "  audioctl ... [&]           & runs the command until the end of the scenario\n"
-        "  client NAME INTERFACE.METHOD [ARGUMENTS] [> VARIABLE] [&]\n"
-        "                             a HIDL call. The process of client NAME lives until the end. With &,\n"
-        "                             only the client's next call waits for the answer. ARGUMENTS is a JSON\n"
-        "                             object as in a record; $VARIABLE stands for an earlier result\n"
-        "  kill hidlaudio | audio_hal | CLIENT\n"
-        "  await TEXT                 wait for a line of the daemon's log, after that of the last await\n"
-        "\n"
-        "Lines that begin with # are comments. If no `tv boot` comes before the first command of a client,\n"
-        "the TV is booted first, and the calls of this boot are not swept. The commands can use the files "
-        "in\n"
-        "the folder of the scenario, and parameters.bin, a file of 1 MiB. The clock of the TV runs " +
-        std::to_string(kSweepClock) +
-        " times faster.\n"
-        "\n"
-        "Exit status:\n"
-        "  1  a run was flagged, the sweep was interrupted, or the output could not be written\n"
-        "  2  the arguments or a scenario are wrong\n"
-        "\n"
-        "Examples:\n"
-        "  tv_stress sweep --list\n"
-        "  tv_stress sweep all --flagged --shrink found\n"
-        "  tv_stress sweep external-output --json");
+    command.setHelp(
+        R"(Runs the scenario on a temporary TV, first without a fault: the baseline run. Then repeats it for
+each call that the daemon made and for each way in which this call can fail. A system call, or a
+function of the middleware, libpower or the audio HAL, returns an error, transfers too few bytes,
+is delayed, or kills the process.
+
+Prints one line per fault: how the output of the commands, the daemon's log and the TV's files
+differ from the baseline run. Flags violations in lines that begin with !. Violations are: a
+crash, a hang, a leak of descriptors, threads or memory, a service that is not registered, a wake
+lock that is still held, and a file whose content the fault does not explain.
+
+SCENARIO is a name from --list, the path of a file, or `all`. A scenario has one command per line:
+
+  tv init [OPTIONS]          only as the first command
+  tv boot | tv shutdown      start the programs that do not run; stop them
+  tv config | eeprom | fault | bectrl ...
+  file PATH hex DIGITS       write a file of the TV: these bytes,
+  file PATH copy NAME        or those of a file in the scenario's folder
+  audioctl ... [&]           & runs the command until the end of the scenario
+  client NAME INTERFACE.METHOD [ARGUMENTS] [> VARIABLE] [&]
+                             a HIDL call. The process of client NAME lives until the end. With &,
+                             only the client's next call waits for the answer. ARGUMENTS is a JSON
+                             object as in a record; $VARIABLE stands for an earlier result
+  kill hidlaudio | audio_hal | CLIENT
+  await TEXT                 wait for a line of the daemon's log, after that of the last await
+
+Lines that begin with # are comments. If no `tv boot` comes before the first command of a client,
+the TV is booted first, and the calls of this boot are not swept. The commands can use the files in
+the folder of the scenario, and parameters.bin, a file of 1 MiB. The clock of the TV runs )" +
+            std::to_string(kSweepClock) + " times faster.",
+        {"1  a run was flagged, the sweep was interrupted, or the output could not be written",
+         "2  the arguments or a scenario are wrong"},
+        {"tv_stress sweep --list", "tv_stress sweep all --flagged --shrink found",
+         "tv_stress sweep external-output --json"});
     command.argument("SCENARIO", options->scenarios, "Scenarios to run; required except with --list");
     command
         .option("-j,--jobs", "N", options->jobs,

@@ -64,22 +64,16 @@ int bectrl(const std::vector<std::string>& words) {
 
 void addBectrl(Command app, int& status) {
     const Command command = app.addCommand("bectrl", "Show or change how the back-end controller behaves");
-    command.setFooter(
+    command.setHelp(
         "Lists the settings and the state of the uploads if SETTING is not given. A setting takes effect\n"
         "at the next command to the controller. A setting without device or hrtf applies to both kinds of\n"
         "upload. The settings are stored in bectrl/behaviour.\n"
         "\n"
         "Settings:" +
-        describeBackEndSettings() +
-        "\n\nExit status:\n"
-        "  1  the TV has no back-end controller, or bectrl/behaviour is invalid or cannot be written\n"
-        "  2  the arguments are wrong, or the folder is not a TV\n"
-        "\n"
-        "Examples:\n"
-        "  tv bectrl\n"
-        "  tv bectrl rate 100000\n"
-        "  tv bectrl hrtf result 0xF3\n"
-        "  tv bectrl hang on");
+            describeBackEndSettings(),
+        {"1  the TV has no back-end controller, or bectrl/behaviour is invalid or cannot be written",
+         kNeedsTv},
+        {"tv bectrl", "tv bectrl rate 100000", "tv bectrl hrtf result 0xF3", "tv bectrl hang on"});
     const Option options[] = {
         command.argument("[device|hrtf]", "Kind of upload that the setting applies to (default: both)"),
         command.argument("SETTING", "Setting to change (default: list all settings)"),

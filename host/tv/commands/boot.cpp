@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <stdio.h>
 #include <sys/stat.h>
@@ -12,16 +13,15 @@
 #include <vector>
 
 #include "host/program/interrupt.h"
-#include "host/program/owned_descriptor.h"
 #include "host/program/terminal.h"
 #include "host/recording/record_control.h"
 #include "host/recording/record_follower.h"
 #include "host/tv/commands.h"
 #include "host/tv_control/processes/log_tail.h"
 #include "host/tv_control/processes/programs.h"
-#include "host/tv_control/state/back_end.h"
 #include "host/tv_control/state/registry.h"
 #include "host/tv_control/state/tv_folder.h"
+#include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/folder_lock.h"
 #include "host/tv_files/program_lock.h"
 #include "host/tv_files/regular_file.h"
@@ -51,19 +51,11 @@ struct BootOptions {
 };
 
 struct Boot {
-    bool background = false;
-    unsigned timeout = kStartTimeout;
-    std::string record;
-    OwnedDescriptor recordLock;
+    BootOptions options;
+    android::base::unique_fd recordLock;
     LogTail log{LogTail::From::End};
     std::vector<Started> started;
 };
-
-/** Releases the wake locks that are left from a TV that was not shut down. Returns 0, or an errno. */
-int clearWakeLocks() {
-    const FolderLock lock(tvRoot() + "/power");
-    return lock.error() != 0 ? lock.error() : writeValueFile(tvRoot() + "/power/wake_lock", "");
-}
 
 /** Creates run/ and log/, which may be deleted while no program runs. Returns an error message, or "". */
 std::string makeFolders() {
@@ -72,10 +64,6 @@ std::string makeFolders() {
         if (mkdir(path.c_str(), mode) != 0 && errno != EEXIST) return fileError(path, errno);
     }
     return "";
-}
-
-std::string describeProgram(const std::string& program, const Process& process) {
-    return program + " is process " + std::to_string(process.pid);
 }
 
 /**
@@ -88,7 +76,8 @@ std::string findRunning(Boot& boot) {
     bool inOrder = true;
     for (const char* program : kPrograms) {
         if (const auto process = runningProgram(program)) {
-            running += (running.empty() ? "" : ", ") + describeProgram(program, *process);
+            running += std::string(running.empty() ? "" : ", ") + program + " is process " +
+                       std::to_string(process->pid);
             boot.started.push_back({program, *process, false});
             inOrder = inOrder && missing.empty();
         } else if (missing.empty()) {
@@ -105,8 +94,10 @@ std::string findRunning(Boot& boot) {
  * Puts the wake locks and the back-end controller into their power-on state. Returns an error message, or "".
  */
 std::string setPowerOnState(bool hasBackEnd) {
-    if (const int error = clearWakeLocks(); error != 0)
-        return fileError(tvRoot() + "/power/wake_lock", error);
+    const std::string wakeLocks = tvRoot() + "/power/wake_lock";
+    const FolderLock lock(tvRoot() + "/power");
+    if (lock.error() != 0) return fileError(wakeLocks, lock.error());
+    if (const int error = writeValueFile(wakeLocks, ""); error != 0) return fileError(wakeLocks, error);
     std::string failed;
     const int error = hasBackEnd ? makeBackEndIdle(failed) : 0;
     return error == 0 ? "" : fileError(failed, error);
@@ -115,9 +106,9 @@ std::string setPowerOnState(bool hasBackEnd) {
 /** Ends the record of a TV that was not shut down, and begins a new one. Returns an error message, or "". */
 std::string beginRecord(Boot& boot) {
     std::string reason = boot.started.empty() ? stopLeftRecord() : "";
-    if (!reason.empty() || boot.record.empty()) return reason;
-    reason = startRecord({boot.record});
-    if (!reason.empty() || boot.background) return reason;
+    if (!reason.empty() || boot.options.record.empty()) return reason;
+    reason = startRecord({boot.options.record});
+    if (!reason.empty() || boot.options.background) return reason;
     boot.recordLock.reset(openProgramLock(kRecordLock));
     const int error = boot.recordLock.get() < 0 ? errno : acquireProgramLock(boot.recordLock.get());
     return error == 0 ? "" : fileError(programLockFile(kRecordLock), error);
@@ -174,12 +165,12 @@ std::string describeTimeout(const Boot& boot) {
         if (missing.empty()) continue;
         text += (text.empty() ? "" : ", ") + one.program + " has not registered " + describeMissing(missing);
     }
-    return text + " within " + std::to_string(boot.timeout) + " s";
+    return text + " within " + std::to_string(boot.options.timeout) + " s";
 }
 
 /** Waits until all programs in `boot` have registered their services. Returns an error message, or "". */
 std::string awaitServices(const Boot& boot, const Interrupt& interrupt) {
-    const auto deadline = steady_clock::now() + std::chrono::seconds(boot.timeout);
+    const auto deadline = steady_clock::now() + std::chrono::seconds(boot.options.timeout);
     while (!allRegistered(boot)) {
         if (const auto ending = anyEnding(boot)) return withLog(boot, ending->how);
         if (steady_clock::now() > deadline) return withLog(boot, describeTimeout(boot));
@@ -194,7 +185,7 @@ std::string start(const std::string& program, Boot& boot) {
         if (one.program == program) return "";
     }
     Process process;
-    std::string reason = startProgram(program, !boot.background, process);
+    std::string reason = startProgram(program, !boot.options.background, process);
     if (reason.empty()) boot.started.push_back({program, process});
     return reason;
 }
@@ -238,7 +229,7 @@ int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
  */
 int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     std::optional<Ending> ending;
-    RecordFollower record(boot.record, RecordTail::From::Start, {false, true});
+    RecordFollower record(boot.options.record, RecordTail::From::Start, {false, true});
     while (!ending && boot.log.print() && !interrupt.cameWithin(50)) {
         record.follow();
         ending = anyEnding(boot);
@@ -246,7 +237,7 @@ int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     const bool stopped = stopPrograms();
     boot.log.print();
     record.follow();
-    if (!boot.record.empty()) stopRecord();
+    if (!boot.options.record.empty()) stopRecord();
     if (ending && !ending->asked) return fail(ending->how);
     return stopped ? kDone : kFailed;
 }
@@ -256,9 +247,8 @@ int bootTv(const BootOptions& options) {
     if (!model) return kWrongUsage;
     const Interrupt interrupt;
     Boot boot;
-    boot.background = options.background;
-    boot.timeout = options.timeout;
-    if (!options.record.empty()) boot.record = std::filesystem::absolute(options.record);
+    boot.options = options;
+    if (!options.record.empty()) boot.options.record = std::filesystem::absolute(options.record);
     const std::string reason = startAll(model->backEnd, boot, interrupt);
     if (!reason.empty()) return fail(reason);
     return options.background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
@@ -269,7 +259,7 @@ int bootTv(const BootOptions& options) {
 void addBoot(Command app, int& status) {
     const auto options = std::make_shared<BootOptions>();
     const Command command = app.addCommand("boot", "Start the TV's programs");
-    command.setFooter(
+    command.setHelp(
         "Starts the audio HAL and then the daemon, which lie in the folder of `tv`. Shows their logs until\n"
         "Ctrl-C, which shuts the TV down. If `tv` is killed, the programs that it has started also end.\n"
         "With --background, the programs continue to run after `tv` has returned. Their output is appended\n"
@@ -280,19 +270,13 @@ void addBoot(Command app, int& status) {
         "`tv record --stop`. `tv record --help` describes the record.\n"
         "\n"
         "The programs read the environment variables HIDLAUDIO_CLOCK, HIDLAUDIO_FAULT and HIDLAUDIO_CALLS;\n"
-        "see hidlaudio(8).\n"
-        "\n"
-        "Exit status:\n"
-        "  1  a program cannot be started, ends without being shut down, or does not register its services\n"
-        "     in time; or `tv` is interrupted before that\n"
-        "  2  the arguments are wrong, or the folder is not a TV\n"
-        "\n"
-        "Examples:\n"
-        "  tv boot\n"
-        "  tv boot --background\n"
-        "  tv boot --record calls.jsonl\n"
-        "  HIDLAUDIO_CLOCK=50 tv boot               # time passes 50 times faster\n"
-        "  HIDLAUDIO_FAULT=write:3:ENOSPC tv boot   # the third write of each program fails");
+        "see hidlaudio(8).",
+        {"1  a program cannot be started, ends without being shut down, or does not register its services\n"
+         "     in time; or `tv` is interrupted before that",
+         kNeedsTv},
+        {"tv boot", "tv boot --background", "tv boot --record calls.jsonl",
+         "HIDLAUDIO_CLOCK=50 tv boot               # time passes 50 times faster",
+         "HIDLAUDIO_FAULT=write:3:ENOSPC tv boot   # the third write of each program fails"});
     command.flag("--background", options->background, "Return when all services are registered");
     command
         .option("--record", "FILE", options->record,

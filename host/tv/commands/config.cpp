@@ -51,19 +51,12 @@ int config(const std::optional<std::string>& key, const std::optional<std::strin
 void addConfig(Command app, int& status) {
     const Command command =
         app.addCommand("config", "List, read or write the configuration store of the middleware");
-    command.setFooter(
+    command.setHelp(
         "Lists all values if KEY is not given. The store is the folder soc/config with one file per key.\n"
         "The daemon reads a key at each request, so a change takes effect at once. To make a read fail,\n"
-        "delete the file of the key.\n"
-        "\n"
-        "Exit status:\n"
-        "  1  the value of KEY cannot be read or written, or is not a 32-bit number\n"
-        "  2  the arguments are wrong, or the folder is not a TV\n"
-        "\n"
-        "Examples:\n"
-        "  tv config\n"
-        "  tv config g_audio__tv_position\n"
-        "  tv config g_audio__tv_position 1");
+        "delete the file of the key.",
+        {"1  the value of KEY cannot be read or written, or is not a 32-bit number", kNeedsTv},
+        {"tv config", "tv config g_audio__tv_position", "tv config g_audio__tv_position 1"});
     const Option key = command.argument("KEY", "Key to read or write (default: list all keys)");
     const Option value = command.argument("VALUE",
                                           "Number to store, -2147483648 to 2147483647\n"

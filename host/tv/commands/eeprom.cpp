@@ -56,20 +56,15 @@ std::string namedBytes() {
 void addEeprom(Command app, int& status) {
     static_assert(kEepromSize == 0x20000, "the messages name the range");
     const Command command = app.addCommand("eeprom", "Read or write a byte of the EEPROM");
-    command.setFooter(
+    command.setHelp(
         "Prints the byte if BYTE is not given. Numbers are decimal, or hexadecimal with the prefix 0x. The\n"
         "daemon reads the EEPROM when it starts. The image is the file soc/eeprom.bin. To make a read fail,\n"
         "delete or truncate the image.\n"
         "\n"
         "Bytes that the daemon reads:" +
-        namedBytes() +
-        "\n\nExit status:\n"
-        "  1  the byte cannot be read or written\n"
-        "  2  the arguments are wrong, or the folder is not a TV\n"
-        "\n"
-        "Examples:\n"
-        "  tv eeprom 0x10089\n"
-        "  tv eeprom 0x10116 0   # the center speaker input cannot run synchronized");
+            namedBytes(),
+        {"1  the byte cannot be read or written", kNeedsTv},
+        {"tv eeprom 0x10089", "tv eeprom 0x10116 0   # the center speaker input cannot run synchronized"});
     const Option address = command.argument("ADDRESS", "Address of the byte, 0 to 0x1FFFF").required();
     const Option byte =
         command.argument("BYTE", "Value to write, 0 to 0xFF (default: print the stored byte)");

@@ -91,45 +91,27 @@ int clear(const Text& name) {
     return kDone;
 }
 
-/** Creates the folders of the system calls' faults, which the TV of an earlier version does not have. */
-void makeCallFolder() {
-    for (const std::string& folder : {tvRoot() + "/kernel", tvRoot() + kCallFaultFolder})
-        mkdir(folder.c_str(), 0755);
-}
-
-int store(const std::string& name, const FaultSetting& fault) {
-    if (isCall(name)) makeCallFolder();
-    const std::string path = folderOf(name) + "/" + name;
-    const int error = writeValueFile(path, formatFault(fault));
-    return error == 0 ? kDone : fail(fileError(path, error));
-}
-
-int setOnCall(const std::string& name, const std::string& text) {
-    const std::optional<FaultSetting> fault = parseCallFault(text);
+int set(const std::string& name, const std::string& text) {
+    const std::optional<FaultSetting> fault = isCall(name) ? parseCallFault(text) : parseFault(text);
     if (!fault) {
-        return fail("\"" + text +
-                        "\" is not a fault of a system call: STATUS must be the name or number of an errno, "
-                        "short=BYTES, delay=MILLISECONDS or dies; COUNT must be at least 1, PASS at least 0",
-                    kWrongUsage);
+        return fail(
+            "\"" + text + "\" is not a fault" +
+                (isCall(name)
+                     ? " of a system call: STATUS must be the name or number of an errno, short=BYTES, "
+                     : ": STATUS must be a 32-bit number, ") +
+                "delay=MILLISECONDS or dies; COUNT must be at least 1, PASS at least 0",
+            kWrongUsage);
     }
     if (fault->kind == FaultKind::Shortens && !canBeShort(name))
         return fail("short=BYTES is only possible for read, write, fread and fwrite", kWrongUsage);
-    return store(name, *fault);
-}
-
-int set(const std::string& name, const std::string& text) {
-    if (isCall(name)) return setOnCall(name, text);
-    const std::optional<FaultSetting> fault = parseFault(text);
-    if (!fault) {
-        return fail("\"" + text +
-                        "\" is not a fault: STATUS must be a 32-bit number, delay=MILLISECONDS or dies; "
-                        "COUNT must be at least 1, PASS at least 0",
-                    kWrongUsage);
-    }
-    if (isHalOperation(name) && fault->kind == FaultKind::Returns && !isHalResult(fault->status)) {
+    if (isHalOperation(name) && fault->kind == FaultKind::Returns && !isHalResult(fault->status))
         return fail("the STATUS of " + name + " must be one of " + allResults(), kWrongUsage);
-    }
-    return store(name, *fault);
+    // The TV of an earlier version does not have the folders of the system calls' faults.
+    for (const std::string folder : {"/kernel", kCallFaultFolder})
+        if (isCall(name)) mkdir((tvRoot() + folder).c_str(), 0755);
+    const std::string path = folderOf(name) + "/" + name;
+    const int error = writeValueFile(path, formatFault(*fault));
+    return error == 0 ? kDone : fail(fileError(path, error));
 }
 
 /** Joins the arguments to a text for parseFault(). An empty argument becomes "?", which is refused. */
@@ -158,37 +140,32 @@ int fault(const Text& name, const Text& value, const Text& count, const Text& pa
 void addFault(Command app, int& status) {
     const Command command = app.addCommand(
         "fault", "Make a function of the middleware, libpower or the audio HAL fail, or a system call");
-    command.setFooter(
-        "Lists the faults if STATUS is not given. A fault takes effect at the next call of FUNCTION, or\n"
-        "after PASS more calls. It is stored in soc/faults/<function>, in hal/faults/<function> for the "
-        "audio\n"
-        "HAL, or in kernel/faults/<call> for a system call.\n"
-        "\n"
-        "STATUS is one of:\n"
-        "  NUMBER              FUNCTION has no effect and returns this status\n"
-        "  delay=MILLISECONDS  FUNCTION works, but takes this much longer by the clock of the programs\n"
-        "  dies                the process that serves the call is killed\n"
-        "The status of a function of the audio HAL is a Result:\n"
-        "  " +
-        allResults() +
-        "\n\n"
-        "A FUNCTION may also be a system call of the daemon. The faults affect its calls on the TV's files,\n"
-        "and all its sleep, thread, timer and epoll calls. STATUS is then one of:\n"
-        "  ERRNO               name or number, such as ENOSPC: the call has no effect and fails\n"
-        "  short=BYTES         read, write, fread or fwrite transfers at most this many bytes\n"
-        "  delay=MILLISECONDS, dies\n"
-        "If HIDLAUDIO_FAULT also has a fault for a call, only that fault is injected.\n"
-        "\nFunctions:" +
-        allFunctions() + "\n\nSystem calls:" + allCalls() +
-        "\n\nExit status:\n"
-        "  1  the fault cannot be stored or cleared\n"
-        "  2  the arguments are wrong, or the folder is not a TV\n"
-        "\n"
-        "Examples:\n"
-        "  tv fault a_mtktvapi_config_set_value 7 1   # the next call fails with status 7\n"
-        "  tv fault getParameters delay=3000          # each call takes 3 s longer\n"
-        "  tv fault write ENOSPC 1                    # the daemon's next write fails\n"
-        "  tv fault --clear");
+    command.setHelp(
+        R"(Lists the faults if STATUS is not given. A fault takes effect at the next call of FUNCTION, or
+after PASS more calls. It is stored in soc/faults/<function>, in hal/faults/<function> for the audio
+HAL, or in kernel/faults/<call> for a system call.
+
+STATUS is one of:
+  NUMBER              FUNCTION has no effect and returns this status
+  delay=MILLISECONDS  FUNCTION works, but takes this much longer by the clock of the programs
+  dies                the process that serves the call is killed
+The status of a function of the audio HAL is a Result:
+  )" + allResults() +
+            R"(
+
+A FUNCTION may also be a system call of the daemon. The faults affect its calls on the TV's files,
+and all its sleep, thread, timer and epoll calls. STATUS is then one of:
+  ERRNO               name or number, such as ENOSPC: the call has no effect and fails
+  short=BYTES         read, write, fread or fwrite transfers at most this many bytes
+  delay=MILLISECONDS, dies
+If HIDLAUDIO_FAULT also has a fault for a call, only that fault is injected.
+
+Functions:)" +
+            allFunctions() + "\n\nSystem calls:" + allCalls(),
+        {"1  the fault cannot be stored or cleared", kNeedsTv},
+        {"tv fault a_mtktvapi_config_set_value 7 1   # the next call fails with status 7",
+         "tv fault getParameters delay=3000          # each call takes 3 s longer",
+         "tv fault write ENOSPC 1                    # the daemon's next write fails", "tv fault --clear"});
     const Option name =
         command.argument("FUNCTION", "Function or system call to make fail (default: list all faults)");
     const Option value =

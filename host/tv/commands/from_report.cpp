@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <errno.h>
+#include <signal.h>
 #include <stdio.h>
 
 #include <filesystem>
@@ -18,7 +18,6 @@
 #include "host/tv_control/processes/programs.h"
 #include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/regular_file.h"
-#include "host/tv_files/tv_root.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -50,10 +49,12 @@ std::string runTv(const std::string& tv, std::vector<std::string> words) {
     pid_t pid = 0;
     if (const int error = startChild({words, {}, "/dev/null", errors, "/"}, pid); error != 0)
         return fileError(words[0], error);
-    const ChildStatus status = statusWithin(pid, 60s).value_or(-1);
+    const auto status = statusWithin(pid, 60s);
+    if (!status) endChild(pid, SIGKILL, 1s);
     std::error_code ignored;
     fs::remove(errors, ignored);
-    return status == 0 ? "" : "tv " + words[3] + " " + describe(status);
+    return status == 0 ? ""
+                       : "tv " + words[3] + " " + (status ? describe(*status) : "did not end within 60 s");
 }
 
 /** Writes a file as the line `file PATH hex DIGITS` or `file PATH copy NAME` does. */
@@ -78,11 +79,6 @@ std::string makeTvOf(const MadeScenario& scenario, const std::string& tv) {
     return "";
 }
 
-std::string writeFiles(const MadeScenario& scenario, const std::string& folder) {
-    const std::string problem = writeScenarioFiles(scenario, folder);
-    return problem.empty() ? makeTvOf(scenario, folder + "/tv") : problem;
-}
-
 void printSummary(const MadeScenario& scenario, const std::string& folder) {
     printf("calls: %zu\nboots: %zu\nclients: %zu\nfaults: %zu\nassumptions: %zu\nwarnings: %zu\n",
            scenario.calls, scenario.boots, scenario.clients, scenario.faults, scenario.assumptions,
@@ -99,10 +95,13 @@ int fromReport(const FromReportOptions& options) {
         return fail(problem, kWrongUsage);
     const std::string folder = fs::absolute(options.output).lexically_normal().string();
     if (const std::string problem = makeOutputFolder(folder); !problem.empty()) return fail(problem);
-    if (const std::string problem = writeFiles(scenario, folder); !problem.empty()) return fail(problem);
-    constexpr size_t kMostWarnings = 20;
-    for (size_t i = 0; i < report.warnings.size() && i < kMostWarnings; ++i) note(report.warnings[i]);
-    if (report.warnings.size() > kMostWarnings) note("more warnings are in notes.txt");
+    if (const std::string problem = writeScenarioFiles(scenario, folder); !problem.empty())
+        return fail(problem);
+    if (const std::string problem = makeTvOf(scenario, folder + "/tv"); !problem.empty())
+        return fail(problem);
+    constexpr size_t kMaxWarnings = 20;
+    for (size_t i = 0; i < report.warnings.size() && i < kMaxWarnings; ++i) note(report.warnings[i]);
+    if (report.warnings.size() > kMaxWarnings) note("more warnings are in notes.txt");
     printSummary(scenario, options.output);
     return kDone;
 }
@@ -112,7 +111,7 @@ int fromReport(const FromReportOptions& options) {
 void addFromReport(Command app, int& status) {
     const auto options = std::make_shared<FromReportOptions>();
     const Command command = app.addCommand("from-report", "Make a scenario from a bug report of a TV");
-    command.setFooter(
+    command.setHelp(
         "Reads what a bug report has of the daemon and writes a scenario that repeats it on a virtual TV.\n"
         "The files are recognized by their content. Any of these may be given, and a folder is searched for\n"
         "them:\n"
@@ -127,17 +126,13 @@ void addFromReport(Command app, int& status) {
         "  report.scenario  the scenario\n"
         "  report.log       the lines of the daemon, unless only a record was given\n"
         "  notes.txt        where each inference comes from, what was assumed, and the warnings\n"
-        "  tv/              a TV in the state before the first start\n"
-        "\n"
-        "Exit status:\n"
-        "  0  the scenario was written, perhaps with warnings\n"
-        "  1  DIR exists and is not empty, or the output cannot be written\n"
-        "  2  the arguments are wrong, a file cannot be read or has an unknown content, there is no line of\n"
-        "     the daemon, or the logs of two TVs are mixed\n"
-        "\n"
-        "Examples:\n"
-        "  tv from-report bugreport.txt --output case\n"
-        "  tv from-report logcat.txt calls.jsonl data/ --output case");
+        "  tv/              a TV in the state before the first start",
+        {"0  the scenario was written, perhaps with warnings",
+         "1  DIR exists and is not empty, or the output cannot be written",
+         "2  the arguments are wrong, a file cannot be read or has an unknown content, there is no line of\n"
+         "     the daemon, or the logs of two TVs are mixed"},
+        {"tv from-report bugreport.txt --output case",
+         "tv from-report logcat.txt calls.jsonl data/ --output case"});
     command.argument("FILE", options->paths, "Files and folders of the report").required().notEmpty();
     command
         .option("--output", "DIR", options->output, "Write to this folder, which must be empty or not exist")

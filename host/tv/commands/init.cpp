@@ -46,19 +46,14 @@ int init(const InitOptions& options) {
 void addInit(Command app, int& status) {
     const auto options = std::make_shared<InitOptions>();
     const Command command = app.addCommand("init", "Create a TV");
-    command.setFooter(
+    command.setHelp(
         "Creates the folder of a TV in its factory state: configuration store, EEPROM, tuning file,\n"
         "readiness marker, an empty data partition, and a manifest that declares the services of the TV's\n"
-        "programs. Never changes a folder that holds other files and no TV.\n"
-        "\n"
-        "Exit status:\n"
-        "  1  the folder holds other files, or a TV and --force is not given; the TV is running; other\n"
-        "     users can write to the folder; or a file cannot be written\n"
-        "  2  the arguments are wrong\n"
-        "\n"
-        "Examples:\n"
-        "  tv init\n"
-        "  tv init --model standard --centre-input --force");
+        "programs. Never changes a folder that holds other files and no TV.",
+        {"1  the folder holds other files, or a TV and --force is not given; the TV is running; other\n"
+         "     users can write to the folder; or a file cannot be written",
+         "2  the arguments are wrong"},
+        {"tv init", "tv init --model standard --centre-input --force"});
     command
         .option("--model", "MODEL", options->model,
                 "Select the model: be has a back-end audio controller, standard\n"

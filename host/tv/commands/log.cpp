@@ -33,16 +33,10 @@ int showLog(bool follow) {
 void addLog(Command app, int& status) {
     const auto follow = std::make_shared<bool>(false);
     const Command command = app.addCommand("log", "Print the logs of the TV's programs");
-    command.setFooter(
-        "Prints log/audio_hal.log and log/hidlaudio.log of the TV's folder. Each boot appends to them.\n"
-        "\n"
-        "Exit status:\n"
-        "  1  a log cannot be read, the output cannot be written, or the TV is deleted\n"
-        "  2  the arguments are wrong, or the folder is not a TV\n"
-        "\n"
-        "Examples:\n"
-        "  tv log | tail\n"
-        "  tv log --follow");
+    command.setHelp(
+        "Prints log/audio_hal.log and log/hidlaudio.log of the TV's folder. Each boot appends to them.",
+        {"1  a log cannot be read, the output cannot be written, or the TV is deleted", kNeedsTv},
+        {"tv log | tail", "tv log --follow"});
     command.flag("-f,--follow", *follow, "Continue to print new lines until Ctrl-C");
     command.onRun([follow, &status] { status = showLog(*follow); });
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <stdio.h>
 
@@ -7,7 +8,6 @@
 #include <thread>
 
 #include "host/program/interrupt.h"
-#include "host/program/owned_descriptor.h"
 #include "host/program/terminal.h"
 #include "host/recording/record_control.h"
 #include "host/recording/record_follower.h"
@@ -72,6 +72,7 @@ int printRecord(const std::string& file) {
     RecordFollower follower(file, RecordTail::From::End, {true, false});
     if (follower.error() != 0) return fail(fileError(file, follower.error()));
     const std::string problem = follow(follower, file, interrupt);
+    follower.follow();
     return problem.empty() ? kDone : fail(problem);
 }
 
@@ -96,7 +97,7 @@ int recordTv(RecordCommand options) {
     if (prints) options.record.file = tvRoot() + "/run/record.jsonl";
     options.record.file = std::filesystem::absolute(options.record.file);
     if (const std::string problem = startRecord(options.record); !problem.empty()) return fail(problem);
-    const OwnedDescriptor lock(openProgramLock(kRecordLock));
+    const android::base::unique_fd lock(openProgramLock(kRecordLock));
     const int error = lock.get() < 0 ? errno : acquireProgramLock(lock.get());
     if (error != 0) note(fileError(programLockFile(kRecordLock), error));
     return record(options.record.file, prints);
@@ -107,7 +108,7 @@ int recordTv(RecordCommand options) {
 void addRecord(Command app, int& status) {
     const auto options = std::make_shared<RecordCommand>();
     const Command command = app.addCommand("record", "Record the calls of the daemon");
-    command.setFooter(
+    command.setHelp(
         "Records all HIDL calls of the running daemon until Ctrl-C: those of its clients, and those that it\n"
         "makes to the callbacks of clients and to the audio HAL. docs/recording.md describes the record,\n"
         "which has one line of JSON for the start of a call and one for its end.\n"
@@ -115,16 +116,10 @@ void addRecord(Command app, int& status) {
         "Calls to callbacks and to the audio HAL are recorded if the daemon has received the callback, or\n"
         "opened the HAL, since it is recorded. `tv boot --record` records all calls from the start.\n"
         "\n"
-        "Without FILE, prints the record. If a record is already being written, prints its new lines.\n"
-        "\n"
-        "Exit status:\n"
-        "  1  the record cannot be written, has reached its maximum size, or was stopped by --stop\n"
-        "  2  the arguments are wrong, or the folder is not a TV\n"
-        "\n"
-        "Examples:\n"
-        "  tv record calls.jsonl\n"
-        "  tv record | grep setCallback\n"
-        "  tv record --stop               # ends a record of `tv boot --background --record FILE`");
+        "Without FILE, prints the record. If a record is already being written, prints its new lines.",
+        {"1  the record cannot be written, has reached its maximum size, or was stopped by --stop", kNeedsTv},
+        {"tv record calls.jsonl", "tv record | grep setCallback",
+         "tv record --stop               # ends a record of `tv boot --background --record FILE`"});
     const Option file =
         command.argument("FILE", options->record.file, "File to write; an existing one is overwritten")
             .notEmpty();

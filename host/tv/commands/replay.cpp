@@ -8,8 +8,6 @@
 #include <memory>
 
 #include "host/program/terminal.h"
-#include "host/reports/make_scenario.h"
-#include "host/reports/report_files.h"
 #include "host/reports/scenario_files.h"
 #include "host/scenario/harness/scratch_folder.h"
 #include "host/scenario/harness/worker_pool.h"
@@ -32,7 +30,7 @@ struct ReplayOptions {
     bool keep = false;
 };
 
-/** What one run of the scenario has shown. */
+/** The results of one run of the scenario. */
 struct Replay {
     std::vector<std::string> problems;
     Trace answers;
@@ -91,15 +89,7 @@ int report(const Trace& given, const Trace& actual) {
 
 /** Makes a scenario from a record, in `folder`, and reads it. Returns an error message, or "". */
 std::string readRecordedScenario(const std::string& record, const std::string& folder, Scenario& scenario) {
-    Report report;
-    MadeScenario made;
-    std::string problem = readReportFiles({record}, report);
-    if (problem.empty()) problem = makeScenario(report, made);
-    if (problem.empty()) {
-        std::error_code error;
-        fs::create_directory(folder, error);
-        problem = error ? fileError(folder, error.value()) : writeScenarioFiles(made, folder);
-    }
+    std::string problem = makeScenarioFiles({record}, folder);
     return problem.empty() ? readScenario(folder + "/" + kScenarioFile, scenario) : problem;
 }
 
@@ -134,10 +124,6 @@ std::string keepTv(const std::string& root) {
     return "";
 }
 
-std::string readBaseline(const std::string& path, Trace& trace) {
-    return isRecord(path) ? readRecordTrace(path, trace) : readLogTrace(path, trace);
-}
-
 int replay(ReplayOptions options) {
     if (!options.daemon.empty()) options.daemon = fs::absolute(options.daemon);
     const ScratchFolder scratch(kParametersSize);
@@ -149,7 +135,8 @@ int replay(ReplayOptions options) {
     if (!problem.empty()) return fail(problem, kWrongUsage);
     const std::string baseline = baselineOf(options, scenario);
     Trace given;
-    if (!baseline.empty()) problem = readBaseline(baseline, given);
+    if (!baseline.empty())
+        problem = isRecord(baseline) ? readRecordTrace(baseline, given) : readLogTrace(baseline, given);
     if (!problem.empty()) return fail(problem, kWrongUsage);
     const std::string folder = scratch.path() + "/run";
     Replay run;
@@ -168,29 +155,23 @@ void addReplay(Command app, int& status) {
     const auto options = std::make_shared<ReplayOptions>();
     const Command command =
         app.addCommand("replay", "Run a scenario and find its first difference from a log");
-    command.setFooter(
-        "Runs the scenario, or the calls of a record, on a temporary TV and compares the daemon's log, or\n"
-        "the answers to its clients, with a given log or record. Prints the first line that differs, both\n"
-        "sides of it, and the lines before it. Times, addresses, and numbers of processes and threads are "
-        "no\n"
-        "difference, nor is the order of lines of different threads.\n"
-        "\n"
-        "Without --against, the baseline is the record itself, or the file with the suffix .log beside the\n"
-        "scenario, which `tv from-report` writes. Without such a file, only violations are reported, such\n"
-        "as a crash.\n"
-        "\n"
-        "`tv_stress sweep --help` describes the format of scenarios.\n"
-        "\n"
-        "Exit status:\n"
-        "  0  the run is the same as the baseline, or has no violation\n"
-        "  1  it differs, has a violation, or could not be made\n"
-        "  2  the arguments, the scenario or the baseline are wrong\n"
-        "\n"
-        "Examples:\n"
-        "  tv replay fault/report.scenario\n"
-        "  tv replay fault/report.scenario --against fault/logcat.txt --keep\n"
-        "  tv replay calls.jsonl\n"
-        "  tv replay fault/report.scenario --daemon fixed/build/bin/hidlaudio");
+    command.setHelp(
+        R"(Runs the scenario, or the calls of a record, on a temporary TV and compares the daemon's log, or
+the answers to its clients, with a given log or record. Prints the first line that differs, both
+sides of it, and the lines before it. Times, addresses, and numbers of processes and threads are no
+difference, nor is the order of lines of different threads.
+
+Without --against, the baseline is the record itself, or the file with the suffix .log beside the
+scenario, which `tv from-report` writes. Without such a file, only violations are reported, such
+as a crash.
+
+`tv_stress sweep --help` describes the format of scenarios.)",
+        {"0  the run is the same as the baseline, or has no violation",
+         "1  it differs, has a violation, or could not be made",
+         "2  the arguments, the scenario or the baseline are wrong"},
+        {"tv replay fault/report.scenario",
+         "tv replay fault/report.scenario --against fault/logcat.txt --keep", "tv replay calls.jsonl",
+         "tv replay fault/report.scenario --daemon fixed/build/bin/hidlaudio"});
     command
         .argument("SCENARIO", options->scenario,
                   "Path of the scenario or record, or a name from the sweep's list")

@@ -90,21 +90,14 @@ void printJson(const TvModel& model) {
 void addShow(Command app, int& status) {
     const auto json = std::make_shared<bool>(false);
     const Command command = app.addCommand("show", "Show the state of the TV");
-    command.setFooter(
+    command.setHelp(
         "Prints the model, the running programs, the configuration, the EEPROM bytes that the daemon reads,\n"
         "the parameters of the audio HAL, the faults, the files that the daemon has stored, the wake locks\n"
         "held, and the state of audio decoder, post-processor and back-end controller.\n"
         "\n"
         "In the JSON output, null means: the program is not running, the value was never set or cannot be\n"
-        "read, or the file of the fault is invalid.\n"
-        "\n"
-        "Exit status:\n"
-        "  1  the output cannot be written\n"
-        "  2  the arguments are wrong, or the folder is not a TV\n"
-        "\n"
-        "Examples:\n"
-        "  tv show\n"
-        "  tv show --json");
+        "read, or the file of the fault is invalid.",
+        {"1  the output cannot be written", kNeedsTv}, {"tv show", "tv show --json"});
     command.flag("--json", *json, "Print one JSON object");
     command.onRun([json, &status] {
         const std::optional<TvModel> model = openTv();

@@ -121,31 +121,26 @@ void addShrink(Command app, int& status) {
     const auto options = std::make_shared<ShrinkCommand>();
     const Command command =
         app.addCommand("shrink", "Find the shortest scenario that still shows a condition");
-    command.setFooter(
-        "Runs shorter and simpler variants of the scenario on temporary TVs, until no line can be removed\n"
-        "and no argument simplified without losing the condition. Prints the shortest scenario. Its files,\n"
-        "which lie beside the given scenario, are not changed. `tv_stress sweep --help` describes the "
-        "format\n"
-        "of scenarios.\n"
-        "\n"
-        "If only some runs of the given scenario show the condition, each variant is tried several times.\n"
-        "One run that shows the condition is enough.\n"
-        "\n"
-        "CONDITION is one of:\n" +
-        conditionKinds() +
-        "\n"
-        "REGEX is a POSIX extended regular expression, as of `grep -E`.\n"
-        "\n"
-        "Exit status:\n"
-        "  1  the condition is not shown, the command was interrupted (the shortest scenario so far is\n"
-        "     printed), or the output could not be written\n"
-        "  2  the arguments, the scenario or the condition are wrong\n"
-        "\n"
-        "Examples:\n"
-        "  tv shrink report.scenario --until crash\n"
-        "  tv shrink report.scenario --until log:'epoll timeout' --output short.scenario\n"
-        "  tv shrink report.scenario --until different:fixed/build/bin/hidlaudio\n"
-        "  tv shrink report.scenario --until command:'grep -c timeout $HIDLAUDIO_LOG | grep -qx 2'");
+    command.setHelp(
+        R"(Runs shorter and simpler variants of the scenario on temporary TVs, until no line can be removed
+and no argument simplified without losing the condition. Prints the shortest scenario. Its files,
+which lie beside the given scenario, are not changed. `tv_stress sweep --help` describes the format
+of scenarios.
+
+If only some runs of the given scenario show the condition, each variant is tried several times.
+One run that shows the condition is enough.
+
+CONDITION is one of:
+)" + conditionKinds() +
+            "\n"
+            "REGEX is a POSIX extended regular expression, as of `grep -E`.",
+        {"1  the condition is not shown, the command was interrupted (the shortest scenario so far is\n"
+         "     printed), or the output could not be written",
+         "2  the arguments, the scenario or the condition are wrong"},
+        {"tv shrink report.scenario --until crash",
+         "tv shrink report.scenario --until log:'epoll timeout' --output short.scenario",
+         "tv shrink report.scenario --until different:fixed/build/bin/hidlaudio",
+         "tv shrink report.scenario --until command:'grep -c timeout $HIDLAUDIO_LOG | grep -qx 2'"});
     addOptions(command, *options);
     command.onRun([options, &status] { status = shrinkScenario(*options); });
 }

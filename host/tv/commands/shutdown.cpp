@@ -28,17 +28,12 @@ int shutdown() {
 
 void addShutdown(Command app, int& status) {
     const Command command = app.addCommand("shutdown", "Stop the TV's programs");
-    command.setFooter(
+    command.setHelp(
         "Sends SIGTERM to each program that runs on the TV, and SIGKILL if it has not ended after one\n"
-        "second. The stored data of the TV is kept.\n"
-        "\n"
-        "Exit status:\n"
-        "  0  no program is running any more, even if none was running before\n"
-        "  1  a program cannot be stopped\n"
-        "  2  the arguments are wrong, or the folder is not a TV\n"
-        "\n"
-        "Example:\n"
-        "  tv shutdown");
+        "second. The stored data of the TV is kept.",
+        {"0  no program is running any more, even if none was running before",
+         "1  a program cannot be stopped", kNeedsTv},
+        {"tv shutdown"});
     command.onRun([&status] { status = shutdown(); });
 }
 

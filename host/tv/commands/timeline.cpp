@@ -32,11 +32,11 @@ int timeline(const TimelineOptions& options) {
     if (options.from > to || (options.to && options.from == to))
         return fail("--from must be before --to, and before the end of the record", kWrongUsage);
     cutTimeline(timeline, options.from, to);
-    constexpr double kLeastTime = 1e-6;
+    constexpr double kMinTime = 1e-6;
     std::string problem;
     if (!options.svg.empty())
         problem = writeOutputFile(
-            options.svg, drawTimeline(timeline, options.from, std::max(to, options.from + kLeastTime)));
+            options.svg, drawTimeline(timeline, options.from, std::max(to, options.from + kMinTime)));
     if (problem.empty() && !options.trace.empty())
         problem = writeOutputFile(options.trace, traceOfTimeline(timeline));
     return problem.empty() ? kDone : fail(problem);
@@ -47,21 +47,15 @@ int timeline(const TimelineOptions& options) {
 void addTimeline(Command app, int& status) {
     const auto options = std::make_shared<TimelineOptions>();
     const Command command = app.addCommand("timeline", "Draw the calls of a record");
-    command.setFooter(
-        "Reads a record of `tv record` and writes it as a picture or as a trace. Each client and each "
-        "thread\n"
-        "of the daemon has a lane with its calls; below a client's call are the times in which the daemon\n"
-        "waits for another process before it answers. Uploads have a lane of their own. Marks show the\n"
-        "starts and ends of processes.\n"
-        "\n"
-        "Exit status:\n"
-        "  1  the output cannot be written\n"
-        "  2  the arguments are wrong, or the record is missing or damaged\n"
-        "\n"
-        "Examples:\n"
-        "  tv timeline calls.jsonl --svg calls.svg\n"
-        "  tv timeline calls.jsonl --from 2 --to 2.5 --svg -\n"
-        "  tv timeline calls.jsonl --trace calls.json   # for chrome://tracing or ui.perfetto.dev");
+    command.setHelp(
+        R"(Reads a record of `tv record` and writes it as a picture or as a trace. Each client and each thread
+of the daemon has a lane with its calls; below a client's call are the times in which the daemon
+waits for another process before it answers. Uploads have a lane of their own. Marks show the
+starts and ends of processes.)",
+        {"1  the output cannot be written",
+         "2  the arguments are wrong, or the record is missing or damaged"},
+        {"tv timeline calls.jsonl --svg calls.svg", "tv timeline calls.jsonl --from 2 --to 2.5 --svg -",
+         "tv timeline calls.jsonl --trace calls.json   # for chrome://tracing or ui.perfetto.dev"});
     command.argument("RECORD", options->record, "The record").required().notEmpty();
     command.option("--svg", "FILE", options->svg, "Write a picture to FILE; - is standard output").notEmpty();
     command.option("--trace", "FILE", options->trace, "Write a trace in JSON to FILE; - is standard output")

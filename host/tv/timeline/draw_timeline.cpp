@@ -19,7 +19,7 @@ constexpr double kTop = 60;
 constexpr double kRow = 18;
 constexpr double kGap = 8;
 constexpr double kLetter = 6.5;
-constexpr double kLeastBar = 1.5;
+constexpr double kMinBar = 1.5;
 constexpr double kMargin = 30;
 constexpr int kTicks = 10;
 
@@ -66,18 +66,8 @@ std::string escape(const std::string& text) {
 }
 
 const char* colorOf(const Bar& bar) {
-    if (bar.outcome != Bar::Outcome::Done) return kBadColor;
-    switch (bar.kind) {
-        case Bar::Kind::Call:
-            return kCallColor;
-        case Bar::Kind::OutgoingCall:
-            return kOutgoingColor;
-        case Bar::Kind::Wait:
-            return kWaitColor;
-        case Bar::Kind::Upload:
-            return kUploadColor;
-    }
-    return kBadColor;
+    constexpr const char* kColors[] = {kCallColor, kOutgoingColor, kWaitColor, kUploadColor};
+    return bar.outcome == Bar::Outcome::Done ? kColors[static_cast<int>(bar.kind)] : kBadColor;
 }
 
 size_t rowsOf(const Lane& lane) {
@@ -96,7 +86,7 @@ std::string describe(const Bar& bar) {
 
 std::string drawBar(const Bar& bar, const Scale& scale, double y) {
     const double x = scale.x(bar.begin);
-    const double width = std::max(scale.x(bar.end) - x, kLeastBar);
+    const double width = std::max(scale.x(bar.end) - x, kMinBar);
     const double top = y + kRow * static_cast<double>(bar.depth);
     std::string svg = StringPrintf(
         "<g><title>%s</title><rect x=\"%.2f\" y=\"%.1f\" width=\"%.2f\" height=\"%.0f\" fill=\"%s\"/>",

@@ -30,10 +30,6 @@ struct PendingUpload {
     std::string name;
 };
 
-std::string nameOf(const RecordLine& call) {
-    return call.interface.substr(call.interface.rfind(':') + 1) + "." + call.method;
-}
-
 /** Builds the lanes line by line. */
 class Builder {
   public:
@@ -71,13 +67,8 @@ class Builder {
     void finish() {
         loseCalls(timeline_.end);
         // The clients come first.
-        std::vector<Lane> ordered;
-        for (const bool isThread : {false, true}) {
-            for (Lane& one : timeline_.lanes) {
-                if ((one.thread != 0) == isThread) ordered.push_back(std::move(one));
-            }
-        }
-        timeline_.lanes = std::move(ordered);
+        std::stable_partition(timeline_.lanes.begin(), timeline_.lanes.end(),
+                              [](const Lane& one) { return one.thread == 0; });
     }
 
   private:
@@ -146,7 +137,7 @@ class Builder {
                 start.time,
                 end,
                 call.depth,
-                nameOf(start),
+                start.interface.substr(start.interface.rfind(':') + 1) + "." + start.method,
                 {{"arguments", start.arguments}, {"results", results}}};
         threadLane(start.thread).bars.push_back(bar);
         bar.depth = 0;

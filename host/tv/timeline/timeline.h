@@ -48,7 +48,7 @@ struct Timeline {
 /** Reads a record. Returns an error message with the file and the line, or "". */
 std::string readTimeline(const std::string& path, Timeline& timeline);
 
-/** Keeps only what overlaps the time from `from` to `to`. */
+/** Removes the bars and marks outside of the time from `from` to `to`, and lanes without any. */
 void cutTimeline(Timeline& timeline, double from, double to);
 
 /** Returns a picture of the time from `from` to `to`. */

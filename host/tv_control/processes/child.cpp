@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "child.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "log_tail.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -8,7 +9,7 @@
 
 #include <algorithm>
 
-#include "host/program/owned_descriptor.h"
+#include "host/program/split_text.h"
 #include "host/program/standard_streams.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_check.h"
@@ -29,7 +30,7 @@ int64_t sizeOf(const std::string& path) {
 /** Passes the content of a file from offset `start` to `use`, in pieces. Returns the offset of the end. */
 template <typename Use>
 int64_t readFrom(const std::string& path, int64_t start, Use use) {
-    const OwnedDescriptor file(openRegularFile(path, O_RDONLY));
+    const android::base::unique_fd file(openRegularFile(path, O_RDONLY));
     char piece[8192];
     int64_t end = start;
     ssize_t count = 0;
@@ -41,14 +42,11 @@ int64_t readFrom(const std::string& path, int64_t start, Use use) {
 }
 
 std::string lastLinesOf(const std::string& text, size_t count) {
-    size_t start = text.size();
-    while (start > 0) {
-        const size_t lineEnd = text.rfind('\n', start - 1);
-        if (lineEnd == std::string::npos) return text;
-        if (lineEnd + 1 < text.size() && count-- == 1) return text.substr(lineEnd + 1);
-        start = lineEnd;
-    }
-    return text;
+    const std::vector<std::string> lines = splitLines(text);
+    std::string last;
+    for (size_t i = lines.size() - std::min(count, lines.size()); i < lines.size(); ++i)
+        last += lines[i] + "\n";
+    return last;
 }
 
 }  // namespace
@@ -94,7 +92,7 @@ std::string LogTail::problem() const {
     for (const File& file : files_) {
         std::string problem = fileProblem(tvRoot(), file.path.substr(tvRoot().size()));
         if (!problem.empty()) return problem;
-        const OwnedDescriptor log(openRegularFile(file.path, O_RDONLY));
+        const android::base::unique_fd log(openRegularFile(file.path, O_RDONLY));
         if (log.get() < 0 && errno != ENOENT) return fileError(file.path, errno);
     }
     return "";

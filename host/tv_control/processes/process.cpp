@@ -1,22 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "process.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
-#include <string.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
 
 #include "child.h"
-#include "host/program/owned_descriptor.h"
 #include "host/tv_files/program_lock.h"
 
 namespace hidlaudio::host {
@@ -106,18 +104,15 @@ bool isRunning(const Process& process) {
 }
 
 int startProcess(const ProcessSetup& setup, Process& process) {
-    int report[2];
-    if (pipe2(report, O_CLOEXEC) != 0) return errno;
-    const OwnedDescriptor reading(report[0]);
-    OwnedDescriptor writing(report[1]);
+    android::base::unique_fd reading, writing;
+    if (!android::base::Pipe(&reading, &writing)) return errno;
     const pid_t parent = getpid();
     const pid_t pid = fork();
     if (pid < 0) return errno;
     if (pid == 0) becomeProgram(setup, parent, writing.get());
     writing.reset();
     int error = 0;
-    while (read(reading.get(), &error, sizeof(error)) < 0 && errno == EINTR) {
-    }
+    (void)!TEMP_FAILURE_RETRY(read(reading.get(), &error, sizeof(error)));
     if (error != 0) waitpid(pid, nullptr, 0);
     if (error == 0) process = findProcess(pid).value_or(Process{pid, 0});
     return error;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "programs.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "host/program/owned_descriptor.h"
 #include "host/program/program_folder.h"
 #include "host/program/terminal.h"
 #include "host/recording/runtime_folder.h"
@@ -63,9 +63,9 @@ bool anyRunning() {
 }
 
 std::string startProgram(const std::string& program, bool endsWithCaller, Process& process) {
-    const OwnedDescriptor log(openRegularFile(logOf(program), O_WRONLY | O_CREAT | O_APPEND));
+    const android::base::unique_fd log(openRegularFile(logOf(program), O_WRONLY | O_CREAT | O_APPEND));
     if (log.get() < 0) return fileError(logOf(program), errno);
-    const OwnedDescriptor lock(openProgramLock(program));
+    const android::base::unique_fd lock(openProgramLock(program));
     if (lock.get() < 0) return fileError(programLockFile(program), errno);
     const int error = startProcess({fileOf(program), log.get(), lock.get(), endsWithCaller}, process);
     if (error == EBUSY) return program + " is already running";

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "back_end.h"
-
 #include <android-base/stringprintf.h>
 #include <errno.h>
 #include <unistd.h>

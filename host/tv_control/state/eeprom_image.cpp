@@ -5,8 +5,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <string>
-
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 

@@ -13,9 +13,7 @@
 #include "host/middleware/config_keys.h"
 #include "host/program/terminal.h"
 #include "host/tv_files/back_end_files.h"
-#include "host/tv_files/manifest_file.h"
 #include "host/tv_files/regular_file.h"
-#include "host/tv_files/stored_files.h"
 #include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
@@ -84,13 +82,6 @@ std::vector<File> backEndFiles() {
     return files;
 }
 
-int makeFolder(const std::string& path, mode_t mode) {
-    std::error_code error;
-    fs::create_directories(path, error);
-    if (error) return error.value();
-    return chmod(path.c_str(), mode) == 0 ? 0 : errno;
-}
-
 int removeParts(const std::string& root, std::string& failed) {
     for (const char* part : kTvParts) {
         failed = root + part;
@@ -106,7 +97,10 @@ int makeParts(const std::string& root, const Folders& folders, const std::vector
               std::string& failed) {
     for (const Folder& folder : folders) {
         failed = root + folder.path;
-        if (const int error = makeFolder(failed, folder.mode); error != 0) return error;
+        std::error_code error;
+        fs::create_directories(failed, error);
+        if (error) return error.value();
+        if (chmod(failed.c_str(), folder.mode) != 0) return errno;
     }
     for (const File& file : files) {
         failed = root + file.path;
@@ -169,12 +163,11 @@ std::optional<TvModel> openTv() {
     }
     std::string text;
     if (const int error = readValueFile(path, text); error != 0) {
-        if (error != ENOENT && error != ENOTDIR) {
-            note(fileError(path, error));
-        } else {
-            note(tvRoot() +
-                 " is not a TV; create one with `tv init`, or select another folder with --tv DIR");
-        }
+        const bool isTvMissing = error == ENOENT || error == ENOTDIR;
+        note(isTvMissing
+                 ? tvRoot() +
+                       " is not a TV; create one with `tv init`, or select another folder with --tv DIR"
+                 : fileError(path, error));
         return std::nullopt;
     }
     const std::optional<TvModel> model = parseModel(text);

@@ -13,7 +13,7 @@
 #include "host/middleware/config_keys.h"
 #include "host/program/split_text.h"
 #include "host/tv_files/fault_file.h"
-#include "host/tv_files/stored_files.h"
+#include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
 

@@ -52,6 +52,12 @@ StateEntries backEndState();
 /** Returns one entry per kind of upload: "device: state 0, result 0x01, 3145728 bytes received". */
 StateEntries uploadState();
 
+/**
+ * Resets the back-end controller to idle, its state after power-on. Returns 0, or an errno with the path in
+ * `failed`.
+ */
+int makeBackEndIdle(std::string& failed);
+
 /** Returns whether the readiness marker of the TV's platform service exists. */
 bool isPlatformReady();
 

@@ -36,7 +36,7 @@ double analogueResponse(const Filter& filter, double frequency) {
 TEST(EqualizerText, FilterResponseEqualsAnalogModel) {
     const auto expectSame = [](const Filter& filter) {
         for (size_t band = 0; band < kBands; ++band) {
-            const double frequency = bandCentre(band);
+            const double frequency = bandCenter(band);
             ASSERT_NEAR(responseAt(filter, frequency), analogueResponse(filter, frequency), 1e-4)
                 << static_cast<int>(filter.shape) << " " << filter.frequency << " " << filter.gain;
         }

@@ -96,7 +96,7 @@ TEST_F(ConfigStore, InvalidRequestsAreRefused) {
 
 TEST_F(ConfigStore, FaultsOfProgramDoNotReachMiddleware) {
     std::vector<std::unique_ptr<host::ScopedFault>> faults;
-    for (const std::string& call : host::faultableCalls()) {
+    for (const std::string call : host::kFaultableCalls) {
         faults.push_back(std::make_unique<host::ScopedFault>(host::Fault{call, 1, EIO, true}));
     }
     EXPECT_EQ(set(kKey, 1, 7), 0);

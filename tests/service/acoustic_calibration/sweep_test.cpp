@@ -20,7 +20,7 @@ class Sweep : public Calibration {
     void sweep(const std::function<std::string()>& scenario, const Effects& effects) {
         const std::string baseline = scenario();
         std::set<std::string> met;
-        for (const std::string& call : host::faultableCalls()) {
+        for (const std::string call : host::kFaultableCalls) {
             const bool moves = call == "read" || call == "write" || call == "fread";
             for (const int error : {EIO, EINTR, 0}) {
                 if (error == 0 && !moves) continue;

@@ -13,7 +13,7 @@
 #include <optional>
 #include <vector>
 
-#include "host/tv_files/manifest_file.h"
+#include "host/tv_files/tv_check.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
 
