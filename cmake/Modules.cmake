@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # add_module(<name>)
 #
-# Adds a module of the daemon: a static library of the sources in the current folder. The module and the
+# Adds a module of the daemon: a static library of the sources in the folder <name>. The module and the
 # targets that link it include its headers as "<name>/<header>".
 #
 # service/ is not on the include path, because a module could then include any other module. Instead, each
@@ -11,8 +11,8 @@
 function(add_module name)
   set(include ${CMAKE_BINARY_DIR}/modules/${name})
   file(MAKE_DIRECTORY ${include})
-  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include}/${name} SYMBOLIC)
-  file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${name} ${include}/${name} SYMBOLIC)
+  file(GLOB sources CONFIGURE_DEPENDS ${name}/*.cpp)
   add_library(${name} STATIC ${sources})
   target_include_directories(${name} PUBLIC ${include})
   target_link_libraries(${name} PRIVATE hidlaudio_warnings)
