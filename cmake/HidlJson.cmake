@@ -5,23 +5,29 @@
 # (host/hidl_json/interface.h), generated from hidl-gen's description of them. A program that links it finds
 # them with findInterface(). The target property DESCRIPTION is a JSON file that describes them for other
 # languages.
+
+# Lets a script of host/hidl_json/generator/ generate files in `out` from hidl-gen's description of the packages of
+# the caller's get_hidl_packages(). ARGN are the files.
+function(generate_from_description script out)
+  file(GLOB generator CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/*.py)
+  add_custom_command(
+    OUTPUT ${ARGN}
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${out}/vts
+    COMMAND ${HIDL_GEN} -o ${out}/vts -Lvts ${HIDL_GEN_ROOTS} ${roots} ${fqnames}
+    COMMAND Python3::Interpreter -B ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/${script} ${out}/vts ${out} ${fqnames}
+    DEPENDS ${hal} ${generator}
+    COMMENT "${script} ${fqnames}"
+    VERBATIM)
+endfunction()
+
 function(hidl_json_package target)
   get_hidl_packages(${ARGN})
   set(out ${CMAKE_CURRENT_BINARY_DIR}/${target})
-  file(GLOB generator CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/*.py)
   set(sources ${out}/types.cpp)
   foreach(fqname ${fqnames})
     list(APPEND sources ${out}/${fqname}.cpp)
   endforeach()
-  add_custom_command(
-    OUTPUT ${sources} ${out}/types.h ${out}/interfaces.json
-    COMMAND ${CMAKE_COMMAND} -E rm -rf ${out}/vts
-    COMMAND ${HIDL_GEN} -o ${out}/vts -Lvts ${HIDL_GEN_ROOTS} ${roots} ${fqnames}
-    COMMAND Python3::Interpreter -B ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/generate.py
-      ${out}/vts ${out} ${fqnames}
-    DEPENDS ${hal} ${generator}
-    COMMENT "JSON form of ${fqnames}"
-    VERBATIM)
+  generate_from_description(generate.py ${out} ${sources} ${out}/types.h ${out}/interfaces.json)
   add_library(${target} OBJECT ${sources})
   target_link_libraries(${target} PRIVATE hidlaudio_quick_check PUBLIC hidl_json ${ARGN})
   target_precompile_headers(${target} REUSE_FROM hidl_json)

@@ -8,18 +8,9 @@ function(hidl_recorder target)
   get_hidl_packages(${ARGN})
   set(out ${CMAKE_CURRENT_BINARY_DIR}/${target})
   set(folder ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${target})
-  file(GLOB generator CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/*.py)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/recorder/*.cpp)
   file(MAKE_DIRECTORY ${out})
-  add_custom_command(
-    OUTPUT ${out}/decoders.cpp ${out}/entry_points.cpp
-    COMMAND ${CMAKE_COMMAND} -E rm -rf ${out}/vts
-    COMMAND ${HIDL_GEN} -o ${out}/vts -Lvts ${HIDL_GEN_ROOTS} ${roots} ${fqnames}
-    COMMAND Python3::Interpreter -B ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/generate_recorder.py
-      ${out}/vts ${out} ${fqnames}
-    DEPENDS ${hal} ${generator}
-    COMMENT "Recorder of ${fqnames}"
-    VERBATIM)
+  generate_from_description(generate_recorder.py ${out} ${out}/decoders.cpp ${out}/entry_points.cpp)
   add_custom_target(${target}_sources DEPENDS ${out}/decoders.cpp ${out}/entry_points.cpp)
   set_source_files_properties(${out}/decoders.cpp PROPERTIES COMPILE_OPTIONS "-w")
 
