@@ -9,6 +9,7 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.ArrayList;
+import java.util.Comparator;
 import java.util.HashSet;
 import java.util.List;
 import java.util.Map;
@@ -199,13 +200,13 @@ public final class Tv implements AutoCloseable {
     public List<String> log() {
         List<String> lines = new ArrayList<>();
         for (String program : PROGRAMS) {
-            Path file = path.resolve("log/" + program + ".log");
-            if (Files.exists(file)) {
-                String text = new String(file(path.relativize(file).toString()), StandardCharsets.UTF_8);
+            String file = "log/" + program + ".log";
+            if (Files.exists(path.resolve(file))) {
+                String text = new String(file(file), StandardCharsets.UTF_8);
                 text.lines().map(line -> line + "  [" + program + "]").forEach(lines::add);
             }
         }
-        lines.sort((left, right) -> timeOf(left).compareTo(timeOf(right)));
+        lines.sort(Comparator.comparing(Tv::timeOf));
         return lines;
     }
 

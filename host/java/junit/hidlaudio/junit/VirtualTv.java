@@ -15,6 +15,7 @@ import org.junit.jupiter.api.extension.BeforeEachCallback;
 import org.junit.jupiter.api.extension.ExtensionContext;
 import org.junit.jupiter.api.extension.ParameterContext;
 import org.junit.jupiter.api.extension.ParameterResolver;
+import org.junit.jupiter.api.extension.RegisterExtension;
 import org.junit.platform.commons.support.AnnotationSupport;
 
 /**
@@ -132,9 +133,8 @@ public final class VirtualTv
     }
 
     private boolean isStaticField(ExtensionContext context) {
-        return !AnnotationSupport.findAnnotatedFieldValues(
-                context.getRequiredTestClass(), org.junit.jupiter.api.extension.RegisterExtension.class).stream()
-                .filter(value -> value == this).toList().isEmpty();
+        return AnnotationSupport.findAnnotatedFieldValues(context.getRequiredTestClass(), RegisterExtension.class)
+                .stream().anyMatch(value -> value == this);
     }
 
     private static TvOptions optionsOf(ExtensionContext context) {
