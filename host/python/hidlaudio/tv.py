@@ -207,7 +207,7 @@ class Tv:
         return json.loads(self.command("show", "--json"))
 
     def problems(self):
-        """Returns what the test did not expect, a sentence each, once."""
+        """Returns the events that the test did not expect, one sentence each. Returns each event once."""
         for name, process in self._running.items():
             self._note_end(name, process)
         new = list(self._reported)
@@ -223,7 +223,7 @@ class Tv:
             client.close()
         self.shutdown()
         if self.path.exists():
-            self.command("shutdown")  # what the test has started with `tv boot`
+            self.command("shutdown")  # ends programs that the test has started with `tv boot`
         shutil.rmtree(self._folder, ignore_errors=True)
         guard("gone", self._folder)
 
