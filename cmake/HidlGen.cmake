@@ -6,7 +6,7 @@
 #
 # ROOT        package root: each file <version>/I*.hal below it is an interface, <version>/types.hal
 #             contains types. It may import android.hidl.base and its own package
-# LIBRARIES   what the generated code needs (default: hidlbase)
+# LIBRARIES   the libraries that the generated code needs (default: hidlbase)
 # NO_INSTRUMENTATION
 #             compile the code as for a user build of the platform, without the calls of HidlInstrumentor
 #
