@@ -236,9 +236,11 @@ class Tv:
         return self._running[program]
 
     def _note_end(self, name, process):
-        if process.poll() is not None and name not in self._expected | self._dying:
+        if process.poll() is None or name in self._expected:
+            return
+        if name not in self._dying:
             self._reported.add(f"{name} ended with status {process.returncode}, which the test did not expect")
-            self._expected.add(name)
+        self._expected.add(name)
 
     def _declared(self):
         lines = self.files["manifest"].decode().splitlines()

@@ -50,6 +50,9 @@ def test_system_call_of_running_daemon_fails(tv, client):
     with tv.fault("fsync", dies=True):
         with pytest.raises(DeadObject):
             client.calibration.set_enabled(False)
+    tv.wait_for_end("hidlaudio")
+    tv.clear_faults()
+    assert tv.problems() == []  # the fault has ended the daemon
 
 
 def test_log(tv, client):
