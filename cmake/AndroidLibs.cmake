@@ -3,8 +3,8 @@
 # They are in a folder that ld.so does not search, hence the rpath.
 #
 # The rpath is the same in the build and the installed tree. If CMake had to replace it at the installation, it
-# would pad that of the build with empty entries, and for those ld.so searches the current folder, where anybody
-# may have put a library.
+# would pad that of the build with empty entries, and for those ld.so searches the current folder, in which
+# another user may have put a library.
 set(HIDLAUDIO_ANDROID_INCLUDE /usr/include/android)
 set(HIDLAUDIO_ANDROID_LIBDIR /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/android)
 set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)

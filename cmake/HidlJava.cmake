@@ -11,10 +11,10 @@
 #
 # Adds target <name>-publish: <name>-javadoc.jar, and the library in the folder `maven`, a Maven repository.
 #
-# hidl_java_sources(<variable> FQNAMES <package@version...> [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>])
+# hidl_java_sources(<variable> <package>)
 #
-# Generates the Java code of interfaces. Sets <variable> to its folder and <variable>_STAMP to a file that is
-# newer than the code.
+# Generates the Java code of a target of hidl_package(). Sets <variable> to its folder and <variable>_STAMP to a
+# file that is newer than the code.
 #
 # add_java_tests(<name> ROOT <dir> JARS <name...> [CLASSPATH <jar...>] [OPTIONS <option...>] [DEPENDS <target...>])
 #
@@ -73,41 +73,40 @@ function(java_jar name)
   if(ARG_JARS)
     add_dependencies(${name} ${ARG_JARS})
   endif()
-  set_target_properties(${name} PROPERTIES JAVA_ROOTS "${ARG_ROOTS}" JAVA_CLASSPATH "${classpath}")
+  set_target_properties(${name} PROPERTIES JAVA_CLASSPATH "${classpath}")
 endfunction()
 
 function(java_publish name)
   cmake_parse_arguments(ARG "" "DESCRIPTION" "DEPENDENCIES" ${ARGN})
-  get_target_property(roots ${name} JAVA_ROOTS)
   get_target_property(classpath ${name} JAVA_CLASSPATH)
   set(jar ${HIDLAUDIO_JAVA_DIR}/${name}-javadoc.jar)
   set(script ${CMAKE_SOURCE_DIR}/cmake/java_publish.cmake)
   add_custom_command(
     OUTPUT ${jar}
     COMMAND ${CMAKE_COMMAND} -DJAVADOC=${Java_JAVADOC_EXECUTABLE} -DJAR=${Java_JAR_EXECUTABLE} -DNAME=${name}
-      "-DDESCRIPTION=${ARG_DESCRIPTION}" "-DROOTS=${roots}" "-DCLASSPATH=${classpath}"
-      "-DDEPENDENCIES=${ARG_DEPENDENCIES}" -DGROUP=${HIDLAUDIO_JAVA_GROUP} -DOUT=${HIDLAUDIO_JAVA_DIR}
-      -DVERSION=${PROJECT_VERSION} -DDATE=${HIDLAUDIO_DATE} -P ${script}
+      "-DDESCRIPTION=${ARG_DESCRIPTION}" "-DCLASSPATH=${classpath}" "-DDEPENDENCIES=${ARG_DEPENDENCIES}"
+      -DGROUP=${HIDLAUDIO_JAVA_GROUP} -DOUT=${HIDLAUDIO_JAVA_DIR} -DVERSION=${PROJECT_VERSION}
+      -DDATE=${HIDLAUDIO_DATE} -P ${script}
     DEPENDS ${HIDLAUDIO_JAVA_DIR}/${name}.jar ${script}
     COMMENT "${name}-javadoc.jar"
     VERBATIM)
   add_custom_target(${name}-publish ALL DEPENDS ${jar})
 endfunction()
 
-function(hidl_java_sources variable)
-  cmake_parse_arguments(ARG "" "" "FQNAMES;ROOTS;HAL_DEPENDS" ${ARGN})
+function(hidl_java_sources variable package)
+  get_hidl_packages(${package})
   set(out ${CMAKE_CURRENT_BINARY_DIR}/${variable})
   set(commands)
-  foreach(fqname ${ARG_FQNAMES})
-    list(APPEND commands COMMAND ${HIDL_GEN} -o ${out} -Ljava ${HIDL_GEN_ROOTS} ${ARG_ROOTS} ${fqname})
+  foreach(fqname ${fqnames})
+    list(APPEND commands COMMAND ${HIDL_GEN} -o ${out} -Ljava ${HIDL_GEN_ROOTS} ${roots} ${fqname})
   endforeach()
   add_custom_command(
     OUTPUT ${out}.stamp
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${out}
     ${commands}
     COMMAND ${CMAKE_COMMAND} -E touch ${out}.stamp
-    DEPENDS ${ARG_HAL_DEPENDS}
-    COMMENT "hidl-gen -Ljava ${ARG_FQNAMES}"
+    DEPENDS ${hal}
+    COMMENT "hidl-gen -Ljava ${fqnames}"
     VERBATIM)
   set(${variable} ${out} PARENT_SCOPE)
   set(${variable}_STAMP ${out}.stamp PARENT_SCOPE)

@@ -27,7 +27,7 @@ set(python_modules lib/python3/dist-packages)
 install(DIRECTORY host/python/hidlaudio DESTINATION ${python_modules} FILES_MATCHING PATTERN *.py PATTERN __pycache__ EXCLUDE)
 install(DIRECTORY ${CMAKE_BINARY_DIR}/host/python/dist-info/ DESTINATION ${python_modules}/hidlaudio-${PROJECT_VERSION}.dist-info)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
-  FILES_MATCHING PATTERN *.java PATTERN *.kt PATTERN pom.xml)
+  FILES_MATCHING PATTERN *.java PATTERN *.kt PATTERN pom.xml PATTERN *.gradle)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs FILES_MATCHING PATTERN *.md PATTERN *.py PATTERN __pycache__ EXCLUDE)
 install(DIRECTORY host/stress/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/hidlaudio)
 install(FILES README.md ARCHITECTURE.md CHANGELOG.md CONTRIBUTING.md NOTICE SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

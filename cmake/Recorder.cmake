@@ -1,29 +1,16 @@
 # SPDX-License-Identifier: Apache-2.0
-# hidl_recorder(<target> FQNAMES <package@version...> LIBRARIES <target...>
-#               [ROOTS <-r package:dir...>] [HAL_DEPENDS <file...>])
+# hidl_recorder(<target> <package...>)
 #
-# Adds a recorder of the given interfaces (recorder/): a shared library, and for each version a library that
-# an instrumented process loads. These are in the folder of the target property INSTRUMENTATION.
-#
-# LIBRARIES   libraries with the generated C++ code of the packages. Only their headers are used: a process
-#             must not get a second copy of the code
-# The other arguments are those of hidl_json_package().
+# Adds a recorder of targets of hidl_package() (recorder/): a shared library, and for each version a library
+# that an instrumented process loads. These are in the folder of the target property INSTRUMENTATION. Only the
+# headers of the packages are used: a process must not get a second copy of their code.
 function(hidl_recorder target)
-  cmake_parse_arguments(ARG "" "" "FQNAMES;LIBRARIES;ROOTS;HAL_DEPENDS" ${ARGN})
+  get_hidl_packages(${ARGN})
   set(out ${CMAKE_CURRENT_BINARY_DIR}/${target})
   set(folder ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${target})
-  file(GLOB generator CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/*.py)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/recorder/*.cpp)
   file(MAKE_DIRECTORY ${out})
-  add_custom_command(
-    OUTPUT ${out}/decoders.cpp ${out}/entry_points.cpp
-    COMMAND ${CMAKE_COMMAND} -E rm -rf ${out}/vts
-    COMMAND ${HIDL_GEN} -o ${out}/vts -Lvts ${HIDL_GEN_ROOTS} ${ARG_ROOTS} ${ARG_FQNAMES}
-    COMMAND Python3::Interpreter -B ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/generate_recorder.py
-      ${out}/vts ${out} ${ARG_FQNAMES}
-    DEPENDS ${ARG_HAL_DEPENDS} ${generator}
-    COMMENT "Recorder of ${ARG_FQNAMES}"
-    VERBATIM)
+  generate_from_description(generate_recorder.py ${out} ${out}/decoders.cpp ${out}/entry_points.cpp)
   add_custom_target(${target}_sources DEPENDS ${out}/decoders.cpp ${out}/entry_points.cpp)
   set_source_files_properties(${out}/decoders.cpp PROPERTIES COMPILE_OPTIONS "-w")
 
@@ -31,10 +18,10 @@ function(hidl_recorder target)
   set_target_properties(${target} PROPERTIES INSTRUMENTATION ${folder} CXX_VISIBILITY_PRESET hidden)
   target_include_directories(${target} PUBLIC ${CMAKE_SOURCE_DIR}/recorder)
   target_link_libraries(${target} PUBLIC hidlbase PRIVATE hidlaudio_warnings)
-  add_dependencies(${target} ${target}_sources ${ARG_LIBRARIES})
+  add_dependencies(${target} ${target}_sources ${ARGN})
 
   set(libraries)
-  foreach(fqname ${ARG_FQNAMES})
+  foreach(fqname ${fqnames})
     string(REPLACE "@" "_" library ${target}_${fqname})
     add_library(${library} MODULE ${out}/entry_points.cpp)
     set_target_properties(${library} PROPERTIES PREFIX "" OUTPUT_NAME ${fqname}-recorder SUFFIX .profiler.so

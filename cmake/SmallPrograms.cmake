@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-# Leaves out of the programs what they never call, which is most of hidl-gen's output, and packs their
-# relocations: the daemon starts sooner and needs about 0.5 MiB less memory. Without effect on sanitizer
-# builds, whose run-time checks refer to everything.
+# Removes the functions that a program never calls, which are most of hidl-gen's output, and packs the
+# relocations: the daemon starts sooner and needs about 0.5 MiB less memory. Sanitizer builds are left as they
+# are, because their run-time checks refer to all functions.
 include(CheckLinkerFlag)
 if(NOT HIDLAUDIO_SANITIZE)
   add_compile_options(-ffunction-sections -fdata-sections)

@@ -1,22 +1,17 @@
 # SPDX-License-Identifier: Apache-2.0
 # Creates OUT/NAME-javadoc.jar, and below OUT/maven the folder of a Maven repository with OUT/NAME.jar, its
-# sources, its documentation and a POM with DEPENDENCIES (group:artifact:version).
-#   cmake -DJAVADOC= -DJAR= -DNAME= -DDESCRIPTION= -DROOTS= -DCLASSPATH= -DDEPENDENCIES= -DGROUP= -DOUT=
-#     -DVERSION= -DDATE= -P java_publish.cmake
+# sources, its documentation and a POM with DEPENDENCIES (group:artifact:version). java_jar.cmake has created
+# OUT/NAME.jar, and the list of its sources.
+#   cmake -DJAVADOC= -DJAR= -DNAME= -DDESCRIPTION= -DCLASSPATH= -DDEPENDENCIES= -DGROUP= -DOUT= -DVERSION=
+#     -DDATE= -P java_publish.cmake
 set(work ${OUT}/.${NAME}-publish)
 file(REMOVE_RECURSE ${work})
 file(MAKE_DIRECTORY ${work})
-foreach(root ${ROOTS})
-  file(GLOB_RECURSE sources ${root}/*.java)
-  foreach(source ${sources})
-    file(APPEND ${work}/sources "\"${source}\"\n")
-  endforeach()
-endforeach()
 string(REPLACE ";" ":" CLASSPATH "${CLASSPATH}")
 # The comments of the .hal files are no HTML. The output is logged only if the command fails.
 execute_process(
   COMMAND ${JAVADOC} -quiet -Xdoclint:none -encoding UTF-8 -notimestamp -windowtitle ${NAME} -doctitle "${DESCRIPTION}"
-    -cp "${CLASSPATH}" -d ${work}/docs @${work}/sources
+    -cp "${CLASSPATH}" -d ${work}/docs @${OUT}/.${NAME}/sources
   RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE output)
 if(failed)
   message(FATAL_ERROR "javadoc of ${NAME} failed:\n${output}")

@@ -46,7 +46,7 @@ _hidlaudio() {
             mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
         *:{*}*) kind=${kind#*:{} kind=${kind%%\}*}
             mapfile -t COMPREPLY < <(compgen -W "${kind//,/ }" -- "$current") ;;
-        [A-Z]*) mapfile -t COMPREPLY < <(compgen -W             "$(_hidlaudio_section "${kind:0:1}$(tr A-Z a-z <<<"${kind:1}")s" <<<"$help")" -- "$current") ;;
+        [A-Z]*) mapfile -t COMPREPLY < <(compgen -W "$(_hidlaudio_section "${kind:0:1}$(tr A-Z a-z <<<"${kind:1}")s" <<<"$help")" -- "$current") ;;
         *[a-z]*) mapfile -t COMPREPLY < <(compgen -W "${kind//|/ }" -- "$current") ;;
     esac
 }

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "java_vm.h"
 
-#include <unistd.h>
-
-#include <iterator>
-
 namespace hidlaudio::java {
 
 JavaMembers gJava{};

@@ -43,10 +43,7 @@ class Channel:
         data = bytearray(size)
         view = memoryview(data)
         while view:
-            if deadline is not None:
-                self._socket.settimeout(max(deadline - time.monotonic(), 0.001))
-            else:
-                self._socket.settimeout(None)
+            self._socket.settimeout(None if deadline is None else max(deadline - time.monotonic(), 0.001))
             try:
                 count = self._socket.recv_into(view)
             except TimeoutError:

@@ -208,13 +208,14 @@ class Client:
         if self._process.poll() is not None:
             self._control.close()
             return
-        self._signal(signal.SIGCONT)
+        self._process.send_signal(signal.SIGCONT)  # it may have ended meanwhile
         try:
             self._control.shutdown(socket.SHUT_RDWR)
         except OSError:
             pass
         if wait_for_end(self._process, 10) is None:
-            self.kill()
+            self._process.kill()
+            self._process.wait()
         self._control.close()
 
     def _check_runs(self):

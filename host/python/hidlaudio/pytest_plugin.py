@@ -78,7 +78,7 @@ def pytest_runtest_makereport(item, call):
             report.longrepr = "\n".join(problems)
         elif problems:
             report.sections.append(("Captured log problems", "\n".join(problems)))
-    if report.when == "call" and report.failed:
+    if report.when != "teardown" and report.failed:  # a teardown deletes the logs
         for number, tv in enumerate(tvs, 1):
             name = f"TV {number} " if len(tvs) > 1 else ""
             report.sections += [(f"Captured log {name}{title}", text) for title, text in _logs(tv)]

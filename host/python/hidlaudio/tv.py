@@ -207,7 +207,7 @@ class Tv:
         return json.loads(self.command("show", "--json"))
 
     def problems(self):
-        """Returns what the test did not expect, a sentence each, once."""
+        """Returns the events that the test did not expect, one sentence each. Returns each event once."""
         for name, process in self._running.items():
             self._note_end(name, process)
         new = list(self._reported)
@@ -223,7 +223,7 @@ class Tv:
             client.close()
         self.shutdown()
         if self.path.exists():
-            self.command("shutdown")  # what the test has started with `tv boot`
+            self.command("shutdown")  # ends programs that the test has started with `tv boot`
         shutil.rmtree(self._folder, ignore_errors=True)
         guard("gone", self._folder)
 
@@ -236,9 +236,11 @@ class Tv:
         return self._running[program]
 
     def _note_end(self, name, process):
-        if process.poll() is not None and name not in self._expected | self._dying:
+        if process.poll() is None or name in self._expected:
+            return
+        if name not in self._dying:
             self._reported.add(f"{name} ended with status {process.returncode}, which the test did not expect")
-            self._expected.add(name)
+        self._expected.add(name)
 
     def _declared(self):
         lines = self.files["manifest"].decode().splitlines()

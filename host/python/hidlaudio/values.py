@@ -10,10 +10,16 @@ import re
 import struct
 
 _INTEGER = re.compile(r"(u?)int(\d+)_t")
+_ZEROS = {"bool": False, "float": 0.0, "double": 0.0, "string": "", "interface": None, "handle": None}
 
 
 def snake_case(name):
     return re.sub(r"(?<=[a-z0-9])(?=[A-Z])", "_", name).lower()
+
+
+def _short_name(name):
+    """Returns "D" of "package@3.1::IName.D"."""
+    return re.split(r"::|\.(?=[A-Za-z])", name)[-1]
 
 
 def _version(name):
@@ -32,8 +38,7 @@ class Types:
 
     def newest(self, name):
         """Returns the full name of the newest interface or type that has this short name, or None."""
-        found = [full for full in (*self.interfaces, *self._types)
-                 if re.split(r"::|\.(?=[A-Za-z])", full)[-1] == name]
+        found = [full for full in (*self.interfaces, *self._types) if _short_name(full) == name]
         return max(found, key=_version, default=None)
 
     def class_of(self, name, flags=False):
@@ -44,13 +49,13 @@ class Types:
         return self._classes[key]
 
     def short_names(self):
-        return sorted({re.split(r"::|\.(?=[A-Za-z])", name)[-1] for name in self._types})
+        return sorted({_short_name(name) for name in self._types})
 
     def _make_class(self, name, flags):
         if name not in self._types:
             raise AttributeError(f"unknown type {name}")
         definition = self._types[name]
-        short = re.split(r"::|\.(?=[A-Za-z])", name)[-1]
+        short = _short_name(name)
         if definition["kind"] == "enum":
             return (enum.IntFlag if flags else enum.IntEnum)(short, definition["values"], module="hidlaudio.types")
         fields = [(snake_case(field["name"]), object,
@@ -61,22 +66,14 @@ class Types:
     def zero(self, type_):
         """Returns the zero or empty value of a type."""
         kind = type_["kind"]
-        if kind == "bool":
-            return False
-        if kind in ("float", "double"):
-            return 0.0
-        if kind == "string":
-            return ""
-        if kind == "vec":
-            return b"" if _is_byte(type_["of"]) else []
-        if kind == "array":
-            return bytes(type_["size"]) if _is_byte(type_["of"]) else [
-                self.zero(type_["of"]) for _ in range(type_["size"])]
+        if kind in ("vec", "array"):
+            size = type_.get("size", 0)
+            return bytes(size) if _is_byte(type_["of"]) else [self.zero(type_["of"]) for _ in range(size)]
         if kind == "struct":
             return self.class_of(type_["name"])()
         if kind in ("enum", "mask"):
             return self._number_to_enum(type_, 0)
-        return None if kind in ("interface", "handle") else 0
+        return _ZEROS.get(kind, 0)
 
     def encode(self, type_, value, path, objects):
         """Returns the JSON form. Raises TypeError or ValueError with the path of the wrong value."""

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base_calls.h"
 
+#include <android-base/file.h>
 #include <android-base/unique_fd.h>
 #include <cutils/native_handle.h>
 #include <errno.h>
@@ -40,15 +41,6 @@ Json chain(IBase& object) {
     return returned.isOk() ? reply(names) : failedReply(returned);
 }
 
-std::vector<uint8_t> contentOf(int fd) {
-    std::vector<uint8_t> content;
-    uint8_t buffer[4096];
-    lseek(fd, 0, SEEK_SET);
-    for (ssize_t n = read(fd, buffer, sizeof(buffer)); n > 0; n = read(fd, buffer, sizeof(buffer)))
-        content.insert(content.end(), buffer, buffer + n);
-    return content;
-}
-
 Json debug(IBase& object, const Json& request) {
     const android::base::unique_fd file(memfd_create("debug", MFD_CLOEXEC));
     if (file.get() < 0) return failedReply(false, std::string("memfd_create: ") + strerror(errno));
@@ -62,7 +54,11 @@ Json debug(IBase& object, const Json& request) {
     handle->data[0] = file.get();
     const auto returned = object.debug(hidl_handle(handle), options);
     native_handle_delete(handle);
-    return returned.isOk() ? reply(Json::binary(contentOf(file.get()))) : failedReply(returned);
+    if (!returned.isOk()) return failedReply(returned);
+    std::string text;
+    lseek(file.get(), 0, SEEK_SET);
+    android::base::ReadFdToString(file.get(), &text);
+    return reply(Json::binary({text.begin(), text.end()}));
 }
 
 }  // namespace

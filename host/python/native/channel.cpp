@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "channel.h"
 
+#include <android-base/file.h>
 #include <errno.h>
 #include <stdint.h>
 #include <sys/socket.h>
@@ -12,6 +13,9 @@
 #include "host/program/parse_json.h"
 
 namespace hidlaudio::python {
+
+using android::base::ReadFully;
+
 namespace {
 
 constexpr char kBytes[] = "$bytes";
@@ -28,18 +32,6 @@ bool sendAll(int fd, std::string_view data) {
         if (sent < 0 && errno == EINTR) continue;
         if (sent <= 0) return false;
         data.remove_prefix(static_cast<size_t>(sent));
-    }
-    return true;
-}
-
-bool receiveAll(int fd, void* buffer, size_t size) {
-    auto* at = static_cast<char*>(buffer);
-    while (size > 0) {
-        const ssize_t received = recv(fd, at, size, 0);
-        if (received < 0 && errno == EINTR) continue;
-        if (received <= 0) return false;
-        at += received;
-        size -= static_cast<size_t>(received);
     }
     return true;
 }
@@ -90,11 +82,11 @@ bool Channel::send(Json message) {
 
 bool Channel::receive(Json& message) {
     Head head;
-    if (!receiveAll(fd_.get(), &head, sizeof(head))) return false;
+    if (!ReadFully(fd_.get(), &head, sizeof(head))) return false;
     std::string text(head.text, '\0');
     std::string attachment(head.attachment, '\0');
-    if (!receiveAll(fd_.get(), text.data(), text.size())) return false;
-    if (!receiveAll(fd_.get(), attachment.data(), attachment.size())) return false;
+    if (!ReadFully(fd_.get(), text.data(), text.size())) return false;
+    if (!ReadFully(fd_.get(), attachment.data(), attachment.size())) return false;
     message = host::parseJson(text);
     return message.is_object() && attach(message, attachment);
 }

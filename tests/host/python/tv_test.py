@@ -50,6 +50,9 @@ def test_system_call_of_running_daemon_fails(tv, client):
     with tv.fault("fsync", dies=True):
         with pytest.raises(DeadObject):
             client.calibration.set_enabled(False)
+    tv.wait_for_end("hidlaudio")
+    tv.clear_faults()
+    assert tv.problems() == []  # the fault has ended the daemon
 
 
 def test_log(tv, client):
@@ -78,7 +81,7 @@ def test_programs_end_and_start(tv, client):
 FAILING = '''
 import os, signal, time
 from pathlib import Path
-from hidlaudio import Events
+import pytest
 
 def test_callback_error(client):
     def fail(capabilities): raise ValueError("from the callback")
@@ -91,6 +94,11 @@ def test_dead_daemon(tv):
 
 def test_expected(tv):
     tv.kill("audio_hal")
+
+@pytest.fixture
+def broken(tv): raise ValueError("from the fixture")
+
+def test_fixture(broken): pass
 
 def test_wait(tv, client):
     client.hdmi
@@ -113,10 +121,10 @@ def run_pytest(folder, *arguments):
 @pytest.mark.parametrize("arguments", [(), ("-p", "xdist", "-n", "2")])
 def test_report_of_failing_tests(tmp_path, arguments):
     output, _ = run_pytest(tmp_path, "-k", "not wait", *arguments).communicate(timeout=100)
-    assert "2 failed, 1 passed" in output
-    for text in ("ValueError: from the callback", "hidlaudio ended with status -9", "Captured log of the programs",
-                 "HIDL server side"):
+    assert "2 failed, 1 passed" in output and "1 error" in output
+    for text in ("ValueError: from the callback", "hidlaudio ended with status -9", "HIDL server side"):
         assert text in output
+    assert output.count("Captured log of the programs") == 3
     assert "ResourceWarning" not in output
 
 

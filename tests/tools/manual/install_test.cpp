@@ -80,7 +80,8 @@ TEST_F(Installed, TreeHasExpectedFilesAndNoTestFiles) {
         EXPECT_EQ(found.erase(file), 1U) << file;
     for (const char* file :
          {"bin/tv", "share/bash-completion/completions/tv", "share/doc/hidlaudio/README.md",
-          "share/hidlaudio/scenarios/restart.scenario", "share/man/man8/hidlaudio.8.gz"})
+          "share/doc/hidlaudio/examples/java/build.gradle", "share/hidlaudio/scenarios/restart.scenario",
+          "share/man/man8/hidlaudio.8.gz"})
         EXPECT_EQ(found.count(file), 1U) << file;
     for (const std::string& file : found) {
         if (file.find("share/doc/hidlaudio/examples/") == 0) continue;  // with the tests of the example

@@ -6,7 +6,7 @@ from .init_words import ACCOUNTS, CAPABILITIES, COMMANDS, EVENTS, OPTIONS, SECTI
 from .interfaces import full_name
 
 FILE = "packaging/hidlaudio.rc"
-ONCE = ("class", "user", "group")
+REQUIRED = ("class", "user", "group")
 
 
 class Section:
@@ -34,7 +34,7 @@ def check_init_rc(tree, path, services, code_paths, own_folders):
     else:
         _check_options(tree, service)
         _check_interfaces(tree, service, services)
-        _check_wake_locks(tree, service, code_paths.wake_locks)
+        _check_wake_locks(tree, service, code_paths.wake_lock)
     _check_folders(tree, sections, own_folders)
 
 
@@ -81,7 +81,7 @@ def _check_count(tree, line, words, known):
 
 
 def _check_options(tree, service):
-    for name in ONCE:
+    for name in REQUIRED:
         if service.option(name) is None:
             tree.find(FILE, service.line, f"the service has no {name}", f"add its line: {name} …")
     hal = service.option("class")
@@ -111,12 +111,12 @@ def _check_interfaces(tree, service, services):
                       f"add the line: interface {name} default")
 
 
-def _check_wake_locks(tree, service, wake_locks):
+def _check_wake_locks(tree, service, use):
     """Checks the group and the capability that libpower needs to write the kernel's wake lock file."""
     for option, needed in (("capabilities", "BLOCK_SUSPEND"), ("group", "wakelock")):
         line, values = service.option(option) or (service.line, [])
-        if wake_locks and needed not in values:
-            tree.find(FILE, line, f"{option} lacks {needed}, which {wake_locks[0]} needs for its wake locks",
+        if use and needed not in values:
+            tree.find(FILE, line, f"{option} lacks {needed}, which {use[0]}:{use[1]} needs for its wake locks",
                       f"write: {' '.join([option, *values, needed])}")
 
 

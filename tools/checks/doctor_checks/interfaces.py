@@ -3,6 +3,7 @@
 import hashlib
 import re
 from dataclasses import dataclass
+from pathlib import PurePath
 
 from .tree import PACKAGE, line_of
 
@@ -49,16 +50,21 @@ def versions(tree):
     return sorted((name for name in folders if re.fullmatch(r"\d+\.\d+", name)), key=version_key)
 
 
+def hal_files(tree):
+    """Yields (version, name, file) of all .hal files, oldest version first."""
+    for version in versions(tree):
+        for file in tree.glob(f"{FOLDER}/{version}/*.hal"):
+            yield version, PurePath(file).stem, file
+
+
 def load_interfaces(tree):
     """Returns all interfaces by (version, name). Reports files that cannot be parsed."""
     result = {}
-    for version in versions(tree):
-        for file in tree.glob(f"{FOLDER}/{version}/*.hal"):
-            _check_package(tree, file, version)
-            if not file.endswith("/types.hal"):
-                interface = _load_interface(tree, file, version)
-                if interface:
-                    result[version, interface.name] = interface
+    for version, name, file in hal_files(tree):
+        _check_package(tree, file, version)
+        interface = _load_interface(tree, file, version, name) if name != "types" else None
+        if interface:
+            result[version, name] = interface
     if not result:
         tree.find(FOLDER, 1, "contains no interface", "restore it from version control")
     return result
@@ -73,10 +79,9 @@ def _check_package(tree, file, version):
         tree.find(file, line, f"is not in package {expected}", f"write: package {expected};")
 
 
-def _load_interface(tree, file, version):
+def _load_interface(tree, file, version, name):
     code = tree.code(file)
     match = re.search(r"^interface\s+(\w+)\s*(?:extends\s+@([\d.]+)::(\w+)\s*)?\{", code, re.MULTILINE)
-    name = file.rsplit("/", 1)[1][: -len(".hal")]
     if not match or match[1] != name:
         line = line_of(code, match.start()) if match else 1
         tree.find(file, line, f"does not declare interface {name}", "name the interface as its file")
@@ -145,10 +150,7 @@ def _is_argument(tree, interfaces, interface):
 def check_frozen(tree):
     """Checks that current.txt holds the hashes of all .hal files and no others."""
     frozen = _frozen_hashes(tree)
-    files = {}
-    for version in versions(tree):
-        for file in tree.glob(f"{FOLDER}/{version}/*.hal"):
-            files[full_name(version, file.rsplit("/", 1)[1][: -len(".hal")])] = file
+    files = {full_name(version, name): file for version, name, file in hal_files(tree)}
     for name, file in files.items():
         digest = hashlib.sha256(tree.read(file).encode("utf-8")).hexdigest()
         if name not in frozen:

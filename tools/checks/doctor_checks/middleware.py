@@ -12,9 +12,8 @@ FAULTS = "host/middleware/functions.h"
 
 def load_functions(tree):
     """Returns {name: line} of the vendor's functions that the daemon declares."""
-    code = tree.code(HEADER)
-    matches = re.finditer(r"^\w+ \*?(\w+)\([^)]*\)(?:\s+REQUIRES\(\w+\))?;", code, re.MULTILINE)
-    return {match[1]: line_of(code, match.start()) for match in matches}
+    places = tree.places(r"^\w+ \*?(\w+)\([^)]*\)(?:\s+REQUIRES\(\w+\))?;", HEADER)
+    return {name: line for name, (_, line) in places.items()}
 
 
 def check_page(tree, functions, paths):
@@ -34,14 +33,13 @@ def check_page(tree, functions, paths):
 
 def check_virtual_tv(tree, functions):
     """Checks that the virtual TV implements each function and can make it fail."""
-    code = tree.code(FAULTS)
-    listed = {match[1]: line_of(code, match.start()) for match in re.finditer(r'"(\w+)"', code)}
+    listed = tree.places(r'"(\w+)"', FAULTS)
     for name, line in functions.items():
         if name not in listed:
             tree.find(FAULTS, 1, f"lacks {name} ({HEADER}:{line})",
                       "add it to the list, and call injectedStatus in it")
     sources = "".join(tree.code(file) for file in tree.glob(f"{posixpath.dirname(FAULTS)}/*.cpp"))
-    for name, line in listed.items():
+    for name, (_, line) in listed.items():
         if name not in functions:
             tree.find(FAULTS, line, f"names {name}, which the daemon does not call", "remove it")
         elif f'"{name}"' not in sources:

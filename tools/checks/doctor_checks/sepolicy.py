@@ -121,11 +121,10 @@ def check_domain(tree, labels, types, code):
 def _check_calls(tree, rules, domain, code):
     """Checks the rules for wake locks and the audio HAL, which are served by processes of the platform."""
     factory = next((code.headers[name] for name in code.headers if name.endswith("/IDevicesFactory.h")), None)
-    needed = ((f"wakelock_use({domain})", code.wake_locks[0] if code.wake_locks else None),
-              (f"hal_client_domain({domain}, hal_audio)", factory and "{}:{}".format(*factory)))
-    for rule, place in needed:
-        if place and rule not in rules:
-            tree.find(DOMAIN, 1, f"lacks a rule that {place} needs", f"write: {rule}")
+    needed = ((f"wakelock_use({domain})", code.wake_lock), (f"hal_client_domain({domain}, hal_audio)", factory))
+    for rule, use in needed:
+        if use and rule not in rules:
+            tree.find(DOMAIN, 1, f"lacks a rule that {use[0]}:{use[1]} needs", f"write: {rule}")
 
 
 def _check_commands(tree, rules, commands):
@@ -149,9 +148,7 @@ def check_service_rules(tree, types):
         tree.find(DOMAIN, 1, "the daemon's domain is not a HAL server", "write: hal_server_domain(DOMAIN, hal_NAME)")
         return
     hal = match[1]
-    service = next((name for name, attributes in types.items() if "hwservice_manager_type" in attributes),
-                   "TYPE")
-    for rule in (f"hal_attribute({hal})", f"hal_attribute_hwservice(hal_{hal}, {service})",
+    for rule in (f"hal_attribute({hal})", f"hal_attribute_hwservice(hal_{hal}, {_service_type(types)})",
                  f"binder_call(hal_{hal}_client, hal_{hal}_server)",
                  f"binder_call(hal_{hal}_server, hal_{hal}_client)"):
         if rule not in rules:
@@ -175,10 +172,14 @@ def check_hwservices(tree, types, services):
                       "remove the line")
         listed.setdefault(match[1], number)
         _check_hwservice_type(tree, types, match[2], number)
-    type_name = next((name for name, has in types.items() if "hwservice_manager_type" in has), "TYPE")
     for name in sorted(names - set(listed)):
         tree.find(HWSERVICES, 1, f"lacks {name}: it could not be registered",
-                  f"add: {name} u:object_r:{type_name}:s0")
+                  f"add: {name} u:object_r:{_service_type(types)}:s0")
+
+
+def _service_type(types):
+    """Returns the type of the services, for the text of a fix."""
+    return next((name for name, attributes in types.items() if "hwservice_manager_type" in attributes), "TYPE")
 
 
 def _check_hwservice_type(tree, types, name, line):

@@ -53,6 +53,15 @@ class Tree:
         """Returns the text of a C++ or HIDL file with blanks for comments. Line numbers do not change."""
         return without_comments(self.read(file))
 
+    def places(self, pattern, *files):
+        """Returns {text of the group: (file, line)} of the first match of each text in the files' code."""
+        result = {}
+        for file in files:
+            code = self.code(file)
+            for match in re.finditer(pattern, code, re.MULTILINE):
+                result.setdefault(match[1], (file, line_of(code, match.start())))
+        return result
+
     def glob(self, pattern):
         """Returns the matching files, sorted."""
         return sorted(path.relative_to(self.root).as_posix() for path in self.root.glob(pattern))

@@ -28,14 +28,9 @@ def check_known_services(tree, services):
 def check_commands(tree):
     """Checks that each subcommand is added to its command line. The build does not detect a missing one."""
     for folder in ("client", "host/tv"):
-        _check_taken(tree, f"{folder}/commands.h", f"{folder}/command_line.cpp")
-
-
-def _check_taken(tree, header, command_line):
-    code = tree.code(header)
-    functions = re.finditer(r"\b(add\w+)\((?:host::)?Command app\b", code)
-    declared = {match[1]: line_of(code, match.start()) for match in functions}
-    used = set(re.findall(r"\badd\w+", tree.code(command_line)))
-    for name, line in declared.items():
-        if name not in used:
-            tree.find(command_line, 1, f"does not call {name} ({header}:{line})", "add it to the subcommands")
+        command_line = f"{folder}/command_line.cpp"
+        used = set(re.findall(r"\badd\w+", tree.code(command_line)))
+        declared = tree.places(r"\b(add\w+)\((?:host::)?Command app\b", f"{folder}/commands.h")
+        for name, (file, line) in declared.items():
+            if name not in used:
+                tree.find(command_line, 1, f"does not call {name} ({file}:{line})", "add it to the subcommands")

@@ -9,7 +9,7 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.ArrayList;
-import java.util.HashSet;
+import java.util.Comparator;
 import java.util.List;
 import java.util.Map;
 import java.util.OptionalLong;
@@ -35,13 +35,15 @@ public final class Tv implements AutoCloseable {
     private final TvKeeper keeper;
     private final Map<String, Long> running = new ConcurrentHashMap<>();
     private final Set<String> mayEnd = ConcurrentHashMap.newKeySet();
+    private final Set<String> dying = ConcurrentHashMap.newKeySet(); // programs that a fault may kill
+    private final Set<String> unexpectedEnds = ConcurrentHashMap.newKeySet();
     private final ConcurrentLinkedQueue<Throwable> callbackErrors = new ConcurrentLinkedQueue<>();
     private final String before; // the TV that the creating thread used
     private int clock;
 
     /** Creates a TV and boots it, unless the options have {@code boot = false}. */
     public Tv(TvOptions options) {
-        keeper = TvKeeper.start();
+        keeper = new TvKeeper();
         path = keeper.folder().resolve("tv");
         clock = options.clock();
         OPEN.put(path.toString(), this);
@@ -146,7 +148,7 @@ public final class Tv implements AutoCloseable {
      */
     public void addFault(String... arguments) {
         if (arguments.length > 1 && arguments[1].equals("dies")) {
-            mayEnd.add(HAL_FUNCTIONS.contains(arguments[0]) ? "audio_hal" : "hidlaudio");
+            dying.add(HAL_FUNCTIONS.contains(arguments[0]) ? "audio_hal" : "hidlaudio");
         }
         List<String> command = new ArrayList<>(List.of("fault", "--"));
         command.addAll(List.of(arguments));
@@ -155,6 +157,8 @@ public final class Tv implements AutoCloseable {
 
     public void clearFaults() {
         command("fault", "--clear");
+        noteEnds();
+        dying.clear();
     }
 
     /** Returns a number of the configuration store of the middleware. */
@@ -199,13 +203,13 @@ public final class Tv implements AutoCloseable {
     public List<String> log() {
         List<String> lines = new ArrayList<>();
         for (String program : PROGRAMS) {
-            Path file = path.resolve("log/" + program + ".log");
-            if (Files.exists(file)) {
-                String text = new String(file(path.relativize(file).toString()), StandardCharsets.UTF_8);
+            String file = "log/" + program + ".log";
+            if (Files.exists(path.resolve(file))) {
+                String text = new String(file(file), StandardCharsets.UTF_8);
                 text.lines().map(line -> line + "  [" + program + "]").forEach(lines::add);
             }
         }
-        lines.sort((left, right) -> timeOf(left).compareTo(timeOf(right)));
+        lines.sort(Comparator.comparing(Tv::timeOf));
         return lines;
     }
 
@@ -250,14 +254,19 @@ public final class Tv implements AutoCloseable {
 
     /** Returns the programs that have ended although the test did not cause it, once each. */
     List<String> takeUnexpectedEnds() {
-        Set<String> ended = new HashSet<>();
+        noteEnds();
+        List<String> ended = List.copyOf(unexpectedEnds);
+        unexpectedEnds.clear();
+        return ended;
+    }
+
+    private void noteEnds() {
         running.forEach((program, pid) -> {
             boolean lives = ProcessHandle.of(pid).map(ProcessHandle::isAlive).orElse(false);
-            if (!lives && mayEnd.add(program)) {
-                ended.add(program);
+            if (!lives && mayEnd.add(program) && !dying.contains(program)) {
+                unexpectedEnds.add(program);
             }
         });
-        return List.copyOf(ended);
     }
 
     /** Records the exception of a callback. Returns false if the TV is closed. */

@@ -19,19 +19,14 @@ final class TvKeeper {
     private final String program;
     private final Process process;
 
-    private TvKeeper(Path folder, String program) throws IOException {
-        this.folder = folder;
-        this.program = program;
-        this.process = new ProcessBuilder("sh", "-c", SCRIPT, "sh", program, folder.toString())
-                .redirectOutput(ProcessBuilder.Redirect.DISCARD)
-                .redirectError(ProcessBuilder.Redirect.DISCARD)
-                .start();
-    }
-
-    static TvKeeper start() {
-        String program = Installation.program("tv").toString();
+    TvKeeper() {
+        program = Installation.program("tv").toString();
         try {
-            return new TvKeeper(Files.createTempDirectory("hidlaudio-"), program);
+            folder = Files.createTempDirectory("hidlaudio-");
+            process = new ProcessBuilder("sh", "-c", SCRIPT, "sh", program, folder.toString())
+                    .redirectOutput(ProcessBuilder.Redirect.DISCARD)
+                    .redirectError(ProcessBuilder.Redirect.DISCARD)
+                    .start();
         } catch (IOException failed) {
             throw new TvException("cannot create a TV", failed);
         }

@@ -3,7 +3,6 @@ package hidlaudio.junit;
 
 import hidlaudio.runtime.CallbackErrors;
 import hidlaudio.runtime.TvFolder;
-import java.lang.reflect.AnnotatedElement;
 import java.lang.reflect.Constructor;
 import java.util.ArrayList;
 import java.util.List;
@@ -15,6 +14,7 @@ import org.junit.jupiter.api.extension.BeforeEachCallback;
 import org.junit.jupiter.api.extension.ExtensionContext;
 import org.junit.jupiter.api.extension.ParameterContext;
 import org.junit.jupiter.api.extension.ParameterResolver;
+import org.junit.jupiter.api.extension.RegisterExtension;
 import org.junit.platform.commons.support.AnnotationSupport;
 
 /**
@@ -31,7 +31,7 @@ import org.junit.platform.commons.support.AnnotationSupport;
 public final class VirtualTv
         implements BeforeAllCallback, AfterAllCallback, BeforeEachCallback, AfterEachCallback, ParameterResolver {
     private static final ExtensionContext.Namespace NAMESPACE = ExtensionContext.Namespace.create(VirtualTv.class);
-    private static final String OWN_TV = "tv of ";
+    private static final String OWN_TV = "tv";
     private static final String LOG_START = "lines of the log before the test";
 
     static {
@@ -108,47 +108,36 @@ public final class VirtualTv
 
     // The TV of the context, or of the class that contains it.
     private Tv find(ExtensionContext context) {
-        for (Optional<ExtensionContext> at = Optional.of(context); at.isPresent(); at = at.get().getParent()) {
-            Tv tv = context.getStore(NAMESPACE).get(OWN_TV + at.get().getUniqueId(), Tv.class);
-            if (tv != null) {
-                return tv;
-            }
-        }
-        return null;
+        return context.getStore(NAMESPACE).get(OWN_TV, Tv.class); // searches the parents too
     }
 
     private Tv create(ExtensionContext context) {
         Tv tv = new Tv(optionsOf(context));
-        context.getStore(NAMESPACE).put(OWN_TV + context.getUniqueId(), tv);
+        context.getStore(NAMESPACE).put(OWN_TV, tv);
         return tv;
     }
 
     // Closes the TV that was created for this context.
     private static void close(ExtensionContext context) {
-        Tv tv = context.getStore(NAMESPACE).remove(OWN_TV + context.getUniqueId(), Tv.class);
+        Tv tv = context.getStore(NAMESPACE).remove(OWN_TV, Tv.class);
         if (tv != null) {
             tv.close();
         }
     }
 
     private boolean isStaticField(ExtensionContext context) {
-        return !AnnotationSupport.findAnnotatedFieldValues(
-                context.getRequiredTestClass(), org.junit.jupiter.api.extension.RegisterExtension.class).stream()
-                .filter(value -> value == this).toList().isEmpty();
+        return AnnotationSupport.findAnnotatedFieldValues(context.getRequiredTestClass(), RegisterExtension.class)
+                .stream().anyMatch(value -> value == this);
     }
 
     private static TvOptions optionsOf(ExtensionContext context) {
         for (Optional<ExtensionContext> at = Optional.of(context); at.isPresent(); at = at.get().getParent()) {
-            Optional<TvOptions> found = at.get().getElement().flatMap(VirtualTv::optionsAt);
+            Optional<TvOptions> found = AnnotationSupport.findAnnotation(at.get().getElement(), TvOptions.class);
             if (found.isPresent()) {
                 return found.get();
             }
         }
         return AnnotatedWithDefaults.class.getAnnotation(TvOptions.class);
-    }
-
-    private static Optional<TvOptions> optionsAt(AnnotatedElement element) {
-        return AnnotationSupport.findAnnotation(element, TvOptions.class);
     }
 
     @TvOptions

@@ -3,7 +3,6 @@ package android.os;
 
 import java.lang.reflect.Array;
 import java.util.Collection;
-import java.util.Iterator;
 import java.util.List;
 import java.util.Map;
 import java.util.Objects;
@@ -40,7 +39,7 @@ public class HidlSupport {
         refuseUnordered(left);
         refuseUnordered(right);
         if (left instanceof List && right instanceof List) {
-            return equalLists((List<?>) left, (List<?>) right);
+            return equalArrays(((List<?>) left).toArray(), ((List<?>) right).toArray());
         }
         if (left.getClass().isArray()) {
             return left.getClass() == right.getClass() && equalArrays(left, right);
@@ -58,18 +57,13 @@ public class HidlSupport {
             return 0;
         }
         refuseUnordered(value);
-        int hash = 1;
-        if (value instanceof List) {
-            for (Object element : (List<?>) value) {
-                hash = 31 * hash + deepHashCode(element);
-            }
-            return hash;
-        }
-        if (!value.getClass().isArray()) {
+        Object array = value instanceof List ? ((List<?>) value).toArray() : value;
+        if (!array.getClass().isArray()) {
             return value.hashCode();
         }
-        for (int i = 0; i < Array.getLength(value); i++) {
-            hash = 31 * hash + deepHashCode(Array.get(value, i));
+        int hash = 1;
+        for (int i = 0; i < Array.getLength(array); i++) {
+            hash = 31 * hash + deepHashCode(Array.get(array, i));
         }
         return hash;
     }
@@ -87,12 +81,6 @@ public class HidlSupport {
 
     /** Returns the ID of this process. */
     public static native int getPidIfSharable();
-
-    private static boolean equalLists(List<?> left, List<?> right) {
-        Iterator<?> other = right.iterator();
-        return left.size() == right.size()
-                && left.stream().allMatch(element -> deepEquals(element, other.next()));
-    }
 
     private static boolean equalArrays(Object left, Object right) {
         int length = Array.getLength(left);

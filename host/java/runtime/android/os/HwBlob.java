@@ -3,6 +3,7 @@ package android.os;
 
 import java.lang.invoke.MethodHandles;
 import java.lang.invoke.VarHandle;
+import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.Arrays;
 import java.util.LinkedHashMap;
@@ -22,13 +23,13 @@ public class HwBlob {
     private static final VarHandle FLOAT = view(float[].class);
     private static final VarHandle DOUBLE = view(double[].class);
 
-    // What the pointers of this blob refer to, by their offset, in the order in which it was put.
+    // The blobs to which the pointers of this blob refer, by the pointer's offset, in the order of the puts.
     private final Map<Long, HwBlob> references = new LinkedHashMap<>();
     private final HwParcel parcel;
     private byte[] bytes;
-    // Of a received blob: its handle in the parcel, set by the native code.
+    // Handle of a received blob in the parcel, set by the native code.
     private long handle;
-    // Of a string that was read ahead: the structure that refers to it.
+    // If this blob is a string that was read ahead: the structure that refers to it.
     private long parent = -1;
     private long parentOffset;
 
@@ -174,17 +175,11 @@ public class HwBlob {
     /** Copies {@code size} elements at the offset to the array. */
     public final void copyToInt16Array(long offset, short[] array, int size) {
         checkSize(array.length, size);
-        index(offset, (long) size * Short.BYTES);
-        for (int i = 0; i < size; i++) {
-            array[i] = getInt16(offset + (long) i * Short.BYTES);
-        }
+        elements(offset, size, Short.BYTES).asShortBuffer().get(array, 0, size);
     }
 
     public final void putInt16Array(long offset, short[] values) {
-        index(offset, (long) values.length * Short.BYTES);
-        for (int i = 0; i < values.length; i++) {
-            putInt16(offset + (long) i * Short.BYTES, values[i]);
-        }
+        elements(offset, values.length, Short.BYTES).asShortBuffer().put(values);
     }
 
     public static Short[] wrapArray(short[] array) {
@@ -198,17 +193,11 @@ public class HwBlob {
     /** Copies {@code size} elements at the offset to the array. */
     public final void copyToInt32Array(long offset, int[] array, int size) {
         checkSize(array.length, size);
-        index(offset, (long) size * Integer.BYTES);
-        for (int i = 0; i < size; i++) {
-            array[i] = getInt32(offset + (long) i * Integer.BYTES);
-        }
+        elements(offset, size, Integer.BYTES).asIntBuffer().get(array, 0, size);
     }
 
     public final void putInt32Array(long offset, int[] values) {
-        index(offset, (long) values.length * Integer.BYTES);
-        for (int i = 0; i < values.length; i++) {
-            putInt32(offset + (long) i * Integer.BYTES, values[i]);
-        }
+        elements(offset, values.length, Integer.BYTES).asIntBuffer().put(values);
     }
 
     public static Integer[] wrapArray(int[] array) {
@@ -222,17 +211,11 @@ public class HwBlob {
     /** Copies {@code size} elements at the offset to the array. */
     public final void copyToInt64Array(long offset, long[] array, int size) {
         checkSize(array.length, size);
-        index(offset, (long) size * Long.BYTES);
-        for (int i = 0; i < size; i++) {
-            array[i] = getInt64(offset + (long) i * Long.BYTES);
-        }
+        elements(offset, size, Long.BYTES).asLongBuffer().get(array, 0, size);
     }
 
     public final void putInt64Array(long offset, long[] values) {
-        index(offset, (long) values.length * Long.BYTES);
-        for (int i = 0; i < values.length; i++) {
-            putInt64(offset + (long) i * Long.BYTES, values[i]);
-        }
+        elements(offset, values.length, Long.BYTES).asLongBuffer().put(values);
     }
 
     public static Long[] wrapArray(long[] array) {
@@ -246,17 +229,11 @@ public class HwBlob {
     /** Copies {@code size} elements at the offset to the array. */
     public final void copyToFloatArray(long offset, float[] array, int size) {
         checkSize(array.length, size);
-        index(offset, (long) size * Float.BYTES);
-        for (int i = 0; i < size; i++) {
-            array[i] = getFloat(offset + (long) i * Float.BYTES);
-        }
+        elements(offset, size, Float.BYTES).asFloatBuffer().get(array, 0, size);
     }
 
     public final void putFloatArray(long offset, float[] values) {
-        index(offset, (long) values.length * Float.BYTES);
-        for (int i = 0; i < values.length; i++) {
-            putFloat(offset + (long) i * Float.BYTES, values[i]);
-        }
+        elements(offset, values.length, Float.BYTES).asFloatBuffer().put(values);
     }
 
     public static Float[] wrapArray(float[] array) {
@@ -270,17 +247,11 @@ public class HwBlob {
     /** Copies {@code size} elements at the offset to the array. */
     public final void copyToDoubleArray(long offset, double[] array, int size) {
         checkSize(array.length, size);
-        index(offset, (long) size * Double.BYTES);
-        for (int i = 0; i < size; i++) {
-            array[i] = getDouble(offset + (long) i * Double.BYTES);
-        }
+        elements(offset, size, Double.BYTES).asDoubleBuffer().get(array, 0, size);
     }
 
     public final void putDoubleArray(long offset, double[] values) {
-        index(offset, (long) values.length * Double.BYTES);
-        for (int i = 0; i < values.length; i++) {
-            putDouble(offset + (long) i * Double.BYTES, values[i]);
-        }
+        elements(offset, values.length, Double.BYTES).asDoubleBuffer().put(values);
     }
 
     public static Double[] wrapArray(double[] array) {
@@ -337,6 +308,12 @@ public class HwBlob {
         putInt64(index(offset, SIZE_OF_STRING), 0);
         putInt32(offset + OFFSET_OF_SIZE, size);
         putBool(offset + OFFSET_OF_OWNER, false);
+    }
+
+    /** Returns the part of the blob that {@code count} numbers of {@code width} bytes take. */
+    private ByteBuffer elements(long offset, int count, int width) {
+        int start = index(offset, (long) count * width);
+        return ByteBuffer.wrap(bytes, start, count * width).order(ByteOrder.nativeOrder());
     }
 
     private int index(long offset, long size) {

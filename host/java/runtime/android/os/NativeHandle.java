@@ -4,6 +4,7 @@ package android.os;
 import java.io.Closeable;
 import java.io.FileDescriptor;
 import java.io.IOException;
+import java.util.Arrays;
 
 /**
  * File descriptors and integers that are passed to another process. A handle that a call receives is valid
@@ -45,9 +46,8 @@ public final class NativeHandle implements Closeable {
         for (int i = 0; i < descriptors.length; i++) {
             descriptors[i] = descriptorOf(packed[i + 1]);
         }
-        int[] ints = new int[packed.length - descriptors.length - 1];
-        System.arraycopy(packed, descriptors.length + 1, ints, 0, ints.length);
-        return new NativeHandle(descriptors, ints, false);
+        return new NativeHandle(
+                descriptors, Arrays.copyOfRange(packed, descriptors.length + 1, packed.length), false);
     }
 
     /** Returns that form. */

@@ -43,24 +43,14 @@ final class Statuses {
     private static void throwUnchecked(int status) {
         String text = "HwBinder Error: (" + status + ")";
         switch (status) {
-            case NO_MEMORY:
-                throw new OutOfMemoryError(text);
-            case INVALID_OPERATION:
-                throw new UnsupportedOperationException(text);
-            case BAD_VALUE:
-            case BAD_TYPE:
-                throw new IllegalArgumentException(text);
-            case BAD_INDEX:
-            case OUT_OF_RANGE:
-                throw new IndexOutOfBoundsException(text);
-            case NAME_NOT_FOUND:
-                throw new NoSuchElementException(text);
-            case PERMISSION_DENIED:
-                throw new SecurityException(text);
-            case NO_INIT:
-            case ALREADY_EXISTS:
-                throw new RuntimeException(text);
-            default:
+            case NO_MEMORY -> throw new OutOfMemoryError(text);
+            case INVALID_OPERATION -> throw new UnsupportedOperationException(text);
+            case BAD_VALUE, BAD_TYPE -> throw new IllegalArgumentException(text);
+            case BAD_INDEX, OUT_OF_RANGE -> throw new IndexOutOfBoundsException(text);
+            case NAME_NOT_FOUND -> throw new NoSuchElementException(text);
+            case PERMISSION_DENIED -> throw new SecurityException(text);
+            case NO_INIT, ALREADY_EXISTS -> throw new RuntimeException(text);
+            default -> {}
         }
     }
 }

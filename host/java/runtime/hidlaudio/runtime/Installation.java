@@ -23,12 +23,8 @@ public final class Installation {
      * @throws IllegalStateException if the program is not found
      */
     public static Path program(String name) {
-        for (Path folder : programFolders()) {
-            if (Files.isExecutable(folder.resolve(name))) {
-                return folder.resolve(name);
-            }
-        }
-        throw notFound("program", name);
+        return programFolders().stream().map(folder -> folder.resolve(name)).filter(Files::isExecutable).findFirst()
+                .orElseThrow(() -> notFound("program", name));
     }
 
     /** Returns the path of a native library: beside this jar, or belonging to these programs. */
@@ -40,12 +36,8 @@ public final class Installation {
             folders.add(prefix);
             folders.addAll(privateFolders(prefix));
         }
-        for (Path folder : folders) {
-            if (Files.isRegularFile(folder.resolve(name))) {
-                return folder.resolve(name);
-            }
-        }
-        throw notFound("library", name);
+        return folders.stream().map(folder -> folder.resolve(name)).filter(Files::isRegularFile).findFirst()
+                .orElseThrow(() -> notFound("library", name));
     }
 
     private static List<Path> programFolders() {
@@ -68,13 +60,10 @@ public final class Installation {
 
     private static List<Path> privateFolders(Path lib) {
         List<Path> found = new ArrayList<>();
-        if (!Files.isDirectory(lib)) {
-            return found;
-        }
         try (DirectoryStream<Path> architectures = Files.newDirectoryStream(lib, "*-linux-*")) {
             architectures.forEach(folder -> found.add(folder.resolve("hidlaudio")));
-        } catch (IOException unreadable) {
-            return found;
+        } catch (IOException missing) {
+            // These programs are not installed there.
         }
         return found;
     }

@@ -110,6 +110,31 @@ class ParcelTest {
     }
 
     @Test
+    void blobsKeepArrays() {
+        HwBlob blob = new HwBlob(24);
+        blob.putInt32Array(8, new int[] {1, -2});
+        int[] ints = new int[3];
+        blob.copyToInt32Array(8, ints, 2);
+        assertArrayEquals(new int[] {1, -2, 0}, ints);
+        assertEquals(-2, blob.getInt32(12));
+        blob.putInt64Array(8, new long[] {1, -2});
+        long[] longs = new long[2];
+        blob.copyToInt64Array(8, longs, 2);
+        assertArrayEquals(new long[] {1, -2}, longs);
+        blob.putFloatArray(4, new float[] {0.5f, -1});
+        float[] floats = new float[2];
+        blob.copyToFloatArray(4, floats, 2);
+        assertArrayEquals(new float[] {0.5f, -1}, floats);
+        assertEquals(-1, blob.getFloat(8));
+        blob.putDoubleArray(8, new double[] {0.5, -1});
+        double[] doubles = new double[2];
+        blob.copyToDoubleArray(8, doubles, 2);
+        assertArrayEquals(new double[] {0.5, -1}, doubles);
+        assertThrows(IndexOutOfBoundsException.class, () -> blob.putDoubleArray(9, new double[2]));
+        assertThrows(IndexOutOfBoundsException.class, () -> blob.copyToFloatArray(20, new float[2], 2));
+    }
+
+    @Test
     void blobsCheckBounds() {
         HwBlob blob = new HwBlob(16);
         long[] offsets = {-1, Long.MIN_VALUE, 9, 16, 17, Integer.MAX_VALUE, 1L << 32, Long.MAX_VALUE};

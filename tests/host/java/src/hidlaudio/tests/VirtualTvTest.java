@@ -11,6 +11,7 @@ import static org.junit.platform.engine.discovery.DiscoverySelectors.selectClass
 import com.tovi.dtv.hardware.audio.V1_1.IHdmiAudioCallback;
 import com.tovi.dtv.hardware.audio.V3_1.IHdmiAudio;
 import com.tovi.dtv.hardware.audio.V3_1.IOutputExternal;
+import com.tovi.dtv.hardware.audio.V5_1.IAcousticCalibration;
 import hidlaudio.junit.Tv;
 import hidlaudio.junit.TvException;
 import hidlaudio.junit.TvOptions;
@@ -103,7 +104,9 @@ class VirtualTvTest {
                 "failure", "planned failure / log of the TV",
                 "callbackError", "a callback has thrown java.lang.AssertionError: planned / log of the TV",
                 "unexpectedEnd", "hidlaudio has ended unexpectedly / log of the TV",
-                "expectedEnd", "passed"), reports);
+                "unexpectedEndAfterFault", "hidlaudio has ended unexpectedly / log of the TV",
+                "expectedEnd", "passed",
+                "endByFault", "passed"), reports);
     }
 
     @Test
@@ -156,6 +159,23 @@ class VirtualTvTest {
                 }
             });
             hdmi.setAudioCapabilities(new ArrayList<>(List.of("ARC_DD_PLUS")));
+        }
+
+        @Test
+        void endByFault(Tv tv) throws Exception {
+            IAcousticCalibration calibration = IAcousticCalibration.getService();
+            ProcessHandle daemon = ProcessHandle.of(tv.pid("hidlaudio").getAsLong()).get();
+            tv.addFault("fsync", "dies");
+            assertThrows(android.os.DeadObjectException.class, () -> calibration.setEnabled(false));
+            daemon.onExit().join();
+            tv.clearFaults();
+        }
+
+        @Test
+        void unexpectedEndAfterFault(Tv tv) {
+            tv.addFault("fsync", "dies");
+            tv.clearFaults();
+            unexpectedEnd(tv);
         }
 
         @Test
