@@ -12,18 +12,9 @@ function(hidl_recorder target)
   cmake_parse_arguments(ARG "" "" "FQNAMES;LIBRARIES;ROOTS;HAL_DEPENDS" ${ARGN})
   set(out ${CMAKE_CURRENT_BINARY_DIR}/${target})
   set(folder ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${target})
-  file(GLOB generator CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/*.py)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/recorder/*.cpp)
   file(MAKE_DIRECTORY ${out})
-  add_custom_command(
-    OUTPUT ${out}/decoders.cpp ${out}/entry_points.cpp
-    COMMAND ${CMAKE_COMMAND} -E rm -rf ${out}/vts
-    COMMAND ${HIDL_GEN} -o ${out}/vts -Lvts ${HIDL_GEN_ROOTS} ${ARG_ROOTS} ${ARG_FQNAMES}
-    COMMAND Python3::Interpreter -B ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/generate_recorder.py
-      ${out}/vts ${out} ${ARG_FQNAMES}
-    DEPENDS ${ARG_HAL_DEPENDS} ${generator}
-    COMMENT "Recorder of ${ARG_FQNAMES}"
-    VERBATIM)
+  hidl_generate(recorder ${out} ${out}/decoders.cpp ${out}/entry_points.cpp)
   add_custom_target(${target}_sources DEPENDS ${out}/decoders.cpp ${out}/entry_points.cpp)
   set_source_files_properties(${out}/decoders.cpp PROPERTIES COMPILE_OPTIONS "-w")
 
