@@ -44,10 +44,13 @@ Bytes bodyOf(const Parcel& parcel) {
     return {reinterpret_cast<const char*>(body.body()), body.bodySize};
 }
 
+using NamedCalls = std::vector<std::pair<std::string, Call>>;
+
 /** Passes calls of its proxies to a stub and records the last call and its reply. */
 struct Recorder : BHwBinder {
     sp<BHwBinder> stub;
     Call call;
+    NamedCalls calls;
 
     explicit Recorder(BHwBinder* target) : stub(target) {}
     android::status_t onTransact(uint32_t code, const Parcel& data, Parcel*, uint32_t flags,
@@ -67,10 +70,17 @@ struct Recorder : BHwBinder {
         (void)stub->transact(code, request, &reply, flags, keep);
         return android::UNKNOWN_ERROR;  // so that the proxy does not read the reply
     }
+
+    /** Keeps the last call, which has this result, under a name. */
+    template <typename Result>
+    void add(const char* name, const Result& result) {
+        (void)result.isOk();
+        calls.emplace_back(name, call);
+    }
 };
 
 /** Returns recorded calls of the probe with a file name for each. */
-std::vector<std::pair<std::string, Call>> probeCalls() {
+NamedCalls probeCalls() {
     using test::Callback;
     sp<Recorder> recorder = new Recorder(new BnHwProbe(new EchoProbe));
     const sp<BpHwProbe> probe = new BpHwProbe(recorder);
@@ -89,48 +99,38 @@ std::vector<std::pair<std::string, Call>> probeCalls() {
     file->data[0] = descriptor(1, -1);
     file->data[1] = file->data[2] = 7;
     const sp<Callback> callback = new Callback;
-    std::vector<std::pair<std::string, Call>> calls;
-    const auto add = [&](const char* name, const auto& result) {
-        (void)result.isOk();
-        calls.emplace_back(name, recorder->call);
-    };
-    add("add", probe->add(1, 2));
-    add("mark", probe->mark());
-    add("set-callback", probe->setCallback(callback));
-    add("get-callback", probe->getCallback());
-    add("bytes", probe->echoBytes({1, 2, 3}, ignore));
-    add("text", probe->echoText("text", ignore));
-    add("texts", probe->echoTexts({{"a", "bc"}, {}, {"def"}}, ignore));
-    add("callbacks", probe->passCallbacks({callback, nullptr, callback}, ignore));
-    add("files", probe->readFiles({file, {file, test::hidl_handle()}}, ignore));
-    add("note-oneway", probe->note(7, file));
-    add("everything", probe->echo(everything, ignore));
-    add("make-large-bytes", probe->makeBytes(20'000, ignore));
-    add("make-large-text", probe->makeText(39'999, ignore));
-    add("take-bytes-oneway", probe->takeBytes({1, 2}));
-    add("make-callback", probe->makeCallback());
-    add("call-back", probe->callBack(5, ignore));
-    add("interface-chain", probe->interfaceChain(ignore));
-    add("debug", probe->debug(test::hidl_handle(), {"--help"}));
-    add("hash-chain", probe->getHashChain(ignore));
+    recorder->add("add", probe->add(1, 2));
+    recorder->add("mark", probe->mark());
+    recorder->add("set-callback", probe->setCallback(callback));
+    recorder->add("get-callback", probe->getCallback());
+    recorder->add("bytes", probe->echoBytes({1, 2, 3}, ignore));
+    recorder->add("text", probe->echoText("text", ignore));
+    recorder->add("texts", probe->echoTexts({{"a", "bc"}, {}, {"def"}}, ignore));
+    recorder->add("callbacks", probe->passCallbacks({callback, nullptr, callback}, ignore));
+    recorder->add("files", probe->readFiles({file, {file, test::hidl_handle()}}, ignore));
+    recorder->add("note-oneway", probe->note(7, file));
+    recorder->add("everything", probe->echo(everything, ignore));
+    recorder->add("make-large-bytes", probe->makeBytes(20'000, ignore));
+    recorder->add("make-large-text", probe->makeText(39'999, ignore));
+    recorder->add("take-bytes-oneway", probe->takeBytes({1, 2}));
+    recorder->add("make-callback", probe->makeCallback());
+    recorder->add("call-back", probe->callBack(5, ignore));
+    recorder->add("interface-chain", probe->interfaceChain(ignore));
+    recorder->add("debug", probe->debug(test::hidl_handle(), {"--help"}));
+    recorder->add("hash-chain", probe->getHashChain(ignore));
     native_handle_delete(file);
-    return calls;
+    return recorder->calls;
 }
 
-std::vector<std::pair<std::string, Call>> calibrationCalls() {
+NamedCalls calibrationCalls() {
     sp<Recorder> recorder = new Recorder(new BnHwAcousticCalibration(new EchoCalibration));
     const sp<BpHwAcousticCalibration> calibration = new BpHwAcousticCalibration(recorder);
     const auto ignore = [](const auto&...) {};
-    std::vector<std::pair<std::string, Call>> calls;
-    const auto add = [&](const char* name, const auto& result) {
-        (void)result.isOk();
-        calls.emplace_back(name, recorder->call);
-    };
     EchoCalibration::Data channel{"FL", {{"Parametric", 0, 0, 1.5F}, {}}, -3, 2.5F};
-    add("set-calibration", calibration->setCalibratedData({channel, {}}));
-    add("get-calibration", calibration->getCalibratedData(ignore));
-    add("smooth-delay", calibration->setSmoothDelay({1, 2}));
-    return calls;
+    recorder->add("set-calibration", calibration->setCalibratedData({channel, {}}));
+    recorder->add("get-calibration", calibration->getCalibratedData(ignore));
+    recorder->add("smooth-delay", calibration->setSmoothDelay({1, 2}));
+    return recorder->calls;
 }
 
 /** Returns the input of takeMessage() for a call or its reply. */
@@ -170,7 +170,7 @@ class Corpus {
     const std::filesystem::path folder_;
 };
 
-void addParcels(const Corpus& corpus, int whose, const std::vector<std::pair<std::string, Call>>& calls) {
+void addParcels(const Corpus& corpus, int whose, const NamedCalls& calls) {
     for (const auto& [name, call] : calls) {
         const int base = static_cast<int>(call.code >> 24) != 0 ? 2 : whose;
         // The target has its own numbers for the methods of IBase; the fuzzer tries all of them anyway.
@@ -181,7 +181,7 @@ void addParcels(const Corpus& corpus, int whose, const std::vector<std::pair<std
 }
 
 /** Adds replies: the calls with their index in readReply() of parcel.cpp. */
-void addReplies(const Corpus& corpus, const std::vector<std::pair<std::string, Call>>& calls) {
+void addReplies(const Corpus& corpus, const NamedCalls& calls) {
     static const std::pair<const char*, int> kReaders[] = {
         {"get-calibration", 0}, {"everything", 5}, {"files", 6},       {"callbacks", 7},       {"texts", 8},
         {"bytes", 9},           {"add", 11},       {"hash-chain", 12}, {"interface-chain", 13}};
@@ -195,7 +195,7 @@ void addReplies(const Corpus& corpus, const std::vector<std::pair<std::string, C
     }
 }
 
-void addConnections(const Corpus& corpus, const std::vector<std::pair<std::string, Call>>& calls) {
+void addConnections(const Corpus& corpus, const NamedCalls& calls) {
     const Bytes start = bytesOf({kHelloStep, 3, kChannelStep});
     const Bytes end = bytesOf({kServeStep, kReadStep, kToControl | kReadStep});
     const Bytes announcement = message({}, kDescriptorsFollow, 0);
