@@ -7,7 +7,7 @@
 #include <limits>
 #include <string_view>
 
-#include "host/program/parse_json.h"
+#include "host/program/json.h"
 
 namespace hidlaudio::host {
 namespace {

@@ -13,7 +13,7 @@
 #include <iterator>
 
 #include "host/program/owned_descriptor.h"
-#include "host/program/parse_json.h"
+#include "host/program/json.h"
 #include "log_reader.h"
 #include "pattern.h"
 #include "service_state.h"

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "daemon_services.h"
-#include "host/program/parse_json.h"
+#include "host/program/json.h"
 #include "host/program/split_text.h"
 #include "host/tv_control/state/tv_state.h"
 

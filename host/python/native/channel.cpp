@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/program/parse_json.h"
+#include "host/program/json.h"
 
 namespace hidlaudio::python {
 namespace {
