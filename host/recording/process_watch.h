@@ -24,7 +24,7 @@ class ProcessWatch {
 
   private:
     std::string record_;
-    std::map<pid_t, OwnedDescriptor> running_;  // descriptors of the processes; -1 if one has ended
+    std::map<pid_t, OwnedDescriptor> running_;  // pidfds; -1 if the process had ended already
 };
 
 }  // namespace hidlaudio::host

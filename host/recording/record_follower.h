@@ -12,8 +12,8 @@ namespace hidlaudio::host {
 class RecordFollower {
   public:
     struct Tasks {
-        bool prints = false;   // the lines, to standard output
-        bool watches = false;  // the processes: adds a line when one ends
+        bool prints = false;   // whether the lines are printed to standard output
+        bool watches = false;  // whether a line is added when a process of the record ends
     };
     RecordFollower(const std::string& record, RecordTail::From from, const Tasks& tasks)
         : tail_(record, from), watch_(record), tasks_(tasks) {}

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fault_table.h"
 
-#include <iterator>
-
 namespace hidlaudio::host {
 namespace {
 
@@ -16,8 +14,10 @@ constexpr char kNotReady[] = "file /soc/audio_post/ready hex 300a";
 constexpr char kBooted[] = "file /soc/bectrl/boot_state hex 310a";
 constexpr char kNotBooted[] = "file /soc/bectrl/boot_state hex 300a";
 
+}  // namespace
+
 // clang-format off
-constexpr FaultRow kFaults[] = {
+constexpr std::initializer_list<FaultRow> kFaultRows = {
     {"hdmiaudio", "getArcDdCapability, MTKTVAPI failed:ret = {status:i}", kRead, "{status}", 0, 0},
     {"hdmiaudio", "getEarcDdCapability, MTKTVAPI failed:ret = {status:i}", kRead, "{status}", 0, 1},
     {"hdmiaudio", "getArcMp4Capability, MTKTVAPI failed:ret = {status:i}", kRead, "{status}", 0, 2},
@@ -94,7 +94,7 @@ constexpr FaultRow kFaults[] = {
     {"AudioHV", "[apply] paramTransferThread create Failed.", "pthread_create", "EAGAIN", 0, 0},
 };
 
-constexpr ConditionRow kConditions[] = {
+constexpr std::initializer_list<ConditionRow> kConditionRows = {
     {"AudioAC", "[checkCpupostReady] wait cpupost Ready timeout.", kNotReady, kReady},
     {"AudioAC", "[checkBeCtrlBoot] wait BeCtrl launch timeout.", kNotBooted, kBooted},
     {"AudioHV", "[checkBeCtrlBootForHV] wait BeCtrl launch timeout.", kNotBooted, kBooted},
@@ -105,26 +105,12 @@ constexpr ConditionRow kConditions[] = {
     {"AudioHV", "[notifyCancelToBeCtrl] ioctl() failed! : ({:i})", "tv bectrl {kind} ioctl_fails on", nullptr},
 };
 
-constexpr UnknownRow kUnknown[] = {
+constexpr std::initializer_list<UnknownRow> kUnknownRows = {
     {"hidlaudio", "load audio interface failed", "the TV does not declare its audio HAL; the scenario's TV does"},
     {"hidlaudio", "[debug] the state cannot be written whole: {:s}", "a reader of the state was too slow; no line of the scenario reads it"},
     {"HidlAudio", "########## HIDL {:s}registerAsService() is failed:", "a service could not be registered; the scenario does not make that happen"},
     {"hidlaudio", "[setForceEncodingEnabled] write(data={:i}) ret = {:0|1|2|3}", "a short write is not injected"},
 };
 // clang-format on
-
-}  // namespace
-
-Rows<FaultRow> faultRows() {
-    return {std::begin(kFaults), std::end(kFaults)};
-}
-
-Rows<ConditionRow> conditionRows() {
-    return {std::begin(kConditions), std::end(kConditions)};
-}
-
-Rows<UnknownRow> unknownRows() {
-    return {std::begin(kUnknown), std::end(kUnknown)};
-}
 
 }  // namespace hidlaudio::host

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <initializer_list>
+
 namespace hidlaudio::host {
 
 /**
@@ -34,16 +36,8 @@ struct UnknownRow {
     const char* reason;
 };
 
-template <typename Row>
-struct Rows {
-    const Row* first;
-    const Row* past;
-    const Row* begin() const { return first; }
-    const Row* end() const { return past; }
-};
-
-Rows<FaultRow> faultRows();
-Rows<ConditionRow> conditionRows();
-Rows<UnknownRow> unknownRows();
+extern const std::initializer_list<FaultRow> kFaultRows;
+extern const std::initializer_list<ConditionRow> kConditionRows;
+extern const std::initializer_list<UnknownRow> kUnknownRows;
 
 }  // namespace hidlaudio::host

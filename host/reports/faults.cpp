@@ -63,12 +63,12 @@ class FaultFinder {
         lookForFault(line, context);
         lookForCondition(line, context);
         countChecks(line, context);
-        for (const UnknownRow& row : unknownRows())
+        for (const UnknownRow& row : kUnknownRows)
             if (line.tag == row.tag && matchPattern(row.pattern, line.text))
                 notes_.unknown.push_back({line.place, row.reason});
     }
 
-    /** Returns the call in which a line shows: for that of a transfer, the call that has started it. */
+    /** Returns the call to which a line belongs. A line of a transfer belongs to the call that started it. */
     int contextOf(const DaemonLine& line, size_t index) const {
         const int owner = calls_.owners[index - boot_.first];
         if (owner != kAsynchronousLine) return owner;
@@ -99,7 +99,7 @@ class FaultFinder {
             endUpload(line, index, found->second, fields["result"].get<uint32_t>());
     }
 
-    /** Takes the result at the end of an upload, if this is the end. */
+    /** Notes the result of an upload, if it has ended. */
     void endUpload(const DaemonLine& line, size_t index, const Upload& upload, uint32_t result) {
         constexpr uint32_t kInProgress = 1;
         constexpr uint32_t kDone = 1;
@@ -115,8 +115,7 @@ class FaultFinder {
             {line.place, "the controller ends the upload with result " + std::to_string(result)});
     }
 
-    /** Makes an upload so slow that the calls during it come before its end. Returns whether there are any.
-     */
+    /** Makes an upload so slow that the calls during it come before its end. Returns false without calls. */
     bool keepRunning(const Upload& upload, size_t index, const DaemonLine& line) {
         const bool isInterrupted =
             std::any_of(calls_.calls.begin(), calls_.calls.end(),
@@ -149,7 +148,7 @@ class FaultFinder {
     }
 
     void lookForFault(const DaemonLine& line, int context) {
-        for (const FaultRow& row : faultRows()) {
+        for (const FaultRow& row : kFaultRows) {
             Json fields;
             if (line.tag != row.tag || !matchPattern(row.pattern, line.text, fields)) continue;
             const std::string outcome = isMissingDriver(row.pattern) ? "" : outcomeOf(row, fields, line);
@@ -162,7 +161,7 @@ class FaultFinder {
         if (line.text.find("[getAutoCalibOffset]") == 0) calibrationWasRead_ = true;
     }
 
-    /** The files and the device of the controller's driver do not exist on a TV without a controller. */
+    /** Returns whether a line shows only that the TV has no controller, and so no driver of it. */
     bool isMissingDriver(std::string_view pattern) const {
         return !notes_.hasBackEnd && (pattern.find("Proc file open failed") != pattern.npos ||
                                       pattern.find("ToBeCtrl]") != pattern.npos);
@@ -198,7 +197,7 @@ class FaultFinder {
     }
 
     void lookForCondition(const DaemonLine& line, int context) {
-        for (const ConditionRow& row : conditionRows()) {
+        for (const ConditionRow& row : kConditionRows) {
             if (line.tag != row.tag || !matchPattern(row.pattern, line.text)) continue;
             if (isMissingDriver(row.pattern)) return;
             std::string command = row.before;
@@ -271,13 +270,9 @@ class FaultFinder {
             const auto number = static_cast<int>(i);
             const bool isUpload = call.method == "apply" && integerOf(call.results, "result", -1) == 0;
             if (!isUpload && behavior_.count(number) == 0) continue;
-            const Behavior& wanted = behavior_[number];
-            for (auto& [setting, value] : current) {
-                if (wanted.count(setting) > 0 || value == defaultOf(setting) || !concerns(setting, number))
-                    continue;
-                value = defaultOf(setting);
-                result_[number].before.push_back(
-                    std::string("tv bectrl ").append(setting).append(" ").append(value));
+            Behavior wanted = behavior_[number];
+            for (const auto& [setting, value] : current) {
+                if (concerns(setting, number)) wanted.try_emplace(setting, defaultOf(setting));
             }
             for (const auto& [setting, value] : wanted) {
                 if (current[setting] == value) continue;

@@ -24,7 +24,7 @@ struct Surroundings {
 /** Lines by the call's index, or kBootLine. */
 using AllSurroundings = std::map<int, Surroundings>;
 
-/** What is known of the faults of all boots so far. */
+/** Findings from the boots that were read so far. */
 struct FaultNotes {
     bool hasBackEnd = true;                         // whether the TV has a back-end controller
     std::map<std::string, std::string> controller;  // current settings, such as "hrtf result"
