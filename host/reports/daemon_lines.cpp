@@ -82,7 +82,6 @@ std::string mixed(const Report& report, const DaemonLine& one, const DaemonLine&
            nameOf(report, other.place) + " " + why;
 }
 
-/** Splits the lines into boots. */
 class BootSplitter {
   public:
     BootSplitter(Report& report, DaemonLog& log) : report_(report), log_(log) {}

@@ -180,8 +180,8 @@ class FaultFinder {
         const bool isTuning = fields.contains("tuning");
         if (!isTuning && !fields.contains("errno")) {
             notes_.assumptions.push_back({line.place, std::string(row.function) + " fails with " +
-                                                          row.outcome + ", which the log does not have"});
-            return row.outcome;
+                                                          row.assumed + ", which the log does not have"});
+            return row.assumed;
         }
         const int error = fields[isTuning ? "tuning" : "errno"].get<int>();
         // A file that does not exist is a state of the TV. The tuning file always exists there.

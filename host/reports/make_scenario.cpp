@@ -27,7 +27,6 @@ struct Assumed {
     std::string value;  // its argument
 };
 
-/** Makes the scenario of a report. */
 class ScenarioMaker {
   public:
     ScenarioMaker(Report& report, MadeScenario& scenario) : report_(report), scenario_(scenario) {}

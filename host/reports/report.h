@@ -50,7 +50,6 @@ struct FinalValue {
     Place place;
 };
 
-/** A line of a record with its place. */
 struct PlacedRecordLine {
     RecordLine line;
     Place place;

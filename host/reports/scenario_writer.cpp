@@ -11,7 +11,6 @@
 namespace hidlaudio::host {
 namespace {
 
-/** Writes the lines of the scenario. */
 class ScenarioWriter {
   public:
     ScenarioWriter(const DaemonLog& log, MadeScenario& scenario) : log_(log), scenario_(scenario) {}
