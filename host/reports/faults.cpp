@@ -42,14 +42,15 @@ struct Upload {
 
 class FaultFinder {
   public:
-    FaultFinder(const DaemonLog& log, const Boot& boot, const BootCalls& calls, FaultNotes& notes)
-        : log_(log), boot_(boot), calls_(calls), notes_(notes) {}
+    FaultFinder(const DaemonLog& log, const Boot& boot, const BootCalls& calls, AllSurroundings& result,
+                FaultNotes& notes)
+        : log_(log), boot_(boot), calls_(calls), result_(result), notes_(notes) {}
 
-    AllSurroundings find() {
+    std::vector<size_t> find() {
         for (size_t i = boot_.first; i < boot_.past; ++i) look(log_.lines[i], i);
         addFaults();
         addBehavior();
-        return std::move(result_);
+        return std::move(uploadLines_);
     }
 
   private:
@@ -59,7 +60,7 @@ class FaultFinder {
         lookAtUpload(line, index, context);
         if (context == kNoContext) return;
         if (calls_.owners[index - boot_.first] == kAsynchronousLine && isDaemonTag(line.tag))
-            notes_.uploadLines.push_back(index);
+            uploadLines_.push_back(index);
         lookForFault(line, context);
         lookForCondition(line, context);
         countChecks(line, context);
@@ -290,8 +291,9 @@ class FaultFinder {
     const DaemonLog& log_;
     const Boot& boot_;
     const BootCalls& calls_;
+    AllSurroundings& result_;
     FaultNotes& notes_;
-    AllSurroundings result_;
+    std::vector<size_t> uploadLines_;
     std::map<int, std::map<std::string, std::vector<Failure>>> failures_;
     std::map<int, Behavior> behavior_;
     std::map<pid_t, Upload> uploads_;
@@ -301,9 +303,9 @@ class FaultFinder {
 
 }  // namespace
 
-AllSurroundings findFaults(const DaemonLog& log, const Boot& boot, const BootCalls& calls,
-                           FaultNotes& notes) {
-    return FaultFinder(log, boot, calls, notes).find();
+std::vector<size_t> findFaults(const DaemonLog& log, const Boot& boot, const BootCalls& calls,
+                               AllSurroundings& surroundings, FaultNotes& notes) {
+    return FaultFinder(log, boot, calls, surroundings, notes).find();
 }
 
 }  // namespace hidlaudio::host

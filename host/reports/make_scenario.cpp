@@ -61,21 +61,20 @@ class ScenarioMaker {
 
     std::vector<FoundBoot> findBoots(const std::vector<RecordedBoot>& recorded, TvValues& values) {
         std::vector<FoundBoot> found;
-        std::vector<bool> isUsed(recorded.size());
+        std::set<const RecordedBoot*> used;
         for (const Boot& boot : log_.boots) {
             const auto record = std::find_if(recorded.begin(), recorded.end(), [&](const RecordedBoot& each) {
-                return each.process == boot.process && !isUsed[static_cast<size_t>(&each - recorded.data())];
+                return each.process == boot.process && used.count(&each) == 0;
             });
-            if (record != recorded.end()) isUsed[static_cast<size_t>(record - recorded.begin())] = true;
-            found.push_back(findBoot(boot, record != recorded.end() ? &*record : nullptr, values));
+            const RecordedBoot* const chosen = record != recorded.end() ? &*record : nullptr;
+            used.insert(chosen);
+            found.push_back(findBoot(boot, chosen, values));
         }
-        for (size_t i = 0; i < recorded.size(); ++i) {
-            if (isUsed[i]) continue;
+        for (const RecordedBoot& boot : recorded) {
             if (log_.boots.empty()) {
-                found.push_back(findRecordedBoot(recorded[i]));
-            } else {
-                warn(report_, recorded[i].place,
-                     "the log has no line of this process; its record is left out");
+                found.push_back(findRecordedBoot(boot));
+            } else if (used.count(&boot) == 0) {
+                warn(report_, boot.place, "the log has no line of this process; its record is left out");
             }
         }
         return found;
@@ -94,15 +93,8 @@ class ScenarioMaker {
                 {log_.lines[boot.first].place,
                  std::to_string(overlaps) + " calls overlap in time, so they come from several clients"});
         }
-        AllSurroundings faults = findFaults(log_, boot, found.calls, notes_);
-        found.awaited = std::move(notes_.uploadLines);
-        notes_.uploadLines.clear();
         values.follow(boot, found.calls, found.around);
-        for (auto& [context, lines] : faults) {
-            Surroundings& all = found.around[context];
-            std::move(lines.before.begin(), lines.before.end(), std::back_inserter(all.before));
-            std::move(lines.after.begin(), lines.after.end(), std::back_inserter(all.after));
-        }
+        found.awaited = findFaults(log_, boot, found.calls, found.around, notes_);
         found.kills = findDeaths(log_, boot, found.calls, found.awaited,
                                  recorded != nullptr ? &exits : nullptr, notes_);
         addKills(exits, found);
@@ -142,7 +134,7 @@ class ScenarioMaker {
         if (boot.end != End::None) {
             const char* const how = boot.end == End::Killed ? "was killed" : "ended by itself";
             inferences_.push_back({boot.endPlace, "the daemon " + std::string(how)});
-        } else if (&boot != &log_.boots.back() && boot.past < log_.lines.size()) {
+        } else if (boot.past < log_.lines.size()) {
             notes_.assumptions.push_back({log_.lines[boot.past - 1].place,
                                           "another process of the daemon follows, so this one was killed"});
         }

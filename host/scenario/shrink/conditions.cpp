@@ -20,6 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using android::base::ConsumeSuffix;
+using android::base::StartsWith;
 
 using Matcher = std::function<bool(const std::string& text)>;
 using Lines = std::vector<std::string>;
@@ -68,16 +69,13 @@ std::string parseMatcher(const std::string& text, Matcher& matcher) {
     return "";
 }
 
-std::string parseCrash(const std::string&, Condition& condition) {
-    condition = [](const FinishedRun& run) { return anyOf(run.result.problems, isCrash); };
-    return "";
+bool isHang(const std::string& problem) {
+    return StartsWith(problem, "hang:");
 }
 
-std::string parseHang(const std::string&, Condition& condition) {
-    condition = [](const FinishedRun& run) {
-        return anyOf(run.result.problems,
-                     [](const std::string& each) { return each.rfind("hang:", 0) == 0; });
-    };
+template <bool (*MATCHES)(const std::string& problem)>
+std::string parseEnd(const std::string&, Condition& condition) {
+    condition = [](const FinishedRun& run) { return anyOf(run.result.problems, MATCHES); };
     return "";
 }
 
@@ -219,8 +217,8 @@ struct ConditionKind {
 };
 
 constexpr ConditionKind kKinds[] = {
-    {"crash", Argument::None, parseCrash, "crash", "the daemon ended by itself"},
-    {"hang", Argument::None, parseHang, "hang", "a command or a call got no answer"},
+    {"crash", Argument::None, parseEnd<isCrash>, "crash", "the daemon ended by itself"},
+    {"hang", Argument::None, parseEnd<isHang>, "hang", "a command or a call got no answer"},
     {"problem", Argument::Optional, parseProblem, "problem[:TEXT]",
      "there is a violation, as in `tv replay`, that contains TEXT"},
     {"log", Argument::Required, parseLines<logLines>, "log:TEXT, log:/REGEX/",
