@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include "host/program/owned_descriptor.h"
+
 namespace hidlaudio::fuzz {
 
 /** Discards all log messages from now on, because hostile inputs cause many. */
@@ -19,15 +21,12 @@ class TvFile {
   public:
     /** @param path below the TV's root, such as "/data/…" */
     explicit TvFile(const std::string& path);
-    ~TvFile();
-    TvFile(const TvFile&) = delete;
-    TvFile& operator=(const TvFile&) = delete;
 
     /** Replaces the content of the file. */
     void fill(const uint8_t* data, size_t size) const;
 
   private:
-    int fd_;
+    host::OwnedDescriptor fd_;
 };
 
 }  // namespace hidlaudio::fuzz
