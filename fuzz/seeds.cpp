@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include "echo_services.h"
 #include "packets.h"
@@ -44,7 +45,7 @@ Bytes bodyOf(const Parcel& parcel) {
     return {reinterpret_cast<const char*>(body.body()), body.bodySize};
 }
 
-using NamedCalls = std::vector<std::pair<std::string, Call>>;
+using NamedCalls = std::map<std::string, Call>;
 
 /** Passes calls of its proxies to a stub and records the last call and its reply. */
 struct Recorder : BHwBinder {
@@ -75,7 +76,7 @@ struct Recorder : BHwBinder {
     template <typename Result>
     void add(const char* name, const Result& result) {
         (void)result.isOk();
-        calls.emplace_back(name, call);
+        calls[name] = call;
     }
 };
 
@@ -135,7 +136,7 @@ NamedCalls calibrationCalls() {
 
 /** Returns the input of takeMessage() for a call or its reply. */
 Bytes message(const Call& call, uint8_t type, uint8_t flags, uint64_t references = 0x5, uint8_t memory = 0) {
-    const bool oneway = call.code == 10 || call.code == 14;
+    const bool oneway = isOneway(call.code);
     Bytes text =
         bytesOf({type, flags | (oneway ? kOneway : 0), 0, call.objects, call.fds + memory, memory, 0, 0});
     const uint32_t code = type == kCall ? call.code : 0;
@@ -186,8 +187,7 @@ void addReplies(const Corpus& corpus, const NamedCalls& calls) {
         {"get-calibration", 0}, {"everything", 5}, {"files", 6},       {"callbacks", 7},       {"texts", 8},
         {"bytes", 9},           {"add", 11},       {"hash-chain", 12}, {"interface-chain", 13}};
     for (const auto& [name, reader] : kReaders) {
-        const auto found = std::find_if(calls.begin(), calls.end(),
-                                        [name = name](const auto& call) { return call.first == name; });
+        const auto found = calls.find(name);
         if (found == calls.end()) continue;
         const Call& call = found->second;
         corpus.add("parcel", std::string("reply-") + name,
@@ -200,7 +200,7 @@ void addConnections(const Corpus& corpus, const NamedCalls& calls) {
     const Bytes end = bytesOf({kServeStep, kReadStep, kToControl | kReadStep});
     const Bytes announcement = message({}, kDescriptorsFollow, 0);
     for (const auto& [name, call] : calls) {
-        const bool oneway = call.code == 10 || call.code == 14;
+        const bool oneway = isOneway(call.code);
         const Bytes to = bytesOf({kMessageStep | (oneway ? kToControl : 0)});
         const Bytes before = call.fds > 0 && !oneway ? to + announcement : "";
         corpus.add("connection", name, start + before + to + message(call, kCall, 0) + end);
@@ -208,33 +208,30 @@ void addConnections(const Corpus& corpus, const NamedCalls& calls) {
                    bytesOf({oneway, 1 + (before.empty() ? 0 : 1)}) + (before.empty() ? "" : announcement) +
                        message(call, kCall, 0) + bytesOf({2, 0, 0, 0, 3, 16, 0, 0, 4, 5, 0, 13}));
     }
-    const auto find = [&](const char* wanted) -> const Call& {
-        return std::find_if(calls.begin(), calls.end(), [=](const auto& c) { return c.first == wanted; })
-            ->second;
-    };
     const Bytes to = bytesOf({kMessageStep});
     Call answer;
     answer.results = Bytes(4, '\0') + bytesOf({6, 0, 0, 0});
     corpus.add("connection", "callback-that-answers",
-               start + to + message(find("set-callback"), kCall, 0) + to +
-                   message(find("call-back"), kCall, 0) + to + message(answer, kReply, 0) + end);
+               start + to + message(calls.at("set-callback"), kCall, 0) + to +
+                   message(calls.at("call-back"), kCall, 0) + to + message(answer, kReply, 0) + end);
     corpus.add("connection", "callback-of-a-dead-channel",
-               start + to + message(find("set-callback"), kCall, 0) + bytesOf({kServeStep, kChannelStep}) +
-                   to + message(find("call-back"), kCall, 0) + end);
-    corpus.add("connection", "bytes-in-shared-memory",
-               start + to + announcement + to + message(find("bytes"), kCall, kNewBulkMemory, 0, 1) + end);
+               start + to + message(calls.at("set-callback"), kCall, 0) +
+                   bytesOf({kServeStep, kChannelStep}) + to + message(calls.at("call-back"), kCall, 0) + end);
+    corpus.add(
+        "connection", "bytes-in-shared-memory",
+        start + to + announcement + to + message(calls.at("bytes"), kCall, kNewBulkMemory, 0, 1) + end);
     corpus.add("connection", "body-in-shared-memory",
                start + to + announcement + to +
-                   message(find("everything"), kCall, kNewBulkMemory | kBodyInBulk, 0, 1) + end);
+                   message(calls.at("everything"), kCall, kNewBulkMemory | kBodyInBulk, 0, 1) + end);
     corpus.add("connection", "object-that-comes-home",
-               start + to + message(find("set-callback"), kCall, 0, 2) + to +
-                   message(find("get-callback"), kCall, 0) + to + message({}, kReplyRead, 0) + end);
+               start + to + message(calls.at("set-callback"), kCall, 0, 2) + to +
+                   message(calls.at("get-callback"), kCall, 0) + to + message({}, kReplyRead, 0) + end);
     corpus.add("connection", "acquire-and-release",
                start + bytesOf({kControlStep, kAcquire, 0, 0, kControlStep, kRelease, 0, 1}) + end);
     corpus.add("connection", "release-too-much",
                start + bytesOf({kControlStep, kAcquire, 0, 0, kControlStep, kRelease, 0, 2}) + end);
     Bytes many = start;
-    for (int i = 0; i < 10; ++i) many += to + message(find("mark"), kCall, 0);
+    for (int i = 0; i < 10; ++i) many += to + message(calls.at("mark"), kCall, 0);
     corpus.add("connection", "calls-without-waiting", many + end);
     Call claim{8, bytesOf({0, 0, 0, 0x10, 0, 0, 0, 0}), "", 0, 0};
     corpus.add("parcel", "more-callbacks-than-there-are", bytesOf({0, 8, 0, 0, 0}) + claim.arguments);
@@ -242,16 +239,16 @@ void addConnections(const Corpus& corpus, const NamedCalls& calls) {
     // Control channel: books and claims, one page each. The service answers on the next call channel.
     const Bytes space = bytesOf(
         {kToControl | kMessageStep, kReceiveSpace, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 4, 4});
-    Bytes claiming = message(find("text"), kCall, 0);
+    Bytes claiming = message(calls.at("text"), kCall, 0);
     claiming[6] = 8;
     corpus.add("connection", "receive-buffer",
                bytesOf({kHelloStep, 3}) + space + bytesOf({kChannelStep}) + to + claiming + end);
     corpus.add("connection", "no-room",
                start + bytesOf({kControlStep, kRefused, 0, 0, kControlStep, kTurnedAway, 0, 0}) + end);
     corpus.add("connection", "memory-lost",
-               start + to + message(find("make-large-bytes"), kCall, 0) +
+               start + to + message(calls.at("make-large-bytes"), kCall, 0) +
                    bytesOf({kServeStep, kChannelStep}) + to +
-                   message(find("make-large-bytes"), kCall, kBulkMemoryLost) + end);
+                   message(calls.at("make-large-bytes"), kCall, kBulkMemoryLost) + end);
     corpus.add("connection", "no-hello", bytesOf({kChannelStep}) + end);
 }
 
