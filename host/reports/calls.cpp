@@ -147,23 +147,21 @@ class CallReader {
 
     /** Removes the calls that a method has made to itself. Their lines become those of the outer call. */
     void removeInner() {
-        std::map<int, int> outerOfInner;
-        for (const auto& [outer, number] : inner_) takeLines(outer);
+        std::map<size_t, size_t> outers;  // by the inner call
         for (const auto& [outer, number] : inner_) {
+            takeLines(outer);
             for (size_t i = outer + 1; i <= number; ++i) {
                 const Call& call = result_.calls[i];
                 if (call.method == "getEnabled" && call.thread == result_.calls[outer].thread)
-                    outerOfInner[static_cast<int>(i)] = static_cast<int>(outer);
+                    outers[i] = outer;
             }
         }
-        if (outerOfInner.empty()) return;
-        std::vector<int> moved(result_.calls.size());
+        std::vector<int> moved;
         std::vector<Call> kept;
         for (size_t i = 0; i < result_.calls.size(); ++i) {
-            const auto found = outerOfInner.find(static_cast<int>(i));
-            moved[i] = found != outerOfInner.end() ? moved[static_cast<size_t>(found->second)]
-                                                   : static_cast<int>(kept.size());
-            if (found == outerOfInner.end()) kept.push_back(std::move(result_.calls[i]));
+            const auto inner = outers.find(i);
+            moved.push_back(inner != outers.end() ? moved[inner->second] : static_cast<int>(kept.size()));
+            if (inner == outers.end()) kept.push_back(std::move(result_.calls[i]));
         }
         result_.calls = std::move(kept);
         for (int& owner : result_.owners)
