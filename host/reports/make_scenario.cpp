@@ -55,6 +55,7 @@ class ScenarioMaker {
         for (const DaemonLine& line : log_.lines) sources.insert(line.place.file);
         for (const PlacedRecordLine& placed : report_.record) sources.insert(placed.place.file);
         std::vector<std::string> names;
+        names.reserve(sources.size());
         for (const size_t source : sources) names.push_back(report_.files[source]);
         return withoutNewline(android::base::Join(names, ", "));
     }
