@@ -6,17 +6,20 @@
 # them with findInterface(). The target property DESCRIPTION is a JSON file that describes them for other
 # languages.
 
-# Lets a script of host/hidl_json/generator/ generate files in `out` from hidl-gen's description of the packages of
-# the caller's get_hidl_packages(). ARGN are the files.
-function(generate_from_description script out)
+# generate_from_description(<form> <folder> <file...>)
+#
+# Generates the files in the folder from hidl-gen's description of the packages of the caller's get_hidl_packages().
+# FORM is the first argument of host/hidl_json/generator/generate.py.
+function(generate_from_description form out)
   file(GLOB generator CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/*.py)
   add_custom_command(
     OUTPUT ${ARGN}
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${out}/vts
     COMMAND ${HIDL_GEN} -o ${out}/vts -Lvts ${HIDL_GEN_ROOTS} ${roots} ${fqnames}
-    COMMAND Python3::Interpreter -B ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/${script} ${out}/vts ${out} ${fqnames}
+    COMMAND Python3::Interpreter -B ${CMAKE_SOURCE_DIR}/host/hidl_json/generator/generate.py
+      ${form} ${out}/vts ${out} ${fqnames}
     DEPENDS ${hal} ${generator}
-    COMMENT "${script} ${fqnames}"
+    COMMENT "Code for ${form} of ${fqnames}"
     VERBATIM)
 endfunction()
 
@@ -27,7 +30,7 @@ function(hidl_json_package target)
   foreach(fqname ${fqnames})
     list(APPEND sources ${out}/${fqname}.cpp)
   endforeach()
-  generate_from_description(generate.py ${out} ${sources} ${out}/types.h ${out}/interfaces.json)
+  generate_from_description(json ${out} ${sources} ${out}/types.h ${out}/interfaces.json)
   add_library(${target} OBJECT ${sources})
   target_link_libraries(${target} PRIVATE hidlaudio_quick_check PUBLIC hidl_json ${ARGN})
   target_precompile_headers(${target} REUSE_FROM hidl_json)

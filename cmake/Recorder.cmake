@@ -10,7 +10,7 @@ function(hidl_recorder target)
   set(folder ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${target})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/recorder/*.cpp)
   file(MAKE_DIRECTORY ${out})
-  generate_from_description(generate_recorder.py ${out} ${out}/decoders.cpp ${out}/entry_points.cpp)
+  generate_from_description(recorder ${out} ${out}/decoders.cpp ${out}/entry_points.cpp)
   add_custom_target(${target}_sources DEPENDS ${out}/decoders.cpp ${out}/entry_points.cpp)
   set_source_files_properties(${out}/decoders.cpp PROPERTIES COMPILE_OPTIONS "-w")
 

@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         require(fromRecord(record).equalizer.size() == kBands);
     }
     (void)enableCalibrationBeCtrl(records);
-    // The log of what the controller was told grows with each.
+    // The log of the controller's commands grows with each input.
     static const hidlaudio::fuzz::TvFile log("/soc/bectrl/custom_spec.log");
     log.fill(data, 0);
     return 0;

@@ -32,10 +32,6 @@ void import(std::string_view text, const TextOptions& options, BeyondLimit beyon
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    return 0;
-}
-
 /**
  * Imports calibration files and equalizers of room-correction programs. The import must only accept
  * values that the service accepts, and all messages must be printable. Input: the text.

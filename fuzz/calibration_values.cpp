@@ -72,10 +72,6 @@ void apply(const ChannelCalibration& channel) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    return 0;
-}
-
 /**
  * Writes and draws a calibration as `audioctl` does. Input: number of channels; for each channel the
  * length and text of its name, level, delay and gains.

@@ -85,7 +85,7 @@ class GoodClient {
             int32_t status;
             int32_t sum;
         } reply{};
-        // The offer of a lane comes first. This client does without.
+        // The offer of a lane comes first. This client ignores it.
         ssize_t size = 0;
         do {
             size = recv(channel_.get(), &reply, sizeof(reply), MSG_DONTWAIT);
@@ -116,7 +116,7 @@ struct Service {
         require(probe->registerAsService("default") == android::OK);
         object = android::hardware::getOrCreateCachedBinder(probe.get())->localBinder()->exportId();
         client = std::make_unique<GoodClient>(object);
-        // Its channel has all its descriptors before the first input.
+        // After these calls, its channel has opened all its descriptors.
         for (int i = 0; i < kLaneCalls; ++i) client->call();
     }
 };
@@ -153,7 +153,7 @@ class Peer {
         }
     }
 
-    // Shuts the channels down first: otherwise the service could wait for a reply of this peer.
+    /** Shuts the channels down first: otherwise the service could wait for a reply of this peer. */
     void serve() {
         for (const auto& channel : channels_) shutdown(channel.get(), SHUT_WR);
         serveAll();

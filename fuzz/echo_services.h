@@ -7,6 +7,11 @@
 
 namespace hidlaudio::fuzz {
 
+/** Returns whether a method of the probe is oneway: note() and takeBytes() are. */
+constexpr bool isOneway(uint32_t code) {
+    return code == 10 || code == 14;
+}
+
 /** A probe whose methods neither wait nor start threads nor abort the process. */
 struct EchoProbe : test::Probe {
     static constexpr uint32_t kMaxMade = 40'000;  // does not fit a packet

@@ -39,7 +39,7 @@ size_t parentOf(uint8_t parent) {
     return parent % 4 == 0 ? kNoParent : parent / 4U * 8U;
 }
 
-/** Reads one value of the kind that the input chooses. Returns false if the parcel has none there. */
+/** Reads one value of the kind that the input chooses. Returns false if the parcel has no such value next. */
 bool read(const Parcel& parcel, Input& input) {
     uint64_t number = 0;
     size_t handle = 0;

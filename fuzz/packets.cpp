@@ -6,6 +6,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "tests/host/hidl/send_raw.h"
+
 namespace hidlaudio::fuzz {
 namespace {
 
@@ -64,22 +66,7 @@ void appendBody(Input& input, const Layout& layout, const char* token, std::vect
 }  // namespace
 
 void send(int socket, const Packet& packet) {
-    iovec part{const_cast<uint8_t*>(packet.bytes.data()), packet.bytes.size()};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    alignas(cmsghdr) char control[CMSG_SPACE(kMaxFds * sizeof(int))] = {};
-    if (!packet.fds.empty()) {
-        const size_t fdBytes = packet.fds.size() * sizeof(int);
-        message.msg_control = control;
-        message.msg_controllen = CMSG_SPACE(fdBytes);
-        cmsghdr* rights = CMSG_FIRSTHDR(&message);
-        rights->cmsg_level = SOL_SOCKET;
-        rights->cmsg_type = SCM_RIGHTS;
-        rights->cmsg_len = CMSG_LEN(fdBytes);
-        memcpy(CMSG_DATA(rights), packet.fds.data(), fdBytes);
-    }
-    (void)sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    (void)test::sendRaw(socket, packet.bytes.data(), packet.bytes.size(), packet.fds);
 }
 
 SocketPair::SocketPair() {

@@ -102,7 +102,7 @@ void serve(const android::sp<IBinder>& stub, const char* token, uint32_t code, c
     Parcel data;
     Parcel reply;
     body.give(beside, &data);
-    stub->transact(code, data, &reply, code == 10 || code == 14 ? IBinder::FLAG_ONEWAY : 0, [](Parcel&) {});
+    stub->transact(code, data, &reply, isOneway(code) ? IBinder::FLAG_ONEWAY : 0, [](Parcel&) {});
 }
 
 /** Numbers of the methods of IBase. */

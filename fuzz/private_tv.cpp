@@ -35,17 +35,13 @@ void makePrivateTv() {
 TvFile::TvFile(const std::string& path) {
     const std::string real = host::tvRoot() + path;
     std::filesystem::create_directories(std::filesystem::path(real).parent_path());
-    fd_ = open(real.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    require(fd_ >= 0);
-}
-
-TvFile::~TvFile() {
-    close(fd_);
+    fd_.reset(open(real.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    require(fd_.get() >= 0);
 }
 
 void TvFile::fill(const uint8_t* data, size_t size) const {
-    require(ftruncate(fd_, 0) == 0);
-    require(pwrite(fd_, data, size, 0) == static_cast<ssize_t>(size));
+    require(ftruncate(fd_.get(), 0) == 0);
+    require(pwrite(fd_.get(), data, size, 0) == static_cast<ssize_t>(size));
 }
 
 }  // namespace hidlaudio::fuzz

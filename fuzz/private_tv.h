@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <stddef.h>
 #include <stdint.h>
 
@@ -19,15 +20,12 @@ class TvFile {
   public:
     /** @param path below the TV's root, such as "/data/…" */
     explicit TvFile(const std::string& path);
-    ~TvFile();
-    TvFile(const TvFile&) = delete;
-    TvFile& operator=(const TvFile&) = delete;
 
     /** Replaces the content of the file. */
     void fill(const uint8_t* data, size_t size) const;
 
   private:
-    int fd_;
+    android::base::unique_fd fd_;
 };
 
 }  // namespace hidlaudio::fuzz

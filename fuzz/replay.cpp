@@ -9,12 +9,13 @@
 #include <string>
 #include <vector>
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
+/** A target may do without it. */
+extern "C" __attribute__((weak)) int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 /** Runs a target with each file of a folder. Replaces the fuzzer in builds without one. */
 int main(int argc, char** argv) {
-    LLVMFuzzerInitialize(&argc, &argv);
+    if (LLVMFuzzerInitialize != nullptr) LLVMFuzzerInitialize(&argc, &argv);
     if (argc != 2) {
         fprintf(stderr, "Usage: %s FOLDER\n", argv[0]);
         return 2;

@@ -43,11 +43,7 @@ void checkLines(std::string_view text) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    return 0;
-}
-
-/** Makes a scenario of a report. Input: files, each after a line "==> NAME", or one log. */
+/** Makes a scenario from a report. Input: files, each after a line "==> NAME", or one log. */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string_view input(reinterpret_cast<const char*>(data), size);
     Report report;

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include "echo_services.h"
 #include "packets.h"
@@ -44,10 +45,13 @@ Bytes bodyOf(const Parcel& parcel) {
     return {reinterpret_cast<const char*>(body.body()), body.bodySize};
 }
 
+using NamedCalls = std::map<std::string, Call>;
+
 /** Passes calls of its proxies to a stub and records the last call and its reply. */
 struct Recorder : BHwBinder {
     sp<BHwBinder> stub;
     Call call;
+    NamedCalls calls;
 
     explicit Recorder(BHwBinder* target) : stub(target) {}
     android::status_t onTransact(uint32_t code, const Parcel& data, Parcel*, uint32_t flags,
@@ -67,10 +71,17 @@ struct Recorder : BHwBinder {
         (void)stub->transact(code, request, &reply, flags, keep);
         return android::UNKNOWN_ERROR;  // so that the proxy does not read the reply
     }
+
+    /** Keeps the last call, which has this result, under a name. */
+    template <typename Result>
+    void add(const char* name, const Result& result) {
+        (void)result.isOk();
+        calls[name] = call;
+    }
 };
 
 /** Returns recorded calls of the probe with a file name for each. */
-std::vector<std::pair<std::string, Call>> probeCalls() {
+NamedCalls probeCalls() {
     using test::Callback;
     sp<Recorder> recorder = new Recorder(new BnHwProbe(new EchoProbe));
     const sp<BpHwProbe> probe = new BpHwProbe(recorder);
@@ -89,53 +100,43 @@ std::vector<std::pair<std::string, Call>> probeCalls() {
     file->data[0] = descriptor(1, -1);
     file->data[1] = file->data[2] = 7;
     const sp<Callback> callback = new Callback;
-    std::vector<std::pair<std::string, Call>> calls;
-    const auto add = [&](const char* name, const auto& result) {
-        (void)result.isOk();
-        calls.emplace_back(name, recorder->call);
-    };
-    add("add", probe->add(1, 2));
-    add("mark", probe->mark());
-    add("set-callback", probe->setCallback(callback));
-    add("get-callback", probe->getCallback());
-    add("bytes", probe->echoBytes({1, 2, 3}, ignore));
-    add("text", probe->echoText("text", ignore));
-    add("texts", probe->echoTexts({{"a", "bc"}, {}, {"def"}}, ignore));
-    add("callbacks", probe->passCallbacks({callback, nullptr, callback}, ignore));
-    add("files", probe->readFiles({file, {file, test::hidl_handle()}}, ignore));
-    add("note-oneway", probe->note(7, file));
-    add("everything", probe->echo(everything, ignore));
-    add("make-large-bytes", probe->makeBytes(20'000, ignore));
-    add("make-large-text", probe->makeText(39'999, ignore));
-    add("take-bytes-oneway", probe->takeBytes({1, 2}));
-    add("make-callback", probe->makeCallback());
-    add("call-back", probe->callBack(5, ignore));
-    add("interface-chain", probe->interfaceChain(ignore));
-    add("debug", probe->debug(test::hidl_handle(), {"--help"}));
-    add("hash-chain", probe->getHashChain(ignore));
+    recorder->add("add", probe->add(1, 2));
+    recorder->add("mark", probe->mark());
+    recorder->add("set-callback", probe->setCallback(callback));
+    recorder->add("get-callback", probe->getCallback());
+    recorder->add("bytes", probe->echoBytes({1, 2, 3}, ignore));
+    recorder->add("text", probe->echoText("text", ignore));
+    recorder->add("texts", probe->echoTexts({{"a", "bc"}, {}, {"def"}}, ignore));
+    recorder->add("callbacks", probe->passCallbacks({callback, nullptr, callback}, ignore));
+    recorder->add("files", probe->readFiles({file, {file, test::hidl_handle()}}, ignore));
+    recorder->add("note-oneway", probe->note(7, file));
+    recorder->add("everything", probe->echo(everything, ignore));
+    recorder->add("make-large-bytes", probe->makeBytes(20'000, ignore));
+    recorder->add("make-large-text", probe->makeText(39'999, ignore));
+    recorder->add("take-bytes-oneway", probe->takeBytes({1, 2}));
+    recorder->add("make-callback", probe->makeCallback());
+    recorder->add("call-back", probe->callBack(5, ignore));
+    recorder->add("interface-chain", probe->interfaceChain(ignore));
+    recorder->add("debug", probe->debug(test::hidl_handle(), {"--help"}));
+    recorder->add("hash-chain", probe->getHashChain(ignore));
     native_handle_delete(file);
-    return calls;
+    return recorder->calls;
 }
 
-std::vector<std::pair<std::string, Call>> calibrationCalls() {
+NamedCalls calibrationCalls() {
     sp<Recorder> recorder = new Recorder(new BnHwAcousticCalibration(new EchoCalibration));
     const sp<BpHwAcousticCalibration> calibration = new BpHwAcousticCalibration(recorder);
     const auto ignore = [](const auto&...) {};
-    std::vector<std::pair<std::string, Call>> calls;
-    const auto add = [&](const char* name, const auto& result) {
-        (void)result.isOk();
-        calls.emplace_back(name, recorder->call);
-    };
     EchoCalibration::Data channel{"FL", {{"Parametric", 0, 0, 1.5F}, {}}, -3, 2.5F};
-    add("set-calibration", calibration->setCalibratedData({channel, {}}));
-    add("get-calibration", calibration->getCalibratedData(ignore));
-    add("smooth-delay", calibration->setSmoothDelay({1, 2}));
-    return calls;
+    recorder->add("set-calibration", calibration->setCalibratedData({channel, {}}));
+    recorder->add("get-calibration", calibration->getCalibratedData(ignore));
+    recorder->add("smooth-delay", calibration->setSmoothDelay({1, 2}));
+    return recorder->calls;
 }
 
 /** Returns the input of takeMessage() for a call or its reply. */
 Bytes message(const Call& call, uint8_t type, uint8_t flags, uint64_t references = 0x5, uint8_t memory = 0) {
-    const bool oneway = call.code == 10 || call.code == 14;
+    const bool oneway = isOneway(call.code);
     Bytes text =
         bytesOf({type, flags | (oneway ? kOneway : 0), 0, call.objects, call.fds + memory, memory, 0, 0});
     const uint32_t code = type == kCall ? call.code : 0;
@@ -170,7 +171,7 @@ class Corpus {
     const std::filesystem::path folder_;
 };
 
-void addParcels(const Corpus& corpus, int whose, const std::vector<std::pair<std::string, Call>>& calls) {
+void addParcels(const Corpus& corpus, int whose, const NamedCalls& calls) {
     for (const auto& [name, call] : calls) {
         const int base = static_cast<int>(call.code >> 24) != 0 ? 2 : whose;
         // The target has its own numbers for the methods of IBase; the fuzzer tries all of them anyway.
@@ -181,13 +182,12 @@ void addParcels(const Corpus& corpus, int whose, const std::vector<std::pair<std
 }
 
 /** Adds replies: the calls with their index in readReply() of parcel.cpp. */
-void addReplies(const Corpus& corpus, const std::vector<std::pair<std::string, Call>>& calls) {
+void addReplies(const Corpus& corpus, const NamedCalls& calls) {
     static const std::pair<const char*, int> kReaders[] = {
         {"get-calibration", 0}, {"everything", 5}, {"files", 6},       {"callbacks", 7},       {"texts", 8},
         {"bytes", 9},           {"add", 11},       {"hash-chain", 12}, {"interface-chain", 13}};
     for (const auto& [name, reader] : kReaders) {
-        const auto found = std::find_if(calls.begin(), calls.end(),
-                                        [name = name](const auto& call) { return call.first == name; });
+        const auto found = calls.find(name);
         if (found == calls.end()) continue;
         const Call& call = found->second;
         corpus.add("parcel", std::string("reply-") + name,
@@ -195,12 +195,12 @@ void addReplies(const Corpus& corpus, const std::vector<std::pair<std::string, C
     }
 }
 
-void addConnections(const Corpus& corpus, const std::vector<std::pair<std::string, Call>>& calls) {
+void addConnections(const Corpus& corpus, const NamedCalls& calls) {
     const Bytes start = bytesOf({kHelloStep, 3, kChannelStep});
     const Bytes end = bytesOf({kServeStep, kReadStep, kToControl | kReadStep});
     const Bytes announcement = message({}, kDescriptorsFollow, 0);
     for (const auto& [name, call] : calls) {
-        const bool oneway = call.code == 10 || call.code == 14;
+        const bool oneway = isOneway(call.code);
         const Bytes to = bytesOf({kMessageStep | (oneway ? kToControl : 0)});
         const Bytes before = call.fds > 0 && !oneway ? to + announcement : "";
         corpus.add("connection", name, start + before + to + message(call, kCall, 0) + end);
@@ -208,33 +208,30 @@ void addConnections(const Corpus& corpus, const std::vector<std::pair<std::strin
                    bytesOf({oneway, 1 + (before.empty() ? 0 : 1)}) + (before.empty() ? "" : announcement) +
                        message(call, kCall, 0) + bytesOf({2, 0, 0, 0, 3, 16, 0, 0, 4, 5, 0, 13}));
     }
-    const auto find = [&](const char* wanted) -> const Call& {
-        return std::find_if(calls.begin(), calls.end(), [=](const auto& c) { return c.first == wanted; })
-            ->second;
-    };
     const Bytes to = bytesOf({kMessageStep});
     Call answer;
     answer.results = Bytes(4, '\0') + bytesOf({6, 0, 0, 0});
     corpus.add("connection", "callback-that-answers",
-               start + to + message(find("set-callback"), kCall, 0) + to +
-                   message(find("call-back"), kCall, 0) + to + message(answer, kReply, 0) + end);
+               start + to + message(calls.at("set-callback"), kCall, 0) + to +
+                   message(calls.at("call-back"), kCall, 0) + to + message(answer, kReply, 0) + end);
     corpus.add("connection", "callback-of-a-dead-channel",
-               start + to + message(find("set-callback"), kCall, 0) + bytesOf({kServeStep, kChannelStep}) +
-                   to + message(find("call-back"), kCall, 0) + end);
-    corpus.add("connection", "bytes-in-shared-memory",
-               start + to + announcement + to + message(find("bytes"), kCall, kNewBulkMemory, 0, 1) + end);
+               start + to + message(calls.at("set-callback"), kCall, 0) +
+                   bytesOf({kServeStep, kChannelStep}) + to + message(calls.at("call-back"), kCall, 0) + end);
+    corpus.add(
+        "connection", "bytes-in-shared-memory",
+        start + to + announcement + to + message(calls.at("bytes"), kCall, kNewBulkMemory, 0, 1) + end);
     corpus.add("connection", "body-in-shared-memory",
                start + to + announcement + to +
-                   message(find("everything"), kCall, kNewBulkMemory | kBodyInBulk, 0, 1) + end);
+                   message(calls.at("everything"), kCall, kNewBulkMemory | kBodyInBulk, 0, 1) + end);
     corpus.add("connection", "object-that-comes-home",
-               start + to + message(find("set-callback"), kCall, 0, 2) + to +
-                   message(find("get-callback"), kCall, 0) + to + message({}, kReplyRead, 0) + end);
+               start + to + message(calls.at("set-callback"), kCall, 0, 2) + to +
+                   message(calls.at("get-callback"), kCall, 0) + to + message({}, kReplyRead, 0) + end);
     corpus.add("connection", "acquire-and-release",
                start + bytesOf({kControlStep, kAcquire, 0, 0, kControlStep, kRelease, 0, 1}) + end);
     corpus.add("connection", "release-too-much",
                start + bytesOf({kControlStep, kAcquire, 0, 0, kControlStep, kRelease, 0, 2}) + end);
     Bytes many = start;
-    for (int i = 0; i < 10; ++i) many += to + message(find("mark"), kCall, 0);
+    for (int i = 0; i < 10; ++i) many += to + message(calls.at("mark"), kCall, 0);
     corpus.add("connection", "calls-without-waiting", many + end);
     Call claim{8, bytesOf({0, 0, 0, 0x10, 0, 0, 0, 0}), "", 0, 0};
     corpus.add("parcel", "more-callbacks-than-there-are", bytesOf({0, 8, 0, 0, 0}) + claim.arguments);
@@ -242,16 +239,16 @@ void addConnections(const Corpus& corpus, const std::vector<std::pair<std::strin
     // Control channel: books and claims, one page each. The service answers on the next call channel.
     const Bytes space = bytesOf(
         {kToControl | kMessageStep, kReceiveSpace, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 4, 4});
-    Bytes claiming = message(find("text"), kCall, 0);
+    Bytes claiming = message(calls.at("text"), kCall, 0);
     claiming[6] = 8;
     corpus.add("connection", "receive-buffer",
                bytesOf({kHelloStep, 3}) + space + bytesOf({kChannelStep}) + to + claiming + end);
     corpus.add("connection", "no-room",
                start + bytesOf({kControlStep, kRefused, 0, 0, kControlStep, kTurnedAway, 0, 0}) + end);
     corpus.add("connection", "memory-lost",
-               start + to + message(find("make-large-bytes"), kCall, 0) +
+               start + to + message(calls.at("make-large-bytes"), kCall, 0) +
                    bytesOf({kServeStep, kChannelStep}) + to +
-                   message(find("make-large-bytes"), kCall, kBulkMemoryLost) + end);
+                   message(calls.at("make-large-bytes"), kCall, kBulkMemoryLost) + end);
     corpus.add("connection", "no-hello", bytesOf({kChannelStep}) + end);
 }
 

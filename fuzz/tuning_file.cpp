@@ -17,7 +17,7 @@ using com::tovi::dtv::hardware::audio::platform::kTuningFile;
 using com::tovi::dtv::hardware::audio::V3_0::calibrationParameters;
 using com::tovi::dtv::hardware::audio::V4_0::implementation::CenterSpeaker;
 
-/** What lies before the first part that is read. */
+/** Size of the beginning of the file, which no reader uses. */
 constexpr size_t kSkipped = 19'412;
 constexpr size_t kBands = 31;
 
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 /**
  * The readers of the acoustic tuning file.
  *
- * Input: a word, with which the file ends early where it is odd; the file behind what nobody reads.
+ * Input: a word, which is the size of the file if it is odd; the content of the file after kSkipped bytes.
  */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const TvFile file(kTuningFile);

@@ -29,7 +29,7 @@ class AppendFile {
 
     /**
      * Appends the piece. Returns its offset if no other process appends to the file, or -1 with errno; the
-     * file then ends as before. Leaves room for one short piece, which `isLast` uses.
+     * file then ends as before. Keeps space for one short piece, which `isLast` may use.
      */
     int64_t append(const void* data, size_t size, bool isLast = false);
 

@@ -53,13 +53,7 @@ inline void write(Text& text, bool value) {
 
 template <typename T, std::enable_if_t<std::is_arithmetic_v<T> && !std::is_same_v<T, bool>, int> = 0>
 void write(Text& text, T value) {
-    if constexpr (std::is_floating_point_v<T>) {
-        text.number(value);
-    } else if constexpr (std::is_signed_v<T>) {
-        text.number(static_cast<int64_t>(value));
-    } else {
-        text.number(static_cast<uint64_t>(value));
-    }
+    text.number(value);
 }
 
 template <typename I>

@@ -65,16 +65,13 @@ void writeValues(Text& line, const char* key, WriteValues writer, const std::vec
 }
 
 void beginLine(Text& line, const char* event, const OpenCall& call, int64_t now) {
-    line.clear();
-    line.begin('{');
-    line.key("event"), line.string(event);
+    line.beginLine(event);
     line.key("id"), line.number(call.id);
     line.key("time"), line.seconds(now);
 }
 
 void endLine(Text& line) {
-    line.end('}');
-    line.newline();
+    line.endLine();
     Recording::self().append(line.text());
 }
 
@@ -83,7 +80,7 @@ void writeCall(ThreadState& state, const OpenCall& call, const std::vector<void*
     beginLine(line, "call", call, call.start);
     line.key("thread"), line.number(state.thread);
     line.key("direction"), line.string(call.isIncoming ? "in" : "out");
-    if (call.isIncoming) line.key("client"), line.number(static_cast<int64_t>(state.client));
+    if (call.isIncoming) line.key("client"), line.number(state.client);
     line.key("interface"), line.string(call.interface);
     line.key("method"), line.string(call.method);
     const MethodDecoder* decoder = findDecoder(call.interface, call.method);

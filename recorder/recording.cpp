@@ -10,7 +10,10 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "text.h"
+#include "utf8.h"
 
 namespace hidlaudio::recorder {
 namespace {
@@ -40,16 +43,14 @@ std::string dateNow() {
 }
 
 std::string startLine(const std::string& program) {
-    Text line(nullptr);
-    line.begin('{');
-    line.key("event"), line.string("start");
+    Text line;
+    line.beginLine("start");
     line.key("time"), line.seconds(nanosecondsNow());
     line.key("date"), line.string(dateNow());
-    line.key("process"), line.number(static_cast<int64_t>(getpid()));
+    line.key("process"), line.number(getpid());
     line.key("program"), line.string(program);
     line.key("format"), line.number(kFormat);
-    line.end('}');
-    line.newline();
+    line.endLine();
     return line.text();
 }
 
@@ -64,26 +65,25 @@ std::string programOf(pid_t process) {
 }
 
 std::string processLine(pid_t process, int64_t time) {
-    Text line(nullptr);
-    line.begin('{');
-    line.key("event"), line.string("process");
+    Text line;
+    line.beginLine("process");
     line.key("time"), line.seconds(time);
-    line.key("process"), line.number(static_cast<int64_t>(process));
+    line.key("process"), line.number(process);
     const std::string program = programOf(process);
     if (!program.empty()) line.key("program"), line.string(program);
-    line.end('}');
-    line.newline();
+    line.endLine();
     return line.text();
 }
 
-std::string noteLine(const std::string& note) {
-    Text line(nullptr);
-    line.begin('{');
-    line.key("event"), line.string("note");
+std::string noteLine(std::string note) {
+    // The name of the file may be in another encoding.
+    if (!isUtf8(note))
+        std::replace_if(note.begin(), note.end(), [](unsigned char c) { return c >= 0x80; }, '?');
+    Text line;
+    line.beginLine("note");
     line.key("time"), line.seconds(nanosecondsNow());
     line.key("text"), line.string(note);
-    line.end('}');
-    line.newline();
+    line.endLine();
     return line.text();
 }
 

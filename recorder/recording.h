@@ -44,7 +44,6 @@ class Recording {
     void followSettings();
     void begin();
     void end(int error, const std::string& path);
-    bool isProgram() const;
 
     std::atomic<int64_t> nextCheck_{0};
     std::atomic<unsigned> current_{0};

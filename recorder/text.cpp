@@ -24,6 +24,17 @@ uint64_t hashOf(const uint8_t* data, size_t size) {
     return hash;
 }
 
+void Text::beginLine(const char* event) {
+    text_.clear();
+    begin('{');
+    key("event"), string(event);
+}
+
+void Text::endLine() {
+    end('}');
+    text_ += '\n';
+}
+
 void Text::separate() {
     if (text_.empty()) return;
     const char last = text_.back();
@@ -42,21 +53,6 @@ void Text::end(char bracket) {
 void Text::key(const char* name) {
     separate();
     text_.append("\"").append(name).append("\":");
-}
-
-void Text::number(int64_t value) {
-    if (value >= 0) return number(static_cast<uint64_t>(value));
-    separate();
-    text_ += std::to_string(value);
-}
-
-void Text::number(uint64_t value) {
-    separate();
-    char digits[20];
-    size_t count = 0;
-    do digits[count++] = static_cast<char>('0' + value % 10);
-    while ((value /= 10) != 0);
-    while (count > 0) text_ += digits[--count];
 }
 
 void Text::number(float value) {
@@ -116,9 +112,9 @@ void Text::bytes(const uint8_t* data, size_t size) {
     } else {
         char hash[20];
         snprintf(hash, sizeof(hash), "%016" PRIx64, hashOf(data, size));
-        key("size"), number(static_cast<uint64_t>(size));
+        key("size"), number(size);
         key("hash"), string(hash);
-        const int64_t offset = storeBytes_(data, size);
+        const int64_t offset = storeBytes_ != nullptr ? storeBytes_(data, size) : -1;
         if (offset >= 0) key("offset"), number(offset);
     }
     end('}');

@@ -4,8 +4,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <charconv>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace hidlaudio::recorder {
 
@@ -15,7 +17,12 @@ using StoreBytes = int64_t (*)(const uint8_t* data, size_t size);
 /** Builds the text of JSON values, with the commas between them. */
 class Text {
   public:
-    explicit Text(StoreBytes storeBytes) : storeBytes_(storeBytes) {}
+    /** Without `storeBytes`, no bytes are stored. */
+    explicit Text(StoreBytes storeBytes = nullptr) : storeBytes_(storeBytes) {}
+
+    /** Begins the line of an event in place of the text so far, or ends it. */
+    void beginLine(const char* event);
+    void endLine();
 
     /** Begins or ends an object or an array. */
     void begin(char bracket);
@@ -24,11 +31,14 @@ class Text {
     /** Writes the name of the next value of an object. */
     void key(const char* name);
 
-    void number(int64_t value);
-    void number(uint64_t value);
+    template <typename Integer, std::enable_if_t<std::is_integral_v<Integer>, int> = 0>
+    void number(Integer value) {
+        separate();
+        char digits[24];
+        text_.append(digits, std::to_chars(digits, digits + sizeof(digits), value).ptr);
+    }
 
-    /** Writes the shortest number that is read as the same float or double, or "NaN", "Infinity",
-     * "-Infinity". */
+    /** Write the shortest number that is read as the same one, or "NaN", "Infinity" or "-Infinity". */
     void number(float value);
     void number(double value);
 
@@ -38,15 +48,12 @@ class Text {
     /** Writes a string, or the bytes of a text that is not valid UTF-8. */
     void string(std::string_view value);
 
-    /** Writes few bytes as {"hex": …}, and more as {"size": …, "hash": …}, with "offset" if they are stored.
-     */
+    /** Writes few bytes as {"hex": …}, others as {"size": …, "hash": …}, with "offset" if they are stored. */
     void bytes(const uint8_t* data, size_t size);
 
     /** Writes a time in nanoseconds as seconds, rounded down to a microsecond. */
     void seconds(int64_t nanoseconds);
 
-    void clear() { text_.clear(); }
-    void newline() { text_ += '\n'; }
     const std::string& text() const { return text_; }
 
   private:

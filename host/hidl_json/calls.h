@@ -13,7 +13,7 @@ namespace hidlaudio::hidl_json {
 
 using android::hardware::Return;
 
-/** How many of a method's parameters are the callback for its results: 1 if the last one is, or else 0. */
+/** 1 if the last parameter of a method is the callback for its results, or else 0. */
 template <typename Last>
 constexpr size_t kResultCallbacks = 0;
 template <typename... R>

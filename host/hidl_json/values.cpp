@@ -35,22 +35,6 @@ bool isObject(const Json& json, Reading& reading) {
     return json.is_object() || fail(reading, "expected an object");
 }
 
-bool signedFromJson(const Json& json, int64_t least, int64_t most, int64_t& value, Reading& reading) {
-    if (!json.is_number_integer()) return fail(reading, "expected a whole number");
-    const bool isTooLarge = json.is_number_unsigned() && json.get<uint64_t>() > static_cast<uint64_t>(most);
-    value = json.get<int64_t>();
-    if (!isTooLarge && value >= least && value <= most) return true;
-    return fail(reading, json.dump() + " is out of range");
-}
-
-bool unsignedFromJson(const Json& json, uint64_t most, uint64_t& value, Reading& reading) {
-    if (!json.is_number_integer()) return fail(reading, "expected a whole number");
-    // A number that was not read from text is signed even if it is positive.
-    const bool isNegative = !json.is_number_unsigned() && json.get<int64_t>() < 0;
-    value = json.get<uint64_t>();
-    return (!isNegative && value <= most) || fail(reading, json.dump() + " is out of range");
-}
-
 bool doubleFromJson(const Json& json, double& value, Reading& reading) {
     if (json.is_number()) {
         value = json.get<double>();

@@ -40,9 +40,6 @@ bool failWithin(Reading& reading, const std::string& name);
 
 bool isObject(const Json& json, Reading& reading);
 
-/** Reads a whole number within the limits. */
-bool signedFromJson(const Json& json, int64_t least, int64_t most, int64_t& value, Reading& reading);
-bool unsignedFromJson(const Json& json, uint64_t most, uint64_t& value, Reading& reading);
 bool doubleFromJson(const Json& json, double& value, Reading& reading);
 
 Json toJson(float value, Objects& objects);
@@ -62,20 +59,22 @@ Json toJson(T value, Objects&) {
 
 template <typename T, std::enable_if_t<std::is_arithmetic_v<T> && !std::is_same_v<T, bool>, int> = 0>
 bool fromJson(const Json& json, T& value, Reading& reading) {
-    using Limits = std::numeric_limits<T>;
-    std::conditional_t<std::is_floating_point_v<T>, double,
-                       std::conditional_t<std::is_signed_v<T>, int64_t, uint64_t>>
-        number{};
-    bool isRead = false;
     if constexpr (std::is_floating_point_v<T>) {
-        isRead = doubleFromJson(json, number, reading);
-    } else if constexpr (std::is_signed_v<T>) {
-        isRead = signedFromJson(json, Limits::min(), Limits::max(), number, reading);
+        double number = 0;
+        const bool isRead = doubleFromJson(json, number, reading);
+        value = static_cast<T>(number);
+        return isRead;
     } else {
-        isRead = unsignedFromJson(json, Limits::max(), number, reading);
+        if (!json.is_number_integer()) return fail(reading, "expected a whole number");
+        // A number that was not read from text is signed even if it is positive.
+        const bool isNegative = !json.is_number_unsigned() && json.get<int64_t>() < 0;
+        const bool fits = isNegative
+                              ? std::is_signed_v<T> &&
+                                    json.get<int64_t>() >= static_cast<int64_t>(std::numeric_limits<T>::min())
+                              : json.get<uint64_t>() <= static_cast<uint64_t>(std::numeric_limits<T>::max());
+        value = json.get<T>();
+        return fits || fail(reading, json.dump() + " is out of range");
     }
-    value = static_cast<T>(number);
-    return isRead;
 }
 
 template <typename T, size_t N>

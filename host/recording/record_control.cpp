@@ -75,7 +75,7 @@ std::string setProperties(const RecordOptions& options) {
         {recorder::kLimitProperty, std::to_string(options.limit)},
         {recorder::kControllerProperty, std::to_string(getpid())},
         {kPathProperty, folder},
-        {recorder::kEnableProperty, "true"},  // last: the others must be set when a process sees it
+        {recorder::kEnableProperty, "true"},  // last: a process reads the others when it sees this one
     };
     for (const auto& [name, value] : properties) {
         const std::string problem = setProperty(name, value);
@@ -179,7 +179,7 @@ std::shared_ptr<const std::atomic<bool>> configureDaemon() {
     std::thread([isDone, services, file = recordedFile()] {
         // The first call can overtake the oneway call; the second one cannot.
         for (int i = 0; i < 2; ++i) pingAll(services);
-        // The recorder reads the properties when a call comes, but not at each call.
+        // The recorder reads the properties only at some of the calls.
         const auto deadline = std::chrono::steady_clock::now() + kLongestStart;
         while (!services.empty() && isEmpty(file) && std::chrono::steady_clock::now() < deadline) {
             std::this_thread::sleep_for(kPollInterval);

@@ -26,8 +26,8 @@ constexpr char kRecordLock[] = "record";
 std::string recordedFile();
 
 /**
- * Sets the system properties of the TV that make the daemon record its calls. A running daemon must be told
- * with configureDaemon(). Returns an error message, or "".
+ * Sets the system properties of the TV that make the daemon record its calls. Call
+ * configureDaemon() afterwards for a running daemon. Returns an error message, or "".
  */
 std::string startRecord(const RecordOptions& options);
 

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
+#include <sys/types.h>
+
+#include <map>
 #include <string>
 
-#include "process_watch.h"
+#include "record_line.h"
 #include "record_tail.h"
 
 namespace hidlaudio::host {
@@ -12,11 +16,11 @@ namespace hidlaudio::host {
 class RecordFollower {
   public:
     struct Tasks {
-        bool prints = false;   // the lines, to standard output
-        bool watches = false;  // the processes: adds a line when one ends
+        bool prints = false;   // whether the lines are printed to standard output
+        bool watches = false;  // whether a line is added when a process of the record ends
     };
     RecordFollower(const std::string& record, RecordTail::From from, const Tasks& tasks)
-        : tail_(record, from), watch_(record), tasks_(tasks) {}
+        : record_(record), tail_(record, from), tasks_(tasks) {}
 
     /** Returns 0 if the record can be read, or the errno. */
     int error() const { return tail_.error(); }
@@ -30,9 +34,13 @@ class RecordFollower {
     const std::string& note() const { return note_; }
 
   private:
+    void watchProcess(pid_t process);
+    void addExits();
+
+    const std::string record_;
     RecordTail tail_;
-    ProcessWatch watch_;
-    Tasks tasks_;
+    const Tasks tasks_;
+    std::map<pid_t, android::base::unique_fd> running_;  // pidfds; -1 if the process had ended already
     size_t calls_ = 0;
     std::string note_;
 };

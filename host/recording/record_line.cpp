@@ -7,7 +7,7 @@
 #include <limits>
 #include <string_view>
 
-#include "host/program/parse_json.h"
+#include "host/program/json.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -26,40 +26,35 @@ class Members {
   public:
     explicit Members(const Json& json) : json_(json) {}
 
-    void read(const char* name, std::string& value) {
-        if (const Json* found = find(name, &Json::is_string)) value = found->get<std::string>();
+    /** Reads a member that must have the type of `value`. A pid is not negative, and Json is an object. */
+    template <typename Value>
+    void read(const char* name, Value& value) {
+        const auto found = json_.find(name);
+        bool isValid = found != json_.end();
+        if constexpr (std::is_integral_v<Value>) {
+            isValid = isValid && found->is_number_unsigned() &&
+                      found->get<uint64_t>() <= uint64_t{std::numeric_limits<Value>::max()};
+        } else if constexpr (std::is_floating_point_v<Value>) {
+            isValid = isValid && found->is_number();
+        } else {
+            isValid = isValid && (std::is_same_v<Value, Json> ? found->is_object() : found->is_string());
+        }
+        if (!isValid) return fail(name);
+        value = found->get<Value>();
     }
-    void read(const char* name, double& value) {
-        if (const Json* found = find(name, &Json::is_number)) value = found->get<double>();
-    }
-    void read(const char* name, uint64_t& value) {
-        if (const Json* found = find(name, &Json::is_number_unsigned)) value = found->get<uint64_t>();
-    }
-    void read(const char* name, pid_t& value) {
-        uint64_t number = 0;
-        read(name, number);
-        if (number > static_cast<uint64_t>(std::numeric_limits<pid_t>::max())) fail(name);
-        value = static_cast<pid_t>(number);
+    /** Reads a member that may be missing. */
+    template <typename Value>
+    void readOptional(const char* name, Value& value) {
+        value = {};
+        if (has(name)) read(name, value);
     }
     bool has(const char* name) const { return json_.contains(name); }
-    Json object(const char* name) {
-        if (!has(name)) return {};
-        const Json* found = find(name, &Json::is_object);
-        return found != nullptr ? *found : Json();
-    }
     void fail(const char* name) {
         if (problem_.empty()) problem_ = "\"" + std::string(name) + "\" is missing or invalid";
     }
     const std::string& problem() const { return problem_; }
 
   private:
-    const Json* find(const char* name, bool (Json::*isType)() const noexcept) {
-        const auto found = json_.find(name);
-        if (found != json_.end() && ((*found).*isType)()) return &*found;
-        fail(name);
-        return nullptr;
-    }
-
     const Json& json_;
     std::string problem_;
 };
@@ -83,14 +78,14 @@ void readCall(Members& members, RecordLine& line) {
     if (line.isIncoming) members.read("client", line.client);
     members.read("interface", line.interface);
     members.read("method", line.method);
-    line.arguments = members.object("arguments");
+    members.readOptional("arguments", line.arguments);
 }
 
 void readAnswer(Members& members, RecordLine& line) {
     members.read("id", line.id);
     line.duration = -1;
     if (!members.has("failed")) members.read("duration", line.duration);
-    line.results = members.object("results");
+    members.readOptional("results", line.results);
 }
 
 void readMembers(Members& members, RecordLine& line) {
@@ -103,7 +98,7 @@ void readMembers(Members& members, RecordLine& line) {
         case Event::Answer:
             return readAnswer(members, line);
         case Event::Process:
-            if (members.has("program")) members.read("program", line.program);
+            members.readOptional("program", line.program);
             return members.read("process", line.process);
         case Event::Exit:
             return members.read("process", line.process);

@@ -20,8 +20,10 @@ constexpr char kListener[] = R"({"listener":{"object":"listener"}})";
 constexpr char kBuiltInMic[] = R"({"micDevice":"AUDIO_DEVICE_IN_BUILTIN_MIC"})";
 constexpr char kFlatSound[] = R"({"data":[{"channel":"FL","equalizer":[],"level":0.0,"delay":0.0}]})";
 
+}  // namespace
+
 // clang-format off
-constexpr CallRow kCalls[] = {
+constexpr std::initializer_list<CallRow> kCallRows = {
     {"hdmiaudio", kHdmi, "getAudioCapabilities", "HIDL getAudioCapabilities", nullptr, nullptr},
     {"hdmiaudio", kHdmi, "setAudioCapabilities", "HIDL hdmiaudio set", "HIDL hdmiaudio set finish", R"({"capabilities":[]})"},
     {"hdmiaudio", kHdmi, "setCallback", "set callback", nullptr, R"({"callback":{"object":"callback"}})"},
@@ -77,7 +79,7 @@ constexpr CallRow kCalls[] = {
 };
 
 /** The field `lengths` counts how often the list of capabilities was logged. */
-constexpr DetailRow kDetails[] = {
+constexpr std::initializer_list<DetailRow> kDetailRows = {
     {"setAudioCapabilities", "setArcDdCapability, capas list length: {lengths+:i}", nullptr, false, "capabilities"},
     {"setAudioCapabilities", "setArcMp4Capability, capas list length: {lengths+:i}", nullptr, false, "capabilities"},
     {"setAudioCapabilities", "setArcDdCapability, capas : {capabilities+:s}", nullptr, false, "capabilities"},
@@ -105,6 +107,8 @@ constexpr DetailRow kDetails[] = {
     {"getMicGain", "Illegal parameters: micDevice:{micDevice:s}", nullptr, true, "micDevice"},
 };
 
+namespace {
+
 /** Begins of the lines of transfer threads, and of the notices that a client has died. */
 constexpr std::string_view kAsynchronous[] = {
     "[paramTransferThread]", "paramTransferThread finished", "Acquire Wakelock", "Release Wakelock",
@@ -127,18 +131,10 @@ bool startsWithAny(std::string_view text, const Starts& starts) {
 
 }  // namespace
 
-CallRows callRows() {
-    return {std::begin(kCalls), std::end(kCalls)};
-}
-
-DetailRows detailRows() {
-    return {std::begin(kDetails), std::end(kDetails)};
-}
-
 const CallRow* findCallRow(std::string_view method) {
-    const auto* const found = std::find_if(std::begin(kCalls), std::end(kCalls),
+    const auto* const found = std::find_if(kCallRows.begin(), kCallRows.end(),
                                            [method](const CallRow& row) { return method == row.method; });
-    return found != std::end(kCalls) ? found : nullptr;
+    return found != kCallRows.end() ? found : nullptr;
 }
 
 bool isDaemonStart(std::string_view tag, std::string_view text) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <initializer_list>
 #include <string_view>
 
 namespace hidlaudio::host {
@@ -31,22 +32,8 @@ struct DetailRow {
     const char* known;
 };
 
-/** Returns the rows. */
-struct CallRows {
-    const CallRow* first;
-    const CallRow* past;
-    const CallRow* begin() const { return first; }
-    const CallRow* end() const { return past; }
-};
-CallRows callRows();
-
-struct DetailRows {
-    const DetailRow* first;
-    const DetailRow* past;
-    const DetailRow* begin() const { return first; }
-    const DetailRow* end() const { return past; }
-};
-DetailRows detailRows();
+extern const std::initializer_list<CallRow> kCallRows;
+extern const std::initializer_list<DetailRow> kDetailRows;
 
 /** Returns the row of a method by its name, or `nullptr`. */
 const CallRow* findCallRow(std::string_view method);
@@ -54,10 +41,10 @@ const CallRow* findCallRow(std::string_view method);
 /** Returns whether the line is the first one of the daemon's program. */
 bool isDaemonStart(std::string_view tag, std::string_view text);
 
-/** Returns whether a line with a tag of the daemon is really one of the daemon. */
+/** Returns whether the daemon logs such a text. Other programs may use its tags. */
 bool isDaemonText(std::string_view tag, std::string_view text);
 
-/** Returns whether the line is logged outside of calls, also if it has the thread of a call. */
+/** Returns whether the line is logged outside of calls, even on a thread that also serves calls. */
 bool isAsynchronous(std::string_view text);
 
 /** Returns the name in the brackets at the begin of the text, or "". */

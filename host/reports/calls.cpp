@@ -8,21 +8,21 @@ namespace hidlaudio::host {
 namespace {
 
 constexpr size_t kNone = SIZE_MAX;
-/** Most calls inside of another one that are looked through for its end. */
+/** Maximum number of calls inside of another one. */
 constexpr size_t kDeepest = 16;
 
-/** Changes of the smooth delay read the switch of the calibration as a client does. */
+/** Returns whether the method calls getEnabled() itself, which is logged like the call of a client. */
 bool readsSwitch(const std::string& method) {
     return method == "setSmoothDelay" || method == "setSmoothDelayEnabled";
 }
 
-/** Refused delays leave no line behind. */
+/** A call with refused delays logs only its first line. Such delays are an empty list. */
 void completeDelays(Call& call) {
     if (call.method == "setSmoothDelay" && !call.hasEnded && call.first == call.last)
         call.arguments["delays"] = Json::array();
 }
 
-/** The list was logged once for each of its entries that names a known group. */
+/** Restores the list of capabilities, which is logged once for each entry that names a known group. */
 void completeCapabilities(Call& call) {
     const auto lengths = call.arguments.find("lengths");
     if (lengths == call.arguments.end()) return;
@@ -67,7 +67,7 @@ class CallReader {
     }
 
     bool startCall(const DaemonLine& line, size_t index) {
-        for (const CallRow& row : callRows()) {
+        for (const CallRow& row : kCallRows) {
             const bool isOnlyLine = row.start == nullptr;
             Json fields = Json::object();
             if (line.tag != row.tag || !matchPattern(isOnlyLine ? row.end : row.start, line.text, fields))
@@ -125,7 +125,7 @@ class CallReader {
     }
 
     static void addDetails(const DaemonLine& line, Call& call) {
-        for (const DetailRow& row : detailRows()) {
+        for (const DetailRow& row : kDetailRows) {
             if (call.method != row.method) continue;
             Json fields = Json::object();
             if (!matchPattern(row.pattern, line.text, fields)) continue;
@@ -147,30 +147,28 @@ class CallReader {
 
     /** Removes the calls that a method has made to itself. Their lines become those of the outer call. */
     void removeInner() {
-        std::map<int, int> outerOfInner;
-        for (const auto& [outer, number] : inner_) takeLines(outer);
+        std::map<size_t, size_t> outers;  // by the inner call
         for (const auto& [outer, number] : inner_) {
+            takeLines(outer);
             for (size_t i = outer + 1; i <= number; ++i) {
                 const Call& call = result_.calls[i];
                 if (call.method == "getEnabled" && call.thread == result_.calls[outer].thread)
-                    outerOfInner[static_cast<int>(i)] = static_cast<int>(outer);
+                    outers[i] = outer;
             }
         }
-        if (outerOfInner.empty()) return;
-        std::vector<int> moved(result_.calls.size());
+        std::vector<int> moved;
         std::vector<Call> kept;
         for (size_t i = 0; i < result_.calls.size(); ++i) {
-            const auto found = outerOfInner.find(static_cast<int>(i));
-            moved[i] = found != outerOfInner.end() ? moved[static_cast<size_t>(found->second)]
-                                                   : static_cast<int>(kept.size());
-            if (found == outerOfInner.end()) kept.push_back(std::move(result_.calls[i]));
+            const auto inner = outers.find(i);
+            moved.push_back(inner != outers.end() ? moved[inner->second] : static_cast<int>(kept.size()));
+            if (inner == outers.end()) kept.push_back(std::move(result_.calls[i]));
         }
         result_.calls = std::move(kept);
         for (int& owner : result_.owners)
             if (owner >= 0) owner = moved[static_cast<size_t>(owner)];
     }
 
-    /** Gives a call those lines of its thread that seem to follow the call inside of it. */
+    /** Gives a call the lines of its thread that came after the end of a call inside of it. */
     void takeLines(size_t number) {
         const Call& call = result_.calls[number];
         for (size_t i = call.first; i <= call.last; ++i) {
@@ -189,9 +187,7 @@ class CallReader {
         const std::string start = "[" + std::string(name) + "] start";
         const bool isStart =
             row != nullptr && line.tag == row->tag && line.text.compare(0, start.size(), start) == 0;
-        if (isCut || isStart)
-            report_.warnings.push_back(nameOf(report_, line.place) + ": the line is cut: \"" + line.text +
-                                       "\"");
+        if (isCut || isStart) warn(report_, line.place, "the line is cut: \"" + line.text + "\"");
     }
 
     const DaemonLog& log_;

@@ -29,7 +29,7 @@ struct Call {
     int kind = -1;  // kind of parameters: 0 device, 1 hrtf
 };
 
-/** What a line of the log belongs to. */
+/** Owners of a line of the log that are no call. */
 enum Owner : int { kAsynchronousLine = -1, kBootLine = -2 };
 
 /** The calls of one boot, in the order of their starts. */

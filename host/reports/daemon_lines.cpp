@@ -12,7 +12,7 @@
 namespace hidlaudio::host {
 namespace {
 
-using Kind = DaemonLine::Kind;
+using End = DaemonLine::End;
 using Lines = std::vector<DaemonLine>;
 
 /** Lines of several threads may be logged out of order by less than this. */
@@ -77,24 +77,17 @@ Lines mergeAll(std::vector<Lines>& streams) {
     return lines;
 }
 
-Boot::End endOf(Kind kind) {
-    return kind == Kind::Killed  ? Boot::End::Killed
-           : kind == Kind::Ended ? Boot::End::Ended
-                                 : Boot::End::Crashed;
-}
-
 std::string mixed(const Report& report, const DaemonLine& one, const DaemonLine& other, const char* why) {
     return "the logs of two TVs are mixed: " + nameOf(report, one.place) + " and " +
            nameOf(report, other.place) + " " + why;
 }
 
-/** Splits the lines into boots. */
 class BootSplitter {
   public:
     BootSplitter(Report& report, DaemonLog& log) : report_(report), log_(log) {}
 
     std::string add(DaemonLine& line) {
-        if (line.kind != Kind::Log) {
+        if (line.end != End::None) {
             noteEnd(line);
             return "";
         }
@@ -107,7 +100,7 @@ class BootSplitter {
                              "are of two daemons that run at the same time");
             }
             former_.insert(line.process);
-            log_.boots.push_back({line.process, log_.lines.size(), 0, isStart, Boot::End::Unknown, {}});
+            log_.boots.push_back({line.process, log_.lines.size(), 0, isStart, End::None, {}});
             wentBack_ = false;
         } else if (const std::string problem = checkTime(line); !problem.empty()) {
             return problem;
@@ -124,15 +117,15 @@ class BootSplitter {
         if (line.time == kNoTime || before.time == kNoTime || line.time >= before.time - kDisorder) return "";
         if (wentBack_) return mixed(report_, before, line, "go back in time once more");
         wentBack_ = true;
-        report_.warnings.push_back(nameOf(report_, line.place) + ": the clock was set back");
+        warn(report_, line.place, "the clock was set back");
         return "";
     }
 
     void noteEnd(const DaemonLine& line) {
         const auto found = std::find_if(log_.boots.rbegin(), log_.boots.rend(),
                                         [&line](const Boot& boot) { return boot.process == line.process; });
-        if (found == log_.boots.rend() || found->end == Boot::End::Crashed) return;
-        found->end = endOf(line.kind);
+        if (found == log_.boots.rend() || found->end == End::Crashed) return;
+        found->end = line.end;
         found->endPlace = line.place;
     }
 

@@ -10,19 +10,17 @@ namespace hidlaudio::host {
 
 /** A life of the daemon, from its start or the begin of the log to its end. */
 struct Boot {
-    enum class End { Unknown, Killed, Ended, Crashed };
-
     pid_t process = 0;
     size_t first = 0;  // index of its first line
     size_t past = 0;   // index behind its last line
     bool hasStart = false;
-    End end = End::Unknown;
-    Place endPlace;  // unless `end` is unknown
+    DaemonLine::End end = DaemonLine::End::None;  // None: unknown
+    Place endPlace;                               // if the end is known
 };
 
 /** The lines of the daemon in the order in which it has logged them. */
 struct DaemonLog {
-    std::vector<DaemonLine> lines;  // of kind Log
+    std::vector<DaemonLine> lines;  // that the daemon has logged
     std::vector<Boot> boots;
 };
 

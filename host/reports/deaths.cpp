@@ -22,7 +22,7 @@ struct Deaths {
 class DeathFinder {
   public:
     DeathFinder(const DaemonLog& log, const Boot& boot, BootCalls& calls, std::vector<size_t>& awaited,
-                const std::vector<std::string>* exits, FaultNotes& notes)
+                const ClientExits* exits, FaultNotes& notes)
         : log_(log), boot_(boot), calls_(calls), awaited_(awaited), exits_(exits), notes_(notes) {}
 
     std::vector<Kill> find() {
@@ -67,7 +67,8 @@ class DeathFinder {
     /** Kills the next clients that the record shows to end. Each of their callbacks gives a notice. */
     bool killRecorded(const Deaths& deaths, size_t next) {
         size_t notices = 0;
-        for (const std::string& client : *exits_) {
+        for (const auto& [before, name] : *exits_) {
+            const std::string& client = name;
             const auto setters = static_cast<size_t>(
                 std::count_if(calls_.calls.begin(), calls_.calls.begin() + static_cast<ptrdiff_t>(next),
                               [&](const Call& call) { return call.client == client && isSetter(call); }));
@@ -128,7 +129,7 @@ class DeathFinder {
     const Boot& boot_;
     BootCalls& calls_;
     std::vector<size_t>& awaited_;
-    const std::vector<std::string>* const exits_;  // null if the clients are guessed
+    const ClientExits* const exits_;  // null if the clients are guessed
     FaultNotes& notes_;
     Deaths current_;
     std::set<std::string> dead_;
@@ -140,8 +141,7 @@ class DeathFinder {
 }  // namespace
 
 std::vector<Kill> findDeaths(const DaemonLog& log, const Boot& boot, BootCalls& calls,
-                             std::vector<size_t>& awaited, const std::vector<std::string>* exits,
-                             FaultNotes& notes) {
+                             std::vector<size_t>& awaited, const ClientExits* exits, FaultNotes& notes) {
     std::vector<Kill> kills = DeathFinder(log, boot, calls, awaited, exits, notes).find();
     std::sort(awaited.begin(), awaited.end());
     std::stable_sort(kills.begin(), kills.end(),

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <initializer_list>
+
 namespace hidlaudio::host {
 
 /**
  * How the daemon logs failures of the functions that it calls. A new log line needs one row of a table in
- * fault_table.cpp. The patterns are those of matchPattern(). In the commands, {NAME} is replaced by the field
- * of that name, and {kind} by the kind of parameters that is uploaded.
+ * fault_table.cpp. The patterns are those of matchPattern(). In the commands, {kind} stands for the kind of
+ * parameters that is uploaded.
  */
 
 /** A failed call of a function, which `tv fault` injects. */
@@ -14,7 +16,7 @@ struct FaultRow {
     const char* tag;
     const char* pattern;
     const char* function;
-    const char* outcome;  // "{status}", or a fixed one that is assumed
+    const char* assumed;  // the outcome if the line does not have it in a field "status", "errno" or "tuning"
     int passAtBoot;       // calls of the function before that during a start
     int pass;             // calls of the function before that in the same call of a client
 };
@@ -34,16 +36,8 @@ struct UnknownRow {
     const char* reason;
 };
 
-template <typename Row>
-struct Rows {
-    const Row* first;
-    const Row* past;
-    const Row* begin() const { return first; }
-    const Row* end() const { return past; }
-};
-
-Rows<FaultRow> faultRows();
-Rows<ConditionRow> conditionRows();
-Rows<UnknownRow> unknownRows();
+extern const std::initializer_list<FaultRow> kFaultRows;
+extern const std::initializer_list<ConditionRow> kConditionRows;
+extern const std::initializer_list<UnknownRow> kUnknownRows;
 
 }  // namespace hidlaudio::host

@@ -42,14 +42,15 @@ struct Upload {
 
 class FaultFinder {
   public:
-    FaultFinder(const DaemonLog& log, const Boot& boot, const BootCalls& calls, FaultNotes& notes)
-        : log_(log), boot_(boot), calls_(calls), notes_(notes) {}
+    FaultFinder(const DaemonLog& log, const Boot& boot, const BootCalls& calls, AllSurroundings& result,
+                FaultNotes& notes)
+        : log_(log), boot_(boot), calls_(calls), result_(result), notes_(notes) {}
 
-    AllSurroundings find() {
+    std::vector<size_t> find() {
         for (size_t i = boot_.first; i < boot_.past; ++i) look(log_.lines[i], i);
         addFaults();
         addBehavior();
-        return std::move(result_);
+        return std::move(uploadLines_);
     }
 
   private:
@@ -59,16 +60,16 @@ class FaultFinder {
         lookAtUpload(line, index, context);
         if (context == kNoContext) return;
         if (calls_.owners[index - boot_.first] == kAsynchronousLine && isDaemonTag(line.tag))
-            notes_.uploadLines.push_back(index);
+            uploadLines_.push_back(index);
         lookForFault(line, context);
         lookForCondition(line, context);
         countChecks(line, context);
-        for (const UnknownRow& row : unknownRows())
+        for (const UnknownRow& row : kUnknownRows)
             if (line.tag == row.tag && matchPattern(row.pattern, line.text))
                 notes_.unknown.push_back({line.place, row.reason});
     }
 
-    /** Returns the call in which a line shows: for that of a transfer, the call that has started it. */
+    /** Returns the call to which a line belongs. A line of a transfer belongs to the call that started it. */
     int contextOf(const DaemonLine& line, size_t index) const {
         const int owner = calls_.owners[index - boot_.first];
         if (owner != kAsynchronousLine) return owner;
@@ -99,7 +100,7 @@ class FaultFinder {
             endUpload(line, index, found->second, fields["result"].get<uint32_t>());
     }
 
-    /** Takes the result at the end of an upload, if this is the end. */
+    /** Notes the result of an upload, if it has ended. */
     void endUpload(const DaemonLine& line, size_t index, const Upload& upload, uint32_t result) {
         constexpr uint32_t kInProgress = 1;
         constexpr uint32_t kDone = 1;
@@ -115,8 +116,7 @@ class FaultFinder {
             {line.place, "the controller ends the upload with result " + std::to_string(result)});
     }
 
-    /** Makes an upload so slow that the calls during it come before its end. Returns whether there are any.
-     */
+    /** Makes an upload so slow that the calls during it come before its end. Returns false without calls. */
     bool keepRunning(const Upload& upload, size_t index, const DaemonLine& line) {
         const bool isInterrupted =
             std::any_of(calls_.calls.begin(), calls_.calls.end(),
@@ -149,7 +149,7 @@ class FaultFinder {
     }
 
     void lookForFault(const DaemonLine& line, int context) {
-        for (const FaultRow& row : faultRows()) {
+        for (const FaultRow& row : kFaultRows) {
             Json fields;
             if (line.tag != row.tag || !matchPattern(row.pattern, line.text, fields)) continue;
             const std::string outcome = isMissingDriver(row.pattern) ? "" : outcomeOf(row, fields, line);
@@ -162,7 +162,7 @@ class FaultFinder {
         if (line.text.find("[getAutoCalibOffset]") == 0) calibrationWasRead_ = true;
     }
 
-    /** The files and the device of the controller's driver do not exist on a TV without a controller. */
+    /** Returns whether a line shows only that the TV has no controller, and so no driver of it. */
     bool isMissingDriver(std::string_view pattern) const {
         return !notes_.hasBackEnd && (pattern.find("Proc file open failed") != pattern.npos ||
                                       pattern.find("ToBeCtrl]") != pattern.npos);
@@ -181,8 +181,8 @@ class FaultFinder {
         const bool isTuning = fields.contains("tuning");
         if (!isTuning && !fields.contains("errno")) {
             notes_.assumptions.push_back({line.place, std::string(row.function) + " fails with " +
-                                                          row.outcome + ", which the log does not have"});
-            return row.outcome;
+                                                          row.assumed + ", which the log does not have"});
+            return row.assumed;
         }
         const int error = fields[isTuning ? "tuning" : "errno"].get<int>();
         // A file that does not exist is a state of the TV. The tuning file always exists there.
@@ -198,7 +198,7 @@ class FaultFinder {
     }
 
     void lookForCondition(const DaemonLine& line, int context) {
-        for (const ConditionRow& row : conditionRows()) {
+        for (const ConditionRow& row : kConditionRows) {
             if (line.tag != row.tag || !matchPattern(row.pattern, line.text)) continue;
             if (isMissingDriver(row.pattern)) return;
             std::string command = row.before;
@@ -271,13 +271,9 @@ class FaultFinder {
             const auto number = static_cast<int>(i);
             const bool isUpload = call.method == "apply" && integerOf(call.results, "result", -1) == 0;
             if (!isUpload && behavior_.count(number) == 0) continue;
-            const Behavior& wanted = behavior_[number];
-            for (auto& [setting, value] : current) {
-                if (wanted.count(setting) > 0 || value == defaultOf(setting) || !concerns(setting, number))
-                    continue;
-                value = defaultOf(setting);
-                result_[number].before.push_back(
-                    std::string("tv bectrl ").append(setting).append(" ").append(value));
+            Behavior wanted = behavior_[number];
+            for (const auto& [setting, value] : current) {
+                if (concerns(setting, number)) wanted.try_emplace(setting, defaultOf(setting));
             }
             for (const auto& [setting, value] : wanted) {
                 if (current[setting] == value) continue;
@@ -295,8 +291,9 @@ class FaultFinder {
     const DaemonLog& log_;
     const Boot& boot_;
     const BootCalls& calls_;
+    AllSurroundings& result_;
     FaultNotes& notes_;
-    AllSurroundings result_;
+    std::vector<size_t> uploadLines_;
     std::map<int, std::map<std::string, std::vector<Failure>>> failures_;
     std::map<int, Behavior> behavior_;
     std::map<pid_t, Upload> uploads_;
@@ -306,9 +303,9 @@ class FaultFinder {
 
 }  // namespace
 
-AllSurroundings findFaults(const DaemonLog& log, const Boot& boot, const BootCalls& calls,
-                           FaultNotes& notes) {
-    return FaultFinder(log, boot, calls, notes).find();
+std::vector<size_t> findFaults(const DaemonLog& log, const Boot& boot, const BootCalls& calls,
+                               AllSurroundings& surroundings, FaultNotes& notes) {
+    return FaultFinder(log, boot, calls, surroundings, notes).find();
 }
 
 }  // namespace hidlaudio::host

@@ -24,17 +24,20 @@ struct Surroundings {
 /** Lines by the call's index, or kBootLine. */
 using AllSurroundings = std::map<int, Surroundings>;
 
-/** What is known of the faults of all boots so far. */
+/** Findings from the boots that were read so far. */
 struct FaultNotes {
     bool hasBackEnd = true;                         // whether the TV has a back-end controller
     std::map<std::string, std::string> controller;  // current settings, such as "hrtf result"
-    std::vector<size_t> uploadLines;                // indices of the lines of uploads whose calls are known
     std::vector<Note> faults;
     std::vector<Note> unknown;
     std::vector<Note> assumptions;
 };
 
-/** Finds the faults and states of the TV that the lines of a boot show. */
-AllSurroundings findFaults(const DaemonLog& log, const Boot& boot, const BootCalls& calls, FaultNotes& notes);
+/**
+ * Finds the faults and states of the TV that the lines of a boot show, and adds the lines that set them.
+ * Returns the indices of the lines of uploads whose calls are known.
+ */
+std::vector<size_t> findFaults(const DaemonLog& log, const Boot& boot, const BootCalls& calls,
+                               AllSurroundings& surroundings, FaultNotes& notes);
 
 }  // namespace hidlaudio::host

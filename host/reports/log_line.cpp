@@ -34,15 +34,6 @@ std::string_view takeWord(std::string_view& text) {
     return word;
 }
 
-/** Reads "12" and a separator, for example. Returns -1 if the text is different. */
-int takeTwoDigits(std::string_view& text, char separator) {
-    if (text.size() < 2 || !isDigit(text[0]) || !isDigit(text[1])) return -1;
-    if (separator != 0 && (text.size() < 3 || text[2] != separator)) return -1;
-    const int number = (text[0] - '0') * 10 + (text[1] - '0');
-    text.remove_prefix(separator != 0 ? 3 : 2);
-    return number;
-}
-
 /** Reads the digits after a point as microseconds. Returns -1 if there are none. */
 int64_t takeFraction(std::string_view& text) {
     if (text.size() < 2 || text[0] != '.' || !isDigit(text[1])) return -1;
@@ -56,53 +47,35 @@ int64_t takeFraction(std::string_view& text) {
     return value;
 }
 
-void skipYear(std::string_view& text) {
-    if (text.size() > 5 && text[4] == '-' && std::all_of(text.begin(), text.begin() + 4, isDigit))
-        text.remove_prefix(5);
-}
-
-/** Reads "11-26 13:02:02.555". */
-bool takeDate(std::string_view& text, int64_t& time) {
-    skipYear(text);
-    const int month = takeTwoDigits(text, '-');
-    const int day = month < 0 ? -1 : takeTwoDigits(text, ' ');
-    if (month < 1 || month > 12 || day < 1 || day > 31) return false;
-    const int hour = takeTwoDigits(text, ':');
-    const int minute = hour < 0 ? -1 : takeTwoDigits(text, ':');
-    const int second = minute < 0 ? -1 : takeTwoDigits(text, 0);
-    if (second < 0 || hour > 23 || minute > 59 || second > 60) return false;
-    const int64_t fraction = takeFraction(text);
-    const int64_t days = kDaysBefore[month - 1] + day - 1;
-    time = days * kDay + (hour * 3600 + minute * 60 + second) * kSecond + fraction;
-    return fraction >= 0;
-}
-
-/** Reads "1795698122.555", seconds since 1970. */
-bool takeEpoch(std::string_view& text, int64_t& time) {
-    const size_t point = text.find_first_not_of("0123456789");
-    if (point == std::string_view::npos || text[point] != '.') return false;
-    const auto seconds = parseNumber<uint32_t>(text.substr(0, point));
-    text.remove_prefix(point);
-    const int64_t fraction = takeFraction(text);
-    if (!seconds || fraction < 0) return false;
-    const time_t whole = *seconds;
-    tm parts{};
-    gmtime_r(&whole, &parts);
-    const int64_t days = kDaysBefore[parts.tm_mon] + parts.tm_mday - 1;
-    time = days * kDay + (parts.tm_hour * 3600 + parts.tm_min * 60 + parts.tm_sec) * kSecond + fraction;
+/** Reads "11-26 13:02:02", with or without a year before it, or seconds since 1970. */
+bool takeDate(std::string_view& text, tm& date) {
+    char begin[32]{};
+    text.copy(begin, sizeof(begin) - 1);
+    for (const char* const format : {"%m-%d %H:%M:%S", "%Y-%m-%d %H:%M:%S"}) {
+        const char* const end = strptime(begin, format, &date);
+        if (end == nullptr) continue;
+        text.remove_prefix(static_cast<size_t>(end - begin));
+        return true;
+    }
+    const size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
+    const auto seconds = parseNumber<uint32_t>(text.substr(0, digits));
+    if (!seconds) return false;
+    const time_t time = *seconds;
+    gmtime_r(&time, &date);
+    text.remove_prefix(digits);
     return true;
 }
 
+/** Reads a date with a fraction of the second, perhaps a time zone, and the blanks after them. */
 bool takeTime(std::string_view& text, int64_t& time) {
-    std::string_view rest = text;
-    if (!takeDate(rest, time)) {
-        rest = text;
-        if (!takeEpoch(rest, time)) return false;
-    }
-    if (rest.empty() || rest[0] != ' ') return false;
-    takeWord(rest);
-    if (rest.size() > 5 && (rest[0] == '+' || rest[0] == '-') && rest[5] == ' ') takeWord(rest);
-    text = rest;
+    tm date{};
+    if (!takeDate(text, date)) return false;
+    const int64_t fraction = takeFraction(text);
+    if (fraction < 0 || text.empty() || text[0] != ' ') return false;
+    const int64_t days = kDaysBefore[date.tm_mon] + date.tm_mday - 1;
+    time = days * kDay + (date.tm_hour * 3600 + date.tm_min * 60 + date.tm_sec) * kSecond + fraction;
+    takeWord(text);
+    if (text.size() > 5 && (text[0] == '+' || text[0] == '-') && text[5] == ' ') takeWord(text);
     return true;
 }
 

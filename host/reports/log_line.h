@@ -24,7 +24,7 @@ struct LogcatLine {
 
 /**
  * Parses a line as logcat prints it in the formats threadtime, time and brief, with or without the modifiers
- * year, zone, usec, uid and epoch. Returns false if it is no such line.
+ * year, zone, usec, uid and epoch. Returns false for other lines.
  */
 bool parseLogLine(std::string_view text, LogcatLine& line);
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "log_reader.h"
 
+#include <android-base/strings.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -11,7 +13,8 @@
 namespace hidlaudio::host {
 namespace {
 
-using Kind = DaemonLine::Kind;
+using android::base::StartsWith;
+using End = DaemonLine::End;
 
 constexpr int64_t kYear = int64_t{366} * 86400 * 1000000;
 constexpr std::string_view kProgram = "hidlaudio";
@@ -22,31 +25,27 @@ constexpr std::string_view kDaemonTags[] = {"hidlaudio", "HidlAudio", "hdmiaudio
 struct EndRow {
     std::string_view tag;
     const char* pattern;
-    Kind kind;
+    End end;
 };
 
 constexpr EndRow kEnds[] = {
-    {"init", "Service '{name:s}' (pid {pid:i}) received signal {signal:i}", Kind::Killed},
-    {"init", "Service '{name:s}' (pid {pid:i}) exited with status {:s}", Kind::Ended},
-    {"init", "Sending signal {signal:i} to service '{name:s}' (pid {pid:i}) {:s}", Kind::Killed},
-    {"am_kill", "[{:i},{pid:i},{name:s},{:s}]", Kind::Killed},
-    {"lowmemorykiller", "Kill '{name:s}' ({pid:i}){:s}", Kind::Killed},
-    {"lmkd", "Kill '{name:s}' ({pid:i}){:s}", Kind::Killed},
-    {"libc", "Fatal signal {:s} in tid {:i} ({:s}), pid {pid:i} ({name:s})", Kind::Crashed},
-    {"DEBUG", "pid: {pid:i}, tid: {:i}, name: {:s}  >>> {name:s} <<<", Kind::Crashed},
+    {"init", "Service '{name:s}' (pid {pid:i}) received signal {signal:i}", End::Killed},
+    {"init", "Service '{name:s}' (pid {pid:i}) exited with status {:s}", End::Ended},
+    {"init", "Sending signal {signal:i} to service '{name:s}' (pid {pid:i}) {:s}", End::Killed},
+    {"am_kill", "[{:i},{pid:i},{name:s},{:s}]", End::Killed},
+    {"lowmemorykiller", "Kill '{name:s}' ({pid:i}){:s}", End::Killed},
+    {"lmkd", "Kill '{name:s}' ({pid:i}){:s}", End::Killed},
+    {"libc", "Fatal signal {:s} in tid {:i} ({:s}), pid {pid:i} ({name:s})", End::Crashed},
+    {"DEBUG", "pid: {pid:i}, tid: {:i}, name: {:s}  >>> {name:s} <<<", End::Crashed},
 };
 /** Signals that a process gets for its own faults: SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV. */
 constexpr int kFaultSignals[] = {4, 5, 6, 7, 8, 11};
 
-Kind kindOf(const EndRow& row, const Json& fields) {
+End endOf(const EndRow& row, const Json& fields) {
     const int signal = fields.value("signal", 9);
     const bool isFault =
         std::find(std::begin(kFaultSignals), std::end(kFaultSignals), signal) != std::end(kFaultSignals);
-    return isFault ? Kind::Crashed : row.kind;
-}
-
-bool startsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
+    return isFault ? End::Crashed : row.end;
 }
 
 /**
@@ -55,7 +54,7 @@ bool startsWith(std::string_view text, std::string_view start) {
  */
 bool isKeptTag(const LogcatLine& line) {
     return isDaemonTag(line.tag) || line.tag == "middleware" ||
-           (line.tag == "libc" && startsWith(line.text, "Fatal signal"));
+           (line.tag == "libc" && StartsWith(line.text, "Fatal signal"));
 }
 
 bool namesDaemonTag(std::string_view text) {
@@ -70,11 +69,13 @@ std::string nameOf(const Report& report, const Place& place) {
     return (place.file < report.files.size() ? report.files[place.file] : "?") + line;
 }
 
+void warn(Report& report, const Place& place, const std::string& text) {
+    report.warnings.push_back(nameOf(report, place) + ": " + text);
+}
+
 bool isDaemonTag(std::string_view tag) {
     return std::find(std::begin(kDaemonTags), std::end(kDaemonTags), tag) != std::end(kDaemonTags);
 }
-
-LogReader::LogReader(Report& report) : report_(report) {}
 
 void LogReader::add(std::string_view text) {
     ++line_;
@@ -82,23 +83,18 @@ void LogReader::add(std::string_view text) {
     if (!parseLogLine(text, line)) return addOther(text);
     hasLogLines_ = true;
     section_.clear();
-    const bool isKnown = !processes_.empty() && processes_.count(line.process) > 0;
+    const bool isKnown = process_ != 0 && line.process == process_;
     if (line.tag == "chatty") {
         if (isKnown) addOmission(line);
         return;
     }
     const bool isOurs =
         isKnown ? isKeptTag(line) : isDaemonTag(line.tag) && isDaemonText(line.tag, line.text);
-    if (isOurs) addLogLine(line);
-    if (line.text.find(kProgram) != std::string_view::npos) addEnd(line);
-}
-
-void LogReader::addLogLine(const LogcatLine& line) {
-    if (processes_.insert(line.process).second && processes_.size() > 1) {
-        // Another process may get the ID of a daemon that has ended.
-        processes_ = {line.process};
+    if (isOurs) {
+        process_ = line.process;
+        keep(line, End::None, process_);
     }
-    keep(line, Kind::Log, line.process);
+    if (line.text.find(kProgram) != std::string_view::npos) addEnd(line);
 }
 
 void LogReader::addEnd(const LogcatLine& line) {
@@ -109,8 +105,8 @@ void LogReader::addEnd(const LogcatLine& line) {
         if (name.find(kProgram) == std::string::npos) continue;
         const pid_t process = fields.value("pid", 0);
         // Another process may get its ID.
-        if (row.kind != Kind::Crashed) processes_.erase(process);
-        return keep(line, kindOf(row, fields), process);
+        if (row.end != End::Crashed && process_ == process) process_ = 0;
+        return keep(line, endOf(row, fields), process);
     }
 }
 
@@ -123,7 +119,7 @@ void LogReader::addOmission(const LogcatLine& line) {
         if (report_.streams.empty() || startsStream_) return;
         auto& lines = report_.streams.back();
         const auto before = std::find_if(lines.rbegin(), lines.rend(), [&line](const DaemonLine& each) {
-            return each.kind == Kind::Log && each.thread == line.thread;
+            return each.end == End::None && each.thread == line.thread;
         });
         if (before == lines.rend()) return;
         const int64_t count = std::clamp<int64_t>(fields["count"].get<int64_t>(), 0, kMost);
@@ -131,12 +127,10 @@ void LogReader::addOmission(const LogcatLine& line) {
         lines.insert(lines.end(), repeated.begin(), repeated.end());
         return;
     }
-    const Place place{report_.files.size() - 1, line_};
-    report_.warnings.push_back(nameOf(report_, place) +
-                               ": lines of the daemon are lost: " + std::string(line.text));
+    warn(report_, here(), "lines of the daemon are lost: " + std::string(line.text));
 }
 
-void LogReader::keep(const LogcatLine& line, Kind kind, pid_t process) {
+void LogReader::keep(const LogcatLine& line, End end, pid_t process) {
     if (startsStream_) {
         report_.streams.emplace_back();
         yearOffset_ = 0;
@@ -153,27 +147,20 @@ void LogReader::keep(const LogcatLine& line, Kind kind, pid_t process) {
         if (mayStartStream_ && time < last) report_.streams.emplace_back();
     }
     startsStream_ = mayStartStream_ = false;
-    report_.streams.back().push_back({kind,
-                                      {report_.files.size() - 1, line_},
-                                      time,
-                                      process,
-                                      line.thread,
-                                      line.level,
-                                      std::string(line.tag),
-                                      std::string(line.text)});
+    report_.streams.back().push_back(
+        {end, here(), time, process, line.thread, line.level, std::string(line.tag), std::string(line.text)});
 }
 
 /** Takes a line that no program has logged. */
 void LogReader::addOther(std::string_view text) {
-    if (startsWith(text, "--------- beginning of ") || startsWith(text, "--------- switch to ")) {
+    if (StartsWith(text, "--------- beginning of ") || StartsWith(text, "--------- switch to ")) {
         mayStartStream_ = true;
-    } else if (startsWith(text, "------ ")) {
+    } else if (StartsWith(text, "------ ")) {
         startsStream_ = true;
-        processes_.clear();
+        process_ = 0;
         section_.clear();
     } else if (hasLogLines_ && !text.empty() && text[0] >= '0' && text[0] <= '9' && namesDaemonTag(text)) {
-        const Place place{report_.files.size() - 1, line_};
-        report_.warnings.push_back(nameOf(report_, place) + ": a damaged line of the daemon is left out");
+        warn(report_, here(), "a damaged line of the daemon is left out");
     } else {
         addState(text);
     }
@@ -198,10 +185,9 @@ void LogReader::addState(std::string_view text) {
     if (colon == std::string_view::npos) {
         section_ = text.substr(begin);
     } else {
-        const Place place{report_.files.size() - 1, line_};
         noteServiceState({service_, section_, std::string(text.substr(begin, colon - begin)),
                           std::string(text.substr(colon + 2))},
-                         place, report_);
+                         here(), report_);
     }
 }
 

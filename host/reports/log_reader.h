@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -16,7 +15,7 @@ namespace hidlaudio::host {
 class LogReader {
   public:
     /** `report` must outlive the reader. The report's last file is the one that is read. */
-    explicit LogReader(Report& report);
+    explicit LogReader(Report& report) : report_(report) {}
 
     /** Adds the next line, without its newline. */
     void add(std::string_view text);
@@ -24,12 +23,12 @@ class LogReader {
     bool hasLogLines() const { return hasLogLines_; }
 
   private:
-    void addLogLine(const LogcatLine& line);
+    Place here() const { return {report_.files.size() - 1, line_}; }
     void addEnd(const LogcatLine& line);
     void addOmission(const LogcatLine& line);
     void addOther(std::string_view text);
     void addState(std::string_view text);
-    void keep(const LogcatLine& line, DaemonLine::Kind kind, pid_t process);
+    void keep(const LogcatLine& line, DaemonLine::End end, pid_t process);
 
     Report& report_;
     size_t line_ = 0;
@@ -37,7 +36,7 @@ class LogReader {
     bool startsStream_ = true;
     bool mayStartStream_ = false;  // after the name of a buffer
     int64_t yearOffset_ = 0;
-    std::set<pid_t> processes_;
+    pid_t process_ = 0;  // of the daemon whose lines are read; 0 if it is not known
     std::string service_;
     std::string section_;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "make_scenario.h"
 
+#include <android-base/strings.h>
+
 #include <algorithm>
 #include <iterator>
 #include <optional>
@@ -16,6 +18,8 @@
 namespace hidlaudio::host {
 namespace {
 
+using End = DaemonLine::End;
+
 /** Calls with an argument that is not in the report. */
 struct Assumed {
     size_t count = 0;
@@ -23,7 +27,6 @@ struct Assumed {
     std::string value;  // its argument
 };
 
-/** Makes the scenario of a report. */
 class ScenarioMaker {
   public:
     ScenarioMaker(Report& report, MadeScenario& scenario) : report_(report), scenario_(scenario) {}
@@ -31,7 +34,9 @@ class ScenarioMaker {
     std::string make() {
         if (const std::string problem = mergeStreams(report_, log_); !problem.empty()) return problem;
         const std::vector<RecordedBoot> recorded = readRecordedBoots(report_, notes_);
-        if (log_.lines.empty() && recorded.empty()) return "no line of the daemon hidlaudio in " + allFiles();
+        if (log_.lines.empty() && recorded.empty())
+            return "no line of the daemon hidlaudio in " +
+                   (report_.files.empty() ? "the report" : android::base::Join(report_.files, ", "));
         const ModelFinding model = findModel(log_, report_);
         notes_.hasBackEnd = model.backEnd;
         TvValues values(log_, report_);
@@ -49,34 +54,28 @@ class ScenarioMaker {
         std::set<size_t> sources;
         for (const DaemonLine& line : log_.lines) sources.insert(line.place.file);
         for (const PlacedRecordLine& placed : report_.record) sources.insert(placed.place.file);
-        std::string names;
-        for (const size_t source : sources) names += (names.empty() ? "" : ", ") + report_.files[source];
-        return withoutNewline(names);
-    }
-
-    std::string allFiles() const {
-        std::string names;
-        for (const std::string& name : report_.files) names += (names.empty() ? "" : ", ") + name;
-        return names.empty() ? "the report" : names;
+        std::vector<std::string> names;
+        names.reserve(sources.size());
+        for (const size_t source : sources) names.push_back(report_.files[source]);
+        return withoutNewline(android::base::Join(names, ", "));
     }
 
     std::vector<FoundBoot> findBoots(const std::vector<RecordedBoot>& recorded, TvValues& values) {
         std::vector<FoundBoot> found;
-        std::vector<bool> isUsed(recorded.size());
+        std::set<const RecordedBoot*> used;
         for (const Boot& boot : log_.boots) {
             const auto record = std::find_if(recorded.begin(), recorded.end(), [&](const RecordedBoot& each) {
-                return each.process == boot.process && !isUsed[static_cast<size_t>(&each - recorded.data())];
+                return each.process == boot.process && used.count(&each) == 0;
             });
-            if (record != recorded.end()) isUsed[static_cast<size_t>(record - recorded.begin())] = true;
-            found.push_back(findBoot(boot, record != recorded.end() ? &*record : nullptr, values));
+            const RecordedBoot* const chosen = record != recorded.end() ? &*record : nullptr;
+            used.insert(chosen);
+            found.push_back(findBoot(boot, chosen, values));
         }
-        for (size_t i = 0; i < recorded.size(); ++i) {
-            if (isUsed[i]) continue;
+        for (const RecordedBoot& boot : recorded) {
             if (log_.boots.empty()) {
-                found.push_back(findRecordedBoot(recorded[i]));
-            } else {
-                report_.warnings.push_back(nameOf(report_, recorded[i].place) +
-                                           ": the log has no line of this process; its record is left out");
+                found.push_back(findRecordedBoot(boot));
+            } else if (used.count(&boot) == 0) {
+                warn(report_, boot.place, "the log has no line of this process; its record is left out");
             }
         }
         return found;
@@ -86,7 +85,7 @@ class ScenarioMaker {
         FoundBoot found;
         found.boot = boot;
         found.calls = readCalls(log_, boot, report_);
-        std::vector<std::pair<size_t, std::string>> exits;
+        ClientExits exits;
         if (recorded != nullptr) {
             exits = addRecordedCalls(*recorded, found.calls);
             inferences_.push_back({recorded->place, "calls, clients and arguments are those of the record"});
@@ -95,32 +94,17 @@ class ScenarioMaker {
                 {log_.lines[boot.first].place,
                  std::to_string(overlaps) + " calls overlap in time, so they come from several clients"});
         }
-        AllSurroundings faults = findFaults(log_, boot, found.calls, notes_);
-        found.awaited = std::move(notes_.uploadLines);
-        notes_.uploadLines.clear();
         values.follow(boot, found.calls, found.around);
-        for (auto& [context, lines] : faults) {
-            Surroundings& all = found.around[context];
-            std::move(lines.before.begin(), lines.before.end(), std::back_inserter(all.before));
-            std::move(lines.after.begin(), lines.after.end(), std::back_inserter(all.after));
-        }
-        addDeaths(found, recorded != nullptr, exits);
+        found.awaited = findFaults(log_, boot, found.calls, found.around, notes_);
+        found.kills = findDeaths(log_, boot, found.calls, found.awaited,
+                                 recorded != nullptr ? &exits : nullptr, notes_);
+        addKills(exits, found);
         noteBoot(found);
         return found;
     }
 
-    /** Adds the ends of clients, where the log shows them if it does. */
-    void addDeaths(FoundBoot& found, bool isRecorded,
-                   const std::vector<std::pair<size_t, std::string>>& exits) {
-        std::vector<std::string> names;
-        names.reserve(exits.size());
-        for (const auto& [position, client] : exits) names.push_back(client);
-        found.kills =
-            findDeaths(log_, found.boot, found.calls, found.awaited, isRecorded ? &names : nullptr, notes_);
-        addKills(exits, found);
-    }
-
-    static void addKills(const std::vector<std::pair<size_t, std::string>>& exits, FoundBoot& found) {
+    /** Adds the exits of clients that the log does not show. */
+    static void addKills(const ClientExits& exits, FoundBoot& found) {
         for (const auto& [position, client] : exits) {
             const bool isLogged =
                 std::any_of(found.kills.begin(), found.kills.end(),
@@ -133,7 +117,7 @@ class ScenarioMaker {
     FoundBoot findRecordedBoot(const RecordedBoot& recorded) {
         FoundBoot found;
         found.boot.process = recorded.process;
-        found.boot.end = recorded.hasEnded ? Boot::End::Killed : Boot::End::Unknown;
+        found.boot.end = recorded.hasEnded ? End::Killed : End::None;
         found.boot.endPlace = recorded.place;
         addKills(addRecordedCalls(recorded, found.calls), found);
         for (Call& call : found.calls.calls) noteAssumed(call);
@@ -148,10 +132,10 @@ class ScenarioMaker {
                 {place,
                  "the log has no start of this process; the scenario starts it in the "
                  "state that its first lines show"});
-        if (boot.end != Boot::End::Unknown) {
-            const char* const how = boot.end == Boot::End::Killed ? "was killed" : "ended by itself";
+        if (boot.end != End::None) {
+            const char* const how = boot.end == End::Killed ? "was killed" : "ended by itself";
             inferences_.push_back({boot.endPlace, "the daemon " + std::string(how)});
-        } else if (&boot != &log_.boots.back() && boot.past < log_.lines.size()) {
+        } else if (boot.past < log_.lines.size()) {
             notes_.assumptions.push_back({log_.lines[boot.past - 1].place,
                                           "another process of the daemon follows, so this one was killed"});
         }
@@ -163,7 +147,7 @@ class ScenarioMaker {
             Assumed& assumed = assumed_[call.method + ": " + name];
             if (assumed.count++ > 0) continue;
             assumed.place = call.place;
-            assumed.value = call.arguments[name].dump(-1, ' ', false, Json::error_handler_t::replace);
+            assumed.value = jsonText(call.arguments[name]);
         }
     }
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string_view>
 
-namespace hidlaudio::host {
+#include "host/program/json.h"
 
-using Json = nlohmann::ordered_json;
+namespace hidlaudio::host {
 
 /**
  * Matches the text of a log line. A pattern is the text with fields {NAME:KIND}:

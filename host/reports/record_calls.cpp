@@ -10,10 +10,10 @@ namespace {
 
 using Event = RecordLine::Event;
 
-/** Most calls of the log that are skipped to find that of the record. */
+/** Maximum number of calls of the log that are skipped to find the call of a record. */
 constexpr size_t kWindow = 64;
 
-/** Returns a name for a line of a scenario. */
+/** Returns the name of a program as a client's name in a scenario. */
 std::string cleanName(const std::string& program) {
     std::string name;
     for (const char byte : program.substr(program.rfind('/') + 1)) {
@@ -29,7 +29,7 @@ bool hasObject(const Json& json) {
     return json.is_structured() && std::any_of(json.begin(), json.end(), hasObject);
 }
 
-/** Takes the bytes from the file of bytes if there is one, or else as many zeros. */
+/** Replaces the description of a large vector with its place in the file of bytes, or else with zeros. */
 void resolveBytes(const Report& report, Json& json, std::set<std::string>& assumed, const std::string& name) {
     if (json.is_object() && json.contains("hash") && json.contains("size")) {
         const Json size = json["size"];
@@ -113,7 +113,7 @@ class RecordReader {
         if (process == boot.process) {
             boot.hasEnded = true;
         } else if (withObjects_.erase(process) > 0) {
-            boot.kills.emplace_back(boot.calls.size(), clientOf(process));
+            boot.exits.emplace_back(boot.calls.size(), clientOf(process));
         }
         clients_.erase(process);
     }
@@ -136,7 +136,7 @@ class RecordReader {
     std::set<pid_t> withObjects_;
 };
 
-/** Takes over what the record has of a call of the log. */
+/** Completes a call of the log with the values of the record. */
 void complete(Call& logged, const Call& recorded) {
     logged.interface = recorded.interface;
     logged.arguments = recorded.arguments;
@@ -152,7 +152,7 @@ std::vector<RecordedBoot> readRecordedBoots(const Report& report, FaultNotes& no
     return RecordReader(report, notes).read();
 }
 
-std::vector<std::pair<size_t, std::string>> addRecordedCalls(const RecordedBoot& recorded, BootCalls& calls) {
+ClientExits addRecordedCalls(const RecordedBoot& recorded, BootCalls& calls) {
     std::vector<Call> merged;
     std::vector<int> moved;  // new index of each call of the log
     std::vector<size_t> positions{0};
@@ -180,11 +180,9 @@ std::vector<std::pair<size_t, std::string>> addRecordedCalls(const RecordedBoot&
     calls.calls = std::move(merged);
     for (int& owner : calls.owners)
         if (owner >= 0) owner = moved[static_cast<size_t>(owner)];
-    std::vector<std::pair<size_t, std::string>> kills;
-    kills.reserve(recorded.kills.size());
-    for (const auto& [before, client] : recorded.kills)
-        kills.emplace_back(positions[std::min(before, positions.size() - 1)], client);
-    return kills;
+    ClientExits exits = recorded.exits;
+    for (auto& [before, client] : exits) before = positions[before];
+    return exits;
 }
 
 }  // namespace hidlaudio::host

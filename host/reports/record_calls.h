@@ -4,8 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "calls.h"
-#include "faults.h"
+#include "deaths.h"
 
 namespace hidlaudio::host {
 
@@ -14,7 +13,7 @@ struct RecordedBoot {
     pid_t process = 0;
     Place place;
     std::vector<Call> calls;
-    std::vector<std::pair<size_t, std::string>> kills;  // number of calls before it, and the client
+    ClientExits exits;
     bool hasEnded = false;
 };
 
@@ -23,8 +22,8 @@ std::vector<RecordedBoot> readRecordedBoots(const Report& report, FaultNotes& no
 
 /**
  * Gives the calls of the log the clients and arguments of the record, and adds the calls that only the record
- * has. Returns the ends of clients, each with the number of the calls before it.
+ * has. Returns the exits of clients, each with its place among these calls.
  */
-std::vector<std::pair<size_t, std::string>> addRecordedCalls(const RecordedBoot& recorded, BootCalls& calls);
+ClientExits addRecordedCalls(const RecordedBoot& recorded, BootCalls& calls);
 
 }  // namespace hidlaudio::host

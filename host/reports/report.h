@@ -32,9 +32,9 @@ constexpr Place kNowhere{SIZE_MAX, 0};
 
 /** A line that the daemon has logged, or a line of another program about the end of the daemon. */
 struct DaemonLine {
-    enum class Kind { Log, Killed, Ended, Crashed };
+    enum class End { None, Killed, Ended, Crashed };
 
-    Kind kind = Kind::Log;
+    End end = End::None;  // None: the daemon has logged the line
     Place place;
     int64_t time = kNoTime;
     pid_t process = 0;
@@ -50,7 +50,6 @@ struct FinalValue {
     Place place;
 };
 
-/** A line of a record with its place. */
 struct PlacedRecordLine {
     RecordLine line;
     Place place;
@@ -63,13 +62,16 @@ struct Report {
     std::vector<PlacedRecordLine> record;
     std::map<std::string, FinalValue> contents;  // contents of files of the TV, by their path on the TV
     std::map<std::string, FinalValue> facts;     // "back_end", "centre_input", "centre_synchronized": 0 or 1
-    std::map<std::string, std::string>
-        bytes;  // path of the file with the bytes of the record, by its new name
+    // Path of the file with the bytes of the record, by its name beside the scenario.
+    std::map<std::string, std::string> bytes;
     std::vector<std::string> warnings;
 };
 
 /** Returns "FILE:LINE", or "FILE" for a whole file. */
 std::string nameOf(const Report& report, const Place& place);
+
+/** Adds a warning about a place. */
+void warn(Report& report, const Place& place, const std::string& text);
 
 /** Returns whether the tag is one of those with which the daemon's services log. */
 bool isDaemonTag(std::string_view tag);

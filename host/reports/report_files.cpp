@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "report_files.h"
 
+#include <android-base/strings.h>
 #include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -13,7 +14,7 @@
 #include <functional>
 #include <iterator>
 
-#include "host/program/parse_json.h"
+#include "host/program/json.h"
 #include "log_reader.h"
 #include "pattern.h"
 #include "service_state.h"
@@ -22,6 +23,8 @@ namespace hidlaudio::host {
 namespace {
 
 namespace fs = std::filesystem;
+using android::base::EndsWith;
+using android::base::StartsWith;
 
 constexpr size_t kPiece = 1 << 20;
 /** Part of a file from which its kind is recognized. */
@@ -33,7 +36,7 @@ constexpr size_t kLargestWhole = 64 << 20;
 constexpr const char* kTvFiles[] = {kCalibrationFile,   kEnabledFile,
                                     kBitstreamModeFile, kTuningFile,
                                     kGainFile,          "/soc/audio_decoder/channel_main_delay_sp"};
-/** Files below a folder of the TV of which each is a value. */
+/** Files of a virtual TV that are not read. */
 constexpr std::string_view kIgnoredSuffixes[] = {"/log/audio_hal.log", "/soc/eeprom.bin",
                                                  "/soc/bectrl/custom_spec.log"};
 
@@ -41,96 +44,79 @@ constexpr std::string_view kIgnoredSuffixes[] = {"/log/audio_hal.log", "/soc/eep
 constexpr std::string_view kBytesSuffix = ".bytes";
 constexpr char kBytesName[] = "record.bytes";
 
-enum class FileKind { Log, Record, Json, Binary };
-
-bool endsWith(std::string_view text, std::string_view end) {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
 /** Returns the path on the TV of a copied file, or "". A file of the data folder is known by its name. */
 std::string tvPathOf(const std::string& name) {
     for (const char* const path : kTvFiles) {
         const std::string_view full(path);
         const std::string_view base = full.substr(full.rfind('/'));
-        if (endsWith("/" + name, full) || (base.find(".data") != base.npos && endsWith("/" + name, base)))
+        if (EndsWith("/" + name, full) || (base.find(".data") != base.npos && EndsWith("/" + name, base)))
             return path;
     }
     const size_t config = ("/" + name).rfind(kConfigFolder);
     return config == std::string::npos ? "" : ("/" + name).substr(config);
 }
 
-FileKind kindOf(std::string_view head) {
-    if (head.find('\0') != std::string_view::npos) return FileKind::Binary;
+bool isBinary(std::string_view head) {
+    if (head.find('\0') != std::string_view::npos) return true;
     const auto strange = std::count_if(head.begin(), head.end(), [](char byte) {
         const auto code = static_cast<unsigned char>(byte);
         return (code < ' ' && code != '\n' && code != '\r' && code != '\t' && code != 27) || code == 127;
     });
-    if (static_cast<size_t>(strange) > head.size() / 100) return FileKind::Binary;
-    const size_t first = head.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos || head[first] != '{') return FileKind::Log;
-    const std::string_view line = head.substr(first, head.find('\n', first) - first);
-    return line.find("\"event\"") != std::string_view::npos ? FileKind::Record : FileKind::Json;
+    return static_cast<size_t>(strange) > head.size() / 100;
 }
 
-/** Splits pieces of a file into lines. A line that is longer than a piece is cut. */
-class LineSplitter {
-  public:
-    template <typename Take>
-    void add(std::string_view piece, const Take& take) {
-        for (;;) {
-            const size_t end = piece.find('\n');
-            if (end == std::string_view::npos) break;
-            if (rest_.empty()) {
-                take(piece.substr(0, end));
-            } else {
-                rest_.append(piece.substr(0, end));
-                take(std::string_view(rest_));
-                rest_.clear();
-            }
-            piece.remove_prefix(end + 1);
-        }
-        if (rest_.size() < kPiece) rest_.append(piece);
-    }
-    template <typename Take>
-    void finish(const Take& take) {
-        if (!rest_.empty()) take(std::string_view(rest_));
-    }
-
-  private:
-    std::string rest_;
-};
-
-void addRecordLine(std::string_view text, size_t number, Report& report) {
-    PlacedRecordLine placed{{}, {report.files.size() - 1, number}};
-    const std::string problem = parseRecordLine(std::string(text), placed.line);
-    if (problem.empty()) {
-        report.record.push_back(std::move(placed));
-    } else if (!text.empty()) {
-        report.warnings.push_back(nameOf(report, placed.place) + ": " + problem);
-    }
+/** Returns the first line of JSON, or "" if the text is not JSON. */
+std::string_view firstJsonLine(std::string_view head) {
+    const size_t first = std::min(head.find_first_not_of(" \t\r\n"), head.size());
+    head.remove_prefix(first);
+    return head.substr(0, StartsWith(head, "{") ? head.find('\n') : 0);
 }
 
-/** Source of the pieces of a file. */
+/** Returns the next piece of a file, or "" at its end. */
 using NextPiece = std::function<std::string_view()>;
 
+/** Passes on the lines of a file of which `piece` is the first piece. A line that exceeds a piece is cut. */
+void forEachLine(std::string_view piece, const NextPiece& next,
+                 const std::function<void(std::string_view line)>& take) {
+    std::string line;
+    for (; !piece.empty(); piece = next()) {
+        for (size_t end = piece.find('\n'); end != piece.npos; end = piece.find('\n')) {
+            take(line.append(piece.substr(0, end)));
+            line.clear();
+            piece.remove_prefix(end + 1);
+        }
+        if (line.size() < kPiece) line.append(piece);
+    }
+    if (!line.empty()) take(line);
+}
+
+/** Returns the content of a file of which `piece` is the first piece, up to the piece that exceeds `limit`.
+ */
+std::string wholeContent(std::string_view piece, const NextPiece& next, size_t limit) {
+    std::string content;
+    for (; !piece.empty() && content.size() < limit; piece = next()) content += piece;
+    return content;
+}
+
 bool readLog(std::string_view head, const NextPiece& next, Report& report) {
-    const size_t streams = report.streams.size();
-    const size_t known = report.facts.size() + report.contents.size();
+    const auto known = [&report] {
+        return report.streams.size() + report.facts.size() + report.contents.size();
+    };
+    const size_t before = known();
     LogReader reader(report);
-    LineSplitter splitter;
-    const auto take = [&reader](std::string_view line) { reader.add(line); };
-    for (std::string_view piece = head; !piece.empty(); piece = next()) splitter.add(piece, take);
-    splitter.finish(take);
-    return report.streams.size() > streams || report.facts.size() + report.contents.size() > known ||
-           reader.hasLogLines();
+    forEachLine(head, next, [&reader](std::string_view line) { reader.add(line); });
+    return known() > before || reader.hasLogLines();
 }
 
 void readRecord(std::string_view head, const NextPiece& next, Report& report) {
-    size_t number = 0;
-    LineSplitter splitter;
-    const auto take = [&](std::string_view line) { addRecordLine(line, ++number, report); };
-    for (std::string_view piece = head; !piece.empty(); piece = next()) splitter.add(piece, take);
-    splitter.finish(take);
+    Place place{report.files.size() - 1, 0};
+    forEachLine(head, next, [&](std::string_view text) {
+        ++place.line;
+        PlacedRecordLine placed{{}, place};
+        const std::string problem = parseRecordLine(std::string(text), placed.line);
+        if (problem.empty()) report.record.push_back(std::move(placed));
+        if (!problem.empty() && !text.empty()) warn(report, place, problem);
+    });
 }
 
 /** Adds the logs in a dump. Each is an array of lines. */
@@ -139,9 +125,7 @@ void readLogsOf(const Json& dump, Report& report) {
     const std::string file = report.files.back();
     for (const auto& [name, lines] : dump["logs"].items()) {
         if (!lines.is_array()) continue;
-        std::string named = file;
-        named.append(" logs/").append(name);
-        report.files.push_back(named);
+        report.files.push_back(file + " logs/" + name);
         LogReader reader(report);
         for (const Json& line : lines)
             if (line.is_string()) reader.add(line.get_ref<const std::string&>());
@@ -149,10 +133,7 @@ void readLogsOf(const Json& dump, Report& report) {
 }
 
 bool readJson(std::string_view head, const NextPiece& next, Report& report) {
-    std::string text;
-    for (std::string_view piece = head; !piece.empty() && text.size() < kLargestWhole; piece = next())
-        text += piece;
-    const Json json = parseJson(text);
+    const Json json = parseJson(wholeContent(head, next, kLargestWhole));
     if (!json.is_object()) return false;
     const Place place{report.files.size() - 1, 0};
     if (noteModel(json, place, report)) return true;
@@ -162,28 +143,20 @@ bool readJson(std::string_view head, const NextPiece& next, Report& report) {
     return true;
 }
 
-/** Reads a file of which `head` is the first piece. Returns whether something in it is known. */
+/** Reads a file of which `head` is the first piece. Returns false if it has an unknown content. */
 bool readPieces(const std::string& name, std::string_view head, const NextPiece& next, Report& report) {
     report.files.push_back(name);
     if (const std::string path = tvPathOf(name); !path.empty()) {
-        std::string content(head);
-        for (std::string_view piece = next(); !piece.empty() && content.size() < kPiece; piece = next())
-            content += piece;
-        report.contents[path] = {content, {report.files.size() - 1, 0}};
+        report.contents[path] = {wholeContent(head, next, kPiece), {report.files.size() - 1, 0}};
         return true;
     }
-    switch (kindOf(head.substr(0, kHead))) {
-        case FileKind::Log:
-            return readLog(head, next, report);
-        case FileKind::Record:
-            readRecord(head, next, report);
-            return true;
-        case FileKind::Json:
-            return readJson(head, next, report);
-        case FileKind::Binary:
-            return false;
-    }
-    return false;
+    const std::string_view begin = head.substr(0, kHead);
+    if (isBinary(begin)) return false;
+    const std::string_view json = firstJsonLine(begin);
+    if (json.empty()) return readLog(head, next, report);
+    if (json.find("\"event\"") == json.npos) return readJson(head, next, report);
+    readRecord(head, next, report);
+    return true;
 }
 
 std::string unknownContent(const std::string& name) {
@@ -192,7 +165,7 @@ std::string unknownContent(const std::string& name) {
 
 /** Reads one file. Sets `isKnown`. Returns an error message, or "". */
 std::string readFile(const std::string& path, bool& isKnown, Report& report) {
-    if (endsWith(path, kBytesSuffix)) {
+    if (EndsWith(path, kBytesSuffix)) {
         isKnown = true;
         report.bytes[kBytesName] = path;
         return "";
@@ -202,10 +175,7 @@ std::string readFile(const std::string& path, bool& isKnown, Report& report) {
     std::string buffer(kPiece, '\0');
     int error = 0;
     const NextPiece next = [&]() -> std::string_view {
-        ssize_t count = 0;
-        do {
-            count = read(fd.get(), buffer.data(), buffer.size());
-        } while (count < 0 && errno == EINTR);
+        const ssize_t count = TEMP_FAILURE_RETRY(read(fd.get(), buffer.data(), buffer.size()));
         if (count < 0) error = errno;
         return {buffer.data(), static_cast<size_t>(std::max<ssize_t>(count, 0))};
     };
@@ -213,7 +183,7 @@ std::string readFile(const std::string& path, bool& isKnown, Report& report) {
     return error == 0 ? "" : path + ": " + strerror(error);
 }
 
-/** Returns the files below a folder, sorted. Files of the virtual TV that say nothing are left out. */
+/** Returns the sorted files below a folder, without those of kIgnoredSuffixes. */
 std::vector<std::string> filesBelow(const std::string& folder) {
     std::vector<std::string> files;
     std::error_code error;
@@ -224,7 +194,7 @@ std::vector<std::string> filesBelow(const std::string& folder) {
         const std::string path = each->path().string();
         const bool isIgnored =
             std::any_of(std::begin(kIgnoredSuffixes), std::end(kIgnoredSuffixes),
-                        [&path](std::string_view suffix) { return endsWith(path, suffix); });
+                        [&path](std::string_view suffix) { return EndsWith(path, suffix); });
         if (each->is_regular_file(ignored) && !each->is_symlink(ignored) && !isIgnored) files.push_back(path);
     }
     std::sort(files.begin(), files.end());

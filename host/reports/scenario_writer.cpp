@@ -11,7 +11,6 @@
 namespace hidlaudio::host {
 namespace {
 
-/** Writes the lines of the scenario. */
 class ScenarioWriter {
   public:
     ScenarioWriter(const DaemonLog& log, MadeScenario& scenario) : log_(log), scenario_(scenario) {}
@@ -53,7 +52,7 @@ class ScenarioWriter {
         size_t kill = 0;
     };
 
-    /** Adds what happens before a line of the log. */
+    /** Adds the kills and awaited lines before a line of the log. */
     void addEvents(const FoundBoot& found, size_t line, Position& next) {
         for (; next.kill < found.kills.size() && found.kills[next.kill].line <= line; ++next.kill) {
             next.awaited = addAwaits(found, next.awaited, found.kills[next.kill].line);
@@ -77,7 +76,7 @@ class ScenarioWriter {
     void addCall(const Call& call) {
         std::string line = "client " + call.client + " " + interfaceOf(call) + "." + call.method;
         const Json arguments = argumentsOf(call);
-        if (!arguments.empty()) line += " " + arguments.dump(-1, ' ', false, Json::error_handler_t::replace);
+        if (!arguments.empty()) line += " " + jsonText(arguments);
         line += variableOf(call);
         if (call.isInBackground) line += " &";
         add(line);
@@ -88,8 +87,7 @@ class ScenarioWriter {
 
     static std::string answerOf(const Call& call) {
         if (!call.hasEnded) return ", whose end is not logged";
-        return call.results.empty() ? ""
-                                    : " " + call.results.dump(-1, ' ', false, Json::error_handler_t::replace);
+        return call.results.empty() ? "" : " " + jsonText(call.results);
     }
 
     static std::string interfaceOf(const Call& call) {
@@ -121,8 +119,8 @@ class ScenarioWriter {
     }
 
     void addEnd(const Boot& boot, bool isLast) {
-        if (boot.end == Boot::End::Killed || (boot.end == Boot::End::Unknown && !isLast))
-            add("kill hidlaudio");
+        using End = DaemonLine::End;
+        if (boot.end == End::Killed || (boot.end == End::None && !isLast)) add("kill hidlaudio");
     }
 
     const DaemonLog& log_;

@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "host/program/hex.h"
 #include "host/program/parse_number.h"
 
 namespace hidlaudio::host {
@@ -12,7 +13,7 @@ constexpr char kDaemonFolder[] = "/data/vendor/tovi/hidlaudio/";
 
 enum class Use { Fact, Byte, Word };
 
-/** An item that says something about the TV. */
+/** An item that shows a fact about the TV or the content of a file. */
 struct ItemRow {
     const char* service;
     const char* section;
@@ -28,16 +29,6 @@ constexpr ItemRow kItems[] = {
     {"AcousticCalibration", "persisted", "enabled", Use::Byte, kEnabledFile},
     {"OutputExternal", "persisted", "bitstream_output_mode", Use::Word, kBitstreamModeFile},
 };
-
-std::optional<std::string> fromHex(const std::string& digits) {
-    std::string bytes;
-    for (size_t i = 0; i + 1 < digits.size(); i += 2) {
-        const auto byte = parseNumber<uint8_t>(std::string_view(digits).substr(i, 2), 16);
-        if (!byte) return std::nullopt;
-        bytes += static_cast<char>(*byte);
-    }
-    return digits.size() % 2 == 0 ? std::optional(bytes) : std::nullopt;
-}
 
 /** Adds the text, or the object {"hex": DIGITS}, as the content of a file. */
 void noteContent(const std::string& path, const Json& content, const Place& place, Report& report) {
@@ -98,12 +89,9 @@ void noteServiceState(const ServiceItem& item, const Place& place, Report& repor
             report.facts.try_emplace(row.target, FinalValue{item.value == "true" ? "1" : "0", place});
             continue;
         }
-        const auto number = parseNumber<int32_t>(item.value);
-        if (!number) continue;
-        std::string bytes;
-        for (int i = 0; i < (row.use == Use::Byte ? 1 : 4); ++i)
-            bytes += static_cast<char>(static_cast<uint32_t>(*number) >> (8 * i));
-        report.contents.try_emplace(row.target, FinalValue{bytes, place});
+        if (const auto number = parseNumber<int32_t>(item.value))
+            report.contents.try_emplace(
+                row.target, FinalValue{littleEndian(*number, row.use == Use::Byte ? 1 : 4), place});
     }
 }
 
@@ -125,6 +113,12 @@ bool noteModel(const Json& model, const Place& place, Report& report) {
     if (centre.is_boolean())
         report.facts.try_emplace("centre_input", FinalValue{centre.get<bool>() ? "1" : "0", place});
     return true;
+}
+
+std::string littleEndian(int32_t number, size_t size) {
+    std::string bytes;
+    for (size_t i = 0; i < size; ++i) bytes += static_cast<char>(static_cast<uint32_t>(number) >> (8 * i));
+    return bytes;
 }
 
 }  // namespace hidlaudio::host

@@ -16,13 +16,16 @@ struct ServiceItem {
     std::string value;  // "true", "7"
 };
 
-/** Adds what the item says about the TV to the report. Other items are ignored. */
+/** Adds the fact or file that the item shows to the report. Ignores other items. */
 void noteServiceState(const ServiceItem& item, const Place& place, Report& report);
 
 /** Adds the states of the services, and the TV's files, from the JSON text of `audioctl dump`. */
 void noteDump(const Json& dump, const Place& place, Report& report);
 
-/** Adds the model from the content of tv.json. Returns false if the object is none. */
+/** Adds the model from the content of tv.json. Returns false if the object has no model. */
 bool noteModel(const Json& model, const Place& place, Report& report);
+
+/** Returns the lowest `size` bytes of a number, the lowest one first, as the daemon stores it. */
+std::string littleEndian(int32_t number, size_t size);
 
 }  // namespace hidlaudio::host

@@ -8,7 +8,9 @@
 #include <iterator>
 #include <string_view>
 
+#include "host/program/hex.h"
 #include "host/program/parse_number.h"
+#include "service_state.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -39,7 +41,7 @@ constexpr std::pair<const char*, const char*> kFactoryValues[] = {
 };
 
 enum class Form { Line, Byte, Word, Missing };
-/** `Cut`: a read has met the end of the file, or a write has failed. */
+/** `Cut`: a read has reached the end of the file, or a write has failed. */
 enum class Access { Read, Write, Cut };
 
 /** A line that shows a value. */
@@ -113,13 +115,6 @@ constexpr ModelRow kModels[] = {
 };
 // clang-format on
 
-std::string contentOf(Form form, int64_t number) {
-    std::string bytes;
-    const auto word = static_cast<uint32_t>(number);
-    for (int i = 0; i < (form == Form::Byte ? 1 : 4); ++i) bytes += static_cast<char>(word >> (8 * i));
-    return bytes;
-}
-
 /** Returns the content of the file that a line shows, or `std::nullopt`. */
 std::optional<std::string> contentOf(const ValueRow& row, const DaemonLine& line) {
     Json fields;
@@ -129,17 +124,8 @@ std::optional<std::string> contentOf(const ValueRow& row, const DaemonLine& line
     const Json& value = fields["value"];
     if (row.form == Form::Line) return (value.is_string() ? value.get<std::string>() : value.dump()) + "\n";
     const auto number = value.get<int64_t>();
-    return number < 0 ? std::nullopt : std::optional(contentOf(row.form, number));
-}
-
-std::string toHex(const std::string& bytes) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string digits;
-    for (const char byte : bytes) {
-        digits += kDigits[static_cast<unsigned char>(byte) >> 4];
-        digits += kDigits[static_cast<unsigned char>(byte) & 15];
-    }
-    return digits;
+    if (number < 0) return std::nullopt;
+    return littleEndian(static_cast<int32_t>(number), row.form == Form::Byte ? 1 : 4);
 }
 
 std::string lineFor(const std::string& path, const std::string& content) {
@@ -161,6 +147,15 @@ std::string factoryValue(const std::string& path) {
 constexpr size_t kRecordSize = 140;
 constexpr size_t kBands = 31;
 
+/** Returns the daemon's file of calibration results with a front-left channel of this level in dB. */
+std::string calibrationFileOf(float level) {
+    std::string content(kRecordSize + 8, '\0');
+    content.replace(0, 2, "FL");
+    memcpy(&content[8], &level, sizeof(level));
+    content[kRecordSize] = 1;
+    return content;
+}
+
 float floatAt(const std::string& content, size_t offset) {
     float value = 0;
     memcpy(&value, content.data() + offset, sizeof(value));
@@ -174,6 +169,18 @@ Json jsonOf(float value) {
     return Json::parse(text, nullptr, false);
 }
 
+/** Returns whether a content of the report can be written by a line of the scenario. */
+bool isUsable(const std::string& path, const std::string& content) {
+    constexpr char kPlain[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./";
+    // A path must not lead out of the folder of the TV.
+    const bool isInside = path.find_first_not_of(kPlain) == std::string::npos && path[0] == '/' &&
+                          path.find("..") == std::string::npos;
+    if (content.empty() || !isInside) return false;
+    if (path.find(kConfigFolder) != 0) return true;
+    return content.back() == '\n' &&
+           parseNumber<int32_t>(std::string_view(content).substr(0, content.size() - 1));
+}
+
 void findCentre(const DaemonLog& log, const Report& report, ModelFinding& model) {
     const std::tuple<const char*, const char*, bool*> kFlags[] = {
         {"[isCenterSpeakerInputAvailable] Return: {value:b}", "centre_input", &model.centreInput},
@@ -185,18 +192,19 @@ void findCentre(const DaemonLog& log, const Report& report, ModelFinding& model)
             std::find_if(log.lines.begin(), log.lines.end(), [&, text = pattern](const DaemonLine& each) {
                 return each.tag == "hidlaudio" && matchPattern(text, each.text, fields);
             });
-        const auto known = report.facts.find(fact);
+        std::optional<Place> place;
         if (line != log.lines.end()) {
             *flag = fields["value"].get<bool>();
-            model.notes.push_back({line->place, std::string(fact) + ": " + (*flag ? "yes" : "no")});
-        } else if (known != report.facts.end()) {
+            place = line->place;
+        } else if (const auto known = report.facts.find(fact); known != report.facts.end()) {
             *flag = known->second.value == "1";
-            model.notes.push_back({known->second.place, std::string(fact) + ": " + (*flag ? "yes" : "no")});
+            place = known->second.place;
         } else {
             *flag = std::string_view(fact) == "centre_synchronized" && model.centreInput;
-            model.assumptions.push_back(
-                {kNowhere, std::string("nothing shows ") + fact + ": " + (*flag ? "yes" : "no")});
         }
+        const std::string text = std::string(fact) + (*flag ? ": yes" : ": no");
+        if (place) model.notes.push_back({*place, text});
+        if (!place) model.assumptions.push_back({kNowhere, "nothing shows " + text});
     }
 }
 
@@ -204,34 +212,26 @@ void findCentre(const DaemonLog& log, const Report& report, ModelFinding& model)
 
 ModelFinding findModel(const DaemonLog& log, const Report& report) {
     ModelFinding model;
-    const auto known = report.facts.find("back_end");
-    const ModelRow* sign = nullptr;
-    const DaemonLine* where = nullptr;
-    for (const DaemonLine& line : log.lines) {
-        const auto* const found =
-            std::find_if(std::begin(kModels), std::end(kModels), [&line](const ModelRow& row) {
-                return line.tag == row.tag && matchPattern(row.pattern, line.text);
-            });
-        if (found == std::end(kModels)) continue;
-        sign = found;
-        where = &line;
-        break;
-    }
-    if (known != report.facts.end()) {
+    std::optional<Place> place;
+    if (const auto known = report.facts.find("back_end"); known != report.facts.end()) {
         model.backEnd = known->second.value == "1";
-        model.notes.push_back(
-            {known->second.place, model.backEnd ? "the model is be" : "the model is standard"});
-    } else if (sign != nullptr) {
-        model.backEnd = sign->backEnd;
-        model.notes.push_back({where->place, model.backEnd ? "the model is be" : "the model is standard"});
-    } else {
-        model.assumptions.push_back({kNowhere, "nothing shows the model of the TV: be"});
+        place = known->second.place;
     }
+    for (size_t i = 0; i < log.lines.size() && !place; ++i) {
+        const DaemonLine& line = log.lines[i];
+        const auto* const row =
+            std::find_if(std::begin(kModels), std::end(kModels), [&line](const ModelRow& each) {
+                return line.tag == each.tag && matchPattern(each.pattern, line.text);
+            });
+        if (row == std::end(kModels)) continue;
+        model.backEnd = row->backEnd;
+        place = line.place;
+    }
+    if (place) model.notes.push_back({*place, model.backEnd ? "the model is be" : "the model is standard"});
+    if (!place) model.assumptions.push_back({kNowhere, "nothing shows the model of the TV: be"});
     findCentre(log, report, model);
     return model;
 }
-
-TvValues::TvValues(const DaemonLog& log, const Report& report) : log_(log), report_(report) {}
 
 void TvValues::follow(const Boot& boot, BootCalls& calls, AllSurroundings& surroundings) {
     for (size_t i = boot.first; i < boot.past; ++i) {
@@ -268,7 +268,7 @@ void TvValues::noteRead(const std::string& path, const std::string& content, con
     const auto found = current_.find(path);
     const bool isFirst = found == current_.end();
     if (!isFirst && found->second == content) return;
-    if (!isFirst && path == kEnabledFile && content == contentOf(Form::Byte, 0)) {
+    if (!isFirst && path == kEnabledFile && content == littleEndian(0, 1)) {
         // An empty file is read as 0. The daemon creates the file of the switch if it does not exist.
         if (found->second.empty()) return;
         if (found->second == kMissing) {
@@ -294,30 +294,18 @@ void TvValues::noteWritten(const std::string& path, const std::string& content) 
     written_[path] = true;
 }
 
-/** Notes what a successful call has stored without a line that has the value. */
+/** Notes the values that a successful call has stored and not logged. */
 void TvValues::noteEffects(Call& call) {
     if (call.method == "setCalibratedData" && call.hasEnded) written_[kCalibrationFile] = true;
     if (call.method == "setCalibratedData") current_.try_emplace(kCalibrationFile, "");
     if (integerOf(call.results, "result", -1) != 0) return;
     if (call.method == "setEnabled") {
-        noteWritten(kEnabledFile, contentOf(Form::Byte, call.arguments["enable"] == true ? 1 : 0));
+        noteWritten(kEnabledFile, littleEndian(call.arguments["enable"] == true ? 1 : 0, 1));
     } else if (call.method == "setMicGain" && call.arguments["scale"].is_number()) {
         char text[64];
         snprintf(text, sizeof(text), "%f\n", call.arguments["scale"].get<double>());
         noteWritten(kGainFile, text);
     }
-}
-
-/** Returns whether a content of the report can be written by a line of the scenario. */
-bool isUsable(const std::string& path, const std::string& content) {
-    constexpr char kPlain[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./";
-    // A path must not lead out of the folder of the TV.
-    const bool isInside = path.find_first_not_of(kPlain) == std::string::npos && path[0] == '/' &&
-                          path.find("..") == std::string::npos;
-    if (content.empty() || !isInside) return false;
-    if (path.find(kConfigFolder) != 0) return true;
-    return content.back() == '\n' &&
-           parseNumber<int32_t>(std::string_view(content).substr(0, content.size() - 1));
 }
 
 std::vector<std::string> TvValues::initialLines() {
@@ -364,14 +352,6 @@ Json calibrationOf(const std::string& content) {
                         {"delay", jsonOf(floatAt(content, offset + 12))}});
     }
     return data;
-}
-
-std::string calibrationFileOf(float level) {
-    std::string content(kRecordSize + 8, '\0');
-    content.replace(0, 2, "FL");
-    memcpy(&content[8], &level, sizeof(level));
-    content[kRecordSize] = 1;
-    return content;
 }
 
 }  // namespace hidlaudio::host

@@ -16,8 +16,8 @@ struct ModelFinding {
     bool backEnd = true;
     bool centreInput = false;
     bool centreSynchronized = false;
-    std::vector<Note> notes;        // what shows the model
-    std::vector<Note> assumptions;  // what does not
+    std::vector<Note> notes;        // lines and files that show it
+    std::vector<Note> assumptions;  // parts that nothing shows
 };
 
 ModelFinding findModel(const DaemonLog& log, const Report& report);
@@ -25,16 +25,15 @@ ModelFinding findModel(const DaemonLog& log, const Report& report);
 /** Values of the TV: the configuration store, the kept files and the parameters of the audio HAL. */
 class TvValues {
   public:
-    TvValues(const DaemonLog& log, const Report& report);
+    TvValues(const DaemonLog& log, const Report& report) : log_(log), report_(report) {}
 
     /**
-     * Follows the values through the lines of a boot. Adds the lines that change a value where the log shows
-     * that something else has changed it.
+     * Follows the values through the lines of a boot. Adds lines that change a value if the log shows that
+     * another program has changed it.
      */
     void follow(const Boot& boot, BootCalls& calls, AllSurroundings& surroundings);
 
-    /** Returns the lines that set the values before the first start, for use after all boots were followed.
-     */
+    /** Returns the lines that set the values before the first start. Follow all boots first. */
     std::vector<std::string> initialLines();
 
     std::vector<Note> notes;
@@ -59,8 +58,5 @@ class TvValues {
 
 /** Returns the channels in the daemon's file of calibration results, as the arguments of a call. */
 Json calibrationOf(const std::string& content);
-
-/** Returns the daemon's file with a front-left channel of this level in dB. */
-std::string calibrationFileOf(float level);
 
 }  // namespace hidlaudio::host

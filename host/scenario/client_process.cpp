@@ -7,14 +7,13 @@
 #include <unistd.h>
 
 #include "client/exit_status.h"
+#include "host/program/hex.h"
 #include "host/python/native/passed_descriptor.h"
 #include "host/tv_control/processes/programs.h"
-#include "host/tv_control/state/tv_state.h"
 
 namespace hidlaudio::host {
 namespace {
 
-using Json = nlohmann::ordered_json;
 using python::Channel;
 
 constexpr char kClientProgram[] = "hidl_client";
@@ -30,7 +29,7 @@ Json readable(const Json& value) {
 }
 
 std::string textOf(const Json& value) {
-    return readable(value).dump(-1, ' ', false, Json::error_handler_t::replace);
+    return jsonText(readable(value));
 }
 
 LineOutcome outcomeOf(const Json& reply) {

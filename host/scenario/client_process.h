@@ -28,8 +28,8 @@ struct LineOutcome {
 /**
  * A process that makes the HIDL calls of one client of a scenario. Its callbacks answer at once with zeros.
  *
- * call() is for one thread at a time; the other functions may be called from any thread. Do not destroy the
- * object during call(); kill() ends a call that does not return.
+ * Only one thread at a time may use call(). The other functions may be called from any thread. Do not destroy
+ * the object during call(); kill() ends a call that does not return.
  */
 class ClientProcess {
   public:
@@ -45,8 +45,7 @@ class ClientProcess {
      * Makes a call with `arguments` in place of those of `call`, and waits for its answer. The output is the
      * JSON object of the results, which is also stored in `results`.
      */
-    LineOutcome call(const ScenarioCall& call, const nlohmann::ordered_json& arguments,
-                     nlohmann::ordered_json& results);
+    LineOutcome call(const ScenarioCall& call, const Json& arguments, Json& results);
 
     void kill();
 
@@ -54,8 +53,6 @@ class ClientProcess {
     std::vector<std::string> callbacks() const;
 
   private:
-    using Json = nlohmann::ordered_json;
-
     bool openChannel();
     void acceptChannels();
     void serveCallbacks(python::Channel& channel);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "run_log.h"
 
+#include <android-base/strings.h>
+
 #include <fstream>
 #include <map>
 #include <regex>
@@ -10,16 +12,12 @@
 namespace hidlaudio::host {
 namespace {
 
+using android::base::StringReplace;
+
 const std::regex& duration() {
     // With limits, because std::regex calls itself for each character and could run out of stack.
     static const std::regex pattern(R"(\d{1,18}(\.\d{1,18})?(e-\d{1,3})? (s|ms|MiB/s)\b)");
     return pattern;
-}
-
-std::string replaceAll(std::string text, const std::string& before, const std::string& after) {
-    for (size_t at = text.find(before); at != std::string::npos; at = text.find(before, at + after.size()))
-        text.replace(at, before.size(), after);
-    return text;
 }
 
 bool isWarning(char level) {
@@ -29,7 +27,7 @@ bool isWarning(char level) {
 }  // namespace
 
 std::string withoutVariations(const std::string& text, const std::string& folder) {
-    return std::regex_replace(replaceAll(text, folder + "/tv", ""), duration(), "some $3");
+    return std::regex_replace(StringReplace(text, folder + "/tv", "", true), duration(), "some $3");
 }
 
 std::vector<std::string> warningsIn(const std::string& path, const std::string& folder) {
@@ -40,7 +38,7 @@ std::vector<std::string> warningsIn(const std::string& path, const std::string& 
         if (!parseLogLine(line, parts)) {
             if (!line.empty()) warnings.push_back("! " + line);
         } else if (isWarning(parts.level)) {
-            warnings.push_back(replaceAll(textOf(parts), folder + "/tv", ""));
+            warnings.push_back(StringReplace(textOf(parts), folder + "/tv", "", true));
         }
     }
     return warnings;

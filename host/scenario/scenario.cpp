@@ -2,6 +2,7 @@
 #include "scenario.h"
 
 #include <android-base/stringprintf.h>
+#include <android-base/strings.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -112,11 +113,7 @@ std::string parseScenario(const std::string& path, const std::string& text, Scen
 
 std::string scenarioText(const Scenario& scenario) {
     std::string text = scenario.about.empty() ? "" : "# " + scenario.about + "\n";
-    if (!scenario.model.empty()) {
-        text += "tv init";
-        for (const std::string& option : scenario.model) text += " " + option;
-        text += "\n";
-    }
+    if (!scenario.model.empty()) text += "tv init " + android::base::Join(scenario.model, ' ') + "\n";
     for (const ScenarioLine& line : scenario.lines) text += line.text + "\n";
     return text;
 }

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+#include "host/program/json.h"
 
 namespace hidlaudio::host {
 
@@ -12,8 +13,8 @@ struct ScenarioCall {
     std::string client;
     std::string interface;  // descriptor, of the newest version unless the line has another
     std::string method;
-    nlohmann::ordered_json arguments;  // an object
-    std::string variable;              // receives the result for later lines; "" if the result is not used
+    Json arguments;        // an object
+    std::string variable;  // receives the result for later lines; "" if the result is not used
 };
 
 /** A line of a scenario. */

@@ -4,12 +4,10 @@
 #include <utility>
 
 #include "client/exit_status.h"
-#include "host/tv_control/state/tv_state.h"
+#include "host/program/hex.h"
 
 namespace hidlaudio::host {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 /** Time-out of a call. No call takes nearly as long, even on a busy machine. */
 constexpr std::chrono::seconds kCallTimeout{30};

@@ -13,7 +13,7 @@
 
 namespace hidlaudio::host {
 
-/** The clients of a running scenario. For one thread. Its destructor kills the client processes. */
+/** The clients of a running scenario. Not thread-safe. The destructor kills the client processes. */
 class ScenarioClients {
   public:
     /** Receives the outcome of the call in line `line`. `timedOut` calls have ended with their client. */
@@ -47,18 +47,18 @@ class ScenarioClients {
         std::future<LineOutcome> running;    // valid during a call
         size_t line = 0;                     // of the running call
         ScenarioCall call{};                 // the running call
-        nlohmann::ordered_json results;      // of the running call
+        Json results;                        // of the running call
         std::vector<std::string> callbacks;  // of killed processes
     };
 
-    std::string resolve(nlohmann::ordered_json& value);
+    std::string resolve(Json& value);
     void finish(Client& client);
 
     const TestTv& tv_;
     const std::string files_;
     const Done done_;
     std::map<std::string, Client> clients_;
-    std::map<std::string, nlohmann::ordered_json> variables_;
+    std::map<std::string, Json> variables_;
 };
 
 }  // namespace hidlaudio::host

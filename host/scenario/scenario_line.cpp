@@ -1,21 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenario_line.h"
 
+#include <android-base/strings.h>
+
 #include <algorithm>
-#include <iterator>
 #include <string_view>
 
 #include "daemon_services.h"
-#include "host/program/parse_json.h"
+#include "host/program/hex.h"
 #include "host/program/split_text.h"
-#include "host/tv_control/state/tv_state.h"
 
 namespace hidlaudio::host {
 namespace {
 
 using Kind = ScenarioLine::Kind;
 
-constexpr const char* kTvCommands[] = {"init", "boot", "shutdown", "config", "eeprom", "fault", "bectrl"};
+/** The commands of `tv` that a scenario may have. */
+constexpr char kTvCommands[] = "init, boot, shutdown, config, eeprom, fault, bectrl";
 constexpr char kSpace[] = " \t\r";
 
 std::string parseAudioctl(const std::string&, ScenarioLine& line) {
@@ -25,8 +26,9 @@ std::string parseAudioctl(const std::string&, ScenarioLine& line) {
 std::string parseTv(const std::string&, ScenarioLine& line) {
     if (line.background) return "only `audioctl` and `client` can run in the background";
     const std::string command = line.words.size() < 2 ? "" : line.words[1];
-    if (std::find(std::begin(kTvCommands), std::end(kTvCommands), command) == std::end(kTvCommands))
-        return "the commands of `tv` are init, boot, shutdown, config, eeprom, fault, bectrl";
+    const std::vector<std::string> known = android::base::Split(kTvCommands, ", ");
+    if (std::find(known.begin(), known.end(), command) == known.end())
+        return std::string("the commands of `tv` are ") + kTvCommands;
     if (command == "boot") line.kind = Kind::Boot;
     if (command == "shutdown") line.kind = Kind::Shutdown;
     const bool takesArguments = line.kind == Kind::Command;

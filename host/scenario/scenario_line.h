@@ -15,7 +15,7 @@ std::string parseScenarioLine(const std::string& text, ScenarioLine& line);
 void formatCall(ScenarioLine& line);
 
 /** Returns the names of the variables that the value uses. */
-std::set<std::string> variablesIn(const nlohmann::ordered_json& value);
+std::set<std::string> variablesIn(const Json& value);
 
 /** Returns the descriptor of the interface of a registered service: "IHdmiAudio" is its newest version. */
 std::string descriptorOf(const std::string& interface);

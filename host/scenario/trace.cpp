@@ -4,6 +4,7 @@
 #include <android-base/stringprintf.h>
 
 #include <algorithm>
+#include <deque>
 #include <fstream>
 #include <map>
 #include <regex>
@@ -27,10 +28,10 @@ std::string withoutAddresses(const std::string& text) {
     return std::regex_replace(text, address, "ADDRESS");
 }
 
-/** The lines about a crash name addresses and threads, so all of them are the same. */
+/** Stands for the lines about a crash, which name addresses and threads. */
 const TraceLine kCrash{"crash", "F the daemon crashed"};
 
-/** Returns whether the line is the platform's about a crash, from the daemon's process. */
+/** Returns whether the line is the platform's report of a crash in the daemon's process. */
 bool isCrashLine(const LogcatLine& line) {
     return line.level == 'F' && line.tag == "libc" &&
            line.text.find("Fatal signal ") != std::string_view::npos;
@@ -47,7 +48,7 @@ class RecordedAnswers {
 
     void add(const RecordLine& line) {
         if (line.event == RecordLine::Event::Start) finish();
-        if (line.event == RecordLine::Event::Call) add(line, line.id);
+        if (line.event == RecordLine::Event::Call) begin(line);
         if (line.event == RecordLine::Event::Answer) answer(line);
     }
 
@@ -57,9 +58,9 @@ class RecordedAnswers {
     }
 
   private:
-    void add(const RecordLine& call, uint64_t id) {
+    void begin(const RecordLine& call) {
         const bool isHal = call.interface.rfind("android.", 0) == 0;
-        if (call.isIncoming && !call.arguments.is_null()) open_[id] = call;
+        if (call.isIncoming && !call.arguments.is_null()) open_[call.id] = call;
         if (!call.isIncoming && !isHal)
             trace_.push_back({"callback", "callback " + call.method + " " + call.arguments.dump()});
     }
@@ -80,37 +81,28 @@ class RecordedAnswers {
     std::map<uint64_t, RecordLine> open_;
 };
 
-/** A trace as queues of the lines of each lane. */
+/** A trace as queues of the lines of each lane. Lines are known by their index in the trace. */
 class Queues {
   public:
-    explicit Queues(const Trace& trace) {
-        std::map<std::string, size_t> numbers;
-        for (size_t i = 0; i < trace.size(); ++i) {
-            const size_t number = numbers.emplace(trace[i].lane, numbers.size()).first->second;
-            if (number == lanes_.size()) lanes_.push_back({{}, 0});
-            lanes_[number].lines.push_back(i);
-        }
+    explicit Queues(const Trace& trace) : trace_(trace) {
+        for (size_t i = 0; i < trace.size(); ++i) lanes_[trace[i].lane].push_back(i);
     }
 
-    /** Returns the first lines of all lanes that have one: index in the trace and lane, in their order. */
-    std::vector<std::pair<size_t, size_t>> heads() const {
-        std::vector<std::pair<size_t, size_t>> found;
-        for (size_t lane = 0; lane < lanes_.size(); ++lane) {
-            const auto& [lines, next] = lanes_[lane];
-            if (next < lines.size()) found.emplace_back(lines[next], lane);
+    /** Returns the first lines of all lanes that have one, in their order. */
+    std::vector<size_t> heads() const {
+        std::vector<size_t> found;
+        for (const auto& [lane, lines] : lanes_) {
+            if (!lines.empty()) found.push_back(lines.front());
         }
         std::sort(found.begin(), found.end());
         return found;
     }
 
-    void pop(size_t lane) { ++lanes_[lane].next; }
+    void pop(size_t head) { lanes_[trace_[head].lane].pop_front(); }
 
   private:
-    struct Lane {
-        std::vector<size_t> lines;
-        size_t next;
-    };
-    std::vector<Lane> lanes_;
+    const Trace& trace_;
+    std::map<std::string, std::deque<size_t>> lanes_;
 };
 
 /** Compares two traces by removing equal first lines of their lanes, as long as there are any. */
@@ -125,26 +117,25 @@ class Comparison {
         const auto given = givenQueues_.heads();
         const auto actual = actualQueues_.heads();
         if (given.empty() && actual.empty()) return std::nullopt;
-        return Difference{given.empty() ? given_.size() : given[0].first,
-                          actual.empty() ? actual_.size() : actual[0].first};
+        return Difference{given.empty() ? given_.size() : given[0],
+                          actual.empty() ? actual_.size() : actual[0]};
     }
 
   private:
     /** Removes the first given line that equals a line. Prefers the lane that its lane has equaled before. */
     bool removePair() {
-        const auto candidates = actualQueues_.heads();
-        for (const auto& [given, givenLane] : givenQueues_.heads()) {
-            const auto before = partners_.find(givenLane);
-            const std::pair<size_t, size_t>* chosen = nullptr;
-            for (const auto& candidate : candidates) {
-                if (given_[given].text != actual_[candidate.first].text) continue;
-                const bool isPartner = before != partners_.end() && before->second == candidate.second;
-                if (chosen == nullptr || isPartner) chosen = &candidate;
+        const std::vector<size_t> candidates = actualQueues_.heads();
+        for (const size_t given : givenQueues_.heads()) {
+            std::string& partner = partners_[given_[given].lane];
+            std::optional<size_t> chosen;
+            for (const size_t actual : candidates) {
+                if (given_[given].text != actual_[actual].text) continue;
+                if (!chosen || actual_[actual].lane == partner) chosen = actual;
             }
-            if (chosen == nullptr) continue;
-            partners_[givenLane] = chosen->second;
-            givenQueues_.pop(givenLane);
-            actualQueues_.pop(chosen->second);
+            if (!chosen) continue;
+            partner = actual_[*chosen].lane;
+            givenQueues_.pop(given);
+            actualQueues_.pop(*chosen);
             return true;
         }
         return false;
@@ -154,7 +145,7 @@ class Comparison {
     const Trace& actual_;
     Queues givenQueues_;
     Queues actualQueues_;
-    std::map<size_t, size_t> partners_;
+    std::map<std::string, std::string> partners_;  // lane of the actual trace, by that of the given one
 };
 
 }  // namespace

@@ -9,7 +9,7 @@
 
 namespace hidlaudio::host {
 
-/** A line of a daemon's log, or the answer to a call, without what differs between two runs. */
+/** A line of a daemon's log, or the answer to a call, without times and addresses. */
 struct TraceLine {
     std::string lane;  // the thread or client. The lines of one lane have a fixed order
     std::string text;

@@ -221,6 +221,8 @@ TEST_F(Record, ServiceWorksWithoutIt) {
         {"pipe", [&] { ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0); }},
         {"link", [&] { fs::create_symlink("elsewhere", file_); }},
         {"no folder", [&] { set("vendor.hidlaudio.record.file", file_ + "/none/record"); }},
+        {"no folder, and a name that is not UTF-8",
+         [&] { set("vendor.hidlaudio.record.file", file_ + "/\xE9/record"); }},
         {"other program", [&] { set("vendor.hidlaudio.record.program", "other"); }},
     };
     for (const auto& [description, prepare] : cases) {

@@ -1,9 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Writes the C++ code of a recorder: text of the types and calls, and the instrumentation functions."""
-from cpp import cpp_type, includes
+from cpp import HEADER, cpp_type, includes
 from model import fqname_of
-
-HEADER = "// Generated from the .hal files by host/hidl_json/generator.\n"
 
 
 def decoders_source(packages):

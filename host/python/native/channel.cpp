@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/program/parse_json.h"
+#include "host/program/json.h"
 
 namespace hidlaudio::python {
 

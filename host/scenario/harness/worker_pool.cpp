@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "worker_pool.h"
 
+#include <android-base/file.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdio.h>
@@ -10,6 +11,8 @@
 
 #include <cstddef>
 #include <vector>
+
+#include "host/program/json.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -37,18 +40,10 @@ void becomeWorker(pid_t parent) {
     if (getppid() != parent) _exit(1);
 }
 
-/** Runs an item and writes its result to the pipe. */
-[[noreturn]] void runWorker(const PoolWork& pool, size_t index, int pipe) {
-    const std::string text = toText(pool.run(index));
-    for (size_t written = 0; written < text.size();) {
-        const ssize_t count = write(pipe, text.data() + written, text.size() - written);
-        if (count <= 0) _exit(1);
-        written += static_cast<size_t>(count);
-    }
-    _exit(0);
-}
-
-/** Starts a worker. If that fails, the returned worker has pid -1 and counts as crashed. */
+/**
+ * Starts a worker, which runs an item and writes its result to the pipe. If that fails, the returned worker
+ * has pid -1 and counts as crashed.
+ */
 Worker startWorker(const PoolWork& pool, size_t index) {
     int ends[2] = {-1, -1};
     fflush(nullptr);
@@ -57,7 +52,7 @@ Worker startWorker(const PoolWork& pool, size_t index) {
     if (pid == 0) {
         becomeWorker(parent);
         close(ends[0]);
-        runWorker(pool, index, ends[1]);
+        _exit(android::base::WriteStringToFd(jsonText(pool.run(index)), ends[1]) ? 0 : 1);
     }
     if (ends[1] >= 0) close(ends[1]);
     if (pid > 0) setpgid(pid, pid);
@@ -111,10 +106,6 @@ bool runAll(const PoolWork& pool, const Interrupt& interrupt) {
         return false;
     }
     return true;
-}
-
-std::string toText(const nlohmann::json& json, int indent) {
-    return json.dump(indent, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 }  // namespace hidlaudio::host

@@ -27,7 +27,4 @@ struct PoolWork {
  */
 bool runAll(const PoolWork& pool, const Interrupt& interrupt);
 
-/** Returns the JSON text. Bytes that are not UTF-8, as in the output of a crashed program, are replaced. */
-std::string toText(const nlohmann::json& json, int indent = -1);
-
 }  // namespace hidlaudio::host

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "candidates.h"
 
+#include <android-base/strings.h>
+
 #include <algorithm>
 #include <cmath>
 #include <set>
@@ -11,7 +13,6 @@
 namespace hidlaudio::host {
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Kind = ScenarioLine::Kind;
 
 /** Of a longer sequence, only pieces of at least 1/32 are removed, and its elements are not simplified. */
@@ -74,14 +75,20 @@ void addMembers(const Json& value, std::vector<Json>& simpler) {
     }
 }
 
-std::vector<Json> simplerArrays(const Json& array) {
-    std::vector<Json> simpler;
-    for (const Range& piece : piecesOf(array.size())) {
-        Json copy = array;
-        copy.erase(copy.begin() + static_cast<ptrdiff_t>(piece.begin),
-                   copy.begin() + static_cast<ptrdiff_t>(piece.end));
-        simpler.push_back(std::move(copy));
+/** Returns the array or object without each of its pieces. */
+std::vector<Json> shorterValues(const Json& value) {
+    std::vector<Json> shorter;
+    for (const Range& piece : piecesOf(value.size())) {
+        Json copy = value;
+        copy.erase(std::next(copy.begin(), static_cast<ptrdiff_t>(piece.begin)),
+                   std::next(copy.begin(), static_cast<ptrdiff_t>(piece.end)));
+        shorter.push_back(std::move(copy));
     }
+    return shorter;
+}
+
+std::vector<Json> simplerArrays(const Json& array) {
+    std::vector<Json> simpler = shorterValues(array);
     const auto isZero = [](const Json& each) { return each == 0; };
     const bool hasNumbers =
         std::all_of(array.begin(), array.end(), [](auto& each) { return each.is_number(); });
@@ -115,15 +122,7 @@ std::vector<Json> simplerFiles(const Json& file) {
 }
 
 std::vector<Json> simplerStructs(const Json& object) {
-    std::vector<Json> simpler;
-    for (const Range& piece : piecesOf(object.size())) {
-        Json copy = Json::object();
-        size_t i = 0;
-        for (auto member = object.begin(); member != object.end(); ++member, ++i) {
-            if (i < piece.begin || i >= piece.end) copy[member.key()] = member.value();
-        }
-        simpler.push_back(std::move(copy));
-    }
+    std::vector<Json> simpler = shorterValues(object);
     addMembers(object, simpler);
     return simpler;
 }
@@ -173,9 +172,7 @@ std::vector<std::string> simplerCalls(ScenarioLine line) {
 }
 
 std::string joined(const std::vector<std::string>& words, bool background) {
-    std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
-    return background ? text + " &" : text;
+    return android::base::Join(words, ' ') + (background ? " &" : "");
 }
 
 /** Returns the word with a smaller number, as in "7" or "delay=3000". */

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "conditions.h"
 
+#include <android-base/strings.h>
 #include <regex.h>
 #include <signal.h>
 #include <unistd.h>
@@ -9,22 +10,24 @@
 #include <filesystem>
 #include <memory>
 
+#include "host/program/hex.h"
 #include "host/program/split_text.h"
 #include "host/scenario/run_log.h"
 #include "host/scenario/trace.h"
-#include "host/tv_control/state/tv_state.h"
 
 namespace hidlaudio::host {
 namespace {
 
 namespace fs = std::filesystem;
+using android::base::ConsumeSuffix;
+using android::base::StartsWith;
 
 using Matcher = std::function<bool(const std::string& text)>;
 using Lines = std::vector<std::string>;
 
 constexpr std::chrono::seconds kCommandTimeout{60};
 
-bool contains(const std::string& text, const std::string& part) {
+bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string::npos;
 }
 
@@ -66,16 +69,13 @@ std::string parseMatcher(const std::string& text, Matcher& matcher) {
     return "";
 }
 
-std::string parseCrash(const std::string&, Condition& condition) {
-    condition = [](const FinishedRun& run) { return anyOf(run.result.problems, isCrash); };
-    return "";
+bool isHang(const std::string& problem) {
+    return StartsWith(problem, "hang:");
 }
 
-std::string parseHang(const std::string&, Condition& condition) {
-    condition = [](const FinishedRun& run) {
-        return anyOf(run.result.problems,
-                     [](const std::string& each) { return each.rfind("hang:", 0) == 0; });
-    };
+template <bool (*MATCHES)(const std::string& problem)>
+std::string parseEnd(const std::string&, Condition& condition) {
+    condition = [](const FinishedRun& run) { return anyOf(run.result.problems, MATCHES); };
     return "";
 }
 
@@ -86,38 +86,34 @@ std::string parseProblem(const std::string& text, Condition& condition) {
     return "";
 }
 
-std::string parseLog(const std::string& text, Condition& condition) {
+Lines logLines(const FinishedRun& run) {
+    return splitLines(contentOf(logFileOf(run.setup)));
+}
+
+/** Returns the output and errors of the lines, and the calls to callbacks. */
+Lines answerLines(const FinishedRun& run) {
+    Lines all;
+    const auto add = [&all](const Lines& lines) { all.insert(all.end(), lines.begin(), lines.end()); };
+    for (const LineOutcome& line : run.result.lines) {
+        add(splitLines(line.output));
+        add(splitLines(line.errors));
+    }
+    for (const auto& [client, calls] : run.result.callbacks) add(calls);
+    return all;
+}
+
+template <Lines (*LINES)(const FinishedRun& run)>
+std::string parseLines(const std::string& text, Condition& condition) {
     Matcher matches;
     std::string problem = parseMatcher(text, matches);
-    condition = [matches](const FinishedRun& run) {
-        return anyOf(splitLines(contentOf(logFileOf(run.setup))), matches);
-    };
+    condition = [matches](const FinishedRun& run) { return anyOf(LINES(run), matches); };
     return problem;
 }
 
 std::string parseNoLog(const std::string& text, Condition& condition) {
     Condition hasLine;
-    std::string problem = parseLog(text, hasLine);
+    std::string problem = parseLines<logLines>(text, hasLine);
     condition = [hasLine](const FinishedRun& run) { return !hasLine(run); };
-    return problem;
-}
-
-/** Returns the output and errors of the lines, and the calls to callbacks. */
-Lines answerLines(const RunResult& result) {
-    Lines all;
-    const auto add = [&all](const Lines& lines) { all.insert(all.end(), lines.begin(), lines.end()); };
-    for (const LineOutcome& line : result.lines) {
-        add(splitLines(line.output));
-        add(splitLines(line.errors));
-    }
-    for (const auto& [client, calls] : result.callbacks) add(calls);
-    return all;
-}
-
-std::string parseAnswer(const std::string& text, Condition& condition) {
-    Matcher matches;
-    std::string problem = parseMatcher(text, matches);
-    condition = [matches](const FinishedRun& run) { return anyOf(answerLines(run.result), matches); };
     return problem;
 }
 
@@ -130,20 +126,18 @@ std::optional<std::string> tvFile(const FinishedRun& run, const std::string& pat
 }
 
 std::string parseFile(const std::string& text, Condition& condition) {
-    constexpr std::string_view kMissing = " missing";
+    std::string_view path(text);
     const size_t equal = text.find('=');
-    const bool isMissing = equal == std::string::npos && text.size() > kMissing.size() &&
-                           text.substr(text.size() - kMissing.size()) == kMissing;
+    const bool isMissing = equal == std::string::npos && ConsumeSuffix(&path, " missing");
     if (equal == std::string::npos && !isMissing)
         return "expected file:PATH=HEX, file:PATH!=HEX or `file:PATH missing`";
-    const bool isOther = !isMissing && equal > 0 && text[equal - 1] == '!';
-    const std::string path =
-        text.substr(0, isMissing ? text.size() - kMissing.size() : equal - (isOther ? 1 : 0));
+    path = path.substr(0, equal);
+    const bool isOther = !isMissing && ConsumeSuffix(&path, "!");
     if (path.empty() || path[0] != '/' || contains(path, ".."))
         return "PATH must be an absolute path without .., as the daemon uses it";
     const auto wanted = fromHex(isMissing ? "" : text.substr(equal + 1));
     if (!wanted) return "HEX must be pairs of hexadecimal digits";
-    condition = [path, isMissing, isOther, content = *wanted](const FinishedRun& run) {
+    condition = [path = std::string(path), isMissing, isOther, content = *wanted](const FinishedRun& run) {
         const std::optional<std::string> file = tvFile(run, path);
         return file ? !isMissing && (*file == content) != isOther : isMissing;
     };
@@ -223,14 +217,14 @@ struct ConditionKind {
 };
 
 constexpr ConditionKind kKinds[] = {
-    {"crash", Argument::None, parseCrash, "crash", "the daemon ended by itself"},
-    {"hang", Argument::None, parseHang, "hang", "a command or a call got no answer"},
+    {"crash", Argument::None, parseEnd<isCrash>, "crash", "the daemon ended by itself"},
+    {"hang", Argument::None, parseEnd<isHang>, "hang", "a command or a call got no answer"},
     {"problem", Argument::Optional, parseProblem, "problem[:TEXT]",
      "there is a violation, as in `tv replay`, that contains TEXT"},
-    {"log", Argument::Required, parseLog, "log:TEXT, log:/REGEX/",
+    {"log", Argument::Required, parseLines<logLines>, "log:TEXT, log:/REGEX/",
      "a line of the daemon's log contains TEXT or matches REGEX"},
     {"nolog", Argument::Required, parseNoLog, "nolog:TEXT, nolog:/REGEX/", "the log has no such line"},
-    {"answer", Argument::Required, parseAnswer, "answer:TEXT, answer:/REGEX/",
+    {"answer", Argument::Required, parseLines<answerLines>, "answer:TEXT, answer:/REGEX/",
      "a line of a command's output, an answer to a client or a call\n"
      "to a client's callback contains TEXT or matches REGEX"},
     {"file", Argument::Required, parseFile, "file:PATH=HEX, file:PATH!=HEX",

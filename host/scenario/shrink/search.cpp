@@ -35,17 +35,12 @@ class Search {
         return shown;
     }
 
-    ScenarioLines part(size_t index, size_t parts) const {
+    /** Returns one of the equal parts of the scenario, or all others. */
+    ScenarioLines part(size_t index, size_t parts, bool isAlone) const {
         const auto edge = [&](size_t i) {
             return best().begin() + static_cast<ptrdiff_t>(best().size() * i / parts);
         };
-        return withoutOrphans({edge(index), edge(index + 1)});
-    }
-
-    ScenarioLines withoutPart(size_t index, size_t parts) const {
-        const auto edge = [&](size_t i) {
-            return best().begin() + static_cast<ptrdiff_t>(best().size() * i / parts);
-        };
+        if (isAlone) return withoutOrphans({edge(index), edge(index + 1)});
         ScenarioLines others(best().begin(), edge(index));
         others.insert(others.end(), edge(index + 1), best().end());
         return withoutOrphans(others);
@@ -62,8 +57,8 @@ class Search {
             // Small parts alone hardly ever show the condition.
             const size_t alone = parts <= kMaxPartsAlone ? parts : 0;
             const auto shown = accept({alone + parts, [&](size_t i) {
-                                           return i < alone ? part(i, parts)
-                                                            : withoutPart((i - alone + next) % parts, parts);
+                                           return i < alone ? part(i, parts, true)
+                                                            : part((i - alone + next) % parts, parts, false);
                                        }});
             if (!shown && parts == best().size()) return;
             next = shown && *shown >= alone ? (*shown - alone + next) % parts : 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trials.h"
 
+#include <android-base/strings.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <set>
@@ -22,9 +24,7 @@ void removeFolder(const std::string& folder) {
 }
 
 std::string textOf(const ScenarioLines& lines) {
-    std::string text;
-    for (const std::string& line : lines) text += line + "\n";
-    return text;
+    return android::base::Join(lines, '\n') + "\n";
 }
 
 }  // namespace

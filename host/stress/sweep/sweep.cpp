@@ -142,7 +142,7 @@ int sweepAll(const Options& options, const std::vector<Scenario>& scenarios) {
         }
     };
     if (!runAll(pool, interrupt)) return fail("interrupted");
-    if (options.json) printf("%s\n", toText(all, 2).c_str());
+    if (options.json) printf("%s\n", jsonText(all, 2).c_str());
     const std::string problem =
         options.shrink.empty() ? "" : shrinkFindings(findings, options.shrink, options.jobs, interrupt);
     if (!problem.empty()) return fail(problem);

@@ -6,8 +6,8 @@
 #include <set>
 
 #include "client/exit_status.h"
+#include "host/program/hex.h"
 #include "host/scenario/run_log.h"
-#include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/back_end_files.h"
 
 namespace hidlaudio::host {

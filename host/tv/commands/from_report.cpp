@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/program/hex.h"
 #include "host/program/output_file.h"
 #include "host/program/split_text.h"
 #include "host/program/terminal.h"
@@ -16,7 +17,6 @@
 #include "host/tv/commands.h"
 #include "host/tv_control/processes/child.h"
 #include "host/tv_control/processes/programs.h"
-#include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/regular_file.h"
 
 namespace hidlaudio::host {

@@ -11,6 +11,7 @@
 #include "host/audio_hal/operations.h"
 #include "host/kernel/faults/calls.h"
 #include "host/middleware/config_keys.h"
+#include "host/program/hex.h"
 #include "host/program/split_text.h"
 #include "host/tv_files/fault_file.h"
 #include "host/tv_files/tv_check.h"
@@ -161,21 +162,6 @@ StateEntries wakeLockState() {
 bool isPlatformReady() {
     std::error_code error;
     return fs::exists(tvRoot() + "/data/vendor/tmp/dtv_svc_is_ready", error);
-}
-
-std::string toHex(const std::string& bytes) {
-    std::string hex;
-    for (const char byte : bytes) hex += StringPrintf("%02x", static_cast<unsigned char>(byte));
-    return hex;
-}
-
-std::optional<std::string> fromHex(const std::string& digits) {
-    const bool isHex = digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-    if (!isHex || digits.size() % 2 != 0) return std::nullopt;
-    std::string bytes;
-    for (size_t i = 0; i < digits.size(); i += 2)
-        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-    return bytes;
 }
 
 }  // namespace hidlaudio::host

@@ -67,10 +67,4 @@ nlohmann::ordered_json orNull(const std::optional<Value>& value) {
     return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
 }
 
-/** Returns two hexadecimal digits per byte. */
-std::string toHex(const std::string& bytes);
-
-/** Returns the bytes of pairs of hexadecimal digits, or `std::nullopt` if there are other characters. */
-std::optional<std::string> fromHex(const std::string& digits);
-
 }  // namespace hidlaudio::host

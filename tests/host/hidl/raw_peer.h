@@ -12,6 +12,7 @@
 #include "fixture.h"
 #include "host/hidl/src/registry/registry.h"
 #include "host/hidl/src/registry/registry_sockets.h"
+#include "send_raw.h"
 
 namespace hidlaudio::test {
 
@@ -82,26 +83,6 @@ inline void addReference(RawMessage* message, uint64_t object, uint32_t owner, u
     const auto* bytes = reinterpret_cast<const uint8_t*>(&reference);
     message->body.insert(message->body.end(), bytes, bytes + sizeof(reference));
     ++message->header.objectCount;
-}
-
-/** Sends one packet, which is then in the receiver's queue. Returns false if the kernel rejects it. */
-inline bool sendRaw(int socket, const void* data, size_t size, const std::vector<int>& fds = {}) {
-    iovec part{const_cast<void*>(data), size};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    const size_t fdBytes = fds.size() * sizeof(int);
-    std::vector<char> control(CMSG_SPACE(fdBytes));
-    if (!fds.empty()) {
-        message.msg_control = control.data();
-        message.msg_controllen = control.size();
-        cmsghdr* rights = CMSG_FIRSTHDR(&message);
-        rights->cmsg_level = SOL_SOCKET;
-        rights->cmsg_type = SCM_RIGHTS;
-        rights->cmsg_len = CMSG_LEN(fdBytes);
-        memcpy(CMSG_DATA(rights), fds.data(), fdBytes);
-    }
-    return sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT) == static_cast<ssize_t>(size);
 }
 
 inline bool sendRaw(int socket, const RawMessage& message) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <string>
 #include <string_view>
 
 namespace hidlaudio::host {
@@ -22,6 +23,12 @@ inline Json parseJson(std::string_view text) {
     };
     Json json = Json::parse(text.begin(), text.end(), check, false);
     return isDeep ? Json(Json::value_t::discarded) : json;
+}
+
+/** Returns the JSON text. Bytes that are not UTF-8, as in the output of a crashed program, are replaced. */
+template <typename AnyJson>
+std::string jsonText(const AnyJson& json, int indent = -1) {
+    return json.dump(indent, ' ', false, AnyJson::error_handler_t::replace);
 }
 
 }  // namespace hidlaudio::host
