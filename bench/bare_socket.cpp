@@ -3,8 +3,8 @@
 
 #include <errno.h>
 #include <signal.h>
-#include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -17,9 +17,7 @@ namespace hidlaudio::bench {
 namespace {
 
 void require(bool good, const char* what) {
-    if (good) return;
-    perror(what);
-    exit(1);
+    if (!good) die(std::string(what) + ": " + strerror(errno));
 }
 
 void sendAll(int socket, const std::vector<char>& bytes) {

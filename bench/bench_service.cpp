@@ -3,7 +3,6 @@
 
 #include <hidl/HidlTransportSupport.h>
 #include <signal.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/prctl.h>
@@ -62,7 +61,7 @@ void serveIfAsked(int argc, char** argv, bool (*registerMore)(const char* instan
 
 BenchService::BenchService(const char* instance, int processor) {
     int ready[2];
-    if (pipe(ready) != 0) exit(1);
+    if (pipe(ready) != 0) die("no pipe");
     server_ = fork();
     if (server_ == 0) {
         // Start a new program, because a forked child cannot use the runtime's state of its parent.
@@ -76,10 +75,7 @@ BenchService::BenchService(const char* instance, int processor) {
     if (read(ready[0], &answer, 1) == 1 && answer == 'y') proxy_ = IBench::getService(instance);
     close(ready[0]);
     close(ready[1]);
-    if (proxy_ == nullptr) {
-        fprintf(stderr, "the service to be measured does not run\n");
-        exit(1);
-    }
+    if (proxy_ == nullptr) die("the service to be measured does not run");
 }
 
 BenchService::~BenchService() {

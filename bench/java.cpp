@@ -17,6 +17,7 @@
 using android::hardware::hidl_vec;
 using hidlaudio::bench::BenchService;
 using hidlaudio::bench::compare;
+using hidlaudio::bench::die;
 using hidlaudio::bench::nowMicroseconds;
 using hidlaudio::bench::pin;
 using hidlaudio::bench::report;
@@ -28,18 +29,13 @@ constexpr int kTurns = 15;
 constexpr int kSmallCalls = 4000;
 constexpr int kBulkCalls = 300;
 
-void fail(const char* what) {
-    fprintf(stderr, "%s\n", what);
-    exit(1);
-}
-
 /** A virtual machine with BenchClient, which ends at the end of its input. */
 class JavaClient {
   public:
     explicit JavaClient(const char* instance) {
         int input[2];
         int output[2];
-        if (pipe(input) != 0 || pipe(output) != 0) fail("no pipes");
+        if (pipe(input) != 0 || pipe(output) != 0) die("no pipes");
         if (fork() == 0) {
             dup2(input[0], STDIN_FILENO);
             dup2(output[1], STDOUT_FILENO);
@@ -65,7 +61,7 @@ class JavaClient {
         double duration = 0;
         fprintf(requests_, "%s %d\n", method, calls);
         fflush(requests_);
-        if (fscanf(answers_, "%lf", &duration) != 1) fail("the Java client has ended");
+        if (fscanf(answers_, "%lf", &duration) != 1) die("the Java client has ended");
         return duration;
     }
 
@@ -84,7 +80,7 @@ template <typename Call>
 double meanOf(int calls, const Call& call) {
     const double start = nowMicroseconds();
     for (int i = 0; i < calls; ++i) {
-        if (!call().isOk()) fail("a call failed");
+        hidlaudio::bench::check(call().isOk());
     }
     return (nowMicroseconds() - start) / calls;
 }

@@ -3,6 +3,7 @@
 
 #include <sched.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <time.h>
 
 #include <algorithm>
@@ -20,6 +21,11 @@ double medianTurn(const TimedOperation& operation, int operations) {
 }
 
 }  // namespace
+
+void die(const std::string& message) {
+    fprintf(stderr, "%s\n", message.c_str());
+    exit(2);
+}
 
 void pin(int processor) {
     if (processor < 0) return;

@@ -7,6 +7,14 @@
 
 namespace hidlaudio::bench {
 
+/** Ends the program with a message and status 2. */
+[[noreturn]] void die(const std::string& message);
+
+/** Ends the program if a call has failed. */
+inline void check(bool good) {
+    if (!good) die("a call failed");
+}
+
 /** Pins the calling thread to one processor. Does nothing for -1. */
 void pin(int processor);
 

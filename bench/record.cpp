@@ -2,8 +2,6 @@
 // Compares small calls of a service without instrumentation, with it, and while they are recorded.
 
 #include <com/tovi/test/plain/1.0/IPlain.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -21,6 +19,7 @@ using android::sp;
 using android::hardware::Return;
 using com::tovi::test::plain::V1_0::IPlain;
 using hidlaudio::bench::BenchService;
+using hidlaudio::bench::check;
 using hidlaudio::bench::compare;
 using hidlaudio::bench::pin;
 using hidlaudio::bench::report;
@@ -35,12 +34,6 @@ struct Plain : IPlain {
 
 bool registerPlain(const char* instance) {
     return sp<IPlain>(new Plain)->registerAsService(instance) == android::OK;
-}
-
-void check(bool good) {
-    if (good) return;
-    fprintf(stderr, "a call failed\n");
-    exit(1);
 }
 
 void set(const std::string& root, const std::string& property, const std::string& value) {

@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <sys/inotify.h>
 #include <sys/wait.h>
@@ -66,9 +65,8 @@ double timeDaemon(pid_t* running) {
     while (!isRegistered(registry / "services")) {
         if (poll(&readable, 1, kPatienceMs) > 0 && read(watch, events, sizeof(events)) > 0) continue;
         stop(*running);
-        fprintf(stderr, "bench_startup: the daemon did not register %s; see %s\n", kLastService,
-                (gRoot / "daemon.log").c_str());
-        exit(1);
+        hidlaudio::bench::die(std::string("the daemon did not register ") + kLastService + "; see " +
+                              (gRoot / "daemon.log").string());
     }
     const double end = hidlaudio::bench::nowMicroseconds();
     close(watch);
@@ -79,7 +77,7 @@ double timeEmpty() {
     int status = 0;
     const double begin = hidlaudio::bench::nowMicroseconds();
     waitpid(start("bench_empty", nullptr), &status, 0);
-    if (status != 0) exit(1);
+    if (status != 0) hidlaudio::bench::die("the empty program failed");
     return hidlaudio::bench::nowMicroseconds() - begin;
 }
 

@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "temporary_tv.h"
 
-#include <stdio.h>
 #include <stdlib.h>
 
 #include <filesystem>
 
 #include "host/tv_files/tv_root.h"
+#include "measure.h"
 
 namespace hidlaudio::bench {
-
-void die(const std::string& message) {
-    fprintf(stderr, "%s\n", message.c_str());
-    exit(2);
-}
 
 TemporaryTv::TemporaryTv()
     : root_((std::filesystem::temp_directory_path() / "hidlaudio-bench-XXXXXX").string()) {

@@ -5,9 +5,6 @@
 
 namespace hidlaudio::bench {
 
-/** Ends the program with a message and status 2. */
-[[noreturn]] void die(const std::string& message);
-
 /** An empty folder, which is the TV of this process and its children. The destructor deletes it. */
 class TemporaryTv {
   public:

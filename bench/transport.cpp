@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Compares calls through the HIDL runtime with the same exchange over a bare stream socket.
 
-#include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -19,6 +17,7 @@ using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using hidlaudio::bench::BareSocket;
 using hidlaudio::bench::BenchService;
+using hidlaudio::bench::check;
 using hidlaudio::bench::compare;
 using hidlaudio::bench::exitStatus;
 using hidlaudio::bench::pin;
@@ -36,12 +35,6 @@ constexpr size_t kBulk = 256 * 1024;
 constexpr int kTurns = 15;
 constexpr int kSmallOperations = 4000;
 constexpr int kBulkOperations = 800;
-
-void check(bool good) {
-    if (good) return;
-    fprintf(stderr, "a call failed\n");
-    exit(1);
-}
 
 /** The wanted ratios to the bare socket. */
 struct Wanted {
