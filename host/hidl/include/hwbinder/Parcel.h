@@ -91,8 +91,8 @@ class Parcel {
     status_t writeEmbeddedBuffer(const void* data, size_t size, size_t* handle, size_t parent,
                                  size_t parentOffset, bool plain = false);
     /**
-     * Writes plain data that only `copy` can read. It is called once, now or when the parcel is sent, on that
-     * thread, and must not make calls.
+     * Writes plain data that only `copy` can read. It is called now, or by the thread that sends the parcel,
+     * and must not make calls. The data must live until then.
      */
     status_t writeEmbeddedBuffer(const void* data, size_t size, size_t* handle, size_t parent,
                                  size_t parentOffset, transport::CopyBulk copy);
