@@ -19,7 +19,7 @@
 # add_java_tests(<name> ROOT <dir> JARS <name...> [CLASSPATH <jar...>] [OPTIONS <option...>] [DEPENDS <target...>])
 #
 # Adds test java.<name>: all classes *Test below ROOT, which run in parallel. Warnings of the virtual machine
-# about calls of JNI fail the test.
+# about calls of JNI fail the test. SIGQUIT makes a virtual machine that hangs print the stacks of its threads.
 set(HIDLAUDIO_JAVA_DIR ${CMAKE_BINARY_DIR}/java)
 set(HIDLAUDIO_JAVA_GROUP com.tovi.hidlaudio)
 set(HIDLAUDIO_JAVA OFF)
@@ -123,7 +123,8 @@ function(add_java_tests name)
   list(APPEND ARG_JARS ${ARG_CLASSPATH})
   list(JOIN ARG_JARS : jars)
   add_test(NAME java.${name}
-    COMMAND ${Java_JAVA_EXECUTABLE} -Xcheck:jni -Xmx512m -XX:-UsePerfData
+    COMMAND timeout --foreground --signal=QUIT --kill-after=20 200
+      ${Java_JAVA_EXECUTABLE} -Xcheck:jni -Xmx512m -XX:-UsePerfData
       -Dhidlaudio.programs=${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${ARG_OPTIONS}
       -cp ${tests}:${jars}:${junit} org.junit.platform.console.ConsoleLauncher --fail-if-no-tests
       --disable-banner --disable-ansi-colors --details=tree --scan-classpath=${tests} --include-classname=.*Test

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Native methods of HwBinder.
+// Native methods of HwBinder, and functions of Native for it.
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hwbinder/ProcessState.h>
-
-#include <iterator>
 
 #include "host/tv_files/tv_root.h"
 #include "java_binder.h"
@@ -62,16 +60,18 @@ void joinPool(JNIEnv*, jclass) {
 
 bool registerBinderMethods(JNIEnv* env) {
     const JNINativeMethod methods[] = {
-        method("create", "()J", create),
-        method("destroy", "(J)V", destroy),
         method("transact", "(JIJJI)I", transact),
         method("registerService", "(J[B[B)I", registerService),
+    };
+    const JNINativeMethod functions[] = {
+        method("newBinder", "()J", create),
+        method("deleteBinder", "(J)V", destroy),
         method("getService", "([B[BZ[B)Landroid/os/IHwBinder;", getService),
         method("configurePool", "(JZ)V", configurePool),
-        method("joinRpcThreadpool", "()V", joinPool),
+        method("joinPool", "()V", joinPool),
     };
-    jclass binder = env->FindClass("android/os/HwBinder");
-    return binder != nullptr && env->RegisterNatives(binder, methods, std::size(methods)) == JNI_OK;
+    return registerMethods(env, "android/os/HwBinder", methods) &&
+           registerMethods(env, kNative, functions);
 }
 
 }  // namespace hidlaudio::java

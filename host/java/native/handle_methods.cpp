@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// Native methods of NativeHandle and HidlSupport.
+// Functions of Native for NativeHandle and HidlSupport.
 #include <errno.h>
 #include <fcntl.h>
 #include <hidl/HidlTransportSupport.h>
 #include <unistd.h>
-
-#include <iterator>
 
 #include "java_vm.h"
 
@@ -39,18 +37,14 @@ jint processId(JNIEnv*, jclass) {
 }  // namespace
 
 bool registerHandleMethods(JNIEnv* env) {
-    const JNINativeMethod ofHandle[] = {
+    const JNINativeMethod functions[] = {
         method("descriptorOf", "(I)Ljava/io/FileDescriptor;", descriptorOf),
         method("numberOf", "(Ljava/io/FileDescriptor;)I", numberOf),
         method("duplicate", "(I)I", duplicate),
         method("closeDescriptor", "(I)V", closeDescriptor),
+        method("processId", "()I", processId),
     };
-    const JNINativeMethod ofSupport[] = {method("getPidIfSharable", "()I", processId)};
-    jclass handle = env->FindClass("android/os/NativeHandle");
-    if (handle == nullptr || env->RegisterNatives(handle, ofHandle, std::size(ofHandle)) != JNI_OK)
-        return false;
-    jclass support = env->FindClass("android/os/HidlSupport");
-    return support != nullptr && env->RegisterNatives(support, ofSupport, std::size(ofSupport)) == JNI_OK;
+    return registerMethods(env, kNative, functions);
 }
 
 }  // namespace hidlaudio::java

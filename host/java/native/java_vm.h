@@ -63,7 +63,17 @@ JNINativeMethod method(const char* name, const char* signature, Function* functi
     return {const_cast<char*>(name), const_cast<char*>(signature), reinterpret_cast<void*>(function)};
 }
 
-/** Registers the native methods of one Java class each. Return false with an exception pending. */
+/** The Java class of the functions that belong to no object. */
+constexpr char kNative[] = "android/os/Native";
+
+/** Registers native methods of a class. Returns false with an exception pending. */
+template <size_t N>
+bool registerMethods(JNIEnv* env, const char* className, const JNINativeMethod (&methods)[N]) {
+    jclass owner = env->FindClass(className);
+    return owner != nullptr && env->RegisterNatives(owner, methods, jint{N}) == JNI_OK;
+}
+
+/** Register the native methods of some Java classes. Return false with an exception pending. */
 bool registerBinderMethods(JNIEnv* env);
 bool registerRemoteBinderMethods(JNIEnv* env);
 bool registerParcelMethods(JNIEnv* env);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// Native methods of HwParcel. Texts are UTF-8 without a NUL at the end.
+// Native methods of HwParcel, and functions of Native for it. Texts are UTF-8 without a NUL at the end.
 #include <hidl/HidlBinderSupport.h>
 #include <string.h>
 
-#include <iterator>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -341,11 +341,9 @@ jboolean send(JNIEnv*, jobject, jlong handle) {
     return parcelOf(handle).send() ? JNI_TRUE : JNI_FALSE;
 }
 
-bool registerMethods(JNIEnv* env, jclass parcel, const JNINativeMethod* methods, size_t count) {
-    return env->RegisterNatives(parcel, methods, static_cast<jint>(count)) == JNI_OK;
-}
+constexpr char kParcel[] = "android/os/HwParcel";
 
-bool registerNumbers(JNIEnv* env, jclass parcel) {
+bool registerNumbers(JNIEnv* env) {
     const JNINativeMethod methods[] = {
         method("writeBool", "(JZ)V", writeNumber<jboolean, bool, &Parcel::writeBool>),
         method("writeInt8", "(JB)V", writeNumber<jbyte, int8_t, &Parcel::writeInt8>),
@@ -362,10 +360,10 @@ bool registerNumbers(JNIEnv* env, jclass parcel) {
         method("readFloat", "(J)F", readNumber<jfloat, float, &Parcel::readFloat>),
         method("readDouble", "(J)D", readNumber<jdouble, double, &Parcel::readDouble>),
     };
-    return registerMethods(env, parcel, methods, std::size(methods));
+    return registerMethods(env, kParcel, methods);
 }
 
-bool registerVectors(JNIEnv* env, jclass parcel) {
+bool registerVectors(JNIEnv* env) {
     const JNINativeMethod methods[] = {
         method("writeBoolVector", "(J[Z)V", Bools::write),
         method("writeInt8Vector", "(J[B)V", Int8s::write),
@@ -384,13 +382,11 @@ bool registerVectors(JNIEnv* env, jclass parcel) {
         method("readDoubleVector", "(J)[D", Doubles::read),
         method("readStringVector", "(J)[[B", readStringVector),
     };
-    return registerMethods(env, parcel, methods, std::size(methods));
+    return registerMethods(env, kParcel, methods);
 }
 
-bool registerOthers(JNIEnv* env, jclass parcel) {
+bool registerOthers(JNIEnv* env) {
     const JNINativeMethod methods[] = {
-        method("create", "()J", create),
-        method("destroy", "(J)V", destroy),
         method("writeInterfaceToken", "(J[B)V", writeInterfaceToken),
         method("readInterfaceToken", "(J[B)Z", readInterfaceToken),
         method("writeString", "(J[B)V", writeString),
@@ -409,15 +405,18 @@ bool registerOthers(JNIEnv* env, jclass parcel) {
         method("readStatus", "(J)[B", readStatus),
         method("send", "(J)Z", send),
     };
-    return registerMethods(env, parcel, methods, std::size(methods));
+    return registerMethods(env, kParcel, methods);
 }
 
 }  // namespace
 
 bool registerParcelMethods(JNIEnv* env) {
-    jclass parcel = env->FindClass("android/os/HwParcel");
-    return parcel != nullptr && registerNumbers(env, parcel) && registerVectors(env, parcel) &&
-           registerOthers(env, parcel);
+    const JNINativeMethod functions[] = {
+        method("newParcel", "()J", create),
+        method("deleteParcel", "(J)V", destroy),
+    };
+    return registerNumbers(env) && registerVectors(env) && registerOthers(env) &&
+           registerMethods(env, kNative, functions);
 }
 
 }  // namespace hidlaudio::java

@@ -3,8 +3,6 @@
 #include <hwbinder/IBinder.h>
 #include <hwbinder/ProcessState.h>
 
-#include <iterator>
-
 #include "java_parcel.h"
 #include "java_vm.h"
 
@@ -77,7 +75,7 @@ bool registerRemoteBinderMethods(JNIEnv* env) {
         method("releaseLink", "(J)V", releaseLink),
         method("release", "(J)V", release),
     };
-    return env->RegisterNatives(gJava.remoteBinder, methods, std::size(methods)) == JNI_OK;
+    return registerMethods(env, "android/os/HwRemoteBinder", methods);
 }
 
 }  // namespace hidlaudio::java

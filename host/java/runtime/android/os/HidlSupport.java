@@ -9,10 +9,6 @@ import java.util.Objects;
 
 /** Functions that generated code calls. */
 public class HidlSupport {
-    static {
-        Native.load();
-    }
-
     /** Result parameter of a method with several results. */
     public static final class Mutable<E> {
         public E value;
@@ -80,7 +76,9 @@ public class HidlSupport {
     }
 
     /** Returns the ID of this process. */
-    public static native int getPidIfSharable();
+    public static int getPidIfSharable() {
+        return Native.processId();
+    }
 
     private static boolean equalArrays(Object left, Object right) {
         int length = Array.getLength(left);

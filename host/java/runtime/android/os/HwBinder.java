@@ -8,16 +8,12 @@ import java.util.NoSuchElementException;
 
 /** An object of this process that other processes can call. The generated stubs derive from it. */
 public abstract class HwBinder implements IHwBinder {
-    static {
-        Native.load();
-    }
-
-    private final long handle = create();
+    private final long handle = Native.newBinder();
     private final String tv = TvFolder.current();
 
     public HwBinder() {
         long own = handle;
-        Native.CLEANER.register(this, () -> destroy(own));
+        Native.CLEANER.register(this, () -> Native.deleteBinder(own));
     }
 
     @Override
@@ -55,7 +51,7 @@ public abstract class HwBinder implements IHwBinder {
     public static final IHwBinder getService(String iface, String serviceName, boolean retry)
             throws RemoteException, NoSuchElementException {
         IHwBinder found =
-                getService(Native.utf8(iface), Native.utf8(serviceName), retry, TvFolder.utf8());
+                Native.getService(Native.utf8(iface), Native.utf8(serviceName), retry, TvFolder.utf8());
         if (found == null) {
             throw new NoSuchElementException(iface + "/" + serviceName);
         }
@@ -71,11 +67,13 @@ public abstract class HwBinder implements IHwBinder {
         if (maxThreads < 0) {
             throw new IllegalArgumentException("maxThreads " + maxThreads);
         }
-        configurePool(maxThreads, callerWillJoin);
+        Native.configurePool(maxThreads, callerWillJoin);
     }
 
     /** Serves calls on this thread. Does not return. */
-    public static final native void joinRpcThreadpool();
+    public static final void joinRpcThreadpool() {
+        Native.joinPool();
+    }
 
     /** Does nothing: a workstation has no instrumentation. */
     public static final void enableInstrumentation() {}
@@ -103,15 +101,7 @@ public abstract class HwBinder implements IHwBinder {
         return handle;
     }
 
-    private static native long create();
-
-    private static native void destroy(long handle);
-
     private native int transact(long handle, int code, long request, long reply, int flags);
 
     private native int registerService(long handle, byte[] name, byte[] tv);
-
-    private static native IHwBinder getService(byte[] iface, byte[] name, boolean retry, byte[] tv);
-
-    private static native void configurePool(long maxThreads, boolean callerWillJoin);
 }

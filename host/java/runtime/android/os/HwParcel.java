@@ -15,10 +15,6 @@ public class HwParcel {
     /** Status of a call that has succeeded. */
     public static final int STATUS_SUCCESS = 0;
 
-    static {
-        Native.load();
-    }
-
     // 0: released, or received for a call that has ended.
     private long handle;
     // Frees the native parcel; null if it belongs to a call that this process serves.
@@ -28,9 +24,9 @@ public class HwParcel {
 
     /** Creates a parcel to be written, or to receive a reply. */
     public HwParcel() {
-        handle = create();
+        handle = Native.newParcel();
         long own = handle;
-        memory = Native.CLEANER.register(this, () -> destroy(own));
+        memory = Native.CLEANER.register(this, () -> Native.deleteParcel(own));
     }
 
     /** Creates a parcel of a call that this process serves. It must be released when the call ends. */
@@ -395,10 +391,6 @@ public class HwParcel {
             throw new IllegalStateException("the parcel is no reply, or was sent already");
         }
     }
-
-    private static native long create();
-
-    private static native void destroy(long handle);
 
     private native void writeInterfaceToken(long handle, byte[] name);
 

@@ -12,10 +12,6 @@ import java.util.Set;
 
 /** An object of another process. Two of them are equal if they refer to the same object. */
 public class HwRemoteBinder implements IHwBinder {
-    static {
-        Native.load();
-    }
-
     private final long handle;
     // The native forms of `links`, and the lock of both. The cleaner must not refer to the recipients,
     // because these may refer to this object.

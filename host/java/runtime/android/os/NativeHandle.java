@@ -11,10 +11,6 @@ import java.util.Arrays;
  * until the call ends, unless it is duplicated with {@link #dup}.
  */
 public final class NativeHandle implements Closeable {
-    static {
-        Native.load();
-    }
-
     private FileDescriptor[] descriptors;
     private final int[] ints;
     private boolean owns;
@@ -44,7 +40,7 @@ public final class NativeHandle implements Closeable {
     static NativeHandle of(int[] packed) {
         FileDescriptor[] descriptors = new FileDescriptor[packed[0]];
         for (int i = 0; i < descriptors.length; i++) {
-            descriptors[i] = descriptorOf(packed[i + 1]);
+            descriptors[i] = Native.descriptorOf(packed[i + 1]);
         }
         return new NativeHandle(
                 descriptors, Arrays.copyOfRange(packed, descriptors.length + 1, packed.length), false);
@@ -56,7 +52,7 @@ public final class NativeHandle implements Closeable {
         int[] packed = new int[1 + descriptors.length + ints.length];
         packed[0] = descriptors.length;
         for (int i = 0; i < descriptors.length; i++) {
-            packed[i + 1] = numberOf(descriptors[i]);
+            packed[i + 1] = Native.numberOf(descriptors[i]);
         }
         System.arraycopy(ints, 0, packed, descriptors.length + 1, ints.length);
         return packed;
@@ -73,12 +69,12 @@ public final class NativeHandle implements Closeable {
         checkOpen();
         FileDescriptor[] copies = new FileDescriptor[descriptors.length];
         for (int i = 0; i < copies.length; i++) {
-            int copy = duplicate(numberOf(descriptors[i]));
+            int copy = Native.duplicate(Native.numberOf(descriptors[i]));
             if (copy < 0) {
                 closeAll(copies, i);
                 throw new IOException("cannot duplicate a descriptor: error " + -copy);
             }
-            copies[i] = descriptorOf(copy);
+            copies[i] = Native.descriptorOf(copy);
         }
         return new NativeHandle(copies, ints, true);
     }
@@ -124,15 +120,7 @@ public final class NativeHandle implements Closeable {
 
     private static void closeAll(FileDescriptor[] descriptors, int count) {
         for (int i = 0; i < count; i++) {
-            closeDescriptor(numberOf(descriptors[i]));
+            Native.closeDescriptor(Native.numberOf(descriptors[i]));
         }
     }
-
-    private static native FileDescriptor descriptorOf(int number);
-
-    private static native int numberOf(FileDescriptor descriptor);
-
-    private static native int duplicate(int number);
-
-    private static native void closeDescriptor(int number);
 }

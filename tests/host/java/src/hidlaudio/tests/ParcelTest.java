@@ -2,6 +2,7 @@
 package hidlaudio.tests;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertDoesNotThrow;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertNotEquals;
@@ -17,6 +18,8 @@ import java.io.FileDescriptor;
 import java.io.FileInputStream;
 import java.io.FileOutputStream;
 import java.io.IOException;
+import java.net.URL;
+import java.net.URLClassLoader;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.HashMap;
@@ -25,6 +28,8 @@ import java.util.List;
 import java.util.Map;
 import java.util.Set;
 import java.util.function.Consumer;
+import java.util.jar.JarEntry;
+import java.util.jar.JarFile;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.function.Executable;
 
@@ -50,6 +55,27 @@ class ParcelTest {
         HwParcel request = new HwParcel();
         writer.accept(request);
         new Loop(reader).transact(1, request, new HwParcel(), 0);
+    }
+
+    @Test
+    void onlyNativeLoadsTheLibraryInItsInitializer() throws Exception {
+        HidlSupport.getPidIfSharable(); // loads it, so that another class loader cannot
+        URL jar = HwParcel.class.getProtectionDomain().getCodeSource().getLocation();
+        try (URLClassLoader loader = new URLClassLoader(new URL[] {jar}, ClassLoader.getPlatformClassLoader());
+                JarFile file = new JarFile(new File(jar.toURI()))) {
+            List<String> names = file.stream().map(JarEntry::getName).filter(name -> name.endsWith(".class"))
+                    .map(name -> name.replace(".class", "").replace('/', '.')).toList();
+            assertTrue(names.contains(HwParcel.class.getName()));
+            for (String name : names) {
+                boolean loads = name.equals("android.os.Native");
+                Executable initialize = () -> Class.forName(name, true, loader);
+                if (loads) {
+                    assertThrows(UnsatisfiedLinkError.class, initialize);
+                } else {
+                    assertDoesNotThrow(initialize, name);
+                }
+            }
+        }
     }
 
     @Test
