@@ -8,6 +8,7 @@
 #include "java_binder.h"
 #include "java_parcel.h"
 #include "java_vm.h"
+#include "native_methods.h"
 
 namespace hidlaudio::java {
 namespace {
@@ -70,8 +71,7 @@ bool registerBinderMethods(JNIEnv* env) {
         method("configurePool", "(JZ)V", configurePool),
         method("joinPool", "()V", joinPool),
     };
-    return registerMethods(env, "android/os/HwBinder", methods) &&
-           registerMethods(env, kNative, functions);
+    return registerMethods(env, "android/os/HwBinder", methods) && registerMethods(env, kNative, functions);
 }
 
 }  // namespace hidlaudio::java

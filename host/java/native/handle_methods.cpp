@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "java_vm.h"
+#include "native_methods.h"
 
 namespace hidlaudio::java {
 namespace {

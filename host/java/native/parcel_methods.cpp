@@ -12,6 +12,7 @@
 #include "java_binder.h"
 #include "java_parcel.h"
 #include "java_vm.h"
+#include "native_methods.h"
 
 namespace hidlaudio::java {
 namespace {

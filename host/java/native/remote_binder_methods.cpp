@@ -5,6 +5,7 @@
 
 #include "java_parcel.h"
 #include "java_vm.h"
+#include "native_methods.h"
 
 namespace hidlaudio::java {
 namespace {
