@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hex.h"
 
+#include <stdint.h>
+
 #include "parse_number.h"
 
 namespace hidlaudio::host {
