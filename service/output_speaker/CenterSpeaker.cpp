@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CenterSpeaker.h"
 
-#include <errno.h>
-#include <stdio.h>
-
 #include <optional>
 
 #include "platform/eeprom.h"
@@ -48,7 +45,7 @@ static_assert(sizeof(Block) == 20, "the file's layout");
 
 /** Values that the constructor has read. */
 struct Findings {
-    int32_t aqDataStatus = -1;  // 0 if the whole block was read
+    bool hasBlock = false;  // whether the whole block was read
     Block block{};
     bool inputAvailable = false;
     bool synchronizedInputAvailable = false;
@@ -56,29 +53,8 @@ struct Findings {
 
 Findings findings;
 
-int32_t readBlock(const char* function, FILE* file) {
-    if (fseek(file, kBlockOffset, SEEK_SET) != 0) {
-        logError(kNoTag, "[%s] fseek failed, errno %d", function, errno);
-        return -1;
-    }
-    findings.block = {};
-    errno = 0;  // the end of the file does not set errno
-    if (fread(&findings.block, 1, sizeof(Block), file) != sizeof(Block)) {
-        logError(kNoTag, "[%s] fread failed, errno %d", function, errno);
-        return -1;
-    }
-    return 0;
-}
-
-int32_t readMmCecFromAqdata() {
-    FILE* const file = fopen(platform::kTuningFile, "rb");
-    if (file == nullptr) {
-        logError(kNoTag, "[%s] fopen failed, errno %d", __func__, errno);
-        return -1;
-    }
-    const int32_t status = readBlock(__func__, file);
-    fclose(file);
-    return status;
+bool readMmCecFromAqdata() {
+    return platform::readTuningFile(kNoTag, __func__, {{kBlockOffset, &findings.block, sizeof(Block)}});
 }
 
 bool hasCentreInput(uint8_t segment) {
@@ -105,19 +81,18 @@ void readModel(const char* function) {
 }
 
 bool hasAqData(const char* function) {
-    if (findings.aqDataStatus == 0) return true;
+    if (findings.hasBlock) return true;
     logWarning(kNoTag, "[%s] Exist problem in AQData access.", function);
     return false;
 }
 
 platform::ServiceState describe() {
-    const bool read = findings.aqDataStatus == 0;
-    const auto ofBlock = [read](const char* name, int64_t value) {
-        return platform::number(name, read ? std::optional(value) : std::nullopt);
+    const auto ofBlock = [](const char* name, int64_t value) {
+        return platform::number(name, findings.hasBlock ? std::optional(value) : std::nullopt);
     };
     return {"CenterSpeaker",
             {{"tuning_data",
-              {platform::text("file", platform::kTuningFile), platform::yesNo("read", read),
+              {platform::text("file", platform::kTuningFile), platform::yesNo("read", findings.hasBlock),
                ofBlock("acoustics_type", findings.block.acousticsType),
                ofBlock("latency_samples", findings.block.latency)}},
              {"model",
@@ -130,8 +105,8 @@ platform::ServiceState describe() {
 CenterSpeaker::CenterSpeaker() {
     logDebug(kNoTag, "[%s] start", __func__);
     findings = {};
-    findings.aqDataStatus = readMmCecFromAqdata();
-    if (findings.aqDataStatus != 0) return;
+    findings.hasBlock = readMmCecFromAqdata();
+    if (!findings.hasBlock) return;
     if (waitForDtvSvc(kReadiness) != 0) return;
     readModel(__func__);
     logDebug(kNoTag, "[%s] end", __func__);
