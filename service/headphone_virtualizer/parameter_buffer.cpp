@@ -45,7 +45,7 @@ int32_t discardParameterBufferInt(aud_hv_parameter* slot) {
         cancelInt(*slot);
         // A call from inside a callback runs on the thread that ends the upload, so it must not wait for
         // that.
-        if (!isTransferThreadOf(slot->kind)) waitForEnd(*upload);
+        if (!isTransferThreadOf(slot->kind)) waitSelfParamTransferThreadFinish(*upload);
     }
     // After a wait the slot may be free already, or belong to another thread.
     if (slot->handle != kNoHandle && slot->upload == upload) {

@@ -83,7 +83,7 @@ int32_t transfer(Upload& upload) {
 int32_t awaitTurn(const Upload& upload, bool wasQueued) {
     const std::lock_guard lock(virtualizerLock);
     if (wasQueued && upload.cancelFlag) return kWaitCancelled;
-    return upload.predecessor ? waitForEnd(*upload.predecessor, &upload) : 0;
+    return upload.predecessor ? waitOtherParamTransferThreadFinish(*upload.predecessor, upload) : 0;
 }
 
 void setTransferring(Upload& upload) {

@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
+namespace {
 
-int32_t waitForEnd(const Upload& awaited, const Upload* waiting) {
+/** `waiting` is null if the wait cannot be cancelled. */
+REQUIRES(virtualizerLock) int32_t waitForEnd(const Upload& awaited, const Upload* waiting) {
     for (int i = 0; i < 40; ++i) {
         if (awaited.transferState == TransferState::Idle) return 0;
         if (waiting != nullptr && waiting->cancelFlag) return kWaitCancelled;
@@ -14,6 +16,16 @@ int32_t waitForEnd(const Upload& awaited, const Upload* waiting) {
         virtualizerLock.lock();
     }
     return kWaitTimeout;
+}
+
+}  // namespace
+
+int32_t waitOtherParamTransferThreadFinish(const Upload& other, const Upload& waiting) {
+    return waitForEnd(other, &waiting);
+}
+
+int32_t waitSelfParamTransferThreadFinish(const Upload& upload) {
+    return waitForEnd(upload, nullptr);
 }
 
 }  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

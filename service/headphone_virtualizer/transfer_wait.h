@@ -9,12 +9,15 @@ namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 enum WaitResult : int32_t { kWaitTimeout = -1, kWaitCancelled = 1 };
 
 /**
- * Waits until an upload of another thread has ended. Checks this every 500 ms, at most 40 times, and releases
- * the lock while it sleeps.
+ * Waits until the other kind's upload has ended. Checks this every 500 ms, at most 40 times, and releases
+ * the lock while it sleeps. `waiting` is the caller's own upload.
  *
- * @param waiting the caller's own upload, which may be cancelled during the wait; `nullptr` if there is none
  * @return 0, kWaitCancelled if `waiting` is cancelled, or kWaitTimeout after 20 s
  */
-int32_t waitForEnd(const Upload& awaited, const Upload* waiting = nullptr) REQUIRES(virtualizerLock);
+int32_t waitOtherParamTransferThreadFinish(const Upload& other, const Upload& waiting)
+    REQUIRES(virtualizerLock);
+
+/** Waits in the same way until an upload of another thread has ended. Returns 0 or kWaitTimeout. */
+int32_t waitSelfParamTransferThreadFinish(const Upload& upload) REQUIRES(virtualizerLock);
 
 }  // namespace com::tovi::dtv::hardware::audio::headphone_virtualizer

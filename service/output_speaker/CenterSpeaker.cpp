@@ -45,7 +45,7 @@ static_assert(sizeof(Block) == 20, "the file's layout");
 
 /** Values that the constructor has read. */
 struct Findings {
-    bool hasBlock = false;  // whether the whole block was read
+    int32_t aqDataStatus = -1;  // 0 if the whole block was read
     Block block{};
     bool inputAvailable = false;
     bool synchronizedInputAvailable = false;
@@ -53,8 +53,10 @@ struct Findings {
 
 Findings findings;
 
-bool readMmCecFromAqdata() {
-    return platform::readTuningFile(kNoTag, __func__, {{kBlockOffset, &findings.block, sizeof(Block)}});
+int32_t readMmCecFromAqdata() {
+    const bool read =
+        platform::readTuningFile(kNoTag, __func__, {{kBlockOffset, &findings.block, sizeof(Block)}});
+    return read ? 0 : -1;
 }
 
 bool hasCentreInput(uint8_t segment) {
@@ -81,18 +83,19 @@ void readModel(const char* function) {
 }
 
 bool hasAqData(const char* function) {
-    if (findings.hasBlock) return true;
+    if (findings.aqDataStatus == 0) return true;
     logWarning(kNoTag, "[%s] Exist problem in AQData access.", function);
     return false;
 }
 
 platform::ServiceState describe() {
-    const auto ofBlock = [](const char* name, int64_t value) {
-        return platform::number(name, findings.hasBlock ? std::optional(value) : std::nullopt);
+    const bool read = findings.aqDataStatus == 0;
+    const auto ofBlock = [read](const char* name, int64_t value) {
+        return platform::number(name, read ? std::optional(value) : std::nullopt);
     };
     return {"CenterSpeaker",
             {{"tuning_data",
-              {platform::text("file", platform::kTuningFile), platform::yesNo("read", findings.hasBlock),
+              {platform::text("file", platform::kTuningFile), platform::yesNo("read", read),
                ofBlock("acoustics_type", findings.block.acousticsType),
                ofBlock("latency_samples", findings.block.latency)}},
              {"model",
@@ -105,8 +108,8 @@ platform::ServiceState describe() {
 CenterSpeaker::CenterSpeaker() {
     logDebug(kNoTag, "[%s] start", __func__);
     findings = {};
-    findings.hasBlock = readMmCecFromAqdata();
-    if (!findings.hasBlock) return;
+    findings.aqDataStatus = readMmCecFromAqdata();
+    if (findings.aqDataStatus != 0) return;
     if (waitForDtvSvc(kReadiness) != 0) return;
     readModel(__func__);
     logDebug(kNoTag, "[%s] end", __func__);
