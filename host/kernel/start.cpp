@@ -8,6 +8,7 @@
 
 #include "host/kernel/clock/clock.h"
 #include "host/kernel/faults/faults.h"
+#include "host/program/parse_number.h"
 #include "host/program/standard_streams.h"
 #include "host/tv_files/call_record.h"
 #include "log.h"
@@ -35,7 +36,7 @@ extern "C" __attribute__((constructor(101))) void hidlaudio_host_kernel_start() 
     openMissingStandardDescriptors();
     startLog();
     const std::string speed = environment(kClockVariable);
-    if (!speed.empty() && !setClockSpeed(std::string_view(speed))) {
+    if (!speed.empty() && !setClockSpeed(parseNumber<unsigned>(speed).value_or(0))) {
         refuse(std::string(kClockVariable) + "=" + speed +
                ": the speed of time must be a whole number from 1 to " + std::to_string(kFastestClock));
     }

@@ -9,8 +9,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 
+#include "host/program/hex.h"
 #include "host/tv_files/back_end_files.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
@@ -78,13 +80,8 @@ int32_t readBootState(uint8_t& state) {
 }
 
 std::string describe(const CustomSpecRecord& record) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string line = std::to_string(record.type) + " " + std::to_string(record.length) + " ";
-    for (size_t i = 0; i < record.length; ++i) {
-        line += kDigits[record.payload[i] >> 4];
-        line += kDigits[record.payload[i] & 15];
-    }
-    return line + "\n";
+    const std::string payload(std::begin(record.payload), record.payload + record.length);
+    return std::to_string(record.type) + " " + std::to_string(record.length) + " " + toHex(payload) + "\n";
 }
 
 int32_t appendToLog(const CustomSpecRecord& record) {

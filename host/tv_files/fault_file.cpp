@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fault_file.h"
 
+#include <android-base/strings.h>
 #include <errno.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -18,6 +19,8 @@
 namespace hidlaudio::host {
 namespace {
 
+using android::base::StartsWith;
+
 constexpr std::string_view kDelay = "delay=";
 constexpr std::string_view kDies = "dies";
 constexpr std::string_view kShort = "short=";
@@ -27,7 +30,7 @@ using KindParser = bool (*)(const std::string& word, FaultSetting& fault);
 
 /** Parses the first word of a function's fault. Returns false if it is invalid. */
 bool parseFunctionKind(const std::string& word, FaultSetting& fault) {
-    const bool delays = word.compare(0, kDelay.size(), kDelay) == 0;
+    const bool delays = StartsWith(word, kDelay);
     if (word == kDies) fault.kind = FaultKind::Dies;
     if (delays) fault.kind = FaultKind::Delays;
     if (fault.kind == FaultKind::Dies) return true;
@@ -47,9 +50,9 @@ int32_t parseErrno(const std::string& word) {
 
 /** Parses the first word of a system call's fault. Returns false if it is invalid. */
 bool parseCallKind(const std::string& word, FaultSetting& fault) {
-    if (word == kDies || word.compare(0, kDelay.size(), kDelay) == 0)
+    if (word == kDies || StartsWith(word, kDelay))
         return parseFunctionKind(word, fault) && (word == kDies || fault.delay > 0);
-    const bool shortens = word.compare(0, kShort.size(), kShort) == 0;
+    const bool shortens = StartsWith(word, kShort);
     fault.kind = shortens ? FaultKind::Shortens : FaultKind::Fails;
     fault.status = shortens ? 0 : parseErrno(word);
     fault.bytes = shortens ? parseInt32(word.substr(kShort.size())).value_or(-1) : 0;

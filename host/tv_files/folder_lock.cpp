@@ -4,20 +4,13 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <unistd.h>
 
 namespace hidlaudio::host {
 
 FolderLock::FolderLock(const std::string& folder)
     : fd_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)) {
-    if (fd_.get() < 0) {
-        error_ = errno;
-        return;
-    }
-    while (flock(fd_.get(), LOCK_EX) != 0) {
-        if (errno == EINTR) continue;
-        error_ = errno;
-        return;
-    }
+    if (!fd_.ok() || TEMP_FAILURE_RETRY(flock(fd_.get(), LOCK_EX)) != 0) error_ = errno;
 }
 
 }  // namespace hidlaudio::host

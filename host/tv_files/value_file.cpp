@@ -2,12 +2,12 @@
 #include "value_file.h"
 
 #include <android-base/file.h>
+#include <android-base/stringprintf.h>
 #include <android-base/strings.h>
 #include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <inttypes.h>
-#include <stdio.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,6 +20,7 @@
 namespace hidlaudio::host {
 namespace {
 
+using android::base::StringPrintf;
 using android::base::Trim;
 using android::base::unique_fd;
 
@@ -30,9 +31,8 @@ std::string temporaryFor(const std::filesystem::path& file) {
     uint64_t number = 0;
     while (getrandom(&number, sizeof(number), 0) != sizeof(number)) {
     }
-    char end[20];
-    snprintf(end, sizeof(end), ".%016" PRIx64, number);
-    return (file.parent_path() / ("." + file.filename().string() + end)).string();
+    const std::string name = StringPrintf(".%s.%016" PRIx64, file.filename().c_str(), number);
+    return (file.parent_path() / name).string();
 }
 
 /** Links a file that was created without a name to `path`. Returns 0 or an errno: EEXIST if `path` exists. */

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "calibration_file.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -68,22 +69,20 @@ Item readItem(FILE* file, CalibrationRecords& records) {
 }  // namespace
 
 int32_t writeCalibratedData(const char* function, const ClientData& data) {
-    const int fd = retryOnEintr(
-        [] { return open(kCalibrationFile, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kPermissions); });
-    if (fd < 0) {
+    const ::android::base::unique_fd fd(retryOnEintr(
+        [] { return open(kCalibrationFile, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kPermissions); }));
+    if (!fd.ok()) {
         logError(kLogTag, "[%s] open error", function);
         return -1;
     }
-    if (!putChannels(fd, data)) {
+    if (!putChannels(fd.get(), data)) {
         logError(kLogTag, "[%s] write failed, errno %d", function, errno);
-        close(fd);
         if (remove(kCalibrationFile) != 0) logError(kLogTag, "[%s] remove failed, errno %d", function, errno);
         return -1;
     }
-    put(fd, kMarker);
-    put(fd, kEnd);
-    retryOnEintr([fd] { return fsync(fd); });
-    close(fd);
+    put(fd.get(), kMarker);
+    put(fd.get(), kEnd);
+    retryOnEintr([&fd] { return fsync(fd.get()); });
     return 0;
 }
 

@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "calibration_parameters.h"
 
-#include <errno.h>
-#include <stdio.h>
-
 #include <algorithm>
 #include <iterator>
 
 #include "log_tag.h"
-#include "platform/log.h"
 #include "platform/tuning_file.h"
 #include "tuning_data.h"
 
@@ -16,56 +12,29 @@ namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
 using ::android::hardware::hidl_vec;
-using platform::logError;
 using V3_0::bandEqualizer;
 using V3_0::channelCurve;
 using V3_0::channelFrequencyRange;
 
-/** A region of the file, and its destination. */
-struct Region {
-    uint32_t fileOffset;
-    uint16_t size;      // in bytes
-    size_t dataOffset;  // in TuningData
-};
-
-constexpr Region curveRegion(uint32_t fileOffset, size_t curve) {
-    return {fileOffset, sizeof(CurveBlock), offsetof(TuningData, curves) + curve * sizeof(CurveBlock)};
-}
-
-constexpr Region kRegions[] = {
-    {19412, sizeof(ParameterBlock), offsetof(TuningData, parameters)},
-    curveRegion(22340, 0),
-    curveRegion(22468, 1),
-    curveRegion(22596, 2),
-    curveRegion(22724, 3),
-    curveRegion(22852, 4),
-};
+/** Offsets in the tuning file. */
+constexpr long kParameterOffset = 19412;
+constexpr long kCurveOffsets[kCurves] = {22340, 22468, 22596, 22724, 22852};
 
 constexpr const char* kRangeChannels[] = {"Front", "Center", "Other"};
 constexpr const char* kCurveChannels[kCurves] = {"Front", "Center", "Surround", "SurroundBack",
                                                  "FrontHeight"};
 
-bool succeeded(bool success, const char* function, const char* call) {
-    if (!success) logError(kLogTag, "[%s] %s failed, errno %d", function, call, errno);
-    return success;
-}
-
-bool readRegion(const char* function, FILE* file, const Region& region, TuningData& data) {
-    if (!succeeded(fseek(file, static_cast<long>(region.fileOffset), SEEK_SET) == 0, function, "fseek"))
-        return false;
-    errno = 0;  // the end of the file does not set errno
-    char* const destination = reinterpret_cast<char*>(&data) + region.dataOffset;
-    return succeeded(fread(destination, 1, region.size, file) == region.size, function, "fread");
-}
-
 bool readTuningData(const char* function, TuningData& data) {
-    FILE* const file = fopen(platform::kTuningFile, "rbe");
-    if (!succeeded(file != nullptr, function, "fopen")) return false;
-    const bool whole = std::all_of(std::begin(kRegions), std::end(kRegions), [&](const Region& region) {
-        return readRegion(function, file, region, data);
-    });
-    fclose(file);
-    return whole;
+    const auto curve = [&](size_t i) {
+        return platform::TuningRegion{kCurveOffsets[i], &data.curves[i], sizeof(CurveBlock)};
+    };
+    return platform::readTuningFile(kLogTag, function,
+                                    {{kParameterOffset, &data.parameters, sizeof(ParameterBlock)},
+                                     curve(0),
+                                     curve(1),
+                                     curve(2),
+                                     curve(3),
+                                     curve(4)});
 }
 
 /** Multiplies in double precision, so that the result is rounded to single precision only once. */

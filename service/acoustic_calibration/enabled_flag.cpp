@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "enabled_flag.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -13,6 +14,7 @@
 namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 namespace {
 
+using ::android::base::unique_fd;
 using platform::logDebug;
 using platform::logError;
 using platform::retryOnEintr;
@@ -20,8 +22,8 @@ using platform::retryOnEintr;
 constexpr mode_t kPermissions = 0600;
 constexpr int32_t kFailed = -1;
 
-int openFile(int flags) {
-    return retryOnEintr([flags] { return open(kEnabledFile, flags | O_CLOEXEC, kPermissions); });
+unique_fd openFile(int flags) {
+    return unique_fd(retryOnEintr([flags] { return open(kEnabledFile, flags | O_CLOEXEC, kPermissions); }));
 }
 
 /** Logs that a call failed. `verb` is its name, for example "read". Returns kFailed. */
@@ -30,24 +32,21 @@ int32_t fail(const char* function, const char* verb) {
     return kFailed;
 }
 
-/** Reads the byte and closes `fd`. Returns the byte, or kFailed. */
-int32_t readByte(const char* function, int fd) {
+/** Returns the byte, or kFailed. */
+int32_t readByte(const char* function, const unique_fd& fd) {
     uint8_t byte = kCalibrationOff;
     errno = 0;  // reading an empty file does not set errno
-    const bool whole = retryOnEintr([&] { return read(fd, &byte, sizeof(byte)); }) == 1;
-    const int32_t result = whole ? byte : fail(function, "read");
-    close(fd);
-    return result;
+    const bool whole = retryOnEintr([&] { return read(fd.get(), &byte, sizeof(byte)); }) == 1;
+    return whole ? byte : fail(function, "read");
 }
 
-/** Writes the byte and closes `fd`. Returns 0, or kFailed. */
-int32_t writeByte(const char* function, int fd, uint8_t byte) {
+/** Returns 0, or kFailed. */
+int32_t writeByte(const char* function, const unique_fd& fd, uint8_t byte) {
     errno = 0;  // a short write does not set errno
-    const bool whole = retryOnEintr([&] { return write(fd, &byte, sizeof(byte)); }) == 1;
-    if (whole) retryOnEintr([fd] { return fsync(fd); });
-    const int32_t result = whole ? 0 : fail(function, "write");
-    close(fd);
-    return result;
+    if (retryOnEintr([&] { return write(fd.get(), &byte, sizeof(byte)); }) != 1)
+        return fail(function, "write");
+    retryOnEintr([&] { return fsync(fd.get()); });
+    return 0;
 }
 
 }  // namespace
@@ -55,12 +54,12 @@ int32_t writeByte(const char* function, int fd, uint8_t byte) {
 int32_t getEnabledOnBoot() {
     logDebug(kLogTag, "[%s] start", __func__);
     int32_t result = kFailed;
-    if (const int fd = openFile(O_RDONLY); fd >= 0) {
+    if (const unique_fd fd = openFile(O_RDONLY); fd.ok()) {
         result = readByte(__func__, fd);
     } else {
         logError(kLogTag, "[%s] open error", __func__);
-        const int made = openFile(O_RDWR | O_CREAT | O_TRUNC);
-        if (made < 0) {
+        const unique_fd made = openFile(O_RDWR | O_CREAT | O_TRUNC);
+        if (!made.ok()) {
             logError(kLogTag, "[%s] open filed, %s failed, errno %d", __func__, kEnabledFile, errno);
             return kFailed;
         }
@@ -85,8 +84,8 @@ bool readEnabledData(const char* function) {
 }
 
 int32_t setEnabledData(bool enable) {
-    const int fd = openFile(O_WRONLY | O_CREAT | O_TRUNC);
-    if (fd < 0) {
+    const unique_fd fd = openFile(O_WRONLY | O_CREAT | O_TRUNC);
+    if (!fd.ok()) {
         logError(kLogTag, "[%s] open error", __func__);
         return kFailed;
     }

@@ -8,7 +8,7 @@
 #include "log_tag.h"
 #include "parameter_buffer.h"
 #include "parameter_transfer.h"
-#include "platform/back_end_record.h"
+#include "platform/back_end_commands.h"
 #include "platform/log.h"
 #include "platform/write_dump.h"
 #include "result_code.h"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "back_end_transfer.h"
 
+#include <android-base/unique_fd.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -16,15 +17,15 @@ constexpr int32_t kUnreachable = -5;
 
 /** Sends one request to the driver. `function` is the function name printed in the log. */
 int32_t request(const char* function, uint32_t code, void* argument) {
-    const int fd = open(kDevice, O_RDWR | O_CLOEXEC);
-    if (fd < 0) {
+    const ::android::base::unique_fd fd(open(kDevice, O_RDWR | O_CLOEXEC));
+    if (!fd.ok()) {
         logError(kLogTag, "[%s] bectrl device file open failed! : (%d)", function, kUnreachable);
         return kUnreachable;
     }
-    const int status = ioctl(fd, code, argument);
-    if (status != 0) logError(kLogTag, "[%s] ioctl() failed! : (%d)", function, status);
-    close(fd);
-    return status == 0 ? 0 : kUnreachable;
+    const int status = ioctl(fd.get(), code, argument);
+    if (status == 0) return 0;
+    logError(kLogTag, "[%s] ioctl() failed! : (%d)", function, status);
+    return kUnreachable;
 }
 
 }  // namespace

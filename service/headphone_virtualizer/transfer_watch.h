@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
 #include <stdio.h>
+
+#include <memory>
 
 namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 
 /**
  * The descriptors on which a thread waits while the controller works on its upload: the proc file, which
- * becomes readable at each change of the state, and a timer of 20 s. The destructor closes them.
+ * becomes readable at each change of the state, and a timer of 20 s.
  */
 struct TransferWatch {
-    TransferWatch() = default;
-    ~TransferWatch();
-    TransferWatch(const TransferWatch&) = delete;
-    TransferWatch& operator=(const TransferWatch&) = delete;
-
-    int epoll = -1;
-    FILE* stateFile = nullptr;
-    int timer = -1;
+    ::android::base::unique_fd epoll;
+    std::unique_ptr<FILE, int (*)(FILE*)> stateFile{nullptr, fclose};
+    ::android::base::unique_fd timer;
 };
 
 /** Opens the descriptors and starts the timer. Returns `nullptr`, or an error message for the log. */

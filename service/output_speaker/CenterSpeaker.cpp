@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CenterSpeaker.h"
 
-#include <errno.h>
-#include <stdio.h>
-
 #include <optional>
 
 #include "platform/eeprom.h"
@@ -56,29 +53,10 @@ struct Findings {
 
 Findings findings;
 
-int32_t readBlock(const char* function, FILE* file) {
-    if (fseek(file, kBlockOffset, SEEK_SET) != 0) {
-        logError(kNoTag, "[%s] fseek failed, errno %d", function, errno);
-        return -1;
-    }
-    findings.block = {};
-    errno = 0;  // the end of the file does not set errno
-    if (fread(&findings.block, 1, sizeof(Block), file) != sizeof(Block)) {
-        logError(kNoTag, "[%s] fread failed, errno %d", function, errno);
-        return -1;
-    }
-    return 0;
-}
-
 int32_t readMmCecFromAqdata() {
-    FILE* const file = fopen(platform::kTuningFile, "rb");
-    if (file == nullptr) {
-        logError(kNoTag, "[%s] fopen failed, errno %d", __func__, errno);
-        return -1;
-    }
-    const int32_t status = readBlock(__func__, file);
-    fclose(file);
-    return status;
+    const bool read =
+        platform::readTuningFile(kNoTag, __func__, {{kBlockOffset, &findings.block, sizeof(Block)}});
+    return read ? 0 : -1;
 }
 
 bool hasCentreInput(uint8_t segment) {

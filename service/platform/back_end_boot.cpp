@@ -3,9 +3,8 @@
 
 #include <time.h>
 
-#include "back_end_record.h"
+#include "back_end_commands.h"
 #include "log.h"
-#include "soc_middleware.h"
 
 namespace com::tovi::dtv::hardware::audio::platform {
 namespace {
@@ -13,12 +12,6 @@ namespace {
 constexpr int kQueries = 30;
 constexpr timespec kInterval{0, 500000000};
 constexpr uint8_t kHasBooted = 1;
-
-int32_t query(bectrl_cust_spec_record& record) {
-    uint32_t size = sizeof(record);
-    const std::lock_guard lock(middlewareLock);
-    return MTDRVCUST_dcustom_cust_spec_get(kBeCtrlGetIdentifier, &record, &size);
-}
 
 }  // namespace
 
@@ -28,7 +21,7 @@ int32_t waitForBackEndBoot(const BackEndBootWait& wait) {
     record.type = BECTRL_SPEC_BOOT_STATE;
     record.payloadLength = 1;
     for (int i = 0; i < kQueries; ++i) {
-        if (const int32_t status = query(record); status != 0) {
+        if (const int32_t status = queryBackEnd(record); status != 0) {
             logError(wait.tag, "[%s] MTDRVCUST_dcustom_cust_spec_get failed!!(%d)", wait.function, status);
             return kBootStateUnknown;
         }

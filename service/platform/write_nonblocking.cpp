@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "write_nonblocking.h"
 
+#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -17,7 +18,10 @@ namespace {
 /** Bytes per write: fits into one page of a pipe and into one packet of a socket. */
 constexpr size_t kPiece = 4096;
 
-/** Blocks SIGPIPE in this thread and discards one that its writes cause: it would end the process. */
+/**
+ * Blocks SIGPIPE in this thread and discards one that its writes cause: it would end the process. The
+ * destructor does not change errno.
+ */
 class NoBrokenPipe {
   public:
     NoBrokenPipe() {
@@ -29,9 +33,11 @@ class NoBrokenPipe {
         pthread_sigmask(SIG_BLOCK, &signal_, &before_);
     }
     ~NoBrokenPipe() {
+        const int kept = errno;
         const timespec noTime{};
         if (!wasPending_) sigtimedwait(&signal_, nullptr, &noTime);
         pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+        errno = kept;
     }
     NoBrokenPipe(const NoBrokenPipe&) = delete;
     NoBrokenPipe& operator=(const NoBrokenPipe&) = delete;
@@ -42,36 +48,21 @@ class NoBrokenPipe {
     bool wasPending_ = false;
 };
 
-/**
- * A pipe of this process, from which splice() moves bytes to the client's pipe without blocking. A
- * write() to the client's pipe would block if that is full. Checking for free space first does not help,
- * because another writer can fill the pipe before the write.
- */
-struct OwnPipe {
-    OwnPipe() {
-        if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) ends[0] = ends[1] = -1;
-    }
-    ~OwnPipe() {
-        if (ends[0] < 0) return;
-        close(ends[0]);
-        close(ends[1]);
-    }
-    OwnPipe(const OwnPipe&) = delete;
-    OwnPipe& operator=(const OwnPipe&) = delete;
-
-    int ends[2];
-};
-
 /** Writes a piece. Returns the number of bytes written, or -1 with errno. */
 using WritePiece = ssize_t (*)(int fd, const char* data, size_t size);
 
+/**
+ * Writes to a pipe of this process, from which splice() moves the bytes to the client's pipe without
+ * blocking. A write() to the client's pipe would block if that is full. Checking for free space first does
+ * not help, because another writer can fill the pipe before the write.
+ */
 ssize_t writeToPipe(int fd, const char* data, size_t size) {
     const NoBrokenPipe noBrokenPipe;
-    const OwnPipe own;
-    if (own.ends[0] < 0) return -1;
-    const ssize_t filled = write(own.ends[1], data, size);
+    ::android::base::unique_fd reading, writing;
+    if (!::android::base::Pipe(&reading, &writing, O_CLOEXEC | O_NONBLOCK)) return -1;
+    const ssize_t filled = write(writing.get(), data, size);
     if (filled <= 0) return -1;
-    return splice(own.ends[0], nullptr, fd, nullptr, static_cast<size_t>(filled), SPLICE_F_NONBLOCK);
+    return splice(reading.get(), nullptr, fd, nullptr, static_cast<size_t>(filled), SPLICE_F_NONBLOCK);
 }
 
 ssize_t writeToSocket(int fd, const char* data, size_t size) {

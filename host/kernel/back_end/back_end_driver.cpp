@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <iterator>
 #include <list>
-#include <memory>
 #include <mutex>
 
 #include "back_end_transfer.h"
@@ -54,6 +53,10 @@ constexpr Command kCommands[] = {
 struct Driver {
     std::mutex mutex;  // also serializes changes of a kind's files and state
     std::list<Transfer> transfers GUARDED_BY(mutex);
+
+    void erase(const Transfer& transfer) REQUIRES(mutex) {
+        transfers.remove_if([&transfer](const Transfer& other) { return &other == &transfer; });
+    }
 };
 
 /** Never destroyed: a transfer may outlive the program's main(). */
@@ -93,42 +96,36 @@ int keepReceived(const std::string& incoming, const std::string& received) {
 }
 
 /** Removes a transfer that has ended and publishes its result. */
-void finish(std::list<Transfer>::iterator transfer, int error) {
-    const std::string incoming = transfer->root + incomingFile(transfer->kind);
+void finish(const Transfer& transfer, int error) {
+    const std::string root = transfer.root;
+    const UploadKind kind = transfer.kind;
+    const std::string incoming = root + incomingFile(kind);
     const Lock lock(driver().mutex);
-    if (transfer->cancelled) error = ECANCELED;
-    if (error == 0) error = keepReceived(incoming, transfer->root + receivedFile(transfer->kind));
+    if (transfer.cancelled) error = ECANCELED;
+    if (error == 0) error = keepReceived(incoming, root + receivedFile(kind));
     if (error != 0 && error != ECANCELED) {
         __android_log_print(ANDROID_LOG_ERROR, kBackEndTag, "the transfer of %s parameters failed: %s",
-                            nameOf(transfer->kind), strerror(error));
+                            nameOf(kind), strerror(error));
     }
     const uint8_t failed = error == ECANCELED ? kResultCancelled : kResultFailed;
-    const uint8_t result = error == 0 ? transfer->endResult : failed;
-    const std::string root = transfer->root;
-    const UploadKind kind = transfer->kind;
-    const uint8_t state = transfer->endState;
+    const uint8_t result = error == 0 ? transfer.endResult : failed;
+    const uint8_t state = transfer.endState;
     // Erase before publishing: a listener may start the next transfer at once.
-    driver().transfers.erase(transfer);
+    driver().erase(transfer);
     publishTransferState(root, kind, state, result);
     unlink(incoming.c_str());
 }
 
 void* transferThread(void* argument) {
-    const std::unique_ptr<std::list<Transfer>::iterator> transfer(
-        static_cast<std::list<Transfer>::iterator*>(argument));
-    finish(*transfer, runTransfer(**transfer));
+    const auto& transfer = *static_cast<const Transfer*>(argument);
+    finish(transfer, runTransfer(transfer));
     return nullptr;
 }
 
-int startThread(std::list<Transfer>::iterator transfer) {
-    auto argument = std::make_unique<std::list<Transfer>::iterator>(transfer);
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+int startThread(Transfer& transfer) {
     pthread_t thread;
-    const int error = __real_pthread_create(&thread, &attributes, transferThread, argument.get());
-    pthread_attr_destroy(&attributes);
-    if (error == 0) (void)argument.release();
+    const int error = __real_pthread_create(&thread, nullptr, transferThread, &transfer);
+    if (error == 0) pthread_detach(thread);
     return error;
 }
 
@@ -162,25 +159,25 @@ int start(UploadKind kind, const SetArgument& argument, const std::vector<Behavi
     const std::string root = tvRoot();
     const Lock lock(driver().mutex);
     endCutOffLocked(root, kind);
-    const auto transfer = driver().transfers.emplace(driver().transfers.end());
-    transfer->root = root;
-    transfer->kind = kind;
-    transfer->payload = reinterpret_cast<const char*>(static_cast<uintptr_t>(argument.address));
-    transfer->size = argument.count;
-    transfer->rate = static_cast<uint64_t>(value(BackEndSetting::Rate));
-    transfer->hangs = value(BackEndSetting::Hang) != 0;
-    transfer->endState = static_cast<uint8_t>(value(BackEndSetting::State));
-    transfer->endResult = static_cast<uint8_t>(value(BackEndSetting::Result));
-    transfer->start = startOnClock();
-    int error = openDescriptors(*transfer);
+    Transfer& transfer = driver().transfers.emplace_back();
+    transfer.root = root;
+    transfer.kind = kind;
+    transfer.payload = reinterpret_cast<const char*>(static_cast<uintptr_t>(argument.address));
+    transfer.size = argument.count;
+    transfer.rate = static_cast<uint64_t>(value(BackEndSetting::Rate));
+    transfer.hangs = value(BackEndSetting::Hang) != 0;
+    transfer.endState = static_cast<uint8_t>(value(BackEndSetting::State));
+    transfer.endResult = static_cast<uint8_t>(value(BackEndSetting::Result));
+    transfer.start = startOnClock();
+    int error = openDescriptors(transfer);
     if (error != 0) {
-        driver().transfers.erase(transfer);
+        driver().erase(transfer);
         return error;
     }
     publishTransferState(root, kind, kInProgress, 0);
     error = startThread(transfer);
     if (error == 0) return 0;
-    driver().transfers.erase(transfer);
+    driver().erase(transfer);
     endCutOffLocked(root, kind);
     return error;
 }

@@ -35,18 +35,12 @@ int waitUntil(const Transfer& transfer, std::chrono::nanoseconds end) {
     // A stepped clock may have been advanced before the timer was armed.
     if (elapsedOnClock(transfer.start) >= end) return 0;
     pollfd events[] = {{transfer.timer.get(), POLLIN, 0}, {transfer.cancel.get(), POLLIN, 0}};
-    while (poll(events, 2, -1) < 0) {
-        if (errno != EINTR) return errno;
-    }
-    return 0;
+    return TEMP_FAILURE_RETRY(poll(events, 2, -1)) < 0 ? errno : 0;
 }
 
 int waitForCancel(const Transfer& transfer) {
     pollfd event{transfer.cancel.get(), POLLIN, 0};
-    while (poll(&event, 1, -1) < 0) {
-        if (errno != EINTR) return errno;
-    }
-    return ECANCELED;
+    return TEMP_FAILURE_RETRY(poll(&event, 1, -1)) < 0 ? errno : ECANCELED;
 }
 
 /** Writes payload bytes to the incoming file. Unmapped memory gives EFAULT: the kernel reads the bytes. */
@@ -62,7 +56,7 @@ int moveBytes(const Transfer& transfer, uint64_t from, uint64_t to) {
 
 }  // namespace
 
-int runTransfer(Transfer& transfer) {
+int runTransfer(const Transfer& transfer) {
     const uint64_t piece = std::clamp<uint64_t>(transfer.rate / kPiecesPerSecond, 1, kLargestPiece);
     for (uint64_t moved = 0; moved < transfer.size;) {
         const uint64_t next = std::min(transfer.size, moved + piece);

@@ -34,6 +34,6 @@ struct Transfer {
  * until the transfer is cancelled. Returns 0, ECANCELED, or the errno of a failed call: EFAULT if the
  * payload's memory was unmapped. Runs on the transfer's own thread.
  */
-int runTransfer(Transfer& transfer);
+int runTransfer(const Transfer& transfer);
 
 }  // namespace hidlaudio::host

@@ -9,7 +9,6 @@
 
 #include "clock_calls.h"
 #include "host/kernel/calls/real_calls.h"
-#include "host/program/parse_number.h"
 
 namespace hidlaudio::host {
 namespace {
@@ -91,14 +90,9 @@ int setFasterTimer(int fd, const itimerspec& value, itimerspec* old) {
 
 }  // namespace
 
-void setClockSpeed(unsigned times) {
-    speed = std::clamp(times, 1U, kFastestClock);
-}
-
-bool setClockSpeed(std::string_view times) {
-    const std::optional<unsigned> value = parseNumber<unsigned>(times);
-    if (!value || *value < 1 || *value > kFastestClock) return false;
-    setClockSpeed(*value);
+bool setClockSpeed(unsigned times) {
+    if (times < 1 || times > kFastestClock) return false;
+    speed = times;
     return true;
 }
 

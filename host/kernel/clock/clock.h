@@ -10,7 +10,6 @@
 #include <map>
 #include <mutex>
 #include <set>
-#include <string_view>
 #include <vector>
 
 namespace hidlaudio::host {
@@ -24,13 +23,10 @@ constexpr unsigned kFastestClock = 1000000;
 
 /**
  * Makes sleeps, timers and epoll time-outs that begin after this call pass `times` times faster: 1 (real
- * time) to kFastestClock; other values are clamped. The remaining time of an interrupted sleep or a timer
- * is reported in the program's time. May be called from any thread.
+ * time) to kFastestClock. Returns false without a change for other values. The remaining time of an
+ * interrupted sleep or a timer is reported in the program's time. May be called from any thread.
  */
-void setClockSpeed(unsigned times);
-
-/** Sets the speed from a text like "50". Returns false without a change if the text is no number in range. */
-[[nodiscard]] bool setClockSpeed(std::string_view times);
+bool setClockSpeed(unsigned times);
 
 /**
  * Stops the program's time at 0, for as long as the object exists; the test steps it. Only one object may

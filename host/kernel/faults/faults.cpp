@@ -79,16 +79,23 @@ Fault storedFault(size_t index) {
     if (folder.empty()) return {};
     const int kept = errno;
     std::optional<FaultSetting> setting;
-    const int error = takeFault(folder, std::string(kFaultableCalls[index]), parseCallFault, setting);
+    const int error = takeFault(folder, kFaultableCalls[index], parseCallFault, setting);
     errno = kept;
     if (error == 0) {
         if (!setting) return {};
         if (setting->kind != FaultKind::Shortens || index < kMovingCalls) return effectOf(*setting);
     }
-    const std::string path = folder + "/" + std::string(kFaultableCalls[index]);
+    const std::string path = folder + "/" + kFaultableCalls[index];
     __android_log_print(ANDROID_LOG_ERROR, kFaultTag, "%s is not a valid fault: %s", path.c_str(),
                         strerror(error != 0 ? error : EINVAL));
     return {"", 1, EIO};
+}
+
+unsigned countOf(std::string_view call, unsigned CallState::* count) {
+    const size_t index = indexOf(call);
+    Faults& all = faults();
+    const std::lock_guard lock(all.mutex);
+    return index < std::size(kFaultableCalls) ? all.states[index].*count : 0;
 }
 
 void waitOnClock(uint32_t milliseconds) {
@@ -135,17 +142,11 @@ void clearFaults() {
 }
 
 unsigned countedCalls(std::string_view call) {
-    const size_t index = indexOf(call);
-    Faults& all = faults();
-    const std::lock_guard lock(all.mutex);
-    return index < std::size(kFaultableCalls) ? all.states[index].counted : 0;
+    return countOf(call, &CallState::counted);
 }
 
 unsigned injectedFaults(std::string_view call) {
-    const size_t index = indexOf(call);
-    Faults& all = faults();
-    const std::lock_guard lock(all.mutex);
-    return index < std::size(kFaultableCalls) ? all.states[index].injected : 0;
+    return countOf(call, &CallState::injected);
 }
 
 FaultVerdict countCall(std::string_view call, const CallOn& on) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "child.h"
 
+#include <android-base/strings.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
@@ -8,11 +9,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <string_view>
 #include <thread>
 
 namespace hidlaudio::host {
 namespace {
 
+using android::base::StartsWith;
 using std::chrono::steady_clock;
 
 constexpr std::chrono::microseconds kCheckInterval{500};
@@ -25,18 +29,16 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
     return result;
 }
 
-std::string nameOf(const std::string& variable) {
-    return variable.substr(0, variable.find('=') + 1);
-}
-
 /** Returns this process's environment with `variables` added; they replace variables of the same name. */
 std::vector<std::string> environmentWith(const std::vector<std::string>& variables) {
     std::vector<std::string> all = variables;
     for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string one = *entry;
-        bool isGiven = false;
-        for (const std::string& variable : variables) isGiven = isGiven || nameOf(variable) == nameOf(one);
-        if (!isGiven) all.push_back(one);
+        const std::string_view text = *entry;
+        const bool isReplaced =
+            std::any_of(variables.begin(), variables.end(), [text](const std::string& variable) {
+                return StartsWith(text, variable.substr(0, variable.find('=') + 1));
+            });
+        if (!isReplaced) all.emplace_back(text);
     }
     return all;
 }

@@ -128,10 +128,8 @@ Stopped stopProcess(const Process& process, milliseconds patience) {
 }
 
 std::optional<Ending> endingOf(const Process& child) {
-    int status = 0;
-    if (waitpid(child.pid, &status, WNOHANG) != child.pid) return std::nullopt;
-    const ChildStatus ending = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    return Ending{ending == -SIGTERM, describe(ending)};
+    const std::optional<ChildStatus> status = statusWithin(child.pid, milliseconds(0));
+    return status ? std::optional(Ending{*status == -SIGTERM, describe(*status)}) : std::nullopt;
 }
 
 }  // namespace hidlaudio::host

@@ -23,15 +23,14 @@ constexpr std::chrono::milliseconds kPatience{1000};
 
 bool stopProgram(const std::string& program) {
     const std::optional<Process> process = runningProgram(program);
-    if (process) {
-        const Stopped stopped = stopProcess(*process, kPatience);
-        if (stopped == Stopped::No) {
-            note(program + " (process " + std::to_string(process->pid) + ") cannot be stopped");
-            return false;
-        }
-        if (stopped == Stopped::ByForce) note(program + " did not end after SIGTERM and was killed");
-        printf("%s stopped\n", program.c_str());
+    if (!process) return true;
+    const Stopped stopped = stopProcess(*process, kPatience);
+    if (stopped == Stopped::No) {
+        note(program + " (process " + std::to_string(process->pid) + ") cannot be stopped");
+        return false;
     }
+    if (stopped == Stopped::ByForce) note(program + " did not end after SIGTERM and was killed");
+    printf("%s stopped\n", program.c_str());
     return true;
 }
 

@@ -3,7 +3,6 @@
 
 #include "host/program/parse_number.h"
 #include "host/program/split_text.h"
-#include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
 #include "tv_state.h"
 
@@ -12,17 +11,11 @@ namespace {
 
 using nlohmann::ordered_json;
 
-std::string contentOf(const char* path) {
-    std::string text;
-    readValueFile(tvRoot() + path, text);
-    return text;
-}
-
 /** Returns the gains that were last sent to the audio decoder. An invalid line is null, and "?" as text. */
 StateEntry equalizer() {
     ordered_json gains = ordered_json::array();
     std::string text;
-    for (const std::string& line : splitLines(contentOf("/soc/audio_decoder/equalizer"))) {
+    for (const std::string& line : splitLines(valueFileContent("/soc/audio_decoder/equalizer"))) {
         const std::optional<double> gain = parseNumber<double>(line);
         gains.push_back(orNull(gain));
         text += gain ? android::base::StringPrintf(" %g", *gain) : " ?";
@@ -30,21 +23,16 @@ StateEntry equalizer() {
     return {"equalizer", gains, "equalizer" + (text.empty() ? " none" : text)};
 }
 
-template <typename Number>
-StateEntry entry(const char* name, const char* label, const std::optional<Number>& number) {
-    return {name, orNull(number), std::string(label) + " " + (number ? std::to_string(*number) : "none")};
-}
-
 }  // namespace
 
 StateEntries audioState() {
-    return {
-        equalizer(),
-        entry("volume_offset", "volume offset", parseInt32(contentOf("/soc/audio_decoder/volume_offset"))),
-        entry("speaker_delay", "speaker delay",
-              parseUint32(contentOf("/soc/audio_decoder/channel_main_delay_sp"))),
-        entry("post_processor_ready", "post-processor ready",
-              parseUint32(contentOf("/soc/audio_post/ready")))};
+    return {equalizer(),
+            numberEntry("volume_offset", "volume offset",
+                        parseInt32(valueFileContent("/soc/audio_decoder/volume_offset"))),
+            numberEntry("speaker_delay", "speaker delay",
+                        parseUint32(valueFileContent("/soc/audio_decoder/channel_main_delay_sp"))),
+            numberEntry("post_processor_ready", "post-processor ready",
+                        parseUint32(valueFileContent("/soc/audio_post/ready")))};
 }
 
 }  // namespace hidlaudio::host

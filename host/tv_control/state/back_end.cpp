@@ -21,8 +21,7 @@ using nlohmann::ordered_json;
 StateEntry uploadEntry(UploadKind kind) {
     ordered_json value{{"state", nullptr}, {"result", nullptr}, {"received", nullptr}};
     std::string text = nameOf(kind) + std::string(": ");
-    std::string bytes;
-    readValueFile(tvRoot() + transferStateFile(kind), bytes);
+    const std::string bytes = valueFileContent(transferStateFile(kind));
     if (bytes.size() >= 2) {
         const auto state = static_cast<uint8_t>(bytes[0]);
         const auto result = static_cast<uint8_t>(bytes[1]);
@@ -39,13 +38,6 @@ StateEntry uploadEntry(UploadKind kind) {
         text += ", " + std::to_string(received) + " bytes received";
     }
     return {nameOf(kind), value, text};
-}
-
-StateEntry bootState() {
-    std::string content;
-    readValueFile(tvRoot() + kBootStateFile, content);
-    const std::optional<int32_t> state = parseInt32(content);
-    return {"boot_state", orNull(state), "boot state " + (state ? std::to_string(*state) : "none")};
 }
 
 /** Returns the commands that the controller has received. The text has one line per command. */
@@ -70,7 +62,8 @@ StateEntries uploadState() {
 
 StateEntries backEndState() {
     StateEntries entries = uploadState();
-    entries.insert(entries.begin(), bootState());
+    entries.insert(entries.begin(),
+                   numberEntry("boot_state", "boot state", parseInt32(valueFileContent(kBootStateFile))));
     entries.push_back(receivedCommands());
     return entries;
 }

@@ -12,10 +12,8 @@
 namespace hidlaudio::host {
 namespace {
 
-constexpr const char* kHalServices[] = {"android.hardware.audio@5.0::IDevicesFactory/default"};
-
 std::vector<std::string> servicesOf(const std::string& program) {
-    if (program == "audio_hal") return {std::begin(kHalServices), std::end(kHalServices)};
+    if (program == "audio_hal") return {"android.hardware.audio@5.0::IDevicesFactory/default"};
     return {std::begin(kDaemonServices), std::end(kDaemonServices)};
 }
 

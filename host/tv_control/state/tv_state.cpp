@@ -78,6 +78,12 @@ StateEntry faultEntry(const std::string& path) {
 
 }  // namespace
 
+std::string valueFileContent(const std::string& path) {
+    std::string content;
+    readValueFile(tvRoot() + path, content);
+    return content;
+}
+
 StateEntry configEntry(const std::string& key) {
     std::string text;
     if (const int error = readValueFile(tvRoot() + "/soc/config/" + key, text); error != 0)
@@ -113,8 +119,7 @@ StateEntries eepromState() {
 StateEntries halState() {
     StateEntries entries;
     for (const std::string& key : namesIn(kHalParameterFolder)) {
-        std::string value;
-        readValueFile(tvRoot() + kHalParameterFolder + "/" + key, value);
+        std::string value = valueFileContent(kHalParameterFolder + ("/" + key));
         if (!value.empty() && value.back() == '\n') value.pop_back();
         entries.push_back({key, value, key + " " + value});
     }
@@ -141,8 +146,7 @@ StateEntries storedFileState() {
         const std::string path = kStoredFiles + ("/" + name);
         std::error_code error;
         const uintmax_t size = fs::file_size(tvRoot() + path, error);
-        std::string content;
-        if (!error && size <= kMaxShownBytes) readValueFile(tvRoot() + path, content);
+        const std::string content = !error && size <= kMaxShownBytes ? valueFileContent(path) : "";
         ordered_json value{{"size", error ? 0 : size}};
         if (!content.empty()) value["hex"] = toHex(content);
         const std::string bytes = value["size"].dump() + " bytes " + toHex(content);
@@ -152,10 +156,9 @@ StateEntries storedFileState() {
 }
 
 StateEntries wakeLockState() {
-    std::string names;
-    readValueFile(tvRoot() + "/power/wake_lock", names);
     StateEntries entries;
-    for (const std::string& name : splitLines(names)) entries.push_back({name, name, name});
+    for (const std::string& name : splitLines(valueFileContent("/power/wake_lock")))
+        entries.push_back({name, name, name});
     return entries;
 }
 

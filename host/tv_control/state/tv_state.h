@@ -61,10 +61,19 @@ int makeBackEndIdle(std::string& failed);
 /** Returns whether the readiness marker of the TV's platform service exists. */
 bool isPlatformReady();
 
+/** Returns the content of the value file at `path` below the root, or "" if it cannot be read. */
+std::string valueFileContent(const std::string& path);
+
 /** Returns the optional's value, or null if it is empty. */
 template <typename Value>
 nlohmann::ordered_json orNull(const std::optional<Value>& value) {
     return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
+}
+
+/** Returns an entry of one number, whose text is "LABEL NUMBER" or "LABEL none". */
+template <typename Number>
+StateEntry numberEntry(const char* name, const char* label, const std::optional<Number>& number) {
+    return {name, orNull(number), std::string(label) + " " + (number ? std::to_string(*number) : "none")};
 }
 
 }  // namespace hidlaudio::host
