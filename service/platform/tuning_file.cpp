@@ -21,7 +21,7 @@ bool readTuningFile(const char* tag, const char* function, std::initializer_list
     return std::all_of(regions.begin(), regions.end(), [&](const TuningRegion& region) {
         if (!succeeded(fseek(file.get(), region.offset, SEEK_SET) == 0, "fseek")) return false;
         errno = 0;  // the end of the file does not set errno
-        return succeeded(fread(region.destination, region.size, 1, file.get()) == 1, "fread");
+        return succeeded(fread(region.destination, 1, region.size, file.get()) == region.size, "fread");
     });
 }
 
