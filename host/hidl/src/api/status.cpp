@@ -67,10 +67,6 @@ std::string errorText(status_t error) {
 
 }  // namespace
 
-Status Status::fromExceptionCode(int32_t exceptionCode) {
-    return fromExceptionCode(exceptionCode, "");
-}
-
 Status Status::fromExceptionCode(int32_t exceptionCode, const char* message) {
     Status status;
     status.setException(exceptionCode, message);
