@@ -9,6 +9,7 @@
 
 namespace android::hardware {
 
+using transport::alignUp;
 using transport::BufferRecord;
 using transport::CopyBulk;
 using transport::kBulkAlignment;
@@ -29,10 +30,6 @@ namespace {
 constexpr size_t kWordSize = 4;
 constexpr size_t kRecordDataAlignment = 8;
 constexpr size_t kPointerSize = sizeof(details::hidl_pointer<char>);
-
-constexpr size_t alignUp(size_t value, size_t alignment) {
-    return (value + alignment - 1) & ~(alignment - 1);
-}
 
 // Sizes of the parts of a parcel on the platform, in bytes; see Parcel.h.
 constexpr size_t kBufferObject = 40;
