@@ -108,15 +108,11 @@ class Parcel {
 
     /**
      * Write and read a native handle, or null. The caller keeps the descriptors that it writes; those
-     * that it reads live as long as the parcel. Methods without "Nullable" return UNEXPECTED_NULL when
-     * they read null.
+     * that it reads live as long as the parcel.
      */
     status_t writeNativeHandleNoDup(const native_handle_t* handle);
-    status_t readNativeHandleNoDup(const native_handle_t** handle) const;
     status_t readNullableNativeHandleNoDup(const native_handle_t** handle) const;
     status_t writeEmbeddedNativeHandle(const native_handle_t* handle, size_t parent, size_t parentOffset);
-    status_t readEmbeddedNativeHandle(size_t parent, size_t parentOffset,
-                                      const native_handle_t** handle) const;
     status_t readNullableEmbeddedNativeHandle(size_t parent, size_t parentOffset,
                                               const native_handle_t** handle) const;
 
@@ -127,7 +123,7 @@ class Parcel {
     /** Returns the destination for a received message. */
     transport::IncomingMessage& incoming() { return in_; }
     /** Starts to read the received message from its beginning. */
-    void startReading();
+    void startReading() { position_ = 0; }
     /** Returns whether the parcel holds a received message. */
     bool isReceived() const { return in_.body != nullptr; }
     /**

@@ -52,10 +52,6 @@ void copyBytes(const void* data, uint8_t* target, size_t size) {
 Parcel::Parcel() = default;
 Parcel::~Parcel() = default;
 
-void Parcel::startReading() {
-    position_ = 0;
-}
-
 // Returns `size` bytes at the next aligned position, or `nullptr` if the parcel is too large.
 uint8_t* Parcel::reserve(size_t size, size_t alignment) {
     const size_t start = alignUp(out_.bodySize, alignment);
@@ -133,8 +129,7 @@ template status_t Parcel::readNumber(double* value) const;
 status_t Parcel::readCount(uint64_t* count) const {
     const status_t status = readNumber(count);
     if (status != OK) return status;
-    return *count <= (in_.bodySize - position_) / kWordSize ? static_cast<status_t>(OK)
-                                                            : static_cast<status_t>(NOT_ENOUGH_DATA);
+    return *count <= (in_.bodySize - position_) / kWordSize ? OK : NOT_ENOUGH_DATA;
 }
 
 status_t Parcel::readBool(bool* value) const {
@@ -315,12 +310,7 @@ status_t Parcel::readNullableNativeHandleNoDup(const native_handle_t** handle) c
     if (ints == nullptr) return NOT_ENOUGH_DATA;
     *handle = in_.attach().createHandle(static_cast<size_t>(fdCount), reinterpret_cast<const int*>(ints),
                                         static_cast<size_t>(intCount));
-    return *handle != nullptr ? static_cast<status_t>(OK) : static_cast<status_t>(BAD_VALUE);
-}
-
-status_t Parcel::readNativeHandleNoDup(const native_handle_t** handle) const {
-    status_t status = readNullableNativeHandleNoDup(handle);
-    return status == OK && *handle == nullptr ? static_cast<status_t>(UNEXPECTED_NULL) : status;
+    return *handle != nullptr ? OK : BAD_VALUE;
 }
 
 // A handle needs no record with its parent and offset: handles are read in the order in which they
@@ -329,10 +319,6 @@ status_t Parcel::writeEmbeddedNativeHandle(const native_handle_t* handle, size_t
                                            size_t parentOffset) {
     const status_t status = clearPointer(parent, parentOffset);
     return status == OK ? writeNativeHandleNoDup(handle) : status;
-}
-
-status_t Parcel::readEmbeddedNativeHandle(size_t, size_t, const native_handle_t** handle) const {
-    return readNativeHandleNoDup(handle);
 }
 
 status_t Parcel::readNullableEmbeddedNativeHandle(size_t, size_t, const native_handle_t** handle) const {
