@@ -83,7 +83,7 @@ status_t Channel::sendPlain(const void* data, size_t size, uint8_t type) {
 }
 
 status_t Channel::sent(status_t status) {
-    if (status == OK) announced_ = tellBulkLost_ = false;
+    if (status == OK) announced_ = reportsBulkLost_ = false;
     return status;
 }
 
@@ -115,7 +115,7 @@ status_t Channel::sendPacket(const void* data, size_t size, const std::vector<in
 // Sets the header fields that all messages carry.
 void Channel::stamp(MessageHeader* header) {
     header->processor = ownProcessor();
-    if (tellBulkLost_) header->flags |= kBulkMemoryLost;
+    if (reportsBulkLost_) header->flags |= kBulkMemoryLost;
 }
 
 status_t Channel::send(MessageHeader header, const std::vector<int>& fds) {
@@ -301,7 +301,7 @@ bool Channel::attachMemory(IncomingMessage* message) {
     }
     peerBulkLost_ = peerBulk_ == nullptr;
     // On a control channel other threads may be sending, and the link ends: the peer is not notified.
-    if (kind_ == Kind::Call) tellBulkLost_ = peerBulkLost_;
+    if (kind_ == Kind::Call) reportsBulkLost_ = peerBulkLost_;
     return true;
 }
 

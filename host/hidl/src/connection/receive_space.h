@@ -135,8 +135,7 @@ class PeerSpace {
     /** Withdraws the claim of a message that was not sent. */
     void giveBack(uint32_t size, bool oneway);
 
-    /** Returns whether to report a refused claim now. Stores the number of audits, which the report carries.
-     */
+    /** Returns whether to report a refused claim now, and stores the number of audits for the report. */
     bool reportDue(uint32_t* audits);
 
   private:

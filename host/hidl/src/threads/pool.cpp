@@ -239,6 +239,11 @@ void Pool::serveSource(uint64_t key) {
     source->onReadable(turn);
 }
 
+void DispatchGuard::removeSource() {
+    ended_ = true;
+    pool_.remove(source_);
+}
+
 void DispatchGuard::end() {
     if (ended_) return;
     ended_ = true;

@@ -109,8 +109,10 @@ class DispatchGuard {
 
     /** Lets other threads serve the next message of the source. */
     void end();
-    /** Leaves the source unwatched: it is removed, or must wait for Pool::resume(). */
+    /** Leaves the source unwatched until Pool::resume(). */
     void forget() { ended_ = true; }
+    /** Removes the source from the pool. */
+    void removeSource();
 
   private:
     Pool& pool_;

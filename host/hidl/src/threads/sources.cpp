@@ -69,8 +69,7 @@ base::unique_fd ListenSource::acceptInShortage(int error) {
 }
 
 void PeerSource::onReadable(DispatchGuard& turn) {
-    turn.forget();
-    Process::self().pool().remove(*this);
+    turn.removeSource();
     link_->hangUp();
 }
 
@@ -107,7 +106,7 @@ void ControlSource::onReadable(DispatchGuard& turn) {
         link_->dropUnreferenced();
         return;
     }
-    if (received != Channel::Received::Closed && !short_)
+    if (received != Channel::Received::Closed && !endedForShortage_)
         ALOGE("process %d broke the transport's format", link_->peerPid);
     turn.forget();
     finish();
@@ -116,7 +115,7 @@ void ControlSource::onReadable(DispatchGuard& turn) {
 bool ControlSource::endForShortage() {
     ALOGE("the connection of process %d ends for that reason", link_->peerPid);
     (void)link_->sendControl(messageHeader(kTurnedAway, static_cast<uint32_t>(takeShortage())));
-    short_ = true;
+    endedForShortage_ = true;
     return false;
 }
 
@@ -213,19 +212,16 @@ void CallSource::onReadable(DispatchGuard& turn) {
         ALOGE("process %d broke the transport's format", link_->peerPid);
         link_->kill();
     }
-    turn.forget();
-    Process::self().pool().remove(*this);
+    turn.removeSource();
 }
 
 void ReleaseSource::onReadable(DispatchGuard& turn) {
     if (!link_->sendWaitingReleases()) return;
-    turn.forget();
-    Process::self().pool().remove(*this);
+    turn.removeSource();
 }
 
 void ObituarySource::onReadable(DispatchGuard& turn) {
-    turn.forget();
-    Process::self().pool().remove(*this);
+    turn.removeSource();
     proxy_->sendObituary();
 }
 

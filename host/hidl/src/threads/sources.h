@@ -75,7 +75,7 @@ class ControlSource : public Source {
     const std::shared_ptr<PeerSource> peer_;
     const std::shared_ptr<Channel> control_;
     bool expectsHello_;
-    bool short_ = false;  // ended for lack of descriptors or address space
+    bool endedForShortage_ = false;  // of descriptors or address space
     std::atomic<bool> finished_{false};
 };
 
