@@ -44,9 +44,7 @@ TEST_F(HostileTest, SilentAndNonReadingPeersDoNotBlockOtherClients) {
 // The peer makes each call from the callback of the previous one.
 TEST_F(HostileTest, TooDeeplyNestedCallFails) {
     RawClient peer;
-    RawMessage set = rawCall(peer.object(), kSetCallback, [](Parcel& parcel) { parcel.writeUint32(0); });
-    addReference(&set, 1, kSendersObject);
-    EXPECT_TRUE(sendRaw(peer.channel, set));
+    EXPECT_TRUE(sendRaw(peer.channel, rawSetCallback(peer.object())));
     EXPECT_EQ(statusOfReply(peer.channel), android::OK);
     const RawMessage call = rawCall(peer.object(), kCallBack, [](Parcel& parcel) { parcel.writeInt32(1); });
     std::optional<RawMessage> got;

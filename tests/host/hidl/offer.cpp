@@ -24,10 +24,7 @@ struct Pair {
 
 /** Offers `fd` as a call channel. */
 void offerAsChannel(const RawPeer& peer, int fd) {
-    RawMessage message = rawMessage(kNewCallChannel);
-    message.header.fdCount = 1;
-    message.fds = {fd};
-    (void)sendRaw(peer.control(), message);
+    (void)sendRaw(peer.control(), withFds(rawMessage(kNewCallChannel), {fd}));
 }
 
 int openPipe() {
@@ -77,9 +74,7 @@ RawMessage filesCall(const RawClient& client, int fd) {
  * of that channel.
  */
 int channelOfService(const RawClient& client) {
-    RawMessage set = rawCall(client.object(), kSetCallback, [](Parcel& parcel) { parcel.writeUint32(0); });
-    addReference(&set, 1, kSendersObject);
-    (void)sendRaw(client.channel, set);
+    (void)sendRaw(client.channel, rawSetCallback(client.object()));
     (void)receiveRaw(client.channel);
     const RawMessage call = rawCall(client.object(), kCallBackFromThread,
                                     [](Parcel& parcel) { parcel.writeNativeHandleNoDup(nullptr); });

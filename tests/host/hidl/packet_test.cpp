@@ -21,11 +21,7 @@ struct Recorder : android::hardware::BHwBinder {
     status_t onTransact(uint32_t code, const Parcel& data, Parcel*, uint32_t, TransactCallback) override {
         const OutgoingBody& body = data.outgoing();
         size = body.transactionSize();
-        call = rawMessage(kCall, 0, code);
-        call.body.assign(body.body(), body.body() + body.bodySize);
-        call.header.bodySize = static_cast<uint32_t>(body.bodySize);
-        call.fds = body.fds;
-        call.header.fdCount = static_cast<uint16_t>(body.fds.size());
+        call = rawCall(0, code, body);
         return android::UNKNOWN_ERROR;
     }
 };

@@ -45,10 +45,21 @@ struct RawMessage {
 };
 
 inline RawMessage rawMessage(MessageType type, uint64_t target = 0, uint32_t code = 0) {
-    RawMessage message;
-    message.header.type = type;
-    message.header.target = target;
-    message.header.code = code;
+    return {messageHeader(type, code, target), {}, {}};
+}
+
+/** Returns the message with descriptors. */
+inline RawMessage withFds(RawMessage message, std::vector<int> fds) {
+    message.header.fdCount = static_cast<uint16_t>(fds.size());
+    message.fds = std::move(fds);
+    return message;
+}
+
+/** Returns the call of `method` that is written in `body`. */
+inline RawMessage rawCall(uint64_t object, uint32_t method, const OutgoingBody& body) {
+    RawMessage message = withFds(rawMessage(kCall, object, method), body.fds);
+    message.body.assign(body.body(), body.body() + body.bodySize);
+    message.header.bodySize = static_cast<uint32_t>(body.bodySize);
     return message;
 }
 
@@ -60,12 +71,7 @@ inline RawMessage rawCall(uint64_t object, uint32_t method, const Write& write =
     Parcel parcel;
     parcel.writeInterfaceToken(ParentProbe::descriptor);
     write(parcel);
-    RawMessage message = rawMessage(kCall, object, method);
-    message.body.assign(parcel.outgoing().body(), parcel.outgoing().body() + parcel.outgoing().bodySize);
-    message.header.bodySize = static_cast<uint32_t>(message.body.size());
-    message.fds = parcel.outgoing().fds;
-    message.header.fdCount = static_cast<uint16_t>(message.fds.size());
-    return message;
+    return rawCall(object, method, parcel.outgoing());
 }
 
 /** Writes a vector or string with `content` whose structure claims `size` elements. */
@@ -83,6 +89,13 @@ inline void addReference(RawMessage* message, uint64_t object, uint32_t owner, u
     const auto* bytes = reinterpret_cast<const uint8_t*>(&reference);
     message->body.insert(message->body.end(), bytes, bytes + sizeof(reference));
     ++message->header.objectCount;
+}
+
+/** Returns a call that sets the object 1 of the peer as the callback. */
+inline RawMessage rawSetCallback(uint64_t object) {
+    RawMessage call = rawCall(object, kSetCallback, [](Parcel& parcel) { parcel.writeUint32(0); });
+    addReference(&call, 1, kSendersObject);
+    return call;
 }
 
 inline bool sendRaw(int socket, const RawMessage& message) {
@@ -192,10 +205,7 @@ class RawPeer {
         const unique_fd far(ends[1]);
         channels_.emplace_back(ends[0]);
         limitWaiting(ends[0]);
-        RawMessage message = rawMessage(kNewCallChannel);
-        message.header.fdCount = 1;
-        message.fds = {far.get()};
-        return sendRaw(control(), message);
+        return sendRaw(control(), withFds(rawMessage(kNewCallChannel), {far.get()}));
     }
 
   private:

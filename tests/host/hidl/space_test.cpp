@@ -115,9 +115,7 @@ class Claimer : public RawPeer {
     Claimer() {
         hello();
         const unique_fd pages[] = {sealedMemory(4096), sealedMemory(4096)};
-        RawMessage space = rawMessage(kReceiveSpace);
-        space.header.fdCount = 2;
-        space.fds = {pages[0].get(), pages[1].get()};
+        const RawMessage space = withFds(rawMessage(kReceiveSpace), {pages[0].get(), pages[1].get()});
         EXPECT_TRUE(sendRaw(control(), space));
         const int channel = openChannel();
         const std::optional<RawMessage> announcement = receiveRaw(channel);

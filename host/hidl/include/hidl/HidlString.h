@@ -7,6 +7,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <utility>
 
 namespace android::hardware {
 
@@ -17,15 +18,15 @@ namespace android::hardware {
 struct hidl_string {
     hidl_string();
     ~hidl_string();
-    hidl_string(const hidl_string& other);
-    hidl_string(const char* text);  // NOLINT: as std::string
+    hidl_string(const hidl_string& other) : hidl_string(other.c_str(), other.size()) {}
+    hidl_string(const char* text) : hidl_string(text, text != nullptr ? strlen(text) : 0) {}  // NOLINT
     hidl_string(const char* text, size_t length);
-    hidl_string(const std::string& text);  // NOLINT
-    hidl_string(hidl_string&& other) noexcept;
+    hidl_string(const std::string& text) : hidl_string(text.c_str(), text.size()) {}  // NOLINT
+    hidl_string(hidl_string&& other) noexcept : hidl_string() { *this = std::move(other); }
 
-    hidl_string& operator=(const hidl_string& other);
-    hidl_string& operator=(const char* text);
-    hidl_string& operator=(const std::string& text);
+    hidl_string& operator=(const hidl_string& other) { return *this = hidl_string(other); }
+    hidl_string& operator=(const char* text) { return *this = hidl_string(text); }
+    hidl_string& operator=(const std::string& text) { return *this = hidl_string(text); }
     hidl_string& operator=(hidl_string&& other) noexcept;
 
     operator std::string() const { return std::string(buffer_, size_); }  // NOLINT
@@ -45,9 +46,6 @@ struct hidl_string {
     static const size_t kOffsetOfBuffer;
 
   private:
-    void assignCopy(const char* text, size_t length);
-    void moveFrom(hidl_string&& other);
-
     details::hidl_pointer<const char> buffer_;
     uint32_t size_;
     bool ownsBuffer_;

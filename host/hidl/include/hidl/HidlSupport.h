@@ -46,21 +46,22 @@ struct hidl_handle {
     hidl_handle(const native_handle_t* handle) : hidl_handle() { handle_ = handle; }  // NOLINT
     hidl_handle(const hidl_handle& other) : hidl_handle() { *this = other; }
     hidl_handle(hidl_handle&& other) noexcept : hidl_handle() { *this = std::move(other); }
-    ~hidl_handle() { freeHandle(); }
+    ~hidl_handle() { set(nullptr, false); }
 
     /** Duplicates the descriptors of `other`; aborts if that fails. */
     hidl_handle& operator=(const hidl_handle& other);
-    hidl_handle& operator=(const native_handle_t* handle);
+    hidl_handle& operator=(const native_handle_t* handle) { return set(handle, false); }
     hidl_handle& operator=(hidl_handle&& other) noexcept;
 
-    void setTo(native_handle_t* handle, bool shouldOwn = false);
+    void setTo(native_handle_t* handle, bool shouldOwn = false) { set(handle, shouldOwn); }
 
     const native_handle_t* operator->() const { return handle_; }
     operator const native_handle_t*() const { return handle_; }  // NOLINT: as on the platform
     const native_handle_t* getNativeHandle() const { return handle_; }
 
   private:
-    void freeHandle();
+    /** Frees the current handle if it is owned, and takes the new one. */
+    hidl_handle& set(const native_handle_t* handle, bool owns);
 
     details::hidl_pointer<const native_handle_t> handle_;
     bool ownsHandle_;

@@ -26,9 +26,9 @@ struct hidl_vec {
 
     hidl_vec() : buffer_(nullptr), size_(0), ownsBuffer_(false), padding_{} {}
     explicit hidl_vec(size_t size) : hidl_vec() { resize(size); }
-    hidl_vec(const hidl_vec& other) : hidl_vec() { *this = other; }
+    hidl_vec(const hidl_vec& other) : hidl_vec(other.begin(), other.end()) {}
     hidl_vec(hidl_vec&& other) noexcept : hidl_vec() { *this = std::move(other); }
-    hidl_vec(const std::vector<T>& other) : hidl_vec() { *this = other; }  // NOLINT: as on the platform
+    hidl_vec(const std::vector<T>& other) : hidl_vec(other.begin(), other.end()) {}  // NOLINT: implicit
     hidl_vec(std::initializer_list<T> list) : hidl_vec(list.begin(), list.end()) {}
     template <typename InputIterator,
               typename = typename std::iterator_traits<InputIterator>::iterator_category>
@@ -38,10 +38,7 @@ struct hidl_vec {
     }
     ~hidl_vec() { freeBuffer(); }
 
-    hidl_vec& operator=(const hidl_vec& other) {
-        if (this != &other) assignCopy(other.begin(), other.size());
-        return *this;
-    }
+    hidl_vec& operator=(const hidl_vec& other) { return *this = hidl_vec(other); }
     hidl_vec& operator=(hidl_vec&& other) noexcept {
         if (this == &other) return *this;
         freeBuffer();
@@ -51,12 +48,7 @@ struct hidl_vec {
         other.ownsBuffer_ = false;  // `other` still refers to the elements, as on the platform
         return *this;
     }
-    hidl_vec& operator=(const std::vector<T>& other) {
-        freeBuffer();
-        allocate(other.size());
-        std::copy(other.begin(), other.end(), begin());
-        return *this;
-    }
+    hidl_vec& operator=(const std::vector<T>& other) { return *this = hidl_vec(other); }
     hidl_vec& operator=(std::initializer_list<T> list) { return *this = hidl_vec(list); }
 
     operator std::vector<T>() const { return std::vector<T>(begin(), end()); }  // NOLINT
@@ -129,12 +121,6 @@ struct hidl_vec {
         buffer_ = size > 0 ? new T[size]() : nullptr;
         size_ = static_cast<uint32_t>(size);
         ownsBuffer_ = size > 0;
-    }
-    void assignCopy(const T* source, size_t size) {
-        hidl_vec copy;
-        copy.allocate(size);
-        std::copy(source, source + size, copy.begin());
-        *this = std::move(copy);
     }
     void freeBuffer() {
         if (ownsBuffer_) delete[] data();

@@ -29,8 +29,7 @@ class Status final {
 
     Status() = default;
     static Status ok() { return Status(); }
-    static Status fromExceptionCode(int32_t exceptionCode);
-    static Status fromExceptionCode(int32_t exceptionCode, const char* message);
+    static Status fromExceptionCode(int32_t exceptionCode, const char* message = "");
     /** Returns the status of a transport error, or an ok status for OK. */
     static Status fromStatusT(status_t status);
 

@@ -47,34 +47,34 @@ class Parcel {
     /** Reads that name. Returns whether it is `interface`. */
     bool enforceInterface(const char* interface) const;
 
-    status_t writeInt8(int8_t value);
-    status_t writeUint8(uint8_t value);
-    status_t writeInt16(int16_t value);
-    status_t writeUint16(uint16_t value);
-    status_t writeInt32(int32_t value);
-    status_t writeUint32(uint32_t value);
-    status_t writeInt64(int64_t value);
-    status_t writeUint64(uint64_t value);
-    status_t writeFloat(float value);
-    status_t writeDouble(double value);
-    status_t writeBool(bool value);
+    status_t writeInt8(int8_t value) { return writeNumber(value); }
+    status_t writeUint8(uint8_t value) { return writeNumber(value); }
+    status_t writeInt16(int16_t value) { return writeNumber(value); }
+    status_t writeUint16(uint16_t value) { return writeNumber(value); }
+    status_t writeInt32(int32_t value) { return writeNumber(value); }
+    status_t writeUint32(uint32_t value) { return writeNumber(value); }
+    status_t writeInt64(int64_t value) { return writeNumber(value); }
+    status_t writeUint64(uint64_t value) { return writeNumber(value); }
+    status_t writeFloat(float value) { return writeNumber(value); }
+    status_t writeDouble(double value) { return writeNumber(value); }
+    status_t writeBool(bool value) { return writeNumber(uint8_t{value}); }
     status_t writeCString(const char* text);
 
-    status_t readInt8(int8_t* value) const;
-    status_t readUint8(uint8_t* value) const;
-    status_t readInt16(int16_t* value) const;
-    status_t readUint16(uint16_t* value) const;
-    status_t readInt32(int32_t* value) const;
-    status_t readUint32(uint32_t* value) const;
-    status_t readInt64(int64_t* value) const;
-    status_t readUint64(uint64_t* value) const;
+    status_t readInt8(int8_t* value) const { return readNumber(value); }
+    status_t readUint8(uint8_t* value) const { return readNumber(value); }
+    status_t readInt16(int16_t* value) const { return readNumber(value); }
+    status_t readUint16(uint16_t* value) const { return readNumber(value); }
+    status_t readInt32(int32_t* value) const { return readNumber(value); }
+    status_t readUint32(uint32_t* value) const { return readNumber(value); }
+    status_t readInt64(int64_t* value) const { return readNumber(value); }
+    status_t readUint64(uint64_t* value) const { return readNumber(value); }
     /**
      * Reads the number of elements that follow. Returns NOT_ENOUGH_DATA if the rest of the parcel is
      * too short for so many elements of four bytes.
      */
     status_t readCount(uint64_t* count) const;
-    status_t readFloat(float* value) const;
-    status_t readDouble(double* value) const;
+    status_t readFloat(float* value) const { return readNumber(value); }
+    status_t readDouble(double* value) const { return readNumber(value); }
     status_t readBool(bool* value) const;
     /** Returns the next text, or `nullptr` if no NUL-terminated text follows. */
     const char* readCString() const;
@@ -108,15 +108,11 @@ class Parcel {
 
     /**
      * Write and read a native handle, or null. The caller keeps the descriptors that it writes; those
-     * that it reads live as long as the parcel. Methods without "Nullable" return UNEXPECTED_NULL when
-     * they read null.
+     * that it reads live as long as the parcel.
      */
     status_t writeNativeHandleNoDup(const native_handle_t* handle);
-    status_t readNativeHandleNoDup(const native_handle_t** handle) const;
     status_t readNullableNativeHandleNoDup(const native_handle_t** handle) const;
     status_t writeEmbeddedNativeHandle(const native_handle_t* handle, size_t parent, size_t parentOffset);
-    status_t readEmbeddedNativeHandle(size_t parent, size_t parentOffset,
-                                      const native_handle_t** handle) const;
     status_t readNullableEmbeddedNativeHandle(size_t parent, size_t parentOffset,
                                               const native_handle_t** handle) const;
 
@@ -127,7 +123,7 @@ class Parcel {
     /** Returns the destination for a received message. */
     transport::IncomingMessage& incoming() { return in_; }
     /** Starts to read the received message from its beginning. */
-    void startReading();
+    void startReading() { position_ = 0; }
     /** Returns whether the parcel holds a received message. */
     bool isReceived() const { return in_.body != nullptr; }
     /**
@@ -140,11 +136,11 @@ class Parcel {
   private:
     void weighBuffer(size_t size);
     template <typename T>
-    status_t writePrimitive(T value);
+    status_t writeNumber(T value);
     template <typename T>
     status_t put(T value);
     template <typename T>
-    status_t readPrimitive(T* value) const;
+    status_t readNumber(T* value) const;
     uint8_t* reserve(size_t size, size_t alignment);
     status_t writeRecord(const void* data, size_t size, uint32_t parent, uint32_t parentOffset,
                          size_t* handle, transport::CopyBulk copyLater);
@@ -152,7 +148,6 @@ class Parcel {
     status_t readRecord(size_t size, uint32_t parent, uint32_t parentOffset, size_t* handle,
                         const void** data, bool plain) const;
     const uint8_t* take(size_t size, size_t alignment) const;
-    status_t readHandle(const native_handle_t** handle) const;
 
     mutable transport::OutgoingBody out_;
     mutable transport::IncomingMessage in_;

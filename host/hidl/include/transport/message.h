@@ -82,7 +82,7 @@ struct OutgoingBody {
 
     const uint8_t* body() const { return buffer.data() + kHeaderSize; }
     /** Returns how many bytes of the receiver's receive buffer the message takes. */
-    size_t transactionSize() const { return (weight + 7) & ~size_t{7}; }
+    size_t transactionSize() const { return alignUp(weight, 8); }
 };
 
 /** View of a block in the peer's shared memory, or a private copy. The destructor frees the block. */
@@ -123,29 +123,15 @@ class BulkView {
     size_t size_ = 0;
 };
 
-/** Room that a received message takes in the process's receive buffer. The destructor releases it. */
-class Room {
-  public:
-    Room() = default;
-    Room(SpaceShare* share, uint32_t size, bool oneway) : share_(share), size_(size), oneway_(oneway) {}
-    Room(Room&& other) noexcept { *this = std::move(other); }
-    Room& operator=(Room&& other) noexcept {
-        std::swap(share_, other.share_);
-        std::swap(size_, other.size_);
-        std::swap(oneway_, other.oneway_);
-        return *this;
-    }
-    ~Room() {
-        if (share_ != nullptr) release();
-    }
+/** Deleter of Room. */
+struct RoomReleaser {
+    uint32_t size = 0;
+    bool oneway = false;
 
-  private:
-    void release();
-
-    SpaceShare* share_ = nullptr;
-    uint32_t size_ = 0;
-    bool oneway_ = false;
+    void operator()(SpaceShare* share) const;
 };
+/** Room that a received message takes in the process's receive buffer. The destructor releases it. */
+using Room = std::unique_ptr<SpaceShare, RoomReleaser>;
 
 /** Object references and descriptors of a message. Most messages have none. */
 struct Attachments {

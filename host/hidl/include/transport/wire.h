@@ -94,7 +94,7 @@
  *
  *     claims (the peers write)      books (only the receiver can write)
  *                                  +-------+-------+
- *                                  | slots | look  |
+ *                                  | slots |audits |
  *                                  | used  |       |
  *     +-------+-------+            +-------+-------+-------+-------+
  *     |claimed|claimed|            |counts |released|released| 0   |
@@ -105,12 +105,17 @@
  * The number of bytes in flight is the sum of `claimed - released` over all slots with `counts` = 1. A
  * sender adds the size of a message to `claimed` of its slot. If the sum fits, it sends the message;
  * otherwise it subtracts the size again and the call fails. The receiver adds `room` to `released` when
- * the message is handled. A caller whose claim is refused sends kRefused with the value of `look`, the
- * number of audits, that it read. The receiver then audits the claims (ReceiveSpace::audit).
+ * the message is handled. A caller whose claim is refused sends kRefused with the number of audits that it
+ * read. The receiver then audits the claims (ReceiveSpace::audit).
  */
 namespace android::hardware::transport {
 
 constexpr size_t kHeaderSize = 40;
+
+/** @param alignment a power of two */
+constexpr size_t alignUp(size_t value, size_t alignment) {
+    return (value + alignment - 1) & ~(alignment - 1);
+}
 
 enum MessageType : uint8_t {
     kHello = 1,       // first on a control channel: code = kWireVersion, target = the sender's process name
@@ -122,7 +127,7 @@ enum MessageType : uint8_t {
     kDescriptorsFollow,
     kReplyRead,     // call channel: a reply with objects of its receiver was read
     kReceiveSpace,  // once per link and direction: two descriptors, books and claims; code = slot
-    kRefused,       // control: a claim was refused; code = `look`
+    kRefused,       // control: a claim was refused; code = `audits`
     kTurnedAway,    // control: the sender ends the link for a shortage; code = that as a status
     kLane,          // call channel, to the caller: two descriptors, memory and pipe
 };
@@ -153,6 +158,15 @@ struct MessageHeader {
 static_assert(sizeof(MessageHeader) == kHeaderSize);
 static_assert(offsetof(MessageHeader, code) == 8 && offsetof(MessageHeader, target) == 16 &&
               offsetof(MessageHeader, bulkOffset) == 24 && offsetof(MessageHeader, room) == 32);
+
+/** Returns the header of a message without a body. The sending channel fills in the rest. */
+constexpr MessageHeader messageHeader(MessageType type, uint32_t code = 0, uint64_t target = 0) {
+    MessageHeader header{};
+    header.type = type;
+    header.code = code;
+    header.target = target;
+    return header;
+}
 
 enum ObjectOwner : uint32_t { kSendersObject = 1, kReceiversObject = 2 };
 
@@ -190,7 +204,7 @@ struct SpaceBooks {
         uint32_t reserved;
     };
     std::atomic<uint32_t> slotsUsed;
-    std::atomic<uint32_t> look;
+    std::atomic<uint32_t> audits;
     Slot slots[kSpaceSlots];
 };
 static_assert(sizeof(SpaceClaims::Slot) == 8 && sizeof(SpaceBooks::Slot) == 16 &&

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #define LOG_TAG "HidlSupport"
 
+#include <android-base/parsebool.h>
+#include <android-base/strings.h>
 #include <dirent.h>
 #include <dlfcn.h>
 #include <errno.h>
@@ -28,16 +30,11 @@ constexpr const char* kPathProperty =
     sizeof(void*) == 8 ? "hal.instrumentation.lib.path.64" : "hal.instrumentation.lib.path.32";
 constexpr std::string_view kSuffix = ".profiler.so";
 
-bool isEnabled() {
-    const std::string value = propertyValue(kEnableProperty);
-    return value == "true" || value == "1" || value == "y" || value == "yes" || value == "on";
-}
-
 bool isLibraryOf(const dirent& entry, const std::string& package) {
     const std::string_view name = entry.d_name;
     return (entry.d_type == DT_REG || entry.d_type == DT_UNKNOWN) &&
-           name.size() >= package.size() + kSuffix.size() && name.substr(0, package.size()) == package &&
-           name.substr(name.size() - kSuffix.size()) == kSuffix;
+           name.size() >= package.size() + kSuffix.size() && base::StartsWith(name, package) &&
+           base::EndsWith(name, kSuffix);
 }
 
 /** Returns the paths of the package's libraries, sorted. */
@@ -106,7 +103,7 @@ const Callbacks& HidlInstrumentor::getInstrumentationCallbacks() const {
 }
 
 void HidlInstrumentor::configureInstrumentation(bool log) {
-    const bool enable = isEnabled();
+    const bool enable = base::ParseBool(propertyValue(kEnableProperty)) == base::ParseBoolResult::kTrue;
     if (enable == isInstrumentationEnabled()) return;
     callbacks_.store(enable ? &keep(loadCallbacks(package_, interface_)) : nullptr,
                      std::memory_order_release);

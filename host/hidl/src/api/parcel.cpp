@@ -9,6 +9,7 @@
 
 namespace android::hardware {
 
+using transport::alignUp;
 using transport::BufferRecord;
 using transport::CopyBulk;
 using transport::kBulkAlignment;
@@ -30,10 +31,6 @@ constexpr size_t kWordSize = 4;
 constexpr size_t kRecordDataAlignment = 8;
 constexpr size_t kPointerSize = sizeof(details::hidl_pointer<char>);
 
-constexpr size_t alignUp(size_t value, size_t alignment) {
-    return (value + alignment - 1) & ~(alignment - 1);
-}
-
 // Sizes of the parts of a parcel on the platform, in bytes; see Parcel.h.
 constexpr size_t kBufferObject = 40;
 constexpr size_t kInterfaceObject = 24;
@@ -54,10 +51,6 @@ void copyBytes(const void* data, uint8_t* target, size_t size) {
 
 Parcel::Parcel() = default;
 Parcel::~Parcel() = default;
-
-void Parcel::startReading() {
-    position_ = 0;
-}
 
 // Returns `size` bytes at the next aligned position, or `nullptr` if the parcel is too large.
 uint8_t* Parcel::reserve(size_t size, size_t alignment) {
@@ -90,7 +83,7 @@ void Parcel::weighBuffer(size_t size) {
 }
 
 template <typename T>
-status_t Parcel::writePrimitive(T value) {
+status_t Parcel::writeNumber(T value) {
     out_.weight += alignUp(sizeof(T), kWordSize);
     return put(value);
 }
@@ -104,87 +97,44 @@ status_t Parcel::put(T value) {
 }
 
 template <typename T>
-status_t Parcel::readPrimitive(T* value) const {
+status_t Parcel::readNumber(T* value) const {
     const uint8_t* place = take(sizeof(T), alignmentOf<T>());
     if (place == nullptr) return NOT_ENOUGH_DATA;
     memcpy(value, place, sizeof(T));
     return OK;
 }
 
-status_t Parcel::writeInt8(int8_t value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeUint8(uint8_t value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeInt16(int16_t value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeUint16(uint16_t value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeInt32(int32_t value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeUint32(uint32_t value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeInt64(int64_t value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeUint64(uint64_t value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeFloat(float value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeDouble(double value) {
-    return writePrimitive(value);
-}
-status_t Parcel::writeBool(bool value) {
-    return writePrimitive(static_cast<uint8_t>(value ? 1 : 0));
-}
+// The types of the methods in Parcel.h, which are inline.
+template status_t Parcel::writeNumber(int8_t value);
+template status_t Parcel::readNumber(int8_t* value) const;
+template status_t Parcel::writeNumber(uint8_t value);
+template status_t Parcel::readNumber(uint8_t* value) const;
+template status_t Parcel::writeNumber(int16_t value);
+template status_t Parcel::readNumber(int16_t* value) const;
+template status_t Parcel::writeNumber(uint16_t value);
+template status_t Parcel::readNumber(uint16_t* value) const;
+template status_t Parcel::writeNumber(int32_t value);
+template status_t Parcel::readNumber(int32_t* value) const;
+template status_t Parcel::writeNumber(uint32_t value);
+template status_t Parcel::readNumber(uint32_t* value) const;
+template status_t Parcel::writeNumber(int64_t value);
+template status_t Parcel::readNumber(int64_t* value) const;
+template status_t Parcel::writeNumber(uint64_t value);
+template status_t Parcel::readNumber(uint64_t* value) const;
+template status_t Parcel::writeNumber(float value);
+template status_t Parcel::readNumber(float* value) const;
+template status_t Parcel::writeNumber(double value);
+template status_t Parcel::readNumber(double* value) const;
 
-status_t Parcel::readInt8(int8_t* value) const {
-    return readPrimitive(value);
-}
-status_t Parcel::readUint8(uint8_t* value) const {
-    return readPrimitive(value);
-}
-status_t Parcel::readInt16(int16_t* value) const {
-    return readPrimitive(value);
-}
-status_t Parcel::readUint16(uint16_t* value) const {
-    return readPrimitive(value);
-}
-status_t Parcel::readInt32(int32_t* value) const {
-    return readPrimitive(value);
-}
-status_t Parcel::readUint32(uint32_t* value) const {
-    return readPrimitive(value);
-}
-status_t Parcel::readInt64(int64_t* value) const {
-    return readPrimitive(value);
-}
-status_t Parcel::readUint64(uint64_t* value) const {
-    return readPrimitive(value);
-}
 status_t Parcel::readCount(uint64_t* count) const {
-    const status_t status = readPrimitive(count);
+    const status_t status = readNumber(count);
     if (status != OK) return status;
-    return *count <= (in_.bodySize - position_) / kWordSize ? static_cast<status_t>(OK)
-                                                            : static_cast<status_t>(NOT_ENOUGH_DATA);
-}
-status_t Parcel::readFloat(float* value) const {
-    return readPrimitive(value);
-}
-status_t Parcel::readDouble(double* value) const {
-    return readPrimitive(value);
+    return *count <= (in_.bodySize - position_) / kWordSize ? OK : NOT_ENOUGH_DATA;
 }
 
 status_t Parcel::readBool(bool* value) const {
     uint8_t byte = 0;
-    status_t status = readPrimitive(&byte);
+    status_t status = readNumber(&byte);
     *value = byte != 0;
     return status;
 }
@@ -346,7 +296,7 @@ status_t Parcel::writeNativeHandleNoDup(const native_handle_t* handle) {
     return OK;
 }
 
-status_t Parcel::readHandle(const native_handle_t** handle) const {
+status_t Parcel::readNullableNativeHandleNoDup(const native_handle_t** handle) const {
     *handle = nullptr;
     int32_t fdCount = 0;
     int32_t intCount = 0;
@@ -360,16 +310,7 @@ status_t Parcel::readHandle(const native_handle_t** handle) const {
     if (ints == nullptr) return NOT_ENOUGH_DATA;
     *handle = in_.attach().createHandle(static_cast<size_t>(fdCount), reinterpret_cast<const int*>(ints),
                                         static_cast<size_t>(intCount));
-    return *handle != nullptr ? static_cast<status_t>(OK) : static_cast<status_t>(BAD_VALUE);
-}
-
-status_t Parcel::readNullableNativeHandleNoDup(const native_handle_t** handle) const {
-    return readHandle(handle);
-}
-
-status_t Parcel::readNativeHandleNoDup(const native_handle_t** handle) const {
-    status_t status = readHandle(handle);
-    return status == OK && *handle == nullptr ? static_cast<status_t>(UNEXPECTED_NULL) : status;
+    return *handle != nullptr ? OK : BAD_VALUE;
 }
 
 // A handle needs no record with its parent and offset: handles are read in the order in which they
@@ -380,12 +321,8 @@ status_t Parcel::writeEmbeddedNativeHandle(const native_handle_t* handle, size_t
     return status == OK ? writeNativeHandleNoDup(handle) : status;
 }
 
-status_t Parcel::readEmbeddedNativeHandle(size_t, size_t, const native_handle_t** handle) const {
-    return readNativeHandleNoDup(handle);
-}
-
 status_t Parcel::readNullableEmbeddedNativeHandle(size_t, size_t, const native_handle_t** handle) const {
-    return readHandle(handle);
+    return readNullableNativeHandleNoDup(handle);
 }
 
 status_t Parcel::deliverTo(Parcel* receiver) const {

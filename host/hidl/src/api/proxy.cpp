@@ -32,7 +32,7 @@ status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient, void*, uin
         if (obituarySent_) return DEAD_OBJECT;
         recipients_.push_back(recipient);
     }
-    // PeerConnection::end() notifies the recipients linked so far. Notify one that came later here.
+    // PeerConnection::end() has notified the recipients linked before it.
     return link_->ended() ? sendObituaryLater() : static_cast<status_t>(OK);
 }
 

@@ -67,10 +67,6 @@ std::string errorText(status_t error) {
 
 }  // namespace
 
-Status Status::fromExceptionCode(int32_t exceptionCode) {
-    return fromExceptionCode(exceptionCode, "");
-}
-
 Status Status::fromExceptionCode(int32_t exceptionCode, const char* message) {
     Status status;
     status.setException(exceptionCode, message);
@@ -85,8 +81,7 @@ Status Status::fromStatusT(status_t error) {
 
 void Status::setException(int32_t exceptionCode, const char* message) {
     exception_ = exceptionCode;
-    errorCode_ = exceptionCode == EX_TRANSACTION_FAILED ? static_cast<status_t>(FAILED_TRANSACTION)
-                                                        : static_cast<status_t>(OK);
+    errorCode_ = exceptionCode == EX_TRANSACTION_FAILED ? FAILED_TRANSACTION : OK;
     message_ = message;
 }
 

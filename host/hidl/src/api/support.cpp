@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #define LOG_TAG "HidlSupport"
 
+#include <android-base/stringprintf.h>
 #include <fcntl.h>
 #include <hidl/HidlSupport.h>
 #include <inttypes.h>
 #include <log/log.h>
-#include <stdio.h>
 
 #include <new>
 #include <ostream>
+#include <utility>
 
 namespace android::hardware {
 
@@ -24,9 +25,7 @@ bool debuggable() {
 }
 
 std::string toHexStringFromBits(uint64_t bits) {
-    char text[24];
-    snprintf(text, sizeof(text), "%#" PRIx64, bits);
-    return text;
+    return base::StringPrintf("%#" PRIx64, bits);
 }
 
 }  // namespace details
@@ -51,42 +50,24 @@ const native_handle_t* duplicate(const native_handle_t* handle) {
 
 hidl_handle& hidl_handle::operator=(const hidl_handle& other) {
     if (this == &other) return *this;
-    freeHandle();
-    handle_ = duplicate(other.handle_);
-    ownsHandle_ = other.getNativeHandle() != nullptr;
-    return *this;
-}
-
-hidl_handle& hidl_handle::operator=(const native_handle_t* handle) {
-    freeHandle();
-    handle_ = handle;
-    ownsHandle_ = false;
-    return *this;
+    set(nullptr, false);
+    return set(duplicate(other.handle_), other.getNativeHandle() != nullptr);
 }
 
 hidl_handle& hidl_handle::operator=(hidl_handle&& other) noexcept {
     if (this == &other) return *this;
-    freeHandle();
-    handle_ = other.handle_;
-    ownsHandle_ = other.ownsHandle_;
-    other.handle_ = nullptr;
-    other.ownsHandle_ = false;
-    return *this;
+    return set(std::exchange(other.handle_, nullptr), std::exchange(other.ownsHandle_, false));
 }
 
-void hidl_handle::setTo(native_handle_t* handle, bool shouldOwn) {
-    freeHandle();
+hidl_handle& hidl_handle::set(const native_handle_t* handle, bool owns) {
+    if (ownsHandle_ && getNativeHandle() != nullptr) {
+        auto* own = const_cast<native_handle_t*>(getNativeHandle());
+        native_handle_close(own);
+        native_handle_delete(own);
+    }
     handle_ = handle;
-    ownsHandle_ = shouldOwn;
-}
-
-void hidl_handle::freeHandle() {
-    if (!ownsHandle_ || getNativeHandle() == nullptr) return;
-    auto* own = const_cast<native_handle_t*>(getNativeHandle());
-    native_handle_close(own);
-    native_handle_delete(own);
-    handle_ = nullptr;
-    ownsHandle_ = false;
+    ownsHandle_ = owns;
+    return *this;
 }
 
 const size_t hidl_string::kOffsetOfBuffer = 0;
@@ -97,39 +78,22 @@ hidl_string::~hidl_string() {
     clear();
 }
 
-hidl_string::hidl_string(const hidl_string& other) : hidl_string() {
-    assignCopy(other.c_str(), other.size());
-}
-hidl_string::hidl_string(const char* text) : hidl_string() {
-    if (text != nullptr) assignCopy(text, strlen(text));
-}
 hidl_string::hidl_string(const char* text, size_t length) : hidl_string() {
-    assignCopy(text, length);
-}
-hidl_string::hidl_string(const std::string& text) : hidl_string() {
-    assignCopy(text.c_str(), text.size());
-}
-hidl_string::hidl_string(hidl_string&& other) noexcept : hidl_string() {
-    moveFrom(std::move(other));
-}
-
-hidl_string& hidl_string::operator=(const hidl_string& other) {
-    if (this != &other) assignCopy(other.c_str(), other.size());
-    return *this;
-}
-
-hidl_string& hidl_string::operator=(const char* text) {
-    assignCopy(text != nullptr ? text : kEmpty, text != nullptr ? strlen(text) : 0);
-    return *this;
-}
-
-hidl_string& hidl_string::operator=(const std::string& text) {
-    assignCopy(text.c_str(), text.size());
-    return *this;
+    if (length >= UINT32_MAX) details::logAlwaysFatal("A string can't hold so many bytes.");
+    char* copy = new char[length + 1];
+    if (length > 0) memcpy(copy, text, length);
+    copy[length] = '\0';
+    buffer_ = copy;
+    size_ = static_cast<uint32_t>(length);
+    ownsBuffer_ = true;
 }
 
 hidl_string& hidl_string::operator=(hidl_string&& other) noexcept {
-    if (this != &other) moveFrom(std::move(other));
+    if (this == &other) return *this;
+    clear();
+    std::swap(buffer_, other.buffer_);
+    std::swap(size_, other.size_);
+    std::swap(ownsBuffer_, other.ownsBuffer_);
     return *this;
 }
 
@@ -146,26 +110,6 @@ void hidl_string::setToExternal(const char* text, size_t length) {
     clear();
     buffer_ = text;
     size_ = static_cast<uint32_t>(length);
-}
-
-void hidl_string::assignCopy(const char* text, size_t length) {
-    if (length >= UINT32_MAX) details::logAlwaysFatal("A string can't hold so many bytes.");
-    char* copy = new char[length + 1];
-    memcpy(copy, text, length);
-    copy[length] = '\0';
-    clear();
-    buffer_ = copy;
-    size_ = static_cast<uint32_t>(length);
-    ownsBuffer_ = true;
-}
-
-void hidl_string::moveFrom(hidl_string&& other) {
-    clear();
-    buffer_ = static_cast<const char*>(other.buffer_);
-    size_ = other.size_;
-    ownsBuffer_ = other.ownsBuffer_;
-    other.ownsBuffer_ = false;
-    other.clear();
 }
 
 std::ostream& operator<<(std::ostream& stream, const hidl_string& text) {

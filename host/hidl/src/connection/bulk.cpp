@@ -51,7 +51,7 @@ status_t BulkSender::allocate(size_t size, size_t* block) {
     auto free = [this](const Block& candidate) { return !mapping_->inUse(candidate.begin); };
     blocks_.erase(std::remove_if(blocks_.begin(), blocks_.end(), free), blocks_.end());
 
-    const size_t needed = (kBulkAlignment + size + kBulkAlignment - 1) / kBulkAlignment * kBulkAlignment;
+    const size_t needed = alignUp(kBulkAlignment + size, kBulkAlignment);
     size_t begin = 0;
     auto next = blocks_.begin();
     if (blocks_.empty() && needed >= kLargeBlock && needed <= kBulkMemorySize) {

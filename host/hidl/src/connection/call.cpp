@@ -111,9 +111,7 @@ bool bringsObjectsHome(const IncomingMessage& message) {
 }
 
 void acknowledgeReply(PeerConnection& link, Channel& channel) {
-    MessageHeader header{};
-    header.type = kReplyRead;
-    if (channel.send(header) != OK) link.kill();
+    if (channel.send(messageHeader(kReplyRead)) != OK) link.kill();
 }
 
 // Returns the status of a call whose channel the peer has closed.
@@ -181,11 +179,8 @@ status_t sendInTurn(PeerConnection& link, Channel& channel, const MessageHeader&
 }
 
 void sendStatus(PeerConnection& link, Channel& channel, status_t status) {
-    MessageHeader header{};
-    header.type = kReply;
-    header.code = static_cast<uint32_t>(status);
-    const status_t sent = channel.send(header);
-    if (sent != OK) link.kill();
+    const MessageHeader header = messageHeader(kReply, static_cast<uint32_t>(status));
+    if (channel.send(header) != OK) link.kill();
 }
 
 void keepPeersObjects(Channel& channel, const OutgoingBody& body) {
@@ -199,10 +194,8 @@ void sendReply(PeerConnection& link, Channel& channel, Parcel& reply) {
     std::vector<ObjectReference> references;
     status_t status = link.reference(body.objects, &references);
     if (status == OK) {
-        MessageHeader header{};
-        header.type = kReply;
         keepPeersObjects(channel, body);
-        status = sendInTurn(link, channel, header, body, references);
+        status = sendInTurn(link, channel, messageHeader(kReply), body, references);
         if (status != OK) link.releaseReferences(references);
         if (status == DEAD_OBJECT) link.kill();
     }
@@ -223,19 +216,12 @@ struct Answer {
     }
 };
 
-}  // namespace
-
-namespace {
-
 status_t callLiving(PeerConnection& link, uint64_t object, uint32_t code, const Parcel& data, Parcel* reply,
                     bool oneway) {
     if (link.dead()) return DEAD_OBJECT;
     OutgoingBody& body = data.outgoing();
     if (body.tooLarge) return FAILED_TRANSACTION;
-    MessageHeader header{};
-    header.type = kCall;
-    header.code = code;
-    header.target = object;
+    const MessageHeader header = messageHeader(kCall, code, object);
     std::vector<ObjectReference> references;
     status_t status = link.reference(body.objects, &references);
     if (status != OK) return status;
@@ -335,12 +321,9 @@ void serveOneways(const sp<BHwBinder>& target) {
     }
 }
 
-bool caller(pid_t* pid, uid_t* uid) {
+const PeerConnection* caller() {
     const std::vector<Frame*>& frames = thread().frames;
-    if (frames.empty()) return false;
-    *pid = frames.back()->link->peerPid;
-    *uid = frames.back()->link->peerUid;
-    return true;
+    return frames.empty() ? nullptr : frames.back()->link;
 }
 
 }  // namespace android::hardware::transport
@@ -353,17 +336,13 @@ IPCThreadState* IPCThreadState::self() {
 }
 
 pid_t IPCThreadState::getCallingPid() const {
-    pid_t pid = getpid();
-    uid_t uid = 0;
-    (void)transport::caller(&pid, &uid);
-    return pid;
+    const transport::PeerConnection* link = transport::caller();
+    return link != nullptr ? link->peerPid : getpid();
 }
 
 uid_t IPCThreadState::getCallingUid() const {
-    pid_t pid = 0;
-    uid_t uid = getuid();
-    (void)transport::caller(&pid, &uid);
-    return uid;
+    const transport::PeerConnection* link = transport::caller();
+    return link != nullptr ? link->peerUid : getuid();
 }
 
 }  // namespace android::hardware

@@ -60,7 +60,7 @@ Enqueued enqueueOneway(BHwBinder& target, const std::shared_ptr<PeerConnection>&
 /** Serves the queued calls of `target` until the queue is empty. */
 void serveOneways(const sp<BHwBinder>& target);
 
-/** Stores the caller's process and user ID. Returns false if this thread serves no call. */
-bool caller(pid_t* pid, uid_t* uid);
+/** Returns the link of the caller whose call this thread serves, or `nullptr` if it serves none. */
+const PeerConnection* caller();
 
 }  // namespace android::hardware::transport

@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <string.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include "host/hidl/src/threads/spin.h"
 #include "shortage.h"
@@ -14,10 +15,6 @@ namespace android::hardware::transport {
 namespace {
 
 constexpr int kSendFlags = MSG_NOSIGNAL | MSG_DONTWAIT;
-
-constexpr size_t alignUp(size_t value) {
-    return (value + kBulkAlignment - 1) & ~(kBulkAlignment - 1);
-}
 
 status_t statusOfSend(ssize_t sent) {
     if (sent >= 0) return OK;
@@ -50,17 +47,13 @@ void Channel::shutdown() {
 
 bool Channel::waitWritable() {
     pollfd poll{socket_.get(), POLLOUT, 0};
-    while (::poll(&poll, 1, -1) < 0 && errno == EINTR) {
-    }
+    (void)TEMP_FAILURE_RETRY(::poll(&poll, 1, -1));
     return (poll.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
 }
 
 bool Channel::closesWithin(int milliseconds) const {
     pollfd poll{socket_.get(), POLLRDHUP, 0};
-    int count;
-    while ((count = ::poll(&poll, 1, milliseconds)) < 0 && errno == EINTR) {
-    }
-    return count > 0;
+    return TEMP_FAILURE_RETRY(::poll(&poll, 1, milliseconds)) > 0;
 }
 
 bool Channel::peek(MessageHeader* header) const {
@@ -90,7 +83,7 @@ status_t Channel::sendPlain(const void* data, size_t size, uint8_t type) {
 }
 
 status_t Channel::sent(status_t status) {
-    if (status == OK) announced_ = tellBulkLost_ = false;
+    if (status == OK) announced_ = reportsBulkLost_ = false;
     return status;
 }
 
@@ -98,8 +91,7 @@ status_t Channel::sendPacket(const void* data, size_t size, const std::vector<in
     if (fds.empty()) return sendPlain(data, size, static_cast<const MessageHeader*>(data)->type);
     // If an announced message could not be sent, the announcement still holds for the next one.
     if (kind_ == Kind::Call && !announced_) {
-        MessageHeader announcement{};
-        announcement.type = kDescriptorsFollow;
+        MessageHeader announcement = messageHeader(kDescriptorsFollow);
         announcement.processor = ownProcessor();
         status_t status = transmitted(::send(socket_.get(), &announcement, sizeof(announcement), kSendFlags));
         if (status != OK) return status;
@@ -123,7 +115,7 @@ status_t Channel::sendPacket(const void* data, size_t size, const std::vector<in
 // Sets the header fields that all messages carry.
 void Channel::stamp(MessageHeader* header) {
     header->processor = ownProcessor();
-    if (tellBulkLost_) header->flags |= kBulkMemoryLost;
+    if (reportsBulkLost_) header->flags |= kBulkMemoryLost;
 }
 
 status_t Channel::send(MessageHeader header, const std::vector<int>& fds) {
@@ -180,7 +172,7 @@ status_t Channel::sendBody(MessageHeader header, OutgoingBody& body,
     const bool bodyInBulk = kHeaderSize + body.bodySize + referenceBytes > kMaxPacket;
     const bool usesBulk = bodyInBulk || body.bulkSize > 0;
     if (usesBulk) {
-        const size_t skip = bodyInBulk ? alignUp(body.bodySize + referenceBytes) : 0;
+        const size_t skip = bodyInBulk ? alignUp(body.bodySize + referenceBytes, kBulkAlignment) : 0;
         const status_t status = fillBulk(&header, body, skip, &fds);
         if (status != OK) return status;
     }
@@ -203,9 +195,7 @@ status_t Channel::sendBody(MessageHeader header, OutgoingBody& body,
 void Channel::offerLane() {
     std::unique_ptr<Lane> lane = Lane::create();
     if (lane == nullptr) return;
-    MessageHeader header{};
-    header.type = kLane;
-    if (send(header, lane->descriptors()) != OK) return;
+    if (send(messageHeader(kLane), lane->descriptors()) != OK) return;
     lane->delivered();
     lane_ = std::move(lane);
 }
@@ -311,7 +301,7 @@ bool Channel::attachMemory(IncomingMessage* message) {
     }
     peerBulkLost_ = peerBulk_ == nullptr;
     // On a control channel other threads may be sending, and the link ends: the peer is not notified.
-    if (kind_ == Kind::Call) tellBulkLost_ = peerBulkLost_;
+    if (kind_ == Kind::Call) reportsBulkLost_ = peerBulkLost_;
     return true;
 }
 
@@ -333,7 +323,7 @@ bool Channel::attachBulk(IncomingMessage* message) {
     size_t skip = 0;
     if (bodyInBulk) {
         const size_t copied = header.bodySize + referencesSize(header);
-        skip = alignUp(copied);
+        skip = alignUp(copied, kBulkAlignment);
         if (skip > header.bulkSize) return false;
         message->buffer = PacketBuffer::ofSize(kHeaderSize + copied);
         message->body = message->buffer.data() + kHeaderSize;

@@ -93,7 +93,7 @@ class Channel {
     bool descriptorsFollow_ = false;  // the peer has announced descriptors
     bool announced_ = false;          // this side has announced descriptors and not yet sent them
     bool peerBulkLost_ = false;       // the peer's shared memory could not be received or mapped
-    bool tellBulkLost_ = false;       // the peer has yet to be notified of that
+    bool reportsBulkLost_ = false;    // the next message must report that loss
     std::unique_ptr<Lane> lane_;
     bool laneUsed_ = false;  // the peer is known to use the lane
     int openCalls_ = 0;      // sent on this channel and not yet answered

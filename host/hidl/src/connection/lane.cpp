@@ -39,16 +39,14 @@ base::unique_fd openAnew(int pipe) {
 }  // namespace
 
 std::unique_ptr<Lane> Lane::create() {
-    if (gLanesServed.fetch_add(1) >= kMaxLanes) {
-        --gLanesServed;
-        return nullptr;
-    }
+    const bool isAllowed = gLanesServed.fetch_add(1) < kMaxLanes;
     base::unique_fd memory;
-    auto* const slots = static_cast<LaneSlot*>(createShared("hidl-lane", kMemorySize, 0, &memory));
-    if (slots == nullptr) {
+    void* const shared = isAllowed ? createShared("hidl-lane", kMemorySize, 0, &memory) : nullptr;
+    if (shared == nullptr) {
         --gLanesServed;
         return nullptr;
     }
+    auto* const slots = static_cast<LaneSlot*>(shared);
     std::unique_ptr<Lane> lane(new Lane(Side::Serves, slots));
     lane->memory_ = std::move(memory);
     slots[1].state.store(kSlotAsleep);

@@ -53,13 +53,13 @@ class Lane {
     /** Returns whether packets that the peer sent on the socket come before the one in the slot. */
     bool socketFirst() const { return in().sentOnSocket != receivedOnSocket_; }
     void receivedOnSocket() { ++receivedOnSocket_; }
-    /** Takes the packet. Returns its size, or nothing if that is impossible. @param to kLanePacket bytes */
+    /** Takes the packet. Returns its size, or `std::nullopt` if that is invalid. @param to kLanePacket bytes
+     */
     std::optional<size_t> take(uint8_t* to);
 
     /** Called by a caller before it polls full(): lets the server answer in the slot. */
     void poll();
-    /** Called before it blocks: the server answers on the socket from now on. Returns false if it is full().
-     */
+    /** Called before it blocks: from now on, the server answers on the socket. Returns false if full(). */
     [[nodiscard]] bool sleep();
 
     /** The descriptor of a server that becomes readable when the caller passes a packet. */

@@ -70,8 +70,8 @@ void BulkView::giveBack() {
     mapping_->giveBack(block_);
 }
 
-void Room::release() {
-    share_->release(size_, oneway_);
+void RoomReleaser::operator()(SpaceShare* share) const {
+    share->release(size, oneway);
 }
 
 Attachments::~Attachments() {

@@ -29,14 +29,6 @@ constexpr std::chrono::microseconds kRoomPause{100};
 // Time in which an ending process closes all its sockets.
 constexpr int kEndPatience = 1000;  // milliseconds
 
-MessageHeader controlMessage(MessageType type, uint64_t target, uint32_t code = 0) {
-    MessageHeader header{};
-    header.type = type;
-    header.code = code;
-    header.target = target;
-    return header;
-}
-
 bool isEmpty(int socket) {
     pollfd poll{socket, POLLIN, 0};
     return ::poll(&poll, 1, 0) == 0;
@@ -132,7 +124,7 @@ bool PeerConnection::ended() {
 status_t PeerConnection::flushReleases(Channel& control) {
     while (!pendingReleases_.empty()) {
         const auto [object, count] = *pendingReleases_.begin();
-        const status_t status = control.send(controlMessage(kRelease, object, count));
+        const status_t status = control.send(messageHeader(kRelease, count, object));
         if (status != OK) return status;
         pendingReleases_.erase(pendingReleases_.begin());
     }
@@ -188,8 +180,8 @@ status_t PeerConnection::send(Channel& channel, MessageHeader header, OutgoingBo
 
 void PeerConnection::reportRefusal() {
     PeerSpace* space = peerSpace_;
-    uint32_t look = 0;
-    if (space != nullptr && space->reportDue(&look)) (void)sendControl(controlMessage(kRefused, 0, look));
+    uint32_t audits = 0;
+    if (space != nullptr && space->reportDue(&audits)) (void)sendControl(messageHeader(kRefused, audits));
 }
 
 void PeerConnection::announceReceiveSpace(Channel& channel) {
@@ -197,8 +189,7 @@ void PeerConnection::announceReceiveSpace(Channel& channel) {
     SpaceShare* share = ReceiveSpace::own().open(peerPid);
     if (share == nullptr) return;
     share_ = share;  // set before the peer can claim room
-    if (channel.send(controlMessage(kReceiveSpace, 0, share->slot()), ReceiveSpace::own().descriptors()) ==
-        OK)
+    if (channel.send(messageHeader(kReceiveSpace, share->slot()), ReceiveSpace::own().descriptors()) == OK)
         return;
     share_ = nullptr;
     share->close();
@@ -215,10 +206,13 @@ bool PeerConnection::mapReceiveSpace(IncomingMessage* message) {
     return true;
 }
 
-// Waits until the control channel accepts a packet. Returns false if the link or the peer has ended.
-bool PeerConnection::waitForRoom() {
-    const std::shared_ptr<Channel> channel = control();
-    return channel != nullptr && channel->waitWritable();
+status_t PeerConnection::sendControlWaiting(const MessageHeader& header, const std::vector<int>& fds) {
+    status_t status;
+    while ((status = sendControl(header, fds)) == WOULD_BLOCK) {
+        const std::shared_ptr<Channel> channel = control();
+        if (channel == nullptr || !channel->waitWritable()) return DEAD_OBJECT;
+    }
+    return status;
 }
 
 status_t PeerConnection::makeCallChannel(std::shared_ptr<Channel>* channel) {
@@ -230,10 +224,7 @@ status_t PeerConnection::makeCallChannel(std::shared_ptr<Channel>* channel) {
     }
     base::unique_fd near(ends[0]);
     base::unique_fd far(ends[1]);
-    status_t status;
-    while ((status = sendControl(controlMessage(kNewCallChannel, 0), {far.get()})) == WOULD_BLOCK) {
-        if (!waitForRoom()) return DEAD_OBJECT;
-    }
+    const status_t status = sendControlWaiting(messageHeader(kNewCallChannel), {far.get()});
     if (status == OK) *channel = std::make_shared<Channel>(std::move(near), Channel::Kind::Call);
     return status;
 }
@@ -319,10 +310,7 @@ sp<BpHwBinder> PeerConnection::registeredProxy(uint64_t object) {
         sp<BpHwBinder> found = entry != proxies_.end() ? entry->second.promote() : nullptr;
         if (found != nullptr) return found;
     }
-    status_t status;
-    while ((status = sendControl(controlMessage(kAcquire, object))) == WOULD_BLOCK) {
-        if (!waitForRoom()) return nullptr;
-    }
+    const status_t status = sendControlWaiting(messageHeader(kAcquire, 0, object));
     if (status == OK) return proxy(object, 1);
     // Calls to this proxy return the reason.
     return reasonOfEnd() != DEAD_OBJECT ? proxy(object, 0) : nullptr;
@@ -341,25 +329,25 @@ void PeerConnection::forgetProxy(uint64_t object, const BpHwBinder* proxy, uint3
         const std::shared_ptr<Channel> channel = control();
         if (channel == nullptr) return;
         pendingReleases_[object] += known;
-        if (flushReleases(*channel) == WOULD_BLOCK) awaitRoom(*channel);
+        if (flushReleases(*channel) == WOULD_BLOCK) sendReleasesWhenWritable(*channel);
         tooMany = pendingReleases_.size() > kMaxPendingReleases;
     }
     if (tooMany) kill();
 }
 
-void PeerConnection::awaitRoom(const Channel& control) {
-    if (awaitsRoom_) return;
+void PeerConnection::sendReleasesWhenWritable(const Channel& control) {
+    if (awaitsWritable_) return;
     base::unique_fd own(fcntl(control.fd(), F_DUPFD_CLOEXEC, 0));
     if (own < 0) return;  // the releases are sent with a later message
-    awaitsRoom_ = true;
+    awaitsWritable_ = true;
     Process::self().pool().add(std::make_shared<ReleaseSource>(shared_from_this(), std::move(own)));
 }
 
 bool PeerConnection::sendWaitingReleases() {
     std::lock_guard<std::mutex> lock(controlMutex_);
     const std::shared_ptr<Channel> channel = control();
-    awaitsRoom_ = channel != nullptr && flushReleases(*channel) == WOULD_BLOCK;
-    return !awaitsRoom_;
+    awaitsWritable_ = channel != nullptr && flushReleases(*channel) == WOULD_BLOCK;
+    return !awaitsWritable_;
 }
 
 PeerConnection::Export* PeerConnection::exportWithLock(uint64_t object) {
@@ -446,7 +434,7 @@ bool PeerConnection::resolve(IncomingMessage* message) {
     if (share != nullptr) {
         const bool oneway = (message->header.flags & kOneway) != 0;
         share->take(room, oneway);
-        message->room = Room(share, room, oneway);
+        message->room = Room(share, {room, oneway});
     }
     if (message->attachments == nullptr) return true;
     Attachments& attachments = *message->attachments;

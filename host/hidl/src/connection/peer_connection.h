@@ -140,8 +140,10 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
     Export* exportWithLock(uint64_t object) REQUIRES(mutex_);
     status_t claimRoom(MessageHeader* header, uint32_t size);
     status_t flushReleases(Channel& control) REQUIRES(controlMutex_);
-    void awaitRoom(const Channel& control) REQUIRES(controlMutex_);
-    bool waitForRoom();
+    /** Sends the pending releases from a pool thread, once `control` is writable. */
+    void sendReleasesWhenWritable(const Channel& control) REQUIRES(controlMutex_);
+    /** Like sendControl(), but waits while the control channel is full. */
+    status_t sendControlWaiting(const MessageHeader& header, const std::vector<int>& fds = {});
     status_t makeCallChannel(std::shared_ptr<Channel>* channel);
 
     std::atomic<bool> dead_{false};
@@ -150,7 +152,7 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
     std::atomic<PeerSpace*> peerSpace_{nullptr};
     std::mutex controlMutex_;  // held while sending on the control channel
     std::unordered_map<uint64_t, uint32_t> pendingReleases_ GUARDED_BY(controlMutex_);
-    bool awaitsRoom_ GUARDED_BY(controlMutex_) = false;
+    bool awaitsWritable_ GUARDED_BY(controlMutex_) = false;
 
     // The last channels serve the calls of all threads that came later. In total there are fewer than the
     // peer admits, because it may notice late that a channel was closed.

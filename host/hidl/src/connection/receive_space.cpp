@@ -113,16 +113,16 @@ void ReceiveSpace::retireIfIdle(SpaceShare& share) {
     share.inUse_ = false;
 }
 
-void ReceiveSpace::audit(std::optional<uint32_t> look) {
+void ReceiveSpace::audit(std::optional<uint32_t> audits) {
     std::lock_guard<std::mutex> lock(mutex_);
     const int64_t now = nowNanoseconds();
     if (books_ == nullptr || now - lastAudit_ < kReportInterval) return;
-    if (look.has_value() && *look != books_->look) return;
+    if (audits.has_value() && *audits != books_->audits) return;
     lastAudit_ = now;
     for (SpaceShare& share : shares_) {
         if (share.inUse_ && !share.closed_) auditShare(share);
     }
-    ++books_->look;
+    ++books_->audits;
 }
 
 void ReceiveSpace::auditShare(SpaceShare& share) {
@@ -209,12 +209,12 @@ void PeerSpace::giveBack(uint32_t size, bool oneway) {
     add(0 - size, oneway);
 }
 
-bool PeerSpace::reportDue(uint32_t* look) {
+bool PeerSpace::reportDue(uint32_t* audits) {
     if (!refused_.exchange(false)) return false;
     const int64_t now = nowNanoseconds();
     int64_t last = lastReport_;
     if (now - last < kReportInterval || !lastReport_.compare_exchange_strong(last, now)) return false;
-    *look = books_.look;
+    *audits = books_.audits;
     return true;
 }
 

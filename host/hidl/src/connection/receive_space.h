@@ -85,12 +85,12 @@ class ReceiveSpace {
     /**
      * Audits the claims of all slots after a sender's claim was refused, at most every 50 ms.
      *
-     * @param look value of `look` that the sender read in the books. If another audit has changed it,
-     *             nothing is done: only without one in between is it certain that messages claimed
-     *             before the last audit were sent before this report, and have been received. None if
-     *             the refusal was reported by a reply
+     * @param audits number of audits that the sender read in the books. If there was another audit since,
+     *               nothing is done: only without one in between is it certain that messages claimed
+     *               before the last audit were sent before this report, and have been received. None if
+     *               the refusal was reported by a reply
      */
-    void audit(std::optional<uint32_t> look = std::nullopt);
+    void audit(std::optional<uint32_t> audits = std::nullopt);
 
   private:
     friend class SpaceShare;
@@ -135,8 +135,8 @@ class PeerSpace {
     /** Withdraws the claim of a message that was not sent. */
     void giveBack(uint32_t size, bool oneway);
 
-    /** Returns whether to report a refused claim now. Stores the `look` that the report must carry. */
-    bool reportDue(uint32_t* look);
+    /** Returns whether to report a refused claim now, and stores the number of audits for the report. */
+    bool reportDue(uint32_t* audits);
 
   private:
     uint32_t inFlight(SpaceTotal total) const;

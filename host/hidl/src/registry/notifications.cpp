@@ -41,7 +41,7 @@ class RegistrySource : public Source {
     /** Removes the requests of a callback. Returns true if no request of any callback is left. */
     bool remove(const sp<IServiceNotification>& callback);
     /** Calls the callback of `wanted`; logs an error of the call. */
-    static void tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting);
+    static void notify(const Wanted& wanted, const RegistryEntry& entry, bool preexisting);
 
   private:
     // Process and object: if either of them changes, the name has a new registration.
@@ -71,7 +71,7 @@ std::vector<RegistryEntry> RegistrySource::takeNews() {
     return news;
 }
 
-void RegistrySource::tell(const Wanted& wanted, const RegistryEntry& entry, bool preexisting) {
+void RegistrySource::notify(const Wanted& wanted, const RegistryEntry& entry, bool preexisting) {
     Return<void> delivered = wanted.callback->onRegistration(entry.interface, entry.instance, preexisting);
     if (!delivered.isOk())
         ALOGW("no notification of %s: %s", entry.interface.c_str(), delivered.description().c_str());
@@ -110,7 +110,7 @@ void RegistrySource::onReadable(DispatchGuard&) {
     }
     for (const RegistryEntry& entry : news) {
         for (const Wanted& one : wanted) {
-            if (matches(one, entry)) tell(one, entry, false);
+            if (matches(one, entry)) notify(one, entry, false);
         }
     }
 }
@@ -158,7 +158,7 @@ bool notifyOfRegistrations(const std::string& interface, const std::string& inst
         present = found->second->add(wanted);
     }
     Process::self().pool().start();
-    for (const RegistryEntry& entry : present) RegistrySource::tell(wanted, entry, true);
+    for (const RegistryEntry& entry : present) RegistrySource::notify(wanted, entry, true);
     return true;
 }
 

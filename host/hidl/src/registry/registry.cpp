@@ -97,7 +97,7 @@ std::optional<RegistryEntry> parseEntry(const std::string& line) {
 }
 
 // Reads the registry's file. If a process was killed while it wrote, the last line may lack its end. A file
-// that does not exist is empty. Returns nothing (logged) if the file cannot be read.
+// that does not exist is empty. Returns `std::nullopt` (logged) if the file cannot be read.
 std::optional<std::string> readServices() {
     const base::unique_fd file(openRegularFile(servicesFile(), O_RDONLY));
     if (file < 0 && (errno == ENOENT || errno == ENOTDIR)) return "";

@@ -47,13 +47,7 @@ base::unique_fd lockByte(off_t byte, int command) {
     const std::string path = registryDirectory() + kLockFile;
     base::unique_fd file(openRegularFile(path, O_RDWR | O_CREAT, 0600));
     struct flock lock = lockOf(byte);
-    int result = file.get();
-    if (file >= 0) {
-        do {
-            result = fcntl(file.get(), command, &lock);
-        } while (result < 0 && errno == EINTR);
-    }
-    if (result >= 0) return file;
+    if (file >= 0 && TEMP_FAILURE_RETRY(fcntl(file.get(), command, &lock)) == 0) return file;
     ALOGE("can't lock the service registry: %s", fileError(path, errno).c_str());
     return base::unique_fd();
 }

@@ -64,11 +64,9 @@ base::unique_fd registryConnect(pid_t pid, uint64_t process) {
         noteShortage("can't connect to a service", errno);
         return base::unique_fd();
     }
-    int result;
-    do {
-        result = connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address));
-    } while (result != 0 && errno == EINTR);
-    return result == 0 ? std::move(socket) : base::unique_fd();
+    const bool isConnected = TEMP_FAILURE_RETRY(connect(socket.get(), reinterpret_cast<sockaddr*>(&address),
+                                                        sizeof(address))) == 0;
+    return isConnected ? std::move(socket) : base::unique_fd();
 }
 
 void deleteDeadSockets() {

@@ -129,7 +129,7 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
         return UNKNOWN_ERROR;
     }
     const Return<bool> added = defaultServiceManager()->add(name, service);
-    return added.isOk() && added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
+    return added.isOk() && added ? OK : UNKNOWN_ERROR;
 }
 
 }  // namespace details

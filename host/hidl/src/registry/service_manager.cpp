@@ -33,13 +33,6 @@ constexpr DebugInfo::Architecture kArchitecture = DebugInfo::Architecture::IS_64
 constexpr DebugInfo::Architecture kArchitecture = DebugInfo::Architecture::IS_32BIT;
 #endif
 
-/** Returns an error if the registry cannot be read, so that callers do not take it for empty. */
-Status registryStatus() {
-    const std::string problem = transport::registryProblem();
-    return problem.empty() ? Status::ok()
-                           : Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, problem.c_str());
-}
-
 // Returns the binder of a registered service, or null. Looks it up again if the registration changed
 // after its entry was read.
 sp<IBinder> findRegistered(const std::string& interface, const std::string& instance) {
@@ -72,14 +65,15 @@ Status shortage() {
 }
 
 /**
- * Reads all registered services. Returns an error if the registry cannot be read, or if a shortage may
- * have hidden a service.
+ * Calls `visit` with the entry of each registered service. Returns an error if the registry cannot be read,
+ * or if a shortage may have hidden a service.
  */
-Status listEntries(std::vector<transport::RegistryEntry>* entries) {
-    Status readable = registryStatus();
-    if (!readable.isOk()) return readable;
+template <typename Visit>
+Status forEachService(const Visit& visit) {
+    const std::string problem = transport::registryProblem();
+    if (!problem.empty()) return Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, problem.c_str());
     (void)transport::takeShortage();
-    *entries = transport::registryList();
+    for (const transport::RegistryEntry& entry : transport::registryList()) visit(entry);
     return shortage();
 }
 
@@ -121,24 +115,20 @@ class ServiceManager : public IServiceManager {
     }
 
     Return<void> list(list_cb callback) override {
-        std::vector<transport::RegistryEntry> entries;
-        const Status status = listEntries(&entries);
-        if (!status.isOk()) return status;
         std::vector<hidl_string> names;
-        names.reserve(entries.size());
-        for (const auto& entry : entries) names.emplace_back(entry.interface + "/" + entry.instance);
+        const Status status = forEachService(
+            [&names](const auto& entry) { names.emplace_back(entry.interface + "/" + entry.instance); });
+        if (!status.isOk()) return status;
         callback(names);
         return Void();
     }
 
     Return<void> listByInterface(const hidl_string& fqName, listByInterface_cb callback) override {
-        std::vector<transport::RegistryEntry> entries;
-        const Status status = listEntries(&entries);
-        if (!status.isOk()) return status;
         std::vector<hidl_string> names;
-        for (const auto& entry : entries) {
+        const Status status = forEachService([&](const auto& entry) {
             if (fqName == entry.interface.c_str()) names.emplace_back(entry.instance);
-        }
+        });
+        if (!status.isOk()) return status;
         callback(names);
         return Void();
     }
@@ -149,18 +139,16 @@ class ServiceManager : public IServiceManager {
     }
 
     Return<void> debugDump(debugDump_cb callback) override {
-        std::vector<transport::RegistryEntry> entries;
-        const Status status = listEntries(&entries);
-        if (!status.isOk()) return status;
         std::vector<InstanceDebugInfo> infos;
-        for (const auto& entry : entries) {
+        const Status status = forEachService([&infos](const auto& entry) {
             InstanceDebugInfo info{};
             info.interfaceName = entry.interface;
             info.instanceName = entry.instance;
             info.pid = entry.pid;
             info.arch = kArchitecture;
             infos.push_back(info);
-        }
+        });
+        if (!status.isOk()) return status;
         callback(infos);
         return Void();
     }

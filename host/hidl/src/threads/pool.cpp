@@ -72,7 +72,7 @@ Pool::Pool() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
 void Pool::watch(const Source& source, Which which, From from, int operation) {
     const int fd = which == Which::Bell ? source.bell() : source.fd();
     epoll_event event{};
-    event.events = source.awaitsRoom() ? EPOLLOUT : EPOLLIN;
+    event.events = source.awaitsWritable() ? EPOLLOUT : EPOLLIN;
     if (from == From::TurnsEnd) {
         event.events = EPOLLONESHOT;
     } else if (oneShot_.load(std::memory_order_relaxed)) {
@@ -237,6 +237,11 @@ void Pool::serveSource(uint64_t key) {
     spawnIfAllBusy();
     DispatchGuard turn(*this, *source);
     source->onReadable(turn);
+}
+
+void DispatchGuard::removeSource() {
+    ended_ = true;
+    pool_.remove(source_);
 }
 
 void DispatchGuard::end() {

@@ -30,7 +30,7 @@ class Source : public std::enable_shared_from_this<Source> {
      */
     virtual bool oneAtATime() const { return false; }
     /** Returns true to wait until the descriptor is writable, false to wait until it is readable. */
-    virtual bool awaitsRoom() const { return false; }
+    virtual bool awaitsWritable() const { return false; }
 
   private:
     friend class Pool;
@@ -75,7 +75,6 @@ class Pool {
 
     [[noreturn]] void serve();
     void serveSource(uint64_t key);
-    uint64_t nextKey();
     void spawnWithLock() REQUIRES(mutex_);
     void spawnIfAllBusy();
     size_t spawnLimitWithLock() const REQUIRES(mutex_);
@@ -110,8 +109,10 @@ class DispatchGuard {
 
     /** Lets other threads serve the next message of the source. */
     void end();
-    /** Leaves the source unwatched: it is removed, or must wait for Pool::resume(). */
+    /** Leaves the source unwatched until Pool::resume(). */
     void forget() { ended_ = true; }
+    /** Removes the source from the pool. */
+    void removeSource();
 
   private:
     Pool& pool_;

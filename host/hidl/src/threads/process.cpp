@@ -39,7 +39,7 @@ bool Process::listen(const std::string& tv) {
     if (lives_.count(tv) != 0) return true;
     if (!makeRegistry()) return false;
     registrySweep();
-    // Before the socket is there, so that no other process takes it for that of an ended one.
+    // Lock before creating the socket: other processes delete sockets of processes that hold no lock.
     base::unique_fd life = lockLifeOf(name_);
     if (life < 0) return false;
     base::unique_fd socket = registryListen(name_);
@@ -57,13 +57,7 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
             ALOGE("'%s' is no name for a service of %s", instance.c_str(), interface.c_str());
             return UNKNOWN_ERROR;
         }
-        RegistryEntry entry;
-        entry.interface = interface;
-        entry.instance = instance;
-        entry.pid = getpid();
-        entry.process = name_;
-        entry.object = binder->exportId();
-        entries.push_back(entry);
+        entries.push_back({interface, instance, getpid(), name_, binder->exportId()});
     }
     std::vector<sp<BHwBinder>> replaced;  // destroyed after the mutex is released
     std::lock_guard<std::mutex> lock(mutex_);
@@ -76,7 +70,7 @@ status_t Process::registerService(const sp<BHwBinder>& binder, const std::vector
             names_[tv + "/" + entry.interface + "/" + entry.instance] = entry.object;
     }
     replaced = takeUnnamedWithLock();
-    return added ? static_cast<status_t>(OK) : static_cast<status_t>(UNKNOWN_ERROR);
+    return added ? OK : UNKNOWN_ERROR;
 }
 
 std::vector<sp<BHwBinder>> Process::takeUnnamedWithLock() {
@@ -156,11 +150,8 @@ std::shared_ptr<PeerConnection> Process::connect(const RegistryEntry& entry) {
     Peer peer;
     if (socket < 0 || !peerOf(socket, &peer) || peer.pid != entry.pid) return nullptr;
     auto link = std::make_shared<PeerConnection>(std::move(socket), peer.pid, peer.uid);
-    MessageHeader hello{};
-    hello.type = kHello;
-    hello.code = kWireVersion;
-    hello.target = name_;
-    (void)link->sendControl(hello);  // an error shows when the link is used
+    // An error shows when the link is used.
+    (void)link->sendControl(messageHeader(kHello, kWireVersion, name_));
     link->announceReceiveSpace(*link->control());
     auto source = ControlSource::watch(link, false);
     std::lock_guard<std::mutex> lock(mutex_);

@@ -30,10 +30,6 @@ base::unique_fd openReserve() {
 ListenSource::ListenSource(base::unique_fd socket) : socket_(std::move(socket)), reserve_(openReserve()) {}
 
 void ListenSource::onReadable(DispatchGuard&) {
-    accept();
-}
-
-void ListenSource::accept() {
     base::unique_fd socket(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (socket < 0 && (errno == EMFILE || errno == ENFILE)) socket = acceptInShortage(errno);
     if (socket < 0) return;
@@ -60,9 +56,7 @@ base::unique_fd ListenSource::acceptInShortage(int error) {
     // If there is a reserve beside the connection, the shortage is over.
     if (socket >= 0 && reserve_ >= 0) return socket;
     if (socket >= 0) {
-        MessageHeader header{};
-        header.type = kTurnedAway;
-        header.code = static_cast<uint32_t>(-error);
+        const MessageHeader header = messageHeader(kTurnedAway, static_cast<uint32_t>(-error));
         (void)Channel(std::move(socket), Channel::Kind::Control).send(header);
         reserve_ = openReserve();
         ALOGE("too many clients: a connection is refused");
@@ -75,8 +69,7 @@ base::unique_fd ListenSource::acceptInShortage(int error) {
 }
 
 void PeerSource::onReadable(DispatchGuard& turn) {
-    turn.forget();
-    Process::self().pool().remove(*this);
+    turn.removeSource();
     link_->hangUp();
 }
 
@@ -113,19 +106,16 @@ void ControlSource::onReadable(DispatchGuard& turn) {
         link_->dropUnreferenced();
         return;
     }
-    if (received != Channel::Received::Closed && !short_)
+    if (received != Channel::Received::Closed && !endedForShortage_)
         ALOGE("process %d broke the transport's format", link_->peerPid);
     turn.forget();
     finish();
 }
 
 bool ControlSource::endForShortage() {
-    MessageHeader header{};
-    header.type = kTurnedAway;
-    header.code = static_cast<uint32_t>(takeShortage());
     ALOGE("the connection of process %d ends for that reason", link_->peerPid);
-    (void)link_->sendControl(header);
-    short_ = true;
+    (void)link_->sendControl(messageHeader(kTurnedAway, static_cast<uint32_t>(takeShortage())));
+    endedForShortage_ = true;
     return false;
 }
 
@@ -222,19 +212,16 @@ void CallSource::onReadable(DispatchGuard& turn) {
         ALOGE("process %d broke the transport's format", link_->peerPid);
         link_->kill();
     }
-    turn.forget();
-    Process::self().pool().remove(*this);
+    turn.removeSource();
 }
 
 void ReleaseSource::onReadable(DispatchGuard& turn) {
     if (!link_->sendWaitingReleases()) return;
-    turn.forget();
-    Process::self().pool().remove(*this);
+    turn.removeSource();
 }
 
 void ObituarySource::onReadable(DispatchGuard& turn) {
-    turn.forget();
-    Process::self().pool().remove(*this);
+    turn.removeSource();
     proxy_->sendObituary();
 }
 

@@ -17,7 +17,6 @@ class ListenSource : public Source {
     void onReadable(DispatchGuard& turn) override;
 
   private:
-    void accept();
     /** Accepts a connection if the shortage is over. Otherwise refuses it, for `error`, and returns none. */
     base::unique_fd acceptInShortage(int error);
 
@@ -76,7 +75,7 @@ class ControlSource : public Source {
     const std::shared_ptr<PeerSource> peer_;
     const std::shared_ptr<Channel> control_;
     bool expectsHello_;
-    bool short_ = false;  // ended for lack of descriptors or address space
+    bool endedForShortage_ = false;  // of descriptors or address space
     std::atomic<bool> finished_{false};
 };
 
@@ -105,7 +104,7 @@ class ReleaseSource : public Source {
     ReleaseSource(std::shared_ptr<PeerConnection> link, base::unique_fd control)
         : link_(std::move(link)), control_(std::move(control)) {}
     int fd() const override { return control_.get(); }
-    bool awaitsRoom() const override { return true; }
+    bool awaitsWritable() const override { return true; }
     void onReadable(DispatchGuard& turn) override;
 
   private:

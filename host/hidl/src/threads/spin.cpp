@@ -9,8 +9,8 @@ namespace android::hardware::transport {
 namespace {
 
 constexpr uint16_t kUnknown = 0xffff;
-/** How often a thread looks into its lane for each look at the socket, where larger messages come. */
-constexpr unsigned kLooksPerCall = 16;
+/** How often a polling thread checks its lane for each check of the socket, where larger messages arrive. */
+constexpr unsigned kLaneChecksPerSocketCheck = 16;
 thread_local uint16_t tLastSender = kUnknown;
 thread_local uint16_t tOwn = kUnknown;  // when this thread last sent a message
 
@@ -43,8 +43,8 @@ Channel::Received receiveSpinning(Channel& channel, IncomingMessage* message) {
         const int64_t end = nowNanoseconds() + kSpinNanoseconds;
         unsigned round = 0;
         do {
-            // To look into the lane takes no system call.
-            if (lane != nullptr && !lane->full() && ++round % kLooksPerCall != 0) continue;
+            // Checking the lane takes no system call.
+            if (lane != nullptr && !lane->full() && ++round % kLaneChecksPerSocketCheck != 0) continue;
             const Channel::Received received = channel.receive(message, false);
             if (received != Channel::Received::Nothing) return received;
         } while (nowNanoseconds() < end);
