@@ -2,6 +2,7 @@
 #include <atomic>
 
 #include "fixture.h"
+#include "host/hidl/src/connection/peer_connection.h"
 
 namespace hidlaudio::test {
 namespace {
@@ -51,6 +52,23 @@ TEST_F(ObjectsTest, LocalObjectIsReturnedAsItself) {
         };
         EXPECT_EQ(errorOf(probe_->passCallbacks(one.given, check)), "");
     }
+}
+
+// A thread may be about to send an object when the pool ends the link.
+TEST_F(ObjectsTest, EndedLinkKeepsNoObject) {
+    using android::hardware::transport::ObjectReference;
+    using android::hardware::transport::PeerConnection;
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+    const unique_fd peer(ends[1]);
+    const auto link = std::make_shared<PeerConnection>(unique_fd(ends[0]), getpid(), getuid());
+    link->end();
+    std::vector<ObjectReference> references;
+    const sp<Callback> callback = counted();
+    const auto binder = android::hardware::getOrCreateCachedBinder(callback.get());
+    EXPECT_EQ(link->reference({binder}, &references), android::DEAD_OBJECT);
+    EXPECT_TRUE(references.empty());
+    EXPECT_EQ(binder->getStrongCount(), 1);
 }
 
 TEST_F(ObjectsTest, EachLookUpReturnsANewProxyOfTheSameObject) {

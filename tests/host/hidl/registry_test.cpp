@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android/hidl/manager/1.0/IServiceManager.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <hidl/ServiceManagement.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <future>
 
 #include "fixture.h"
@@ -12,6 +14,7 @@
 namespace hidlaudio::test {
 namespace {
 
+using android::hidl::manager::V1_0::IServiceNotification;
 using testing::ElementsAre;
 
 const std::string kParent = "com.tovi.test.probe@1.0::IProbe/";
@@ -123,6 +126,44 @@ TEST_F(RegistryTest, LookUpSucceedsWhileTheNameIsRegisteredAgain) {
         });
     };
     while (!areDone()) ASSERT_EQ(probe->registerAnother("default", 2), android::OK);
+}
+
+/** Counts its notifications. The first one waits until the test opens the gate. */
+class GatedNotification : public IServiceNotification {
+  public:
+    explicit GatedNotification(bool isOpen) {
+        if (isOpen) gate.set_value();
+    }
+    Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
+        ++notified;
+        opened_.wait();
+        return android::hardware::Void();
+    }
+
+    std::promise<void> gate;
+    std::atomic<int> notified{0};
+
+  private:
+    const std::shared_future<void> opened_{gate.get_future()};
+};
+
+TEST_F(RegistryTest, LaterRequestTakesNoNotificationFromAnEarlierOne) {
+    const sp<GatedNotification> busy = new GatedNotification(false);
+    const sp<GatedNotification> earlier = new GatedNotification(true);
+    const sp<GatedNotification> later = new GatedNotification(true);
+    const auto request = [](const char* instance, const sp<GatedNotification>& callback) {
+        const auto manager = android::hardware::defaultServiceManager();
+        return manager->registerForNotifications(IProbe::descriptor, instance, callback).withDefault(false);
+    };
+    EXPECT_TRUE(request("first", busy) && request("second", earlier));
+    const Service first({1, "first"});
+    ASSERT_TRUE(becomesTrue([&] { return busy->notified == 1; }));
+    const Service second({1, "second"});  // the only pool thread is busy
+    EXPECT_TRUE(request("second", later));
+    EXPECT_EQ(later->notified, 1);
+    busy->gate.set_value();
+    EXPECT_TRUE(becomesTrue([&] { return earlier->notified == 1; }));
+    EXPECT_EQ(later->notified, 1);
 }
 
 TEST_F(RegistryTest, PathOfTheTvMayBeLongerThanASocketAddress) {

@@ -385,7 +385,9 @@ bool PeerConnection::release(uint64_t object, uint32_t count) {
 void PeerConnection::dropUnreferenced() {
     std::vector<sp<BHwBinder>> dropped;  // destroyed after the mutex is released
     std::lock_guard<std::mutex> lock(mutex_);
-    if (unreferenced_.empty() || control_ == nullptr || !isEmpty(control_->fd())) return;
+    if (unreferenced_.empty() || control_ == nullptr) return;
+    // In this order: a thread counts its message before it takes that from the socket.
+    if (!isEmpty(control_->fd()) || controlMessages_ > 0) return;
     for (const uint64_t object : unreferenced_) {
         auto found = exports_.find(object);
         if (found == exports_.end() || found->second.count > 0) continue;
@@ -410,15 +412,22 @@ status_t PeerConnection::reference(const std::vector<sp<IBinder>>& objects,
             references->push_back({remote->object(), kReceiversObject, 0});
             continue;
         }
-        BHwBinder* local = binder->localBinder();
-        const uint64_t object = local->exportId();
-        references->push_back({object, kSendersObject, 0});
-        std::lock_guard<std::mutex> lock(mutex_);
-        Export& entry = exports_[object];
-        entry.binder = local;
-        ++entry.count;
+        if (!exportOnce(binder->localBinder())) {
+            references->clear();  // end() has released the others
+            return DEAD_OBJECT;
+        }
+        references->push_back({binder->localBinder()->exportId(), kSendersObject, 0});
     }
     return OK;
+}
+
+bool PeerConnection::exportOnce(BHwBinder* object) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (ended_) return false;
+    Export& entry = exports_[object->exportId()];
+    entry.binder = object;
+    ++entry.count;
+    return true;
 }
 
 void PeerConnection::releaseReferences(const std::vector<ObjectReference>& references) {

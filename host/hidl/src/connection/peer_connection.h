@@ -109,14 +109,17 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
     bool release(uint64_t object, uint32_t count);
     /**
      * Drops this process's objects to which the peer has no reference, if the control channel has no
-     * unread message. A call may have overtaken a kAcquire on that channel: until it is read, the object
-     * must stay, even if its registration was removed.
+     * unread message and no thread handles one. A call may have overtaken a kAcquire on that channel: until
+     * it is handled, the object must stay, even if its registration was removed.
      */
     void dropUnreferenced();
+    /** Enclose the receiving and handling of a message on the control channel, unless that is a call. */
+    void beginControlMessage() { ++controlMessages_; }
+    void endControlMessage() { --controlMessages_; }
 
     /**
      * Converts `objects` to references for a message to the peer, and counts those that it will hold.
-     * Returns INVALID_OPERATION for an object of a third process.
+     * Returns INVALID_OPERATION for an object of a third process, or DEAD_OBJECT if the link has ended.
      */
     status_t reference(const std::vector<sp<IBinder>>& objects, std::vector<ObjectReference>* references);
     /** Undoes reference() for a message that was not sent. */
@@ -138,6 +141,8 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
      * an object that is registered.
      */
     Export* exportWithLock(uint64_t object) REQUIRES(mutex_);
+    /** Counts a reference that the peer will hold. Returns false if the link has ended. */
+    bool exportOnce(BHwBinder* object);
     status_t claimRoom(MessageHeader* header, uint32_t size);
     status_t flushReleases(Channel& control) REQUIRES(controlMutex_);
     /** Sends the pending releases from a pool thread, once `control` is writable. */
@@ -148,6 +153,7 @@ class PeerConnection : public std::enable_shared_from_this<PeerConnection> {
 
     std::atomic<bool> dead_{false};
     std::atomic<status_t> reason_{DEAD_OBJECT};
+    std::atomic<int> controlMessages_{0};      // received or about to be, and not handled
     std::atomic<SpaceShare*> share_{nullptr};  // of this process's receive buffer
     std::atomic<PeerSpace*> peerSpace_{nullptr};
     std::mutex controlMutex_;  // held while sending on the control channel

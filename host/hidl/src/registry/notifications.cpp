@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "host/hidl/src/threads/process.h"
@@ -30,70 +31,66 @@ class RegistrySource : public Source {
     int fd() const override { return watch_.get(); }
     void onReadable(DispatchGuard& turn) override;
 
-    struct Wanted {
-        std::string interface;
-        std::string instance;
-        sp<IServiceNotification> callback;
-    };
-
-    /** Adds a request. Returns its existing registrations, which onReadable() does not report again. */
-    std::vector<RegistryEntry> add(const Wanted& wanted);
+    /** Adds a request. Returns its existing registrations, of which the caller must notify `callback`. */
+    std::vector<RegistryEntry> add(const std::string& interface, const std::string& instance,
+                                   const sp<IServiceNotification>& callback);
     /** Removes the requests of a callback. Returns true if no request of any callback is left. */
     bool remove(const sp<IServiceNotification>& callback);
-    /** Calls the callback of `wanted`; logs an error of the call. */
-    static void notify(const Wanted& wanted, const RegistryEntry& entry, bool preexisting);
 
   private:
     // Process and object: if either of them changes, the name has a new registration.
     using Registration = std::pair<uint64_t, uint64_t>;
 
-    std::vector<RegistryEntry> takeNews() REQUIRES(mutex_);
-    static bool matches(const Wanted& wanted, const RegistryEntry& entry) {
-        return wanted.interface == entry.interface &&
-               (wanted.instance.empty() || wanted.instance == entry.instance);
-    }
+    struct Request {
+        std::string interface;
+        std::string instance;
+        sp<IServiceNotification> callback;
+        std::map<std::string, Registration> known{};  // by name
+    };
+
+    static std::vector<RegistryEntry> takeNews(Request& request, const std::vector<RegistryEntry>& entries);
 
     const std::string tv_;
     const base::unique_fd watch_;
     std::mutex mutex_;
-    std::vector<Wanted> wanted_ GUARDED_BY(mutex_);
-    std::map<std::string, Registration> known_ GUARDED_BY(mutex_);
+    std::vector<Request> requests_ GUARDED_BY(mutex_);
 };
 
-std::vector<RegistryEntry> RegistrySource::takeNews() {
+// Returns the registrations that the request asks for and does not know yet, and adds them to those it knows.
+std::vector<RegistryEntry> RegistrySource::takeNews(Request& request,
+                                                    const std::vector<RegistryEntry>& entries) {
     std::vector<RegistryEntry> news;
-    for (const RegistryEntry& entry : registryList()) {
+    for (const RegistryEntry& entry : entries) {
+        const bool matches = request.interface == entry.interface &&
+                             (request.instance.empty() || request.instance == entry.instance);
+        if (!matches) continue;
         const Registration registration{entry.process, entry.object};
-        Registration& known = known_[entry.interface + "/" + entry.instance];
-        if (known != registration) news.push_back(entry);
-        known = registration;
+        if (std::exchange(request.known[entry.instance], registration) != registration) news.push_back(entry);
     }
     return news;
 }
 
-void RegistrySource::notify(const Wanted& wanted, const RegistryEntry& entry, bool preexisting) {
-    Return<void> delivered = wanted.callback->onRegistration(entry.interface, entry.instance, preexisting);
-    if (!delivered.isOk())
-        ALOGW("no notification of %s: %s", entry.interface.c_str(), delivered.description().c_str());
-}
-
-std::vector<RegistryEntry> RegistrySource::add(const Wanted& wanted) {
+std::vector<RegistryEntry> RegistrySource::add(const std::string& interface, const std::string& instance,
+                                               const sp<IServiceNotification>& callback) {
     std::lock_guard<std::mutex> lock(mutex_);
-    wanted_.push_back(wanted);
-    std::vector<RegistryEntry> present;
-    for (const RegistryEntry& entry : registryList()) {
-        if (!matches(wanted, entry)) continue;
-        known_[entry.interface + "/" + entry.instance] = {entry.process, entry.object};
-        present.push_back(entry);
-    }
-    return present;
+    return takeNews(requests_.emplace_back(Request{interface, instance, callback}), registryList());
 }
 
 bool RegistrySource::remove(const sp<IServiceNotification>& callback) {
     std::lock_guard<std::mutex> lock(mutex_);
-    const auto isIts = [&callback](const Wanted& wanted) { return wanted.callback == callback; };
-    wanted_.erase(std::remove_if(wanted_.begin(), wanted_.end(), isIts), wanted_.end());
-    return wanted_.empty();
+    const auto isIts = [&callback](const Request& request) { return request.callback == callback; };
+    requests_.erase(std::remove_if(requests_.begin(), requests_.end(), isIts), requests_.end());
+    return requests_.empty();
+}
+
+// Calls the callback for each entry, and logs errors of the calls.
+void notify(const sp<IServiceNotification>& callback, const std::vector<RegistryEntry>& entries,
+            bool preexisting) {
+    for (const RegistryEntry& entry : entries) {
+        const Return<void> delivered = callback->onRegistration(entry.interface, entry.instance, preexisting);
+        if (!delivered.isOk())
+            ALOGW("no notification of %s: %s", entry.interface.c_str(), delivered.description().c_str());
+    }
 }
 
 void RegistrySource::onReadable(DispatchGuard&) {
@@ -101,18 +98,13 @@ void RegistrySource::onReadable(DispatchGuard&) {
     while (read(watch_.get(), events, sizeof(events)) > 0) {
     }
     const hidlaudio::host::ScopedTvRoot scope(tv_);
-    std::vector<Wanted> wanted;
-    std::vector<RegistryEntry> news;
+    std::vector<std::pair<sp<IServiceNotification>, std::vector<RegistryEntry>>> news;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        wanted = wanted_;
-        news = takeNews();
+        const std::vector<RegistryEntry> entries = registryList();
+        for (Request& request : requests_) news.emplace_back(request.callback, takeNews(request, entries));
     }
-    for (const RegistryEntry& entry : news) {
-        for (const Wanted& one : wanted) {
-            if (matches(one, entry)) notify(one, entry, false);
-        }
-    }
+    for (const auto& [callback, entries] : news) notify(callback, entries, false);
 }
 
 std::shared_ptr<RegistrySource> watchRegistry(const std::string& tv) {
@@ -144,7 +136,6 @@ Sources& sources() {
 bool notifyOfRegistrations(const std::string& interface, const std::string& instance,
                            const sp<IServiceNotification>& callback) {
     if (callback == nullptr) return false;
-    const RegistrySource::Wanted wanted{interface, instance, callback};
     std::vector<RegistryEntry> present;
     {
         std::lock_guard<std::mutex> lock(sources().mutex);
@@ -155,10 +146,10 @@ bool notifyOfRegistrations(const std::string& interface, const std::string& inst
             if (source == nullptr) return false;
             found = sources().byTv.emplace(tv, source).first;
         }
-        present = found->second->add(wanted);
+        present = found->second->add(interface, instance, callback);
     }
     Process::self().pool().start();
-    for (const RegistryEntry& entry : present) RegistrySource::notify(wanted, entry, true);
+    notify(callback, present, true);
     return true;
 }
 

@@ -154,17 +154,20 @@ std::shared_ptr<PeerConnection> Process::connect(const RegistryEntry& entry) {
     (void)link->sendControl(messageHeader(kHello, kWireVersion, name_));
     link->announceReceiveSpace(*link->control());
     auto source = ControlSource::watch(link, false);
-    std::lock_guard<std::mutex> lock(mutex_);
-    links_[entry.process] = link;
-    connected_[link->number] = source;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        links_[entry.process] = link;
+        connected_[link->number] = source;
+    }
+    if (link->ended()) forget(*link);  // a pool thread may have called forget() too early
     return link;
 }
 
 std::shared_ptr<PeerConnection> Process::linkTo(const RegistryEntry& entry) {
+    endDeadLinks();  // without a lock, because it destroys objects and calls death recipients
     // One thread at a time, so that there is only one link to a process and one proxy per object.
     static std::mutex* const connecting = new std::mutex();
     std::lock_guard<std::mutex> one(*connecting);
-    endDeadLinks();
     {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = links_.find(entry.process);

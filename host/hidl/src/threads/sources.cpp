@@ -94,15 +94,21 @@ void ControlSource::finish() {
     if (finished_.exchange(true)) return;
     if (peer_ != nullptr) Process::self().pool().remove(*peer_);
     Process::self().pool().remove(*this);
-    Process::self().forget(*link_);
     link_->end();
+    Process::self().forget(*link_);  // after end(), for Process::connect()
 }
 
 void ControlSource::onReadable(DispatchGuard& turn) {
     IncomingMessage message;
+    link_->beginControlMessage();
     const Channel::Received received = control_->receive(&message, false);
+    const bool isMessage = received == Channel::Received::Message;
+    const bool isCall = isMessage && message.header.type == kCall;
+    if (isCall) link_->endControlMessage();  // serving it may take long
+    const bool isHandled = isMessage && handle(std::move(message), turn);
+    if (!isCall) link_->endControlMessage();
     if (received == Channel::Received::Nothing) return;
-    if (received == Channel::Received::Message && handle(std::move(message), turn)) {
+    if (isHandled) {
         link_->dropUnreferenced();
         return;
     }
