@@ -53,13 +53,14 @@ bool AppendFile::isLinked() const {
 }
 
 /** Makes sure that `size` bytes fit after the end of the file. Returns 0, or an errno. */
-int AppendFile::reserve(int64_t size) {
-    if (size_ + size <= reservedEnd_) return 0;
+int AppendFile::reserve(int64_t size, bool isLast) {
+    if (!isLast && size_ + size <= reservedEnd_) return 0;
     struct stat status{};
     if (fstat(fd_, &status) != 0) return errno;
     size_ = status.st_size;  // another process may append to the file too
-    const int64_t limit = std::min(sizeLimit_, limitOfProcess());
+    const int64_t limit = isLast ? limitOfProcess() : std::min(sizeLimit_, limitOfProcess());
     if (size_ + size > limit) return EFBIG;
+    if (isLast) return 0;
     reservedEnd_ = std::min(size_ + size + kReservedAhead, limit);
     if (fallocate(fd_, FALLOC_FL_KEEP_SIZE, size_, reservedEnd_ - size_) == 0) return 0;
     // Not every file system can reserve space, or as much.
@@ -68,7 +69,7 @@ int AppendFile::reserve(int64_t size) {
 
 int64_t AppendFile::append(const void* data, size_t size, bool isLast) {
     const auto wanted = static_cast<int64_t>(size);
-    if (const int error = isLast ? 0 : reserve(wanted + kLastPiece); error != 0) {
+    if (const int error = reserve(isLast ? wanted : wanted + kLastPiece, isLast); error != 0) {
         errno = error;
         return -1;
     }

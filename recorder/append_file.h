@@ -34,7 +34,7 @@ class AppendFile {
     int64_t append(const void* data, size_t size, bool isLast = false);
 
   private:
-    int reserve(int64_t size);
+    int reserve(int64_t size, bool isLast);
 
     int fd_ = -1;
     int64_t size_ = 0;

@@ -22,9 +22,7 @@ struct OpenCall {
     bool isIncoming;
 };
 
-int64_t storeBytes(const uint8_t* data, size_t size) {
-    return Recording::self().store(data, size);
-}
+int64_t storeBytes(const uint8_t* data, size_t size);
 
 /** The unfinished calls of a thread, innermost last, and the line that it writes. */
 struct ThreadState {
@@ -40,6 +38,10 @@ struct ThreadState {
 ThreadState& thread() {
     static thread_local ThreadState state;
     return state;
+}
+
+int64_t storeBytes(const uint8_t* data, size_t size) {
+    return Recording::self().store(thread().recording, data, size);
 }
 
 uint64_t nextId() {
@@ -70,9 +72,9 @@ void beginLine(Text& line, const char* event, const OpenCall& call, int64_t now)
     line.key("time"), line.seconds(now);
 }
 
-void endLine(Text& line) {
-    line.endLine();
-    Recording::self().append(line.text());
+void endLine(ThreadState& state) {
+    state.line.endLine();
+    Recording::self().append(state.recording, state.line.text());
 }
 
 void writeCall(ThreadState& state, const OpenCall& call, const std::vector<void*>& values) {
@@ -85,7 +87,7 @@ void writeCall(ThreadState& state, const OpenCall& call, const std::vector<void*
     line.key("method"), line.string(call.method);
     const MethodDecoder* decoder = findDecoder(call.interface, call.method);
     if (decoder != nullptr) writeValues(line, "arguments", decoder->arguments, values);
-    endLine(line);
+    endLine(state);
 }
 
 void writeAnswer(ThreadState& state, const OpenCall& call, int64_t now, const std::vector<void*>& values) {
@@ -94,14 +96,14 @@ void writeAnswer(ThreadState& state, const OpenCall& call, int64_t now, const st
     line.key("duration"), line.seconds(now - call.start);
     const MethodDecoder* decoder = findDecoder(call.interface, call.method);
     if (decoder != nullptr) writeValues(line, "results", decoder->results, values);
-    endLine(line);
+    endLine(state);
 }
 
 /** Ends the innermost call, which has failed: the proxy reports no event then, so its end is not known. */
 void writeFailure(ThreadState& state, int64_t now) {
     beginLine(state.line, "answer", state.open.back(), now);
     state.line.key("failed"), state.line.boolean(true);
-    endLine(state.line);
+    endLine(state);
     state.open.pop_back();
 }
 
@@ -115,7 +117,7 @@ ThreadState::~ThreadState() {
 bool acceptClient(ThreadState& state, int64_t now) {
     const pid_t client = android::hardware::IPCThreadState::self()->getCallingPid();
     if (client == Recording::self().controller()) return false;
-    if (client != state.client) Recording::self().introduce(client, now);
+    if (client != state.client) Recording::self().introduce(state.recording, client, now);
     state.client = client;
     return true;
 }

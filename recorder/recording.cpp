@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <string_view>
 
 #include "text.h"
 #include "utf8.h"
@@ -23,12 +24,15 @@ constexpr int64_t kCheckInterval = 200'000'000;  // nanoseconds
 /** Version of the format. Readers refuse a newer one. */
 constexpr int64_t kFormat = 1;
 
-/** Returns the file name of the program that this process runs. */
+/** Returns the file name of the program that this process runs, even if the file was replaced since. */
 std::string ownProgram() {
+    constexpr std::string_view kReplaced = " (deleted)";  // added by the kernel
     char path[4096];
     const ssize_t size = readlink("/proc/self/exe", path, sizeof(path));
-    const std::string text(path, size > 0 ? static_cast<size_t>(size) : 0);
-    return text.substr(text.rfind('/') + 1);
+    std::string_view text(path, size > 0 ? static_cast<size_t>(size) : 0);
+    if (text.size() > kReplaced.size() && text.substr(text.size() - kReplaced.size()) == kReplaced)
+        text.remove_suffix(kReplaced.size());
+    return std::string(text.substr(text.rfind('/') + 1));
 }
 
 std::string dateNow() {
@@ -112,8 +116,8 @@ unsigned Recording::current(int64_t now) {
 }
 
 void Recording::followSettings() {
+    const std::lock_guard<std::mutex> lock(mutex_);  // so that no thread applies older settings later
     const Settings settings = readSettings();
-    const std::lock_guard<std::mutex> lock(mutex_);
     if (settings == settings_ && (!lines_.isOpen() || lines_.isLinked())) return;
     current_ = 0;
     lines_.close();
@@ -146,22 +150,23 @@ void Recording::end(int error, const std::string& path) {
     bytes_.close();
 }
 
-void Recording::introduce(pid_t client, int64_t time) {
+void Recording::introduce(unsigned record, pid_t client, int64_t time) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (!clients_.insert(client).second) return;
+        if (record != current_ || !clients_.insert(client).second) return;
     }
-    append(processLine(client, time));
+    append(record, processLine(client, time));
 }
 
-void Recording::append(const std::string& line) {
+void Recording::append(unsigned record, const std::string& line) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (lines_.isOpen() && lines_.append(line.data(), line.size()) < 0) end(errno, settings_.file);
+    if (record != current_) return;
+    if (lines_.append(line.data(), line.size()) < 0) end(errno, settings_.file);
 }
 
-int64_t Recording::store(const uint8_t* data, size_t size) {
+int64_t Recording::store(unsigned record, const uint8_t* data, size_t size) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (!bytes_.isOpen()) return -1;
+    if (record != current_ || !bytes_.isOpen()) return -1;
     const int64_t offset = bytes_.append(data, size);
     if (offset < 0) end(errno, settings_.file + kBytesSuffix);
     return offset;

@@ -31,14 +31,16 @@ class Recording {
     /** Returns the process whose calls are left out, or 0. */
     pid_t controller() const { return controller_.load(std::memory_order_relaxed); }
 
+    // `record` is the number that current() has returned: nothing is written if another record follows it.
+
     /** Writes a line about the process unless it was written before. Call it while the client waits. */
-    void introduce(pid_t client, int64_t time);
+    void introduce(unsigned record, pid_t client, int64_t time);
 
     /** Appends a line, which ends with a newline. */
-    void append(const std::string& line);
+    void append(unsigned record, const std::string& line);
 
     /** Stores bytes in the file of bytes. Returns their offset, or -1 if they are not stored. */
-    int64_t store(const uint8_t* data, size_t size);
+    int64_t store(unsigned record, const uint8_t* data, size_t size);
 
   private:
     void followSettings();

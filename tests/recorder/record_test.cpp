@@ -216,7 +216,16 @@ TEST_F(Record, EndsWithANoteWhenTheFileIsFull) {
 }
 
 TEST_F(Record, ServiceWorksWithoutIt) {
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
     const std::pair<const char*, std::function<void()>> cases[] = {
+        {"longer file than the process may write",
+         [&] {
+             makeFile(file_, std::string(1'000'000, '\n'));
+             const rlimit lower{500'000, limit.rlim_max};
+             // It would limit the emulator too.
+             ASSERT_EQ(HIDLAUDIO_EMULATED ? 0 : setrlimit(RLIMIT_FSIZE, &lower), 0);
+         }},
         {"folder", [&] { fs::create_directory(file_); }},
         {"pipe", [&] { ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0); }},
         {"link", [&] { fs::create_symlink("elsewhere", file_); }},
@@ -229,9 +238,28 @@ TEST_F(Record, ServiceWorksWithoutIt) {
         fs::remove_all(file_);
         prepare();
         const Service service;
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
         EXPECT_EQ(service.get()->add(1, 2), 3) << description;
     }
     EXPECT_FALSE(fs::exists(file_));
+}
+
+TEST_F(Record, OfAProcessWhoseFileWasReplaced) {
+    const fs::path programs = fs::path(PROBE_PROCESS).parent_path();
+    const fs::path copies = host::tvRoot() + "/copies";
+    const fs::path program = copies / "bin" / "probe_process";
+    fs::create_directories(program.parent_path());
+    fs::create_directory_symlink(programs.parent_path() / "lib", copies / "lib");
+    fs::copy_file(PROBE_PROCESS, program);
+    set("hal.instrumentation.enable", "false");
+    ServiceOptions options;
+    options.program = program;
+    const Service service(options);
+    fs::remove_all(copies);
+    set("hal.instrumentation.enable", "true");
+    EXPECT_EQ(errorOf(service.get()->setHALInstrumentation()), "");
+    EXPECT_EQ(service.get()->add(1, 2), 3);
+    EXPECT_THAT(contentOf(file_), HasSubstr("\"method\":\"add\""));
 }
 
 TEST_F(Record, FollowsItsSettings) {

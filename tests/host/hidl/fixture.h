@@ -47,14 +47,15 @@ inline bool logged(const sp<ParentProbe>& probe, const std::string& event) {
 class Helper {
   public:
     /** @param passed a descriptor that the process gets as descriptor 3, or -1 */
-    explicit Helper(std::vector<std::string> arguments, int passed = -1) {
+    explicit Helper(std::vector<std::string> arguments, int passed = -1,
+                    const std::string& program = PROBE_PROCESS) {
         int input[2];
         int output[2];
         if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) abort();
         input_.reset(input[1]);
         output_.reset(output[0]);
         const unique_fd theirs[] = {unique_fd(input[0]), unique_fd(output[1])};
-        arguments.insert(arguments.begin(), PROBE_PROCESS);
+        arguments.insert(arguments.begin(), program);
         std::vector<char*> pointers(arguments.size() + 1);  // null-terminated
         for (size_t i = 0; i < arguments.size(); ++i) pointers[i] = arguments[i].data();
         posix_spawn_file_actions_t actions;
@@ -107,6 +108,7 @@ struct ServiceOptions {
     std::string instance = "default";
     size_t descriptors = 0;  // limit of open descriptors; 0: unchanged
     bool joins = true;       // whether the main thread joins the pool without a letGo() of the test
+    std::string program = PROBE_PROCESS;
 };
 
 /** A process that serves a probe. The probe is registered when the constructor returns. */
@@ -114,7 +116,8 @@ class Service : public Helper {
   public:
     explicit Service(const ServiceOptions& options = {})
         : Helper({"serve", options.instance, std::to_string(options.threads),
-                  std::to_string(options.descriptors)}),
+                  std::to_string(options.descriptors)},
+                 -1, options.program),
           instance_(options.instance) {
         EXPECT_EQ(readLine(), "ready");
         if (options.joins) letGo();
