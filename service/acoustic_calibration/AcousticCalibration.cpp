@@ -38,6 +38,11 @@ sp<IPrimaryDevice> primaryDevice;  // constant once the service is constructed
 /** Number of switches of the calibration. A thread compares it to detect a switch by another thread. */
 uint32_t switches GUARDED_BY(calibrationLock) = 0;
 
+uint32_t switchCount() {
+    const std::lock_guard lock(calibrationLock);
+    return switches;
+}
+
 /** The level offset in dB that is reported to the HAL, and the number of its changes. */
 struct Offset {
     float value = 0.0F;
@@ -117,16 +122,7 @@ AcousticCalibration::AcousticCalibration() {
 
 Return<int32_t> AcousticCalibration::setEnabled(bool enable) {
     logDebug(kLogTag, "[%s] start enable:%d", __func__, enable);
-    CalibrationRecords records;
-    int32_t result = kFailed;
-    if (!enable || readRecords(records) == 0) {
-        result = switchTo(__func__, enable, records);
-    } else {
-        logError(kLogTag, "[%s] end readCalibratedData failed", __func__);
-        logSkipped(__func__);
-        const std::lock_guard lock(calibrationLock);
-        setOffset(0.0F);
-    }
+    const int32_t result = switchTo(__func__, enable);
     publishOffset(__func__);
     logDebug(kLogTag, "[%s] end Return: %d", __func__, result);
     return result;
@@ -265,27 +261,32 @@ void AcousticCalibration::restore() {
 
 /**
  * Applies the calibration or a flat sound, and stores the switch if the TV accepts it. The offset changes
- * even if the TV refuses.
+ * even if the TV refuses. Starts over if another thread switches the calibration meanwhile, because that one
+ * may have read newer results.
  */
-int32_t AcousticCalibration::switchTo(const char* function, bool enable, const CalibrationRecords& records) {
-    int32_t result = path().await();
-    const std::lock_guard lock(calibrationLock);
-    if (result == 0) result = enable ? path().enable(records) : path().disable();
-    setOffset(enable ? getAutoCalibOffset(records) : 0.0F);
-    if (result != 0) {
-        logSkipped(function);
-        return result;
+int32_t AcousticCalibration::switchTo(const char* function, bool enable) {
+    for (;;) {
+        const uint32_t before = switchCount();
+        CalibrationRecords records;
+        const bool isReadable = !enable || readRecords(records) == 0;
+        int32_t result = isReadable ? path().await() : kFailed;
+        const std::lock_guard lock(calibrationLock);
+        if (before != switches) continue;
+        if (!isReadable) logError(kLogTag, "[%s] end readCalibratedData failed", function);
+        if (result == 0) result = enable ? path().enable(records) : path().disable();
+        setOffset(enable && isReadable ? getAutoCalibOffset(records) : 0.0F);
+        if (result != 0) {
+            logSkipped(function);
+            return result;
+        }
+        ++switches;
+        return storeSwitch(enable);
     }
-    ++switches;
-    return storeSwitch(enable);
 }
 
 AcousticCalibration::Stored AcousticCalibration::readStored() {
     Stored stored{};
-    {
-        const std::lock_guard lock(calibrationLock);
-        stored.switches = switches;
-    }
+    stored.switches = switchCount();
     stored.enabled = getEnabled();
     stored.readable = stored.enabled && readRecords(stored.records) == 0;
     return stored;

@@ -59,8 +59,7 @@ class AcousticCalibration : public IAcousticCalibration {
     int32_t readSwitchOnBoot();
     int32_t storeSwitch(bool enable);
     void restore();
-    int32_t switchTo(const char* function, bool enable,
-                     const acoustic_calibration::CalibrationRecords& records);
+    int32_t switchTo(const char* function, bool enable);
     Stored readStored();
     using Change = std::function<void(acoustic_calibration::SmoothDelay&)>;
     int32_t changeSmoothDelay(const char* function, const Change& change);

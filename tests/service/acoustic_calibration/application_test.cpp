@@ -34,6 +34,29 @@ const hidl_vec<calibratedData> kExample{channel("FR", {9}, 9, 0.02F),
                                         channel("FL", {-1, -0.25F, 0.25F, 9, -9}, 2.35F, 10),
                                         channel("C", {5}, 5, 5)};
 
+// Two switches overlap if one comes from inside a callback: the first waits for the TV with older results.
+TEST_F(Application, ResultsOfALaterSwitchStay) {
+    inOwnProcess([&] {
+        const sp<IAcousticCalibration> service = started();
+        EXPECT_EQ(service->setCalibratedData({channel("FL", {}, 1, 1)}), 0);
+        const std::string ready = tv_ / "data/vendor/tmp/dtv_svc_is_ready";
+        std::filesystem::remove(ready);
+        takeBlocks();
+        std::string later;
+        host::SteppedClock clock;
+        clock.onSleep([&](size_t sleeps) {
+            if (sleeps > 1) return;
+            makeFile(ready);
+            EXPECT_EQ(service->setCalibratedData({channel("FL", {}, -3, 1)}), 0);
+            EXPECT_EQ(service->setEnabled(true), 0);
+            later = takeBlocks();
+        });
+        EXPECT_EQ(service->setEnabled(true), 0);
+        EXPECT_EQ(later, repeat("80", 31) + "6230000000\n");
+        EXPECT_EQ(takeBlocks(), later);
+    });
+}
+
 TEST_F(Application, SendsBlockToController) {
     inOwnProcess([&] {
         const sp<FakeHal> hal = FakeHal::start();
