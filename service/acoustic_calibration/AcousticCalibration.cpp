@@ -213,7 +213,7 @@ Return<void> AcousticCalibration::getSmoothDelay(getSmoothDelay_cb _hidl_cb) {
 }
 
 Return<void> AcousticCalibration::debug(const hidl_handle& fd, const hidl_vec<hidl_string>& options) {
-    platform::writeDump(fd, options, [this]() -> platform::ServiceState {
+    platform::writeDump(fd, options, []() -> platform::ServiceState {
         return {"AcousticCalibration",
                 {{"model", {platform::yesNo("back_end_controller", backEndModel)}},
                  {"smooth_delay", describeSmoothDelay()},
@@ -221,17 +221,6 @@ Return<void> AcousticCalibration::debug(const hidl_handle& fd, const hidl_vec<hi
                  {"audio_hal", {platform::yesNo("opened", primaryDevice != nullptr)}}}};
     });
     return Void();
-}
-
-std::vector<platform::StateItem> AcousticCalibration::describeFiles() {
-    std::vector<platform::StateItem> items;
-    {
-        const std::lock_guard lock(enabledLock_);
-        items = describeEnabledFile();
-    }
-    const std::lock_guard lock(dataLock_);
-    for (platform::StateItem& item : describeResultsFile()) items.push_back(std::move(item));
-    return items;
 }
 
 int32_t AcousticCalibration::readRecords(CalibrationRecords& records) {

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "calibration_data.h"
-#include "platform/state_dump.h"
 #include "smooth_delay.h"
 
 namespace com::tovi::dtv::hardware::audio::V5_1::implementation {
@@ -54,7 +53,6 @@ class AcousticCalibration : public IAcousticCalibration {
         acoustic_calibration::CalibrationRecords records;
     };
 
-    std::vector<platform::StateItem> describeFiles();
     int32_t readRecords(acoustic_calibration::CalibrationRecords& records);
     int32_t readSwitchOnBoot();
     int32_t storeSwitch(bool enable);

@@ -35,14 +35,11 @@ std::vector<platform::StateItem> describeSmoothDelay() {
             platform::number("channels", static_cast<int64_t>(smoothDelay().values.size()))};
 }
 
-std::vector<platform::StateItem> describeEnabledFile() {
-    return {platform::text("enabled_file", kEnabledFile),
-            platform::number("enabled", keptSwitch(platform::inspectFile(kEnabledFile)))};
-}
-
-std::vector<platform::StateItem> describeResultsFile() {
+std::vector<platform::StateItem> describeFiles() {
     const std::optional<PersistedFile> results = platform::inspectFile(kCalibrationFile);
-    return {platform::text("results_file", kCalibrationFile),
+    return {platform::text("enabled_file", kEnabledFile),
+            platform::number("enabled", keptSwitch(platform::inspectFile(kEnabledFile))),
+            platform::text("results_file", kCalibrationFile),
             platform::number("results_bytes", results ? std::optional(results->size) : std::nullopt),
             platform::number("results_channels", keptChannels(results))};
 }

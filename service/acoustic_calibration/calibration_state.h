@@ -12,10 +12,10 @@ namespace com::tovi::dtv::hardware::audio::acoustic_calibration {
 /** Describes the process-wide smooth delay. */
 std::vector<platform::StateItem> describeSmoothDelay();
 
-/** Describes the file of the switch. Does not create it. The caller holds the file's lock. */
-std::vector<platform::StateItem> describeEnabledFile();
-
-/** Describes the file of the results. Does not create it. The caller holds the file's lock. */
-std::vector<platform::StateItem> describeResultsFile();
+/**
+ * Describes the files of the switch and the results. Does not create them, and takes no lock: a file that is
+ * being written may have unknown content.
+ */
+std::vector<platform::StateItem> describeFiles();
 
 }  // namespace com::tovi::dtv::hardware::audio::acoustic_calibration

@@ -65,7 +65,7 @@ REQUIRES(modeLock) void keepMode(const char* function, int32_t mode) {
 }
 
 /** Returns the mode of the file, or `std::nullopt` if it has none. Does not create the file. */
-REQUIRES(modeLock) std::optional<int64_t> keptMode() {
+std::optional<int64_t> keptMode() {
     const std::optional<platform::PersistedFile> file = platform::inspectFile(kBitstreamModeFile);
     if (!file || file->size == 0) return std::nullopt;
     int32_t mode = 0;
@@ -74,8 +74,8 @@ REQUIRES(modeLock) std::optional<int64_t> keptMode() {
     return mode;
 }
 
+// Without the lock, which is held while the middleware is called: debug() must not wait for that.
 platform::ServiceState describe() {
-    const std::lock_guard lock(modeLock);
     return {"OutputExternal",
             {{"settings", {platform::text("bitstream_output_mode_key", kBitstreamOutputMode.name)}},
              {"persisted",
