@@ -5,7 +5,6 @@
 
 #include <functional>
 #include <mutex>
-#include <vector>
 
 #include "calibration_data.h"
 #include "smooth_delay.h"
