@@ -191,9 +191,20 @@ std::string start(const std::string& program, Boot& boot) {
 }
 
 /**
+ * Stops the programs in `boot`, but not those that another `tv boot` has started in their place. Returns
+ * false if a program cannot be stopped.
+ */
+bool stopStarted(const Boot& boot) {
+    bool allStopped = true;
+    for (auto one = boot.started.rbegin(); one != boot.started.rend(); ++one)
+        allStopped = stopProgram(one->program, one->process) && allStopped;
+    return allStopped;
+}
+
+/**
  * Starts the programs that are not running. Each one is started when those before it have registered their
- * services, because the daemon looks for the audio HAL only at its start. Stops all programs if one fails.
- * Returns an error message, or "".
+ * services, because the daemon looks for the audio HAL only at its start. Stops the programs in `boot` if one
+ * fails. Returns an error message, or "".
  */
 std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
     std::string reason = makeFolders();
@@ -206,7 +217,7 @@ std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
         reason = awaitServices(boot, interrupt);
         if (reason.empty()) reason = start(program, boot);
         if (reason.empty()) continue;
-        stopPrograms();
+        stopStarted(boot);
         return reason;
     }
     return "";
@@ -215,7 +226,7 @@ std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
 int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
     const std::string reason = awaitServices(boot, interrupt);
     if (!reason.empty()) {
-        stopPrograms();
+        stopStarted(boot);
         return fail(reason);
     }
     for (const Started& one : boot.started)
@@ -225,7 +236,8 @@ int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
 }
 
 /**
- * Prints the logs until a signal arrives or a program ends, then stops all programs. Returns an exit status.
+ * Prints the logs until a signal arrives or a program ends, then stops the programs in `boot`. Returns an
+ * exit status.
  */
 int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     std::optional<Ending> ending;
@@ -234,7 +246,7 @@ int stayInForeground(Boot& boot, const Interrupt& interrupt) {
         record.follow();
         ending = anyEnding(boot);
     }
-    const bool stopped = stopPrograms();
+    const bool stopped = stopStarted(boot);
     boot.log.print();
     record.follow();
     if (!boot.options.record.empty()) stopRecord();

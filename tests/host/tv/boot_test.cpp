@@ -141,6 +141,21 @@ TEST_F(Boot, ShutdownElsewhereEndsForeground) {
     EXPECT_EQ(follower.wait(), 0);
 }
 
+TEST_F(Boot, LateForegroundKeepsProgramsOfNextBoot) {
+    useDaemon();
+    RunningProgram foreground({command_, "boot"});
+    ASSERT_TRUE(becomesTrue([&] { return foreground.out().find("main() is called") != std::string::npos; }));
+    suspend(foreground);
+    mustRun({"shutdown"});
+    mustRun({"boot", "--background"});
+    const pid_t hal = host::programLockHolder("audio_hal"), pid = daemon();
+    kill(foreground.pid(), SIGCONT);
+    EXPECT_EQ(foreground.wait(), 0) << foreground.err();
+    EXPECT_TRUE(runs(hal) && runs(pid));
+    EXPECT_THAT(mustRun({"show"}), AllOf(HasSubstr("audio_hal process " + std::to_string(hal)),
+                                         HasSubstr("hidlaudio process " + std::to_string(pid))));
+}
+
 TEST_F(Boot, DaemonIsNotStartedWithoutAudioHal) {
     useScript("echo >\"$HIDLAUDIO_TV/started\"; exec sleep 1000");
     useScript("echo broken; exit 3", "audio_hal");
