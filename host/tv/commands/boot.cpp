@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <stdio.h>
 #include <sys/stat.h>
@@ -52,7 +51,7 @@ struct BootOptions {
 
 struct Boot {
     BootOptions options;
-    android::base::unique_fd recordLock;
+    RecordLock recordLock;  // taken in the foreground
     LogTail log{LogTail::From::End};
     std::vector<Started> started;
 };
@@ -107,11 +106,10 @@ std::string setPowerOnState(bool hasBackEnd) {
 std::string beginRecord(Boot& boot) {
     std::string reason = boot.started.empty() ? stopLeftRecord() : "";
     if (!reason.empty() || boot.options.record.empty()) return reason;
-    reason = startRecord({boot.options.record});
-    if (!reason.empty() || boot.options.background) return reason;
-    boot.recordLock.reset(openProgramLock(kRecordLock));
-    const int error = boot.recordLock.get() < 0 ? errno : acquireProgramLock(boot.recordLock.get());
-    return error == 0 ? "" : fileError(programLockFile(kRecordLock), error);
+    reason = startRecord({boot.options.record}, boot.options.background ? nullptr : &boot.recordLock);
+    if (!reason.empty() || boot.recordLock.error == 0) return reason;
+    stopOwnRecord(boot.options.record);
+    return fileError(programLockFile(kRecordLock), boot.recordLock.error);
 }
 
 /**
@@ -201,6 +199,12 @@ bool stopStarted(const Boot& boot) {
     return allStopped;
 }
 
+/** Ends the record of --record unless another process has ended it. */
+void endRecord(const Boot& boot) {
+    if (boot.options.record.empty()) return;
+    if (const std::string problem = stopOwnRecord(boot.options.record); !problem.empty()) note(problem);
+}
+
 /**
  * Starts the programs that are not running. Each one is started when those before it have registered their
  * services, because the daemon looks for the audio HAL only at its start. Stops the programs in `boot` if one
@@ -218,6 +222,7 @@ std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
         if (reason.empty()) reason = start(program, boot);
         if (reason.empty()) continue;
         stopStarted(boot);
+        endRecord(boot);
         return reason;
     }
     return "";
@@ -227,6 +232,7 @@ int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
     const std::string reason = awaitServices(boot, interrupt);
     if (!reason.empty()) {
         stopStarted(boot);
+        endRecord(boot);
         return fail(reason);
     }
     for (const Started& one : boot.started)
@@ -249,7 +255,7 @@ int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     const bool stopped = stopStarted(boot);
     boot.log.print();
     record.follow();
-    if (!boot.options.record.empty()) stopRecord();
+    endRecord(boot);
     if (ending && !ending->asked) return fail(ending->how);
     return stopped ? kDone : kFailed;
 }
