@@ -261,13 +261,16 @@ int stayInForeground(Boot& boot, const Interrupt& interrupt) {
 }
 
 int bootTv(const BootOptions& options) {
+    std::optional<FolderLock> lock(lockTv());
     const std::optional<TvModel> model = openTv();
     if (!model) return kWrongUsage;
+    if (lock->error() != 0) return fail(fileError(tvRoot(), lock->error()));
     const Interrupt interrupt;
     Boot boot;
     boot.options = options;
     if (!options.record.empty()) boot.options.record = std::filesystem::absolute(options.record);
     const std::string reason = startAll(model->backEnd, boot, interrupt);
+    lock.reset();
     if (!reason.empty()) return fail(reason);
     return options.background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
 }

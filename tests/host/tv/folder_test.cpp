@@ -3,8 +3,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <optional>
 #include <random>
 
+#include "host/tv_files/folder_lock.h"
+#include "tests/support/process_state.h"
 #include "tv_command.h"
 
 namespace hidlaudio::test {
@@ -136,6 +139,31 @@ TEST_F(Folder, WithoutTvStaysUnchanged) {
     fs::create_directory(tv_);
     EXPECT_EQ(runProgram({DAEMON}).status, 2);
     EXPECT_TRUE(fs::is_empty(tv_));
+}
+
+TEST_F(Folder, InitAndBootWaitForInitOfSameTv) {
+    const auto suspended = [&](const std::vector<std::string>& arguments, const auto& change) {
+        auto other = std::make_optional<host::FolderLock>(tv_);
+        RunningProgram program(arguments);
+        EXPECT_TRUE(fallsAsleep(program.pid()));
+        change();
+        other.reset();
+        const int status = program.wait();
+        return Outcome{status, program.out(), program.err()};
+    };
+    fs::create_directory(tv_);
+    const Outcome init = suspended({command_, "init"}, [&] {
+        EXPECT_TRUE(fs::is_empty(tv_));
+        makeFile(tv_ + "/tv.json");
+    });
+    EXPECT_EQ(init.status, 1);
+    EXPECT_THAT(init.err, HasSubstr("already holds a TV"));
+    EXPECT_EQ(contentOf(tv_ + "/tv.json"), "");
+
+    mustRun({"init", "--force"});
+    const Outcome boot = suspended({command_, "boot", "--background"}, [&] { fs::remove(tv_ + "/tv.json"); });
+    EXPECT_EQ(boot.status, 2);
+    EXPECT_THAT(boot.err, HasSubstr("is not a TV"));
 }
 
 TEST_F(Folder, InitKilledAtAnyMomentLeavesNoTemporaryFile) {
