@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <android-base/stringprintf.h>
-#include <android-base/unique_fd.h>
 #include <stdio.h>
 #include <strings.h>
 #include <time.h>
@@ -18,7 +17,6 @@
 #include "host/recording/record_control.h"
 #include "host/recording/record_line.h"
 #include "host/recording/record_tail.h"
-#include "host/tv_files/program_lock.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 
@@ -192,16 +190,14 @@ class OwnRecord {
   public:
     OwnRecord() {
         host::RecordOptions options;
-        options.file = host::tvRoot() + "/run/monitor.jsonl";
-        problem_ = host::startRecord(options);
+        options.file = file_;
+        problem_ = host::startRecord(options, &lock_);
         if (!problem_.empty()) return;
-        lock_.reset(host::openProgramLock(host::kRecordLock));
-        (void)host::acquireProgramLock(lock_.get());
         isReady_ = host::configureDaemon();
     }
     ~OwnRecord() {
         if (!problem_.empty()) return;
-        if (const std::string problem = host::discardRecord(); !problem.empty()) note(problem);
+        if (const std::string problem = host::discardOwnRecord(file_); !problem.empty()) note(problem);
         host::configureDaemon();
     }
     OwnRecord(const OwnRecord&) = delete;
@@ -211,8 +207,9 @@ class OwnRecord {
     bool isReady() const { return *isReady_; }
 
   private:
+    const std::string file_ = host::tvRoot() + "/run/monitor.jsonl";
     std::string problem_;
-    android::base::unique_fd lock_;
+    host::RecordLock lock_;
     std::shared_ptr<const std::atomic<bool>> isReady_;
 };
 

@@ -97,6 +97,19 @@ std::string removeProperties() {
     return problem;
 }
 
+/** Returns whether this process has started the record, with `file`. */
+bool isOwn(const std::string& file) {
+    std::string controller;
+    return recordedFile() == file &&
+           readValueFile(propertyFile(recorder::kControllerProperty), controller) == 0 &&
+           controller == std::to_string(getpid()) + "\n";
+}
+
+void acquire(RecordLock& lock) {
+    lock.file.reset(openProgramLock(kRecordLock));
+    lock.error = lock.file.ok() ? acquireProgramLock(lock.file.get()) : errno;
+}
+
 /** Returns the daemon's objects. An object has a name for each version of its interface. */
 std::vector<sp<IBase>> daemonsServices() {
     std::vector<sp<IBase>> services;
@@ -140,14 +153,15 @@ std::string recordedFile() {
     return file.substr(0, file.find('\n'));
 }
 
-std::string startRecord(const RecordOptions& options) {
+std::string startRecord(const RecordOptions& options, RecordLock* lock) {
     const std::string folder = tvRoot() + kPropertyFolder;
     if (mkdir(folder.c_str(), 0755) != 0 && errno != EEXIST) return fileError(folder, errno);
-    const FolderLock lock(folder);
-    if (lock.error() != 0) return fileError(folder, lock.error());
+    const FolderLock folderLock(folder);
+    if (folderLock.error() != 0) return fileError(folder, folderLock.error());
     const std::string recorded = recordedFile();
     if (!recorded.empty())
         return "the calls are already recorded to " + recorded + "; `tv record --stop` ends that";
+    if (lock != nullptr) acquire(*lock);
     std::string problem = prepareFiles(options);
     if (problem.empty()) problem = setProperties(options);
     return problem;
@@ -158,17 +172,22 @@ std::string stopRecord() {
     return removeProperties();
 }
 
-std::string discardRecord() {
+std::string stopOwnRecord(const std::string& file) {
     const FolderLock lock(tvRoot() + kPropertyFolder);
-    const std::string file = recordedFile();
-    const std::string problem = removeProperties();
+    return isOwn(file) ? removeProperties() : "";
+}
+
+std::string discardOwnRecord(const std::string& file) {
+    const FolderLock lock(tvRoot() + kPropertyFolder);
+    const std::string problem = isOwn(file) ? removeProperties() : "";
     // Under the lock: the next record may have the same name.
-    if (!file.empty()) unlink(file.c_str());
+    if (recordedFile() != file) unlink(file.c_str());
     return problem;
 }
 
 std::string stopLeftRecord() {
-    return recordedFile().empty() || programLockHolder(kRecordLock) != 0 ? "" : stopRecord();
+    const FolderLock lock(tvRoot() + kPropertyFolder);
+    return recordedFile().empty() || programLockHolder(kRecordLock) != 0 ? "" : removeProperties();
 }
 
 std::shared_ptr<const std::atomic<bool>> configureDaemon() {

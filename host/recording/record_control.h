@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <android-base/unique_fd.h>
+
 #include <atomic>
 #include <memory>
 #include <string>
@@ -25,20 +27,33 @@ constexpr char kRecordLock[] = "record";
 /** Returns the file to which the calls of the TV at tvRoot() are recorded, or "". */
 std::string recordedFile();
 
-/**
- * Sets the system properties of the TV that make the daemon record its calls. Call
- * configureDaemon() afterwards for a running daemon. Returns an error message, or "".
- */
-std::string startRecord(const RecordOptions& options);
+/** kRecordLock, if `error` is 0. The process that ended its record just before may still hold it. */
+struct RecordLock {
+    android::base::unique_fd file;
+    int error = 0;
+};
 
 /**
- * Removes the properties. The daemon stops recording within kRecordEnds milliseconds. Returns an error
- * message, or "".
+ * Sets the system properties of the TV that make the daemon record its calls. Takes kRecordLock before,
+ * unless `lock` is null. Call configureDaemon() afterwards for a running daemon. Returns an error message, or
+ * "".
+ */
+std::string startRecord(const RecordOptions& options, RecordLock* lock);
+
+/**
+ * Ends the record, whoever has started it, by removing the properties. The daemon stops recording within
+ * kRecordEnds milliseconds. Returns an error message, or "".
  */
 std::string stopRecord();
 
-/** Like stopRecord(), and removes the file of the record. */
-std::string discardRecord();
+/**
+ * Ends the record that this process has started with `file`. Does nothing if another process has ended it,
+ * and perhaps started the next one. Returns an error message, or "".
+ */
+std::string stopOwnRecord(const std::string& file);
+
+/** Like stopOwnRecord(), and removes `file` unless another process records to it. */
+std::string discardOwnRecord(const std::string& file);
 
 /** Ends a record that no running process controls. Returns an error message, or "". */
 std::string stopLeftRecord();

@@ -20,8 +20,9 @@ struct Record {
 Record openRecord() {
     const char* path = getenv(kCallsVariable);
     if (path == nullptr || *path == '\0') return {};
+    // openat(), because open() is a recorded call if the path is one of the TV's, such as /data/calls.
     // O_NONBLOCK: opening a named pipe does not wait for its reader. It is cleared for the writes.
-    const int fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0644);
+    const int fd = openat(AT_FDCWD, path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0644);
     if (fd < 0) return {-1, errno};
     fcntl(fd, F_SETFL, O_APPEND);
     return {fd, 0};

@@ -80,6 +80,14 @@ class RunningProgram {
     pid_t pid_ = -1;
 };
 
+/** Stops the program until SIGCONT, and waits until it has stopped. */
+inline void suspend(const RunningProgram& program) {
+    int status = 0;
+    kill(program.pid(), SIGSTOP);
+    EXPECT_EQ(waitpid(program.pid(), &status, WUNTRACED), program.pid());
+    EXPECT_TRUE(WIFSTOPPED(status));
+}
+
 /** Exit status and output of a program that has ended. */
 struct Outcome {
     int status;

@@ -107,6 +107,8 @@ void finish(const Transfer& transfer, int error) {
         __android_log_print(ANDROID_LOG_ERROR, kBackEndTag, "the transfer of %s parameters failed: %s",
                             nameOf(kind), strerror(error));
     }
+    // The state may need the space that the failed transfer has filled.
+    if (error != 0) (void)!ftruncate(transfer.incoming.get(), 0);
     const uint8_t failed = error == ECANCELED ? kResultCancelled : kResultFailed;
     const uint8_t result = error == 0 ? transfer.endResult : failed;
     const uint8_t state = transfer.endState;
@@ -174,8 +176,8 @@ int start(UploadKind kind, const SetArgument& argument, const std::vector<Behavi
         driver().erase(transfer);
         return error;
     }
-    publishTransferState(root, kind, kInProgress, 0);
-    error = startThread(transfer);
+    error = publishTransferState(root, kind, kInProgress, 0);
+    if (error == 0) error = startThread(transfer);
     if (error == 0) return 0;
     driver().erase(transfer);
     endCutOffLocked(root, kind);

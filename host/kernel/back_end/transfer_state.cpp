@@ -67,18 +67,20 @@ std::optional<UploadKind> stateFileKind(const char* path) {
     return std::nullopt;
 }
 
-void publishTransferState(const std::string& root, UploadKind kind, uint8_t state, uint8_t result) {
+int publishTransferState(const std::string& root, UploadKind kind, uint8_t state, uint8_t result) {
     const std::string path = root + transferStateFile(kind);
     const std::string bytes{static_cast<char>(state), static_cast<char>(result)};
     States& all = states();
     // Also held while the file is written, so that stateChanges() counts every change that the file shows.
     const Lock lock(all.mutex);
-    if (const int error = writeValueFile(path, bytes); error != 0) {
+    const int error = writeValueFile(path, bytes);
+    if (error != 0) {
         __android_log_print(ANDROID_LOG_ERROR, kBackEndTag, "%s cannot be written: %s", path.c_str(),
                             strerror(error));
     }
     ++all.changes[indexOf(kind)];
     all.update(kind);
+    return error;
 }
 
 uint64_t stateChanges(UploadKind kind) {

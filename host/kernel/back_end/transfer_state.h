@@ -24,8 +24,11 @@ constexpr char kBackEndTag[] = "tovi_bectrl";
 /** Returns the kind whose state file `path` is, or `std::nullopt` for any other path. */
 std::optional<UploadKind> stateFileKind(const char* path);
 
-/** Writes a new state to the file below `root` and wakes up its watchers. Logs a failed write. */
-void publishTransferState(const std::string& root, UploadKind kind, uint8_t state, uint8_t result);
+/**
+ * Writes a new state to the file below `root` and wakes up its watchers. Returns 0, or an errno after logging
+ * it if the file cannot be written.
+ */
+int publishTransferState(const std::string& root, UploadKind kind, uint8_t state, uint8_t result);
 
 /** Returns the number of state changes so far. Call it before opening a state file. */
 uint64_t stateChanges(UploadKind kind);

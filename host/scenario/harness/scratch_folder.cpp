@@ -17,16 +17,20 @@ namespace {
 /** A file system in memory: creating and deleting thousands of files on a disk is slow. */
 constexpr char kMemory[] = "/dev/shm";
 
+/** Returns an absolute path, as programs run in other folders use it, or "" if the folder does not exist. */
 fs::path placeForFolders() {
     std::error_code error;
     if (getenv("TMPDIR") == nullptr && access(kMemory, W_OK) == 0) return kMemory;
-    return fs::temp_directory_path(error);
+    const fs::path place = fs::temp_directory_path(error);
+    return error ? fs::path() : fs::absolute(place, error);
 }
 
 }  // namespace
 
 ScratchFolder::ScratchFolder(size_t parametersSize) {
-    std::string name = placeForFolders() / "tv.XXXXXX";
+    const fs::path place = placeForFolders();
+    if (place.empty()) return;
+    std::string name = place / "tv.XXXXXX";
     if (mkdtemp(name.data()) == nullptr) return;
     path_ = name;
     std::ofstream file(parameters(), std::ios::binary);

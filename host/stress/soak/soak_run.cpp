@@ -68,7 +68,7 @@ void decide(Actor& actor) {
 }
 
 void restartHal(Soak& soak) {
-    endChild(soak.tv.hal, SIGKILL, 1s);
+    if (soak.tv.hal != 0) endChild(soak.tv.hal, SIGKILL, 1s);
     report(soak, startHal(soak.tv, {}));
     ++soak.result.restarts;
 }

@@ -11,6 +11,8 @@
 #include "host/tv_control/state/tv_folder.h"
 #include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/back_end_behaviour.h"
+#include "host/tv_files/back_end_files.h"
+#include "host/tv_files/folder_lock.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
@@ -52,6 +54,9 @@ int bectrl(const std::vector<std::string>& words) {
     if (!model) return kWrongUsage;
     if (!model->backEnd)
         return fail("this TV has no back-end controller; create a TV with `tv init --model be`");
+    const std::string folder = tvRoot() + kBackEndFolder;
+    const FolderLock lock(folder);
+    if (lock.error() != 0 && !words.empty()) return fail(fileError(folder, lock.error()));
     std::vector<BehaviourLine> lines;
     std::string problem;
     if (!readBehaviourLines(tvRoot(), lines, problem)) return fail(problem);

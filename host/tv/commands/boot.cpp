@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android-base/unique_fd.h>
 #include <errno.h>
 #include <stdio.h>
 #include <sys/stat.h>
@@ -52,7 +51,7 @@ struct BootOptions {
 
 struct Boot {
     BootOptions options;
-    android::base::unique_fd recordLock;
+    RecordLock recordLock;  // taken in the foreground
     LogTail log{LogTail::From::End};
     std::vector<Started> started;
 };
@@ -107,11 +106,10 @@ std::string setPowerOnState(bool hasBackEnd) {
 std::string beginRecord(Boot& boot) {
     std::string reason = boot.started.empty() ? stopLeftRecord() : "";
     if (!reason.empty() || boot.options.record.empty()) return reason;
-    reason = startRecord({boot.options.record});
-    if (!reason.empty() || boot.options.background) return reason;
-    boot.recordLock.reset(openProgramLock(kRecordLock));
-    const int error = boot.recordLock.get() < 0 ? errno : acquireProgramLock(boot.recordLock.get());
-    return error == 0 ? "" : fileError(programLockFile(kRecordLock), error);
+    reason = startRecord({boot.options.record}, boot.options.background ? nullptr : &boot.recordLock);
+    if (!reason.empty() || boot.recordLock.error == 0) return reason;
+    stopOwnRecord(boot.options.record);
+    return fileError(programLockFile(kRecordLock), boot.recordLock.error);
 }
 
 /**
@@ -191,9 +189,26 @@ std::string start(const std::string& program, Boot& boot) {
 }
 
 /**
+ * Stops the programs in `boot`, but not those that another `tv boot` has started in their place. Returns
+ * false if a program cannot be stopped.
+ */
+bool stopStarted(const Boot& boot) {
+    bool allStopped = true;
+    for (auto one = boot.started.rbegin(); one != boot.started.rend(); ++one)
+        allStopped = stopProgram(one->program, one->process) && allStopped;
+    return allStopped;
+}
+
+/** Ends the record of --record unless another process has ended it. */
+void endRecord(const Boot& boot) {
+    if (boot.options.record.empty()) return;
+    if (const std::string problem = stopOwnRecord(boot.options.record); !problem.empty()) note(problem);
+}
+
+/**
  * Starts the programs that are not running. Each one is started when those before it have registered their
- * services, because the daemon looks for the audio HAL only at its start. Stops all programs if one fails.
- * Returns an error message, or "".
+ * services, because the daemon looks for the audio HAL only at its start. Stops the programs in `boot` if one
+ * fails. Returns an error message, or "".
  */
 std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
     std::string reason = makeFolders();
@@ -206,7 +221,8 @@ std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
         reason = awaitServices(boot, interrupt);
         if (reason.empty()) reason = start(program, boot);
         if (reason.empty()) continue;
-        stopPrograms();
+        stopStarted(boot);
+        endRecord(boot);
         return reason;
     }
     return "";
@@ -215,7 +231,8 @@ std::string startAll(bool hasBackEnd, Boot& boot, const Interrupt& interrupt) {
 int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
     const std::string reason = awaitServices(boot, interrupt);
     if (!reason.empty()) {
-        stopPrograms();
+        stopStarted(boot);
+        endRecord(boot);
         return fail(reason);
     }
     for (const Started& one : boot.started)
@@ -225,7 +242,8 @@ int finishInBackground(const Boot& boot, const Interrupt& interrupt) {
 }
 
 /**
- * Prints the logs until a signal arrives or a program ends, then stops all programs. Returns an exit status.
+ * Prints the logs until a signal arrives or a program ends, then stops the programs in `boot`. Returns an
+ * exit status.
  */
 int stayInForeground(Boot& boot, const Interrupt& interrupt) {
     std::optional<Ending> ending;
@@ -234,22 +252,25 @@ int stayInForeground(Boot& boot, const Interrupt& interrupt) {
         record.follow();
         ending = anyEnding(boot);
     }
-    const bool stopped = stopPrograms();
+    const bool stopped = stopStarted(boot);
     boot.log.print();
     record.follow();
-    if (!boot.options.record.empty()) stopRecord();
+    endRecord(boot);
     if (ending && !ending->asked) return fail(ending->how);
     return stopped ? kDone : kFailed;
 }
 
 int bootTv(const BootOptions& options) {
+    std::optional<FolderLock> lock(lockTv());
     const std::optional<TvModel> model = openTv();
     if (!model) return kWrongUsage;
+    if (lock->error() != 0) return fail(fileError(tvRoot(), lock->error()));
     const Interrupt interrupt;
     Boot boot;
     boot.options = options;
     if (!options.record.empty()) boot.options.record = std::filesystem::absolute(options.record);
     const std::string reason = startAll(model->backEnd, boot, interrupt);
+    lock.reset();
     if (!reason.empty()) return fail(reason);
     return options.background ? finishInBackground(boot, interrupt) : stayInForeground(boot, interrupt);
 }

@@ -19,6 +19,7 @@
 #include "host/tv_control/state/tv_folder.h"
 #include "host/tv_control/state/tv_state.h"
 #include "host/tv_files/fault_file.h"
+#include "host/tv_files/folder_lock.h"
 #include "host/tv_files/regular_file.h"
 #include "host/tv_files/tv_root.h"
 #include "host/tv_files/value_file.h"
@@ -85,7 +86,10 @@ int print(const Text& name) {
 
 int clear(const Text& name) {
     for (const std::string& path : faultFiles()) {
-        if (name && std::filesystem::path(path).filename() != *name) continue;
+        const std::filesystem::path file = path;
+        if (name && file.filename() != *name) continue;
+        const FolderLock lock(file.parent_path());
+        if (lock.error() != 0) return fail(fileError(file.parent_path(), lock.error()));
         if (unlink(path.c_str()) != 0 && errno != ENOENT) return fail(fileError(path, errno));
     }
     return kDone;
@@ -110,7 +114,8 @@ int set(const std::string& name, const std::string& text) {
     for (const std::string folder : {"/kernel", kCallFaultFolder})
         if (isCall(name)) mkdir((tvRoot() + folder).c_str(), 0755);
     const std::string path = folderOf(name) + "/" + name;
-    const int error = writeValueFile(path, formatFault(*fault));
+    const FolderLock lock(folderOf(name));
+    const int error = lock.error() != 0 ? lock.error() : writeValueFile(path, formatFault(*fault));
     return error == 0 ? kDone : fail(fileError(path, error));
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <stdio.h>
 
+#include <filesystem>
 #include <memory>
 
 #include "host/program/terminal.h"
@@ -22,6 +23,10 @@ struct InitOptions {
 };
 
 int init(const InitOptions& options) {
+    std::error_code error;
+    std::filesystem::create_directories(tvRoot(), error);
+    // Waits for another `tv init`, and for a `tv boot` that is starting the programs.
+    const FolderLock lock = lockTv();
     const FolderContent content = contentOfFolder();
     if (content == FolderContent::SomethingElse) {
         return fail(tvRoot() + " is neither an empty folder nor a TV; it was not changed");
@@ -30,13 +35,11 @@ int init(const InitOptions& options) {
         return fail(tvRoot() + " already holds a TV; --force replaces it and deletes its stored data");
     }
     if (const std::string problem = rootProblem(tvRoot()); !problem.empty()) return fail(problem);
-    // Waits for a `tv boot` that is starting a program.
-    const FolderLock lock(tvRoot() + kRunFolder);
+    if (error || lock.error() != 0) return fail(fileError(tvRoot(), error ? error.value() : lock.error()));
     if (anyRunning()) return fail("the TV at " + tvRoot() + " is running; run `tv shutdown` first");
     std::string failed;
-    if (const int error = makeTv({options.model == "be", options.centreInput}, failed); error != 0) {
-        return fail(fileError(failed, error));
-    }
+    const int made = makeTv({options.model == "be", options.centreInput}, failed);
+    if (made != 0) return fail(fileError(failed, made));
     printf("created a TV in %s\n", tvRoot().c_str());
     return kDone;
 }

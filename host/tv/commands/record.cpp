@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android-base/unique_fd.h>
-#include <errno.h>
 #include <stdio.h>
 
 #include <filesystem>
@@ -53,11 +51,10 @@ void switchOff() {
     std::this_thread::sleep_for(std::chrono::milliseconds(kRecordEnds));
 }
 
-int record(const std::string& file, bool prints) {
-    const Interrupt interrupt;
+int record(const std::string& file, bool prints, const Interrupt& interrupt) {
     RecordFollower follower(file, RecordTail::From::Start, {prints, true});
     std::string problem = switchOn(interrupt) ? follow(follower, file, interrupt) : "";
-    const std::string unset = prints ? discardRecord() : stopRecord();
+    const std::string unset = prints ? discardOwnRecord(file) : stopOwnRecord(file);
     switchOff();
     follower.follow();
     if (problem.empty()) problem = unset;
@@ -96,11 +93,12 @@ int recordTv(RecordCommand options) {
         return printRecord(recorded);
     if (prints) options.record.file = tvRoot() + "/run/record.jsonl";
     options.record.file = std::filesystem::absolute(options.record.file);
-    if (const std::string problem = startRecord(options.record); !problem.empty()) return fail(problem);
-    const android::base::unique_fd lock(openProgramLock(kRecordLock));
-    const int error = lock.get() < 0 ? errno : acquireProgramLock(lock.get());
-    if (error != 0) note(fileError(programLockFile(kRecordLock), error));
-    return record(options.record.file, prints);
+    const Interrupt interrupt;
+    RecordLock lock;
+    if (const std::string problem = startRecord(options.record, &lock); !problem.empty())
+        return fail(problem);
+    if (lock.error != 0) note(fileError(programLockFile(kRecordLock), lock.error));
+    return record(options.record.file, prints, interrupt);
 }
 
 }  // namespace

@@ -47,8 +47,7 @@ nlohmann::json runOnce(const Scenario& scenario, const RunSetup& setup) {
 
 /** Runs the scenario in a process of its own, so that its programs end with it. Returns an error message. */
 std::string replayIn(const std::string& folder, const ReplayOptions& options, const Scenario& scenario,
-                     const ScratchFolder& scratch, Replay& replay) {
-    const Interrupt interrupt;
+                     const ScratchFolder& scratch, const Interrupt& interrupt, Replay& replay) {
     RunSetup setup{folder + ".model", folder, scratch.parameters(), {}, {}};
     setup.daemon = options.daemon;
     if (std::string problem = makeTestTv({setup.model, "/"}, scenario.model); !problem.empty())
@@ -126,6 +125,7 @@ std::string keepTv(const std::string& root) {
 
 int replay(ReplayOptions options) {
     if (!options.daemon.empty()) options.daemon = fs::absolute(options.daemon);
+    const Interrupt interrupt;  // first: a second signal ends the process when the folder is deleted
     const ScratchFolder scratch(kParametersSize);
     if (scratch.path().empty()) return fail("cannot create a temporary folder");
     Scenario scenario;
@@ -140,7 +140,7 @@ int replay(ReplayOptions options) {
     if (!problem.empty()) return fail(problem, kWrongUsage);
     const std::string folder = scratch.path() + "/run";
     Replay run;
-    problem = replayIn(folder, options, scenario, scratch, run);
+    problem = replayIn(folder, options, scenario, scratch, interrupt, run);
     if (problem.empty() && options.keep) problem = keepTv(folder + "/tv");
     if (!problem.empty()) return fail(problem);
     if (baseline.empty()) return reportProblems(run, scenario.lines.size());

@@ -96,6 +96,7 @@ std::optional<ChildStatus> statusWithin(pid_t pid, std::chrono::milliseconds pat
 
 ChildStatus endChild(pid_t pid, int signal, std::chrono::milliseconds patience) {
     using namespace std::chrono_literals;
+    if (pid <= 0) return 0;
     kill(pid, signal);
     if (const auto status = statusWithin(pid, patience)) return *status;
     kill(pid, SIGKILL);

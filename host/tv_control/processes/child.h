@@ -37,7 +37,7 @@ std::optional<ChildStatus> statusWithin(pid_t pid, std::chrono::milliseconds pat
 
 /**
  * Sends `signal` to the child, and SIGKILL if it still runs after `patience`. Reaps it and returns its
- * status.
+ * status, or 0 if `pid` is not a process: kill() would send the signal to a group of processes.
  */
 ChildStatus endChild(pid_t pid, int signal, std::chrono::milliseconds patience);
 

@@ -21,19 +21,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kPatience{1000};
 
-bool stopProgram(const std::string& program) {
-    const std::optional<Process> process = runningProgram(program);
-    if (!process) return true;
-    const Stopped stopped = stopProcess(*process, kPatience);
-    if (stopped == Stopped::No) {
-        note(program + " (process " + std::to_string(process->pid) + ") cannot be stopped");
-        return false;
-    }
-    if (stopped == Stopped::ByForce) note(program + " did not end after SIGTERM and was killed");
-    printf("%s stopped\n", program.c_str());
-    return true;
-}
-
 }  // namespace
 
 std::string logOf(const std::string& program) {
@@ -71,10 +58,23 @@ std::string startProgram(const std::string& program, bool endsWithCaller, Proces
     return error == 0 ? "" : fileError(fileOf(program), error);
 }
 
+bool stopProgram(const std::string& program, const Process& process) {
+    if (!isRunning(process)) return true;
+    const Stopped stopped = stopProcess(process, kPatience);
+    if (stopped == Stopped::No) {
+        note(program + " (process " + std::to_string(process.pid) + ") cannot be stopped");
+        return false;
+    }
+    if (stopped == Stopped::ByForce) note(program + " did not end after SIGTERM and was killed");
+    printf("%s stopped\n", program.c_str());
+    return true;
+}
+
 bool stopPrograms() {
     bool allStopped = true;
     for (auto program = std::rbegin(kPrograms); program != std::rend(kPrograms); ++program) {
-        allStopped = stopProgram(*program) && allStopped;
+        const std::optional<Process> process = runningProgram(*program);
+        if (process) allStopped = stopProgram(*program, *process) && allStopped;
     }
     return allStopped;
 }

@@ -38,9 +38,13 @@ bool anyRunning();
  */
 std::string startProgram(const std::string& program, bool endsWithCaller, Process& process);
 
+/** Stops the process of a program if it is running, and prints a line. Returns false if it cannot be stopped.
+ */
+bool stopProgram(const std::string& program, const Process& process);
+
 /**
- * Stops the TV's programs in reverse order of their start and prints a line for each one. Returns false if a
- * program cannot be stopped.
+ * Stops all programs that run on the TV, in reverse order of their start, and prints a line for each one.
+ * Returns false if a program cannot be stopped. Call it with the lock of run/.
  */
 bool stopPrograms();
 

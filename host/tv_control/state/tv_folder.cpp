@@ -135,6 +135,10 @@ FolderContent contentOfFolder() {
     return empty ? FolderContent::Nothing : FolderContent::SomethingElse;
 }
 
+FolderLock lockTv() {
+    return FolderLock(tvRoot() + "/.");
+}
+
 int makeTv(const TvModel& model, std::string& failed) {
     const std::string root = tvRoot();
     failed = root;

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "host/tv_files/folder_lock.h"
+
 namespace hidlaudio::host {
 
 /** The model of a TV, which tv.json stores. */
@@ -18,8 +20,15 @@ enum class FolderContent { Nothing, Tv, SomethingElse };
 FolderContent contentOfFolder();
 
 /**
+ * Locks the folder at tvRoot(), which may be a link. `tv init` holds this lock while it makes the TV, `tv
+ * boot` while it starts the programs. It is taken before the locks of folders of the TV.
+ */
+FolderLock lockTv();
+
+/**
  * Creates a TV of this model, in its factory state, at tvRoot(). Deletes the data of a previous TV and keeps
- * other files in the folder. No program may run on the TV. Returns 0, or an errno with the path in `failed`.
+ * other files in the folder. Call it with
+ * lockTv(); no program may run on the TV. Returns 0, or an errno with the path in `failed`.
  */
 int makeTv(const TvModel& model, std::string& failed);
 

@@ -2,10 +2,12 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -153,6 +155,20 @@ TEST_F(BackEnd, StateIsIdleAfterProcessDiedDuringTransfer) {
     behave("");
     EXPECT_EQ(upload(1, payload_), std::pair(0, 1));
     EXPECT_EQ(received(1), payload_);
+}
+
+TEST_F(BackEnd, UploadIsRefusedIfItsStateCannotBeWritten) {
+    Argument argument = argumentOf(payload_);
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit nothing{0, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &nothing);
+    const int error = command(kSet[0], &argument);
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(error, EFBIG);
+    EXPECT_EQ(stateOf(0), std::pair(0, 0));
+    EXPECT_EQ(upload(0, payload_), std::pair(0, 1));
 }
 
 }  // namespace

@@ -92,8 +92,10 @@ TEST_F(Boot, DaemonThatEndsIsReportedWithItsLog) {
     for (const auto& [script, how] : ends) {
         useScript(script);
         for (const bool background : {true, false}) {
-            const Outcome outcome = background ? run({"boot", "--background"}) : run({"boot"});
+            const Outcome outcome =
+                background ? run({"boot", "--background", "--record", folder_ / "calls"}) : run({"boot"});
             EXPECT_EQ(outcome.status, 1) << how;
+            EXPECT_FALSE(std::filesystem::exists(tv_ + "/properties/hal.instrumentation.enable")) << how;
             EXPECT_THAT(outcome.err, HasSubstr(how));
             EXPECT_THAT(background ? outcome.err : outcome.out, HasSubstr("line 12\n"));
             EXPECT_THAT(background ? outcome.err : "", Not(HasSubstr("line 2\n")))
@@ -141,13 +143,31 @@ TEST_F(Boot, ShutdownElsewhereEndsForeground) {
     EXPECT_EQ(follower.wait(), 0);
 }
 
+TEST_F(Boot, LateForegroundKeepsProgramsOfNextBoot) {
+    useDaemon();
+    RunningProgram foreground({command_, "boot"});
+    ASSERT_TRUE(becomesTrue([&] { return foreground.out().find("main() is called") != std::string::npos; }));
+    suspend(foreground);
+    mustRun({"shutdown"});
+    mustRun({"boot", "--background"});
+    const pid_t hal = host::programLockHolder("audio_hal"), pid = daemon();
+    kill(foreground.pid(), SIGCONT);
+    EXPECT_EQ(foreground.wait(), 0) << foreground.err();
+    EXPECT_TRUE(runs(hal) && runs(pid));
+    EXPECT_THAT(mustRun({"show"}), AllOf(HasSubstr("audio_hal process " + std::to_string(hal)),
+                                         HasSubstr("hidlaudio process " + std::to_string(pid))));
+}
+
 TEST_F(Boot, DaemonIsNotStartedWithoutAudioHal) {
     useScript("echo >\"$HIDLAUDIO_TV/started\"; exec sleep 1000");
     useScript("echo broken; exit 3", "audio_hal");
-    for (const auto& arguments : {std::vector<std::string>{"boot"}, {"boot", "--background"}}) {
+    const std::string record = folder_ / "calls";
+    for (const auto& arguments : {std::vector<std::string>{"boot", "--record", record},
+                                  {"boot", "--background", "--record", record}}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.err, AllOf(HasSubstr("audio_hal ended with status 3"), HasSubstr("broken\n")));
+        EXPECT_TRUE(std::filesystem::is_empty(tv_ + "/properties")) << "the record has ended too";
     }
     useScript("echo $$ >\"$HIDLAUDIO_TV/waiting\"; exec sleep 1000", "audio_hal");
     RunningProgram boot({command_, "boot"});

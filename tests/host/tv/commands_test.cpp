@@ -2,8 +2,11 @@
 #include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 
+#include "host/tv_files/folder_lock.h"
+#include "tests/support/process_state.h"
 #include "tests/support/run_redirected.h"
 #include "tv_command.h"
 
@@ -220,6 +223,35 @@ TEST_F(TvCommand, ConfigAndFaultChangeFiles) {
     mustRun({"fault", "open", "EIO"});
     EXPECT_EQ(contentOf(tv_ + "/kernel/faults/open"), "EIO\n")
         << "the TV of an earlier version has no folder";
+}
+
+TEST_F(TvCommand, ChangeWaitsForOtherWriterOfFolder) {
+    mustRun({"init"});
+    const struct {
+        const char* command;
+        std::string file;
+        const char* before;
+        const char* after;
+    } changes[] = {
+        {"fault write --clear", "kernel/faults/write", "EIO 2\n", "(none)"},
+        {"fault write ENOSPC", "kernel/faults/write", "EIO 2\n", "ENOSPC\n"},
+        {"bectrl hang on", "bectrl/behaviour", "rate 5\n", "rate 5\nhang on\n"},
+    };
+    for (const auto& change : changes) {
+        const std::string path = tv_ + "/" + change.file;
+        makeFile(path);
+        auto writer = std::make_optional<host::FolderLock>(std::filesystem::path(path).parent_path());
+        std::vector<std::string> arguments = wordsOf(change.command);
+        arguments.insert(arguments.begin(), command_);
+        RunningProgram program(arguments);
+        // It waits for the lock when it sleeps. The other writer changes the file only then.
+        EXPECT_TRUE(fallsAsleep(program.pid()));
+        EXPECT_EQ(contentOf(path), "") << change.command;
+        makeFile(path, change.before);
+        writer.reset();
+        EXPECT_EQ(program.wait(), 0) << program.err();
+        EXPECT_EQ(contentOf(path), change.after) << change.command;
+    }
 }
 
 }  // namespace

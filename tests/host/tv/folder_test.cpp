@@ -3,8 +3,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <optional>
 #include <random>
 
+#include "host/tv_files/folder_lock.h"
+#include "tests/support/process_state.h"
 #include "tv_command.h"
 
 namespace hidlaudio::test {
@@ -138,6 +141,31 @@ TEST_F(Folder, WithoutTvStaysUnchanged) {
     EXPECT_TRUE(fs::is_empty(tv_));
 }
 
+TEST_F(Folder, InitAndBootWaitForInitOfSameTv) {
+    const auto suspended = [&](const std::vector<std::string>& arguments, const auto& change) {
+        auto other = std::make_optional<host::FolderLock>(tv_);
+        RunningProgram program(arguments);
+        EXPECT_TRUE(fallsAsleep(program.pid()));
+        change();
+        other.reset();
+        const int status = program.wait();
+        return Outcome{status, program.out(), program.err()};
+    };
+    fs::create_directory(tv_);
+    const Outcome init = suspended({command_, "init"}, [&] {
+        EXPECT_TRUE(fs::is_empty(tv_));
+        makeFile(tv_ + "/tv.json");
+    });
+    EXPECT_EQ(init.status, 1);
+    EXPECT_THAT(init.err, HasSubstr("already holds a TV"));
+    EXPECT_EQ(contentOf(tv_ + "/tv.json"), "");
+
+    mustRun({"init", "--force"});
+    const Outcome boot = suspended({command_, "boot", "--background"}, [&] { fs::remove(tv_ + "/tv.json"); });
+    EXPECT_EQ(boot.status, 2);
+    EXPECT_THAT(boot.err, HasSubstr("is not a TV"));
+}
+
 TEST_F(Folder, InitKilledAtAnyMomentLeavesNoTemporaryFile) {
     std::minstd_rand random(5);
     for (int i = 0; i < 40; ++i) {
@@ -154,9 +182,12 @@ TEST_F(Folder, InitKilledAtAnyMomentLeavesNoTemporaryFile) {
 
 TEST_F(Folder, ErrorMessagesNamePath) {
     mustRun({"init"});
-    const Outcome unrecorded = runProgram({DAEMON}, {"HIDLAUDIO_CALLS=" + tv_ + "/none/calls"});
-    EXPECT_EQ(unrecorded.status, 2);
-    EXPECT_THAT(unrecorded.err, AllOf(HasSubstr("HIDLAUDIO_CALLS"), HasSubstr(tv_ + "/none/calls")));
+    // The daemon maps its own paths below /data to the TV, but not that of the record.
+    for (const std::string& record : {tv_ + "/none/calls", std::string("/data/none/calls")}) {
+        const Outcome unrecorded = runProgram({DAEMON}, {"HIDLAUDIO_CALLS=" + record});
+        EXPECT_EQ(unrecorded.status, 2);
+        EXPECT_THAT(unrecorded.err, HasSubstr("HIDLAUDIO_CALLS=" + record + ": No such file or directory"));
+    }
 
     // A folder that cannot be read is reported with its path.
     const auto expectNamed = [&](const char* folder, const Outcome& outcome) {

@@ -2,6 +2,7 @@
 #include "host/tv_control/processes/process.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -9,6 +10,8 @@
 
 #include <thread>
 
+#include "host/tv_control/processes/child.h"
+#include "tests/support/own_process.h"
 #include "tests/support/private_tv.h"
 
 namespace hidlaudio::host {
@@ -45,6 +48,13 @@ TEST(Process, RunsUntilItsLastThreadHasEnded) {
     EXPECT_TRUE(test::becomesTrue([&] { return !isRunning(*process); }));
     waitpid(pid, nullptr, 0);
     close(ends[0]);
+}
+
+TEST(Child, EndingNoProcessKeepsOwnGroup) {
+    test::inOwnProcess([] {
+        setsid();
+        endChild(0, SIGKILL, std::chrono::milliseconds(0));
+    });
 }
 
 }  // namespace

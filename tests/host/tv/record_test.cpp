@@ -113,6 +113,45 @@ TEST_F(RecordCommand, SurvivesARestart) {
     EXPECT_THAT(methodsIn(text), Contains("getForceEncodingEnabled"));
 }
 
+TEST_F(RecordCommand, LateEndKeepsTheNextRecord) {
+    for (const auto& arguments : {std::vector<std::string>{}, {folder_ / "first"}}) {
+        const auto first = startRecord(arguments);
+        suspend(*first);
+        mustRun({"record", "--stop"});
+        const auto next = startRecord({file_});
+        kill(first->pid(), SIGCONT);
+        EXPECT_EQ(first->wait(), 1);
+        EXPECT_THAT(first->err(), HasSubstr("the recording was stopped"));
+        EXPECT_FALSE(fs::exists(tv_ + "/run/record.jsonl"));
+        EXPECT_TRUE(fs::exists(file_));
+        EXPECT_EQ(contentOf(tv_ + "/properties/vendor.hidlaudio.record.file"), file_ + "\n");
+        EXPECT_EQ(interrupt(*next), 0);
+        EXPECT_TRUE(fs::is_empty(tv_ + "/properties"));
+    }
+}
+
+TEST_F(RecordCommand, LateMonitorKeepsTheRecordOfTheNextOne) {
+    const std::string record = tv_ + "/run/monitor.jsonl";
+    const auto startMonitor = [&] {
+        auto monitor = std::make_unique<RunningProgram>(std::vector<std::string>{AUDIOCTL, "monitor"});
+        EXPECT_TRUE(
+            becomesTrue([&] { return monitor->err().find("monitoring the calls") != std::string::npos; }));
+        return monitor;
+    };
+    const auto first = startMonitor();
+    suspend(*first);
+    mustRun({"record", "--stop"});
+    const auto next = startMonitor();
+    kill(first->pid(), SIGINT);
+    kill(first->pid(), SIGCONT);
+    EXPECT_EQ(first->wait(), 0);
+    EXPECT_TRUE(fs::exists(record));
+    EXPECT_EQ(contentOf(tv_ + "/properties/vendor.hidlaudio.record.file"), record + "\n");
+    EXPECT_EQ(interrupt(*next), 0);
+    EXPECT_FALSE(fs::exists(record));
+    EXPECT_TRUE(fs::is_empty(tv_ + "/properties"));
+}
+
 TEST_F(RecordCommand, ReportsWhatItCannotDo) {
     const struct {
         std::vector<std::string> arguments;
