@@ -45,7 +45,7 @@ class RegistrySource : public Source {
         std::string interface;
         std::string instance;
         sp<IServiceNotification> callback;
-        std::map<std::string, Registration> known{};  // by name
+        std::map<std::string, Registration> known;  // by name
     };
 
     static std::vector<RegistryEntry> takeNews(Request& request, const std::vector<RegistryEntry>& entries);
@@ -73,7 +73,7 @@ std::vector<RegistryEntry> RegistrySource::takeNews(Request& request,
 std::vector<RegistryEntry> RegistrySource::add(const std::string& interface, const std::string& instance,
                                                const sp<IServiceNotification>& callback) {
     std::lock_guard<std::mutex> lock(mutex_);
-    return takeNews(requests_.emplace_back(Request{interface, instance, callback}), registryList());
+    return takeNews(requests_.emplace_back(Request{interface, instance, callback, {}}), registryList());
 }
 
 bool RegistrySource::remove(const sp<IServiceNotification>& callback) {
