@@ -27,8 +27,8 @@ FolderLock lockTv();
 
 /**
  * Creates a TV of this model, in its factory state, at tvRoot(). Deletes the data of a previous TV and keeps
- * other files in the folder. Call it with lockTv(), and while no program runs on the TV. Returns 0, or an errno
- * with the path in `failed`.
+ * other files in the folder. Call it with lockTv(), and while no program runs on the TV. Returns 0, or an
+ * errno with the path in `failed`.
  */
 int makeTv(const TvModel& model, std::string& failed);
 
