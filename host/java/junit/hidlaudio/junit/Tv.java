@@ -30,6 +30,7 @@ public final class Tv implements AutoCloseable {
     // The functions of the audio HAL, among those that can be made to fail.
     private static final Set<String> HAL_FUNCTIONS = Set.of("openPrimaryDevice", "setParameters", "getParameters");
     private static final Map<String, Tv> OPEN = new ConcurrentHashMap<>();
+    private static final Set<String> CLOSED = ConcurrentHashMap.newKeySet(); // the folders of earlier TVs
 
     private final Path path;
     private final TvKeeper keeper;
@@ -269,15 +270,30 @@ public final class Tv implements AutoCloseable {
         });
     }
 
-    /** Records the exception of a callback. Returns false if the TV is closed. */
+    /**
+     * Records the exception of a callback. If the TV is closed, its test has ended: the exception is printed, but
+     * must not end the virtual machine, which runs other tests. Returns false for all other folders and null.
+     */
     static boolean recordCallbackError(String folder, Throwable error) {
-        Tv tv = folder == null ? null : OPEN.get(folder);
-        return tv != null && tv.callbackErrors.add(error);
+        if (folder == null) {
+            return false;
+        }
+        Tv tv = OPEN.get(folder);
+        if (tv != null) {
+            return tv.callbackErrors.add(error);
+        }
+        if (!CLOSED.contains(folder)) {
+            return false;
+        }
+        System.err.println("Uncaught exception in a callback of a closed TV:");
+        error.printStackTrace();
+        return true;
     }
 
     /** Stops the programs and deletes the folder. */
     @Override
     public void close() {
+        CLOSED.add(path.toString()); // before the removal, so that one of the two always contains the folder
         OPEN.remove(path.toString());
         TvFolder.close(path, before);
         keeper.close();

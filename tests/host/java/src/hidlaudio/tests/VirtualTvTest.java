@@ -24,6 +24,8 @@ import java.util.List;
 import java.util.Map;
 import java.util.NoSuchElementException;
 import java.util.Optional;
+import java.util.concurrent.CountDownLatch;
+import java.util.concurrent.TimeUnit;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.TestMethodOrder;
 import org.junit.jupiter.api.extension.ExtendWith;
@@ -118,6 +120,11 @@ class VirtualTvTest {
     }
 
     @Test
+    void errorOfADeathRecipientAtTheEndOfATestKeepsTheOtherTests() {
+        assertEquals(Map.of("first", "passed", "second", "passed"), run(DeathRecipientCase.class));
+    }
+
+    @Test
     void killedVirtualMachineLeavesNothing(Tv tv) throws Exception {
         try (ProbeProcess other = ProbeProcess.startJava(tv, OwnerMain.class)) {
             byte[] line = new byte[1000];
@@ -188,6 +195,30 @@ class VirtualTvTest {
         @Test
         void expectedEnd(Tv tv) {
             tv.kill("hidlaudio");
+        }
+    }
+
+    /** The recipient of the first test is notified when its TV is closed. */
+    @ExtendWith(VirtualTv.class)
+    @TestMethodOrder(org.junit.jupiter.api.MethodOrderer.MethodName.class)
+    @Execution(ExecutionMode.SAME_THREAD)
+    static class DeathRecipientCase {
+        private static final CountDownLatch NOTICE = new CountDownLatch(1);
+        private static IOutputExternal linked;
+
+        @Test
+        void first() throws Exception {
+            linked = IOutputExternal.getService();
+            linked.linkToDeath(cookie -> {
+                NOTICE.countDown();
+                throw new AssertionError("planned");
+            }, 0);
+        }
+
+        @Test
+        void second() throws Exception {
+            assertTrue(NOTICE.await(10, TimeUnit.SECONDS));
+            linked = null;
         }
     }
 
