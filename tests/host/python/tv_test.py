@@ -9,6 +9,7 @@ from pathlib import Path
 
 import pytest
 from hidlaudio import DeadObject, Tv, TvError, programs
+from hidlaudio.processes import wait_for_end
 
 PROGRAMS = str(programs.program("tv").parent)
 
@@ -159,6 +160,15 @@ def test_tv_can_be_closed_at_exit():
     result = subprocess.run([sys.executable, "-B", "-X", "dev", "-c", script], capture_output=True, text=True,
                             env={**os.environ, "HIDLAUDIO_PROGRAMS": PROGRAMS}, timeout=100, check=False)
     assert (result.returncode, result.stderr) == (0, "")
+
+
+@pytest.mark.parametrize("is_reaped", [False, True])
+def test_end_is_noticed_while_another_thread_waits_for_the_process(is_reaped):
+    process = subprocess.Popen(["sh", "-c", "exit 3"])
+    if is_reaped:
+        process.wait()
+    process.poll = lambda: None  # as long as the other thread is in wait()
+    assert wait_for_end(process, 60) == 3
 
 
 def test_killed_client_frees_its_upload(tv, client, make_client):
