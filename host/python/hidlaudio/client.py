@@ -141,8 +141,9 @@ class Client:
         self._control, other = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
         self.log = tv.new_client_log()
         with other:
+            # In a session of its own, so that Ctrl-C interrupts only Python.
             self._process = start(program, [str(other.fileno())], self.log, pass_fds=[other.fileno()],
-                                  env=tv.environment())
+                                  env=tv.environment(), start_new_session=True)
         guard("process", self._process.pid)
         threading.Thread(target=self._accept, daemon=True).start()
         tv.clients.append(self)
@@ -345,6 +346,8 @@ class Client:
             result = function(*arguments)
             return method.encode_results(self._types, result, self)
         except BaseException as error:  # even SystemExit and pytest's failures, which would end only this thread
+            if isinstance(error, KeyboardInterrupt) and threading.current_thread() is threading.main_thread():
+                raise
             self.callback_errors.append(error)
             return {}
 

@@ -164,6 +164,16 @@ def test_callback_error_is_kept_and_answered_with_zero(user, probe):
     user.callback_errors.clear()
 
 
+def test_interrupt_during_a_callback_ends_the_call(user, probe):
+    def interrupt(value):
+        raise KeyboardInterrupt
+
+    probe.set_callback(interrupt)
+    with pytest.raises(KeyboardInterrupt):
+        probe.call_back(5)
+    assert probe.add(1, 2) == 3 and user.callback_errors == []
+
+
 def test_death_notice_and_dead_object(fake, probe):
     died, unlinked = Events(), Events()
     probe.link_to_death(died)

@@ -154,11 +154,32 @@ def is_running(pid):
         return False
 
 
-def test_tv_can_be_closed_at_exit():
-    script = "\n".join(("import atexit, hidlaudio", "made = []", "atexit.register(lambda: made[0].close())",
-                        "made.append(hidlaudio.Tv())"))
+CLOSED_AT_EXIT = '''
+import atexit, hidlaudio
+made = []
+atexit.register(lambda: made[0].close())
+made.append(hidlaudio.Tv())
+'''
+
+# The terminal sends the signal to all processes of the session's foreground group.
+INTERRUPTED = '''
+import os, signal, hidlaudio
+with hidlaudio.Tv() as tv, tv.client() as client:
+    service = client.external
+    try:
+        os.killpg(0, signal.SIGINT)
+        while True:  # until Python handles the signal
+            pass
+    except KeyboardInterrupt:
+        service.ping()
+'''
+
+
+@pytest.mark.parametrize("script", [CLOSED_AT_EXIT, INTERRUPTED], ids=["closed_at_exit", "interrupted"])
+def test_script(script):
     result = subprocess.run([sys.executable, "-B", "-X", "dev", "-c", script], capture_output=True, text=True,
-                            env={**os.environ, "HIDLAUDIO_PROGRAMS": PROGRAMS}, timeout=100, check=False)
+                            env={**os.environ, "HIDLAUDIO_PROGRAMS": PROGRAMS}, timeout=100, check=False,
+                            start_new_session=True)
     assert (result.returncode, result.stderr) == (0, "")
 
 
