@@ -175,7 +175,22 @@ with hidlaudio.Tv() as tv, tv.client() as client:
 '''
 
 
-@pytest.mark.parametrize("script", [CLOSED_AT_EXIT, INTERRUPTED], ids=["closed_at_exit", "interrupted"])
+# The exit handler of multiprocessing, which ends the second process, runs after that of the package.
+FORKS = '''
+import multiprocessing.util, time
+import hidlaudio
+from hidlaudio import guardian
+Process = multiprocessing.get_context("fork").Process
+tv = hidlaudio.Tv(boot=False)
+with guardian._lock:  # as if another thread was using it
+    first = Process(target=guardian.guard, args=("gone", "/none"))
+    first.start()
+first.join()
+Process(target=time.sleep, args=(200,), daemon=True).start()
+'''
+
+
+@pytest.mark.parametrize("script", [CLOSED_AT_EXIT, INTERRUPTED, FORKS], ids=["closed_at_exit", "interrupted", "forks"])
 def test_script(script):
     result = subprocess.run([sys.executable, "-B", "-X", "dev", "-c", script], capture_output=True, text=True,
                             env={**os.environ, "HIDLAUDIO_PROGRAMS": PROGRAMS}, timeout=100, check=False,
