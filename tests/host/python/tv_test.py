@@ -9,6 +9,7 @@ from pathlib import Path
 
 import pytest
 from hidlaudio import DeadObject, Tv, TvError, programs
+from hidlaudio.log import Log
 from hidlaudio.processes import wait_for_end
 
 PROGRAMS = str(programs.program("tv").parent)
@@ -64,6 +65,14 @@ def test_log(tv, client):
     assert (line.program, line.tag, line.pid) == ("audio_hal", "AudioHal", tv.pid("audio_hal"))
     with pytest.raises(TimeoutError, match="setParameters tv_position"):
         tv.log.wait_for("never", timeout=0)
+
+
+def test_mark_is_after_lines_with_times_in_the_wrong_order(tmp_path):
+    line = "01-01 00:00:00.00{} 1 1 I Tag: text\n"
+    (tmp_path / "hidlaudio.log").write_text(line.format(2) + line.format(1))
+    log = Log(tmp_path)
+    mark = log.mark()
+    assert len(log.find("text")) == 2 and log.find("text", after=mark) == []
 
 
 def test_programs_end_and_start(tv, client):
