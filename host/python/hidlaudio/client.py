@@ -256,9 +256,7 @@ class Client:
 
     def _request(self, message):
         channel = self._channel()
-        dropped = []
-        while self._dropped:
-            dropped.append(self._dropped.popleft())
+        dropped = self._take_dropped()
         if dropped:
             message["drop"] = dropped
         try:
@@ -276,6 +274,15 @@ class Client:
             self._forget_channel(channel)
             raise
         return _value_of(reply)
+
+    def _take_dropped(self):
+        """Returns the numbers of the objects that Python no longer uses. Any thread, also several at once."""
+        dropped = []
+        while True:
+            try:
+                dropped.append(self._dropped.popleft())
+            except IndexError:
+                return dropped
 
     def _exchange(self, channel, message, deadline):
         """Sends a request and serves callbacks until its reply."""
