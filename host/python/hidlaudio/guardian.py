@@ -76,7 +76,10 @@ def _main(owner):
     for process in processes:
         _kill(process)
     for folder, program in tvs.items():
-        subprocess.run([program, "--tv", folder + b"/tv", "shutdown"], check=False)
+        try:
+            subprocess.run([program, "--tv", folder + b"/tv", "shutdown"], check=False)
+        except OSError:
+            pass  # the program is missing, for example while it is built
         shutil.rmtree(folder, ignore_errors=True)
 
 

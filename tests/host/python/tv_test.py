@@ -4,11 +4,12 @@ import os
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 from pathlib import Path
 
 import pytest
-from hidlaudio import DeadObject, Tv, TvError, programs
+from hidlaudio import DeadObject, Tv, TvError, guardian, programs
 from hidlaudio.log import Log
 from hidlaudio.processes import wait_for_end
 
@@ -214,6 +215,18 @@ def test_end_is_noticed_while_another_thread_waits_for_the_process(is_reaped):
         process.wait()
     process.poll = lambda: None  # as long as the other thread is in wait()
     assert wait_for_end(process, 60) == 3
+
+
+def test_tvs_without_programs_leave_no_folders(tmp_path, monkeypatch):
+    monkeypatch.setattr(tempfile, "tempdir", str(tmp_path))
+    monkeypatch.setattr(programs, "_chosen", tmp_path)
+    with pytest.raises(TvError, match="no program tv"):
+        Tv()
+    for folder in "12":  # the programs of these have been deleted
+        (tmp_path / folder).mkdir()
+    subprocess.run([sys.executable, "-I", guardian.__file__, str(os.getpid())], check=True, text=True,
+                   input=f"tv {tmp_path}/1\t/none\ntv {tmp_path}/2\t/none\n")
+    assert list(tmp_path.iterdir()) == []
 
 
 def test_killed_client_frees_its_upload(tv, client, make_client):
