@@ -141,8 +141,9 @@ class Client:
         self._control, other = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
         self.log = tv.new_client_log()
         with other:
+            # In a session of its own, so that Ctrl-C interrupts only Python.
             self._process = start(program, [str(other.fileno())], self.log, pass_fds=[other.fileno()],
-                                  env=tv.environment())
+                                  env=tv.environment(), start_new_session=True)
         guard("process", self._process.pid)
         threading.Thread(target=self._accept, daemon=True).start()
         tv.clients.append(self)
@@ -255,9 +256,7 @@ class Client:
 
     def _request(self, message):
         channel = self._channel()
-        dropped = []
-        while self._dropped:
-            dropped.append(self._dropped.popleft())
+        dropped = self._take_dropped()
         if dropped:
             message["drop"] = dropped
         try:
@@ -275,6 +274,15 @@ class Client:
             self._forget_channel(channel)
             raise
         return _value_of(reply)
+
+    def _take_dropped(self):
+        """Returns the numbers of the objects that Python no longer uses. Any thread, also several at once."""
+        dropped = []
+        while True:
+            try:
+                dropped.append(self._dropped.popleft())
+            except IndexError:
+                return dropped
 
     def _exchange(self, channel, message, deadline):
         """Sends a request and serves callbacks until its reply."""
@@ -345,6 +353,8 @@ class Client:
             result = function(*arguments)
             return method.encode_results(self._types, result, self)
         except BaseException as error:  # even SystemExit and pytest's failures, which would end only this thread
+            if isinstance(error, KeyboardInterrupt) and threading.current_thread() is threading.main_thread():
+                raise
             self.callback_errors.append(error)
             return {}
 

@@ -2,7 +2,7 @@
 """A process that ends the TVs and clients of a Python process if that is killed.
 
 Run as a program, its argument is the process. It reads lines from its input: "tv FOLDER\\tTV_PROGRAM" adds a
-TV, "gone FOLDER" removes it, "process PID" adds a client or a program of a TV.
+TV, "gone FOLDER" removes it, "process PID" adds a client or a program of a TV. "end" ends the TVs and processes.
 """
 import atexit
 import os
@@ -21,18 +21,28 @@ def guard(kind, text):
     """Notifies the guardian of this process, which is started at the first call."""
     global _guardian
     with _lock:
-        if _guardian is None or _guardian[0] != os.getpid():
+        if _guardian is None:
             # -I: the modules of this folder must not hide those of the standard library.
             process = subprocess.Popen([sys.executable, "-I", "-S", __file__, str(os.getpid())],
                                        stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
                                        stderr=subprocess.DEVNULL, start_new_session=True)
-            _guardian = (os.getpid(), process)
-            atexit.register(_dismiss, *_guardian)
+            _guardian = process
+            atexit.register(_dismiss, os.getpid(), process)
         try:
-            _guardian[1].stdin.write(f"{kind} {text}\n".encode("utf-8", "surrogateescape"))
-            _guardian[1].stdin.flush()
+            _guardian.stdin.write(f"{kind} {text}\n".encode("utf-8", "surrogateescape"))
+            _guardian.stdin.flush()
         except (OSError, ValueError):
             pass  # it was killed, or dismissed at the end of the program
+
+
+def _after_fork():
+    """Another thread of the parent may have held the lock. The guardian stays that of the parent."""
+    global _lock, _guardian
+    _lock = threading.Lock()
+    _guardian = None
+
+
+os.register_at_fork(after_in_child=_after_fork)
 
 
 def _dismiss(owner, process):
@@ -40,6 +50,7 @@ def _dismiss(owner, process):
     if owner != os.getpid():
         return  # a forked process, whose parent still needs it
     try:
+        process.stdin.write(b"end\n")  # forked processes keep the pipe open
         process.stdin.close()
     except OSError:
         pass  # it was killed
@@ -60,12 +71,15 @@ def _main(owner):
         *lines, pending = (pending + data).split(b"\n")
         for line in lines:
             _note(line, tvs, processes)
-        if not data:
+        if not data or b"end" in lines:
             break
     for process in processes:
         _kill(process)
     for folder, program in tvs.items():
-        subprocess.run([program, "--tv", folder + b"/tv", "shutdown"], check=False)
+        try:
+            subprocess.run([program, "--tv", folder + b"/tv", "shutdown"], check=False)
+        except OSError:
+            pass  # the program is missing, for example while it is built
         shutil.rmtree(folder, ignore_errors=True)
 
 
@@ -76,7 +90,7 @@ def _note(line, tvs, processes):
         tvs[folder] = program
     elif kind == b"gone":
         tvs.pop(text, None)
-    else:
+    elif kind == b"process":
         _forget_ended(processes)
         try:
             processes.append(os.pidfd_open(int(text)))

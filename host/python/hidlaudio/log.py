@@ -60,8 +60,8 @@ class Log:
     def mark(self):
         """Returns a place for `after`: the end of the logs as they are now."""
         counts = {}
-        for line in self._lines():
-            counts[line.program] = line.index + 1
+        for line in self._lines():  # the last line of a program may have an earlier time than others
+            counts[line.program] = max(counts.get(line.program, 0), line.index + 1)
         return Mark(counts)
 
     def find(self, text, after=None, tag=None, level=None):

@@ -15,11 +15,16 @@ def pause(process):
 def wait_for_end(process, timeout):
     """Returns the exit status, or None after `timeout` seconds. Does not poll, unlike Popen.wait()."""
     if process.poll() is None:
-        descriptor = os.pidfd_open(process.pid)
         try:
-            select.select([descriptor], [], [], timeout)
+            descriptor = os.pidfd_open(process.pid)
+        except ProcessLookupError:
+            return process.wait()
+        try:
+            ended, _, _ = select.select([descriptor], [], [], timeout)
         finally:
             os.close(descriptor)
+        if ended:
+            return process.wait()  # unlike poll(), which returns None while another thread is in wait()
     return process.poll()
 
 

@@ -46,9 +46,9 @@ class Tv:
 
     def __init__(self, *, model="be", centre_input=False, clock=1, services=None, files=None, config=None,
                  eeprom=None, faults=None, call_faults=None, boot=True):
+        self._program = programs.program("tv")
         self._folder = Path(tempfile.mkdtemp(prefix="hidlaudio-"))
         self.path = self._folder / "tv"
-        self._program = programs.program("tv")
         guard("tv", f"{self._folder}\t{self._program}")
         self.clients = []
         self.generation = 0

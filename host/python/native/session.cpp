@@ -83,6 +83,7 @@ Json Session::onCall(uint64_t relay, const hidl_json::Method& method, const Json
 
 void Session::onDeath(uint64_t link) {
     exchange({{"died", link}});
+    takeLink(link);
 }
 
 Json Session::serve(const Json& request) {
@@ -137,18 +138,22 @@ Json Session::link(const KnownObject& target, uint64_t number) {
         links_[number] = {target.object, recipient};
     }
     const auto linked = target.object->linkToDeath(recipient, number);
+    if (!linked.isOk() || !linked) takeLink(number);
     return linked.isOk() ? reply(static_cast<bool>(linked)) : failedReply(linked);
 }
 
+Session::Link Session::takeLink(uint64_t number) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = links_.find(number);
+    if (found == links_.end()) return {};
+    Link link = std::move(found->second);
+    links_.erase(found);
+    return link;
+}
+
 Json Session::unlink(const Json& request) {
-    Link link;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        const auto found = links_.find(numberIn(request, "link"));
-        if (found == links_.end()) return reply(false);
-        link = std::move(found->second);
-        links_.erase(found);
-    }
+    const Link link = takeLink(numberIn(request, "link"));
+    if (link.object == nullptr) return reply(false);
     const auto unlinked = link.object->unlinkToDeath(link.recipient);
     return unlinked.isOk() ? reply(static_cast<bool>(unlinked)) : failedReply(unlinked);
 }

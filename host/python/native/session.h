@@ -54,6 +54,10 @@ class Session : public hidl_json::RelayHandler {
     Json cast(const KnownObject& target, const Json& request);
     Json link(const KnownObject& target, uint64_t number);
     Json unlink(const Json& request);
+
+    /** Removes a link and returns it, or an empty one if it does not exist. */
+    Link takeLink(uint64_t number);
+
     Json registerService(const Json& request);
 
     const int control_;

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """Clients and values, with the tests' own interface, which has a method for each kind of type."""
+import collections
 import dataclasses
 import math
 import os
@@ -162,6 +163,25 @@ def test_callback_error_is_kept_and_answered_with_zero(user, probe):
     assert probe.call_back(5) == (0, 0)
     assert [type(error) for error in user.callback_errors] == [KeyError, TypeError]
     user.callback_errors.clear()
+
+
+def test_interrupt_during_a_callback_ends_the_call(user, probe):
+    def interrupt(value):
+        raise KeyboardInterrupt
+
+    probe.set_callback(interrupt)
+    with pytest.raises(KeyboardInterrupt):
+        probe.call_back(5)
+    assert probe.add(1, 2) == 3 and user.callback_errors == []
+
+
+def test_another_thread_takes_the_last_dropped_object(user, probe):
+    class EmptiedAfterTheCheck(collections.deque):
+        def __bool__(self):
+            return True
+
+    user._dropped = EmptiedAfterTheCheck()
+    assert probe.add(1, 2) == 3
 
 
 def test_death_notice_and_dead_object(fake, probe):

@@ -4,11 +4,14 @@ import os
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 from pathlib import Path
 
 import pytest
-from hidlaudio import DeadObject, Tv, TvError, programs
+from hidlaudio import DeadObject, Tv, TvError, guardian, programs
+from hidlaudio.log import Log
+from hidlaudio.processes import wait_for_end
 
 PROGRAMS = str(programs.program("tv").parent)
 
@@ -63,6 +66,14 @@ def test_log(tv, client):
     assert (line.program, line.tag, line.pid) == ("audio_hal", "AudioHal", tv.pid("audio_hal"))
     with pytest.raises(TimeoutError, match="setParameters tv_position"):
         tv.log.wait_for("never", timeout=0)
+
+
+def test_mark_is_after_lines_with_times_in_the_wrong_order(tmp_path):
+    line = "01-01 00:00:00.00{} 1 1 I Tag: text\n"
+    (tmp_path / "hidlaudio.log").write_text(line.format(2) + line.format(1))
+    log = Log(tmp_path)
+    mark = log.mark()
+    assert len(log.find("text")) == 2 and log.find("text", after=mark) == []
 
 
 def test_programs_end_and_start(tv, client):
@@ -153,12 +164,69 @@ def is_running(pid):
         return False
 
 
-def test_tv_can_be_closed_at_exit():
-    script = "\n".join(("import atexit, hidlaudio", "made = []", "atexit.register(lambda: made[0].close())",
-                        "made.append(hidlaudio.Tv())"))
+CLOSED_AT_EXIT = '''
+import atexit, hidlaudio
+made = []
+atexit.register(lambda: made[0].close())
+made.append(hidlaudio.Tv())
+'''
+
+# The terminal sends the signal to all processes of the session's foreground group.
+INTERRUPTED = '''
+import os, signal, hidlaudio
+with hidlaudio.Tv() as tv, tv.client() as client:
+    service = client.external
+    try:
+        os.killpg(0, signal.SIGINT)
+        while True:  # until Python handles the signal
+            pass
+    except KeyboardInterrupt:
+        service.ping()
+'''
+
+
+# The exit handler of multiprocessing, which ends the second process, runs after that of the package.
+FORKS = '''
+import multiprocessing.util, time
+import hidlaudio
+from hidlaudio import guardian
+Process = multiprocessing.get_context("fork").Process
+tv = hidlaudio.Tv(boot=False)
+with guardian._lock:  # as if another thread was using it
+    first = Process(target=guardian.guard, args=("gone", "/none"))
+    first.start()
+first.join()
+Process(target=time.sleep, args=(200,), daemon=True).start()
+'''
+
+
+@pytest.mark.parametrize("script", [CLOSED_AT_EXIT, INTERRUPTED, FORKS], ids=["closed_at_exit", "interrupted", "forks"])
+def test_script(script):
     result = subprocess.run([sys.executable, "-B", "-X", "dev", "-c", script], capture_output=True, text=True,
-                            env={**os.environ, "HIDLAUDIO_PROGRAMS": PROGRAMS}, timeout=100, check=False)
+                            env={**os.environ, "HIDLAUDIO_PROGRAMS": PROGRAMS}, timeout=100, check=False,
+                            start_new_session=True)
     assert (result.returncode, result.stderr) == (0, "")
+
+
+@pytest.mark.parametrize("is_reaped", [False, True])
+def test_end_is_noticed_while_another_thread_waits_for_the_process(is_reaped):
+    process = subprocess.Popen(["sh", "-c", "exit 3"])
+    if is_reaped:
+        process.wait()
+    process.poll = lambda: None  # as long as the other thread is in wait()
+    assert wait_for_end(process, 60) == 3
+
+
+def test_tvs_without_programs_leave_no_folders(tmp_path, monkeypatch):
+    monkeypatch.setattr(tempfile, "tempdir", str(tmp_path))
+    monkeypatch.setattr(programs, "_chosen", tmp_path)
+    with pytest.raises(TvError, match="no program tv"):
+        Tv()
+    for folder in "12":  # the programs of these have been deleted
+        (tmp_path / folder).mkdir()
+    subprocess.run([sys.executable, "-I", guardian.__file__, str(os.getpid())], check=True, text=True,
+                   input=f"tv {tmp_path}/1\t/none\ntv {tmp_path}/2\t/none\n")
+    assert list(tmp_path.iterdir()) == []
 
 
 def test_killed_client_frees_its_upload(tv, client, make_client):

@@ -30,6 +30,7 @@ public final class Tv implements AutoCloseable {
     // The functions of the audio HAL, among those that can be made to fail.
     private static final Set<String> HAL_FUNCTIONS = Set.of("openPrimaryDevice", "setParameters", "getParameters");
     private static final Map<String, Tv> OPEN = new ConcurrentHashMap<>();
+    private static final Set<String> CLOSED = ConcurrentHashMap.newKeySet(); // the folders of earlier TVs
 
     private final Path path;
     private final TvKeeper keeper;
@@ -105,10 +106,8 @@ public final class Tv implements AutoCloseable {
     public void kill(String program) {
         long pid = pidOf(program);
         mayEnd.add(program);
-        ProcessHandle.of(pid).ifPresent(process -> {
-            process.destroyForcibly();
-            process.onExit().join();
-        });
+        ProcessHandle.of(pid).ifPresent(ProcessHandle::destroyForcibly);
+        waitUntil(program + " has not ended", () -> !isRunning(pid));
     }
 
     /** Stops a program, which keeps its memory and connections, until {@link #resume}. */
@@ -262,22 +261,36 @@ public final class Tv implements AutoCloseable {
 
     private void noteEnds() {
         running.forEach((program, pid) -> {
-            boolean lives = ProcessHandle.of(pid).map(ProcessHandle::isAlive).orElse(false);
-            if (!lives && mayEnd.add(program) && !dying.contains(program)) {
+            if (!isRunning(pid) && mayEnd.add(program) && !dying.contains(program)) {
                 unexpectedEnds.add(program);
             }
         });
     }
 
-    /** Records the exception of a callback. Returns false if the TV is closed. */
+    /**
+     * Records the exception of a callback. If the TV is closed, its test has ended: the exception is printed, but
+     * must not end the virtual machine, which runs other tests. Returns false for all other folders and null.
+     */
     static boolean recordCallbackError(String folder, Throwable error) {
-        Tv tv = folder == null ? null : OPEN.get(folder);
-        return tv != null && tv.callbackErrors.add(error);
+        if (folder == null) {
+            return false;
+        }
+        Tv tv = OPEN.get(folder);
+        if (tv != null) {
+            return tv.callbackErrors.add(error);
+        }
+        if (!CLOSED.contains(folder)) {
+            return false;
+        }
+        System.err.println("Uncaught exception in a callback of a closed TV:");
+        error.printStackTrace();
+        return true;
     }
 
     /** Stops the programs and deletes the folder. */
     @Override
     public void close() {
+        CLOSED.add(path.toString()); // before the removal, so that one of the two always contains the folder
         OPEN.remove(path.toString());
         TvFolder.close(path, before);
         keeper.close();
@@ -304,6 +317,24 @@ public final class Tv implements AutoCloseable {
 
     private long pidOf(String program) {
         return pid(program).orElseThrow(() -> new TvException(program + " is not running"));
+    }
+
+    /**
+     * Returns whether a process runs. A program of the TV belongs to process 1 or another subreaper, which may never
+     * wait for it: then it stays in the process table when it has ended, and ProcessHandle regards it as alive.
+     */
+    private static boolean isRunning(long pid) {
+        String status;
+        try {
+            status = Files.readString(Path.of("/proc/" + pid + "/stat"), StandardCharsets.ISO_8859_1);
+        } catch (IOException ended) {
+            return false;
+        }
+        // The program's name in parentheses may contain spaces and parentheses.
+        String[] fields = status.substring(status.lastIndexOf(')') + 2).split(" ");
+        boolean isZombie = fields[0].equals("Z") || fields[0].equals("X");
+        int threads = Integer.parseInt(fields[17]);
+        return !isZombie || threads > 1; // the first thread may end before the others
     }
 
     /** Runs a process. Returns its output; if it fails, that is the message of the exception. */

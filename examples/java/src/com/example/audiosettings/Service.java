@@ -5,6 +5,7 @@ import android.hidl.base.V1_0.IBase;
 import android.os.DeadObjectException;
 import android.os.IHwBinder;
 import android.os.RemoteException;
+import java.util.concurrent.atomic.AtomicReference;
 
 /** A service that is looked up at its first use, and again after its process has ended. Any thread. */
 final class Service<T extends IBase> {
@@ -20,7 +21,7 @@ final class Service<T extends IBase> {
     private final LookUp<T> lookUp;
     private final Runnable onDeath;
     // Kept in a field: the link lasts only as long as the proxy.
-    private T service;
+    private final AtomicReference<T> service = new AtomicReference<>();
 
     /** Creates a service; {@code onDeath} is called on a binder thread. */
     Service(LookUp<T> lookUp, Runnable onDeath) {
@@ -42,19 +43,22 @@ final class Service<T extends IBase> {
         }
     }
 
+    // One look-up at a time. It may take until the service is available again.
     private synchronized T get() throws RemoteException {
+        T known = service.get();
         // The service may die between the look-up and the link.
-        while (service == null) {
+        while (known == null) {
             T found = lookUp.get();
             if (found == null) {
                 continue; // it died during the look-up
             }
             IHwBinder binder = found.asBinder();
             if (found.linkToDeath(cookie -> died(binder), 0)) {
-                service = found;
+                service.set(found);
+                known = found;
             }
         }
-        return service;
+        return known;
     }
 
     private void died(IHwBinder binder) {
@@ -62,9 +66,11 @@ final class Service<T extends IBase> {
         onDeath.run();
     }
 
-    private synchronized void forget(IHwBinder binder) {
-        if (service != null && service.asBinder().equals(binder)) {
-            service = null;
+    // Not synchronized: the binder thread, which has the notices of all services, must not wait for a look-up.
+    private void forget(IHwBinder binder) {
+        T known = service.get();
+        if (known != null && known.asBinder().equals(binder)) {
+            service.compareAndSet(known, null);
         }
     }
 }

@@ -7,16 +7,20 @@ import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.tovi.dtv.hardware.audio.V3_1.IHdmiAudio;
 import com.tovi.dtv.hardware.audio.V5_0.ParamType;
 import hidlaudio.junit.Tv;
 import hidlaudio.junit.TvOptions;
 import hidlaudio.junit.VirtualTv;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.List;
 import java.util.Map;
 import java.util.Random;
+import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
+import java.util.concurrent.FutureTask;
 import java.util.concurrent.LinkedBlockingQueue;
 import java.util.concurrent.TimeUnit;
 import org.junit.jupiter.api.AfterEach;
@@ -159,5 +163,38 @@ class AudioSettingsTest {
         tv.boot();
         settings.upload(ParamType.HRTF, new byte[] {1}, record);
         assertEquals(Upload.Outcome.DONE, next(record.ends));
+    }
+
+    @Test
+    void uploadEndsIfTheDaemonDiesWhileACallWaitsForAnother(Tv tv) throws Exception {
+        tv.command("bectrl", "hang", "on");
+        Record record = new Record();
+        settings.upload(ParamType.HRTF, parameters(), record);
+        tv.waitForLog("Acquire Wakelock completed");
+        // All notices come on one thread, first those of the services that were used last. This one delays them
+        // until a call looks the service up.
+        CountDownLatch lookUp = new CountDownLatch(1);
+        IHdmiAudio linked = IHdmiAudio.getService();
+        linked.linkToDeath(cookie -> await(lookUp), 0);
+        settings.formats();
+        tv.kill("hidlaudio");
+        FutureTask<List<String>> formats = new FutureTask<>(settings::formats);
+        Thread caller = new Thread(formats);
+        caller.setDaemon(true);
+        caller.start();
+        Tv.waitUntil("no look-up", () -> Arrays.stream(caller.getStackTrace())
+                .anyMatch(call -> call.getMethodName().equals("getService")));
+        lookUp.countDown();
+        assertEquals(Upload.Outcome.SERVICE_DIED, next(record.ends));
+        tv.boot();
+        formats.get(20, TimeUnit.SECONDS);
+    }
+
+    private static void await(CountDownLatch latch) {
+        try {
+            latch.await();
+        } catch (InterruptedException interrupted) {
+            throw new IllegalStateException(interrupted);
+        }
     }
 }

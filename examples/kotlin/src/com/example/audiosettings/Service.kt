@@ -4,6 +4,7 @@ package com.example.audiosettings
 import android.hidl.base.V1_0.IBase
 import android.os.DeadObjectException
 import android.os.IHwBinder
+import java.util.concurrent.atomic.AtomicReference
 
 /**
  * A service that is looked up at its first use, and again after its process has ended. Any thread.
@@ -13,7 +14,7 @@ import android.os.IHwBinder
  */
 internal class Service<T : IBase>(private val lookUp: () -> T?, private val onDeath: () -> Unit) {
     // Kept in a field: the link lasts only as long as the proxy.
-    private var service: T? = null
+    private val service = AtomicReference<T?>()
 
     /**
      * Makes a call. If the service has died, makes it once more on the new one, so the call must be safe to
@@ -29,23 +30,28 @@ internal class Service<T : IBase>(private val lookUp: () -> T?, private val onDe
         }
     }
 
+    // One look-up at a time. It may take until the service is available again.
     @Synchronized
     private fun get(): T {
+        service.get()?.let { return it }
         // The service may die during the look-up, or between it and the link.
         while (true) {
-            service?.let { return it }
             val found = lookUp() ?: continue
             val binder = found.asBinder()
             val recipient = IHwBinder.DeathRecipient {
                 forget(binder)
                 onDeath()
             }
-            if (found.linkToDeath(recipient, 0)) service = found
+            if (found.linkToDeath(recipient, 0)) {
+                service.set(found)
+                return found
+            }
         }
     }
 
-    @Synchronized
+    // Not synchronized: the binder thread, which has the notices of all services, must not wait for a look-up.
     private fun forget(binder: IHwBinder) {
-        if (service?.asBinder() == binder) service = null
+        val known = service.get()
+        if (known?.asBinder() == binder) service.compareAndSet(known, null)
     }
 }

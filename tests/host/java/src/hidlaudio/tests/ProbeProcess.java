@@ -5,6 +5,7 @@ import com.tovi.test.javaprobe.V1_1.IJavaProbe;
 import hidlaudio.junit.Tv;
 import java.io.IOException;
 import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.List;
 
 /** A process of a TV that the test ends. */
@@ -33,7 +34,14 @@ final class ProbeProcess implements AutoCloseable {
 
     /** Starts a virtual machine with a main class of the tests, which must print "ready". */
     static ProbeProcess startJava(Tv tv, Class<?> main, String... arguments) throws IOException {
-        List<String> command = new java.util.ArrayList<>(List.of(
+        return startJava(tv, List.of(), main, arguments);
+    }
+
+    /** Does the same with a command in front, which runs the virtual machine. */
+    static ProbeProcess startJava(Tv tv, List<String> runner, Class<?> main, String... arguments)
+            throws IOException {
+        List<String> command = new ArrayList<>(runner);
+        command.addAll(List.of(
                 Path.of(System.getProperty("java.home"), "bin/java").toString(), "-Xcheck:jni", "-Xmx64m",
                 "-Dprobe.service=" + System.getProperty("probe.service"),
                 "-Dhidlaudio.programs=" + System.getProperty("hidlaudio.programs"), "-cp",

@@ -24,6 +24,8 @@ import java.util.List;
 import java.util.Map;
 import java.util.NoSuchElementException;
 import java.util.Optional;
+import java.util.concurrent.CountDownLatch;
+import java.util.concurrent.TimeUnit;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.TestMethodOrder;
 import org.junit.jupiter.api.extension.ExtendWith;
@@ -39,6 +41,15 @@ import org.junit.platform.launcher.core.LauncherFactory;
 @ExtendWith(VirtualTv.class)
 class VirtualTvTest {
     private static final String KEY = "g_audio__tv_position";
+    // Runs a virtual machine, which dies with it. It adopts the TV's programs and, like process 1 of many
+    // containers, never waits for them.
+    private static final List<String> SUBREAPER = List.of("/usr/bin/python3", "-B", "-c", """
+            import ctypes, signal, subprocess, sys
+            PR_SET_PDEATHSIG, PR_SET_CHILD_SUBREAPER = 1, 36
+            prctl = ctypes.CDLL(None).prctl
+            prctl(PR_SET_CHILD_SUBREAPER, 1)
+            subprocess.Popen(sys.argv[1:], preexec_fn=lambda: prctl(PR_SET_PDEATHSIG, signal.SIGKILL)).wait()
+            """);
 
     @Test
     @TvOptions(model = "standard", faults = "a_mtktvapi_config_set_value 7", clock = 5)
@@ -118,23 +129,31 @@ class VirtualTvTest {
     }
 
     @Test
+    void errorOfADeathRecipientAtTheEndOfATestKeepsTheOtherTests() {
+        assertEquals(Map.of("first", "passed", "second", "passed"), run(DeathRecipientCase.class));
+    }
+
+    @Test
     void killedVirtualMachineLeavesNothing(Tv tv) throws Exception {
-        try (ProbeProcess other = ProbeProcess.startJava(tv, OwnerMain.class)) {
+        try (ProbeProcess other = ProbeProcess.startJava(tv, SUBREAPER, OwnerMain.class)) {
             byte[] line = new byte[1000];
             String[] state = new String(line, 0, other.process.getInputStream().read(line)).trim().split(" ");
-            assertTrue(ProcessHandle.of(Long.parseLong(state[1])).isPresent());
+            Path daemon = Path.of("/proc", state[1], "exe"); // does not exist for a zombie
+            assertTrue(Files.exists(daemon));
             other.kill();
             Path folder = Path.of(state[0]).getParent();
             Tv.waitUntil("the folder is left", () -> !Files.exists(folder));
-            Tv.waitUntil("the daemon lives", () -> ProcessHandle.of(Long.parseLong(state[1])).isEmpty());
+            Tv.waitUntil("the daemon lives", () -> !Files.exists(daemon));
         }
     }
 
-    /** Boots a TV and prints its folder and the daemon's process. */
+    /** Boots a TV, restarts the daemon, and prints the TV's folder and the daemon's process. */
     static final class OwnerMain {
         public static void main(String[] arguments) throws Exception {
             TvOptions options = VirtualTvTest.class.getDeclaredMethod("withDefaults").getAnnotation(TvOptions.class);
             Tv tv = new Tv(options);
+            tv.kill("hidlaudio");
+            tv.boot();
             System.out.println("ready\n" + tv.path() + " " + tv.pid("hidlaudio").getAsLong());
             Thread.sleep(Long.MAX_VALUE);
         }
@@ -164,10 +183,9 @@ class VirtualTvTest {
         @Test
         void endByFault(Tv tv) throws Exception {
             IAcousticCalibration calibration = IAcousticCalibration.getService();
-            ProcessHandle daemon = ProcessHandle.of(tv.pid("hidlaudio").getAsLong()).get();
             tv.addFault("fsync", "dies");
             assertThrows(android.os.DeadObjectException.class, () -> calibration.setEnabled(false));
-            daemon.onExit().join();
+            Tv.waitUntil("the daemon lives", () -> tv.pid("hidlaudio").isEmpty());
             tv.clearFaults();
         }
 
@@ -180,14 +198,37 @@ class VirtualTvTest {
 
         @Test
         void unexpectedEnd(Tv tv) {
-            ProcessHandle daemon = ProcessHandle.of(tv.pid("hidlaudio").getAsLong()).get();
-            daemon.destroyForcibly();
-            daemon.onExit().join();
+            ProcessHandle.of(tv.pid("hidlaudio").getAsLong()).get().destroyForcibly();
+            Tv.waitUntil("the daemon lives", () -> tv.pid("hidlaudio").isEmpty());
         }
 
         @Test
         void expectedEnd(Tv tv) {
             tv.kill("hidlaudio");
+        }
+    }
+
+    /** The recipient of the first test is notified when its TV is closed. */
+    @ExtendWith(VirtualTv.class)
+    @TestMethodOrder(org.junit.jupiter.api.MethodOrderer.MethodName.class)
+    @Execution(ExecutionMode.SAME_THREAD)
+    static class DeathRecipientCase {
+        private static final CountDownLatch NOTICE = new CountDownLatch(1);
+        private static IOutputExternal linked;
+
+        @Test
+        void first() throws Exception {
+            linked = IOutputExternal.getService();
+            linked.linkToDeath(cookie -> {
+                NOTICE.countDown();
+                throw new AssertionError("planned");
+            }, 0);
+        }
+
+        @Test
+        void second() throws Exception {
+            assertTrue(NOTICE.await(10, TimeUnit.SECONDS));
+            linked = null;
         }
     }
 
