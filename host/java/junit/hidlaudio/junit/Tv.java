@@ -45,7 +45,7 @@ public final class Tv implements AutoCloseable {
     /** Creates a TV and boots it, unless the options have {@code boot = false}. */
     public Tv(TvOptions options) {
         keeper = new TvKeeper();
-        path = keeper.folder().resolve("tv");
+        path = keeper.folder().resolve("tv").toAbsolutePath().normalize(); // as TvFolder names it
         clock = options.clock();
         OPEN.put(path.toString(), this);
         before = TvFolder.open(path);

@@ -187,7 +187,7 @@ class AudioSettingsTest {
         lookUp.countDown();
         assertEquals(Upload.Outcome.SERVICE_DIED, next(record.ends));
         tv.boot();
-        formats.get(20, TimeUnit.SECONDS);
+        formats.get(60, TimeUnit.SECONDS);
     }
 
     private static void await(CountDownLatch latch) {
