@@ -245,6 +245,7 @@ TEST_F(Record, ServiceWorksWithoutIt) {
 }
 
 TEST_F(Record, OfAProcessWhoseFileWasReplaced) {
+    if (HIDLAUDIO_EMULATED) GTEST_SKIP() << "the emulator answers readlink() of the program's file itself";
     const fs::path programs = fs::path(PROBE_PROCESS).parent_path();
     const fs::path copies = host::tvRoot() + "/copies";
     const fs::path program = copies / "bin" / "probe_process";
