@@ -52,7 +52,10 @@ bool AppendFile::isLinked() const {
     return fstat(fd_, &status) == 0 && status.st_nlink > 0;
 }
 
-/** Makes sure that `size` bytes fit after the end of the file. Returns 0, or an errno. */
+/**
+ * Makes sure that `size` bytes fit after the end of the file. The last piece may exceed the limit of the
+ * file, but not that of the process. Returns 0, or an errno.
+ */
 int AppendFile::reserve(int64_t size, bool isLast) {
     if (!isLast && size_ + size <= reservedEnd_) return 0;
     struct stat status{};

@@ -27,28 +27,28 @@ constexpr char kRecordLock[] = "record";
 /** Returns the file to which the calls of the TV at tvRoot() are recorded, or "". */
 std::string recordedFile();
 
-/** kRecordLock, if `error` is 0. The process that ended its record just before may still hold it. */
+/** Holds kRecordLock. `error` is EBUSY if the process that controlled the last record still holds it. */
 struct RecordLock {
     android::base::unique_fd file;
     int error = 0;
 };
 
 /**
- * Sets the system properties of the TV that make the daemon record its calls. Takes kRecordLock before,
- * unless `lock` is null. Call configureDaemon() afterwards for a running daemon. Returns an error message, or
+ * Takes kRecordLock, unless `lock` is null, and sets the system properties of the TV that make the daemon
+ * record its calls. Call configureDaemon() afterwards for a running daemon. Returns an error message, or
  * "".
  */
 std::string startRecord(const RecordOptions& options, RecordLock* lock);
 
 /**
- * Ends the record, whoever has started it, by removing the properties. The daemon stops recording within
+ * Removes the properties, even if another process has set them. The daemon stops recording within
  * kRecordEnds milliseconds. Returns an error message, or "".
  */
 std::string stopRecord();
 
 /**
- * Ends the record that this process has started with `file`. Does nothing if another process has ended it,
- * and perhaps started the next one. Returns an error message, or "".
+ * Like stopRecord(), but only if this process has started the current record, with `file`. Otherwise another
+ * process has ended the record of this one. Returns an error message, or "".
  */
 std::string stopOwnRecord(const std::string& file);
 
