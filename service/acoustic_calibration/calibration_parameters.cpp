@@ -49,7 +49,7 @@ float unpack(PackedFrequencies packed, size_t channel, uint32_t unit) {
 
 hidl_vec<channelFrequencyRange> makeRanges(const PackedRanges& packed) {
     hidl_vec<channelFrequencyRange> ranges(std::size(kRangeChannels));
-    for (size_t i = 0; i < ranges.size(); ++i) {
+    for (size_t i = 0; i < std::size(kRangeChannels); ++i) {
         ranges[i] = {kRangeChannels[i], unpack(packed.lower, i, 10), unpack(packed.upper, i, 100)};
     }
     return ranges;
