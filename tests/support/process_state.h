@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
@@ -29,7 +30,8 @@ inline bool fallsAsleep(pid_t pid) {
         std::string all;
         for (const auto& task : std::filesystem::directory_iterator(procFolder(pid) + "/task")) {
             const std::string status = contentOf(task.path() / "status");
-            all += status.substr(status.find("voluntary_ctxt_switches"));
+            // A thread that ends during the read has none.
+            all += status.substr(std::min(status.find("voluntary_ctxt_switches"), status.size()));
         }
         return all;
     };
