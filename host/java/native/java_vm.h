@@ -26,6 +26,8 @@ struct JavaMembers {
     jmethodID newFileDescriptor;
     jfieldID numberOfDescriptor;
     jfieldID handleOfBlob;
+    jfieldID handleOfParcel;
+    jmethodID throwReleased;  // HwParcel.handle(), which throws if that field is 0
     jclass byteArray;
 };
 

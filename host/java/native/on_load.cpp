@@ -17,6 +17,7 @@ bool findMembers(JNIEnv* env) {
     jclass binder;
     jclass link;
     jclass blob;
+    jclass parcel;
     return (java.statuses = classOf(env, "android/os/Statuses")) != nullptr &&
            (java.checkParcel = env->GetStaticMethodID(java.statuses, "checkParcel", "(I)V")) != nullptr &&
            (binder = env->FindClass("android/os/HwBinder")) != nullptr &&
@@ -30,6 +31,9 @@ bool findMembers(JNIEnv* env) {
            (java.numberOfDescriptor = env->GetFieldID(java.fileDescriptor, "fd", "I")) != nullptr &&
            (blob = env->FindClass("android/os/HwBlob")) != nullptr &&
            (java.handleOfBlob = env->GetFieldID(blob, "handle", "J")) != nullptr &&
+           (parcel = env->FindClass("android/os/HwParcel")) != nullptr &&
+           (java.handleOfParcel = env->GetFieldID(parcel, "handle", "J")) != nullptr &&
+           (java.throwReleased = env->GetMethodID(parcel, "handle", "()J")) != nullptr &&
            (java.byteArray = classOf(env, "[B")) != nullptr;
 }
 

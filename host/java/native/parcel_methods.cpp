@@ -32,6 +32,13 @@ JavaParcel& parcelOf(jlong handle) {
     return *pointerOf<JavaParcel>(handle);
 }
 
+// For methods that are called without the handle. Returns null with an exception pending if it is released.
+JavaParcel* parcelOf(JNIEnv* env, jobject parcel) {
+    const jlong handle = env->GetLongField(parcel, gJava.handleOfParcel);
+    if (handle == 0) env->CallLongMethod(parcel, gJava.throwReleased);
+    return pointerOf<JavaParcel>(handle);
+}
+
 // A parcel that has grown too large fails when it is sent, as on the platform.
 void throwIfNotWritten(JNIEnv* env, status_t status) {
     if (status != android::FAILED_TRANSACTION) throwIfFailed(env, status);
@@ -55,14 +62,16 @@ jboolean readInterfaceToken(JNIEnv* env, jobject, jlong handle, jbyteArray name)
 
 // Numbers. JavaType is the JNI type of the HIDL type T.
 template <typename JavaType, typename T, status_t (Parcel::*write)(T)>
-void writeNumber(JNIEnv* env, jobject, jlong handle, JavaType value) {
-    throwIfNotWritten(env, ((*parcelOf(handle)).*write)(static_cast<T>(value)));
+void writeNumber(JNIEnv* env, jobject self, JavaType value) {
+    JavaParcel* parcel = parcelOf(env, self);
+    if (parcel != nullptr) throwIfNotWritten(env, ((**parcel).*write)(static_cast<T>(value)));
 }
 
 template <typename JavaType, typename T, status_t (Parcel::*read)(T*) const>
-JavaType readNumber(JNIEnv* env, jobject, jlong handle) {
+JavaType readNumber(JNIEnv* env, jobject self) {
     T value{};
-    throwIfFailed(env, ((*parcelOf(handle)).*read)(&value));
+    JavaParcel* parcel = parcelOf(env, self);
+    if (parcel != nullptr) throwIfFailed(env, ((**parcel).*read)(&value));
     return static_cast<JavaType>(value);
 }
 
@@ -74,13 +83,15 @@ template <typename T, typename JavaType, typename JavaArray, JavaArray (JNIEnv::
 struct Vectors {
     static_assert(sizeof(T) == sizeof(JavaType), "arrays are copied bytewise");
 
-    static void write(JNIEnv* env, jobject, jlong handle, JavaArray array) {
-        JavaParcel& parcel = parcelOf(handle);
+    static void write(JNIEnv* env, jobject self, JavaArray array) {
+        JavaParcel* parcel = parcelOf(env, self);
+        if (parcel == nullptr) return;
         hidl_vec<T> vec;  // without elements: only its size is sent
         vec.setToExternal(nullptr, static_cast<size_t>(env->GetArrayLength(array)));
         size_t parent = 0;
-        status_t status = parcel->writeBuffer(&vec, sizeof(vec), &parent);
-        if (status == android::OK) status = writeElements(env, parcel, array, vec.size() * sizeof(T), parent);
+        status_t status = (*parcel)->writeBuffer(&vec, sizeof(vec), &parent);
+        if (status == android::OK)
+            status = writeElements(env, *parcel, array, vec.size() * sizeof(T), parent);
         throwIfNotWritten(env, status);
     }
 
@@ -111,13 +122,15 @@ struct Vectors {
                     static_cast<JavaType*>(elements));
     }
 
-    static JavaArray read(JNIEnv* env, jobject, jlong handle) {
-        JavaParcel& parcel = parcelOf(handle);
+    static JavaArray read(JNIEnv* env, jobject self) {
+        JavaParcel* received = parcelOf(env, self);
+        if (received == nullptr) return nullptr;
+        Parcel& parcel = **received;
         const hidl_vec<T>* vec = nullptr;
         size_t parent = 0;
         size_t child = 0;
-        status_t status = parcel->readBuffer(sizeof(*vec), &parent, reinterpret_cast<const void**>(&vec));
-        if (status == android::OK) status = readEmbeddedFromParcel(*vec, *parcel, parent, 0, &child);
+        status_t status = parcel.readBuffer(sizeof(*vec), &parent, reinterpret_cast<const void**>(&vec));
+        if (status == android::OK) status = readEmbeddedFromParcel(*vec, parcel, parent, 0, &child);
         if (status != android::OK) {
             throwIfFailed(env, status);
             return nullptr;
@@ -244,9 +257,11 @@ void writeRemoteBinder(JNIEnv* env, jobject, jlong handle, jlong binder) {
     throwIfNotWritten(env, parcelOf(handle)->writeStrongBinder(pointerOf<IBinder>(binder)));
 }
 
-jobject readStrongBinder(JNIEnv* env, jobject, jlong handle) {
+jobject readStrongBinder(JNIEnv* env, jobject self) {
+    JavaParcel* parcel = parcelOf(env, self);
+    if (parcel == nullptr) return nullptr;
     sp<IBinder> binder;
-    const status_t status = parcelOf(handle)->readNullableStrongBinder(&binder);
+    const status_t status = (*parcel)->readNullableStrongBinder(&binder);
     if (status == android::OK) return javaFormOf(env, binder);
     throwIfFailed(env, status);
     return nullptr;
@@ -288,12 +303,14 @@ jlong writeBuffer(JNIEnv* env, jobject, jlong handle, jbyteArray data) {
     return static_cast<jlong>(buffer);
 }
 
-jlong writeEmbeddedBuffer(JNIEnv* env, jobject, jlong handle, jbyteArray data, jlong parent, jlong offset) {
+jlong writeEmbeddedBuffer(JNIEnv* env, jobject self, jbyteArray data, jlong parent, jlong offset) {
+    JavaParcel* parcel = parcelOf(env, self);
+    if (parcel == nullptr) return 0;
     const std::string bytes = textOf(env, data);
     size_t buffer = 0;
     throwIfNotWritten(
-        env, parcelOf(handle)->writeEmbeddedBuffer(bytes.data(), bytes.size(), &buffer,
-                                                   static_cast<size_t>(parent), static_cast<size_t>(offset)));
+        env, (*parcel)->writeEmbeddedBuffer(bytes.data(), bytes.size(), &buffer, static_cast<size_t>(parent),
+                                            static_cast<size_t>(offset)));
     return static_cast<jlong>(buffer);
 }
 
@@ -324,8 +341,10 @@ jbyteArray readEmbeddedBuffer(JNIEnv* env, jobject, jlong handle, jlong size, jl
     return received(env, status, data, size, buffer, into);
 }
 
-void writeStatus(JNIEnv* env, jobject, jlong handle, jint status) {
-    throwIfNotWritten(env, android::hardware::writeToParcel(Status::fromStatusT(status), &*parcelOf(handle)));
+void writeStatus(JNIEnv* env, jobject self, jint status) {
+    JavaParcel* parcel = parcelOf(env, self);
+    if (parcel == nullptr) return;
+    throwIfNotWritten(env, android::hardware::writeToParcel(Status::fromStatusT(status), &**parcel));
 }
 
 // Returns the description of an error, or null for success.
@@ -346,41 +365,41 @@ constexpr char kParcel[] = "android/os/HwParcel";
 
 bool registerNumbers(JNIEnv* env) {
     const JNINativeMethod methods[] = {
-        method("writeBool", "(JZ)V", writeNumber<jboolean, bool, &Parcel::writeBool>),
-        method("writeInt8", "(JB)V", writeNumber<jbyte, int8_t, &Parcel::writeInt8>),
-        method("writeInt16", "(JS)V", writeNumber<jshort, int16_t, &Parcel::writeInt16>),
-        method("writeInt32", "(JI)V", writeNumber<jint, int32_t, &Parcel::writeInt32>),
-        method("writeInt64", "(JJ)V", writeNumber<jlong, int64_t, &Parcel::writeInt64>),
-        method("writeFloat", "(JF)V", writeNumber<jfloat, float, &Parcel::writeFloat>),
-        method("writeDouble", "(JD)V", writeNumber<jdouble, double, &Parcel::writeDouble>),
-        method("readBool", "(J)Z", readNumber<jboolean, bool, &Parcel::readBool>),
-        method("readInt8", "(J)B", readNumber<jbyte, int8_t, &Parcel::readInt8>),
-        method("readInt16", "(J)S", readNumber<jshort, int16_t, &Parcel::readInt16>),
-        method("readInt32", "(J)I", readNumber<jint, int32_t, &Parcel::readInt32>),
-        method("readInt64", "(J)J", readNumber<jlong, int64_t, &Parcel::readInt64>),
-        method("readFloat", "(J)F", readNumber<jfloat, float, &Parcel::readFloat>),
-        method("readDouble", "(J)D", readNumber<jdouble, double, &Parcel::readDouble>),
+        method("writeBool", "(Z)V", writeNumber<jboolean, bool, &Parcel::writeBool>),
+        method("writeInt8", "(B)V", writeNumber<jbyte, int8_t, &Parcel::writeInt8>),
+        method("writeInt16", "(S)V", writeNumber<jshort, int16_t, &Parcel::writeInt16>),
+        method("writeInt32", "(I)V", writeNumber<jint, int32_t, &Parcel::writeInt32>),
+        method("writeInt64", "(J)V", writeNumber<jlong, int64_t, &Parcel::writeInt64>),
+        method("writeFloat", "(F)V", writeNumber<jfloat, float, &Parcel::writeFloat>),
+        method("writeDouble", "(D)V", writeNumber<jdouble, double, &Parcel::writeDouble>),
+        method("readBool", "()Z", readNumber<jboolean, bool, &Parcel::readBool>),
+        method("readInt8", "()B", readNumber<jbyte, int8_t, &Parcel::readInt8>),
+        method("readInt16", "()S", readNumber<jshort, int16_t, &Parcel::readInt16>),
+        method("readInt32", "()I", readNumber<jint, int32_t, &Parcel::readInt32>),
+        method("readInt64", "()J", readNumber<jlong, int64_t, &Parcel::readInt64>),
+        method("readFloat", "()F", readNumber<jfloat, float, &Parcel::readFloat>),
+        method("readDouble", "()D", readNumber<jdouble, double, &Parcel::readDouble>),
     };
     return registerMethods(env, kParcel, methods);
 }
 
 bool registerVectors(JNIEnv* env) {
     const JNINativeMethod methods[] = {
-        method("writeBoolVector", "(J[Z)V", Bools::write),
-        method("writeInt8Vector", "(J[B)V", Int8s::write),
-        method("writeInt16Vector", "(J[S)V", Int16s::write),
-        method("writeInt32Vector", "(J[I)V", Int32s::write),
-        method("writeInt64Vector", "(J[J)V", Int64s::write),
-        method("writeFloatVector", "(J[F)V", Floats::write),
-        method("writeDoubleVector", "(J[D)V", Doubles::write),
+        method("writeBoolVector", "([Z)V", Bools::write),
+        method("writeInt8Vector", "([B)V", Int8s::write),
+        method("writeInt16Vector", "([S)V", Int16s::write),
+        method("writeInt32Vector", "([I)V", Int32s::write),
+        method("writeInt64Vector", "([J)V", Int64s::write),
+        method("writeFloatVector", "([F)V", Floats::write),
+        method("writeDoubleVector", "([D)V", Doubles::write),
         method("writeStringVector", "(J[[B)V", writeStringVector),
-        method("readBoolVector", "(J)[Z", Bools::read),
-        method("readInt8Vector", "(J)[B", Int8s::read),
-        method("readInt16Vector", "(J)[S", Int16s::read),
-        method("readInt32Vector", "(J)[I", Int32s::read),
-        method("readInt64Vector", "(J)[J", Int64s::read),
-        method("readFloatVector", "(J)[F", Floats::read),
-        method("readDoubleVector", "(J)[D", Doubles::read),
+        method("readBoolVectorAsArray", "()[Z", Bools::read),
+        method("readInt8VectorAsArray", "()[B", Int8s::read),
+        method("readInt16VectorAsArray", "()[S", Int16s::read),
+        method("readInt32VectorAsArray", "()[I", Int32s::read),
+        method("readInt64VectorAsArray", "()[J", Int64s::read),
+        method("readFloatVectorAsArray", "()[F", Floats::read),
+        method("readDoubleVectorAsArray", "()[D", Doubles::read),
         method("readStringVector", "(J)[[B", readStringVector),
     };
     return registerMethods(env, kParcel, methods);
@@ -395,14 +414,14 @@ bool registerOthers(JNIEnv* env) {
         method("writeNoBinder", "(J)V", writeNoBinder),
         method("writeLocalBinder", "(JJLandroid/os/HwBinder;)V", writeLocalBinder),
         method("writeRemoteBinder", "(JJ)V", writeRemoteBinder),
-        method("readStrongBinder", "(J)Landroid/os/IHwBinder;", readStrongBinder),
+        method("readStrongBinder", "()Landroid/os/IHwBinder;", readStrongBinder),
         method("writeNativeHandle", "(J[I)V", writeNativeHandle),
         method("readNativeHandle", "(J)[I", readNativeHandle),
         method("writeBuffer", "(J[B)J", writeBuffer),
-        method("writeEmbeddedBuffer", "(J[BJJ)J", writeEmbeddedBuffer),
+        method("writeEmbeddedBuffer", "([BJJ)J", writeEmbeddedBuffer),
         method("readBuffer", "(JJLandroid/os/HwBlob;)[B", readBuffer),
         method("readEmbeddedBuffer", "(JJJJLandroid/os/HwBlob;)[B", readEmbeddedBuffer),
-        method("writeStatus", "(JI)V", writeStatus),
+        method("writeStatus", "(I)V", writeStatus),
         method("readStatus", "(J)[B", readStatus),
         method("send", "(J)Z", send),
     };

@@ -58,61 +58,33 @@ public class HwParcel {
         }
     }
 
-    public final void writeBool(boolean value) {
-        writeBool(handle(), value);
-    }
+    public final native void writeBool(boolean value);
 
-    public final boolean readBool() {
-        return readBool(handle());
-    }
+    public final native boolean readBool();
 
-    public final void writeInt8(byte value) {
-        writeInt8(handle(), value);
-    }
+    public final native void writeInt8(byte value);
 
-    public final byte readInt8() {
-        return readInt8(handle());
-    }
+    public final native byte readInt8();
 
-    public final void writeInt16(short value) {
-        writeInt16(handle(), value);
-    }
+    public final native void writeInt16(short value);
 
-    public final short readInt16() {
-        return readInt16(handle());
-    }
+    public final native short readInt16();
 
-    public final void writeInt32(int value) {
-        writeInt32(handle(), value);
-    }
+    public final native void writeInt32(int value);
 
-    public final int readInt32() {
-        return readInt32(handle());
-    }
+    public final native int readInt32();
 
-    public final void writeInt64(long value) {
-        writeInt64(handle(), value);
-    }
+    public final native void writeInt64(long value);
 
-    public final long readInt64() {
-        return readInt64(handle());
-    }
+    public final native long readInt64();
 
-    public final void writeFloat(float value) {
-        writeFloat(handle(), value);
-    }
+    public final native void writeFloat(float value);
 
-    public final float readFloat() {
-        return readFloat(handle());
-    }
+    public final native float readFloat();
 
-    public final void writeDouble(double value) {
-        writeDouble(handle(), value);
-    }
+    public final native void writeDouble(double value);
 
-    public final double readDouble() {
-        return readDouble(handle());
-    }
+    public final native double readDouble();
 
     public final void writeString(String value) {
         writeString(handle(), Native.utf8(value));
@@ -135,13 +107,9 @@ public class HwParcel {
     }
 
     // This method and those like it may read the array only when the parcel is sent, so it must not change.
-    final void writeBoolVector(boolean[] value) {
-        writeBoolVector(handle(), value);
-    }
+    final native void writeBoolVector(boolean[] value);
 
-    final boolean[] readBoolVectorAsArray() {
-        return readBoolVector(handle());
-    }
+    final native boolean[] readBoolVectorAsArray();
 
     public final void writeInt8Vector(ArrayList<Byte> value) {
         byte[] array = new byte[value.size()];
@@ -155,13 +123,9 @@ public class HwParcel {
         return new ArrayList<>(Arrays.asList(HwBlob.wrapArray(readInt8VectorAsArray())));
     }
 
-    final void writeInt8Vector(byte[] value) {
-        writeInt8Vector(handle(), value);
-    }
+    final native void writeInt8Vector(byte[] value);
 
-    final byte[] readInt8VectorAsArray() {
-        return readInt8Vector(handle());
-    }
+    final native byte[] readInt8VectorAsArray();
 
     public final void writeInt16Vector(ArrayList<Short> value) {
         short[] array = new short[value.size()];
@@ -175,13 +139,9 @@ public class HwParcel {
         return new ArrayList<>(Arrays.asList(HwBlob.wrapArray(readInt16VectorAsArray())));
     }
 
-    final void writeInt16Vector(short[] value) {
-        writeInt16Vector(handle(), value);
-    }
+    final native void writeInt16Vector(short[] value);
 
-    final short[] readInt16VectorAsArray() {
-        return readInt16Vector(handle());
-    }
+    final native short[] readInt16VectorAsArray();
 
     public final void writeInt32Vector(ArrayList<Integer> value) {
         int[] array = new int[value.size()];
@@ -195,13 +155,9 @@ public class HwParcel {
         return new ArrayList<>(Arrays.asList(HwBlob.wrapArray(readInt32VectorAsArray())));
     }
 
-    final void writeInt32Vector(int[] value) {
-        writeInt32Vector(handle(), value);
-    }
+    final native void writeInt32Vector(int[] value);
 
-    final int[] readInt32VectorAsArray() {
-        return readInt32Vector(handle());
-    }
+    final native int[] readInt32VectorAsArray();
 
     public final void writeInt64Vector(ArrayList<Long> value) {
         long[] array = new long[value.size()];
@@ -215,13 +171,9 @@ public class HwParcel {
         return new ArrayList<>(Arrays.asList(HwBlob.wrapArray(readInt64VectorAsArray())));
     }
 
-    final void writeInt64Vector(long[] value) {
-        writeInt64Vector(handle(), value);
-    }
+    final native void writeInt64Vector(long[] value);
 
-    final long[] readInt64VectorAsArray() {
-        return readInt64Vector(handle());
-    }
+    final native long[] readInt64VectorAsArray();
 
     public final void writeFloatVector(ArrayList<Float> value) {
         float[] array = new float[value.size()];
@@ -235,13 +187,9 @@ public class HwParcel {
         return new ArrayList<>(Arrays.asList(HwBlob.wrapArray(readFloatVectorAsArray())));
     }
 
-    final void writeFloatVector(float[] value) {
-        writeFloatVector(handle(), value);
-    }
+    final native void writeFloatVector(float[] value);
 
-    final float[] readFloatVectorAsArray() {
-        return readFloatVector(handle());
-    }
+    final native float[] readFloatVectorAsArray();
 
     public final void writeDoubleVector(ArrayList<Double> value) {
         double[] array = new double[value.size()];
@@ -255,13 +203,9 @@ public class HwParcel {
         return new ArrayList<>(Arrays.asList(HwBlob.wrapArray(readDoubleVectorAsArray())));
     }
 
-    final void writeDoubleVector(double[] value) {
-        writeDoubleVector(handle(), value);
-    }
+    final native void writeDoubleVector(double[] value);
 
-    final double[] readDoubleVectorAsArray() {
-        return readDoubleVector(handle());
-    }
+    final native double[] readDoubleVectorAsArray();
 
     public final void writeStringVector(ArrayList<String> value) {
         byte[][] texts = new byte[value.size()][];
@@ -295,9 +239,7 @@ public class HwParcel {
     }
 
     /** Returns the object itself if it belongs to this process, an {@link HwRemoteBinder}, or null. */
-    public final IHwBinder readStrongBinder() {
-        return readStrongBinder(handle());
-    }
+    public final native IHwBinder readStrongBinder();
 
     /** Writes a handle, or null. Its descriptors must stay open until the parcel is sent. */
     public final void writeNativeHandle(NativeHandle value) {
@@ -316,9 +258,7 @@ public class HwParcel {
     }
 
     /** Writes a buffer to which the structure {@code parent} refers at an offset. Returns its handle. */
-    long writeEmbeddedBuffer(byte[] data, long parent, long offset) {
-        return writeEmbeddedBuffer(handle(), data, parent, offset);
-    }
+    native long writeEmbeddedBuffer(byte[] data, long parent, long offset);
 
     /** Reads a structure of {@code expectedSize} bytes. */
     public final HwBlob readBuffer(long expectedSize) {
@@ -350,9 +290,7 @@ public class HwParcel {
         return text;
     }
 
-    public final void writeStatus(int status) {
-        writeStatus(handle(), status);
-    }
+    public final native void writeStatus(int status);
 
     /**
      * Reads the status of a reply.
@@ -396,62 +334,6 @@ public class HwParcel {
 
     private native boolean readInterfaceToken(long handle, byte[] name);
 
-    private native void writeBool(long handle, boolean value);
-
-    private native boolean readBool(long handle);
-
-    private native void writeBoolVector(long handle, boolean[] value);
-
-    private native boolean[] readBoolVector(long handle);
-
-    private native void writeInt8(long handle, byte value);
-
-    private native byte readInt8(long handle);
-
-    private native void writeInt8Vector(long handle, byte[] value);
-
-    private native byte[] readInt8Vector(long handle);
-
-    private native void writeInt16(long handle, short value);
-
-    private native short readInt16(long handle);
-
-    private native void writeInt16Vector(long handle, short[] value);
-
-    private native short[] readInt16Vector(long handle);
-
-    private native void writeInt32(long handle, int value);
-
-    private native int readInt32(long handle);
-
-    private native void writeInt32Vector(long handle, int[] value);
-
-    private native int[] readInt32Vector(long handle);
-
-    private native void writeInt64(long handle, long value);
-
-    private native long readInt64(long handle);
-
-    private native void writeInt64Vector(long handle, long[] value);
-
-    private native long[] readInt64Vector(long handle);
-
-    private native void writeFloat(long handle, float value);
-
-    private native float readFloat(long handle);
-
-    private native void writeFloatVector(long handle, float[] value);
-
-    private native float[] readFloatVector(long handle);
-
-    private native void writeDouble(long handle, double value);
-
-    private native double readDouble(long handle);
-
-    private native void writeDoubleVector(long handle, double[] value);
-
-    private native double[] readDoubleVector(long handle);
-
     private native void writeString(long handle, byte[] text);
 
     private native byte[] readString(long handle);
@@ -466,21 +348,15 @@ public class HwParcel {
 
     private native void writeRemoteBinder(long handle, long binder);
 
-    private native IHwBinder readStrongBinder(long handle);
-
     private native void writeNativeHandle(long handle, int[] packed);
 
     private native int[] readNativeHandle(long handle);
 
     private native long writeBuffer(long handle, byte[] data);
 
-    private native long writeEmbeddedBuffer(long handle, byte[] data, long parent, long offset);
-
     private native byte[] readBuffer(long handle, long size, HwBlob into);
 
     private native byte[] readEmbeddedBuffer(long handle, long size, long parent, long offset, HwBlob into);
-
-    private native void writeStatus(long handle, int status);
 
     private native byte[] readStatus(long handle);
 

@@ -185,7 +185,12 @@ class ParcelTest {
         parcel.writeInt32(1);
         parcel.release();
         parcel.release();
-        assertThrows(IllegalStateException.class, () -> parcel.writeInt32(2));
+        for (Executable use : List.<Executable>of(
+                () -> parcel.writeInt32(2), parcel::readInt32, () -> parcel.writeInt8Vector(new ArrayList<>()),
+                parcel::readInt8Vector, parcel::readString, () -> parcel.writeStrongBinder(null),
+                parcel::readStrongBinder, () -> parcel.writeBuffer(new HwBlob(8)), () -> parcel.writeStatus(0))) {
+            assertThrows(IllegalStateException.class, use);
+        }
         HwParcel[] kept = new HwParcel[1];
         assertThrows(IllegalStateException.class, () -> {
             pass(request -> request.writeInt32(3), request -> kept[0] = request);
