@@ -102,7 +102,7 @@ void measurePlacement(const char* placement, int clientProcessor, int serverProc
     data.setToExternal(memory.data(), memory.size());
     const auto bulk = [&] { return meanOf(kBulkCalls, [&] { return proxy->bytes(data); }); };
     // Generated code takes a list of boxed bytes. Reading each of them takes longer than the call.
-    for (const Row& row : {Row{"array", 1.3}, Row{"list", 25}}) {
+    for (const Row& row : {Row{"array", 1.3}, Row{"list", 40}}) {
         (void)java.measure(row.method, kBulkCalls);
         report("256 KiB " + std::string(row.method) + ", Java / C++, " + placement,
                compare([&] { return java.measure(row.method, kBulkCalls); }, bulk, kTurns, 1), row.wanted);

@@ -51,7 +51,7 @@ void startRecord(const std::string& root, const BenchService& service) {
     while (!fs::exists(root + "/record")) usleep(1000);
 }
 
-void measure(const std::string& root, const char* placement, int server) {
+void measure(const std::string& root, const char* placement, int server, double wantedRecorded) {
     pin(0);
     fs::remove_all(root + "/properties");
     fs::remove(root + "/record");
@@ -64,7 +64,8 @@ void measure(const std::string& root, const char* placement, int server) {
            compare(smallOff, timed([&] { check(plain->small(1).isOk()); }), kTurns, kOperations), 1.02);
     startRecord(root, on);
     report(std::string("recorded / instrumented, ") + placement,
-           compare(timed([&] { check(on.proxy()->small(1).isOk()); }), smallOff, kTurns, kOperations), 2.0);
+           compare(timed([&] { check(on.proxy()->small(1).isOk()); }), smallOff, kTurns, kOperations),
+           wantedRecorded);
 }
 
 }  // namespace
@@ -73,7 +74,8 @@ int main(int argc, char** argv) {
     hidlaudio::bench::serveIfAsked(argc, argv, registerPlain);
     const hidlaudio::bench::TemporaryTv tv;
     hidlaudio::bench::reportColumns();
-    measure(tv.root(), "one core", 0);
-    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measure(tv.root(), "a core each", 1);
+    measure(tv.root(), "one core", 0, 2.0);
+    // Here a call takes not much longer than a write to a file, and a record needs two of these.
+    if (sysconf(_SC_NPROCESSORS_ONLN) > 1) measure(tv.root(), "a core each", 1, 3.0);
     return hidlaudio::bench::exitStatus();
 }
