@@ -41,7 +41,9 @@ bool isEmulated(const char* path) {
 
 /** Returns the command line that runs the program at `path` with `arguments` in the emulator. */
 std::vector<const char*> emulatorCommand(const char* path, char* const arguments[]) {
-    std::vector<const char*> command{EMULATOR, "-E", "LD_PRELOAD=" LIBRARY, "-0", arguments[0], path};
+    // The library's folder is apart from its name, because LD_PRELOAD is split at spaces.
+    std::vector<const char*> command{
+        EMULATOR, "-E", "LD_LIBRARY_PATH=" FOLDER, "-E", "LD_PRELOAD=" NAME, "-0", arguments[0], path};
     for (char* const* argument = arguments + 1; *argument != nullptr; ++argument)
         command.push_back(*argument);
     command.push_back(nullptr);

@@ -6,7 +6,7 @@
 namespace com::tovi::dtv::hardware::audio::headphone_virtualizer {
 namespace {
 
-/** `waiting` is null if the wait cannot be cancelled. */
+/** Waits for the end of `awaited`. Cancelling `waiting` ends the wait early; null if that is not possible. */
 REQUIRES(virtualizerLock) int32_t waitForEnd(const Upload& awaited, const Upload* waiting) {
     for (int i = 0; i < 40; ++i) {
         if (awaited.transferState == TransferState::Idle) return 0;

@@ -65,7 +65,7 @@ class AcousticCalibration:
         self._publish(world, name, offset)
         world.log("D", TAG, f"[{name}] end")
 
-    # --- switch -----------------------------------------------------------------------------------------
+    # Switch.
 
     def _flag_on_boot(self, world):
         name = "getEnabledOnBoot"
@@ -138,7 +138,7 @@ class AcousticCalibration:
         if self.device:
             world.hal_set("ac_offset", f"{offset:f}")
 
-    # --- results ----------------------------------------------------------------------------------------
+    # Results.
 
     def set_calibrated_data(self, world, data):
         name = "setCalibratedData"
@@ -231,7 +231,7 @@ class AcousticCalibration:
         world.log("D", TAG, f"[getAutoCalibOffset] offsetLevel:{level:4.1f}dB")
         return level
 
-    # --- the two ways to the sound ----------------------------------------------------------------------
+    # The two ways to the sound.
 
     def _wait(self, world):
         count = world.wait_ready(2000)
@@ -311,7 +311,7 @@ class AcousticCalibration:
             world.sleep()
         world.log("E", TAG, "[checkCpupostReady] wait cpupost Ready timeout.")
 
-    # --- smooth delay -----------------------------------------------------------------------------------
+    # Smooth delay.
 
     def _reapply(self, world, name):
         if not self.get_enabled(world):
@@ -365,7 +365,7 @@ class AcousticCalibration:
         world.log("D", TAG, "[getSmoothDelay] end")
         return list(self.smooth_values)
 
-    # --- parameters of the measurement ------------------------------------------------------------------
+    # Parameters of the measurement.
 
     def get_calibration_parameters(self, world):
         name = "getCalibrationParameters"

@@ -62,7 +62,7 @@ class HeadphoneVirtualizer:
         else:
             world.log("E", TAG, f"[{name}] end. HRTF is not supported.")
 
-    # --- switches ---------------------------------------------------------------------------------------
+    # Switches.
 
     def _wait(self, world):
         name = "checkDtvSvcBootForHV"
@@ -139,7 +139,7 @@ class HeadphoneVirtualizer:
         world.log("D", TAG, "[getAvailableVirtualizerTypes] types[i]=[Tovi]")
         return ["Tovi"]
 
-    # --- buffers ----------------------------------------------------------------------------------------
+    # Buffers.
 
     def _find(self, world, name, handle):
         for kind in (DEVICE, HRTF):
@@ -229,7 +229,7 @@ class HeadphoneVirtualizer:
         world.log("D", TAG, f"[{name}] end")
         return 0
 
-    # --- uploads ----------------------------------------------------------------------------------------
+    # Uploads.
 
     def apply(self, world, handle, callback):
         name = "apply"

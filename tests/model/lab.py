@@ -90,7 +90,7 @@ class Lab:
             client.kill()
         self.tv.close()
 
-    # --- files of the TV --------------------------------------------------------------------------------
+    # Files of the TV.
 
     def files(self):
         found = {}
@@ -139,7 +139,7 @@ class Lab:
                  if kind == 0 or name != "open_fails"]
         self.put("bectrl/behaviour", "".join(lines).encode())
 
-    # --- processes --------------------------------------------------------------------------------------
+    # Processes.
 
     def reset(self):
         """Brings the TV back to its factory state, with the daemon stopped."""
@@ -192,7 +192,7 @@ class Lab:
         arguments = [argument.proxy if isinstance(argument, Callback) else argument for argument in arguments]
         return getattr(getattr(self.client(client), service), method)(*arguments)
 
-    # --- observation ------------------------------------------------------------------------------------
+    # Observation.
 
     def read_log(self):
         with open(self.root + "log/hidlaudio.log", "rb") as file:

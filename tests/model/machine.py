@@ -81,7 +81,7 @@ class Machine(RuleBasedStateMachine):
                 self.lab.clients[number] = None
         self.lab.stop("hidlaudio")
 
-    # --- one step ---------------------------------------------------------------------------------------
+    # One step.
 
     def step(self, real, *alternatives):
         """Takes a step on the TV. Its effects must match one of the alternative predictions."""
@@ -128,7 +128,7 @@ class Machine(RuleBasedStateMachine):
             self.lab.stop("hidlaudio")
         self.uploading_since = (self.uploading_since or start) if self.world.virtualizer_busy() else None
 
-    # --- starts and deaths ------------------------------------------------------------------------------
+    # Starts and deaths.
 
     def boot(self, start):
         if self.world.needs_time():
@@ -177,7 +177,7 @@ class Machine(RuleBasedStateMachine):
             world.hal_lives = False
         self.step(lambda: self.lab.stop("audio_hal"), forget)
 
-    # --- the TV -----------------------------------------------------------------------------------------
+    # The TV.
 
     def put(self, path, content):
         self.lab.put(path, content)
@@ -242,7 +242,7 @@ class Machine(RuleBasedStateMachine):
         self.act(0, "center.is_center_speaker_input_available", ())
         self.act(0, "center.is_synchronized_center_speaker_input_available", ())
 
-    # --- calls ------------------------------------------------------------------------------------------
+    # Calls.
 
     def act(self, client, path, arguments):
         self.step(lambda: self.lab.call(client, path, arguments),
@@ -310,7 +310,7 @@ class Machine(RuleBasedStateMachine):
         for _ in range(times):
             self.act(client, "hdmi.set_callback", (callback,))
 
-    # --- uploads ----------------------------------------------------------------------------------------
+    # Uploads.
 
     def handle_of(self, name):
         if name == "newest":

@@ -86,7 +86,7 @@ class World:
         memo = {id(self.files): dict(self.files)}
         return copy.deepcopy(self, memo)
 
-    # --- log and calls ----------------------------------------------------------------------------------
+    # Log and calls.
 
     def log(self, level, tag, text):
         text = text.encode("utf-8", "surrogateescape")[:1023].decode("utf-8", "surrogateescape")
@@ -137,7 +137,7 @@ class World:
         service, method = path.split(".")
         return functools.partial(getattr(getattr(self, service), method), self)
 
-    # --- faults of middleware and HAL -------------------------------------------------------------------
+    # Faults of middleware and HAL.
 
     def injected(self, function, folder="soc"):
         """Consumes one use of the fault on a function. Returns its status, or None if the function works."""
@@ -180,7 +180,7 @@ class World:
         self.call(function)
         return self.injected(function) or 0
 
-    # --- configuration store ----------------------------------------------------------------------------
+    # Configuration store.
 
     def config_get(self, key):
         """Returns (status, value); the value counts only if the status is 0."""
@@ -205,7 +205,7 @@ class World:
         text = self.files.get(path, b"")
         return (0, int(text)) if text.strip().isdigit() and int(text) < 2**32 else (MISSING, 0)
 
-    # --- readiness, EEPROM, back-end controller ---------------------------------------------------------
+    # Readiness, EEPROM, back-end controller.
 
     def is_ready(self):
         error, _ = self.call("access", "/" + MARKER)
@@ -290,7 +290,7 @@ class World:
             self.files["soc/audio_decoder/equalizer"] = gains
         return status
 
-    # --- audio HAL --------------------------------------------------------------------------------------
+    # Audio HAL.
 
     def hal_device(self, tag):
         """The device for one service's constructor. Returns whether there is one."""
@@ -326,7 +326,7 @@ class World:
         text = self.files.get("hal/parameters/" + key)
         return None if text is None else text.decode("utf-8", "surrogateescape").removesuffix("\n")
 
-    # --- system calls on files --------------------------------------------------------------------------
+    # System calls on files.
 
     def open(self, path, create=False, truncate=False, call="open"):
         """Returns 0 or an errno. The file exists afterwards if it could be created."""
@@ -369,7 +369,7 @@ class World:
         error, _ = self.call("fseek", f"/{path} {target}" if target else "/" + path)
         return error
 
-    # --- the daemon -------------------------------------------------------------------------------------
+    # The daemon.
 
     def boot(self, start):
         """Starts the daemon: all constructors, in their order."""

@@ -267,7 +267,7 @@ jobject readStrongBinder(JNIEnv* env, jobject self) {
     return nullptr;
 }
 
-// Handles are packed in an int array: number of descriptors, descriptors, integers.
+// A handle is packed in an int array: the number of descriptors, the descriptors, the integers.
 void writeNativeHandle(JNIEnv* env, jobject, jlong handle, jintArray packed) {
     Parcel& parcel = *parcelOf(handle);
     if (packed == nullptr) return throwIfNotWritten(env, parcel.writeNativeHandleNoDup(nullptr));
