@@ -25,12 +25,11 @@ def guard(kind, text):
             # -I: the modules of this folder must not hide those of the standard library.
             process = subprocess.Popen([sys.executable, "-I", "-S", __file__, str(os.getpid())],
                                        stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
-                                       stderr=subprocess.DEVNULL, start_new_session=True)
+                                       stderr=subprocess.DEVNULL, bufsize=0, start_new_session=True)
             _guardian = process
             atexit.register(_dismiss, os.getpid(), process)
         try:
             _guardian.stdin.write(f"{kind} {text}\n".encode("utf-8", "surrogateescape"))
-            _guardian.stdin.flush()
         except (OSError, ValueError):
             pass  # it was killed, or dismissed at the end of the program
 
@@ -39,6 +38,9 @@ def _after_fork():
     """Another thread of the parent may have held the lock. The guardian stays that of the parent."""
     global _lock, _guardian
     _lock = threading.Lock()
+    if _guardian is not None:
+        _guardian.stdin.close()
+        _guardian.returncode = 0  # otherwise Python warns that it still runs
     _guardian = None
 
 
@@ -50,7 +52,7 @@ def _dismiss(owner, process):
     if owner != os.getpid():
         return  # a forked process, whose parent still needs it
     try:
-        process.stdin.write(b"end\n")  # forked processes keep the pipe open
+        process.stdin.write(b"end\n")  # a process that a C library has forked may keep the pipe open
         process.stdin.close()
     except OSError:
         pass  # it was killed

@@ -187,11 +187,15 @@ with hidlaudio.Tv() as tv, tv.client() as client:
 
 # The exit handler of multiprocessing, which ends the second process, runs after that of the package.
 FORKS = '''
-import multiprocessing.util, time
+import multiprocessing.util, os, sys, time
 import hidlaudio
 from hidlaudio import guardian
 Process = multiprocessing.get_context("fork").Process
 tv = hidlaudio.Tv(boot=False)
+if os.fork() == 0:
+    sys.exit()
+os.wait()
+assert len(tv.config) > 0
 with guardian._lock:  # as if another thread was using it
     first = Process(target=guardian.guard, args=("gone", "/none"))
     first.start()
