@@ -6,9 +6,13 @@
 namespace com::tovi::dtv::hardware::audio::platform {
 
 /**
- * Writes as much text to a descriptor of another process as it accepts without blocking, whatever its
- * other users do meanwhile. The flags of the descriptor do not change: other processes share them, and
- * O_NONBLOCK would affect these too. A closed reader causes no signal.
+ * Writes as much text to a descriptor of another process as it accepts without blocking. The flags of the
+ * descriptor do not change: other processes share them, and O_NONBLOCK would affect these too. A closed
+ * reader causes no signal.
+ *
+ * One case blocks nevertheless: while a process moves data to the same pipe with splice(), from a descriptor
+ * that has none yet, the kernel holds the pipe's lock. Therefore the SELinux policy permits only pipes of
+ * trusted processes.
  *
  * Supports pipes, sockets and files in memory. Other files, for example a stopped terminal or a FUSE file
  * of an app, can block the writer, so nothing is written to them. To get the text into a file, a client

@@ -65,6 +65,7 @@ FAULTS = [
     (HAL, *missing("allow hal_tovi_audio_server dumpstate:fifo_file"), "to a pipe of dumpstate"),
     (HAL, *missing(r"hal_client_domain\(shell"), "userdebug: shell may not find"),
     (HAL, r"\Z", "hal_client_domain(audioserver, hal_tovi_audio)\n", "audioserver may find the services"),
+    (HAL, r"\Z", "allow hal_tovi_audio_server system_app:fifo_file write;\n", "may write to a pipe of system_app"),
     # text that the compiler rejects, and labels
     (DOMAIN, r"proc_tovi_bectrl:dir", "proc_gone:dir", "unknown type proc_gone"),
     (DOMAIN, r"wakelock_use", "wakelock_used", "syntax error"),
