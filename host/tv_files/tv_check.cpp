@@ -27,9 +27,10 @@ bool isBelow(std::string_view path, const std::string& folder) {
 }
 
 std::string problemOfFolder(const std::string& path, const struct stat& status) {
+    static const uid_t user = geteuid();
     if (S_ISLNK(status.st_mode)) return path + " is a link, not a folder";
     if (!S_ISDIR(status.st_mode)) return path + " is not a folder";
-    if (status.st_uid != geteuid()) return path + " belongs to another user";
+    if (status.st_uid != user) return path + " belongs to another user";
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
         return "other users can write to " + path + "; run `chmod go-w` on it";
     return "";
@@ -56,6 +57,8 @@ std::string problemBelow(const std::string& root, const std::string& folder, Fil
     while (const dirent* entry = readdir(directory.get())) {
         const std::string name = entry->d_name;
         if (name == "." || name == "..") continue;
+        const bool mayBeFolder = entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN;
+        if (files == Files::Any && !mayBeFolder) continue;
         const std::string path = std::string(folder).append("/").append(name);
         struct stat status{};
         // A running program may have removed the file.
