@@ -11,6 +11,7 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -65,7 +66,8 @@ bool isBell(uint64_t eventKey) {
 }  // namespace
 
 Pool::Pool() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
-    if (epoll_ < 0) details::logAlwaysFatal("No epoll instance for the pool.");
+    if (epoll_ < 0)
+        details::logAlwaysFatal((std::string("No epoll instance for the pool: ") + strerror(errno)).c_str());
 }
 
 // Adds or changes a descriptor of the source in the epoll set.
